@@ -1,0 +1,10 @@
+#pragma once
+
+/// Everything that a host needs to draw with OrrinDisplay.dll. The way in is KTR::COpenGLView.
+
+#include "platform/Notice.h"
+#include "platform/OrrinGLCement.h"
+#include "platform/PixelFormat.h"
+#include "platform/ProcessEnvironment.h"
+#include "platform/VersionPolicy.h"
+#include "view/OpenGLView.h"

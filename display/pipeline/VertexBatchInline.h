@@ -1,0 +1,204 @@
+#pragma once
+
+// The adds of the vertex batch. Hosts call one of them for every vertex, so they are inline here and come down to plain
+// stores in the host's own loop; only the flush is a call into the library.
+
+#include "../view/OpenGLView.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace KTR {
+
+namespace BatchDetail {
+
+inline void StorePosition(GLDrawGeometry& record, double x, double y, double z) {
+    record.x = static_cast<float>(x);
+    record.y = static_cast<float>(y);
+    record.z = static_cast<float>(z);
+}
+
+inline void StoreNormal(GLDrawGeometry& record, double nx, double ny, double nz) {
+    record.nx = static_cast<float>(nx);
+    record.ny = static_cast<float>(ny);
+    record.nz = static_cast<float>(nz);
+}
+
+inline void StoreTexCoords(GLDrawGeometry& record, double s, double t) {
+    record.s = static_cast<float>(s);
+    record.t = static_cast<float>(t);
+}
+
+/// The four bytes go out as one word, which costs a quarter of four stores.
+inline void StoreColor(GLDrawGeometry& record, unsigned char r, unsigned char g, unsigned char b, unsigned char a) {
+    const std::uint32_t word = static_cast<std::uint32_t>(r) | static_cast<std::uint32_t>(g) << 8 |
+                               static_cast<std::uint32_t>(b) << 16 | static_cast<std::uint32_t>(a) << 24;
+    std::memcpy(&record.r, &word, sizeof(word));
+}
+
+/// A channel times `shade`, truncated towards zero; what does not fit a byte wraps.
+inline unsigned char Shade(unsigned char channel, double shade) {
+    return static_cast<unsigned char>(static_cast<int>(channel * shade));
+}
+
+} // namespace BatchDetail
+
+/// The record of the next vertex, its index written and counted. A batch flushes when an add finds it beyond capacity.
+inline GLDrawGeometry& COpenGLView::NextBatchRecord() {
+    if (m_batch.batchVertexCount > kBatchCapacity) {
+        FlushArrays();
+    }
+    const int slot = m_batch.batchVertexCount;
+    m_batch.batchVertexCount = slot + 1;
+    return BatchRecordAt(slot);
+}
+
+/// The record at `slot`, with the index array the identity there.
+inline GLDrawGeometry& COpenGLView::BatchRecordAt(int slot) {
+    m_batch.batchIndexPointer[slot] = static_cast<unsigned int>(slot);
+    return m_batch.batchVertexPointer[slot];
+}
+
+inline bool COpenGLView::TriangleFits(int index) const {
+    return index >= 0 && index <= kBatchArrayRecords - 3;
+}
+
+inline void COpenGLView::AddIndex2DVertexRGBA(double x, double y, unsigned char r, unsigned char g, unsigned char b,
+                                              unsigned char a) {
+    AddIndex3DVertexRGBA(x, y, 0.0, r, g, b, a);
+}
+
+inline void COpenGLView::AddIndex3DVertexRGBA(double x, double y, double z, unsigned char r, unsigned char g,
+                                              unsigned char b, unsigned char a) {
+    GLDrawGeometry& record = NextBatchRecord();
+    BatchDetail::StorePosition(record, x, y, z);
+    BatchDetail::StoreColor(record, r, g, b, a);
+}
+
+inline void COpenGLView::AddIndex2DVertexCurrentColor(double x, double y, unsigned char alpha) {
+    AddIndex3DVertexCurrentColor(x, y, 0.0, alpha);
+}
+
+inline void COpenGLView::AddIndex3DVertexCurrentColor(double x, double y, double z, unsigned char alpha) {
+    const GLRGBAColor color = CurrentRecord().attributes.currentColor;
+    AddIndex3DVertexRGBA(x, y, z, color.r, color.g, color.b, alpha);
+}
+
+inline void COpenGLView::AddIndex2DVertexCurrentColorTexCoords(double x, double y, double s, double t,
+                                                               unsigned char alpha) {
+    AddIndex3DVertexCurrentColorTexCoords(x, y, 0.0, s, t, alpha);
+}
+
+inline void COpenGLView::AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t,
+                                                               unsigned char alpha) {
+    const GLRGBAColor color = CurrentRecord().attributes.currentColor;
+    GLDrawGeometry& record = NextBatchRecord();
+    BatchDetail::StorePosition(record, x, y, z);
+    BatchDetail::StoreTexCoords(record, s, t);
+    BatchDetail::StoreColor(record, color.r, color.g, color.b, alpha);
+}
+
+inline void COpenGLView::AddIndex2DVertexTexCoords(double x, double y, double s, double t) {
+    AddIndex3DVertexTexCoords(x, y, 0.0, s, t);
+}
+
+inline void COpenGLView::AddIndex3DVertexTexCoords(double x, double y, double z, double s, double t) {
+    GLDrawGeometry& record = NextBatchRecord();
+    BatchDetail::StorePosition(record, x, y, z);
+    BatchDetail::StoreTexCoords(record, s, t);
+}
+
+inline void COpenGLView::AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz,
+                                                    unsigned char r, unsigned char g, unsigned char b, unsigned char a) {
+    GLDrawGeometry& record = NextBatchRecord();
+    BatchDetail::StorePosition(record, x, y, z);
+    BatchDetail::StoreNormal(record, nx, ny, nz);
+    BatchDetail::StoreColor(record, r, g, b, a);
+}
+
+inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz,
+                                                            double s, double t, unsigned char r, unsigned char g,
+                                                            unsigned char b, unsigned char a) {
+    GLDrawGeometry& record = NextBatchRecord();
+    BatchDetail::StorePosition(record, x, y, z);
+    BatchDetail::StoreNormal(record, nx, ny, nz);
+    BatchDetail::StoreTexCoords(record, s, t);
+    BatchDetail::StoreColor(record, r, g, b, a);
+}
+
+inline void COpenGLView::AddDataIndex(unsigned int index) {
+    if (m_batch.batchVertexCount > kBatchCapacity) {
+        FlushArrays();
+    }
+    m_batch.batchIndexPointer[m_batch.batchVertexCount++] = index;
+}
+
+inline void COpenGLView::AddTextureDataCurrentIndex(double s, double t) {
+    if (m_batch.batchVertexCount > kBatchCapacity) {
+        FlushArrays();
+    }
+    BatchDetail::StoreTexCoords(m_batch.batchVertexPointer[m_batch.batchVertexCount], s, t);
+}
+
+inline void COpenGLView::AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+                                                      const GLRGBColor* c0, const GLRGBColor* c1, const GLRGBColor* c2,
+                                                      unsigned char alpha, double ox, double oy, double oz) {
+    // The two spare records behind the capacity take the rest of a triangle that starts at the last one.
+    if (m_batch.batchVertexCount > kBatchCapacity) {
+        FlushArrays();
+    }
+    const PointXYZ* points[] = {p0, p1, p2};
+    const GLRGBColor* colors[] = {c0, c1, c2};
+    const int first = m_batch.batchVertexCount;
+    for (int corner = 0; corner < 3; ++corner) {
+        const PointXYZ& point = *points[corner];
+        const GLRGBColor& color = *colors[corner];
+        GLDrawGeometry& record = BatchRecordAt(first + corner);
+        BatchDetail::StorePosition(record, point.x - ox, point.y - oy, point.z - oz);
+        BatchDetail::StoreColor(record, color.r, color.g, color.b, alpha);
+    }
+    m_batch.batchVertexCount = first + 3;
+}
+
+inline void COpenGLView::AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+                                                            const PointXYZ* normal, const GLRGBColor* c0,
+                                                            const GLRGBColor* c1, const GLRGBColor* c2,
+                                                            unsigned char alpha, double ox, double oy, double oz,
+                                                            double shade, int index) {
+    if (!TriangleFits(index)) {
+        return;
+    }
+    const PointXYZ* points[] = {p0, p1, p2};
+    const GLRGBColor* colors[] = {c0, c1, c2};
+    for (int corner = 0; corner < 3; ++corner) {
+        const PointXYZ& point = *points[corner];
+        const GLRGBColor& color = *colors[corner];
+        GLDrawGeometry& record = BatchRecordAt(index + corner);
+        BatchDetail::StorePosition(record, point.x - ox, point.y - oy, point.z - oz);
+        BatchDetail::StoreNormal(record, normal->x, normal->y, normal->z);
+        BatchDetail::StoreColor(record, BatchDetail::Shade(color.r, shade), BatchDetail::Shade(color.g, shade),
+                                BatchDetail::Shade(color.b, shade), alpha);
+    }
+}
+
+inline void COpenGLView::AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+                                                              const PointXYZ* normal, double ox, double oy, double oz,
+                                                              double s0, double t0, double sScale, double tScale,
+                                                              int index) {
+    if (index > kBatchCapacity) {
+        FlushArrays();
+    }
+    if (!TriangleFits(index)) {
+        return;
+    }
+    const PointXYZ* points[] = {p0, p1, p2};
+    for (int corner = 0; corner < 3; ++corner) {
+        const PointXYZ& point = *points[corner];
+        GLDrawGeometry& record = BatchRecordAt(index + corner);
+        BatchDetail::StorePosition(record, point.x - ox, point.y - oy, point.z - oz);
+        BatchDetail::StoreNormal(record, normal->x, normal->y, normal->z);
+        BatchDetail::StoreTexCoords(record, (point.x - s0) * sScale, (point.y - t0) * tScale);
+    }
+}
+
+} // namespace KTR

@@ -1,0 +1,142 @@
+#include "../view/OpenGLView.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace KTR {
+
+namespace {
+
+bool IsLineChain(unsigned int mode) {
+    return mode == GL_LINE_LOOP || mode == GL_LINE_STRIP;
+}
+
+/// Vertices of one primitive, for modes whose primitives share none.
+int VerticesPerPrimitive(unsigned int mode) {
+    switch (mode) {
+    case GL_LINES:
+        return 2;
+    case GL_TRIANGLES:
+        return 3;
+    default:
+        return 1;
+    }
+}
+
+} // namespace
+
+void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
+    m_batch.batchPrimitiveMode = mode;
+    m_batch.batchVertexCount = 0;
+    GLRenderingContextRecord& record = CurrentRecord();
+    record.loopContinued = false;
+    record.batchOpen = false;
+    if (IsCurrentContextOpenGL4OrLater() && record.currentShader != shader) {
+        BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
+    }
+}
+
+void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader, GLVBO& vbo, const GLDrawGeometry* geometry,
+                              unsigned __int64 count) {
+    // On a 4.x context the geometry was uploaded when the buffer was initialised; this only binds it.
+    const bool uploaded = IsCurrentContextOpenGL4OrLater();
+    InitializeVBO(mode, shader, vbo, uploaded ? nullptr : geometry, uploaded ? 0 : count);
+}
+
+void COpenGLView::EndArrays() {
+    FlushArrays();
+}
+
+void COpenGLView::EndArraysAndDisableClientState() {
+    FlushArrays();
+    DisableClientState();
+}
+
+void COpenGLView::EndVBOArraysAndDisableClientState() {
+    const GLShaderTypes shader = CurrentRecord().currentShader;
+    if (IsCurrentContextOpenGL4OrLater() && shader != GLShaderUnknown) {
+        BindVAOAndVBOBufferData(m_gShaderSet.programs[shader], m_batch.ring, nullptr, 0);
+    }
+    DisableClientState();
+}
+
+/// The rules of a full batch stand here. A line loop that does not fit is drawn as strips: its first vertex is kept, each
+/// strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is carried
+/// on likewise; every other mode starts afresh.
+void COpenGLView::FlushArrays() {
+    if (m_batch.batchVertexCount <= 0) {
+        m_batch.batchVertexCount = 0;
+        return;
+    }
+    GLRenderingContextRecord& record = CurrentRecord();
+    GLDrawGeometry* vertices = m_batch.batchVertexPointer;
+    if (record.loopContinued && m_batch.batchVertexCount < kBatchCapacity) {
+        // The index at this slot is the identity already, from the full batch before.
+        vertices[m_batch.batchVertexCount++] = record.loopFirstVertex;
+    } else if (m_batch.batchPrimitiveMode == GL_LINE_LOOP && m_batch.batchVertexCount >= kBatchCapacity) {
+        if (!record.loopContinued) {
+            record.loopContinued = true;
+            record.loopFirstVertex = vertices[0];
+        }
+        m_batch.batchPrimitiveMode = GL_LINE_STRIP;
+    }
+
+    const int count = m_batch.batchVertexCount;
+    DrawBatch(count);
+
+    if (!IsLineChain(m_batch.batchPrimitiveMode) || count < kBatchCapacity) {
+        m_batch.batchVertexCount = 0;
+        return;
+    }
+    if (m_batch.batchPrimitiveMode == GL_LINE_LOOP && !record.loopContinued) {
+        record.loopContinued = true;
+        record.loopFirstVertex = vertices[0];
+    }
+    vertices[0] = vertices[count - 1];
+    m_batch.batchVertexCount = 1;
+}
+
+void COpenGLView::DrawBatch(int count) {
+    if (IsCurrentContextOpenGL4OrLater()) {
+        // A triangle that starts at the last record reaches two records past a segment. What does not fit goes into the
+        // next one, at the end of a whole primitive; only the chains need the vertex between them twice.
+        const int unit = VerticesPerPrimitive(m_batch.batchPrimitiveMode);
+        const int first = std::min(count, kBatchRecords - kBatchRecords % unit);
+        DrawBatchFromRing(0, first);
+        if (count > first) {
+            const int overlap = IsLineChain(m_batch.batchPrimitiveMode) ? 1 : 0;
+            DrawBatchFromRing(first - overlap, count - first + overlap);
+        }
+        return;
+    }
+    CurrentGL()->glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchDrawIndices);
+    outputGlError(L"glDrawElements: AFTER:");
+}
+
+/// Draws `count` records from `start` through the mapped ring. The CPU writes the current segment, which the GPU has
+/// finished with; after the draw a fence goes behind it, and the next segment becomes the current one as soon as its own
+/// fence has signalled.
+void COpenGLView::DrawBatchFromRing(int start, int count) {
+    GLVBO& ring = m_batch.ring;
+    if (!ring.mappedVertices) {
+        return;
+    }
+    const COrrinGLCement* gl = CurrentGL();
+    const GLVBO::Segment& segment = ring.segments[ring.currentSegment];
+    const auto size = static_cast<std::size_t>(count);
+    std::memcpy(ring.mappedVertices + segment.firstVertex, m_batch.batchVertexPointer + start,
+                size * sizeof(GLDrawGeometry));
+    if (m_batch.drawArraysOnly) {
+        gl->glDrawArrays(m_batch.batchPrimitiveMode, segment.firstVertex, count);
+    } else if (ring.mappedIndices) {
+        std::memcpy(ring.mappedIndices + segment.firstVertex, m_batch.batchIndexPointer, size * sizeof(unsigned int));
+        // The indices are read from the start of the buffer for every segment; only the base vertex moves.
+        gl->glDrawElementsBaseVertex(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, nullptr, segment.firstVertex);
+    }
+    outputGlError(L"glDrawArrays: AFTER:");
+    LockGPUBuffer(ring.segments[ring.currentSegment].fence);
+    ring.currentSegment = (ring.currentSegment + 1) % kRingSegments;
+    WaitForGPUBuffer(ring.segments[ring.currentSegment].fence);
+}
+
+} // namespace KTR

@@ -1,0 +1,25 @@
+#pragma once
+// OpenGL's C types. The system header stops at OpenGL 1.1; the later types are declared here just as the registry has
+// them, so that a host that also includes a newer header sees identical declarations.
+
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <GL/gl.h>
+
+#include <cstddef>
+#include <cstdint>
+
+/// Calling convention of every OpenGL function.
+#define ORRIN_GLAPI APIENTRY
+
+typedef char GLchar;
+typedef signed long long int GLsizeiptr;
+typedef signed long long int GLintptr;
+typedef int64_t GLint64;
+typedef uint64_t GLuint64;
+typedef struct __GLsync* GLsync;
+typedef void(ORRIN_GLAPI* GLDEBUGPROC)(GLenum source, GLenum type, GLuint id, GLenum severity, GLsizei length,
+                                       const GLchar* message, const void* userParam);

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "BasicTypes.h"
+#include "MatrixStack.h"
+
+#include <array>
+
+namespace KTR {
+
+/// The light of a context, as the shaders and the fixed-function pipeline take it.
+struct GLLightParameters {
+    std::array<float, 4> direction{0.0F, 0.0F, 1.0F, 0.0F}; ///< towards the light, eye coordinates
+    std::array<float, 4> color{1.0F, 1.0F, 1.0F, 1.0F};
+    float intensity = 4.0F;          ///< 4.0 is what hosts show as 50 %
+    float ambientCoefficient = 0.2F; ///< share of the colour that needs no light, 0 to 1
+    bool operator==(const GLLightParameters&) const = default;
+};
+
+/// Number of capability flags in GLAttributes; only some positions carry a capability.
+inline constexpr int kCapabilityFlags = 30;
+
+/// The CPU copy of one context's GL state. A plain value: it can be copied, compared and pushed on a ring.
+struct GLAttributes {
+    std::array<bool, kCapabilityFlags> capabilities{}; ///< see CapabilityFlagPosition
+    unsigned int blendSource = 0;                      ///< GL enum
+    unsigned int blendDestination = 0;                 ///< GL enum
+    GLLightParameters light{};
+    bool currentColorFlag = false; ///< last argument of SetCurrentColor
+    GLRGBAColor currentColor{};
+    unsigned int readBuffer = 0;
+    unsigned int matrixMode = 0;
+    unsigned int polygonModeFace = 0;
+    unsigned int polygonMode = 0;
+    unsigned int logicOp = 0;
+    float lineWidth = 0.0F;
+    float pointSize = 0.0F;
+    float textureTransparency = 0.0F; ///< 0 (invisible) to 1
+    unsigned char textTransparency = 0;
+    int noDataIsTransparent = 0; ///< boolean
+    int applyNoDataColor = 0;    ///< boolean
+    std::array<int, 4> viewport{}; ///< x, y, width, height in window pixels
+    float imageContrast = 0.0F;
+    float imageBrightness = 0.0F;
+    float imageGamma = 0.0F;
+    int lineStippleFactor = 0;             ///< 1 to 256
+    unsigned short lineStipplePattern = 0; ///< low bit first
+    std::array<double, 3> rasterPosition{};
+    bool operator==(const GLAttributes&) const = default;
+};
+
+/// A bounded stack of attribute sets with the rules of CircularMatrixStack.
+struct CircularAttributeStack {
+    int count = 0;
+    int top = -1;
+    GLAttributes entries[kStackDepth];
+};
+
+/// Position of `capability` among GLAttributes::capabilities, or -1 when it is not tracked.
+ORRIN_DISPLAY_API int CapabilityFlagPosition(unsigned int capability);
+
+/// The attributes that a context record starts with.
+ORRIN_DISPLAY_API GLAttributes DefaultGLAttributes();
+
+} // namespace KTR

@@ -1,0 +1,217 @@
+#include "OpenGLView.h"
+
+#include "../platform/CriticalSectionLock.h"
+#include "../platform/Notice.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace KTR {
+
+long COpenGLView::m_gManagerCount = -1;
+long COpenGLView::m_gContextCount = -1;
+OpenGLVersionData COpenGLView::m_gsOpenGLVersionData;
+CRITICAL_SECTION COpenGLView::m_gcsOpenGLConstructor;
+CRITICAL_SECTION COpenGLView::m_gcsOpenGLCreateContext;
+CFTGLFontManager COpenGLView::m_gFontManager;
+COpenGLViewTextureManager COpenGLView::m_gRasterTextureManager;
+CArray<unsigned int> COpenGLView::m_gcaSamplersForWindowToDelete;
+CStringA COpenGLView::m_gVideoVendorString;
+WglChoosePixelFormatARB COpenGLView::m_gfn_wglChoosePixelFormatARB = nullptr;
+WglCreateContextAttribsARB COpenGLView::m_gfn_wglCreateContextAttribsARB = nullptr;
+WglGetPixelFormatAttribivARB COpenGLView::m_gfn_wglGetPixelFormatAttribivARB = nullptr;
+ShaderSet COpenGLView::m_gShaderSet;
+int COpenGLView::m_gClassInitialized = 0;
+
+COpenGLView::COpenGLView() {
+    m_managerIndex = InterlockedIncrement(&m_gManagerCount);
+    InitializeCriticalSection(&m_managerSection);
+    m_owned.lock = true;
+
+    if (m_managerIndex != 0) {
+        const CriticalSectionLock lock(m_gcsOpenGLConstructor);
+        Initialize();
+        return;
+    }
+    InitializeCriticalSection(&m_gcsOpenGLConstructor);
+    const CriticalSectionLock lock(m_gcsOpenGLConstructor);
+    InitializeCriticalSection(&m_gcsOpenGLCreateContext);
+    m_gShaderSet = ShaderSet{};
+    m_gFontManager.InitializeObject();
+    Initialize();
+    m_gClassInitialized = 1;
+    GetOpenGLVersionWithGLCement();
+}
+
+COpenGLView::COpenGLView(const COpenGLView& other) {
+    CopySettings(other);
+}
+
+COpenGLView& COpenGLView::operator=(const COpenGLView& other) {
+    if (this != &other) {
+        CopySettings(other);
+    }
+    return *this;
+}
+
+COpenGLView::~COpenGLView() {
+    ReleaseContextRecord(GLContextMain, L"Destructor:");
+    ReleaseContextRecord(GLContextLegacy, L"Destructor:");
+    if (m_owned.tesselator) {
+        m_owned.tesselator->Destroy();
+        delete m_owned.tesselator;
+    }
+    std::free(m_owned.backingStore);
+    std::free(m_owned.backingStoreSecond);
+    if (m_owned.lock) {
+        DeleteCriticalSection(&m_managerSection);
+    }
+}
+
+void COpenGLView::Initialize() {
+    m_masterContextIndex = -1;
+    m_currentContext = GLContextMain;
+    m_name.Empty();
+    m_message.Empty();
+    for (CString& label : m_labels) {
+        label.Empty();
+    }
+    m_loadNewTexture[0] = false;
+    m_loadNewTexture[1] = false;
+    m_redrawNeeded = true;
+    m_delayedSwap = false;
+    m_delayedLayerCount = 0;
+    m_batch = VertexBatchState{};
+    m_state = ScalarState{};
+    std::memset(&m_batchStorage, 0, sizeof(m_batchStorage));
+    m_backingStore = BackingStore{};
+    LoadCurrentGLBuffers();
+    m_textureRequest = TextureRequest{};
+    if (!m_owned.tesselator) {
+        m_owned.tesselator = new (std::nothrow) GLTesselator(this);
+    }
+    m_tesselator = m_owned.tesselator;
+    InitializeOpenGLContextStruct();
+}
+
+void COpenGLView::InitializeOpenGLContextStruct() {
+    m_savedLighting = 0;
+    m_savedDepthTest = 0;
+    m_batch.batchPrimitiveMode = 0;
+    m_exitingDeviceContext = nullptr;
+    m_exitingRenderingContext = nullptr;
+    m_exitingContext = GLContextMain;
+
+    for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
+        ReleaseContextRecord(type, L"Initialize:");
+        GLRenderingContextRecord& record = m_contexts[type];
+        record = GLRenderingContextRecord{};
+        record.hardwareAccelerated = type == GLContextMain;
+        record.doubleBuffered = type == GLContextMain;
+        record.depthBuffered = type == GLContextMain;
+        record.math = new (std::nothrow) COpenGLMath;
+        if (!record.math) {
+            ShowFrameworkMessageBox(L"Out of Memory. Unable to create new OpenGL Math object.  Fatal Error");
+        }
+        record.attributes = DefaultGLAttributes();
+        InitializeIdentityStackOfMatrices(record.matrixStacks);
+        InitializeDefaultLights(type);
+    }
+}
+
+void COpenGLView::InitializeOpenGL(HWND window) {
+    if (window) {
+        GLRenderingContextRecord& record = m_contexts[GLContextMain];
+        record.window = window;
+        record.deviceContext = GetDC(window);
+        MakeCurrent(record.deviceContext, record.renderingContext, GLContextMain);
+    }
+    outputGlError(L"OnInitialUpdate() bindGL()");
+    SetBackgroundColor(0, false);
+    if (!IsCurrentContextOpenGL4OrLater()) {
+        CurrentGL()->glShadeModel(GL_FLAT);
+    }
+    outputGlError(L"glShadeModel: END");
+}
+
+void COpenGLView::ShutDownOpenGLContexts(HWND window) {
+    if (!window) {
+        return;
+    }
+    if (m_owned.tesselator) {
+        const CriticalSectionLock lock(m_gcsOpenGLConstructor);
+        m_owned.tesselator->Destroy();
+    }
+    if (!IsCurrentContextOpenGL4OrLater()) {
+        return;
+    }
+    for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
+        if (m_contexts[type].renderingContext) {
+            ReleaseGLObjects(window, type);
+        }
+    }
+}
+
+void COpenGLView::FinalShutDownDestroyClassCriticalSection() {
+    DeleteCriticalSection(&m_gcsOpenGLConstructor);
+    DeleteCriticalSection(&m_gcsOpenGLCreateContext);
+    std::memset(&m_gcsOpenGLConstructor, 0, sizeof(m_gcsOpenGLConstructor));
+    std::memset(&m_gcsOpenGLCreateContext, 0, sizeof(m_gcsOpenGLCreateContext));
+    m_gClassInitialized = 0;
+    m_gMasterContext = nullptr;
+    m_gCurrentRenderingContext = nullptr;
+    m_gCurrentDeviceContext = nullptr;
+}
+
+void COpenGLView::EnterManagerCriticalSection() {
+    if (m_owned.lock) {
+        EnterCriticalSection(&m_managerSection);
+    }
+    m_inManagerSection = true;
+}
+
+void COpenGLView::LeaveManagerCriticalSection() {
+    if (m_owned.lock) {
+        LeaveCriticalSection(&m_managerSection);
+    }
+    m_inManagerSection = false;
+}
+
+/// Takes over what a copy shares with its source. Records, arrays and locks stay this view's own, and so does what it has
+/// to free: the members copied here only point.
+void COpenGLView::CopySettings(const COpenGLView& other) {
+    m_state = other.m_state;
+    m_batch = other.m_batch;
+    m_backingStore = other.m_backingStore;
+    m_name = other.m_name;
+    m_message = other.m_message;
+    for (int index = 0; index < 3; ++index) {
+        m_labels[index] = other.m_labels[index];
+    }
+    m_textureRequest = other.m_textureRequest;
+    m_tesselator = other.m_tesselator;
+    m_loadNewTexture[0] = other.m_loadNewTexture[0];
+    m_loadNewTexture[1] = other.m_loadNewTexture[1];
+    m_redrawNeeded = other.m_redrawNeeded;
+    m_inManagerSection = other.m_inManagerSection;
+    m_delayedSwap = other.m_delayedSwap;
+    m_delayedLayerCount = other.m_delayedLayerCount;
+    m_managerIndex = other.m_managerIndex;
+    m_masterContextIndex = other.m_masterContextIndex;
+    m_currentContext = other.m_currentContext;
+}
+
+/// Frees what a record owns: its functions, its math and its context.
+void COpenGLView::ReleaseContextRecord(GLRenderingContextTypes type, const wchar_t* label) {
+    GLRenderingContextRecord& record = m_contexts[type];
+    delete record.glCement;
+    record.glCement = nullptr;
+    delete record.math;
+    record.math = nullptr;
+    if (record.renderingContext) {
+        DeleteContext(label, type, record.deviceContext, record.renderingContext, record.window);
+    }
+}
+
+} // namespace KTR

@@ -1,0 +1,531 @@
+#pragma once
+
+#include "../Export.h"
+#include "../images/TextureManager.h"
+#include "../pipeline/ShaderData.h"
+#include "../pipeline/Tesselator.h"
+#include "../pipeline/VertexBatch.h"
+#include "../platform/PixelFormat.h"
+#include "../platform/VersionPolicy.h"
+#include "../text/FontManager.h"
+#include "BasicTypes.h"
+#include "RenderingContextRecord.h"
+
+#include <afx.h>
+#include <afxtempl.h>
+
+#include <memory>
+
+namespace spdlog {
+class logger;
+}
+
+namespace KTR {
+
+/// Signatures of the WGL extension functions that the library uses.
+using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
+                                              const FLOAT* floatAttributes, UINT maximumFormats, int* formats,
+                                              UINT* formatCount);
+using WglCreateContextAttribsARB = HGLRC(WINAPI*)(HDC deviceContext, HGLRC shareContext, const int* attributes);
+using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format, int layer, UINT attributeCount,
+                                                   const int* attributes, int* values);
+
+/// The one object through which a host draws: one window with the rendering contexts that serve it.
+///
+/// Operations are grouped by subsystem; each group names the source file that implements it:
+///
+///   1. Life and death            display/view/OpenGLView.cpp
+///   2. Records and settings      display/view/ViewRecords.cpp
+///   3. Version policy, loader    display/platform/ViewBootstrap.cpp
+///   4. Pixel formats             display/platform/ViewPixelFormats.cpp
+///   5. Context lifecycle         display/platform/ViewContexts.cpp
+///   6. Matrices                  display/view/ViewMatrices.cpp
+///   7. GL state                  display/view/ViewState.cpp
+///   8. Frame: clear, colour      display/view/ViewFrame.cpp
+///   9. Vertex batch              display/pipeline/ViewBatch.cpp, VertexBatchInline.h
+///  10. Client state              display/pipeline/ViewClientState.cpp
+///  11. Programs and buffers      display/pipeline/ViewBinding.cpp
+///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
+///
+/// **Order of calls for geometry.** On both pipelines the same order gives the same picture:
+///
+///     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, shader);
+///     view.BeginArrays(GL_LINES, shader);
+///     view.AddIndex2DVertexRGBA(...);            // as many as needed
+///     view.EndArraysAndDisableClientState();
+///
+/// Set matrices, point size, line width and every other GL state *before* EnableClientState...: the 4.x pipeline takes
+/// them when it binds the program there, the fixed-function pipeline when a batch is drawn. A vertex takes its colour at
+/// its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a full
+/// batch.
+///
+/// **Threads.** A view belongs to one thread, the one that has its context current. Construct the first view of the
+/// process before any other thread constructs one.
+///
+/// **Size.** A view holds its vertex arrays, about 1.3 MB; do not put it on a stack.
+class ORRIN_DISPLAY_API COpenGLView {
+public:
+    // ---- 1. Life and death. Implemented in OpenGLView.cpp
+
+    /// Makes a view without contexts. The first view of the process also settles which pipeline the process uses.
+    COpenGLView();
+    /// A snapshot of the other view's settings. It has no contexts, vertex arrays or lock of its own; its tessellator,
+    /// batch pointers and backing store are the source's, which must outlive their use. Destroying it or assigning over it
+    /// releases nothing of the source.
+    COpenGLView(const COpenGLView& other);
+    /// As the copy constructor. What this view itself owns stays with it until it is destroyed.
+    COpenGLView& operator=(const COpenGLView& other);
+    /// Deletes the view's contexts. Call ShutDownOpenGLContexts first, while the window still exists.
+    ~COpenGLView();
+
+    /// Puts everything back to its start, contexts included: they are deleted.
+    void Initialize();
+    /// Puts both context records back to their start; their contexts are deleted.
+    void InitializeOpenGLContextStruct();
+
+    /// Binds the main context to `window`: obtains its device context (released with the rendering context), makes the
+    /// rendering context current and sets a black background. Create the context first. Null leaves the binding as it is.
+    void InitializeOpenGL(HWND window);
+    /// Releases the view's GL objects. Call it while `window` still exists; null does nothing.
+    void ShutDownOpenGLContexts(HWND window);
+    /// The last call into the class: deletes what all views share.
+    static void FinalShutDownDestroyClassCriticalSection();
+
+    /// The view's own lock, for hosts whose threads take turns on a view. A copied view has none; there the calls only
+    /// keep the flag.
+    void EnterManagerCriticalSection();
+    void LeaveManagerCriticalSection();
+
+    /// The view's tessellator; the view owns it.
+    GLTesselator* GetTesselator() const { return m_tesselator; }
+    /// 0 for the first view of the process; never used again after a view is gone.
+    int GetManagerIndex() const { return m_managerIndex; }
+    /// 0 when the main context is the one that all others share with, positive when it shares with that, -1 when it was
+    /// not made through attributes.
+    int GetMasterContextIndex() const { return m_masterContextIndex; }
+
+    // ---- 2. Records and settings. Implemented in ViewRecords.cpp
+
+    /// What the view knows of a context; for hosts that want to look, not to change.
+    const GLRenderingContextRecord& GetContextRecord(GLRenderingContextTypes type) const { return m_contexts[type]; }
+    GLRenderingContextTypes GetCurrentContextType() const { return m_currentContext; }
+
+    /// True once the main context has been created, whichever context is current.
+    bool IsOpenGLInitialized() const;
+    bool IsCurrentGLRenderingContextNull(GLRenderingContextTypes type) const;
+    bool IsMyContextCurrent(GLRenderingContextTypes type) const;
+    bool GetDoubleBufferSetting(GLRenderingContextTypes type) const;
+    bool IsPerspectiveSideView() const;
+    GLViewOrientation GetCurrentViewOrientation() const;
+    /// Client size in pixels of the current context's window; 0 and 0 without one.
+    void GetWindowDimensions(int& width, int& height) const;
+
+    void SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point);
+    void SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point);
+    void SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector);
+    /// An offset that the host subtracts from its coordinates before they become floats; kept here, applied by the host.
+    void SetCurrentCoordinateOffsets(double x, double y);
+    void GetCurrentCoordinateOffset(double& x, double& y) const;
+    void SetTextScale(double scale);
+    double GetTextScale() const;
+    void InitializeDefaultLights(GLRenderingContextTypes type);
+
+    // ---- 3. Version policy and loader. Implemented in ViewBootstrap.cpp
+
+    /// True when `type` draws through the 4.x pipeline. The legacy context never does.
+    static bool IsContextOpenGL4OrLater(GLRenderingContextTypes type);
+    static bool IsContextLegacyOpenGL11(GLRenderingContextTypes type);
+    bool IsCurrentContextOpenGL4OrLater() const { return IsContextOpenGL4OrLater(m_currentContext); }
+    bool IsCurrentContextLegacyOpenGL11() const { return IsContextLegacyOpenGL11(m_currentContext); }
+
+    /// Bootstraps the loader and settles the process's pipeline. The first view's constructor calls it.
+    int GetOpenGLVersionWithGLCement();
+    /// Reads the current context's GL_VERSION. `combined` gives the values to start from and receives major × 10 + minor.
+    int GetVendorGLVersion(int& combined, int& major, int& minor, GLVideoCardVendor& vendor);
+    /// Puts a version in force; major 4 and up is the 4.x pipeline. For contexts created later. Returns bOpenGL4OrLater.
+    static int SetOpenGLVersion(int major, int minor);
+    /// Forces version 1.1. Turning it off again restores no version: call SetOpenGLVersion for that.
+    static void ForceSoftwareRendering(bool on);
+    /// Largest texture side in pixels, as settled for the process.
+    static int GetMaximumTextureSize();
+    /// Largest texture side in pixels that the current context reports; 0 without one.
+    int GetContextMaxTextureSize();
+
+    /// Fetches the WGL extension functions through a hidden window. 1 when it ran through, also after a message box about
+    /// the pixel format or the context; 0 when there was no window to try it on.
+    int InitializeGLCement();
+    /// Loads the functions of the record's context, which must be current. 0 when out of memory.
+    int MakeGLCementAndLoad(GLRenderingContextTypes type);
+    int MakeGLCementAndLoadIfNeeded(GLRenderingContextTypes type, bool force);
+    int CreateContextThroughGLCement(HDC deviceContext, GLRenderingContextTypes type);
+
+    // ---- 4. Pixel formats. Implemented in ViewPixelFormats.cpp
+
+    /// Sets the first format that fits. 1 when one was set; `format` and `descriptor` then describe it.
+    int SearchAllPixelFormats(HDC deviceContext, bool drawToWindow, bool hardware, PIXELFORMATDESCRIPTOR& descriptor,
+                              int& format, int colorBits);
+    /// Chooses and sets a format by attributes; needs bAdvancedPixelFormat. A window keeps the format it once got. Failures
+    /// show a message box and return 0.
+    int SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderingContextTypes type, bool drawToWindow, int colorBits,
+                                          bool hardware, bool doubleBuffer, bool stereo);
+    /// Gives a device context the record's format if it lost it or never had it. Non-zero on success.
+    int CheckDCPixelFormat(HDC deviceContext, GLRenderingContextTypes type);
+
+    // ---- 5. Context lifecycle. Implemented in ViewContexts.cpp
+
+    /// Creates the context `type` on a window's or a memory bitmap's device context and makes it current. 1 on success.
+    /// The record takes the device context over: it is released when the rendering context is deleted. `colorBits` below 1
+    /// means the device context's own depth. AccelerationSoftware switches the whole process to version 1.1.
+    int CreateContext(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name, int colorBits,
+                      OpenGLHardwareAcceleration acceleration);
+    int CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingContextTypes type, HDC& deviceContextOut,
+                                    HGLRC& renderingContextOut);
+    int CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name,
+                               int colorBits, OpenGLHardwareAcceleration acceleration);
+    int SetUpLegacyContext(HDC deviceContext, int format, GLRenderingContextTypes type);
+    /// Builds the stock programs again; only on the view that GetMasterContextIndex names 0. An HRESULT.
+    long InitializeMasterContextSharedResources();
+
+    /// Selects a context. The calls return 0 on failure; `type` becomes the current kind even then. A device context
+    /// without a window is always served by the legacy context.
+    int MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type);
+    int MakeCurrent(HDC deviceContext, GLRenderingContextTypes type);
+    int MakeCurrent(GLRenderingContextTypes type);
+    /// Creates the context first when there is none.
+    int MakeContextCurrent(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name);
+    int MakeNull();
+    /// Pops matrices and attributes, then deselects.
+    void PopAndMakeNull();
+    /// Bracket foreign OpenGL work: Save remembers what is current, Restore makes it current again.
+    void SaveCurrentAsExitingDCAndGLRC();
+    void RestoreAsCurrentExitingDCAndGLRC();
+    /// Deletes the main context and creates it anew. Always 0.
+    int RecreateContext(bool makeCurrent, HDC deviceContext, const wchar_t* name);
+    /// Deletes a context and releases its device context. 1 when there was none or it was borrowed, otherwise the
+    /// system's result. The handles are cleared.
+    int DeleteContext(const wchar_t* name, GLRenderingContextTypes type);
+    int DeleteContext(const wchar_t* name, GLRenderingContextTypes type, HDC& deviceContext, HGLRC& renderingContext,
+                      HWND& window);
+    /// Points the batch at the view's own arrays.
+    void LoadCurrentGLBuffers();
+    /// Presents the main context's back buffer; with the legacy context current nothing is swapped. A lost pixel format is
+    /// repaired by recreating the main context. Returns the device context.
+    HDC SwapBuffers();
+
+    // ---- 6. Matrices. Implemented in ViewMatrices.cpp
+    // They act on the current context's double-precision matrices; a fixed-function context is kept in step. Angles are in
+    // degrees. The labels are accepted for the host's own reading; the trace uses fixed ones.
+
+    void MatrixMode(unsigned int mode);
+    glm::dmat4 GetMatrix(unsigned int mode) const;
+    glm::dmat4 GetCurrentMatrix() const;
+    void ReplaceCurrentMatrix(const glm::dmat4& matrix);
+    void CopyCurrentGLMMatrixToOpenGL();
+    void CopyCurrentGLMMatrixToOpenGLMathMatrix();
+    void LoadIdentity();
+    void LoadMatrix(const double* matrix); ///< 16 doubles, column-major
+    void MultMatrix(const double* matrix); ///< 16 doubles, column-major
+    void Translate(double x, double y, double z);
+    void Translate(float x, float y, float z);
+    void Scale(double x, double y, double z);
+    void Scale(float x, float y, float z);
+    void Rotate(double angleDegrees, double x, double y, double z);
+    void Rotate(float angleDegrees, float x, float y, float z);
+    /// These three replace the projection (Ortho, Perspective) or the modelview matrix (LookAt), whatever the mode. On a
+    /// fixed-function context only the current mode's matrix reaches OpenGL, so set the mode first.
+    void Ortho(double left, double right, double bottom, double top, double zNear, double zFar);
+    void Perspective(double fovyDegrees, double aspect, double zNear, double zFar);
+    void LookAt(double eyeX, double eyeY, double eyeZ, double centreX, double centreY, double centreZ, double upX, double upY,
+                double upZ);
+    /// Each stack keeps the 16 newest matrices. Texture and colour pushes count on the modelview depth.
+    void PushMatrix(const wchar_t* label);
+    void PushMatrix(unsigned int mode, const wchar_t* label);
+    void PopMatrix(const wchar_t* label);
+    void PopMatrix(unsigned int mode, const wchar_t* label);
+    void PushBothMatrices(const wchar_t* label);
+    void PopBothMatrices(const wchar_t* label);
+    void PopCurrentMatrixFromStack(unsigned int mode, StackOfMatrices& stacks);
+    /// Sends projection and modelview to a fixed-function context that has just been made current.
+    void LoadCurrentMatrices();
+    /// Object to window coordinates: pixels from the lower left of the window, depth 0 to 1. Outputs stay as they are when
+    /// the point has no image. The flag is accepted and not used.
+    void Project(double x, double y, double z, const glm::dmat4& modelview, const glm::dmat4& projection,
+                 const glm::dvec4& viewport, double* windowX, double* windowY, double* windowZ);
+    void Project(double x, double y, double z, double* windowX, double* windowY, double* windowZ, bool flag);
+    /// Window to object coordinates. Outputs stay as they are when the matrices cannot be inverted.
+    void UnProject(double x, double y, double z, const glm::dmat4& modelview, const glm::dmat4& projection,
+                   const glm::dvec4& viewport, double* objectX, double* objectY, double* objectZ);
+    void UnProject(double x, double y, double z, double* objectX, double* objectY, double* objectZ, bool flag);
+    void UpdateCompleteProjectionMatrix();
+    void GetCompleteProjectionMatrixAndViewport(glm::dmat4& projectionTimesModelview, glm::dvec4& viewport);
+    /// Viewport in window pixels, from the lower left.
+    void SetUpViewport(int x, int y, int width, int height);
+    glm::dvec4 GetViewport() const;
+    void GetViewport(int* viewport) const; ///< 4 integers
+
+    // ---- 7. GL state. Implemented in ViewState.cpp
+    // Kept on the CPU per context, so that asking never calls OpenGL.
+
+    void EnableDisableGLState(unsigned int capability, unsigned char on);
+    unsigned char IsOpenGLStateEnabled(unsigned int capability) const;
+    void Enable(unsigned int capability);
+    void Disable(unsigned int capability);
+    /// Enables on exactly 1, disables on anything else.
+    void LoadGLState(unsigned int capability, unsigned char on);
+    /// The state that a new context starts with. The context must be current.
+    void GetInitialGLAttributes(GLAttributes& attributes);
+    /// Sends the whole cached state to OpenGL again.
+    void LoadCurrentGLState();
+    /// The ring keeps the 16 newest states. A pop sends the restored state to OpenGL.
+    void PushAttributesOnStack(CircularAttributeStack& stack, const GLAttributes& attributes);
+    bool PopAttributesFromStack(CircularAttributeStack& stack, GLAttributes& attributes);
+    /// The whole state is saved, whatever `mask` says.
+    void PushAttributes(unsigned int mask, const wchar_t* label);
+    void PopAttributes(const wchar_t* label);
+    void BlendFunc(unsigned int source, unsigned int destination);
+    void LineWidth(float width); ///< pixels
+    void PointSize(float size);  ///< pixels
+    void PolygonMode(unsigned int face, unsigned int mode);
+    void LogicOp(unsigned int operation);
+    /// `factor` repeats each bit of `pattern` (low bit first) that many pixels.
+    void LineStipple(int factor, unsigned short pattern);
+    void DrawBuffer(unsigned int buffer);
+    /// The legacy context always reads the front buffer, whatever is asked.
+    void ReadBuffer(unsigned int buffer);
+
+    // ---- 8. Frame: background, clear, current colour, reading back. Implemented in ViewFrame.cpp
+
+    /// Stores the background colour and hands it to OpenGL; `clear` also clears colour and depth.
+    void SetBackgroundColor(COLORREF color, bool clear);
+    void Clear(unsigned int mask);
+    void Color(unsigned char r, unsigned char g, unsigned char b);
+    void Color(unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    void Color(const GLRGBColor& color);
+    void Color(const GLRGBAColor& color);
+    /// The colour that the CurrentColor adds take. No GL call.
+    void SetCurrentColor(unsigned char r, unsigned char g, unsigned char b, unsigned char a, bool flag);
+    GLRGBAColor GetCurrentColor() const;
+    void PixelStore(unsigned int name, int value);
+    /// Reads a rectangle of the read buffer; rows come lower first. `pixels` must hold what format, type and the pixel-store
+    /// state ask for.
+    void ReadPixels(int x, int y, int width, int height, unsigned int format, unsigned int type, void* pixels);
+
+    // ---- 9. Vertex batch. Implemented in ViewBatch.cpp; the adds in VertexBatchInline.h
+
+    /// Opens a batch of GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, ... An open batch is discarded.
+    /// Strips and loops of any length are split and joined as needed; GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN and GL_POLYGON
+    /// must stay below kBatchCapacity vertices, and GL_LINES batches must not exceed it.
+    void BeginArrays(unsigned int mode, GLShaderTypes shader);
+    /// Opens a batch over the caller's geometry (`count` records).
+    void BeginArrays(unsigned int mode, GLShaderTypes shader, GLVBO& vbo, const GLDrawGeometry* geometry,
+                     unsigned __int64 count);
+    void EndArrays();
+    void EndArraysAndDisableClientState();
+    /// Ends a batch over caller's geometry. Does not flush: pending adds are discarded.
+    void EndVBOArraysAndDisableClientState();
+    /// Draws what is pending.
+    void FlushArrays();
+    /// Records in the open batch.
+    int GetBatchVertexCount() const { return m_batch.batchVertexCount; }
+
+    // One vertex each. Coordinates are narrowed to 32-bit floats: subtract a local origin first where they are large. A
+    // field that a member does not take keeps what the record held before.
+    void AddIndex2DVertexRGBA(double x, double y, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    void AddIndex3DVertexRGBA(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+                              unsigned char a);
+    void AddIndex2DVertexCurrentColor(double x, double y, unsigned char alpha);
+    void AddIndex3DVertexCurrentColor(double x, double y, double z, unsigned char alpha);
+    void AddIndex2DVertexCurrentColorTexCoords(double x, double y, double s, double t, unsigned char alpha);
+    void AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t, unsigned char alpha);
+    void AddIndex2DVertexTexCoords(double x, double y, double s, double t);
+    void AddIndex3DVertexTexCoords(double x, double y, double z, double s, double t);
+    void AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz, unsigned char r,
+                                    unsigned char g, unsigned char b, unsigned char a);
+    void AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz, double s,
+                                            double t, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    /// An index without a record, for records written by other means.
+    void AddDataIndex(unsigned int index);
+    /// Texture coordinates of the vertex that the next add writes.
+    void AddTextureDataCurrentIndex(double s, double t);
+    /// A triangle, never split between two draws. Positions are taken relative to (ox, oy, oz), in double precision.
+    void AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2, const GLRGBColor* c0,
+                                      const GLRGBColor* c1, const GLRGBColor* c2, unsigned char alpha, double ox, double oy,
+                                      double oz);
+    /// A triangle at the records `index` to `index` + 2; the count stays as it is. Colours are multiplied by `shade` and
+    /// truncated; above 255 they wrap. A triangle that does not fit into the arrays is left out.
+    void AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+                                            const PointXYZ* normal, const GLRGBColor* c0, const GLRGBColor* c1,
+                                            const GLRGBColor* c2, unsigned char alpha, double ox, double oy, double oz,
+                                            double shade, int index);
+    /// As above without colours; texture coordinates come from the unshifted points: s = (x - s0) × sScale,
+    /// t = (y - t0) × tScale. Flushes first when `index` exceeds kBatchCapacity.
+    void AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+                                              const PointXYZ* normal, double ox, double oy, double oz, double s0, double t0,
+                                              double sScale, double tScale, int index);
+
+    // ---- 10. Client state. Implemented in ViewClientState.cpp
+    // What of a vertex is read. On a 4.x context each of these binds the stock program instead.
+
+    void EnableClientState(bool vertex, bool normal, bool color, bool texture, GLShaderTypes shader);
+    void EnableClientStateInternalBuffers(bool vertex, bool normal, bool color, bool texture, GLShaderTypes shader);
+    void EnableClientStateInternalVertexAndColors(int vertexSize, unsigned int vertexType, int colorSize,
+                                                  unsigned int colorType, GLShaderTypes shader);
+    void EnableClientStateInternalVertexAndTexture(int vertexSize, unsigned int vertexType, int textureSize,
+                                                   unsigned int textureType, unsigned int texture, GLShaderTypes shader);
+    void EnableClientStateVertex();
+    void EnableClientStateNormal();
+    void EnableClientStateColor();
+    void EnableClientStateTexture();
+    void VertexPointer(int size, unsigned int type, int stride, const void* pointer);
+    void NormalPointer(unsigned int type, int stride, const void* pointer);
+    void ColorPointer(int size, unsigned int type, int stride, const void* pointer);
+    void TexCoordPointer(int size, unsigned int type, int stride, const void* pointer);
+    /// Ends reading from the arrays; pending adds are discarded.
+    void DisableClientState();
+
+    // ---- 11. Programs and buffers of the 4.x pipeline. Implemented in ViewBinding.cpp
+
+    /// Builds the 13 stock programs on the current context. 0, or the HRESULT of the first that failed.
+    long BuildStockShaders();
+    /// Makes the stock program current and gives it the context's matrices, sizes and colours, and the view's own vertex
+    /// storage or the caller's. 0, or E_OUTOFMEMORY when the driver gave no storage.
+    long BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
+    long BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data, GLVBO& vbo,
+                                      const GLDrawGeometry* geometry, unsigned __int64 count);
+    long BindVAOAndVBOBufferData(ShaderData& data);
+    long BindVAOAndVBOBufferData(ShaderData& data, GLVBO& vbo, const GLDrawGeometry* geometry, unsigned __int64 count);
+    /// Opens a batch over the caller's geometry: `count` records, uploaded once on a 4.x context, pointed to on others.
+    void InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vbo, const GLDrawGeometry* geometry,
+                       unsigned __int64 count);
+    long DisableShaderVertexAttribArrays(GLShaderTypes type);
+    /// Puts a fence behind everything drawn so far; an old fence is deleted.
+    void LockGPUBuffer(GLsync& fence);
+    /// Waits until the GPU has passed the fence; null does not wait.
+    void WaitForGPUBuffer(GLsync& fence);
+
+    // ---- 12. Trace and errors. Implemented in ViewTrace.cpp
+
+    /// Registers the host's logger under its own name; a name that is taken stays with its first logger. The library
+    /// writes to the logger named "OrrinLogger", at trace level.
+    static void RegisterLogger(std::shared_ptr<spdlog::logger> logger);
+    /// Writes one label to the trace. It does not ask OpenGL for errors. Any thread.
+    void outputGlError(const wchar_t* label) const;
+    /// The current context's glGetError; 0 without a context.
+    unsigned int GetError() const;
+    /// GLU's text for an error code, or null. The caller must not free it.
+    const unsigned char* ErrorString(unsigned int code) const;
+    void Finish();
+    void Flush();
+
+    // ---- Class-wide members
+
+    static long m_gManagerCount; ///< views constructed so far, minus one
+    static long m_gContextCount; ///< attribute-based contexts created so far, minus one
+    static OpenGLVersionData m_gsOpenGLVersionData;
+    static CRITICAL_SECTION m_gcsOpenGLConstructor;
+    static CRITICAL_SECTION m_gcsOpenGLCreateContext;
+    static CFTGLFontManager m_gFontManager;
+    static COpenGLViewTextureManager m_gRasterTextureManager;
+    static CArray<unsigned int> m_gcaSamplersForWindowToDelete;
+    static CStringA m_gVideoVendorString; ///< the GL_VERSION text that the pipeline was settled by
+    static WglChoosePixelFormatARB m_gfn_wglChoosePixelFormatARB;
+    static WglCreateContextAttribsARB m_gfn_wglCreateContextAttribsARB;
+    static WglGetPixelFormatAttribivARB m_gfn_wglGetPixelFormatAttribivARB;
+
+private:
+    GLRenderingContextRecord& CurrentRecord() { return m_contexts[m_currentContext]; }
+    const GLRenderingContextRecord& CurrentRecord() const { return m_contexts[m_currentContext]; }
+    /// The functions of the current context; never null.
+    const COrrinGLCement* CurrentGL() const;
+    COpenGLMath& MathOf(GLRenderingContextTypes type) const;
+    COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
+
+    void CopySettings(const COpenGLView& other);
+    void ReleaseContextRecord(GLRenderingContextTypes type, const wchar_t* label);
+    void ReleaseGLObjects(HWND window, GLRenderingContextTypes type);
+
+    void ReadDriverVersion();
+    HGLRC CreateBootstrapContext(HDC deviceContext);
+    int AdoptWindowPixelFormat(HDC deviceContext, GLRenderingContextRecord& record, int format);
+    void ShowPixelFormatFailure(const CString& beginning, const GLRenderingContextRecord& record, unsigned int available);
+    HGLRC CreateSharedContext(HDC deviceContext, GLRenderingContextTypes type);
+    void ForgetBorrowedContext(HGLRC context);
+
+    void UseStockProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
+    void BindVertexStorage(ShaderData& data, GLVBO& vbo);
+    static void NumberSegments(GLVBO& vbo);
+    void ReleaseRingFences();
+    void DrawBatch(int count);
+    void DrawBatchFromRing(int start, int count);
+
+    GLDrawGeometry& NextBatchRecord();
+    GLDrawGeometry& BatchRecordAt(int index);
+    bool TriangleFits(int index) const;
+
+    /// Settings that a copy takes over, beside the batch, the texture request and the strings.
+    struct ScalarState {
+        unsigned __int64 leading[5] = {};
+    };
+    struct BackingStore {
+        int saved = 0;
+        int allocatedWidth = 0;
+        int allocatedHeight = 0;
+        int requestedWidth = 0;
+        int requestedHeight = 0;
+        unsigned __int64 rgbaBytes = 0;
+        unsigned __int64 secondBytes = 0;
+        unsigned char* rgba = nullptr;   ///< malloc
+        unsigned char* second = nullptr; ///< malloc
+    };
+    struct TextureRequest {
+        unsigned int names[14] = {};
+        unsigned int shaderTexture = 0;
+        unsigned int shaderSampler = 0;
+    };
+    /// What the destructor frees, whatever an assignment has put into the visible members.
+    struct OwnedObjects {
+        GLTesselator* tesselator = nullptr;
+        unsigned char* backingStore = nullptr;       ///< malloc
+        unsigned char* backingStoreSecond = nullptr; ///< malloc
+        bool lock = false;
+    };
+
+    ScalarState m_state;
+    unsigned short m_savedLighting = 0;
+    unsigned short m_savedDepthTest = 0;
+    HDC m_exitingDeviceContext = nullptr;
+    HGLRC m_exitingRenderingContext = nullptr;
+    GLRenderingContextTypes m_exitingContext = GLContextMain;
+    GLRenderingContextRecord m_contexts[kContextTypes];
+    VertexBatchState m_batch;
+    VertexBatchStorage m_batchStorage;
+    BackingStore m_backingStore;
+    CString m_name; ///< given to the creation calls
+    TextureRequest m_textureRequest;
+    GLTesselator* m_tesselator = nullptr;
+    bool m_loadNewTexture[2] = {};
+    bool m_redrawNeeded = true;
+    bool m_inManagerSection = false;
+    bool m_delayedSwap = false;
+    int m_delayedLayerCount = 0;
+    int m_managerIndex = 0;
+    int m_masterContextIndex = -1;
+    GLRenderingContextTypes m_currentContext = GLContextMain;
+    CString m_message; ///< scratch text that several diagnostics compose
+    CString m_labels[3];
+    CRITICAL_SECTION m_managerSection{};
+    unsigned __int64 m_gpuWaits = 0;
+    unsigned int m_contextCreations = 0; ///< attribute-based ones
+    OwnedObjects m_owned;
+
+    static ShaderSet m_gShaderSet;
+    static int m_gClassInitialized;
+    static HGLRC m_gMasterContext;           ///< shared with by every later attribute-based context
+    static HGLRC m_gCurrentRenderingContext; ///< the pair that the library made current last
+    static HDC m_gCurrentDeviceContext;
+    static OpenGLHardwareAcceleration m_gDefaultAcceleration;
+};
+
+} // namespace KTR
+
+#include "../pipeline/VertexBatchInline.h"

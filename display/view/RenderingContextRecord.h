@@ -1,0 +1,76 @@
+#pragma once
+
+#include "../pipeline/DrawGeometry.h"
+#include "../pipeline/ShaderData.h"
+#include "../platform/OrrinGLCement.h"
+#include "GLAttributes.h"
+#include "MatrixStack.h"
+#include "OpenGLMath.h"
+
+namespace KTR {
+
+/// The two contexts of a view; the value indexes the view's records.
+enum GLRenderingContextTypes : int {
+    GLContextMain = 0,   ///< OpenGL 4.x when the process uses it, otherwise fixed-function
+    GLContextLegacy = 1, ///< always fixed-function
+};
+
+/// Number of contexts of a view.
+inline constexpr int kContextTypes = 2;
+
+/// Which way a view looks at the model.
+enum GLViewOrientation : int {
+    GLViewOrientationTop = 0,
+};
+
+/// Everything that a view knows of one rendering context.
+struct GLRenderingContextRecord {
+    PIXELFORMATDESCRIPTOR pixelFormat{};
+    // The request that the pixel format answers.
+    bool drawToWindow = true;
+    bool hardwareAccelerated = false;
+    bool doubleBuffered = false;
+    bool depthBuffered = false;
+    bool stereo = false;
+    bool pixelFormatSet = false; ///< `window` has the format `pixelFormatNumber`
+    bool initialized = false;    ///< a context has been created
+    bool borrowedContext = false; ///< the rendering context belongs to somebody else and is not deleted here
+    bool releasesDeviceContext = true;
+    bool rasterFontReady = false;
+    bool batchOpen = false;
+    bool current = false; ///< made current by this view, and not deselected since
+    bool perspectiveSideView = false;
+    int pixelFormatNumber = 0;
+    HWND window = nullptr;
+    HDC deviceContext = nullptr;
+    HGLRC renderingContext = nullptr;
+    GLViewOrientation orientation = GLViewOrientationTop;
+    glm::dvec3 target{0.0};
+    glm::dvec3 eye{0.0, 0.0, 1.0};
+    glm::dvec3 up{0.0, 1.0, 0.0};
+    double coordinateOffsetX = 0.0;
+    double coordinateOffsetY = 0.0;
+    double viewVolume[4] = {};
+    COLORREF backgroundColor = 0;
+    GLAttributes attributes{};
+    int modelviewPushDepth = 0;
+    int projectionPushDepth = 0;
+    int attributePushDepth = 0;
+    int textMatrixPushDepth = 0;
+    bool clientVertexArray = false;
+    bool clientColorArray = false;
+    bool clientNormalArray = false;
+    bool clientTextureArray = false;
+    StackOfMatrices matrixStacks;
+    CircularAttributeStack attributeStack;
+    double textScale = 1.0;
+    COrrinGLCement* glCement = nullptr; ///< owned; the context's functions
+    COpenGLMath* math = nullptr;        ///< owned
+    /// The functions still have to be loaded, because the context could not be made current when it was created.
+    bool functionsPending = false;
+    GLShaderTypes currentShader = GLShaderUnknown; ///< the stock program that is bound
+    bool loopContinued = false;                    ///< the open line loop was split
+    GLDrawGeometry loopFirstVertex{};              ///< where the split line loop has to close
+};
+
+} // namespace KTR

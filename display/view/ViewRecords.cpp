@@ -1,0 +1,89 @@
+#include "OpenGLView.h"
+
+namespace KTR {
+
+bool COpenGLView::IsOpenGLInitialized() const {
+    return m_contexts[GLContextMain].initialized;
+}
+
+bool COpenGLView::IsCurrentGLRenderingContextNull(GLRenderingContextTypes type) const {
+    return m_contexts[type].renderingContext == nullptr;
+}
+
+bool COpenGLView::IsMyContextCurrent(GLRenderingContextTypes type) const {
+    return m_contexts[type].current;
+}
+
+bool COpenGLView::GetDoubleBufferSetting(GLRenderingContextTypes type) const {
+    return (m_contexts[type].pixelFormat.dwFlags & PFD_DOUBLEBUFFER) != 0;
+}
+
+bool COpenGLView::IsPerspectiveSideView() const {
+    return CurrentRecord().perspectiveSideView;
+}
+
+GLViewOrientation COpenGLView::GetCurrentViewOrientation() const {
+    return CurrentRecord().orientation;
+}
+
+void COpenGLView::GetWindowDimensions(int& width, int& height) const {
+    RECT client = {};
+    if (const HWND window = CurrentRecord().window) {
+        GetClientRect(window, &client);
+    }
+    width = client.right - client.left;
+    height = client.bottom - client.top;
+}
+
+void COpenGLView::SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point) {
+    m_contexts[type].target = point;
+    MathOf(type).SetTargetPoint(point);
+}
+
+void COpenGLView::SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point) {
+    m_contexts[type].eye = point;
+    MathOf(type).SetEyePoint(point);
+}
+
+void COpenGLView::SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector) {
+    m_contexts[type].up = vector;
+    MathOf(type).SetUpVector(vector);
+}
+
+void COpenGLView::SetCurrentCoordinateOffsets(double x, double y) {
+    CurrentRecord().coordinateOffsetX = x;
+    CurrentRecord().coordinateOffsetY = y;
+}
+
+void COpenGLView::GetCurrentCoordinateOffset(double& x, double& y) const {
+    x = CurrentRecord().coordinateOffsetX;
+    y = CurrentRecord().coordinateOffsetY;
+}
+
+void COpenGLView::SetTextScale(double scale) {
+    CurrentRecord().textScale = scale;
+}
+
+double COpenGLView::GetTextScale() const {
+    return CurrentRecord().textScale;
+}
+
+void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
+    m_contexts[type].attributes.light = GLLightParameters{};
+}
+
+const COrrinGLCement* COpenGLView::CurrentGL() const {
+    // A table that nothing was loaded into stays behind from the bootstrap until the context is created.
+    const COrrinGLCement* functions = CurrentRecord().glCement;
+    return functions && functions->ullFound != 0 ? functions : &InertGLCement();
+}
+
+COpenGLMath& COpenGLView::MathOf(GLRenderingContextTypes type) const {
+    // Only a record whose math could not be allocated shares this one: nothing that it shows can be right, but nothing
+    // crashes either.
+    static COpenGLMath shared;
+    COpenGLMath* math = m_contexts[type].math;
+    return math ? *math : shared;
+}
+
+} // namespace KTR
