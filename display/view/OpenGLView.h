@@ -330,36 +330,36 @@ public:
 
     // One vertex each. Coordinates are narrowed to 32-bit floats: subtract a local origin first where they are large. A
     // field that a member does not take keeps what the record held before.
-    void AddIndex2DVertexRGBA(double x, double y, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
-    void AddIndex3DVertexRGBA(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+    inline void AddIndex2DVertexRGBA(double x, double y, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    inline void AddIndex3DVertexRGBA(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
                               unsigned char a);
-    void AddIndex2DVertexCurrentColor(double x, double y, unsigned char alpha);
-    void AddIndex3DVertexCurrentColor(double x, double y, double z, unsigned char alpha);
-    void AddIndex2DVertexCurrentColorTexCoords(double x, double y, double s, double t, unsigned char alpha);
-    void AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t, unsigned char alpha);
-    void AddIndex2DVertexTexCoords(double x, double y, double s, double t);
-    void AddIndex3DVertexTexCoords(double x, double y, double z, double s, double t);
-    void AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz, unsigned char r,
+    inline void AddIndex2DVertexCurrentColor(double x, double y, unsigned char alpha);
+    inline void AddIndex3DVertexCurrentColor(double x, double y, double z, unsigned char alpha);
+    inline void AddIndex2DVertexCurrentColorTexCoords(double x, double y, double s, double t, unsigned char alpha);
+    inline void AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t, unsigned char alpha);
+    inline void AddIndex2DVertexTexCoords(double x, double y, double s, double t);
+    inline void AddIndex3DVertexTexCoords(double x, double y, double z, double s, double t);
+    inline void AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz, unsigned char r,
                                     unsigned char g, unsigned char b, unsigned char a);
-    void AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz, double s,
+    inline void AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz, double s,
                                             double t, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
     /// An index without a record, for records written by other means.
-    void AddDataIndex(unsigned int index);
+    inline void AddDataIndex(unsigned int index);
     /// Texture coordinates of the vertex that the next add writes.
-    void AddTextureDataCurrentIndex(double s, double t);
+    inline void AddTextureDataCurrentIndex(double s, double t);
     /// A triangle, never split between two draws. Positions are taken relative to (ox, oy, oz), in double precision.
-    void AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2, const GLRGBColor* c0,
+    inline void AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2, const GLRGBColor* c0,
                                       const GLRGBColor* c1, const GLRGBColor* c2, unsigned char alpha, double ox, double oy,
                                       double oz);
     /// A triangle at the records `index` to `index` + 2; the count stays as it is. Colours are multiplied by `shade` and
     /// truncated; above 255 they wrap. A triangle that does not fit into the arrays is left out.
-    void AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+    inline void AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
                                             const PointXYZ* normal, const GLRGBColor* c0, const GLRGBColor* c1,
                                             const GLRGBColor* c2, unsigned char alpha, double ox, double oy, double oz,
                                             double shade, int index);
     /// As above without colours; texture coordinates come from the unshifted points: s = (x - s0) × sScale,
     /// t = (y - t0) × tScale. Flushes first when `index` exceeds kBatchCapacity.
-    void AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+    inline void AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
                                               const PointXYZ* normal, double ox, double oy, double oz, double s0, double t0,
                                               double sScale, double tScale, int index);
 
@@ -458,9 +458,9 @@ private:
     void DrawBatch(int count);
     void DrawBatchFromRing(int start, int count);
 
-    GLDrawGeometry& NextBatchRecord();
-    GLDrawGeometry& BatchRecordAt(int index);
-    bool TriangleFits(int index) const;
+    inline GLDrawGeometry& NextBatchRecord();
+    inline GLDrawGeometry& BatchRecordAt(int index);
+    inline bool TriangleFits(int index) const;
 
     /// Settings that a copy takes over, beside the batch, the texture request and the strings.
     struct ScalarState {
