@@ -1,0 +1,81 @@
+#include "OpenFile.h"
+
+#include "FileError.h"
+#include "GeoJsonFile.h"
+#include "InputFile.h"
+#include "LasFile.h"
+#include "PlyFile.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <string_view>
+
+namespace OrrinViewer {
+
+namespace {
+
+FileKind KindOfContent(std::string_view beginning) {
+    if (beginning.starts_with("LASF")) {
+        return FileKind::Las;
+    }
+    if (beginning.starts_with("ply\n") || beginning.starts_with("ply\r")) {
+        return FileKind::Ply;
+    }
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (beginning.starts_with(byteOrderMark)) {
+        beginning.remove_prefix(byteOrderMark.size());
+    }
+    const std::size_t first = beginning.find_first_not_of(" \t\r\n");
+    return first != std::string_view::npos && beginning[first] == '{' ? FileKind::GeoJson : FileKind::Unknown;
+}
+
+FileKind KindOfName(const std::filesystem::path& path) {
+    std::u8string ending = path.extension().u8string();
+    for (char8_t& character : ending) {
+        if (character >= u8'A' && character <= u8'Z') {
+            character = static_cast<char8_t>(character - u8'A' + u8'a');
+        }
+    }
+    if (ending == u8".las" || ending == u8".laz") {
+        return FileKind::Las;
+    }
+    if (ending == u8".ply") {
+        return FileKind::Ply;
+    }
+    return ending == u8".geojson" || ending == u8".json" ? FileKind::GeoJson : FileKind::Unknown;
+}
+
+} // namespace
+
+FileKind DetectKind(const std::filesystem::path& path) {
+    CInputFile file(path);
+    std::string beginning(static_cast<std::size_t>(std::min<std::uint64_t>(256, file.Size())), '\0');
+    file.Read({reinterpret_cast<std::uint8_t*>(beginning.data()), beginning.size()});
+    const FileKind kind = KindOfContent(beginning);
+    return kind != FileKind::Unknown ? kind : KindOfName(path);
+}
+
+PointCloud OpenPointCloud(const std::filesystem::path& path) {
+    try {
+        switch (DetectKind(path)) {
+        case FileKind::Las:
+            return ReadLasFile(path);
+        case FileKind::Ply:
+            return ReadPlyFile(path);
+        default:
+            throw FileError(path, "is not a point cloud; LAS and PLY files are known");
+        }
+    } catch (const std::bad_alloc&) {
+        throw FileError(path, "there is not enough memory for its points");
+    }
+}
+
+VectorLayer OpenVectorLayer(const std::filesystem::path& path) {
+    if (DetectKind(path) != FileKind::GeoJson) {
+        throw FileError(path, "is not a layer of vectors; GeoJSON files are known");
+    }
+    return ReadGeoJsonFile(path);
+}
+
+} // namespace OrrinViewer
