@@ -1,0 +1,59 @@
+#include "MapNavigator.h"
+
+#include <algorithm>
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr double g_marginFactor = 1.08;
+constexpr double g_smallestUnitsPerPixel = 1e-6;
+constexpr double g_largestUnitsPerPixel = 1e6;
+
+} // namespace
+
+void MapNavigator::Resize(int widthPixels, int heightPixels) {
+    m_width = std::max(widthPixels, 1);
+    m_height = std::max(heightPixels, 1);
+}
+
+void MapNavigator::Fit(const Extent& extent) {
+    if (extent.IsEmpty()) {
+        return;
+    }
+    const Position center = extent.Center();
+    m_centerX = center.x;
+    m_centerY = center.y;
+    const double forWidth = (extent.high.x - extent.low.x) / m_width;
+    const double forHeight = (extent.high.y - extent.low.y) / m_height;
+    const double needed = std::max(forWidth, forHeight) * g_marginFactor;
+    // A single position has no size to fit; any scale shows it.
+    m_unitsPerPixel = needed > 0.0 ? std::clamp(needed, g_smallestUnitsPerPixel, g_largestUnitsPerPixel) : 1.0;
+}
+
+void MapNavigator::Pan(double rightPixels, double downPixels) {
+    m_centerX -= rightPixels * m_unitsPerPixel;
+    m_centerY += downPixels * m_unitsPerPixel;
+}
+
+void MapNavigator::Zoom(double factor, double xPixels, double yPixels) {
+    const Position before = PositionAt(xPixels, yPixels);
+    m_unitsPerPixel = std::clamp(m_unitsPerPixel / factor, g_smallestUnitsPerPixel, g_largestUnitsPerPixel);
+    const Position after = PositionAt(xPixels, yPixels);
+    m_centerX += before.x - after.x;
+    m_centerY += before.y - after.y;
+}
+
+Position MapNavigator::PositionAt(double xPixels, double yPixels) const {
+    return {m_centerX + (xPixels - m_width * 0.5) * m_unitsPerPixel,
+            m_centerY - (yPixels - m_height * 0.5) * m_unitsPerPixel, 0.0};
+}
+
+Extent MapNavigator::VisibleArea() const {
+    Extent area;
+    area.Include(PositionAt(0.0, 0.0));
+    area.Include(PositionAt(m_width, m_height));
+    return area;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,167 @@
+#include "Scene.h"
+
+#include "OpenFile.h"
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr COLORREF g_background = RGB(20, 24, 30);
+constexpr Rgb g_outline{255, 176, 64};
+constexpr float g_outlineWidthPixels = 1.0F;
+constexpr float g_symbolSizePixels = 5.0F;
+
+} // namespace
+
+void Scene::Load(const std::vector<std::filesystem::path>& files, std::optional<ColorMode> colorMode) {
+    for (const std::filesystem::path& file : files) {
+        if (DetectKind(file) == FileKind::GeoJson) {
+            m_layers.push_back(OpenVectorLayer(file));
+            m_extent.Include(m_layers.back().extent);
+        } else {
+            m_clouds.push_back({OpenPointCloud(file), {}});
+            m_extent.Include(m_clouds.back().cloud.extent);
+        }
+    }
+    m_origin = m_extent.Center();
+    if (!m_clouds.empty()) {
+        m_colorMode = colorMode.value_or(ChooseColorMode(m_clouds.front().cloud));
+    }
+    ColorAllClouds();
+}
+
+std::size_t Scene::CountPoints() const {
+    std::size_t count = 0;
+    for (const ColoredCloud& colored : m_clouds) {
+        count += colored.cloud.Count();
+    }
+    return count;
+}
+
+std::size_t Scene::CountFeatures() const {
+    std::size_t count = 0;
+    for (const VectorLayer& layer : m_layers) {
+        count += layer.features.size();
+    }
+    return count;
+}
+
+const char* Scene::SwitchColors() {
+    switch (m_colorMode) {
+    case ColorMode::Recorded:
+        m_colorMode = ColorMode::Elevation;
+        break;
+    case ColorMode::Elevation:
+        m_colorMode = ColorMode::Class;
+        break;
+    case ColorMode::Class:
+        m_colorMode = ColorMode::Intensity;
+        break;
+    case ColorMode::Intensity:
+        m_colorMode = ColorMode::Recorded;
+        break;
+    }
+    ColorAllClouds();
+    return NameOfColors();
+}
+
+const char* Scene::NameOfColors() const {
+    switch (m_colorMode) {
+    case ColorMode::Recorded:
+        return "recorded colours";
+    case ColorMode::Elevation:
+        return "elevation";
+    case ColorMode::Class:
+        return "class";
+    case ColorMode::Intensity:
+        return "intensity";
+    }
+    return "";
+}
+
+void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) const {
+    view.SetBackgroundColor(g_background, true);
+    SetUpCamera(view, navigator);
+
+    // Seen from above, what is higher hides what is lower.
+    view.Enable(GL_DEPTH_TEST);
+    for (const ColoredCloud& colored : m_clouds) {
+        DrawCloud(view, colored);
+    }
+    // Outlines lie on top of everything, whatever their elevation.
+    view.Disable(GL_DEPTH_TEST);
+    for (const VectorLayer& layer : m_layers) {
+        DrawLayer(view, layer);
+    }
+}
+
+void Scene::ColorAllClouds() {
+    for (ColoredCloud& colored : m_clouds) {
+        colored.colors = ColorPoints(colored.cloud, m_colorMode);
+    }
+}
+
+/// A parallel projection from above onto the visible area. Everything is relative to the origin, and stays in double
+/// precision until the library hands the product of the matrices to OpenGL.
+void Scene::SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const {
+    const Extent area = navigator.VisibleArea();
+    const double heightRange = m_extent.IsEmpty() ? 0.0 : m_extent.high.z - m_extent.low.z;
+    const double depth = heightRange + 1.0;
+    view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
+    view.MatrixMode(GL_PROJECTION);
+    view.Ortho(area.low.x - m_origin.x, area.high.x - m_origin.x, area.low.y - m_origin.y, area.high.y - m_origin.y,
+               -depth, depth);
+    view.MatrixMode(GL_MODELVIEW);
+    view.LoadIdentity();
+}
+
+void Scene::DrawCloud(KTR::COpenGLView& view, const ColoredCloud& colored) const {
+    view.PointSize(static_cast<float>(m_pointSizePixels));
+    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
+    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
+    for (std::size_t index = 0; index < colored.cloud.Count(); ++index) {
+        const Position& position = colored.cloud.positions[index];
+        const Rgb& color = colored.colors[index];
+        view.AddIndex3DVertexRGBA(position.x - m_origin.x, position.y - m_origin.y, position.z - m_origin.z, color.red,
+                                  color.green, color.blue, 255);
+    }
+    view.EndArraysAndDisableClientState();
+}
+
+void Scene::DrawLayer(KTR::COpenGLView& view, const VectorLayer& layer) const {
+    view.LineWidth(g_outlineWidthPixels);
+    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
+    for (const VectorFeature& feature : layer.features) {
+        for (const Path& line : feature.lines) {
+            DrawPath(view, line, GL_LINE_STRIP);
+        }
+        for (const Polygon& polygon : feature.polygons) {
+            for (const Path& ring : polygon.rings) {
+                DrawPath(view, ring, GL_LINE_LOOP);
+            }
+        }
+    }
+    view.DisableClientState();
+
+    view.PointSize(g_symbolSizePixels);
+    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
+    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
+    for (const VectorFeature& feature : layer.features) {
+        for (const Position& point : feature.points) {
+            view.AddIndex2DVertexRGBA(point.x - m_origin.x, point.y - m_origin.y, g_outline.red, g_outline.green,
+                                      g_outline.blue, 255);
+        }
+    }
+    view.EndArraysAndDisableClientState();
+}
+
+void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const {
+    view.BeginArrays(mode, KTR::GLShaderLine);
+    for (const Position& position : path) {
+        view.AddIndex2DVertexRGBA(position.x - m_origin.x, position.y - m_origin.y, g_outline.red, g_outline.green,
+                                  g_outline.blue, 255);
+    }
+    view.EndArrays();
+}
+
+} // namespace OrrinViewer

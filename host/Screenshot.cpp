@@ -1,0 +1,45 @@
+#include "Screenshot.h"
+
+#include "FileError.h"
+
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#define STBI_WRITE_NO_STDIO
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+#pragma GCC diagnostic ignored "-Wshadow"
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+#endif
+#include <stb/stb_image_write.h>
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+#include <fstream>
+#include <vector>
+
+namespace OrrinViewer {
+
+void SaveScreenshot(KTR::COpenGLView& view, int widthPixels, int heightPixels, const std::filesystem::path& path) {
+    constexpr int channels = 3;
+    const int rowBytes = widthPixels * channels;
+    std::vector<unsigned char> pixels(static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(heightPixels));
+    view.ReadBuffer(GL_BACK);
+    view.PixelStore(GL_PACK_ALIGNMENT, 1);
+    view.ReadPixels(0, 0, widthPixels, heightPixels, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
+
+    std::ofstream file(path, std::ios::binary);
+    const auto write = [](void* context, void* data, int size) {
+        static_cast<std::ofstream*>(context)->write(static_cast<const char*>(data), size);
+    };
+    // OpenGL's rows come from the bottom up.
+    const unsigned char* topRow = pixels.data() + static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(heightPixels - 1);
+    const bool encoded = file && stbi_write_png_to_func(write, &file, widthPixels, heightPixels, channels, topRow, -rowBytes);
+    file.close();
+    if (!encoded || !file) {
+        throw FileError(path, "the screenshot could not be written");
+    }
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,65 @@
+#include "ViewerOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <map>
+
+namespace OrrinViewer {
+
+namespace {
+
+std::filesystem::path PathFromUtf8(const std::string& text) {
+    return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+} // namespace
+
+ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
+    ParsedCommandLine result;
+    ViewerOptions& options = result.options;
+    std::vector<std::string> files;
+    std::string screenshot;
+    ColorMode colorMode = ColorMode::Recorded;
+
+    CLI::App app("Shows point clouds (LAS, PLY) and vector outlines (GeoJSON), north up.", "OrrinViewer");
+    app.footer("Mouse: wheel zooms, dragging pans. Keys: C switches the colouring, + and - the point size, Home shows "
+               "everything, Esc ends.");
+    app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
+    app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
+            {"auto", Pipeline::Automatic}, {"legacy", Pipeline::Legacy}, {"gl4", Pipeline::OpenGL4}}));
+    const CLI::Option* colorOption =
+        app.add_option("--color", colorMode, "recorded, elevation, class or intensity")
+            ->transform(CLI::CheckedTransformer(std::map<std::string, ColorMode>{{"recorded", ColorMode::Recorded},
+                                                                                 {"elevation", ColorMode::Elevation},
+                                                                                 {"class", ColorMode::Class},
+                                                                                 {"intensity", ColorMode::Intensity}}));
+    app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels")->check(CLI::Range(1.0, 64.0));
+    app.add_option("--width", options.widthPixels, "Width of the window in pixels")->check(CLI::Range(64, 8192));
+    app.add_option("--height", options.heightPixels, "Height of the window in pixels")->check(CLI::Range(64, 8192));
+    app.add_option("--frames", options.frames, "Ends after so many frames")->check(CLI::Range(1, 1'000'000));
+    app.add_option("--screenshot", screenshot, "Saves the last frame as a PNG file and ends");
+
+    // The parser takes the arguments from the back.
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::ParseError& error) {
+        result.exitCode = app.exit(error);
+        return result;
+    }
+    for (const std::string& file : files) {
+        options.files.push_back(PathFromUtf8(file));
+    }
+    if (colorOption->count() > 0) {
+        options.colorMode = colorMode;
+    }
+    if (!screenshot.empty()) {
+        options.screenshot = PathFromUtf8(screenshot);
+        options.frames = std::max(options.frames, 1);
+    }
+    return result;
+}
+
+} // namespace OrrinViewer

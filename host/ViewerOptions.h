@@ -1,0 +1,39 @@
+#pragma once
+
+#include "SceneColors.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+
+enum class Pipeline {
+    Automatic, ///< what the library's policy chooses for the driver
+    Legacy,
+    OpenGL4,
+};
+
+/// What the command line asks for.
+struct ViewerOptions {
+    std::vector<std::filesystem::path> files;
+    Pipeline pipeline = Pipeline::Automatic;
+    std::optional<ColorMode> colorMode; ///< not set: what suits the cloud
+    double pointSizePixels = 2.0;
+    int widthPixels = 1200;
+    int heightPixels = 800;
+    int frames = 0; ///< 0: until the window is closed
+    std::filesystem::path screenshot;
+};
+
+/// The outcome of reading a command line: options, or an exit code after help or an error was printed.
+struct ParsedCommandLine {
+    ViewerOptions options;
+    std::optional<int> exitCode;
+};
+
+/// Reads the arguments (UTF-8, without the program's name).
+ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments);
+
+} // namespace OrrinViewer

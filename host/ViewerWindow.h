@@ -1,0 +1,47 @@
+#pragma once
+
+#include "MapNavigator.h"
+#include "Scene.h"
+#include "ViewerOptions.h"
+
+#include <OrrinDisplay.h>
+
+#include <memory>
+#include <string>
+
+namespace OrrinViewer {
+
+/// The program's window: it owns the view, feeds it the scene and turns mouse and keys into navigation.
+class ViewerWindow {
+public:
+    explicit ViewerWindow(Scene& scene) : m_scene(scene) {}
+    ~ViewerWindow();
+    ViewerWindow(const ViewerWindow&) = delete;
+    ViewerWindow& operator=(const ViewerWindow&) = delete;
+
+    /// Opens the window and makes it ready to draw; false when there is no OpenGL to draw with.
+    bool Open(const ViewerOptions& options);
+
+    /// Runs until the window is closed, or until the options' number of frames is drawn. Throws FileError when the
+    /// screenshot cannot be written.
+    void Run(const ViewerOptions& options);
+
+private:
+    static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    void HandleKey(WPARAM key);
+    void HandleWheel(WPARAM wParam, LPARAM lParam);
+    void DrawFrame();
+    void Redraw() const { InvalidateRect(m_window, nullptr, FALSE); }
+    void UpdateTitle() const;
+
+    Scene& m_scene;
+    MapNavigator m_navigator;
+    std::unique_ptr<KTR::COpenGLView> m_view;
+    HWND m_window = nullptr;
+    bool m_ready = false;
+    bool m_dragging = false;
+    POINT m_dragPosition{};
+};
+
+} // namespace OrrinViewer
