@@ -6,7 +6,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr COLORREF g_background = RGB(20, 24, 30);
+constexpr COLORREF g_background = RGB(74, 82, 94); // neither black nor white points vanish on it
 constexpr Rgb g_outline{255, 176, 64};
 constexpr float g_outlineWidthPixels = 1.0F;
 constexpr float g_symbolSizePixels = 5.0F;

@@ -1,0 +1,19 @@
+#version 440 core
+
+// Two-colour bitmaps, tinted by one colour for the whole batch.
+//
+// Inputs:   position in model coordinates, texture coordinate.
+// Outputs:  textureCoordinate, interpolated to the fragment stage.
+// Uniforms: ProjectionTimesModelviewMatrix, model to clip coordinates.
+
+layout(location = 0) in vec3 in_position;
+layout(location = 2) in vec2 in_texture;
+
+uniform mat4 ProjectionTimesModelviewMatrix;
+
+out vec2 textureCoordinate;
+
+void main() {
+    gl_Position = ProjectionTimesModelviewMatrix * vec4(in_position, 1.0);
+    textureCoordinate = in_texture;
+}
