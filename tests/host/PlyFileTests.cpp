@@ -34,9 +34,8 @@ void PutAs(CBytes& bytes, const std::string& type, int value) {
     }
 }
 
-/// One vertex with every kind of list around it: lists in an element before, in the vertex itself, and an element
-/// after. Coordinates stand out of order and have the given type; they are 3, -2 (2 where the type has no sign) and
-/// 100.
+/// One vertex with lists everywhere: in an element before it, in the vertex itself, and in an element after it. Its
+/// coordinates stand out of order and have the given type; they are 3, y and 100.
 std::string BuildBinaryPly(bool bigEndian, const std::string& type, int y) {
     CBytes bytes(bigEndian);
     bytes.PutText(std::string("ply\r\nformat binary_") + (bigEndian ? "big" : "little") + "_endian 1.0\r\n");
@@ -172,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(
         PlyDamage{"type", AsciiPly("element vertex 1\nproperty quad x\n", ""), "line 4: unknown type 'quad'"},
         PlyDamage{"count", AsciiPly("element vertex -1\n", ""), "'-1' is not a number of elements"},
         PlyDamage{"garbageInHeader", "ply\nformat ascii 1.0\n\x01\x7F\xFF\n", "unknown header line '?"},
-        PlyDamage{"loosePoperty", AsciiPly("property float x\n", ""), "without an element"},
+        PlyDamage{"looseProperty", AsciiPly("property float x\n", ""), "without an element"},
         PlyDamage{"noVertices", AsciiPly("element face 0\nproperty list uchar int v\n", ""), "no vertices"},
         PlyDamage{"noHeight", AsciiPly("element vertex 0\nproperty float x\nproperty float y\n", ""), "lack x, y or z"},
         PlyDamage{"fractionalCount", AsciiPly("element face 1\nproperty list float int v\n", ""),
