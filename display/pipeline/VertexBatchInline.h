@@ -109,16 +109,17 @@ inline void COpenGLView::AddIndex3DVertexTexCoords(double x, double y, double z,
 }
 
 inline void COpenGLView::AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz,
-                                                    unsigned char r, unsigned char g, unsigned char b, unsigned char a) {
+                                                    unsigned char r, unsigned char g, unsigned char b,
+                                                    unsigned char a) {
     GLDrawGeometry& record = NextBatchRecord();
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreNormal(record, nx, ny, nz);
     BatchDetail::StoreColor(record, r, g, b, a);
 }
 
-inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz,
-                                                            double s, double t, unsigned char r, unsigned char g,
-                                                            unsigned char b, unsigned char a) {
+inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny,
+                                                            double nz, double s, double t, unsigned char r,
+                                                            unsigned char g, unsigned char b, unsigned char a) {
     GLDrawGeometry& record = NextBatchRecord();
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreNormal(record, nx, ny, nz);
@@ -181,10 +182,10 @@ inline void COpenGLView::AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, 
     }
 }
 
-inline void COpenGLView::AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
-                                                              const PointXYZ* normal, double ox, double oy, double oz,
-                                                              double s0, double t0, double sScale, double tScale,
-                                                              int index) {
+inline void COpenGLView::AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1,
+                                                              const PointXYZ* p2, const PointXYZ* normal, double ox,
+                                                              double oy, double oz, double s0, double t0, double sScale,
+                                                              double tScale, int index) {
     if (index > kBatchCapacity) {
         FlushArrays();
     }

@@ -63,8 +63,8 @@ int COpenGLView::CreateContext(HDC deviceContext, bool drawToWindow, GLRendering
 
     int result = 0;
     if (m_gsOpenGLVersionData.bAdvancedPixelFormat && acceleration != AccelerationSoftware) {
-        result = SetupAdvancedPixelFormatForOpenGL(deviceContext, type, drawToWindow, deviceColorBits, hardware, hardware,
-                                                   false);
+        result = SetupAdvancedPixelFormatForOpenGL(deviceContext, type, drawToWindow, deviceColorBits, hardware,
+                                                   hardware, false);
         if (result != 1) {
             return result;
         }
@@ -354,8 +354,8 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
                               WGL_CONTEXT_PROFILE_MASK_ARB,
                               WGL_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB,
                               0};
-    // The master's handle outlives its context. Where the context is gone, any other of its group hands the shared objects
-    // on; where all are gone, the next main context starts a new group as its master.
+    // The master's handle outlives its context. Where the context is gone, any other of its group hands the shared
+    // objects on; where all are gone, the next main context starts a new group as its master.
     const bool masterLives = ShareGroup::Contains(m_gMasterContext);
     const long number = InterlockedIncrement(&m_gContextCount);
     const HGLRC context = m_gfn_wglCreateContextAttribsARB(
