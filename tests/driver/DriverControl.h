@@ -119,7 +119,7 @@ public:
     void StartJournal() { m_driver->StartJournal(); }
     /// Stops recording; what was recorded stays readable.
     void StopJournal() { m_driver->StopJournal(); }
-    /// Records these functions only, until Reset; a name that ends in * stands for all that begin so.
+    /// Records these functions only, until Reset; a * in a name stands for any text.
     void JournalOnly(const std::vector<std::string>& patterns) {
         std::vector<const char*> texts;
         for (const std::string& pattern : patterns) {
@@ -182,6 +182,7 @@ public:
     void AnswerLegacyNames(bool on) { m_driver->AnswerLegacyNames(on); }
     /// Lets calls fail without reaching the system's driver: `count` of them, beginning with the nth from now. They
     /// return 0, null, FALSE or what the function has for a failure, and leave `lastError` to GetLastError.
+    /// More than one such request may stand for a function; a count of 0 takes all of them back.
     void FailCall(const std::string& function, std::uint32_t nth = 1, std::uint32_t count = 1,
                   std::uint32_t lastError = 0) {
         Check(m_driver->FailCall(function.c_str(), nth, count, lastError), function);

@@ -72,6 +72,10 @@ void ClearGeneratedNames(const Call& call) {
 void AddFault(unsigned index, std::uint32_t nth, std::uint32_t count, std::uint64_t value,
               std::optional<std::uint32_t> lastError) {
     const StateLock lock;
+    if (count == 0) {
+        g_faults.erase(index);
+        return;
+    }
     const std::uint64_t first = CallsSinceLoading(index) + (nth == 0 ? 1 : nth);
     g_faults[index].push_back({first, first + count, value, lastError});
     g_hasFaults[index] = true;

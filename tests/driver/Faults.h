@@ -4,7 +4,8 @@
 
 namespace StandInDriver {
 
-/// Lets calls fail: `count` of them, beginning with the nth from now.
+/// Lets calls fail: `count` of them, beginning with the nth from now; a count of 0 takes back all
+/// that was asked of this function.
 void AddFailure(unsigned index, std::uint32_t nth, std::uint32_t count, std::uint32_t lastError);
 /// Lets calls return a value without reaching the system's driver.
 void AddReturnValue(unsigned index, std::uint32_t nth, std::uint32_t count, std::uint64_t value);

@@ -18,8 +18,15 @@ std::deque<JournalEntry> g_entries;
 bool g_filtered = false;
 bool g_wanted[kFunctionCount] = {};
 
+/// A * stands for any text, also none.
 bool Fits(std::string_view name, std::string_view pattern) {
-    return pattern.ends_with('*') ? name.starts_with(pattern.substr(0, pattern.size() - 1)) : name == pattern;
+    if (pattern.empty()) {
+        return name.empty();
+    }
+    if (pattern.front() == '*') {
+        return Fits(name, pattern.substr(1)) || (!name.empty() && Fits(name.substr(1), pattern));
+    }
+    return !name.empty() && name.front() == pattern.front() && Fits(name.substr(1), pattern.substr(1));
 }
 
 } // namespace

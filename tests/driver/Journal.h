@@ -31,7 +31,7 @@ void StopJournal();
 void ClearJournal();
 bool IsJournalOn();
 
-/// Restricts the journal to functions; one that ends in * stands for all that begin so. False when nothing fits one.
+/// Restricts the journal to functions; a * in one stands for any text. False when nothing fits one.
 bool SetJournalFilter(const char* const* patterns, std::uint32_t count);
 void ClearJournalFilter();
 
