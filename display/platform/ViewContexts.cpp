@@ -131,6 +131,10 @@ int COpenGLView::CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GL
     if (acceleration == AccelerationSoftware) {
         ForceSoftwareRendering(true);
     }
+    if (const int current = GetPixelFormat(deviceContext)) {
+        // A window keeps the format it once got; every other would only be refused.
+        return SetUpLegacyContext(deviceContext, current, type);
+    }
     const PIXELFORMATDESCRIPTOR request = PixelFormatRequest(drawToWindow, deviceColorBits, 24);
     const int chosen = ChoosePixelFormat(deviceContext, &request);
     if (SetPixelFormat(deviceContext, chosen, &request)) {

@@ -10,7 +10,8 @@
 /// of the driver or on a context that it leaves behind.
 class RecordedTest : public FreshProcessTest {
 protected:
-    void TearDown() override {
+    /// The judging comes last, when the test's own views are gone.
+    ~RecordedTest() override {
         std::string rules;
         for (const std::string& violation : driver.Violations()) {
             rules += violation + "\n";
