@@ -12,7 +12,7 @@ else
 fi
 
 export WINEPREFIX=$root/build/wine WINEDEBUG=-all LIBGL_ALWAYS_SOFTWARE=1
-export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe=${ORRIN_DLL_OVERRIDES:+;$ORRIN_DLL_OVERRIDES}"
+export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe,winedbg.exe=${ORRIN_DLL_OVERRIDES:+;$ORRIN_DLL_OVERRIDES}"
 # File names reach the program whole only when Wine reads them as UTF-8, which a bare machine's locale is not.
 export LC_ALL=C.UTF-8
 WINEPATH=$(printf '%s' "Z:$root/build/deps/bin" | sed 's#/#\\#g')
