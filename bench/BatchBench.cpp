@@ -44,10 +44,6 @@ const std::vector<Input>& Inputs() {
     return inputs;
 }
 
-const Input& InputAt(int index) {
-    return Inputs().data()[index & (kInputs - 1)];
-}
-
 /// A view whose main context is current, kept for all benchmarks.
 COpenGLView& View() {
     static TestWindow window(256, 256);
@@ -159,11 +155,12 @@ void Add3DTriangleVertexRGBA(benchmark::State& state) {
     const GLRGBColor color{10, 20, 30};
     view.EnableClientStateInternalBuffers(true, false, true, false, GLShaderColorPassThrough);
     for (auto _ : state) {
+        const Input* inputs = Inputs().data();
         view.BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
         for (int index = 0; index + 3 <= kVertices; index += 3) {
-            view.AddIndex3DTriangleVertexRGBA(&InputAt(index).position, &InputAt(index + 1).position,
-                                              &InputAt(index + 2).position, &color, &color, &color, 255, 100.0, 200.0,
-                                              0.0);
+            view.AddIndex3DTriangleVertexRGBA(
+                &inputs[index & (kInputs - 1)].position, &inputs[(index + 1) & (kInputs - 1)].position,
+                &inputs[(index + 2) & (kInputs - 1)].position, &color, &color, &color, 255, 100.0, 200.0, 0.0);
         }
         view.EndArrays();
     }

@@ -61,14 +61,18 @@ inline unsigned char Shade(unsigned char channel, double shade) {
 
 } // namespace BatchDetail
 
-/// The record of the next vertex, its index written and counted. A batch flushes when an add finds it beyond capacity.
-inline GLDrawGeometry& COpenGLView::NextBatchRecord() {
+/// The slot of the next vertex. A batch flushes when an add finds it beyond capacity.
+inline int COpenGLView::NextBatchSlot() {
     if (m_batch.batchVertexCount > kBatchCapacity) {
         FlushArrays();
     }
-    const int slot = m_batch.batchVertexCount;
-    m_batch.batchVertexCount = slot + 1;
-    return BatchRecordAt(slot);
+    return m_batch.batchVertexCount;
+}
+
+/// Counts the vertices before `slot`. The last store of every add: nothing that the compiler must take for a change of
+/// the count comes between it and the next add's load, so that the count stays in a register of the host's loop.
+inline void COpenGLView::CountBatchVertices(int slot) {
+    m_batch.batchVertexCount = slot;
 }
 
 /// The record at `slot`, with the index array the identity there.
@@ -88,9 +92,11 @@ inline void COpenGLView::AddIndex2DVertexRGBA(double x, double y, unsigned char 
 
 inline void COpenGLView::AddIndex3DVertexRGBA(double x, double y, double z, unsigned char r, unsigned char g,
                                               unsigned char b, unsigned char a) {
-    GLDrawGeometry& record = NextBatchRecord();
+    const int slot = NextBatchSlot();
+    GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreColor(record, r, g, b, a);
+    CountBatchVertices(slot + 1);
 }
 
 inline void COpenGLView::AddIndex2DVertexCurrentColor(double x, double y, unsigned char alpha) {
@@ -98,9 +104,11 @@ inline void COpenGLView::AddIndex2DVertexCurrentColor(double x, double y, unsign
 }
 
 inline void COpenGLView::AddIndex3DVertexCurrentColor(double x, double y, double z, unsigned char alpha) {
-    GLDrawGeometry& record = NextBatchRecord();
+    const int slot = NextBatchSlot();
+    GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
+    CountBatchVertices(slot + 1);
 }
 
 inline void COpenGLView::AddIndex2DVertexCurrentColorTexCoords(double x, double y, double s, double t,
@@ -110,10 +118,12 @@ inline void COpenGLView::AddIndex2DVertexCurrentColorTexCoords(double x, double 
 
 inline void COpenGLView::AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t,
                                                                unsigned char alpha) {
-    GLDrawGeometry& record = NextBatchRecord();
+    const int slot = NextBatchSlot();
+    GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreTexCoords(record, s, t);
     BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
+    CountBatchVertices(slot + 1);
 }
 
 inline void COpenGLView::AddIndex2DVertexTexCoords(double x, double y, double s, double t) {
@@ -121,52 +131,51 @@ inline void COpenGLView::AddIndex2DVertexTexCoords(double x, double y, double s,
 }
 
 inline void COpenGLView::AddIndex3DVertexTexCoords(double x, double y, double z, double s, double t) {
-    GLDrawGeometry& record = NextBatchRecord();
+    const int slot = NextBatchSlot();
+    GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreTexCoords(record, s, t);
+    CountBatchVertices(slot + 1);
 }
 
 inline void COpenGLView::AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz,
                                                     unsigned char r, unsigned char g, unsigned char b,
                                                     unsigned char a) {
-    GLDrawGeometry& record = NextBatchRecord();
+    const int slot = NextBatchSlot();
+    GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreNormal(record, nx, ny, nz);
     BatchDetail::StoreColor(record, r, g, b, a);
+    CountBatchVertices(slot + 1);
 }
 
 inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny,
                                                             double nz, double s, double t, unsigned char r,
                                                             unsigned char g, unsigned char b, unsigned char a) {
-    GLDrawGeometry& record = NextBatchRecord();
+    const int slot = NextBatchSlot();
+    GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreNormal(record, nx, ny, nz);
     BatchDetail::StoreTexCoords(record, s, t);
     BatchDetail::StoreColor(record, r, g, b, a);
+    CountBatchVertices(slot + 1);
 }
 
 inline void COpenGLView::AddDataIndex(unsigned int index) {
-    if (m_batch.batchVertexCount > kBatchCapacity) {
-        FlushArrays();
-    }
-    m_batch.batchIndexPointer[m_batch.batchVertexCount++] = index;
+    const int slot = NextBatchSlot();
+    m_batch.batchIndexPointer[slot] = index;
+    CountBatchVertices(slot + 1);
 }
 
 inline void COpenGLView::AddTextureDataCurrentIndex(double s, double t) {
-    if (m_batch.batchVertexCount > kBatchCapacity) {
-        FlushArrays();
-    }
-    BatchDetail::StoreTexCoords(m_batch.batchVertexPointer[m_batch.batchVertexCount], s, t);
+    BatchDetail::StoreTexCoords(m_batch.batchVertexPointer[NextBatchSlot()], s, t);
 }
 
 inline void COpenGLView::AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
                                                       const GLRGBColor* c0, const GLRGBColor* c1, const GLRGBColor* c2,
                                                       unsigned char alpha, double ox, double oy, double oz) {
     // The two spare records behind the capacity take the rest of a triangle that starts at the last one.
-    if (m_batch.batchVertexCount > kBatchCapacity) {
-        FlushArrays();
-    }
-    const int first = m_batch.batchVertexCount;
+    const int first = NextBatchSlot();
     const auto storeCorner = [&](int slot, const PointXYZ& point, const GLRGBColor& color) {
         GLDrawGeometry& record = BatchRecordAt(slot);
         BatchDetail::StoreRelative(record, point, ox, oy, oz);
@@ -175,7 +184,7 @@ inline void COpenGLView::AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const 
     storeCorner(first, *p0, *c0);
     storeCorner(first + 1, *p1, *c1);
     storeCorner(first + 2, *p2, *c2);
-    m_batch.batchVertexCount = first + 3;
+    CountBatchVertices(first + 3);
 }
 
 inline void COpenGLView::AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,

@@ -467,7 +467,8 @@ private:
     void DrawBatch(int count);
     void DrawBatchFromRing(int start, int count);
 
-    inline GLDrawGeometry& NextBatchRecord();
+    inline int NextBatchSlot();
+    inline void CountBatchVertices(int slot);
     inline GLDrawGeometry& BatchRecordAt(int index);
     inline bool TriangleFits(int index) const;
 

@@ -44,8 +44,8 @@ void COpenGLView::CopyCurrentGLMMatrixToOpenGL() {
     }
     const COrrinGLCement* gl = CurrentGL();
     if (CurrentRecord().attributes.matrixMode == GL_COLOR) {
-        // NOTE: most drivers have no colour matrix. They refuse the mode and stay in the one before, whose matrix must not
-        // be overwritten.
+        // NOTE: most drivers have no colour matrix. They refuse the mode and stay in the one before, whose matrix must
+        // not be overwritten.
         GLint mode = 0;
         gl->glGetIntegerv(GL_MATRIX_MODE, &mode);
         if (mode != GL_COLOR) {
