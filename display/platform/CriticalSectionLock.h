@@ -1,9 +1,6 @@
 #pragma once
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include <afxwin.h>
 
 namespace KTR {
 

@@ -2,10 +2,7 @@
 // OpenGL's C types. The system header stops at OpenGL 1.1; the later types are declared here just as the registry has
 // them, so that a host that also includes a newer header sees identical declarations.
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include <afxwin.h>
 
 #include <GL/gl.h>
 

@@ -2,10 +2,7 @@
 
 #include "../Export.h"
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include <afxwin.h>
 
 #include <array>
 

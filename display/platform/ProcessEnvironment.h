@@ -2,14 +2,9 @@
 
 #include "../Export.h"
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include <afxwin.h>
 
 #include <tlhelp32.h>
-
-#include <afx.h>
 
 namespace KTR {
 

@@ -1,9 +1,6 @@
 #include "FontManager.h"
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include <afxwin.h>
 
 #include <algorithm>
 #include <cmath>

@@ -73,6 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
         FormatFault{"attributes_refused", {{"wglCreateContextAttribsARB", 1}}, false, true, L""},
         FormatFault{
             "all_contexts_refused", {{"wglCreateContextAttribsARB", 5}, {"wglCreateContext", 5}}, false, false, L""},
+        FormatFault{"no_formats", {}, true, false, L"wglChoosePixelFormatARB Search Failed:  Draw To Window: 1  hdc: "},
         FormatFault{"selection_refused_once", {{"wglMakeCurrent", 1}}, false, true, L""}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
@@ -114,6 +115,39 @@ TEST_F(Contexts, WindowKeepsItsFormatAndIsNotAskedTwice) {
               1);
     EXPECT_EQ(driver.CallCount("wglChoosePixelFormatARB"), before);
     EXPECT_EQ(live->CheckDCPixelFormat(live.window.DeviceContext(), GLContextMain), 1);
+}
+
+TEST_F(Contexts, BestOfEqualFormatsIsTheLowestNumber) {
+    const auto format = [](BYTE depthBits, DWORD extraFlags) {
+        PIXELFORMATDESCRIPTOR made = {};
+        made.nSize = sizeof(made);
+        made.nVersion = 1;
+        made.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER | extraFlags;
+        made.cColorBits = 32;
+        made.cDepthBits = depthBits;
+        return made;
+    };
+    driver.SetFormatList({format(16, 0), format(24, PFD_GENERIC_ACCELERATED), format(24, 0), format(24, 0),
+                          format(32, PFD_GENERIC_FORMAT)});
+    TestWindow window;
+    EXPECT_EQ(EnumPixelFormats(window.DeviceContext(), 32, true, AccelerationHardware), 3);
+    EXPECT_EQ(EnumPixelFormats(window.DeviceContext(), 32, true, AccelerationSoftware), 5);
+    EXPECT_EQ(EnumPixelFormats(window.DeviceContext(), 24, true, AccelerationHardware), 0);
+    driver.NoPixelFormats(true);
+    EXPECT_EQ(EnumPixelFormats(window.DeviceContext(), 32, true, AccelerationHardware), 0);
+}
+
+TEST_F(Contexts, DrawingBeforeAContextCallsNoOpenGL) {
+    const auto view = std::make_unique<COpenGLView>();
+    const auto before = driver.GLCallCount();
+    view->SetBackgroundColor(RGB(1, 2, 3), true);
+    view->MatrixMode(GL_PROJECTION);
+    view->LoadIdentity();
+    view->EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
+    view->BeginArrays(GL_LINES, GLShaderLine);
+    view->AddIndex2DVertexRGBA(0, 0, 1, 2, 3, 4);
+    view->EndArraysAndDisableClientState();
+    EXPECT_EQ(driver.GLCallCount(), before);
 }
 
 TEST_F(Contexts, OnlyGenericFormatsStillDraw) {

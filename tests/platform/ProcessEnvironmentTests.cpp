@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 using namespace KTR;
@@ -54,23 +55,30 @@ TEST(ProcessEnvironment, FindsItsOwnEntryAndReportsIt) {
 
 // The host and its harness must never be taken for helper processes, however their names are written.
 TEST(ProcessEnvironment, HostAndHarnessDoNotFindThemselves) {
-    const std::wstring folder = FolderOfThisProgram();
-    const std::wstring probe = folder + L"process_probe.exe";
+    // The copies go to a folder of their own, from where they find the library's DLLs through the path.
+    const std::wstring programs = FolderOfThisProgram();
+    wchar_t path[32'000] = {};
+    GetEnvironmentVariableW(L"PATH", path, 32'000);
+    SetEnvironmentVariableW(L"PATH", (programs + L";" + path).c_str());
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / (L"orrin_probe_" + std::to_wstring(GetCurrentProcessId()));
+    std::filesystem::create_directories(folder);
+    const std::wstring original = programs + L"process_probe.exe";
+    const std::wstring probe = (folder / L"process_probe.exe").wstring();
     const struct {
         const wchar_t* name;
         int expected; ///< 1: finds itself, 2: finds its parent, 4: was started by the host
     } cases[] = {{L"process_probe.exe", 1 + 2}, {L"oRRin.exe", 0}, {L"VRTestHarness.exe", 0}};
     for (const auto& test : cases) {
-        const std::wstring program = folder + test.name;
-        if (program != probe) {
-            ASSERT_TRUE(CopyFileW(probe.c_str(), program.c_str(), FALSE));
-        }
+        const std::wstring program = (folder / test.name).wstring();
+        ASSERT_TRUE(CopyFileW(original.c_str(), program.c_str(), FALSE));
         EXPECT_EQ(RunAndWait(program, L""), test.expected) << std::string(test.name, test.name + wcslen(test.name));
     }
     // The host starts a helper: the helper counts as launched as a service.
-    EXPECT_EQ(RunAndWait(folder + L"oRRin.exe", L"\"" + probe + L"\""), 1 + 2 + 4);
-    DeleteFileW((folder + L"oRRin.exe").c_str());
-    DeleteFileW((folder + L"VRTestHarness.exe").c_str());
+    EXPECT_EQ(RunAndWait((folder / L"oRRin.exe").wstring(), L"\"" + probe + L"\""), 1 + 2 + 4);
+    SetEnvironmentVariableW(L"PATH", path);
+    std::error_code someFileIsStillOpen;
+    std::filesystem::remove_all(folder, someFileIsStillOpen);
 }
 
 } // namespace

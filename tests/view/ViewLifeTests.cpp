@@ -1,6 +1,7 @@
 #include "support/ViewFixture.h"
 
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -66,6 +67,32 @@ TEST_F(ViewLife, LegacyContextIsLegacyUnderEveryVersion) {
     EXPECT_EQ(COpenGLView::m_gsOpenGLVersionData.iMajor, 1);
     EXPECT_EQ(COpenGLView::m_gsOpenGLVersionData.iMinor, 1);
     EXPECT_FALSE(COpenGLView::m_gsOpenGLVersionData.bOpenGL4OrLater);
+}
+
+// Without a handler the box is the system's own, modal and closed by its button.
+TEST_F(ViewLife, MessageBoxesReachThePersonWhenNobodyAnswersThem) {
+    WNDCLASSW taken = {};
+    taken.lpfnWndProc = DefWindowProcW;
+    taken.hInstance = GetModuleHandleW(nullptr);
+    taken.lpszClassName = L"GLCement";
+    RegisterClassW(&taken);
+    SetMessageBoxHandler(nullptr, nullptr);
+    std::wstring shown;
+    std::thread person([&shown] {
+        for (int attempt = 0; attempt < 200 && shown.empty(); ++attempt) {
+            Sleep(50);
+            if (const HWND box = FindWindowW(L"#32770", L"Fatal Error")) {
+                wchar_t text[256] = {};
+                GetDlgItemTextW(box, 0xFFFF, text, 256);
+                shown = text;
+                PostMessageW(box, WM_COMMAND, IDOK, 0);
+            }
+        }
+    });
+    const auto view = std::make_unique<COpenGLView>();
+    person.join();
+    EXPECT_EQ(shown, L"Couldn't register window class to intialize GLCement");
+    UnregisterClassW(L"GLCement", GetModuleHandleW(nullptr));
 }
 
 // A host that draws before it has a context must see nothing, not a crash.
