@@ -131,6 +131,7 @@ void COpenGLView::PolygonMode(unsigned int face, unsigned int mode) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.polygonModeFace = face;
     attributes.polygonMode = mode;
+    CurrentRecord().fillForced = false;
     CurrentGL()->glPolygonMode(face, mode);
     outputGlError(L"glPolygonMode: END");
 }
@@ -145,7 +146,7 @@ void COpenGLView::LineStipple(int factor, unsigned short pattern) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.lineStippleFactor = factor;
     attributes.lineStipplePattern = pattern;
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         CurrentGL()->glLineStipple(factor, pattern);
         outputGlError(L"glLineStipple: END");
     }
