@@ -274,6 +274,9 @@ public:
     void LoadGLState(unsigned int capability, unsigned char on);
     /// The state that a new context starts with. The context must be current.
     void GetInitialGLAttributes(GLAttributes& attributes);
+    /// The state that OpenGL reports now, for state that was changed behind the library's back. What is fixed-function
+    /// only is taken from the cache on a 4.x context. Leaves an invalid-enum error with OpenGL.
+    void GetCurrentGLAttributes(GLAttributes& attributes);
     /// Sends the whole cached state to OpenGL again.
     void LoadCurrentGLState();
     /// The ring keeps the 16 newest states. A pop sends the restored state to OpenGL.
@@ -282,6 +285,11 @@ public:
     /// The whole state is saved, whatever `mask` says.
     void PushAttributes(unsigned int mask, const wchar_t* label);
     void PopAttributes(const wchar_t* label);
+    /// Attributes, projection and modelview.
+    void PopAttributesAndMatrices(const wchar_t* label);
+    /// What the flags say; a `drawBuffer` other than 0 is selected afterwards.
+    void PopMatricesAndAttributes(bool projection, bool modelview, bool attributes, unsigned int drawBuffer,
+                                  const wchar_t* label);
     void BlendFunc(unsigned int source, unsigned int destination);
     void LineWidth(float width); ///< pixels
     void PointSize(float size);  ///< pixels
@@ -289,6 +297,26 @@ public:
     void LogicOp(unsigned int operation);
     /// `factor` repeats each bit of `pattern` (low bit first) that many pixels.
     void LineStipple(int factor, unsigned short pattern);
+    // On a 4.x context ShadeModel, LineStippleOnOff, TexEnv, DisableLightingState and DisableLightsAndTextures do nothing:
+    // there the program decides.
+    void ShadeModel(unsigned int mode);
+    void LineStippleOnOff(bool on);
+    void TexEnv(unsigned int target, unsigned int name, int value);
+    void TexParameter(unsigned int target, unsigned int name, int value);
+    /// `values` is what `name` wants: 4 floats for colours and GL_POSITION. The lit programs take the diffuse colour of
+    /// GL_LIGHT0 and the direction to it.
+    void Light(unsigned int light, unsigned int name, const float* values);
+    /// Diffuse colour of a light, 4 floats, asked of OpenGL. Fixed-function contexts only.
+    void GetLightColor(unsigned int light, float* color) const;
+    void DisableLightingState();
+    void DisableLightsAndTextures();
+    /// Each pair keeps one value per view; a second save replaces the first.
+    void SaveDepthBufferState();
+    void RestoreDepthBufferState();
+    void SaveLightingState();
+    void RestoreLightingState();
+    /// Where raster text begins, in model coordinates.
+    void RasterPosition(double x, double y, double z);
     void DrawBuffer(unsigned int buffer);
     /// The legacy context always reads the front buffer, whatever is asked.
     void ReadBuffer(unsigned int buffer);
