@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <string_view>
 
 namespace OrrinViewer {
@@ -153,10 +154,19 @@ std::string NameOfClass(std::uint8_t classNumber, ClassMeaning meaning) {
 }
 
 ColorMode ChooseColorMode(const PointCloud& cloud) {
-    if (cloud.HasColors()) {
+    const auto isMostOf = [&cloud](std::ptrdiff_t count) {
+        return 2 * static_cast<std::size_t>(count) > cloud.Count();
+    };
+    const auto isColored = [](const Rgb& color) { return color != Rgb{}; };
+    if (isMostOf(std::count_if(cloud.colors.begin(), cloud.colors.end(), isColored))) {
         return ColorMode::Recorded;
     }
-    return cloud.HasClasses() ? ColorMode::Class : ColorMode::Elevation;
+    const bool isSurvey = cloud.classMeaning == ClassMeaning::Survey;
+    const auto isClassified = [isSurvey](std::uint8_t number) { return isSurvey ? number > 1 : number != g_noClass; };
+    if (isMostOf(std::count_if(cloud.classes.begin(), cloud.classes.end(), isClassified))) {
+        return ColorMode::Class;
+    }
+    return ColorMode::Elevation;
 }
 
 std::vector<Rgb> ColorPoints(const PointCloud& cloud, ColorMode mode) {

@@ -35,7 +35,8 @@ Rgb ColorOfClass(std::uint8_t classNumber, ClassMeaning meaning);
 /// The name of a class in plain words, for a legend.
 std::string NameOfClass(std::uint8_t classNumber, ClassMeaning meaning);
 
-/// The mode that shows most of what the cloud has: its own colours, else its classes, else its elevations.
+/// The mode that shows most of the cloud: its own colours, else its classes, else its elevations. Colours and classes
+/// count only where most points have one: files made to train a classifier leave the rest black and without a label.
 ColorMode ChooseColorMode(const PointCloud& cloud);
 
 /// One colour per point. Where the cloud lacks the attribute that the mode asks for, its elevations are shown.

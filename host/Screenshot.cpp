@@ -34,8 +34,10 @@ void SaveScreenshot(KTR::COpenGLView& view, int widthPixels, int heightPixels, c
         static_cast<std::ofstream*>(context)->write(static_cast<const char*>(data), size);
     };
     // OpenGL's rows come from the bottom up.
-    const unsigned char* topRow = pixels.data() + static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(heightPixels - 1);
-    const bool encoded = file && stbi_write_png_to_func(write, &file, widthPixels, heightPixels, channels, topRow, -rowBytes);
+    const unsigned char* topRow =
+        pixels.data() + static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(heightPixels - 1);
+    const bool encoded =
+        file && stbi_write_png_to_func(write, &file, widthPixels, heightPixels, channels, topRow, -rowBytes);
     file.close();
     if (!encoded || !file) {
         throw FileError(path, "the screenshot could not be written");

@@ -55,7 +55,8 @@ bool ViewerWindow::Open(const ViewerOptions& options) {
         KTR::COpenGLView::SetOpenGLVersion(4, 4);
     }
     ShowWindow(m_window, SW_SHOW);
-    if (!m_view->CreateContext(GetDC(m_window), true, KTR::GLContextMain, L"OrrinViewer", 0, KTR::AccelerationHardware)) {
+    if (!m_view->CreateContext(GetDC(m_window), true, KTR::GLContextMain, L"OrrinViewer", 0,
+                               KTR::AccelerationHardware)) {
         return false;
     }
     m_view->InitializeOpenGL(m_window);

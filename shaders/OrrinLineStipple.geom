@@ -65,7 +65,7 @@ void main() {
     vec4 clipStart = gl_in[0].gl_Position;
     vec4 clipEnd = gl_in[1].gl_Position;
 
-    // The two sums of each pair can only both be positive where w is, so these planes exclude what is behind the eye.
+    // w - x and w + x are both positive only where w is, so these limits also exclude what is behind the eye.
     vec2 limitAtStart = vec2(keptRegion * clipStart.w);
     vec2 limitAtEnd = vec2(keptRegion * clipEnd.w);
     vec4 insideAtStart = vec4(limitAtStart - clipStart.xy, limitAtStart + clipStart.xy);

@@ -2,73 +2,88 @@
 # Builds the libraries that the project uses for the target, from Debian's source packages, into a cache that clones of
 # the project share, and links build/deps to it. The cache's name is made from what decides its content.
 source "$(dirname "$0")/common.sh"
+source "$(dirname "$0")/private-apt.sh"
 
-key=$(cat "$root/tools/build-deps.sh" "$root/cmake/mingw-w64-x86_64.cmake" | sha256sum | cut -c1-16)
+toolchain=$root/cmake/mingw-w64-x86_64.cmake
+key=$(cat "$root/tools/build-deps.sh" "$toolchain" | sha256sum | cut -c1-16)
 prefix=$cache/deps-$key
-if [ -e "$prefix/complete" ]; then
-    ln -sfn "$prefix" "$build/deps"
-    exit 0
-fi
+packages=(fmtlib spdlog freetype benchmark)
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-rm -rf "$prefix"
-mkdir -p "$prefix/bin" "$prefix/include" "$prefix/lib/cmake"
-
-# The system's own mirrors, but for source packages and in lists of our own, so that the system's stay as they are.
-fetch_sources() {
-    mkdir -p "$work/lists/partial" "$work/src"
-    apt-get indextargets --format 'deb-src $(REPO_URI) $(CODENAME) $(COMPONENT)' \
-        'Created-By: Packages' 'Origin: Debian' | sort -u >"$work/sources.list"
-    local options=(-o "Dir::Etc::SourceList=$work/sources.list" -o Dir::Etc::SourceParts=/dev/null
-        -o "Dir::State::Lists=$work/lists" -o APT::Sandbox::User=)
-    apt-get "${options[@]}" update
-    cd "$work/src"
-    apt-get "${options[@]}" source freetype spdlog fmtlib benchmark
+link_prefix() {
+    [ "$(readlink "$build/deps")" = "$prefix" ] || ln -sfnT "$prefix" "$build/deps"
 }
 
+fetch_sources() {
+    local package
+    private_apt_update "$work/apt" deb-src
+    mkdir "$work/source"
+    cd "$work/source"
+    private_apt source --download-only "${packages[@]}"
+    for package in "${packages[@]}"; do
+        dpkg-source --no-check -x "$package"_*.dsc "$work/source/$package"
+    done
+    cp -r /usr/src/googletest "$work/source/googletest"
+}
+
+# build_library NAME OPTION...
 build_library() {
-    local source=$1
+    local name=$1
     shift
-    cmake -S "$source" -B "$work/build/$(basename "$source")" -G Ninja \
-        -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake" -DCMAKE_BUILD_TYPE=Release \
-        -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_PREFIX_PATH="$prefix" "$@"
-    cmake --build "$work/build/$(basename "$source")" -j2
-    cmake --install "$work/build/$(basename "$source")"
+    cmake -S "$work/source/$name" -B "$work/build/$name" -G Ninja \
+        -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_CROSSCOMPILING_EMULATOR= -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib -DCMAKE_PREFIX_PATH="$prefix" \
+        -DCMAKE_CXX_STANDARD=20 -DCMAKE_CXX_EXTENSIONS=OFF "$@"
+    cmake --build "$work/build/$name" -j2
+    cmake --install "$work/build/$name" --strip
 }
 
 # FreeType and the test libraries go into their users; spdlog and fmt are DLLs, so that a host and the library see one
 # registry of loggers.
 build_all() {
-    build_library "$(echo "$work"/src/fmtlib-*)" -DBUILD_SHARED_LIBS=ON -DFMT_TEST=OFF -DFMT_DOC=OFF
-    build_library "$(echo "$work"/src/spdlog-*/)" -DSPDLOG_BUILD_SHARED=ON -DSPDLOG_FMT_EXTERNAL=ON \
-        -DSPDLOG_BUILD_EXAMPLE=OFF
-    build_library "$(echo "$work"/src/freetype-*/)" -DFT_DISABLE_ZLIB=ON -DFT_DISABLE_BZIP2=ON -DFT_DISABLE_PNG=ON \
+    build_library fmtlib -DBUILD_SHARED_LIBS=ON -DFMT_TEST=OFF -DFMT_DOC=OFF
+    build_library spdlog -DSPDLOG_BUILD_SHARED=ON -DSPDLOG_FMT_EXTERNAL=ON -DSPDLOG_BUILD_EXAMPLE=OFF \
+        -DSPDLOG_BUILD_TESTS=OFF
+    build_library freetype -DBUILD_SHARED_LIBS=OFF -DFT_DISABLE_ZLIB=ON -DFT_DISABLE_BZIP2=ON -DFT_DISABLE_PNG=ON \
         -DFT_DISABLE_HARFBUZZ=ON -DFT_DISABLE_BROTLI=ON
-    # Debian's version number comes from its packaging, which is not run here.
-    sed -i 's/^project *(benchmark.*/&\nset(VERSION 1.7.1)\nset(GENERIC_LIB_VERSION 1.7.1)/' \
-        "$work"/src/benchmark-*/CMakeLists.txt
-    build_library "$(echo "$work"/src/benchmark-*/)" -DBENCHMARK_ENABLE_TESTING=OFF -DBUILD_SHARED_LIBS=OFF \
-        -DBENCHMARK_ENABLE_WERROR=OFF
-    build_library /usr/src/googletest
+    # Debian's packaging hands the version in; 0.0.0 means "no tag", and then the library takes its own. Which regular
+    # expressions there are is told, as finding out would mean running a probe on the target.
+    build_library benchmark -DBUILD_SHARED_LIBS=OFF -DGIT_VERSION=0.0.0 -DBENCHMARK_ENABLE_TESTING=OFF \
+        -DBENCHMARK_ENABLE_WERROR=OFF -DBENCHMARK_INSTALL_DOCS=OFF -DHAVE_STD_REGEX=1 -DHAVE_STEADY_CLOCK=1 \
+        -DHAVE_GNU_POSIX_REGEX=0 -DHAVE_POSIX_REGEX=0 -DHAVE_THREAD_SAFETY_ATTRIBUTES=0
+    build_library googletest -DBUILD_SHARED_LIBS=OFF
 }
 
 # Libraries that are only headers. The compiler for the target must not see the machine's own headers as a whole.
 copy_headers() {
+    mkdir -p "$prefix/include" "$prefix/share/cmake"
     cp -r /usr/include/glm /usr/include/CLI /usr/include/nlohmann /usr/include/stb "$prefix/include/"
-    cp -r /usr/share/cmake/glm "$prefix/lib/cmake/"
+    cp -r /usr/share/cmake/glm /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$prefix/share/cmake/"
 }
 
 copy_runtime() {
-    local name
+    local name path
     for name in libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll; do
-        cp "$(x86_64-w64-mingw32-g++-posix -print-file-name=$name)" "$prefix/bin/"
+        path=$(x86_64-w64-mingw32-g++-posix -print-file-name=$name)
+        cp "$path" "$prefix/bin/"
+        # The debugging information is nine tenths of it.
+        x86_64-w64-mingw32-strip --strip-debug "$prefix/bin/$name"
     done
 }
 
-step deps-fetch "Fetching the sources of freetype, spdlog, fmt and benchmark" fetch_sources
-step deps-build "Building them and googletest for the target (about two minutes)" build_all
-step deps-headers "Copying header libraries" copy_headers
-step deps-runtime "Copying the compiler's runtime" copy_runtime
-touch "$prefix/complete"
-ln -sfn "$prefix" "$build/deps"
+if [ ! -e "$prefix/complete" ]; then
+    # Clones share the cache: one builds, the others wait for it.
+    exec 9>"$cache/lock"
+    flock 9
+fi
+if [ ! -e "$prefix/complete" ]; then
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+    rm -rf "$prefix"
+    mkdir -p "$prefix"
+    step deps-fetch "Fetching the sources of ${packages[*]}" fetch_sources
+    step deps-build "Building them and googletest for the target (about a minute)" build_all
+    step deps-headers "Copying header libraries" copy_headers
+    step deps-runtime "Copying the compiler's runtime" copy_runtime
+    touch "$prefix/complete"
+fi
+link_prefix

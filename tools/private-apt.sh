@@ -1,35 +1,36 @@
+# Sourced: apt on lists and folders of its own, to fetch packages and sources without root and without touching the
+# system's configuration. The mirrors are those that the system itself is set up with, in whichever form it names them.
 # shellcheck shell=bash
-# Sourced: apt on lists and folders of its own, so that sources can be fetched without root and without touching the
-# system's configuration. The mirrors are those that the system itself is set up with, whichever form it writes them in.
 
-# private_apt_prepare FOLDER: reads the lists of binary and source packages into FOLDER.
-private_apt_prepare() {
+# private_apt_update FOLDER TYPE: reads the lists of packages (TYPE deb) or of their sources (deb-src) into FOLDER.
+private_apt_update() {
     private_apt_folder=$1
+    local type=$2 codename
+    codename=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
     mkdir -p "$private_apt_folder"/{lists,cache/archives}/partial
-    local codename
-    codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    # Only the distribution's own suites: a third party's repository often has no sources at all.
+    # Only the distribution's own suites: what a third party's repository lacks would fail all. The suite is told as the
+    # system names it, for what a suite says about itself is known only once its list has been read.
+    # shellcheck disable=SC2016 # apt replaces these itself
     apt-get indextargets --format '$(CREATED_BY) $(REPO_URI) $(RELEASE) $(COMPONENT)' |
-        awk -v codename="$codename" '
-            $1 == "Packages" && $4 == "main" && ($3 ~ "^" codename || $3 ~ /^(old)*stable/) {
-                print "deb", $2, $3, "main"
-                print "deb-src", $2, $3, "main"
+        awk -v type="$type" -v codename="$codename" '
+            $1 == "Packages" && $4 == "main" && (index($3, codename) == 1 || $3 ~ /^(old)*stable/) {
+                print type, $2, $3, "main"
             }' | sort -u >"$private_apt_folder/sources.list"
-    if [[ ! -s $private_apt_folder/sources.list ]]; then
-        echo "apt has no source for $codename main: add the distribution's own repository to apt's sources" >&2
+    if [ ! -s "$private_apt_folder/sources.list" ]; then
+        echo "apt knows no source for '$codename main': add the distribution's own repository" >&2
         return 1
     fi
     private_apt update
 }
 
+# private_apt ARGUMENT...: apt-get on the lists that private_apt_update read.
 private_apt() {
     apt-get -q -y \
         -o Dir::Etc::SourceList="$private_apt_folder/sources.list" \
         -o Dir::Etc::SourceParts=/dev/null \
         -o Dir::State::Lists="$private_apt_folder/lists" \
         -o Dir::Cache="$private_apt_folder/cache" \
-        -o APT::Update::Pre-Invoke::= -o APT::Update::Post-Invoke::= \
-        -o Acquire::Retries=3 \
         -o APT::Sandbox::User="$(id -un)" \
+        -o Acquire::Retries=3 \
         "$@"
 }

@@ -1,45 +1,80 @@
 #!/usr/bin/env bash
 # Runs a Windows program: tools/wine-run.sh PROGRAM ARGUMENTS. It shows windows on the display that is there, or else on a
-# virtual screen. ORRIN_DLL_OVERRIDES adds to Wine's overrides ("opengl32=n,b" lets a program use an opengl32.dll beside
-# it instead of Wine's).
+# virtual screen, and ends with the program's exit code. ORRIN_DLL_OVERRIDES adds to Wine's overrides ("opengl32=n,b" lets
+# a program use an opengl32.dll beside it instead of Wine's).
 set -euo pipefail
 
-root=$(cd "$(dirname "$0")/.." && pwd)
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 if [ "${1:-}" = --no-prefix ]; then
     shift
 else
-    "$root/tools/make-prefix.sh"
+    "$root/tools/make-prefix.sh" >&2
 fi
 
 export WINEPREFIX=$root/build/wine WINEDEBUG=-all LIBGL_ALWAYS_SOFTWARE=1
-export WINEDLLOVERRIDES="mscoree,mshtml=${ORRIN_DLL_OVERRIDES:+;$ORRIN_DLL_OVERRIDES}"
-WINEPATH=$(printf '%s' "Z:$root/build/deps/bin" | tr / '\\')
+export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe,winedbg.exe=${ORRIN_DLL_OVERRIDES:+;$ORRIN_DLL_OVERRIDES}"
+# File names reach the program whole only when Wine reads them as UTF-8, which a bare machine's locale is not.
+export LC_ALL=C.UTF-8
+WINEPATH=$(printf '%s' "Z:$root/build/deps/bin" | sed 's#/#\\#g')
 export WINEPATH
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
+wineserver=$(dirname "$(readlink -f "$wine")")/wineserver
+screen=$root/build/wine.screen # "DISPLAY PID" of the virtual screen, if there is one
 
-if [ -n "${DISPLAY:-}" ]; then
-    exec "$wine" "$@"
+# Runs at the same time share Wine's server and one virtual screen, and the last to leave stops both. Who comes or leaves
+# holds the gate; who is inside holds the lock 'users' in common, so that taking it alone proves that nobody is left.
+exec 7>"$root/build/wine.gate" 8>"$root/build/wine.users"
+
+screen_runs() {
+    local display pid
+    [ -s "$screen" ] && read -r display pid <"$screen" &&
+        [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = Xvfb ] && export DISPLAY=$display
+}
+
+start_screen() {
+    local pid
+    : >"$screen.number"
+    # The server tells its number once it accepts connections. It outlives this run when others still use it.
+    setsid Xvfb -displayfd 9 -screen 0 1920x1080x24 -nolisten tcp 9>"$screen.number" 7>&- 8>&- \
+        </dev/null >/dev/null 2>&1 &
+    pid=$!
+    for _ in $(seq 400); do
+        [ -s "$screen.number" ] && break
+        kill -0 "$pid" 2>/dev/null || break
+        sleep 0.025
+    done
+    [ -s "$screen.number" ] || {
+        echo "the virtual screen did not start" >&2
+        exit 1
+    }
+    DISPLAY=:$(tr -d '[:space:]' <"$screen.number")
+    export DISPLAY
+    echo "$DISPLAY $pid" >"$screen"
+}
+
+# shellcheck disable=SC2317 # the trap calls it
+leave() {
+    flock 7
+    flock -u 8
+    if flock -n -x 8; then
+        # Wine's own processes go first, lest they report a lost display.
+        "$wineserver" -k 7>&- 8>&- >/dev/null 2>&1 || true
+        if screen_runs; then
+            kill "$(cut -d' ' -f2 "$screen")" 2>/dev/null || true
+        fi
+        rm -f "$screen" "$screen.number"
+    fi
+    exec 7>&- 8>&-
+}
+
+flock 7
+if [ -z "${DISPLAY:-}" ] || ! xdpyinfo >/dev/null 2>&1; then
+    screen_runs || start_screen
 fi
+flock -s 8
+trap leave EXIT
+flock -u 7
 
-# A server of our own on a free display; -displayfd tells the number once it accepts connections.
-numbers=$(mktemp)
-exec 8>"$numbers"
-Xvfb -displayfd 8 -screen 0 1920x1080x24 -nolisten tcp >/dev/null 2>&1 &
-server=$!
-exec 8>&-
-stop_server() {
-    # Wine's own processes leave first, so that they do not report a lost display.
-    "${wine%wine64}wineserver" -k >/dev/null 2>&1 || true
-    kill "$server" 2>/dev/null || true
-    rm -f "$numbers"
-}
-trap stop_server EXIT
-for _ in $(seq 200); do
-    [ -s "$numbers" ] && break
-    sleep 0.05
-done
-[ -s "$numbers" ] || {
-    echo "the virtual screen did not start" >&2
-    exit 1
-}
-DISPLAY=:$(tr -d '[:space:]' <"$numbers") "$wine" "$@"
+status=0
+"$wine" "$@" 7>&- 8>&- || status=$?
+exit "$status"

@@ -2,9 +2,9 @@
 
 #include "../Export.h"
 
-/// The process's cache of raster textures. One instance serves all views (COpenGLView::m_gRasterTextureManager); it lives
-/// from the load of the library to its unload. It makes no GL call, so that it may be made while the loader holds its
-/// lock.
+/// The process's cache of raster textures. One instance serves all views (COpenGLView::m_gRasterTextureManager); it
+/// lives from the load of the library to its unload. It makes no GL call, so that it may be made while the loader holds
+/// its lock.
 class ORRIN_DISPLAY_API COpenGLViewTextureManager {
 public:
     COpenGLViewTextureManager() = default;

@@ -12,8 +12,8 @@ namespace KTR {
 struct ProgramUniforms {
     glm::mat4 projectionTimesModelview{1.0F};
     glm::mat4 modelview{1.0F};
-    glm::mat3 normal{1.0F};    ///< normals from model to eye coordinates
-    float pointSize = 1.0F;    ///< pixels
+    glm::mat3 normal{1.0F};      ///< normals from model to eye coordinates
+    float pointSize = 1.0F;      ///< pixels
     float pointSmoothing = 0.0F; ///< 0 or 1
     unsigned int stipplePattern = 0xFFFF;
     float stippleFactor = 1.0F; ///< pixels of one bit

@@ -66,7 +66,7 @@ void UnloadShader(unsigned char** source) {
 }
 
 void DeleteShaderSource(char** source) {
-    delete[] *source;
+    delete[] * source;
     *source = nullptr;
 }
 

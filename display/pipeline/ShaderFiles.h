@@ -13,9 +13,9 @@
 
 namespace KTR {
 
-/// Reads `folder` + `file` into a new zero-terminated buffer, to be freed with DeleteShaderSource. `length` is the size of
-/// the file in bytes. On failure a message box tells which file, and the outputs are null and 0: E_ACCESSDENIED when it
-/// cannot be opened, E_INVALIDARG when it is empty, E_OUTOFMEMORY.
+/// Reads `folder` + `file` into a new zero-terminated buffer, to be freed with DeleteShaderSource. `length` is the size
+/// of the file in bytes. On failure a message box tells which file, and the outputs are null and 0: E_ACCESSDENIED when
+/// it cannot be opened, E_INVALIDARG when it is empty, E_OUTOFMEMORY.
 ORRIN_DISPLAY_API long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length);
 
 /// Both free a buffer of LoadShader and clear the pointer; null is allowed.

@@ -36,6 +36,24 @@ inline void StoreColor(GLDrawGeometry& record, unsigned char r, unsigned char g,
     std::memcpy(&record.r, &word, sizeof(word));
 }
 
+inline void StoreColor(GLDrawGeometry& record, const GLRGBColor& color, unsigned char alpha) {
+    StoreColor(record, color.r, color.g, color.b, alpha);
+}
+
+/// Red, green and blue of `color` with an alpha of their own, as one word too.
+inline void StoreColorWithAlpha(GLDrawGeometry& record, const GLRGBAColor& color, unsigned char alpha) {
+    static_assert(sizeof(GLRGBAColor) == sizeof(std::uint32_t));
+    std::uint32_t word = 0;
+    std::memcpy(&word, &color, sizeof(word));
+    word = (word & 0x00FFFFFFU) | static_cast<std::uint32_t>(alpha) << 24;
+    std::memcpy(&record.r, &word, sizeof(word));
+}
+
+/// A point relative to an origin, subtracted in double precision.
+inline void StoreRelative(GLDrawGeometry& record, const PointXYZ& point, double ox, double oy, double oz) {
+    StorePosition(record, point.x - ox, point.y - oy, point.z - oz);
+}
+
 /// A channel times `shade`, truncated towards zero; what does not fit a byte wraps.
 inline unsigned char Shade(unsigned char channel, double shade) {
     return static_cast<unsigned char>(static_cast<int>(channel * shade));
@@ -80,8 +98,9 @@ inline void COpenGLView::AddIndex2DVertexCurrentColor(double x, double y, unsign
 }
 
 inline void COpenGLView::AddIndex3DVertexCurrentColor(double x, double y, double z, unsigned char alpha) {
-    const GLRGBAColor color = CurrentRecord().attributes.currentColor;
-    AddIndex3DVertexRGBA(x, y, z, color.r, color.g, color.b, alpha);
+    GLDrawGeometry& record = NextBatchRecord();
+    BatchDetail::StorePosition(record, x, y, z);
+    BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
 }
 
 inline void COpenGLView::AddIndex2DVertexCurrentColorTexCoords(double x, double y, double s, double t,
@@ -91,11 +110,10 @@ inline void COpenGLView::AddIndex2DVertexCurrentColorTexCoords(double x, double 
 
 inline void COpenGLView::AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t,
                                                                unsigned char alpha) {
-    const GLRGBAColor color = CurrentRecord().attributes.currentColor;
     GLDrawGeometry& record = NextBatchRecord();
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreTexCoords(record, s, t);
-    BatchDetail::StoreColor(record, color.r, color.g, color.b, alpha);
+    BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
 }
 
 inline void COpenGLView::AddIndex2DVertexTexCoords(double x, double y, double s, double t) {
@@ -109,16 +127,17 @@ inline void COpenGLView::AddIndex3DVertexTexCoords(double x, double y, double z,
 }
 
 inline void COpenGLView::AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz,
-                                                    unsigned char r, unsigned char g, unsigned char b, unsigned char a) {
+                                                    unsigned char r, unsigned char g, unsigned char b,
+                                                    unsigned char a) {
     GLDrawGeometry& record = NextBatchRecord();
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreNormal(record, nx, ny, nz);
     BatchDetail::StoreColor(record, r, g, b, a);
 }
 
-inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz,
-                                                            double s, double t, unsigned char r, unsigned char g,
-                                                            unsigned char b, unsigned char a) {
+inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny,
+                                                            double nz, double s, double t, unsigned char r,
+                                                            unsigned char g, unsigned char b, unsigned char a) {
     GLDrawGeometry& record = NextBatchRecord();
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreNormal(record, nx, ny, nz);
@@ -147,16 +166,15 @@ inline void COpenGLView::AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const 
     if (m_batch.batchVertexCount > kBatchCapacity) {
         FlushArrays();
     }
-    const PointXYZ* points[] = {p0, p1, p2};
-    const GLRGBColor* colors[] = {c0, c1, c2};
     const int first = m_batch.batchVertexCount;
-    for (int corner = 0; corner < 3; ++corner) {
-        const PointXYZ& point = *points[corner];
-        const GLRGBColor& color = *colors[corner];
-        GLDrawGeometry& record = BatchRecordAt(first + corner);
-        BatchDetail::StorePosition(record, point.x - ox, point.y - oy, point.z - oz);
-        BatchDetail::StoreColor(record, color.r, color.g, color.b, alpha);
-    }
+    const auto storeCorner = [&](int slot, const PointXYZ& point, const GLRGBColor& color) {
+        GLDrawGeometry& record = BatchRecordAt(slot);
+        BatchDetail::StoreRelative(record, point, ox, oy, oz);
+        BatchDetail::StoreColor(record, color, alpha);
+    };
+    storeCorner(first, *p0, *c0);
+    storeCorner(first + 1, *p1, *c1);
+    storeCorner(first + 2, *p2, *c2);
     m_batch.batchVertexCount = first + 3;
 }
 
@@ -168,37 +186,37 @@ inline void COpenGLView::AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, 
     if (!TriangleFits(index)) {
         return;
     }
-    const PointXYZ* points[] = {p0, p1, p2};
-    const GLRGBColor* colors[] = {c0, c1, c2};
-    for (int corner = 0; corner < 3; ++corner) {
-        const PointXYZ& point = *points[corner];
-        const GLRGBColor& color = *colors[corner];
-        GLDrawGeometry& record = BatchRecordAt(index + corner);
-        BatchDetail::StorePosition(record, point.x - ox, point.y - oy, point.z - oz);
+    const auto storeCorner = [&](int slot, const PointXYZ& point, const GLRGBColor& color) {
+        GLDrawGeometry& record = BatchRecordAt(slot);
+        BatchDetail::StoreRelative(record, point, ox, oy, oz);
         BatchDetail::StoreNormal(record, normal->x, normal->y, normal->z);
         BatchDetail::StoreColor(record, BatchDetail::Shade(color.r, shade), BatchDetail::Shade(color.g, shade),
                                 BatchDetail::Shade(color.b, shade), alpha);
-    }
+    };
+    storeCorner(index, *p0, *c0);
+    storeCorner(index + 1, *p1, *c1);
+    storeCorner(index + 2, *p2, *c2);
 }
 
-inline void COpenGLView::AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
-                                                              const PointXYZ* normal, double ox, double oy, double oz,
-                                                              double s0, double t0, double sScale, double tScale,
-                                                              int index) {
+inline void COpenGLView::AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1,
+                                                              const PointXYZ* p2, const PointXYZ* normal, double ox,
+                                                              double oy, double oz, double s0, double t0, double sScale,
+                                                              double tScale, int index) {
     if (index > kBatchCapacity) {
         FlushArrays();
     }
     if (!TriangleFits(index)) {
         return;
     }
-    const PointXYZ* points[] = {p0, p1, p2};
-    for (int corner = 0; corner < 3; ++corner) {
-        const PointXYZ& point = *points[corner];
-        GLDrawGeometry& record = BatchRecordAt(index + corner);
-        BatchDetail::StorePosition(record, point.x - ox, point.y - oy, point.z - oz);
+    const auto storeCorner = [&](int slot, const PointXYZ& point) {
+        GLDrawGeometry& record = BatchRecordAt(slot);
+        BatchDetail::StoreRelative(record, point, ox, oy, oz);
         BatchDetail::StoreNormal(record, normal->x, normal->y, normal->z);
         BatchDetail::StoreTexCoords(record, (point.x - s0) * sScale, (point.y - t0) * tScale);
-    }
+    };
+    storeCorner(index, *p0);
+    storeCorner(index + 1, *p1);
+    storeCorner(index + 2, *p2);
 }
 
 } // namespace KTR

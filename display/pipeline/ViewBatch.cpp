@@ -60,9 +60,9 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
     DisableClientState();
 }
 
-/// The rules of a full batch stand here. A line loop that does not fit is drawn as strips: its first vertex is kept, each
-/// strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is carried
-/// on likewise; every other mode starts afresh.
+/// The rules of a full batch stand here. A line loop that does not fit is drawn as strips: its first vertex is kept,
+/// each strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is
+/// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
     if (m_batch.batchVertexCount <= 0) {
         m_batch.batchVertexCount = 0;
@@ -114,8 +114,8 @@ void COpenGLView::DrawBatch(int count) {
 }
 
 /// Draws `count` records from `start` through the mapped ring. The CPU writes the current segment, which the GPU has
-/// finished with; after the draw a fence goes behind it, and the next segment becomes the current one as soon as its own
-/// fence has signalled.
+/// finished with; after the draw a fence goes behind it, and the next segment becomes the current one as soon as its
+/// own fence has signalled.
 void COpenGLView::DrawBatchFromRing(int start, int count) {
     GLVBO& ring = m_batch.ring;
     if (!ring.mappedVertices) {

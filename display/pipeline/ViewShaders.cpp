@@ -83,9 +83,9 @@ long COpenGLView::BuildStockShaders() {
                          folder.GetString());
         SendToDebugger(m_message);
         for (const StockProgram& stock : kStockPrograms) {
-            const long result = BuildShader(folder, stock.vertexFile, stock.fragmentFile, nullptr, nullptr,
-                                            stock.geometryFile, nullptr, stock.type, stock.drawMode,
-                                            m_gShaderSet.programs[stock.slot]);
+            const long result =
+                BuildShader(folder, stock.vertexFile, stock.fragmentFile, nullptr, nullptr, stock.geometryFile, nullptr,
+                            stock.type, stock.drawMode, m_gShaderSet.programs[stock.slot]);
             if (result != S_OK) {
                 return result;
             }
@@ -209,7 +209,8 @@ void COpenGLView::DisplayShaderErrorLogMessage(unsigned int& object, const wchar
     }
     std::wstring log;
     // One more than reported: an empty log may be reported with or without its final zero.
-    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[static_cast<std::size_t>(length < 0 ? 0 : length) + 1]());
+    const std::unique_ptr<char[]> buffer(
+        new (std::nothrow) char[static_cast<std::size_t>(length < 0 ? 0 : length) + 1]());
     if (!buffer) {
         log = L"Unable to allocate memory for GLSL Info log.";
     } else {

@@ -159,7 +159,8 @@ void COpenGLView::GatherUniforms(GLRenderingContextTypes context) {
     uniforms.pointSmoothing = IsOpenGLStateEnabled(GL_POINT_SMOOTH) ? 1.0F : 0.0F;
     uniforms.stipplePattern = attributes.lineStipplePattern;
     uniforms.stippleFactor = static_cast<float>(attributes.lineStippleFactor);
-    uniforms.viewport = {attributes.viewport[0], attributes.viewport[1], attributes.viewport[2], attributes.viewport[3]};
+    uniforms.viewport = {attributes.viewport[0], attributes.viewport[1], attributes.viewport[2],
+                         attributes.viewport[3]};
     uniforms.light = attributes.light;
     uniforms.textureTransparency = attributes.textureTransparency;
     const float alpha = static_cast<float>(attributes.currentColor.a) * kByteToFloat;

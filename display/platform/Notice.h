@@ -9,8 +9,8 @@
 
 namespace KTR {
 
-/// Answers a message box in place of a person. `caption` is empty for a box of the host's framework, which would show the
-/// program's name. The result is what the box would have returned (IDOK, ...).
+/// Answers a message box in place of a person. `caption` is empty for a box of the host's framework, which would show
+/// the program's name. The result is what the box would have returned (IDOK, ...).
 using MessageBoxHandler = int (*)(const wchar_t* text, const wchar_t* caption, unsigned int type, void* context);
 
 /// Sends every later message box of the library to `handler` instead of the screen; null shows them again. For hosts

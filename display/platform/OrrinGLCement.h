@@ -7,8 +7,8 @@
 
 #include <cstdint>
 
-/// The OpenGL functions of one rendering context. Callers write `gl->glDrawArrays(...)`; a call costs one indirect call.
-/// The pointers are valid only while the context for which they were loaded is current.
+/// The OpenGL functions of one rendering context. Callers write `gl->glDrawArrays(...)`; a call costs one indirect
+/// call. The pointers are valid only while the context for which they were loaded is current.
 class ORRIN_DISPLAY_API COrrinGLCement : public GLEntryPoints {
 public:
     COrrinGLCement();
@@ -17,12 +17,12 @@ public:
     /// Clears every pointer and counter and empties both strings.
     void InitializeTables();
 
-    /// Looks one name up, first with the driver and then among the exports of `module`, and counts the outcome. Null when
-    /// neither has it. The context must be current on the calling thread.
+    /// Looks one name up, first with the driver and then among the exports of `module`, and counts the outcome. Null
+    /// when neither has it. The context must be current on the calling thread.
     PROC glGetProcAddress(HINSTANCE module, const char* name);
 
-    /// Fills the slots that are looked up; a function that the driver lacks leaves its slot null. Returns 1. The context
-    /// must be current on the calling thread.
+    /// Fills the slots that are looked up; a function that the driver lacks leaves its slot null. Returns 1. The
+    /// context must be current on the calling thread.
     int LoadOpenGLExtensionFunctions();
 
     uint64_t ullFound;       ///< functions found by either route

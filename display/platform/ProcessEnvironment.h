@@ -16,8 +16,8 @@ namespace KTR {
 /// 1 when the process runs as an interactive executable, 0 when it runs as a service. Failures of the system's calls
 /// count as executable.
 ORRIN_DISPLAY_API int IsProcessRunningAsAnExecutableAndNotAService();
-/// 1 when the process runs on the interactive window station, or its name cannot be read. `visible` receives whether the
-/// station can be seen; it stays as it is when that cannot be read.
+/// 1 when the process runs on the interactive window station, or its name cannot be read. `visible` receives whether
+/// the station can be seen; it stays as it is when that cannot be read.
 ORRIN_DISPLAY_API int IsProcessInteractive(int& visible);
 /// True when the process was started by the host application.
 ORRIN_DISPLAY_API bool ProcessWasLaunchedAsService();

@@ -42,7 +42,8 @@ ParsedGLVersion ParseGLVersionText(const char* text) {
         ++text;
     }
     ParsedGLVersion parsed;
-    // NOTE: a number too long for an int is clamped or wraps here; the policy then sees a very new or a very old driver.
+    // NOTE: a number too long for an int is clamped or wraps here; the policy then sees a very new or a very old
+    // driver.
     if (std::sscanf(text, "%i.%i", &parsed.major, &parsed.minor) != 2) {
         return parsed;
     }
@@ -68,8 +69,9 @@ VersionChoice ChooseVersion(int combined, bool hasKeyEntryPoints) {
 bool GetOpenGL11UserEnvironmentVariable() {
     wchar_t text[kEnvironmentCharacters] = {};
     if (!ReadEnvironmentVariable(L"ORRIN_OPENGL_VERSION", text)) {
-        SendToDebugger(L"\n    Environment Variablee - ORRIN_OPENGL_VERSION: NOT SET - By default use best OpenGL version "
-                       L"available.\n");
+        SendToDebugger(
+            L"\n    Environment Variablee - ORRIN_OPENGL_VERSION: NOT SET - By default use best OpenGL version "
+            L"available.\n");
         return false;
     }
     const int requested = _wtoi(text);
@@ -83,7 +85,8 @@ bool GetOpenGL11UserEnvironmentVariable() {
 bool GetOpenGLTextureCacheEnvironmentVariable() {
     wchar_t text[kEnvironmentCharacters] = {};
     if (!ReadEnvironmentVariable(L"ORRIN_TEXTURE_CACHE", text)) {
-        SendToDebugger(L"     Environment Variable - ORRIN_TEXTURE_CACHE: NOT SET - By default Texture Cache is ON.\n\n");
+        SendToDebugger(
+            L"     Environment Variable - ORRIN_TEXTURE_CACHE: NOT SET - By default Texture Cache is ON.\n\n");
         return true;
     }
     if (_wtoi(text) != 0) {

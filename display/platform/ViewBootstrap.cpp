@@ -31,8 +31,8 @@ public:
     }
     bool Create() {
         m_window = CreateWindowExW(0, kBootstrapName, kBootstrapName,
-                                   WS_OVERLAPPEDWINDOW | WS_CLIPSIBLINGS | WS_CLIPCHILDREN, CW_USEDEFAULT, CW_USEDEFAULT,
-                                   CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, m_instance, nullptr);
+                                   WS_OVERLAPPEDWINDOW | WS_CLIPSIBLINGS | WS_CLIPCHILDREN, CW_USEDEFAULT,
+                                   CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, m_instance, nullptr);
         return m_window != nullptr;
     }
     bool ObtainDeviceContext() {
@@ -166,12 +166,13 @@ int COpenGLView::InitializeGLCement() {
         return 0;
     }
     if (!window.Create()) {
-        ShowMessageBox(FrameworkMainWindow(), L"Couldn't create window to intialize GLCement", kFatalError, MB_ICONERROR);
+        ShowMessageBox(FrameworkMainWindow(), L"Couldn't create window to intialize GLCement", kFatalError,
+                       MB_ICONERROR);
         return 0;
     }
     if (!window.ObtainDeviceContext()) {
-        ShowMessageBox(FrameworkMainWindow(), L"Couldn't create window device context to intialize GLCement", kFatalError,
-                       MB_ICONERROR);
+        ShowMessageBox(FrameworkMainWindow(), L"Couldn't create window device context to intialize GLCement",
+                       kFatalError, MB_ICONERROR);
         return 0;
     }
 
@@ -257,7 +258,8 @@ void COpenGLView::ReadDriverVersion() {
     if (choice.driverFails) {
         // Always says 2.0, whatever the driver claimed: support knows the line by these numbers.
         CString message;
-        message.Format(L"CRITICAL PROBLEM WITH VENDOR OPENGL: Falling back from version: %ld.%ld to Version 1.1 ", 2L, 0L);
+        message.Format(L"CRITICAL PROBLEM WITH VENDOR OPENGL: Falling back from version: %ld.%ld to Version 1.1 ", 2L,
+                       0L);
         SendToDebugger(message.GetString());
     }
 

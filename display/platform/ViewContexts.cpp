@@ -87,8 +87,8 @@ int COpenGLView::CreateContext(HDC deviceContext, bool drawToWindow, GLRendering
 
     int result = 0;
     if (m_gsOpenGLVersionData.bAdvancedPixelFormat && acceleration != AccelerationSoftware) {
-        result = SetupAdvancedPixelFormatForOpenGL(deviceContext, type, drawToWindow, deviceColorBits, hardware, hardware,
-                                                   false);
+        result = SetupAdvancedPixelFormatForOpenGL(deviceContext, type, drawToWindow, deviceColorBits, hardware,
+                                                   hardware, false);
         if (result != 1) {
             return result;
         }
@@ -155,6 +155,10 @@ int COpenGLView::CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GL
     const int deviceColorBits = colorBits < 1 ? GetDeviceCaps(deviceContext, BITSPIXEL) : colorBits;
     if (acceleration == AccelerationSoftware) {
         ForceSoftwareRendering(true);
+    }
+    if (const int current = GetPixelFormat(deviceContext)) {
+        // A window keeps the format it once got; every other would only be refused.
+        return SetUpLegacyContext(deviceContext, current, type);
     }
     const PIXELFORMATDESCRIPTOR request = PixelFormatRequest(drawToWindow, deviceColorBits, 24);
     const int chosen = ChoosePixelFormat(deviceContext, &request);
@@ -393,9 +397,15 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
                               WGL_CONTEXT_PROFILE_MASK_ARB,
                               WGL_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB,
                               0};
+<<<<<<< HEAD
     // The master's handle may outlive its context. Where the context is gone, any other of its group hands the shared
     // objects on; where all are gone, the next main context starts a new group as its master.
     const SharingContext master = ShareGroup::Find(m_gMasterContext);
+=======
+    // The master's handle outlives its context. Where the context is gone, any other of its group hands the shared
+    // objects on; where all are gone, the next main context starts a new group as its master.
+    const bool masterLives = ShareGroup::Contains(m_gMasterContext);
+>>>>>>> main
     const long number = InterlockedIncrement(&m_gContextCount);
     const HGLRC context = m_gfn_wglCreateContextAttribsARB(
         deviceContext, master.context ? master.context : ShareGroup::AnyMember(), attributes);
@@ -405,7 +415,8 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
     }
     ShareGroup::Add({context, this, type == GLContextMain});
     if (type == GLContextMain) {
-        // A master from before the host switched to programs has none; the first context that draws with them takes over.
+        // A master from before the host switched to programs has none; the first context that draws with them takes
+        // over.
         const bool masterServes = master.context && (m_gStockProgramsTried || !IsContextOpenGL4OrLater(type));
         m_masterContextIndex = masterServes ? number : 0;
         if (master.context && !masterServes) {
@@ -431,8 +442,8 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     ReleaseDC(window, deviceContext);
 }
 
-/// This view needs the stock programs no longer. When it is their master, the next view that draws with them becomes it;
-/// the last one deletes them, if its context is current, or leaves them to go with the contexts.
+/// This view needs the stock programs no longer. When it is their master, the next view that draws with them becomes
+/// it; the last one deletes them, if its context is current, or leaves them to go with the contexts.
 void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
     const HGLRC context = m_contexts[GLContextMain].renderingContext;
     ShareGroup::Retire(context);
@@ -454,8 +465,8 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
     m_gMasterContext = nullptr;
 }
 
-/// Releases what a context holds that was not shut down before it is deleted. Without its window it cannot be made current
-/// any more; then its objects are left to go with it.
+/// Releases what a context holds that was not shut down before it is deleted. Without its window it cannot be made
+/// current any more; then its objects are left to go with it.
 void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {

@@ -17,8 +17,9 @@ bool IsFirstFit(const PIXELFORMATDESCRIPTOR& format, int colorBits, bool drawToW
         format.iPixelType != PFD_TYPE_RGBA) {
         return false;
     }
-    const bool suitsDriver = hardware ? !HasFlag(format, PFD_GENERIC_FORMAT) && !HasFlag(format, PFD_GENERIC_ACCELERATED)
-                                      : HasFlag(format, PFD_GENERIC_FORMAT);
+    const bool suitsDriver = hardware
+                                 ? !HasFlag(format, PFD_GENERIC_FORMAT) && !HasFlag(format, PFD_GENERIC_ACCELERATED)
+                                 : HasFlag(format, PFD_GENERIC_FORMAT);
     const bool suitsSurface = drawToWindow ? HasFlag(format, PFD_DRAW_TO_WINDOW) && HasFlag(format, PFD_DOUBLEBUFFER)
                                            : HasFlag(format, PFD_DRAW_TO_BITMAP) && HasFlag(format, PFD_SUPPORT_GDI);
     return suitsDriver && suitsSurface;
@@ -46,9 +47,9 @@ int COpenGLView::SearchAllPixelFormats(HDC deviceContext, bool drawToWindow, boo
 
 int COpenGLView::SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderingContextTypes type, bool drawToWindow,
                                                    int colorBits, bool hardware, bool doubleBuffer, bool stereo) {
-    const PixelFormatAttributes attributes = drawToWindow
-                                                 ? WindowPixelFormatAttributes(colorBits, hardware, doubleBuffer, stereo)
-                                                 : BitmapPixelFormatAttributes(colorBits);
+    const PixelFormatAttributes attributes =
+        drawToWindow ? WindowPixelFormatAttributes(colorBits, hardware, doubleBuffer, stereo)
+                     : BitmapPixelFormatAttributes(colorBits);
     GLRenderingContextRecord& record = m_contexts[type];
     const HWND window = WindowFromDC(deviceContext);
     const int current = GetPixelFormat(deviceContext);
@@ -66,7 +67,8 @@ int COpenGLView::SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderin
     m_gfn_wglChoosePixelFormatARB(deviceContext, attributes.data(), nullptr, kMaximumFormats, formats, &available);
     UINT chosen = 0;
     int result = 0;
-    if (m_gfn_wglChoosePixelFormatARB(deviceContext, attributes.data(), nullptr, 1, &record.pixelFormatNumber, &chosen) &&
+    if (m_gfn_wglChoosePixelFormatARB(deviceContext, attributes.data(), nullptr, 1, &record.pixelFormatNumber,
+                                      &chosen) &&
         chosen > 0) {
         DescribePixelFormat(deviceContext, record.pixelFormatNumber, sizeof(record.pixelFormat), &record.pixelFormat);
         result = SetPixelFormat(deviceContext, record.pixelFormatNumber, &record.pixelFormat);
@@ -78,8 +80,8 @@ int COpenGLView::SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderin
             ShowPixelFormatFailure(L"SetPixelFormat Search Failed:  Format", record, available);
         }
     } else {
-        result = SearchAllPixelFormats(deviceContext, drawToWindow, hardware, record.pixelFormat, record.pixelFormatNumber,
-                                       colorBits);
+        result = SearchAllPixelFormats(deviceContext, drawToWindow, hardware, record.pixelFormat,
+                                       record.pixelFormatNumber, colorBits);
         if (!result) {
             CString beginning;
             beginning.Format(L"wglChoosePixelFormatARB Search Failed:  Draw To Window: %d  hdc: %p \nFormat",

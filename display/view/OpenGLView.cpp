@@ -180,8 +180,8 @@ void COpenGLView::LeaveManagerCriticalSection() {
     m_inManagerSection = false;
 }
 
-/// Takes over what a copy shares with its source. Records, arrays and locks stay this view's own, and so does what it has
-/// to free: the members copied here only point.
+/// Takes over what a copy shares with its source. Records, arrays and locks stay this view's own, and so does what it
+/// has to free: the members copied here only point.
 void COpenGLView::CopySettings(const COpenGLView& other) {
     m_state = other.m_state;
     ResetBatch(other.m_batch);

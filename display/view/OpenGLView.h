@@ -55,9 +55,9 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///     view.EndArraysAndDisableClientState();
 ///
 /// Set matrices, point size, line width and every other GL state *before* EnableClientState...: the 4.x pipeline takes
-/// them when it binds the program there, the fixed-function pipeline when a batch is drawn. A vertex takes its colour at
-/// its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a full
-/// batch.
+/// them when it binds the program there, the fixed-function pipeline when a batch is drawn. A vertex takes its colour
+/// at its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a
+/// full batch.
 ///
 /// **Threads.** A view belongs to one thread, the one that has its context current. Construct the first view of the
 /// process before any other thread constructs one.
@@ -70,8 +70,8 @@ public:
     /// Makes a view without contexts. The first view of the process also settles which pipeline the process uses.
     COpenGLView();
     /// A snapshot of the other view's settings. It has no contexts, vertex arrays or lock of its own; its tessellator,
-    /// batch pointers and backing store are the source's, which must outlive their use. Destroying it or assigning over it
-    /// releases nothing of the source.
+    /// batch pointers and backing store are the source's, which must outlive their use. Destroying it or assigning over
+    /// it releases nothing of the source.
     COpenGLView(const COpenGLView& other);
     /// As the copy constructor. What this view itself owns stays with it until it is destroyed.
     COpenGLView& operator=(const COpenGLView& other);
@@ -84,7 +84,8 @@ public:
     void InitializeOpenGLContextStruct();
 
     /// Binds the main context to `window`: obtains its device context (released with the rendering context), makes the
-    /// rendering context current and sets a black background. Create the context first. Null leaves the binding as it is.
+    /// rendering context current and sets a black background. Create the context first. Null leaves the binding as it
+    /// is.
     void InitializeOpenGL(HWND window);
     /// Releases the view's GL objects. Call it while `window` still exists; null does nothing.
     void ShutDownOpenGLContexts(HWND window);
@@ -123,7 +124,8 @@ public:
     void SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector);
-    /// An offset that the host subtracts from its coordinates before they become floats; kept here, applied by the host.
+    /// An offset that the host subtracts from its coordinates before they become floats; kept here, applied by the
+    /// host.
     void SetCurrentCoordinateOffsets(double x, double y);
     void GetCurrentCoordinateOffset(double& x, double& y) const;
     void SetTextScale(double scale);
@@ -140,9 +142,11 @@ public:
 
     /// Bootstraps the loader and settles the process's pipeline. The first view's constructor calls it.
     int GetOpenGLVersionWithGLCement();
-    /// Reads the current context's GL_VERSION. `combined` gives the values to start from and receives major × 10 + minor.
+    /// Reads the current context's GL_VERSION. `combined` gives the values to start from and receives major × 10 +
+    /// minor.
     int GetVendorGLVersion(int& combined, int& major, int& minor, GLVideoCardVendor& vendor);
-    /// Puts a version in force; major 4 and up is the 4.x pipeline. For contexts created later. Returns bOpenGL4OrLater.
+    /// Puts a version in force; major 4 and up is the 4.x pipeline. For contexts created later. Returns
+    /// bOpenGL4OrLater.
     static int SetOpenGLVersion(int major, int minor);
     /// Forces version 1.1. Turning it off again restores no version: call SetOpenGLVersion for that.
     static void ForceSoftwareRendering(bool on);
@@ -151,8 +155,8 @@ public:
     /// Largest texture side in pixels that the current context reports; 0 without one.
     int GetContextMaxTextureSize();
 
-    /// Fetches the WGL extension functions through a hidden window. 1 when it ran through, also after a message box about
-    /// the pixel format or the context; 0 when there was no window to try it on.
+    /// Fetches the WGL extension functions through a hidden window. 1 when it ran through, also after a message box
+    /// about the pixel format or the context; 0 when there was no window to try it on.
     int InitializeGLCement();
     /// Loads the functions of the record's context, which must be current. 0 when out of memory.
     int MakeGLCementAndLoad(GLRenderingContextTypes type);
@@ -164,20 +168,20 @@ public:
     /// Sets the first format that fits. 1 when one was set; `format` and `descriptor` then describe it.
     int SearchAllPixelFormats(HDC deviceContext, bool drawToWindow, bool hardware, PIXELFORMATDESCRIPTOR& descriptor,
                               int& format, int colorBits);
-    /// Chooses and sets a format by attributes; needs bAdvancedPixelFormat. A window keeps the format it once got. Failures
-    /// show a message box and return 0.
-    int SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderingContextTypes type, bool drawToWindow, int colorBits,
-                                          bool hardware, bool doubleBuffer, bool stereo);
+    /// Chooses and sets a format by attributes; needs bAdvancedPixelFormat. A window keeps the format it once got.
+    /// Failures show a message box and return 0.
+    int SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderingContextTypes type, bool drawToWindow,
+                                          int colorBits, bool hardware, bool doubleBuffer, bool stereo);
     /// Gives a device context the record's format if it lost it or never had it. Non-zero on success.
     int CheckDCPixelFormat(HDC deviceContext, GLRenderingContextTypes type);
 
     // ---- 5. Context lifecycle. Implemented in ViewContexts.cpp
 
     /// Creates the context `type` on a window's or a memory bitmap's device context and makes it current. 1 on success.
-    /// The record takes the device context over: it is released when the rendering context is deleted. `colorBits` below 1
-    /// means the device context's own depth. AccelerationSoftware switches the whole process to version 1.1.
-    int CreateContext(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name, int colorBits,
-                      OpenGLHardwareAcceleration acceleration);
+    /// The record takes the device context over: it is released when the rendering context is deleted. `colorBits`
+    /// below 1 means the device context's own depth. AccelerationSoftware switches the whole process to version 1.1.
+    int CreateContext(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name,
+                      int colorBits, OpenGLHardwareAcceleration acceleration);
     int CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingContextTypes type, HDC& deviceContextOut,
                                     HGLRC& renderingContextOut);
     int CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name,
@@ -208,13 +212,13 @@ public:
                       HWND& window);
     /// Points the batch at the view's own arrays.
     void LoadCurrentGLBuffers();
-    /// Presents the main context's back buffer; with the legacy context current nothing is swapped. A lost pixel format is
-    /// repaired by recreating the main context. Returns the device context.
+    /// Presents the main context's back buffer; with the legacy context current nothing is swapped. A lost pixel format
+    /// is repaired by recreating the main context. Returns the device context.
     HDC SwapBuffers();
 
     // ---- 6. Matrices. Implemented in ViewMatrices.cpp
-    // They act on the current context's double-precision matrices; a fixed-function context is kept in step. Angles are in
-    // degrees. The labels are accepted for the host's own reading; the trace uses fixed ones.
+    // They act on the current context's double-precision matrices; a fixed-function context is kept in step. Angles are
+    // in degrees. The labels are accepted for the host's own reading; the trace uses fixed ones.
 
     void MatrixMode(unsigned int mode);
     glm::dmat4 GetMatrix(unsigned int mode) const;
@@ -231,12 +235,12 @@ public:
     void Scale(float x, float y, float z);
     void Rotate(double angleDegrees, double x, double y, double z);
     void Rotate(float angleDegrees, float x, float y, float z);
-    /// These three replace the projection (Ortho, Perspective) or the modelview matrix (LookAt), whatever the mode. On a
-    /// fixed-function context only the current mode's matrix reaches OpenGL, so set the mode first.
+    /// These three replace the projection (Ortho, Perspective) or the modelview matrix (LookAt), whatever the mode. On
+    /// a fixed-function context only the current mode's matrix reaches OpenGL, so set the mode first.
     void Ortho(double left, double right, double bottom, double top, double zNear, double zFar);
     void Perspective(double fovyDegrees, double aspect, double zNear, double zFar);
-    void LookAt(double eyeX, double eyeY, double eyeZ, double centreX, double centreY, double centreZ, double upX, double upY,
-                double upZ);
+    void LookAt(double eyeX, double eyeY, double eyeZ, double centreX, double centreY, double centreZ, double upX,
+                double upY, double upZ);
     /// Each stack keeps the 16 newest matrices. Texture and colour pushes count on the modelview depth.
     void PushMatrix(const wchar_t* label);
     void PushMatrix(unsigned int mode, const wchar_t* label);
@@ -247,8 +251,8 @@ public:
     void PopCurrentMatrixFromStack(unsigned int mode, StackOfMatrices& stacks);
     /// Sends projection and modelview to a fixed-function context that has just been made current.
     void LoadCurrentMatrices();
-    /// Object to window coordinates: pixels from the lower left of the window, depth 0 to 1. Outputs stay as they are when
-    /// the point has no image. The flag is accepted and not used.
+    /// Object to window coordinates: pixels from the lower left of the window, depth 0 to 1. Outputs stay as they are
+    /// when the point has no image. The flag is accepted and not used.
     void Project(double x, double y, double z, const glm::dmat4& modelview, const glm::dmat4& projection,
                  const glm::dvec4& viewport, double* windowX, double* windowY, double* windowZ);
     void Project(double x, double y, double z, double* windowX, double* windowY, double* windowZ, bool flag);
@@ -297,8 +301,8 @@ public:
     void LogicOp(unsigned int operation);
     /// `factor` repeats each bit of `pattern` (low bit first) that many pixels.
     void LineStipple(int factor, unsigned short pattern);
-    // On a 4.x context ShadeModel, LineStippleOnOff, TexEnv, DisableLightingState and DisableLightsAndTextures do nothing:
-    // there the program decides.
+    // On a 4.x context ShadeModel, LineStippleOnOff, TexEnv, DisableLightingState and DisableLightsAndTextures do
+    // nothing: there the program decides.
     void ShadeModel(unsigned int mode);
     void LineStippleOnOff(bool on);
     void TexEnv(unsigned int target, unsigned int name, int value);
@@ -334,8 +338,8 @@ public:
     void SetCurrentColor(unsigned char r, unsigned char g, unsigned char b, unsigned char a, bool flag);
     GLRGBAColor GetCurrentColor() const;
     void PixelStore(unsigned int name, int value);
-    /// Reads a rectangle of the read buffer; rows come lower first. `pixels` must hold what format, type and the pixel-store
-    /// state ask for.
+    /// Reads a rectangle of the read buffer; rows come lower first. `pixels` must hold what format, type and the
+    /// pixel-store state ask for.
     void ReadPixels(int x, int y, int width, int height, unsigned int format, unsigned int type, void* pixels);
 
     // ---- 9. Vertex batch. Implemented in ViewBatch.cpp; the adds in VertexBatchInline.h
@@ -358,38 +362,41 @@ public:
 
     // One vertex each. Coordinates are narrowed to 32-bit floats: subtract a local origin first where they are large. A
     // field that a member does not take keeps what the record held before.
-    inline void AddIndex2DVertexRGBA(double x, double y, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    inline void AddIndex2DVertexRGBA(double x, double y, unsigned char r, unsigned char g, unsigned char b,
+                                     unsigned char a);
     inline void AddIndex3DVertexRGBA(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
-                              unsigned char a);
+                                     unsigned char a);
     inline void AddIndex2DVertexCurrentColor(double x, double y, unsigned char alpha);
     inline void AddIndex3DVertexCurrentColor(double x, double y, double z, unsigned char alpha);
     inline void AddIndex2DVertexCurrentColorTexCoords(double x, double y, double s, double t, unsigned char alpha);
-    inline void AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t, unsigned char alpha);
+    inline void AddIndex3DVertexCurrentColorTexCoords(double x, double y, double z, double s, double t,
+                                                      unsigned char alpha);
     inline void AddIndex2DVertexTexCoords(double x, double y, double s, double t);
     inline void AddIndex3DVertexTexCoords(double x, double y, double z, double s, double t);
-    inline void AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz, unsigned char r,
-                                    unsigned char g, unsigned char b, unsigned char a);
-    inline void AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz, double s,
-                                            double t, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    inline void AddIndex3DVertexNormalRGBA(double x, double y, double z, double nx, double ny, double nz,
+                                           unsigned char r, unsigned char g, unsigned char b, unsigned char a);
+    inline void AddIndex3DVertexNormalTexCoordRGBA(double x, double y, double z, double nx, double ny, double nz,
+                                                   double s, double t, unsigned char r, unsigned char g,
+                                                   unsigned char b, unsigned char a);
     /// An index without a record, for records written by other means.
     inline void AddDataIndex(unsigned int index);
     /// Texture coordinates of the vertex that the next add writes.
     inline void AddTextureDataCurrentIndex(double s, double t);
     /// A triangle, never split between two draws. Positions are taken relative to (ox, oy, oz), in double precision.
-    inline void AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2, const GLRGBColor* c0,
-                                      const GLRGBColor* c1, const GLRGBColor* c2, unsigned char alpha, double ox, double oy,
-                                      double oz);
-    /// A triangle at the records `index` to `index` + 2; the count stays as it is. Colours are multiplied by `shade` and
-    /// truncated; above 255 they wrap. A triangle that does not fit into the arrays is left out.
+    inline void AddIndex3DTriangleVertexRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
+                                             const GLRGBColor* c0, const GLRGBColor* c1, const GLRGBColor* c2,
+                                             unsigned char alpha, double ox, double oy, double oz);
+    /// A triangle at the records `index` to `index` + 2; the count stays as it is. Colours are multiplied by `shade`
+    /// and truncated; above 255 they wrap. A triangle that does not fit into the arrays is left out.
     inline void AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
-                                            const PointXYZ* normal, const GLRGBColor* c0, const GLRGBColor* c1,
-                                            const GLRGBColor* c2, unsigned char alpha, double ox, double oy, double oz,
-                                            double shade, int index);
+                                                   const PointXYZ* normal, const GLRGBColor* c0, const GLRGBColor* c1,
+                                                   const GLRGBColor* c2, unsigned char alpha, double ox, double oy,
+                                                   double oz, double shade, int index);
     /// As above without colours; texture coordinates come from the unshifted points: s = (x - s0) × sScale,
     /// t = (y - t0) × tScale. Flushes first when `index` exceeds kBatchCapacity.
     inline void AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0, const PointXYZ* p1, const PointXYZ* p2,
-                                              const PointXYZ* normal, double ox, double oy, double oz, double s0, double t0,
-                                              double sScale, double tScale, int index);
+                                                     const PointXYZ* normal, double ox, double oy, double oz, double s0,
+                                                     double t0, double sScale, double tScale, int index);
 
     // ---- 10. Client state. Implemented in ViewClientState.cpp
     // What of a vertex is read. On a 4.x context each of these binds the stock program instead.
@@ -399,7 +406,8 @@ public:
     void EnableClientStateInternalVertexAndColors(int vertexSize, unsigned int vertexType, int colorSize,
                                                   unsigned int colorType, GLShaderTypes shader);
     void EnableClientStateInternalVertexAndTexture(int vertexSize, unsigned int vertexType, int textureSize,
-                                                   unsigned int textureType, unsigned int texture, GLShaderTypes shader);
+                                                   unsigned int textureType, unsigned int texture,
+                                                   GLShaderTypes shader);
     void EnableClientStateVertex();
     void EnableClientStateNormal();
     void EnableClientStateColor();
@@ -417,8 +425,8 @@ public:
     /// Builds the 13 stock programs on the current context, from the files in GetCommonFolder. 0, or the HRESULT of the
     /// first that failed; those before it stay. Failures show a message box.
     long BuildStockShaders();
-    /// Builds one program into `data`; one that is already there is deleted. The last four files may be null. E_FAIL when it
-    /// does not compile or link, otherwise LoadShader's results. Nothing is left behind on failure.
+    /// Builds one program into `data`; one that is already there is deleted. The last four files may be null. E_FAIL
+    /// when it does not compile or link, otherwise LoadShader's results. Nothing is left behind on failure.
     long BuildShader(const wchar_t* folder, const wchar_t* vertexFile, const wchar_t* fragmentFile,
                      const wchar_t* tessControlFile, const wchar_t* tessEvaluationFile, const wchar_t* geometryFile,
                      const wchar_t* computeFile, GLShaderTypes type, unsigned int drawMode, ShaderData& data);
@@ -434,8 +442,8 @@ public:
 
     // Programs in use and vertex storage. Implemented in ViewBinding.cpp
 
-    /// Makes the stock program current and gives it the context's matrices, sizes and colours, and the view's own vertex
-    /// storage or the caller's. 0, or E_OUTOFMEMORY when the driver gave no storage.
+    /// Makes the stock program current and gives it the context's matrices, sizes and colours, and the view's own
+    /// vertex storage or the caller's. 0, or E_OUTOFMEMORY when the driver gave no storage.
     long BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
     long BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data, GLVBO& vbo,
                                       const GLDrawGeometry* geometry, unsigned __int64 count);
@@ -445,8 +453,8 @@ public:
     void InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vbo, const GLDrawGeometry* geometry,
                        unsigned __int64 count);
     /// Draws `count` vertices of a caller's buffer that InitializeVBO filled and whose program is bound. With `indices`
-    /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with an
-    /// index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
+    /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with
+    /// an index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
     void DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices);
     /// Deletes a caller's buffers and empties the record, so that new geometry can be given.
     void DeleteVBO(GLVBO& vbo);
@@ -526,12 +534,13 @@ private:
     void ReadDriverVersion();
     HGLRC CreateBootstrapContext(HDC deviceContext);
     int AdoptWindowPixelFormat(HDC deviceContext, GLRenderingContextRecord& record, int format);
-    void ShowPixelFormatFailure(const CString& beginning, const GLRenderingContextRecord& record, unsigned int available);
+    void ShowPixelFormatFailure(const CString& beginning, const GLRenderingContextRecord& record,
+                                unsigned int available);
     HGLRC CreateSharedContext(HDC deviceContext, GLRenderingContextTypes type);
     void ForgetBorrowedContext(HGLRC context);
 
-    /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a context
-    /// that has to do without the shared programs.
+    /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
+    /// context that has to do without the shared programs.
     bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
 
     void LeaveStockPrograms(bool contextIsCurrent);
@@ -630,7 +639,8 @@ private:
     OwnedObjects m_owned;
 
     static ShaderSet m_gShaderSet;
-    static bool m_gStockProgramsTried; ///< the set was built for the present contexts, or tried and shown to have failed
+    static bool
+        m_gStockProgramsTried; ///< the set was built for the present contexts, or tried and shown to have failed
     static int m_gClassInitialized;
     static HGLRC m_gMasterContext;           ///< shared with by every later attribute-based context
     static HGLRC m_gCurrentRenderingContext; ///< the pair that the library made current last

@@ -33,8 +33,8 @@ struct GLRenderingContextRecord {
     bool doubleBuffered = false;
     bool depthBuffered = false;
     bool stereo = false;
-    bool pixelFormatSet = false; ///< `window` has the format `pixelFormatNumber`
-    bool initialized = false;    ///< a context has been created
+    bool pixelFormatSet = false;  ///< `window` has the format `pixelFormatNumber`
+    bool initialized = false;     ///< a context has been created
     bool borrowedContext = false; ///< the rendering context belongs to somebody else and is not deleted here
     bool releasesDeviceContext = true;
     bool rasterFontReady = false;
@@ -69,20 +69,20 @@ struct GLRenderingContextRecord {
     COpenGLMath* math = nullptr;        ///< owned
     /// The functions still have to be loaded, because the context could not be made current when it was created.
     bool functionsPending = false;
-    /// The context shares nothing with the others, so the stock programs do not exist in it: it draws with fixed functions
-    /// although the process draws with programs.
+    /// The context shares nothing with the others, so the stock programs do not exist in it: it draws with fixed
+    /// functions although the process draws with programs.
     bool fixedFunctionOnly = false;
     /// Unlike handles, never used twice; 0 while no program was bound.
     unsigned long long contextNumber = 0;
-    GLShaderTypes currentShader = GLShaderUnknown; ///< the stock program that was bound last
-    unsigned int boundProgram = 0;                 ///< the GL program in use; 0 after DisableClientState
+    GLShaderTypes currentShader = GLShaderUnknown;         ///< the stock program that was bound last
+    unsigned int boundProgram = 0;                         ///< the GL program in use; 0 after DisableClientState
     std::array<unsigned int, kShaderCount> vertexArrays{}; ///< of this context, by stock program; 0 until first bound
-    ProgramUniforms boundUniforms{};               ///< what the bound program was given
-    bool fillForced = false;                       ///< GL fills although the host asked for another polygon mode
-    unsigned int fontAtlasTexture = 0;             ///< what the text program reads
+    ProgramUniforms boundUniforms{};                       ///< what the bound program was given
+    bool fillForced = false;           ///< GL fills although the host asked for another polygon mode
+    unsigned int fontAtlasTexture = 0; ///< what the text program reads
     unsigned int fontAtlasSampler = 0;
-    bool loopContinued = false;                    ///< the open line loop was split
-    GLDrawGeometry loopFirstVertex{};              ///< where the split line loop has to close
+    bool loopContinued = false;       ///< the open line loop was split
+    GLDrawGeometry loopFirstVertex{}; ///< where the split line loop has to close
 };
 
 } // namespace KTR

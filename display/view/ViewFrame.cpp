@@ -58,7 +58,8 @@ void COpenGLView::PixelStore(unsigned int name, int value) {
     outputGlError(L"glPixelStorei: END");
 }
 
-void COpenGLView::ReadPixels(int x, int y, int width, int height, unsigned int format, unsigned int type, void* pixels) {
+void COpenGLView::ReadPixels(int x, int y, int width, int height, unsigned int format, unsigned int type,
+                             void* pixels) {
     CurrentGL()->glReadPixels(x, y, width, height, format, type, pixels);
     outputGlError(L"glReadPixels: END");
 }

@@ -42,8 +42,8 @@ INSTANTIATE_TEST_SUITE_P(
                    AccelerationHardware, 513 + 128 + 24},
         WeightCase{"generic_is_no_hardware", kWindowFlags | PFD_GENERIC_FORMAT, 32, 24, PFD_TYPE_RGBA, true,
                    AccelerationHardware, 0},
-        WeightCase{"generic_software", kWindowFlags | PFD_GENERIC_FORMAT, 32, 32, PFD_TYPE_RGBA, true, AccelerationSoftware,
-                   1 + 128 + 32},
+        WeightCase{"generic_software", kWindowFlags | PFD_GENERIC_FORMAT, 32, 32, PFD_TYPE_RGBA, true,
+                   AccelerationSoftware, 1 + 128 + 32},
         WeightCase{"driver_is_no_software", kWindowFlags, 32, 24, PFD_TYPE_RGBA, true, AccelerationSoftware, 0},
         WeightCase{"shallow_depth_hardware", kWindowFlags, 32, 16, PFD_TYPE_RGBA, true, AccelerationHardware, 1025},
         WeightCase{"shallow_depth_any", kWindowFlags, 32, 16, PFD_TYPE_RGBA, true, kAnyAcceleration, 0},
@@ -54,8 +54,8 @@ INSTANTIATE_TEST_SUITE_P(
         WeightCase{"single_buffered_window", PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL, 32, 24, PFD_TYPE_RGBA, true,
                    AccelerationHardware, 0},
         WeightCase{"window_format_for_bitmap", kWindowFlags, 32, 24, PFD_TYPE_RGBA, false, AccelerationHardware, 0},
-        WeightCase{"bitmap", PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL, 32, 24, PFD_TYPE_RGBA, false, AccelerationHardware,
-                   1025 + 128 + 24}),
+        WeightCase{"bitmap", PFD_DRAW_TO_BITMAP | PFD_SUPPORT_OPENGL, 32, 24, PFD_TYPE_RGBA, false,
+                   AccelerationHardware, 1025 + 128 + 24}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
 } // namespace

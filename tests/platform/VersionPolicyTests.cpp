@@ -34,7 +34,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(VersionTextCase{"nvidia", "4.6.0 NVIDIA 551.23", true, 46, VendorNVIDIA},
                     VersionTextCase{"intel", "4.5.0 - Build 31.0.101 iNtEl", true, 45, VendorIntel},
                     VersionTextCase{"ati", "4.4 ATI Catalyst", true, 44, VendorATI},
-                    VersionTextCase{"compatibility_counts_as_ati", "4.5 (Compatibility Profile) X", true, 45, VendorATI},
+                    VersionTextCase{"compatibility_counts_as_ati", "4.5 (Compatibility Profile) X", true, 45,
+                                    VendorATI},
                     VersionTextCase{"nvidia_before_ati", "4.5 (Compatibility Profile) NVIDIA", true, 45, VendorNVIDIA},
                     VersionTextCase{"no_vendor", "4.6.0 - Build 27.20", true, 46, VendorOther},
                     VersionTextCase{"minor_ten", "4.10 NVIDIA", true, 50, VendorNVIDIA},
@@ -105,8 +106,9 @@ TEST_P(UserEnvironment, IsRead) {
     EXPECT_EQ(output.Has(L"\n    Environment Variablee - ORRIN_OPENGL_VERSION: NOT SET - By default use best OpenGL "
                          L"version available.\n"),
               !test.countsAsSet);
-    EXPECT_EQ(output.Has(L"     Environment Variable - ORRIN_TEXTURE_CACHE: NOT SET - By default Texture Cache is ON.\n\n"),
-              !test.countsAsSet);
+    EXPECT_EQ(
+        output.Has(L"     Environment Variable - ORRIN_TEXTURE_CACHE: NOT SET - By default Texture Cache is ON.\n\n"),
+        !test.countsAsSet);
 }
 
 const std::wstring kTooLong(140, L'1');

@@ -7,8 +7,8 @@ class TestWindow {
 public:
     explicit TestWindow(int width = 128, int height = 128) {
         static const ATOM windowClass = RegisterTestClass();
-        m_window = CreateWindowExW(0, MAKEINTATOM(windowClass), L"OrrinDisplay test", WS_POPUP, 0, 0, width, height, nullptr,
-                                   nullptr, GetModuleHandleW(nullptr), nullptr);
+        m_window = CreateWindowExW(0, MAKEINTATOM(windowClass), L"OrrinDisplay test", WS_POPUP, 0, 0, width, height,
+                                   nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
         ShowWindow(m_window, SW_SHOWNOACTIVATE);
         m_deviceContext = GetDC(m_window);
     }

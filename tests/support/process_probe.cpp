@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// Tells by its exit code what it finds of itself: 1 its own entry, 2 its parent's name, 4 that the host started it. With
-/// the path of another copy as its argument it starts that and passes the answer on.
+/// Tells by its exit code what it finds of itself: 1 its own entry, 2 its parent's name, 4 that the host started it.
+/// With the path of another copy as its argument it starts that and passes the answer on.
 int wmain(int argumentCount, wchar_t** arguments) {
     if (argumentCount > 1) {
         std::wstring commandLine = L"\"" + std::wstring(arguments[1]) + L"\"";

@@ -57,7 +57,8 @@ TEST_F(Frame, MemoryBitmapIsDrawnByTheLegacyContext) {
         ASSERT_EQ(view->CreateContext(memory, false, GLContextMain, L"bitmap", 32, AccelerationHardware), 1);
         EXPECT_EQ(view->GetCurrentContextType(), GLContextLegacy);
         EXPECT_TRUE(view->IsCurrentGLRenderingContextNull(GLContextMain));
-        EXPECT_EQ(view->MakeCurrent(memory, view->GetContextRecord(GLContextLegacy).renderingContext, GLContextMain), 1);
+        EXPECT_EQ(view->MakeCurrent(memory, view->GetContextRecord(GLContextLegacy).renderingContext, GLContextMain),
+                  1);
         EXPECT_EQ(view->GetCurrentContextType(), GLContextLegacy);
         view->SetBackgroundColor(RGB(11, 22, 33), true);
         view->Finish();
