@@ -397,15 +397,9 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
                               WGL_CONTEXT_PROFILE_MASK_ARB,
                               WGL_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB,
                               0};
-<<<<<<< HEAD
     // The master's handle may outlive its context. Where the context is gone, any other of its group hands the shared
     // objects on; where all are gone, the next main context starts a new group as its master.
     const SharingContext master = ShareGroup::Find(m_gMasterContext);
-=======
-    // The master's handle outlives its context. Where the context is gone, any other of its group hands the shared
-    // objects on; where all are gone, the next main context starts a new group as its master.
-    const bool masterLives = ShareGroup::Contains(m_gMasterContext);
->>>>>>> main
     const long number = InterlockedIncrement(&m_gContextCount);
     const HGLRC context = m_gfn_wglCreateContextAttribsARB(
         deviceContext, master.context ? master.context : ShareGroup::AnyMember(), attributes);
