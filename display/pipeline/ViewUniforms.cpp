@@ -235,16 +235,13 @@ void COpenGLView::SendLitSurface(ShaderData& data, const ProgramUniforms& unifor
 
 /// State of the context, not of the program, that the program `type` draws wrong without.
 void COpenGLView::PrepareContextFor(GLShaderTypes type) {
-    const COrrinGLCement* gl = CurrentGL();
     switch (type) {
     case GLShaderPoint:
     case GLShaderPointSmooth:
         if (!IsOpenGLStateEnabled(GL_PROGRAM_POINT_SIZE)) {
             Enable(GL_PROGRAM_POINT_SIZE);
-            // NOTE: a compatibility context gives fragments their place in the point only while this is on, too.
-            gl->glEnable(GL_POINT_SPRITE);
-            outputGlError(L"glEnable: END");
         }
+        SetPointSprites(type == GLShaderPointSmooth);
         break;
     case GLShaderShadedTexture:
     case GLShaderTextureDecal:
@@ -258,6 +255,23 @@ void COpenGLView::PrepareContextFor(GLShaderTypes type) {
         break;
     default:
         break;
+    }
+}
+
+/// NOTE: a compatibility context gives fragments their place in the point only while this is on. Square points keep it
+/// off: it also changes which pixels a point covers, and they cover those of the fixed-function pipeline.
+void COpenGLView::SetPointSprites(bool on) {
+    bool& current = CurrentRecord().pointSprites;
+    if (current == on) {
+        return;
+    }
+    current = on;
+    if (on) {
+        CurrentGL()->glEnable(GL_POINT_SPRITE);
+        outputGlError(L"glEnable: END");
+    } else {
+        CurrentGL()->glDisable(GL_POINT_SPRITE);
+        outputGlError(L"glDisable: END");
     }
 }
 

@@ -468,14 +468,16 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     }
     const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
-    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || record.renderingContext == m_gMasterContext) {
+    const bool isMaster = record.renderingContext == m_gMasterContext;
+    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || (isMaster && m_gStockProgramsTried)) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
         const GLRenderingContextTypes previousType = m_currentContext;
         m_currentContext = type;
         const bool wasCurrent = previousContext == record.renderingContext;
         const bool current =
-            record.glCement && (wasCurrent || wglMakeCurrent(record.deviceContext, record.renderingContext));
+            record.glCement && (wasCurrent || (WindowFromDC(record.deviceContext) &&
+                                               wglMakeCurrent(record.deviceContext, record.renderingContext)));
         if (current) {
             DeleteAttributeBuffers();
         }
@@ -484,13 +486,15 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         if (current && !wasCurrent) {
             wglMakeCurrent(previousDeviceContext, previousContext);
         }
+    } else {
+        LeaveStockPrograms(false);
     }
-    ShareGroup::Retire(record.renderingContext);
     m_batch.ring = GLVBO{};
     record.vertexArrays = {};
     record.boundProgram = 0;
     record.contextNumber = 0;
     record.fillForced = false;
+    record.pointSprites = false;
 }
 
 /// After a context is gone no record of this view may still name it as borrowed.

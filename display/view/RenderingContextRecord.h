@@ -79,6 +79,7 @@ struct GLRenderingContextRecord {
     std::array<unsigned int, kShaderCount> vertexArrays{}; ///< of this context, by stock program; 0 until first bound
     ProgramUniforms boundUniforms{};                       ///< what the bound program was given
     bool fillForced = false;           ///< GL fills although the host asked for another polygon mode
+    bool pointSprites = false;         ///< fragments know their place in the point
     unsigned int fontAtlasTexture = 0; ///< what the text program reads
     unsigned int fontAtlasSampler = 0;
     bool loopContinued = false;       ///< the open line loop was split
