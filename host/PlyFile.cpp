@@ -167,7 +167,7 @@ private:
             const PlyProperty& property = element.properties[index];
             if (property.listCountType) {
                 const double count = TakeNumber(property);
-                for (double taken = 0; taken < count; ++taken) {
+                for (std::uint64_t taken = 0; static_cast<double>(taken) < count; ++taken) {
                     TakeNumber(property);
                 }
             } else {

@@ -22,7 +22,7 @@ fetch_sources() {
     for package in "${packages[@]}"; do
         dpkg-source --no-check -x "$package"_*.dsc "$work/source/$package"
     done
-    cp -r /usr/src/googletest "$work/source/googletest"
+    cp -a /usr/src/googletest "$work/source/googletest"
 }
 
 # build_library NAME OPTION...
@@ -32,7 +32,8 @@ build_library() {
     cmake -S "$work/source/$name" -B "$work/build/$name" -G Ninja \
         -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_CROSSCOMPILING_EMULATOR= -DCMAKE_BUILD_TYPE=Release \
         -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib -DCMAKE_PREFIX_PATH="$prefix" \
-        -DCMAKE_CXX_STANDARD=20 -DCMAKE_CXX_EXTENSIONS=OFF "$@"
+        -DCMAKE_CXX_STANDARD=20 -DCMAKE_CXX_EXTENSIONS=OFF \
+        -DCMAKE_C_FLAGS="-ffile-prefix-map=$work/source/=" -DCMAKE_CXX_FLAGS="-ffile-prefix-map=$work/source/=" "$@"
     cmake --build "$work/build/$name" -j2
     cmake --install "$work/build/$name" --strip
 }
@@ -53,16 +54,18 @@ build_all() {
     build_library googletest -DBUILD_SHARED_LIBS=OFF
 }
 
-# Libraries that are only headers. The compiler for the target must not see the machine's own headers as a whole.
+# Libraries that are only headers. The compiler for the target must not see the machine's own headers as a whole. They
+# keep their dates, so that a new cache does not make everything be compiled again.
 copy_headers() {
     mkdir -p "$prefix/include" "$prefix/share/cmake"
-    cp -r /usr/include/glm /usr/include/CLI /usr/include/nlohmann /usr/include/stb "$prefix/include/"
-    cp -r /usr/share/cmake/glm /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$prefix/share/cmake/"
+    cp -a /usr/include/glm /usr/include/CLI /usr/include/nlohmann /usr/include/stb "$prefix/include/"
+    cp -a /usr/share/cmake/glm /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$prefix/share/cmake/"
 }
 
+# The compiler's DLLs; libssp is what the checked build's stack protector calls.
 copy_runtime() {
     local name path
-    for name in libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll; do
+    for name in libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll libssp-0.dll; do
         path=$(x86_64-w64-mingw32-g++-posix -print-file-name=$name)
         cp "$path" "$prefix/bin/"
         # The debugging information is nine tenths of it.

@@ -10,18 +10,21 @@ step generated "Checking the generated tables" python3 cmake/generate_entry_poin
 # The commands of the build, read with the target's headers. Driver and tests follow other habits and are left out.
 database=$build/tidy
 mkdir -p "$database"
-python3 - "$build/mingw/compile_commands.json" "$database/compile_commands.json" <<'PYTHON'
-import json, re, subprocess, sys
-search = subprocess.run(["x86_64-w64-mingw32-g++-posix", "-E", "-x", "c++", "-v", "/dev/null"], capture_output=True, text=True)
+python3 - "$root" "$build/mingw/compile_commands.json" "$database/compile_commands.json" <<'PYTHON'
+import json, os, re, subprocess, sys
+root, commands, output = sys.argv[1:]
+search = subprocess.run(["x86_64-w64-mingw32-g++-posix", "-E", "-x", "c++", "-v", os.devnull], capture_output=True, text=True)
 folders = re.search(r"search starts here:\n(.*?)End of search", search.stderr, re.S).group(1).split()
-extra = ["clang++", "--target=x86_64-w64-windows-gnu", "-nostdinc", "-nostdinc++"]
-extra += [word for folder in folders if "/include-fixed" not in folder for word in ("-isystem", folder)]
-entries = [entry for entry in json.load(open(sys.argv[1])) if re.search(r"/(display|host)/[^.]*\.cpp$", entry["file"])]
-entries = [entry for entry in entries if "OrrinDisplayStatic" not in entry["output"]]
-for entry in entries:
-    words = entry.pop("command").split()
-    entry["arguments"] = extra + [word for word in words[1:] if not word.startswith("-fsanitize")]
-json.dump(entries, open(sys.argv[2], "w"))
+# clang brings the headers of its own built-in functions; the compiler's would not do.
+folders = [folder for folder in folders if not re.search(r"/include(-fixed)?$", folder) or "/gcc/" not in folder]
+arguments = ["clang++", "--target=x86_64-w64-windows-gnu", "-nostdinc++", "-Wno-unknown-warning-option"]
+arguments += [word for folder in folders for word in ("-isystem", folder)]
+entries = []
+for entry in json.load(open(commands)):
+    if re.match(re.escape(root) + r"/(display|host)/.*\.cpp$", entry["file"]) and "Static" not in entry["command"]:
+        words = [word for word in entry.pop("command").split()[1:] if not word.startswith(("-fsanitize", "-fno-keep"))]
+        entries.append({**entry, "arguments": arguments + words})
+json.dump(entries, open(output, "w"))
 PYTHON
 mapfile -t sources < <(python3 -c 'import json, sys; print("\n".join(e["file"] for e in json.load(open(sys.argv[1]))))' "$database/compile_commands.json")
 tidy() {

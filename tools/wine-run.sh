@@ -11,7 +11,8 @@ else
     "$root/tools/make-prefix.sh" >&2
 fi
 
-export WINEPREFIX=$root/build/wine WINEDEBUG=-all LIBGL_ALWAYS_SOFTWARE=1
+# Wine keeps quiet, except when a program cannot start because a DLL of it is missing.
+export WINEPREFIX=$root/build/wine WINEDEBUG=-all,err+module LIBGL_ALWAYS_SOFTWARE=1
 export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe,winedbg.exe=${ORRIN_DLL_OVERRIDES:+;$ORRIN_DLL_OVERRIDES}"
 # File names reach the program whole only when Wine reads them as UTF-8, which a bare machine's locale is not.
 export LC_ALL=C.UTF-8

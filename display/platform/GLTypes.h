@@ -20,6 +20,6 @@ typedef signed long long int GLsizeiptr;
 typedef signed long long int GLintptr;
 typedef int64_t GLint64;
 typedef uint64_t GLuint64;
-typedef struct __GLsync* GLsync;
+typedef struct __GLsync* GLsync; // NOLINT(bugprone-reserved-identifier): the name that every GL header uses
 typedef void(ORRIN_GLAPI* GLDEBUGPROC)(GLenum source, GLenum type, GLuint id, GLenum severity, GLsizei length,
                                        const GLchar* message, const void* userParam);

@@ -39,10 +39,21 @@ void COpenGLView::ReplaceCurrentMatrix(const glm::dmat4& matrix) {
 }
 
 void COpenGLView::CopyCurrentGLMMatrixToOpenGL() {
-    if (!DrawsWithPrograms()) {
-        CurrentGL()->glLoadMatrixd(glm::value_ptr(GetCurrentMatrix()));
-        outputGlError(L"glLoadMatrixd: END");
+    if (DrawsWithPrograms()) {
+        return;
     }
+    const COrrinGLCement* gl = CurrentGL();
+    if (CurrentRecord().attributes.matrixMode == GL_COLOR) {
+        // NOTE: most drivers have no colour matrix. They refuse the mode and stay in the one before, whose matrix must not
+        // be overwritten.
+        GLint mode = 0;
+        gl->glGetIntegerv(GL_MATRIX_MODE, &mode);
+        if (mode != GL_COLOR) {
+            return;
+        }
+    }
+    gl->glLoadMatrixd(glm::value_ptr(GetCurrentMatrix()));
+    outputGlError(L"glLoadMatrixd: END");
 }
 
 void COpenGLView::CopyCurrentGLMMatrixToOpenGLMathMatrix() {

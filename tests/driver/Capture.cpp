@@ -271,14 +271,14 @@ void CaptureSource(const State& state, const VertexSource& source, const std::ve
     const std::size_t begin = *least * stride;
     const std::size_t size = *most * stride + typeSize * source.components - begin;
     std::vector<unsigned char> content;
-    const unsigned char* first = source.pointer + begin;
+    const unsigned char* first = nullptr;
     if (source.buffer != 0) {
         content = state.BufferContent(source.buffer, reinterpret_cast<std::uintptr_t>(source.pointer) + begin, size);
-        first = content.data();
-    } else if (!source.pointer) {
-        return;
+        first = content.empty() ? nullptr : content.data();
+    } else if (source.pointer) {
+        first = source.pointer + begin;
     }
-    if (source.buffer != 0 && content.empty()) {
+    if (!first) {
         return;
     }
     std::vector<double> numbers;

@@ -105,13 +105,22 @@ bool IsFixedFunctionCapability(std::uint64_t capability) {
            std::find(std::begin(kOthers), std::end(kOthers), capability) != std::end(kOthers);
 }
 
+/// Polygons of any number of corners: quads, quad strips and polygons.
+bool IsFixedFunctionPrimitive(std::uint64_t mode) {
+    return mode >= 7 && mode <= 9;
+}
+
 void JudgeFixedFunction(const Call& call) {
+    const Handling& handling = HandlingOf(call.index);
+    const bool draws = handling.before == JudgeDraw;
+    const std::uint64_t first = call.arguments[0];
     if (kFunctions[call.index].fixedFunctionOnly) {
         AddViolation("%s is called in context %u, where the fixed-function pipeline is forbidden",
                      kFunctions[call.index].name, call.context->number);
-    } else if (HandlingOf(call.index).takesCapability && IsFixedFunctionCapability(call.arguments[0])) {
+    } else if ((handling.takesCapability && IsFixedFunctionCapability(first)) ||
+               (draws && IsFixedFunctionPrimitive(first))) {
         AddViolation("%s(0x%X) is called in context %u, where the fixed-function pipeline is forbidden",
-                     kFunctions[call.index].name, static_cast<unsigned>(call.arguments[0]), call.context->number);
+                     kFunctions[call.index].name, static_cast<unsigned>(first), call.context->number);
     }
 }
 
@@ -128,7 +137,7 @@ void* AddressFor(unsigned index, Context& context) {
     const FunctionCode& code = CodeOfFunction(index);
     if (g_nullDriver && IsGLFunction(index)) {
         void* const nothing = NullFunction(index);
-        return nothing ? nothing : system;
+        return nothing ? nothing : code.variants[kAnyContext];
     }
     if (!g_perContextFunctions || !IsGLFunction(index)) {
         return code.variants[kAnyContext];
@@ -223,21 +232,21 @@ bool Admit(Call& call, DWORD lastError) {
     return Attend(call, ordinal);
 }
 
-/// The null driver's answer where a function is reached through the DLL's export.
-bool PassNullDriver(Call& call) {
-    if (!IsGLFunction(call.index)) {
-        call.result = 1;
+/// What the null driver swallows although it came through the DLL's export or through an older address.
+bool IsSwallowed(const Call& call) {
+    if (!g_nullDriver.load(std::memory_order_relaxed)) {
         return false;
     }
-    return NullFunction(call.index) == nullptr && Forward(call);
+    const bool swaps = call.index == Index_wglSwapBuffers || call.index == Index_wglSwapLayerBuffers;
+    return swaps || NullFunction(call.index) != nullptr;
 }
 
 } // namespace
 
 bool EnterCall(Call& call) {
-    const bool swaps = call.index == Index_wglSwapBuffers || call.index == Index_wglSwapLayerBuffers;
-    if (g_nullDriver.load(std::memory_order_relaxed) && (swaps || IsGLFunction(call.index))) {
-        return PassNullDriver(call);
+    if (IsSwallowed(call)) {
+        call.result = IsGLFunction(call.index) ? 0 : 1;
+        return false;
     }
     if (Admit(call, GetLastError())) {
         return true;

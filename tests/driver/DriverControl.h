@@ -245,9 +245,10 @@ public:
 
     // Cost.
 
-    /// Swallows drawing and state work (fences are signalled at once, mapped buffers are plain memory), so that only
-    /// the caller's own cost is left. To be switched on before the context's functions are looked up: wglGetProcAddress
-    /// then hands out empty functions. Nothing is recorded, counted or judged meanwhile.
+    /// Swallows drawing, state work and swaps (fences are signalled at once, mapped buffers are plain memory), so that
+    /// only the caller's own cost is left; nothing of that is recorded, counted or judged. Making objects and asking
+    /// for texts and limits go on as ever, answers of the test's own included. To be switched on before a context's
+    /// functions are looked up, for wglGetProcAddress then hands out empty functions, those of GL 1.0 and 1.1 too.
     void NullDriver(bool on) { m_driver->NullDriver(on); }
 
 private:

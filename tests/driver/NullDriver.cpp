@@ -94,9 +94,10 @@ bool ReachesTheSystem(std::string_view name) {
            !name.starts_with("glGenerate");
 }
 
-} // namespace
-
-void* NullFunction(unsigned index) {
+void* FindNullFunction(unsigned index) {
+    if (!IsGLFunction(index)) {
+        return nullptr;
+    }
     switch (index) {
     case Index_glMapBufferRange:
     case Index_glMapNamedBufferRange:
@@ -119,6 +120,19 @@ void* NullFunction(unsigned index) {
     default:
         return ReachesTheSystem(kFunctions[index].name) ? nullptr : CodeOfFunction(index).nothing;
     }
+}
+
+} // namespace
+
+void* NullFunction(unsigned index) {
+    static void* const* const functions = [] {
+        auto* made = new void*[kFunctionCount];
+        for (unsigned function = 0; function < kFunctionCount; ++function) {
+            made[function] = FindNullFunction(function);
+        }
+        return made;
+    }();
+    return functions[index];
 }
 
 } // namespace StandInDriver

@@ -380,7 +380,8 @@ void ForbiddenFixedFunction(const Scene& scene) {
     scene.driver.ForbidFixedFunction(0, true);
     glEnable(GL_DEPTH_TEST);
     glClear(GL_DEPTH_BUFFER_BIT);
-    glEnable(GL_LIGHTING);
+    glDrawArrays(GL_TRIANGLES, 0, 0);
+    glDrawArrays(GL_QUADS, 0, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -405,7 +406,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Rule{"DrawWithDeletedProgram", DrawWithDeletedProgram, "draws with program"},
                     Rule{"BindAnothersVertexArray", BindAnothersVertexArray, "uses vertex array"},
                     Rule{"WaitForDeletedSync", WaitForDeletedSync, "uses sync"},
-                    Rule{"ForbiddenFixedFunction", ForbiddenFixedFunction, "glEnable(0xB50)"},
+                    Rule{"ForbiddenFixedFunction", ForbiddenFixedFunction, "glDrawArrays(0x7)"},
                     Rule{"Allowed_DeleteCurrentAndNull", DeleteCurrentAndNull, nullptr},
                     Rule{"Allowed_UseSharedLists", UseSharedLists, nullptr},
                     Rule{"Allowed_UseProgramsProperly", UseProgramsProperly, nullptr}),
@@ -433,6 +434,10 @@ TEST_F(DriverTest, NullDriver_DrawsNothingAndMapsMemory) {
     glClearColor(0.0f, 1.0f, 0.0f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
     driver.NullDriver(true);
+    driver.SetIntegerAnswer(GL_MAX_TEXTURE_SIZE, 77);
+    GLint size = 0;
+    Find<void(APIENTRY*)(GLenum, GLint*)>("glGetIntegerv")(GL_MAX_TEXTURE_SIZE, &size);
+    EXPECT_EQ(size, 77) << "questions are still answered";
     Find<void(APIENTRY*)(GLfloat, GLfloat, GLfloat, GLfloat)>("glClearColor")(1.0f, 0.0f, 0.0f, 1.0f);
     Find<void(APIENTRY*)(GLbitfield)>("glClear")(GL_COLOR_BUFFER_BIT);
     const auto map = Find<PFNGLMAPBUFFERRANGEPROC>("glMapBufferRange");

@@ -45,6 +45,19 @@ TEST_F(ViewMatrices, FixedFunctionContextIsKeptInStep) {
     ExpectSame(InOpenGL(GL_TEXTURE_MATRIX), live->GetMatrix(GL_TEXTURE));
 }
 
+// Most drivers refuse the colour mode; what is loaded then must not land in another matrix.
+TEST_F(ViewMatrices, ColorMatrixLeavesTheOthersAlone) {
+    live->MatrixMode(GL_MODELVIEW);
+    live->Translate(3.0, 0.0, 0.0);
+    live->MatrixMode(GL_COLOR);
+    live->Translate(5.0, 0.0, 0.0);
+    live->PushMatrix(L"test");
+    live->PopMatrix(L"test");
+    EXPECT_EQ(live->GetMatrix(GL_COLOR)[3][0], 5.0);
+    ExpectSame(InOpenGL(GL_MODELVIEW_MATRIX), live->GetMatrix(GL_MODELVIEW));
+    EXPECT_EQ(live->GetMatrix(GL_MODELVIEW)[3][0], 3.0);
+}
+
 TEST_F(ViewMatrices, OrthoReplacesTheProjectionWhateverTheMode) {
     live->MatrixMode(GL_MODELVIEW);
     const glm::dmat4 before = InOpenGL(GL_PROJECTION_MATRIX);
