@@ -255,8 +255,7 @@ void DrawBlended(COpenGLView& view) {
     view.Disable(GL_BLEND);
 }
 
-// The view's adds are the caller's: both pipelines draw the caller's records, the one from where they are, the other
-// from a copy with the driver.
+// Both pipelines draw the caller's records: the one from where they are, the other from a copy with the driver.
 void DrawCallersGeometry(COpenGLView& view) {
     Numbers numbers;
     std::vector<GLDrawGeometry> geometry(40'000);
