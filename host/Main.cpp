@@ -1,5 +1,6 @@
 #include "FileError.h"
 #include "Scene.h"
+#include "ShaderFolder.h"
 #include "ViewerOptions.h"
 #include "ViewerWindow.h"
 
@@ -40,6 +41,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     if (options.frames > 0) {
         KTR::SetMessageBoxHandler(PrintMessageBox, nullptr);
     }
+    OrrinViewer::FindShaderFolder();
     OrrinViewer::ViewerWindow window(scene);
     if (!window.Open(options)) {
         std::fprintf(stderr, "There is no OpenGL to draw with: neither a pixel format nor a context could be had.\n");

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 namespace KTR {
 
 /// The stock programs. The value is also the program's place in the ShaderSet.
@@ -23,6 +25,53 @@ enum GLShaderTypes : int {
 /// Number of stock programs.
 inline constexpr int kShaderCount = 13;
 
+/// The four inputs of a vertex; the value is the location that every stock program gives it.
+enum VertexAttribBufferType : int {
+    VertexAttribPosition = 0,
+    VertexAttribNormal = 1,
+    VertexAttribTexture = 2,
+    VertexAttribColor = 3,
+};
+
+/// The uniforms of the stock programs; the value is the place of the location in ShaderData.
+enum StockUniform : int {
+    UniformProjectionTimesModelview,
+    UniformModelview,
+    UniformNormalMatrix,
+    UniformPointSize,
+    UniformPointSmoothing,
+    UniformStipplePattern,
+    UniformStippleBits,
+    UniformStippleFactor,
+    UniformViewport,
+    UniformLightDirection,
+    UniformLightColor,
+    UniformLightIntensity,
+    UniformAmbientCoefficient,
+    UniformTextureTransparency,
+    UniformTexture,
+    UniformDepth,
+    UniformBitmapTexture,
+    UniformCurrentColor,
+    UniformTextColor,
+    UniformFontAtlasTexture,
+};
+
+inline constexpr int kStockUniformCount = UniformFontAtlasTexture + 1;
+
+/// A uniform that the program was not asked for yet, and one that it lacks.
+inline constexpr int kUniformNotAsked = -2;
+inline constexpr int kUniformMissing = -1;
+
+/// Every location not asked for yet.
+constexpr std::array<int, kStockUniformCount> UnaskedUniformLocations() {
+    std::array<int, kStockUniformCount> locations{};
+    for (int& location : locations) {
+        location = kUniformNotAsked;
+    }
+    return locations;
+}
+
 /// One linked program and what is known of it.
 struct ShaderData {
     unsigned int program = 0; ///< GL name; 0 when the program does not exist
@@ -38,7 +87,13 @@ struct ShaderData {
     unsigned int tessEvaluationShader = 0;
     unsigned int geometryShader = 0;
     unsigned int computeShader = 0;
+    /// Vertex-array object of a host's own program. The stock programs are shared by contexts and vertex arrays are
+    /// not: theirs are in the context records.
     unsigned int vertexArray = 0;
+    std::array<int, kStockUniformCount> uniformLocations = UnaskedUniformLocations();
+    /// Number of the context whose values the program's uniforms hold, 0 for none: they belong to the program, which
+    /// all contexts share, so another context's draw has overwritten them when the number is not one's own.
+    unsigned long long uniformsOfContext = 0;
 };
 
 /// The stock programs of the process, indexed by GLShaderTypes.

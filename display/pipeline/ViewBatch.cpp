@@ -31,7 +31,7 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
     GLRenderingContextRecord& record = CurrentRecord();
     record.loopContinued = false;
     record.batchOpen = false;
-    if (IsCurrentContextOpenGL4OrLater() && record.currentShader != shader) {
+    if (DrawsWithPrograms() && NeedsBinding(shader)) {
         BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
     }
 }
@@ -39,7 +39,7 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader, GLVBO& vbo, const GLDrawGeometry* geometry,
                               unsigned __int64 count) {
     // On a 4.x context the geometry was uploaded when the buffer was initialised; this only binds it.
-    const bool uploaded = IsCurrentContextOpenGL4OrLater();
+    const bool uploaded = DrawsWithPrograms();
     InitializeVBO(mode, shader, vbo, uploaded ? nullptr : geometry, uploaded ? 0 : count);
 }
 
@@ -54,7 +54,7 @@ void COpenGLView::EndArraysAndDisableClientState() {
 
 void COpenGLView::EndVBOArraysAndDisableClientState() {
     const GLShaderTypes shader = CurrentRecord().currentShader;
-    if (IsCurrentContextOpenGL4OrLater() && shader != GLShaderUnknown) {
+    if (DrawsWithPrograms() && shader != GLShaderUnknown) {
         BindVAOAndVBOBufferData(m_gShaderSet.programs[shader], m_batch.ring, nullptr, 0);
     }
     DisableClientState();
@@ -97,7 +97,7 @@ void COpenGLView::FlushArrays() {
 }
 
 void COpenGLView::DrawBatch(int count) {
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         // A triangle that starts at the last record reaches two records past a segment. What does not fit goes into the
         // next one, at the end of a whole primitive; only the chains need the vertex between them twice.
         const int unit = VerticesPerPrimitive(m_batch.batchPrimitiveMode);
@@ -121,6 +121,7 @@ void COpenGLView::DrawBatchFromRing(int start, int count) {
     if (!ring.mappedVertices) {
         return;
     }
+    RestoreUniforms();
     const COrrinGLCement* gl = CurrentGL();
     const GLVBO::Segment& segment = ring.segments[ring.currentSegment];
     const auto size = static_cast<std::size_t>(count);

@@ -2,8 +2,8 @@
 
 #include <GL/glext.h>
 
-#include <glm/gtc/type_ptr.hpp>
-
+#include <algorithm>
+#include <atomic>
 #include <cstddef>
 
 namespace KTR {
@@ -21,50 +21,125 @@ struct VertexAttribute {
 };
 
 constexpr VertexAttribute kVertexAttributes[] = {
-    {0, 3, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, x)},
-    {1, 3, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, nx)},
-    {2, 2, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, s)},
-    {3, 4, GL_UNSIGNED_BYTE, GL_TRUE, offsetof(GLDrawGeometry, r)},
+    {VertexAttribPosition, 3, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, x)},
+    {VertexAttribNormal, 3, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, nx)},
+    {VertexAttribTexture, 2, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, s)},
+    {VertexAttribColor, 4, GL_UNSIGNED_BYTE, GL_TRUE, offsetof(GLDrawGeometry, r)},
 };
+
+/// Where the program reads an input from, -1 when it does not.
+int LocationOfInput(VertexAttribBufferType attribute, const ShaderData& data) {
+    switch (attribute) {
+    case VertexAttribPosition:
+        return data.positionLocation;
+    case VertexAttribNormal:
+        return data.normalLocation;
+    case VertexAttribTexture:
+        return data.textureLocation;
+    case VertexAttribColor:
+        return data.colorLocation;
+    }
+    return -1;
+}
+
+unsigned long long NextContextNumber() {
+    static std::atomic<unsigned long long> s_last{0};
+    return ++s_last;
+}
 
 } // namespace
 
-long COpenGLView::BuildStockShaders() {
-    return E_NOTIMPL;
-}
-
 long COpenGLView::BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
     UseStockProgram(context, type, data);
-    return BindVAOAndVBOBufferData(data);
+    const long result = BindVAOAndVBOBufferData(data);
+    outputGlError(L"BindVariablesToShaderProgram: END");
+    return result;
 }
 
 long COpenGLView::BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data,
                                                GLVBO& vbo, const GLDrawGeometry* geometry, unsigned __int64 count) {
     UseStockProgram(context, type, data);
-    return BindVAOAndVBOBufferData(data, vbo, geometry, count);
+    const long result = BindVAOAndVBOBufferData(data, vbo, geometry, count);
+    outputGlError(L"BindVariablesToShaderProgram: END");
+    return result;
 }
 
 void COpenGLView::UseStockProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
     outputGlError(L"BindVariablesToShaderProgram: BEGIN");
-    m_contexts[context].currentShader = type;
+    GLRenderingContextRecord& record = m_contexts[context];
+    record.currentShader = type;
+    TakeProgram(record, data);
+    BindMatrices(context, type, data);
+    SetPolygonFillMode(type);
+    PrepareContextFor(type);
+    GatherUniforms(context);
+    SendUniforms(type, data, record.boundUniforms);
+}
+
+/// Makes the program current and writes down that its uniforms are about to be this context's.
+void COpenGLView::TakeProgram(GLRenderingContextRecord& record, ShaderData& data) {
+    if (record.contextNumber == 0) {
+        record.contextNumber = NextContextNumber();
+    }
     CurrentGL()->glUseProgram(data.program);
-    outputGlError(L"BindVariablesToShaderProgram: END");
+    record.boundProgram = data.program;
+    data.uniformsOfContext = record.contextNumber;
+}
+
+/// Called before each draw: when another context has drawn with the program since it was bound here, its uniforms hold
+/// that context's values. They are given again what they were given when it was bound, not what the state says now, so
+/// that the picture does not depend on what other views did in between.
+void COpenGLView::RestoreUniforms() {
+    GLRenderingContextRecord& record = CurrentRecord();
+    if (record.currentShader == GLShaderUnknown || record.boundProgram == 0) {
+        return;
+    }
+    ShaderData& data = m_gShaderSet.programs[record.currentShader];
+    if (data.program != record.boundProgram || data.uniformsOfContext == record.contextNumber) {
+        return;
+    }
+    TakeProgram(record, data);
+    SendMatrix(data, record.boundUniforms);
+    SendUniforms(record.currentShader, data, record.boundUniforms);
+}
+
+/// True when BeginArrays has to bind the program: another one is bound, none is, or it was built anew.
+bool COpenGLView::NeedsBinding(GLShaderTypes type) const {
+    const GLRenderingContextRecord& record = CurrentRecord();
+    return record.currentShader != type || record.boundProgram == 0 ||
+           record.boundProgram != m_gShaderSet.programs[type].program;
 }
 
 long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data) {
     GLVBO& ring = m_batch.ring;
     BindVertexStorage(data, ring);
+    const COrrinGLCement* gl = CurrentGL();
     if (ring.vertexBytes == 0) {
-        const COrrinGLCement* gl = CurrentGL();
-        gl->glBufferStorage(GL_ARRAY_BUFFER, kRingVertexBytes, nullptr, kPersistentMapping);
-        ring.mappedVertices = static_cast<GLDrawGeometry*>(
-            gl->glMapBufferRange(GL_ARRAY_BUFFER, 0, kRingVertexBytes, kPersistentMapping));
+        ring.mappedVertices = static_cast<GLDrawGeometry*>(MapStorage(GL_ARRAY_BUFFER, kRingVertexBytes));
         ring.currentSegment = 0;
         if (!ring.mappedVertices) {
+            // The storage of this buffer is settled for good; the next attempt takes a new one.
+            gl->glDeleteBuffers(1, &ring.vertexBuffer);
+            ring.vertexBuffer = 0;
             return E_OUTOFMEMORY;
         }
         ring.vertexBytes = kRingVertexBytes;
         NumberSegments(ring);
+    }
+    if (!m_batch.drawArraysOnly) {
+        if (ring.indexBuffer == 0) {
+            gl->glGenBuffers(1, &ring.indexBuffer);
+        }
+        gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, ring.indexBuffer);
+        if (!ring.mappedIndices) {
+            ring.mappedIndices = static_cast<unsigned int*>(MapStorage(GL_ELEMENT_ARRAY_BUFFER, kRingIndexBytes));
+            if (!ring.mappedIndices) {
+                gl->glDeleteBuffers(1, &ring.indexBuffer);
+                ring.indexBuffer = 0;
+                return E_OUTOFMEMORY;
+            }
+            ring.indexBytes = kRingIndexBytes;
+        }
     }
     m_batch.batchVertexPointer = m_batchStorage.batchVertices;
     m_batch.batchIndexPointer = m_batchStorage.batchIndices;
@@ -79,6 +154,7 @@ long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data, GLVBO& vbo, const GL
         CurrentGL()->glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(count * sizeof(GLDrawGeometry)), geometry,
                                   GL_STATIC_DRAW);
         vbo.currentSegment = 0;
+        // The ring's figures, whatever `count` is: they only say that the geometry is there.
         vbo.vertexBytes = kRingVertexBytes;
         NumberSegments(vbo);
     }
@@ -86,13 +162,32 @@ long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data, GLVBO& vbo, const GL
     return S_OK;
 }
 
+/// Storage for the buffer bound to `target`, mapped for as long as it exists. Null when the driver has none.
+void* COpenGLView::MapStorage(unsigned int target, unsigned int bytes) {
+    const COrrinGLCement* gl = CurrentGL();
+    gl->glBufferStorage(target, static_cast<GLsizeiptr>(bytes), nullptr, kPersistentMapping);
+    return gl->glMapBufferRange(target, 0, static_cast<GLsizeiptr>(bytes), kPersistentMapping);
+}
+
+/// The vertex array that the current context has for a program. Programs are shared between contexts, vertex arrays are
+/// not.
+unsigned int& COpenGLView::VertexArrayOf(ShaderData& data) {
+    for (std::size_t slot = 0; slot < kShaderCount; ++slot) {
+        if (&m_gShaderSet.programs[slot] == &data) {
+            return CurrentRecord().vertexArrays[slot];
+        }
+    }
+    return data.vertexArray;
+}
+
 void COpenGLView::BindVertexStorage(ShaderData& data, GLVBO& vbo) {
     outputGlError(L"BindVAOAndVBOBufferData: Begin");
     const COrrinGLCement* gl = CurrentGL();
-    if (data.vertexArray == 0) {
-        gl->glGenVertexArrays(1, &data.vertexArray);
+    unsigned int& vertexArray = VertexArrayOf(data);
+    if (vertexArray == 0) {
+        gl->glGenVertexArrays(1, &vertexArray);
     }
-    gl->glBindVertexArray(data.vertexArray);
+    gl->glBindVertexArray(vertexArray);
     if (vbo.vertexBuffer == 0) {
         gl->glGenBuffers(1, &vbo.vertexBuffer);
     }
@@ -117,7 +212,7 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
     m_batch.batchPrimitiveMode = mode;
     m_batch.batchVertexCount = 0;
     CurrentRecord().loopContinued = false;
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type], vbo, geometry, count);
         return;
     }
@@ -135,6 +230,47 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
                  reinterpret_cast<const unsigned char*>(geometry) + offsetof(GLDrawGeometry, r));
 }
 
+void COpenGLView::DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices) {
+    if (count <= 0) {
+        return;
+    }
+    const COrrinGLCement* gl = CurrentGL();
+    int first = 0;
+    if (DrawsWithPrograms()) {
+        if (vbo.vertexBytes == 0) {
+            return;
+        }
+        RestoreUniforms();
+        gl->glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
+        // The caller's own index buffer, or none, so that `indices` is an address and not an offset.
+        gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, vbo.indexBuffer);
+        first = vbo.segments[vbo.currentSegment].firstVertex;
+    }
+    const auto primitive = static_cast<GLenum>(mode);
+    if (indices || vbo.indexBuffer != 0) {
+        gl->glDrawElements(primitive, count, GL_UNSIGNED_INT, indices);
+    } else {
+        gl->glDrawArrays(primitive, first, count);
+    }
+    outputGlError(L"glDrawArrays: AFTER:");
+}
+
+void COpenGLView::EnableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data) {
+    const int location = LocationOfInput(attribute, data);
+    if (location >= 0) {
+        CurrentGL()->glEnableVertexAttribArray(static_cast<GLuint>(location));
+        outputGlError(L"glEnableVertexAttribArray: END");
+    }
+}
+
+void COpenGLView::DisableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data) {
+    const int location = LocationOfInput(attribute, data);
+    if (location >= 0) {
+        CurrentGL()->glDisableVertexAttribArray(static_cast<GLuint>(location));
+        outputGlError(L"glDisableVertexAttribArray: END");
+    }
+}
+
 long COpenGLView::DisableShaderVertexAttribArrays(GLShaderTypes type) {
     if (type == GLShaderUnknown) {
         return S_OK;
@@ -143,6 +279,36 @@ long COpenGLView::DisableShaderVertexAttribArrays(GLShaderTypes type) {
         CurrentGL()->glDisableVertexAttribArray(attribute.location);
     }
     return S_OK;
+}
+
+long COpenGLView::DeleteAttributeBuffers() {
+    outputGlError(L"DeleteAttributeBuffers: BEGIN");
+    GLRenderingContextRecord& record = CurrentRecord();
+    for (unsigned int& vertexArray : record.vertexArrays) {
+        if (vertexArray != 0) {
+            CurrentGL()->glDeleteVertexArrays(1, &vertexArray);
+            vertexArray = 0;
+        }
+    }
+    if (m_currentContext == GLContextMain) {
+        ReleaseRingFences();
+        DeleteVBO(m_batch.ring);
+    }
+    // The next batch binds its program again, with new arrays and buffers.
+    record.boundProgram = 0;
+    outputGlError(L"DeleteAttributeBuffers: END");
+    return S_OK;
+}
+
+void COpenGLView::DeleteVBO(GLVBO& vbo) {
+    const COrrinGLCement* gl = CurrentGL();
+    for (const unsigned int buffer : {vbo.vertexBuffer, vbo.indexBuffer}) {
+        if (buffer != 0) {
+            gl->glDeleteBuffers(1, &buffer);
+            outputGlError(L"glDeleteBuffers: END");
+        }
+    }
+    vbo = GLVBO{};
 }
 
 void COpenGLView::ReleaseRingFences() {
@@ -178,22 +344,6 @@ void COpenGLView::WaitForGPUBuffer(GLsync& fence) {
         ++m_gpuWaits;
     }
     outputGlError(L"WaitForGPUBuffer: END");
-}
-
-/// Releases what the context `type` holds; the master also releases what all views share.
-void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
-    const HDC deviceContext = GetDC(window);
-    if (!deviceContext) {
-        return;
-    }
-    if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
-        if (type == GLContextMain && m_batch.ring.vertexBuffer != 0) {
-            ReleaseRingFences();
-            CurrentGL()->glDeleteBuffers(1, &m_batch.ring.vertexBuffer);
-            m_batch.ring = GLVBO{};
-        }
-    }
-    ReleaseDC(window, deviceContext);
 }
 
 } // namespace KTR

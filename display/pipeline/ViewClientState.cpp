@@ -17,7 +17,7 @@ const void* FieldOf(const GLDrawGeometry* vertices, std::size_t offset) {
 } // namespace
 
 void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool texture, GLShaderTypes shader) {
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
         return;
     }
@@ -40,7 +40,7 @@ void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool t
 
 void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, bool color, bool texture,
                                                    GLShaderTypes shader) {
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
         return;
     }
@@ -73,7 +73,7 @@ void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, boo
 
 void COpenGLView::EnableClientStateInternalVertexAndColors(int vertexSize, unsigned int vertexType, int colorSize,
                                                            unsigned int colorType, GLShaderTypes shader) {
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
         return;
     }
@@ -87,7 +87,12 @@ void COpenGLView::EnableClientStateInternalVertexAndColors(int vertexSize, unsig
 void COpenGLView::EnableClientStateInternalVertexAndTexture(int vertexSize, unsigned int vertexType, int textureSize,
                                                             unsigned int textureType, unsigned int texture,
                                                             GLShaderTypes shader) {
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
+        if (shader == GLShaderText) {
+            CurrentRecord().fontAtlasTexture = texture;
+        } else {
+            m_textureRequest.shaderTexture = texture;
+        }
         BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
         return;
     }
@@ -152,10 +157,11 @@ void COpenGLView::DisableClientState() {
     outputGlError(L"DisableClientState BEGIN:");
     m_batch.batchVertexCount = 0;
     GLRenderingContextRecord& record = CurrentRecord();
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         ReleaseRingFences();
         DisableShaderVertexAttribArrays(record.currentShader);
         CurrentGL()->glUseProgram(0);
+        record.boundProgram = 0;
     } else {
         const COrrinGLCement* gl = CurrentGL();
         for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {

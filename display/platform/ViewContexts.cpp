@@ -16,30 +16,54 @@ namespace {
 /// System error of a swap whose window lost its pixel format.
 constexpr DWORD kInvalidPixelFormat = 2000;
 
-/// The living attribute-based contexts of the process, which all share their objects; the oldest comes first. Views of
-/// several threads come and go here, and some of them after the class-wide locks are gone.
+/// A living attribute-based context.
+struct SharingContext {
+    HGLRC context = nullptr;
+    COpenGLView* view = nullptr;
+    bool drawsWithPrograms = false; ///< a main context whose view was not shut down
+};
+
+/// The attribute-based contexts of the process, which all share their objects; the oldest comes first. Views of several
+/// threads come and go here, and some of them after the class-wide locks are gone.
 class ShareGroup {
 public:
     static HGLRC AnyMember() {
         const std::lock_guard lock(s_mutex);
-        return s_members.empty() ? nullptr : s_members.front();
+        return s_members.empty() ? nullptr : s_members.front().context;
     }
-    static bool Contains(HGLRC context) {
-        const std::lock_guard lock(s_mutex);
-        return std::find(s_members.begin(), s_members.end(), context) != s_members.end();
+    /// The member, or one without a context when there is none.
+    static SharingContext Find(HGLRC context) {
+        return FindIf([context](const SharingContext& member) { return member.context == context; });
     }
-    static void Add(HGLRC context) {
+    /// The oldest member that draws with the shared programs.
+    static SharingContext Heir() {
+        return FindIf([](const SharingContext& member) { return member.drawsWithPrograms; });
+    }
+    static void Add(const SharingContext& member) {
         const std::lock_guard lock(s_mutex);
-        s_members.push_back(context);
+        s_members.push_back(member);
     }
     static void Remove(HGLRC context) {
         const std::lock_guard lock(s_mutex);
-        std::erase(s_members, context);
+        std::erase_if(s_members, [context](const SharingContext& member) { return member.context == context; });
+    }
+    /// The member keeps the shared objects alive, but needs the programs no longer.
+    static void Retire(HGLRC context) {
+        const std::lock_guard lock(s_mutex);
+        for (SharingContext& member : s_members) {
+            member.drawsWithPrograms = member.drawsWithPrograms && member.context != context;
+        }
     }
 
 private:
+    template <typename Predicate> static SharingContext FindIf(Predicate predicate) {
+        const std::lock_guard lock(s_mutex);
+        const auto member = std::find_if(s_members.begin(), s_members.end(), predicate);
+        return member == s_members.end() ? SharingContext{} : *member;
+    }
+
     inline static std::mutex s_mutex;
-    inline static std::vector<HGLRC> s_members;
+    inline static std::vector<SharingContext> s_members;
 };
 
 /// A memory bitmap is drawn by the fixed-function pipeline, whatever the process uses.
@@ -80,7 +104,7 @@ int COpenGLView::CreateContext(HDC deviceContext, bool drawToWindow, GLRendering
         GetInitialGLAttributes(m_contexts[type].attributes);
     }
     LoadCurrentGLBuffers();
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         m_batch.batchDrawIndices = nullptr;
     }
     return result;
@@ -99,6 +123,7 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
         const HGLRC context = CreateSharedContext(deviceContext, type);
         if (context) {
             record.borrowedContext = false;
+            record.fixedFunctionOnly = false;
             if (!MakeCurrent(deviceContext, context, type)) {
                 ShareGroup::Remove(context);
                 wglDeleteContext(context);
@@ -159,6 +184,7 @@ int COpenGLView::SetUpLegacyContext(HDC deviceContext, int format, GLRenderingCo
         return 0;
     }
     record.borrowedContext = false;
+    record.fixedFunctionOnly = true;
     record.pixelFormatNumber = format;
     record.deviceContext = deviceContext;
     record.initialized = true;
@@ -179,8 +205,12 @@ long COpenGLView::InitializeMasterContextSharedResources() {
     if (m_masterContextIndex != 0) {
         return S_OK;
     }
-    m_gShaderSet = ShaderSet{};
-    return IsCurrentContextOpenGL4OrLater() ? BuildStockShaders() : S_OK;
+    DeleteShaderSet(m_gShaderSet);
+    if (!DrawsWithPrograms()) {
+        return S_OK;
+    }
+    m_gStockProgramsTried = true;
+    return BuildStockShaders();
 }
 
 int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type) {
@@ -302,12 +332,16 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     }
     m_name = name;
     GLRenderingContextRecord& record = m_contexts[type];
+    if (record.renderingContext == context) {
+        ReleaseObjectsOfDyingContext(type);
+    }
     const HDC releasedDeviceContext = deviceContext;
     if (record.renderingContext == context) {
         record.renderingContext = nullptr;
         record.current = false;
         record.initialized = false;
         record.currentShader = GLShaderUnknown;
+        record.fixedFunctionOnly = false;
     }
     int result = 1;
     if (record.borrowedContext) {
@@ -316,6 +350,11 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         record.borrowedContext = false;
     } else {
         ShareGroup::Remove(context);
+        if (!ShareGroup::AnyMember()) {
+            // The programs, if there still are some, go with the last context that has them.
+            m_gShaderSet = ShaderSet{};
+            m_gStockProgramsTried = false;
+        }
         result = wglDeleteContext(context);
         if (releasedDeviceContext) {
             ReleaseDC(window, releasedDeviceContext);
@@ -358,21 +397,104 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
                               WGL_CONTEXT_PROFILE_MASK_ARB,
                               WGL_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB,
                               0};
-    // The master's handle outlives its context. Where the context is gone, any other of its group hands the shared
+    // The master's handle may outlive its context. Where the context is gone, any other of its group hands the shared
     // objects on; where all are gone, the next main context starts a new group as its master.
-    const bool masterLives = ShareGroup::Contains(m_gMasterContext);
+    const SharingContext master = ShareGroup::Find(m_gMasterContext);
     const long number = InterlockedIncrement(&m_gContextCount);
     const HGLRC context = m_gfn_wglCreateContextAttribsARB(
-        deviceContext, masterLives ? m_gMasterContext : ShareGroup::AnyMember(), attributes);
+        deviceContext, master.context ? master.context : ShareGroup::AnyMember(), attributes);
     if (!context) {
         InterlockedDecrement(&m_gContextCount);
         return nullptr;
     }
-    ShareGroup::Add(context);
+    ShareGroup::Add({context, this, type == GLContextMain});
     if (type == GLContextMain) {
-        m_masterContextIndex = masterLives ? number : 0;
+        // A master from before the host switched to programs has none; the first context that draws with them takes
+        // over.
+        const bool masterServes = master.context && (m_gStockProgramsTried || !IsContextOpenGL4OrLater(type));
+        m_masterContextIndex = masterServes ? number : 0;
+        if (master.context && !masterServes) {
+            master.view->m_masterContextIndex = number;
+        }
     }
     return context;
+}
+
+/// Releases what the context `type` holds while its window still exists.
+void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
+    const HDC deviceContext = GetDC(window);
+    if (!deviceContext) {
+        return;
+    }
+    if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
+        DeleteAttributeBuffers();
+        if (type == GLContextMain) {
+            const CriticalSectionLock lock(m_gcsOpenGLConstructor);
+            LeaveStockPrograms(true);
+        }
+    }
+    ReleaseDC(window, deviceContext);
+}
+
+/// This view needs the stock programs no longer. When it is their master, the next view that draws with them becomes
+/// it; the last one deletes them, if its context is current, or leaves them to go with the contexts.
+void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
+    const HGLRC context = m_contexts[GLContextMain].renderingContext;
+    ShareGroup::Retire(context);
+    if (!context || context != m_gMasterContext) {
+        return;
+    }
+    if (const SharingContext heir = ShareGroup::Heir(); heir.context) {
+        m_gMasterContext = heir.context;
+        m_masterContextIndex = heir.view->m_masterContextIndex;
+        heir.view->m_masterContextIndex = 0;
+        return;
+    }
+    if (contextIsCurrent && DrawsWithPrograms()) {
+        CurrentGL()->glUseProgram(0);
+        DeleteShaderSet(m_gShaderSet);
+    }
+    m_gShaderSet = ShaderSet{};
+    m_gStockProgramsTried = false;
+    m_gMasterContext = nullptr;
+}
+
+/// Releases what a context holds that was not shut down before it is deleted. Without its window it cannot be made
+/// current any more; then its objects are left to go with it.
+void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
+    GLRenderingContextRecord& record = m_contexts[type];
+    if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
+        return;
+    }
+    const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
+                                         [](unsigned int vertexArray) { return vertexArray != 0; });
+    const bool isMaster = record.renderingContext == m_gMasterContext;
+    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || (isMaster && m_gStockProgramsTried)) {
+        const HDC previousDeviceContext = wglGetCurrentDC();
+        const HGLRC previousContext = wglGetCurrentContext();
+        const GLRenderingContextTypes previousType = m_currentContext;
+        m_currentContext = type;
+        const bool wasCurrent = previousContext == record.renderingContext;
+        const bool current =
+            record.glCement && (wasCurrent || (WindowFromDC(record.deviceContext) &&
+                                               wglMakeCurrent(record.deviceContext, record.renderingContext)));
+        if (current) {
+            DeleteAttributeBuffers();
+        }
+        LeaveStockPrograms(current);
+        m_currentContext = previousType;
+        if (current && !wasCurrent) {
+            wglMakeCurrent(previousDeviceContext, previousContext);
+        }
+    } else {
+        LeaveStockPrograms(false);
+    }
+    m_batch.ring = GLVBO{};
+    record.vertexArrays = {};
+    record.boundProgram = 0;
+    record.contextNumber = 0;
+    record.fillForced = false;
+    record.pointSprites = false;
 }
 
 /// After a context is gone no record of this view may still name it as borrowed.

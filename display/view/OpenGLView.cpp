@@ -22,6 +22,7 @@ WglChoosePixelFormatARB COpenGLView::m_gfn_wglChoosePixelFormatARB = nullptr;
 WglCreateContextAttribsARB COpenGLView::m_gfn_wglCreateContextAttribsARB = nullptr;
 WglGetPixelFormatAttribivARB COpenGLView::m_gfn_wglGetPixelFormatAttribivARB = nullptr;
 ShaderSet COpenGLView::m_gShaderSet;
+bool COpenGLView::m_gStockProgramsTried = false;
 int COpenGLView::m_gClassInitialized = 0;
 
 COpenGLView::COpenGLView() {
@@ -38,6 +39,7 @@ COpenGLView::COpenGLView() {
     const CriticalSectionLock lock(m_gcsOpenGLConstructor);
     InitializeCriticalSection(&m_gcsOpenGLCreateContext);
     m_gShaderSet = ShaderSet{};
+    m_gStockProgramsTried = false;
     m_gFontManager.InitializeObject();
     Initialize();
     m_gClassInitialized = 1;
@@ -82,7 +84,7 @@ void COpenGLView::Initialize() {
     m_redrawNeeded = true;
     m_delayedSwap = false;
     m_delayedLayerCount = 0;
-    m_batch = VertexBatchState{};
+    ResetBatch(VertexBatchState{});
     m_state = ScalarState{};
     std::memset(&m_batchStorage, 0, sizeof(m_batchStorage));
     m_backingStore = BackingStore{};
@@ -129,7 +131,7 @@ void COpenGLView::InitializeOpenGL(HWND window) {
     }
     outputGlError(L"OnInitialUpdate() bindGL()");
     SetBackgroundColor(0, false);
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         CurrentGL()->glShadeModel(GL_FLAT);
     }
     outputGlError(L"glShadeModel: END");
@@ -143,7 +145,7 @@ void COpenGLView::ShutDownOpenGLContexts(HWND window) {
         const CriticalSectionLock lock(m_gcsOpenGLConstructor);
         m_owned.tesselator->Destroy();
     }
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         return;
     }
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
@@ -182,7 +184,7 @@ void COpenGLView::LeaveManagerCriticalSection() {
 /// has to free: the members copied here only point.
 void COpenGLView::CopySettings(const COpenGLView& other) {
     m_state = other.m_state;
-    m_batch = other.m_batch;
+    ResetBatch(other.m_batch);
     m_backingStore = other.m_backingStore;
     m_name = other.m_name;
     m_message = other.m_message;
@@ -202,9 +204,17 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_currentContext = other.m_currentContext;
 }
 
-/// Frees what a record owns: its functions, its math and its context.
+/// Takes over a batch, but not its buffers: those belong to the view whose context they were made in.
+void COpenGLView::ResetBatch(const VertexBatchState& batch) {
+    const GLVBO ring = m_batch.ring;
+    m_batch = batch;
+    m_batch.ring = ring;
+}
+
+/// Frees what a record owns: its GL objects, its functions, its math and its context.
 void COpenGLView::ReleaseContextRecord(GLRenderingContextTypes type, const wchar_t* label) {
     GLRenderingContextRecord& record = m_contexts[type];
+    ReleaseObjectsOfDyingContext(type);
     delete record.glCement;
     record.glCement = nullptr;
     delete record.math;

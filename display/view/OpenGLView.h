@@ -44,7 +44,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///   8. Frame: clear, colour      display/view/ViewFrame.cpp
 ///   9. Vertex batch              display/pipeline/ViewBatch.cpp, VertexBatchInline.h
 ///  10. Client state              display/pipeline/ViewClientState.cpp
-///  11. Programs and buffers      display/pipeline/ViewBinding.cpp
+///  11. Programs and buffers      display/pipeline/ViewShaders.cpp, ViewBinding.cpp, ViewUniforms.cpp
 ///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same picture:
@@ -278,6 +278,9 @@ public:
     void LoadGLState(unsigned int capability, unsigned char on);
     /// The state that a new context starts with. The context must be current.
     void GetInitialGLAttributes(GLAttributes& attributes);
+    /// The state that OpenGL reports now, for state that was changed behind the library's back. What is fixed-function
+    /// only is taken from the cache on a 4.x context. Leaves an invalid-enum error with OpenGL.
+    void GetCurrentGLAttributes(GLAttributes& attributes);
     /// Sends the whole cached state to OpenGL again.
     void LoadCurrentGLState();
     /// The ring keeps the 16 newest states. A pop sends the restored state to OpenGL.
@@ -286,6 +289,11 @@ public:
     /// The whole state is saved, whatever `mask` says.
     void PushAttributes(unsigned int mask, const wchar_t* label);
     void PopAttributes(const wchar_t* label);
+    /// Attributes, projection and modelview.
+    void PopAttributesAndMatrices(const wchar_t* label);
+    /// What the flags say; a `drawBuffer` other than 0 is selected afterwards.
+    void PopMatricesAndAttributes(bool projection, bool modelview, bool attributes, unsigned int drawBuffer,
+                                  const wchar_t* label);
     void BlendFunc(unsigned int source, unsigned int destination);
     void LineWidth(float width); ///< pixels
     void PointSize(float size);  ///< pixels
@@ -293,6 +301,26 @@ public:
     void LogicOp(unsigned int operation);
     /// `factor` repeats each bit of `pattern` (low bit first) that many pixels.
     void LineStipple(int factor, unsigned short pattern);
+    // On a 4.x context ShadeModel, LineStippleOnOff, TexEnv, DisableLightingState and DisableLightsAndTextures do
+    // nothing: there the program decides.
+    void ShadeModel(unsigned int mode);
+    void LineStippleOnOff(bool on);
+    void TexEnv(unsigned int target, unsigned int name, int value);
+    void TexParameter(unsigned int target, unsigned int name, int value);
+    /// `values` is what `name` wants: 4 floats for colours and GL_POSITION. The lit programs take the diffuse colour of
+    /// GL_LIGHT0 and the direction to it.
+    void Light(unsigned int light, unsigned int name, const float* values);
+    /// Diffuse colour of a light, 4 floats, asked of OpenGL. Fixed-function contexts only.
+    void GetLightColor(unsigned int light, float* color) const;
+    void DisableLightingState();
+    void DisableLightsAndTextures();
+    /// Each pair keeps one value per view; a second save replaces the first.
+    void SaveDepthBufferState();
+    void RestoreDepthBufferState();
+    void SaveLightingState();
+    void RestoreLightingState();
+    /// Where raster text begins, in model coordinates.
+    void RasterPosition(double x, double y, double z);
     void DrawBuffer(unsigned int buffer);
     /// The legacy context always reads the front buffer, whatever is asked.
     void ReadBuffer(unsigned int buffer);
@@ -391,10 +419,29 @@ public:
     /// Ends reading from the arrays; pending adds are discarded.
     void DisableClientState();
 
-    // ---- 11. Programs and buffers of the 4.x pipeline. Implemented in ViewBinding.cpp
+    // ---- 11. Programs and buffers of the 4.x pipeline
+    // Programs, their building and deletion. Implemented in ViewShaders.cpp
 
-    /// Builds the 13 stock programs on the current context. 0, or the HRESULT of the first that failed.
+    /// Builds the 13 stock programs on the current context, from the files in GetCommonFolder. 0, or the HRESULT of the
+    /// first that failed; those before it stay. Failures show a message box.
     long BuildStockShaders();
+    /// Builds one program into `data`; one that is already there is deleted. The last four files may be null. E_FAIL
+    /// when it does not compile or link, otherwise LoadShader's results. Nothing is left behind on failure.
+    long BuildShader(const wchar_t* folder, const wchar_t* vertexFile, const wchar_t* fragmentFile,
+                     const wchar_t* tessControlFile, const wchar_t* tessEvaluationFile, const wchar_t* geometryFile,
+                     const wchar_t* computeFile, GLShaderTypes type, unsigned int drawMode, ShaderData& data);
+    /// Shows the driver's log of a shader (`isShader`) or program that failed.
+    void DisplayShaderErrorLogMessage(unsigned int& object, const wchar_t* folder, const wchar_t* file, bool isShader);
+    /// Deletes a program and clears the name; 0 does nothing.
+    void DeleteShaderProgram(unsigned int& program);
+    void DetachAndDeleteShader(unsigned int program, unsigned int shader);
+    /// Detaches the fragment and the geometry shader of `data` from `program`.
+    void DeleteShaderData(ShaderData& data, unsigned int program);
+    /// Deletes every program of the set and empties it.
+    void DeleteShaderSet(ShaderSet& set);
+
+    // Programs in use and vertex storage. Implemented in ViewBinding.cpp
+
     /// Makes the stock program current and gives it the context's matrices, sizes and colours, and the view's own
     /// vertex storage or the caller's. 0, or E_OUTOFMEMORY when the driver gave no storage.
     long BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
@@ -405,11 +452,43 @@ public:
     /// Opens a batch over the caller's geometry: `count` records, uploaded once on a 4.x context, pointed to on others.
     void InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vbo, const GLDrawGeometry* geometry,
                        unsigned __int64 count);
+    /// Draws `count` vertices of a caller's buffer that InitializeVBO filled and whose program is bound. With `indices`
+    /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with
+    /// an index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
+    void DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices);
+    /// Deletes a caller's buffers and empties the record, so that new geometry can be given.
+    void DeleteVBO(GLVBO& vbo);
+    /// One input of the vertex array in use, where the program reads it.
+    void EnableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data);
+    void DisableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data);
     long DisableShaderVertexAttribArrays(GLShaderTypes type);
+    /// Deletes the current context's vertex arrays and the view's own buffers; the next batch makes new ones. 0.
+    long DeleteAttributeBuffers();
     /// Puts a fence behind everything drawn so far; an old fence is deleted.
     void LockGPUBuffer(GLsync& fence);
     /// Waits until the GPU has passed the fence; null does not wait.
     void WaitForGPUBuffer(GLsync& fence);
+
+    // Uniforms of the program in use; one that the program lacks is skipped. Implemented in ViewUniforms.cpp
+
+    /// Projection times modelview, multiplied in double precision. 0.
+    long BindMatricesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type);
+    long BindShaderLightParameters(ShaderData& data, const GLLightParameters& light);
+    /// Binds the texture and sampler that the text program reads, if text has set some.
+    long BindFontAtlasTexture();
+    /// By name. `data` must be of the program in use; each returns 0.
+    long BindUniform1i(ShaderData& data, const char* name, int value);
+    long BindUniform1ui(ShaderData& data, const char* name, unsigned int value);
+    long BindUniform1f(ShaderData& data, const char* name, float value);
+    long BindUniform3fv(ShaderData& data, const char* name, const float* values);
+    long BindUniform4f(ShaderData& data, const char* name, float x, float y, float z, float w);
+    long BindUniform4fv(ShaderData& data, const char* name, const float* values);
+    /// Lets the programs of pictures and glyphs fill whatever the polygon mode is, and the others follow it.
+    void SetPolygonFillMode(GLShaderTypes type);
+    /// Texture and sampler that the textured programs read; a sampler of 0 leaves the texture's own settings in force.
+    void DrawSetupSetShaderTexture(unsigned int texture, unsigned int sampler);
+    /// 0 makes images invisible, 255 shows them as they are. Programs take it at the next binding.
+    void DrawSetupTextureTransparency(unsigned char transparency);
 
     // ---- 12. Trace and errors. Implemented in ViewTrace.cpp
 
@@ -460,8 +539,41 @@ private:
     HGLRC CreateSharedContext(HDC deviceContext, GLRenderingContextTypes type);
     void ForgetBorrowedContext(HGLRC context);
 
+    /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
+    /// context that has to do without the shared programs.
+    bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
+
+    void LeaveStockPrograms(bool contextIsCurrent);
+    void ReleaseObjectsOfDyingContext(GLRenderingContextTypes type);
+    void ResetBatch(const VertexBatchState& batch);
+
+    bool CompileShader(unsigned int kind, const char* source, unsigned int& shader);
+    int AttributeLocation(unsigned int program, const char* name) const;
+
     void UseStockProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
+    void TakeProgram(GLRenderingContextRecord& record, ShaderData& data);
+    bool NeedsBinding(GLShaderTypes type) const;
+    void RestoreUniforms();
     void BindVertexStorage(ShaderData& data, GLVBO& vbo);
+    unsigned int& VertexArrayOf(ShaderData& data);
+    void* MapStorage(unsigned int target, unsigned int bytes);
+
+    void BindMatrices(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
+    void GatherUniforms(GLRenderingContextTypes context);
+    void SendMatrix(ShaderData& data, const ProgramUniforms& uniforms);
+    void SendUniforms(GLShaderTypes type, ShaderData& data, const ProgramUniforms& uniforms);
+    void SendLitSurface(ShaderData& data, const ProgramUniforms& uniforms);
+    void PrepareContextFor(GLShaderTypes type);
+    void SetPointSprites(bool on);
+    void BindImage(unsigned int texture, unsigned int sampler);
+    int LocationOf(ShaderData& data, StockUniform uniform);
+    int LocationOf(ShaderData& data, const char* name);
+    void Uniform1i(int location, int value);
+    void Uniform1ui(int location, unsigned int value);
+    void Uniform1f(int location, float value);
+    void Uniform4f(int location, const glm::vec4& value);
+    void Uniform4fv(int location, const float* values);
+
     static void NumberSegments(GLVBO& vbo);
     void ReleaseRingFences();
     void DrawBatch(int count);
@@ -529,6 +641,8 @@ private:
     OwnedObjects m_owned;
 
     static ShaderSet m_gShaderSet;
+    static bool
+        m_gStockProgramsTried; ///< the set was built for the present contexts, or tried and shown to have failed
     static int m_gClassInitialized;
     static HGLRC m_gMasterContext;           ///< shared with by every later attribute-based context
     static HGLRC m_gCurrentRenderingContext; ///< the pair that the library made current last

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../pipeline/DrawGeometry.h"
+#include "../pipeline/ProgramUniforms.h"
 #include "../pipeline/ShaderData.h"
 #include "../platform/OrrinGLCement.h"
 #include "GLAttributes.h"
@@ -68,9 +69,21 @@ struct GLRenderingContextRecord {
     COpenGLMath* math = nullptr;        ///< owned
     /// The functions still have to be loaded, because the context could not be made current when it was created.
     bool functionsPending = false;
-    GLShaderTypes currentShader = GLShaderUnknown; ///< the stock program that is bound
-    bool loopContinued = false;                    ///< the open line loop was split
-    GLDrawGeometry loopFirstVertex{};              ///< where the split line loop has to close
+    /// The context shares nothing with the others, so the stock programs do not exist in it: it draws with fixed
+    /// functions although the process draws with programs.
+    bool fixedFunctionOnly = false;
+    /// Unlike handles, never used twice; 0 while no program was bound.
+    unsigned long long contextNumber = 0;
+    GLShaderTypes currentShader = GLShaderUnknown;         ///< the stock program that was bound last
+    unsigned int boundProgram = 0;                         ///< the GL program in use; 0 after DisableClientState
+    std::array<unsigned int, kShaderCount> vertexArrays{}; ///< of this context, by stock program; 0 until first bound
+    ProgramUniforms boundUniforms{};                       ///< what the bound program was given
+    bool fillForced = false;           ///< GL fills although the host asked for another polygon mode
+    bool pointSprites = false;         ///< fragments know their place in the point
+    unsigned int fontAtlasTexture = 0; ///< what the text program reads
+    unsigned int fontAtlasSampler = 0;
+    bool loopContinued = false;       ///< the open line loop was split
+    GLDrawGeometry loopFirstVertex{}; ///< where the split line loop has to close
 };
 
 } // namespace KTR

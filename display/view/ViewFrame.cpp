@@ -21,7 +21,7 @@ void COpenGLView::Clear(unsigned int mask) {
 
 void COpenGLView::Color(unsigned char r, unsigned char g, unsigned char b) {
     SetCurrentColor(r, g, b, 255, false);
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         CurrentGL()->glColor3ub(r, g, b);
         outputGlError(L"Color 3ub: END");
     }
@@ -29,7 +29,7 @@ void COpenGLView::Color(unsigned char r, unsigned char g, unsigned char b) {
 
 void COpenGLView::Color(unsigned char r, unsigned char g, unsigned char b, unsigned char a) {
     SetCurrentColor(r, g, b, a, false);
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         CurrentGL()->glColor4ub(r, g, b, a);
         outputGlError(L"Color 4ub: END");
     }

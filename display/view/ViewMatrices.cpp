@@ -19,7 +19,7 @@ void StorePoint(const glm::dvec3& point, double* x, double* y, double* z) {
 
 void COpenGLView::MatrixMode(unsigned int mode) {
     CurrentRecord().attributes.matrixMode = mode;
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         CurrentGL()->glMatrixMode(mode);
         outputGlError(L"glMatrixMode: END");
     }
@@ -39,7 +39,7 @@ void COpenGLView::ReplaceCurrentMatrix(const glm::dmat4& matrix) {
 }
 
 void COpenGLView::CopyCurrentGLMMatrixToOpenGL() {
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         return;
     }
     const COrrinGLCement* gl = CurrentGL();
@@ -172,7 +172,7 @@ void COpenGLView::PopCurrentMatrixFromStack(unsigned int mode, StackOfMatrices& 
     } else if (mode != GL_TEXTURE && mode != GL_COLOR) {
         --record.modelviewPushDepth;
     }
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         MatrixMode(mode);
         LoadMatrix(glm::value_ptr(matrix));
         MatrixMode(record.attributes.matrixMode);
@@ -180,7 +180,7 @@ void COpenGLView::PopCurrentMatrixFromStack(unsigned int mode, StackOfMatrices& 
 }
 
 void COpenGLView::LoadCurrentMatrices() {
-    if (IsCurrentContextOpenGL4OrLater()) {
+    if (DrawsWithPrograms()) {
         return;
     }
     for (const unsigned int mode : {GL_PROJECTION, GL_MODELVIEW}) {

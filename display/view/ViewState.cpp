@@ -4,7 +4,22 @@
 
 #include <GL/glext.h>
 
+#include <algorithm>
+#include <cmath>
+
 namespace KTR {
+
+namespace {
+
+/// Places in the capability flags for two answers of OpenGL that nothing else in the cache keeps.
+constexpr std::size_t kCullFacePosition = 3;
+constexpr std::size_t kDepthWritePosition = 5;
+
+unsigned char ColorByte(float channel) {
+    return static_cast<unsigned char>(std::lround(std::clamp(channel, 0.0F, 1.0F) * 255.0F));
+}
+
+} // namespace
 
 void COpenGLView::EnableDisableGLState(unsigned int capability, unsigned char on) {
     const int position = CapabilityFlagPosition(capability);
@@ -59,6 +74,63 @@ void COpenGLView::GetInitialGLAttributes(GLAttributes& attributes) {
     outputGlError(L"GetInitialGLAttributes END:");
 }
 
+void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
+    outputGlError(L"GetCurrentGLAttributes BEGIN: ");
+    attributes = CurrentRecord().attributes;
+    const COrrinGLCement* gl = CurrentGL();
+    const auto ask = [&](unsigned int capability, int position) {
+        attributes.capabilities[static_cast<std::size_t>(position)] = gl->glIsEnabled(capability) != 0;
+    };
+    const auto askTracked = [&](unsigned int capability) { ask(capability, CapabilityFlagPosition(capability)); };
+    // A 4.x context is not asked for what only fixed functions have; there the cached values stand.
+    const bool fixedFunctions = !DrawsWithPrograms();
+    askTracked(GL_BLEND);
+    askTracked(GL_COLOR_LOGIC_OP);
+    if (fixedFunctions) {
+        askTracked(GL_COLOR_MATERIAL);
+    }
+    ask(GL_CULL_FACE, kCullFacePosition);
+    askTracked(GL_DEPTH_TEST);
+    // NOTE: the depth mask is no capability; drivers answer no and keep an invalid-enum error. Hosts know it from here.
+    ask(GL_DEPTH_WRITEMASK, kDepthWritePosition);
+    if (fixedFunctions) {
+        for (const unsigned int capability :
+             {GL_LIGHT0, GL_LINE_STIPPLE, GL_POINT_SMOOTH, GL_TEXTURE_1D, GL_TEXTURE_2D}) {
+            askTracked(capability);
+        }
+        float color[4] = {};
+        gl->glGetFloatv(GL_CURRENT_COLOR, color);
+        attributes.currentColor = {ColorByte(color[0]), ColorByte(color[1]), ColorByte(color[2]), ColorByte(color[3])};
+        float rasterColor[4] = {};
+        gl->glGetFloatv(GL_CURRENT_RASTER_COLOR, rasterColor);
+        double rasterPosition[4] = {};
+        gl->glGetDoublev(GL_CURRENT_RASTER_POSITION, rasterPosition);
+        std::copy_n(rasterPosition, attributes.rasterPosition.size(), attributes.rasterPosition.begin());
+    }
+    const auto integer = [&](unsigned int name) {
+        GLint values[4] = {};
+        gl->glGetIntegerv(name, values);
+        return static_cast<unsigned int>(values[0]);
+    };
+    gl->glGetFloatv(GL_POINT_SIZE, &attributes.pointSize);
+    gl->glGetFloatv(GL_LINE_WIDTH, &attributes.lineWidth);
+    attributes.polygonMode = integer(GL_POLYGON_MODE);
+    attributes.polygonModeFace = GL_FRONT_AND_BACK;
+    if (fixedFunctions) {
+        attributes.matrixMode = integer(GL_MATRIX_MODE);
+    }
+    gl->glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
+    attributes.logicOp = integer(GL_LOGIC_OP_MODE);
+    attributes.blendSource = integer(GL_BLEND_SRC_RGB);
+    attributes.blendDestination = integer(GL_BLEND_DST_RGB);
+    integer(GL_BLEND_SRC_ALPHA);
+    integer(GL_BLEND_DST_ALPHA);
+    if (fixedFunctions) {
+        GetLightColor(GL_LIGHT0, attributes.light.color.data());
+    }
+    outputGlError(L"GetCurrentGLAttributes END: ");
+}
+
 void COpenGLView::LoadCurrentGLState() {
     const GLAttributes attributes = CurrentRecord().attributes;
     for (const unsigned int capability :
@@ -72,7 +144,8 @@ void COpenGLView::LoadCurrentGLState() {
     BlendFunc(attributes.blendSource, attributes.blendDestination);
     SetUpViewport(attributes.viewport[0], attributes.viewport[1], attributes.viewport[2], attributes.viewport[3]);
     Color(attributes.currentColor);
-    if (!IsCurrentContextLegacyOpenGL11()) {
+    RasterPosition(attributes.rasterPosition[0], attributes.rasterPosition[1], attributes.rasterPosition[2]);
+    if (!IsCurrentContextLegacyOpenGL11() && !CurrentRecord().fixedFunctionOnly) {
         return;
     }
     for (const unsigned int capability : {GL_LINE_STIPPLE, GL_LIGHTING, GL_LIGHT0, GL_LIGHT1, GL_COLOR_MATERIAL,
@@ -107,6 +180,26 @@ void COpenGLView::PopAttributes(const wchar_t* /*label*/) {
     }
 }
 
+void COpenGLView::PopAttributesAndMatrices(const wchar_t* label) {
+    PopMatricesAndAttributes(true, true, true, 0, label);
+}
+
+void COpenGLView::PopMatricesAndAttributes(bool projection, bool modelview, bool attributes, unsigned int drawBuffer,
+                                           const wchar_t* label) {
+    if (attributes) {
+        PopAttributes(label);
+    }
+    if (projection) {
+        PopMatrix(GL_PROJECTION, label);
+    }
+    if (modelview) {
+        PopMatrix(GL_MODELVIEW, label);
+    }
+    if (drawBuffer != 0) {
+        DrawBuffer(drawBuffer);
+    }
+}
+
 void COpenGLView::BlendFunc(unsigned int source, unsigned int destination) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.blendSource = source;
@@ -131,6 +224,7 @@ void COpenGLView::PolygonMode(unsigned int face, unsigned int mode) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.polygonModeFace = face;
     attributes.polygonMode = mode;
+    CurrentRecord().fillForced = false;
     CurrentGL()->glPolygonMode(face, mode);
     outputGlError(L"glPolygonMode: END");
 }
@@ -141,13 +235,105 @@ void COpenGLView::LogicOp(unsigned int operation) {
     outputGlError(L"glLogicOp: END");
 }
 
+void COpenGLView::ShadeModel(unsigned int mode) {
+    if (!DrawsWithPrograms()) {
+        CurrentGL()->glShadeModel(mode);
+        outputGlError(L"glShadeModel: END");
+    }
+}
+
 void COpenGLView::LineStipple(int factor, unsigned short pattern) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.lineStippleFactor = factor;
     attributes.lineStipplePattern = pattern;
-    if (!IsCurrentContextOpenGL4OrLater()) {
+    if (!DrawsWithPrograms()) {
         CurrentGL()->glLineStipple(factor, pattern);
         outputGlError(L"glLineStipple: END");
+    }
+}
+
+void COpenGLView::LineStippleOnOff(bool on) {
+    if (!DrawsWithPrograms()) {
+        LoadGLState(GL_LINE_STIPPLE, on ? 1 : 0);
+    }
+}
+
+void COpenGLView::TexEnv(unsigned int target, unsigned int name, int value) {
+    if (!DrawsWithPrograms()) {
+        CurrentGL()->glTexEnvi(target, name, value);
+        outputGlError(L"glTexEnvi: END");
+    }
+}
+
+void COpenGLView::TexParameter(unsigned int target, unsigned int name, int value) {
+    CurrentGL()->glTexParameteri(target, name, value);
+    outputGlError(L"glTexParameteri: END");
+}
+
+void COpenGLView::Light(unsigned int light, unsigned int name, const float* values) {
+    if (light == GL_LIGHT0) {
+        GLLightParameters& cached = CurrentRecord().attributes.light;
+        if (name == GL_DIFFUSE) {
+            std::copy_n(values, cached.color.size(), cached.color.begin());
+        } else if (name == GL_POSITION) {
+            // As OpenGL does, the modelview matrix of this moment takes the position to eye coordinates.
+            const glm::dvec4 eye =
+                CurrentMath().Matrices().modelview * glm::dvec4(values[0], values[1], values[2], values[3]);
+            cached.direction = {static_cast<float>(eye.x), static_cast<float>(eye.y), static_cast<float>(eye.z),
+                                static_cast<float>(eye.w)};
+        }
+    }
+    if (!DrawsWithPrograms()) {
+        CurrentGL()->glLightfv(light, name, values);
+        outputGlError(L"Light: END");
+    }
+}
+
+void COpenGLView::GetLightColor(unsigned int light, float* color) const {
+    CurrentGL()->glGetLightfv(light, GL_DIFFUSE, color);
+    outputGlError(L"GetLightColor END: ");
+}
+
+void COpenGLView::DisableLightingState() {
+    if (!DrawsWithPrograms()) {
+        Disable(GL_LIGHTING);
+    }
+}
+
+void COpenGLView::DisableLightsAndTextures() {
+    if (DrawsWithPrograms()) {
+        return;
+    }
+    for (const unsigned int capability : {GL_LIGHTING, GL_LIGHT0, GL_COLOR_MATERIAL, GL_TEXTURE_2D}) {
+        Disable(capability);
+    }
+}
+
+void COpenGLView::SaveDepthBufferState() {
+    m_savedDepthTest = IsOpenGLStateEnabled(GL_DEPTH_TEST);
+}
+
+void COpenGLView::RestoreDepthBufferState() {
+    LoadGLState(GL_DEPTH_TEST, static_cast<unsigned char>(m_savedDepthTest));
+}
+
+void COpenGLView::SaveLightingState() {
+    m_savedLighting = IsOpenGLStateEnabled(GL_LIGHTING);
+}
+
+void COpenGLView::RestoreLightingState() {
+    if (DrawsWithPrograms()) {
+        EnableDisableGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
+    } else {
+        LoadGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
+    }
+}
+
+void COpenGLView::RasterPosition(double x, double y, double z) {
+    CurrentRecord().attributes.rasterPosition = {x, y, z};
+    if (!DrawsWithPrograms()) {
+        CurrentGL()->glRasterPos3d(x, y, z);
+        outputGlError(L"glRasterPos3d: END");
     }
 }
 

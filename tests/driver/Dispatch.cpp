@@ -90,16 +90,15 @@ const Handling& HandlingOf(unsigned index) {
     return handlings[index];
 }
 
-/// Capabilities that went with the fixed-function pipeline.
+/// Capabilities that went with the fixed-function pipeline. GL_POINT_SPRITE is not counted among them: in a
+/// compatibility context it decides whether shaders know a fragment's place in its point.
 bool IsFixedFunctionCapability(std::uint64_t capability) {
-    constexpr std::uint64_t kOthers[] = {0x0B10 /* point smooth */,    0x0B24 /* line stipple */,
-                                         0x0B42 /* polygon stipple */, 0x0B50 /* lighting */,
-                                         0x0B57 /* color material */,  0x0B60 /* fog */,
-                                         0x0BA1 /* normalize */,       0x0BC0 /* alpha test */,
-                                         0x0D80 /* auto normal */,     0x0DE0 /* texture 1D */,
-                                         0x0DE1 /* texture 2D */,      0x803A /* rescale normal */,
-                                         0x806F /* texture 3D */,      0x8458 /* color sum */,
-                                         0x8513 /* cube map */,        0x8861 /* point sprite */};
+    constexpr std::uint64_t kOthers[] = {
+        0x0B10 /* point smooth */, 0x0B24 /* line stipple */,   0x0B42 /* polygon stipple */,
+        0x0B50 /* lighting */,     0x0B57 /* color material */, 0x0B60 /* fog */,
+        0x0BA1 /* normalize */,    0x0BC0 /* alpha test */,     0x0D80 /* auto normal */,
+        0x0DE0 /* texture 1D */,   0x0DE1 /* texture 2D */,     0x803A /* rescale normal */,
+        0x806F /* texture 3D */,   0x8458 /* color sum */,      0x8513 /* cube map */};
     const bool isLight = capability >= 0x4000 && capability < 0x4008;
     const bool isGeneration = capability >= 0x0C60 && capability <= 0x0C63;
     return isLight || isGeneration ||

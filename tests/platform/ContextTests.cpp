@@ -96,11 +96,13 @@ TEST_F(Contexts, MasterMayGoFirst) {
     auto first = std::make_unique<LiveView>();
     auto second = std::make_unique<LiveView>();
     first.reset();
+    EXPECT_EQ((*second)->GetMasterContextIndex(), 0) << "the oldest of the others takes over";
     LiveView third;
     ASSERT_EQ(third.created, 1);
     EXPECT_EQ(driver.CallCount("wglCreateContextAttribsARB"), 3U);
-    EXPECT_EQ(third->GetMasterContextIndex(), 0);
+    EXPECT_GT(third->GetMasterContextIndex(), 0);
     second.reset();
+    EXPECT_EQ(third->GetMasterContextIndex(), 0);
     third->MakeCurrent(GLContextMain);
     third.Clear(RGB(3, 2, 1));
     EXPECT_EQ(third.At(0, 0), (Pixel{3, 2, 1, 255}));

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 using KTR::COpenGLView;
@@ -29,12 +30,29 @@ inline void ForgetFirstView() {
     COpenGLView::m_gfn_wglGetPixelFormatAttribivARB = nullptr;
 }
 
+/// Lets the library find the shader files of the build tree, which lie in common\Orrin beside the program's folder.
+inline void UseBuiltShaders() {
+    CString program;
+    GetExecutablePath(program);
+    SetEnvironmentVariableW(L"CommonProgramFiles", (std::wstring(program) + L"..\\common").c_str());
+}
+
 /// Each test's first view is the first of the process, and every message box is answered and kept.
 class FreshProcessTest : public testing::Test {
 protected:
-    FreshProcessTest() { ForgetFirstView(); }
+    FreshProcessTest() {
+        ForgetFirstView();
+        UseBuiltShaders();
+    }
     Notices notices;
 };
+
+/// A host that puts the 4.x pipeline in force before it makes contexts.
+inline std::unique_ptr<COpenGLView> ChoosePrograms() {
+    auto first = std::make_unique<COpenGLView>();
+    COpenGLView::SetOpenGLVersion(4, 4);
+    return first;
+}
 
 struct Pixel {
     unsigned char r, g, b, a;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "../Export.h"
+
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <afx.h>
+
+#include <iosfwd>
+
+namespace KTR {
+
+/// Reads `folder` + `file` into a new zero-terminated buffer, to be freed with DeleteShaderSource. `length` is the size
+/// of the file in bytes. On failure a message box tells which file, and the outputs are null and 0: E_ACCESSDENIED when
+/// it cannot be opened, E_INVALIDARG when it is empty, E_OUTOFMEMORY.
+ORRIN_DISPLAY_API long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length);
+
+/// Both free a buffer of LoadShader and clear the pointer; null is allowed.
+ORRIN_DISPLAY_API void UnloadShader(unsigned char** source);
+ORRIN_DISPLAY_API void DeleteShaderSource(char** source);
+
+/// Size of an open file in bytes. The read position stays where it was.
+ORRIN_DISPLAY_API unsigned long GetFileLength(std::ifstream& stream);
+
+/// The folder of the program, ending with a backslash.
+ORRIN_DISPLAY_API void GetExecutablePath(CString& path);
+ORRIN_DISPLAY_API void GetExecutablePathASCII(CStringA& path);
+
+/// The folder of the shader files, ending with a backslash: Orrin\ in %CommonProgramFiles%, or the program's own folder
+/// when the system does not say where that is.
+ORRIN_DISPLAY_API void GetCommonFolder(CString& path);
+
+} // namespace KTR

@@ -1,0 +1,102 @@
+#include "support/ViewFixture.h"
+
+namespace {
+
+/// On both pipelines: what the cache says must be what OpenGL does, or hosts that ask the cache draw wrongly.
+class State : public FreshProcessTest, public testing::WithParamInterface<bool> {
+protected:
+    State() {
+        if (GetParam()) {
+            m_first = ChoosePrograms();
+        }
+        live = std::make_unique<LiveView>();
+    }
+    COpenGLView& View() const { return *live->view; }
+    const GLAttributes& Cached() const { return View().GetContextRecord(GLContextMain).attributes; }
+    /// Compares the cache with OpenGL, in everything that OpenGL can be asked for.
+    void ExpectInStep(const char* when) const {
+        SCOPED_TRACE(when);
+        GLAttributes reported;
+        View().GetCurrentGLAttributes(reported);
+        EXPECT_EQ(View().GetError(), static_cast<unsigned>(GL_INVALID_ENUM)) << "of asking for the depth mask";
+        for (const unsigned int capability : {GL_BLEND, GL_COLOR_LOGIC_OP, GL_COLOR_MATERIAL, GL_DEPTH_TEST, GL_LIGHT0,
+                                              GL_LINE_STIPPLE, GL_TEXTURE_2D}) {
+            const auto position = static_cast<std::size_t>(CapabilityFlagPosition(capability));
+            EXPECT_EQ(reported.capabilities[position], Cached().capabilities[position]) << std::hex << capability;
+        }
+        EXPECT_EQ(reported.blendSource, Cached().blendSource);
+        EXPECT_EQ(reported.blendDestination, Cached().blendDestination);
+        EXPECT_EQ(reported.currentColor.r, Cached().currentColor.r);
+        EXPECT_EQ(reported.currentColor.a, Cached().currentColor.a);
+        EXPECT_EQ(reported.polygonMode, Cached().polygonMode);
+        EXPECT_EQ(reported.logicOp, Cached().logicOp);
+        EXPECT_EQ(reported.lineWidth, Cached().lineWidth);
+        EXPECT_EQ(reported.pointSize, Cached().pointSize);
+        EXPECT_EQ(reported.viewport, Cached().viewport);
+    }
+    std::unique_ptr<LiveView> live;
+
+private:
+    std::unique_ptr<COpenGLView> m_first;
+};
+
+TEST_P(State, CacheIsInStepAndComesBackFromTheStack) {
+    View().Color(10, 20, 30);
+    View().Enable(GL_DEPTH_TEST);
+    View().LineStippleOnOff(true);
+    ExpectInStep("set");
+    const GLAttributes before = Cached();
+    View().PushAttributes(0, L"");
+    View().PushBothMatrices(L"");
+
+    View().Translate(5.0, 0.0, 0.0);
+    View().Enable(GL_BLEND);
+    View().BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    View().Disable(GL_DEPTH_TEST);
+    View().LineStippleOnOff(false);
+    View().LineWidth(3.0F);
+    View().PointSize(5.0F);
+    View().LogicOp(GL_XOR);
+    View().PolygonMode(GL_FRONT_AND_BACK, GL_LINE);
+    View().Color(200, 100, 50, 25);
+    View().SetUpViewport(1, 2, 30, 40);
+    ExpectInStep("changed");
+
+    View().PopAttributesAndMatrices(L"");
+    EXPECT_EQ(Cached(), before);
+    EXPECT_EQ(View().GetMatrix(GL_MODELVIEW), glm::dmat4(1.0));
+    ExpectInStep("popped");
+}
+
+TEST_P(State, SavedDepthAndLightingComeBack) {
+    for (const bool on : {true, false}) {
+        View().LoadGLState(GL_DEPTH_TEST, on ? 1 : 0);
+        View().SaveDepthBufferState();
+        View().LoadGLState(GL_DEPTH_TEST, on ? 0 : 1);
+        View().RestoreDepthBufferState();
+        EXPECT_EQ(glIsEnabled(GL_DEPTH_TEST) != 0, on);
+        EXPECT_EQ(View().IsOpenGLStateEnabled(GL_DEPTH_TEST) != 0, on);
+    }
+    View().EnableDisableGLState(GL_LIGHTING, 1);
+    View().SaveLightingState();
+    View().DisableLightingState();
+    View().RestoreLightingState();
+    EXPECT_EQ(View().IsOpenGLStateEnabled(GL_LIGHTING), 1);
+    EXPECT_EQ(glIsEnabled(GL_LIGHTING) != 0, !GetParam()) << "a 4.x context is not sent lighting";
+}
+
+// Hosts turn the light with the scene: its direction is taken to eye coordinates by the matrix of the call.
+TEST_P(State, LightIsKeptInEyeCoordinates) {
+    const float position[] = {1.0F, 0.0F, 0.0F, 0.0F};
+    View().Rotate(90.0, 0.0, 0.0, 1.0);
+    View().Light(GL_LIGHT0, GL_POSITION, position);
+    EXPECT_NEAR(Cached().light.direction[0], 0.0, 1e-6);
+    EXPECT_NEAR(Cached().light.direction[1], 1.0, 1e-6);
+    View().Light(GL_LIGHT1, GL_POSITION, position);
+    EXPECT_NEAR(Cached().light.direction[1], 1.0, 1e-6) << "only the first light is the programs'";
+}
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, State, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Programs" : "FixedFunctions"; });
+
+} // namespace
