@@ -2,12 +2,7 @@
 
 #include "../Export.h"
 
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
-
-#include <afx.h>
+#include <afxwin.h>
 
 #include <iosfwd>
 

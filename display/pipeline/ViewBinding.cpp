@@ -165,6 +165,9 @@ long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data, GLVBO& vbo, const GL
 /// Storage for the buffer bound to `target`, mapped for as long as it exists. Null when the driver has none.
 void* COpenGLView::MapStorage(unsigned int target, unsigned int bytes) {
     const COrrinGLCement* gl = CurrentGL();
+    if (!gl->glBufferStorage || !gl->glMapBufferRange) {
+        return nullptr; // a driver older than the version that the host forced
+    }
     gl->glBufferStorage(target, static_cast<GLsizeiptr>(bytes), nullptr, kPersistentMapping);
     return gl->glMapBufferRange(target, 0, static_cast<GLsizeiptr>(bytes), kPersistentMapping);
 }
@@ -334,7 +337,8 @@ void COpenGLView::LockGPUBuffer(GLsync& fence) {
 }
 
 void COpenGLView::WaitForGPUBuffer(GLsync& fence) {
-    if (!fence) {
+    // Without a context no wait can succeed, and this would never end.
+    if (!fence || !wglGetCurrentContext()) {
         return;
     }
     const COrrinGLCement* gl = CurrentGL();

@@ -159,10 +159,22 @@ void COpenGLView::PushAttributesOnStack(CircularAttributeStack& stack, const GLA
 }
 
 bool COpenGLView::PopAttributesFromStack(CircularAttributeStack& stack, GLAttributes& attributes) {
+    const GLAttributes before = CurrentRecord().attributes;
     if (!PopFromRing(stack, attributes)) {
         return false;
     }
     LoadCurrentGLState();
+    // What that does not send has to follow where it changed, or the next matrix would land in another mode's.
+    const GLAttributes& after = CurrentRecord().attributes;
+    if (after.lineStippleFactor != before.lineStippleFactor || after.lineStipplePattern != before.lineStipplePattern) {
+        LineStipple(after.lineStippleFactor, after.lineStipplePattern);
+    }
+    if (after.readBuffer != before.readBuffer) {
+        ReadBuffer(after.readBuffer);
+    }
+    if (after.matrixMode != before.matrixMode) {
+        MatrixMode(after.matrixMode);
+    }
     return true;
 }
 

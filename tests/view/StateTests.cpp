@@ -68,6 +68,18 @@ TEST_P(State, CacheIsInStepAndComesBackFromTheStack) {
     ExpectInStep("popped");
 }
 
+// If only the cache went back to the mode before, the next matrix would land in OpenGL's other one.
+TEST_P(State, MatrixModeComesBackToOpenGLToo) {
+    View().PushAttributes(0, L"");
+    View().MatrixMode(GL_PROJECTION);
+    View().PopAttributes(L"");
+    View().Translate(7.0, 0.0, 0.0);
+    EXPECT_EQ(View().GetMatrix(GL_MODELVIEW)[3][0], 7.0);
+    double matrix[16] = {};
+    glGetDoublev(GL_MODELVIEW_MATRIX, matrix);
+    EXPECT_EQ(matrix[12], GetParam() ? 0.0 : 7.0) << "a 4.x context is sent no matrices";
+}
+
 TEST_P(State, SavedDepthAndLightingComeBack) {
     for (const bool on : {true, false}) {
         View().LoadGLState(GL_DEPTH_TEST, on ? 1 : 0);
