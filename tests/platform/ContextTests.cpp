@@ -2,6 +2,8 @@
 
 #include <GL/wglext.h>
 
+#include <psapi.h>
+
 #include <array>
 
 namespace {
@@ -295,7 +297,11 @@ TEST_F(Contexts, EachContextIsCalledThroughItsOwnFunctions) {
 struct ProcessFootprint {
     DWORD handles = 0;
     DWORD userObjects = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
-    ProcessFootprint() { GetProcessHandleCount(GetCurrentProcess(), &handles); }
+    PROCESS_MEMORY_COUNTERS memory{};
+    ProcessFootprint() {
+        GetProcessHandleCount(GetCurrentProcess(), &handles);
+        K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
+    }
 };
 
 // A GIS session opens and closes windows all day.
@@ -313,6 +319,8 @@ TEST_F(Contexts, TwoHundredViewsLeaveNothingBehind) {
     const ProcessFootprint after;
     EXPECT_LE(after.handles, before.handles + 4);
     EXPECT_LE(after.userObjects, before.userObjects + 4);
+    // A view alone has 1.3 MB, so that a leak of even one in ten would show.
+    EXPECT_LE(after.memory.PagefileUsage, before.memory.PagefileUsage + 16'000'000);
     EXPECT_EQ(driver.LiveContexts(), 0U) << driver.LeakReport();
     EXPECT_EQ(driver.LiveWindowsWithFormat(), 0U);
 }
