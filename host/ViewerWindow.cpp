@@ -65,7 +65,9 @@ bool ViewerWindow::Open(const ViewerOptions& options) {
     int height = 0;
     m_view->GetWindowDimensions(width, height);
     m_navigator.Resize(width, height);
-    m_navigator.Fit(m_scene.GetExtent());
+    m_orbit.Resize(width, height);
+    m_camera = options.camera;
+    ShowEverything();
     UpdateTitle();
     return true;
 }
@@ -76,7 +78,7 @@ void ViewerWindow::Run(const ViewerOptions& options) {
         while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
             DispatchMessageW(&message);
         }
-        m_scene.Draw(*m_view, m_navigator);
+        DrawScene();
         if (frame == options.frames && !options.screenshot.empty()) {
             SaveScreenshot(*m_view, m_navigator.Width(), m_navigator.Height(), options.screenshot);
         }
@@ -106,6 +108,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     switch (message) {
     case WM_SIZE:
         m_navigator.Resize(LOWORD(lParam), HIWORD(lParam));
+        m_orbit.Resize(LOWORD(lParam), HIWORD(lParam));
         Redraw();
         return 0;
     case WM_PAINT:
@@ -126,7 +129,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_MOUSEMOVE:
         if (m_dragging) {
             const POINT position = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-            m_navigator.Pan(position.x - m_dragPosition.x, position.y - m_dragPosition.y);
+            Drag(position.x - m_dragPosition.x, position.y - m_dragPosition.y);
             m_dragPosition = position;
             Redraw();
         }
@@ -161,19 +164,22 @@ void ViewerWindow::HandleKey(WPARAM key) {
         m_scene.SetPointSize(std::fmax(m_scene.GetPointSize() - 1.0, 1.0));
         break;
     case VK_HOME:
-        m_navigator.Fit(m_scene.GetExtent());
+        ShowEverything();
+        break;
+    case 'V':
+        m_camera = m_camera == Camera::Map ? Camera::Perspective : Camera::Map;
         break;
     case VK_LEFT:
-        m_navigator.Pan(g_panPixels, 0.0);
+        Drag(g_panPixels, 0.0);
         break;
     case VK_RIGHT:
-        m_navigator.Pan(-g_panPixels, 0.0);
+        Drag(-g_panPixels, 0.0);
         break;
     case VK_UP:
-        m_navigator.Pan(0.0, g_panPixels);
+        Drag(0.0, g_panPixels);
         break;
     case VK_DOWN:
-        m_navigator.Pan(0.0, -g_panPixels);
+        Drag(0.0, -g_panPixels);
         break;
     case VK_ESCAPE:
         PostQuitMessage(0);
@@ -189,15 +195,41 @@ void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
     POINT cursor = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
     ScreenToClient(m_window, &cursor);
     const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-    m_navigator.Zoom(std::pow(g_zoomPerNotch, notches), cursor.x, cursor.y);
+    const double factor = std::pow(g_zoomPerNotch, notches);
+    if (m_camera == Camera::Map) {
+        m_navigator.Zoom(factor, cursor.x, cursor.y);
+    } else {
+        m_orbit.Zoom(factor);
+    }
     Redraw();
+}
+
+void ViewerWindow::Drag(double rightPixels, double downPixels) {
+    if (m_camera == Camera::Map) {
+        m_navigator.Pan(rightPixels, downPixels);
+    } else {
+        m_orbit.Orbit(rightPixels, downPixels);
+    }
+}
+
+void ViewerWindow::ShowEverything() {
+    m_navigator.Fit(m_scene.GetExtent());
+    m_orbit.Fit(m_scene.GetExtent(), m_scene.GetExaggeration());
+}
+
+void ViewerWindow::DrawScene() {
+    if (m_camera == Camera::Map) {
+        m_scene.Draw(*m_view, m_navigator);
+    } else {
+        m_scene.Draw(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
+    }
 }
 
 void ViewerWindow::DrawFrame() {
     if (!m_ready) {
         return;
     }
-    m_scene.Draw(*m_view, m_navigator);
+    DrawScene();
     m_view->SwapBuffers();
 }
 
