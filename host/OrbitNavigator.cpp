@@ -12,6 +12,7 @@ constexpr double g_firstElevationDegrees = 35.0;
 constexpr double g_lowestDegrees = 2.0;
 constexpr double g_highestDegrees = 89.0;
 constexpr double g_degreesPerPixel = 0.4;
+constexpr double g_marginFactor = 1.05;
 constexpr double g_closestRadii = 0.02;
 constexpr double g_farthestRadii = 40.0;
 /// The depth buffer tells little apart when the nearest distance is too small a part of the farthest.
@@ -38,9 +39,29 @@ void OrbitNavigator::Fit(const Extent& extent, double exaggeration) {
     m_radius = diameter > 0.0 ? diameter * 0.5 : 1.0;
     m_azimuthDegrees = g_firstAzimuthDegrees;
     m_elevationDegrees = g_firstElevationDegrees;
+    m_distance = FindFittingDistance({extent.high.x - extent.low.x, extent.high.y - extent.low.y, height});
+}
+
+/// The distance from which each corner of a box around the middle is in the picture. A corner is as far from the line
+/// of sight as it is from every distance; the nearer it lies to the eye, the farther away the eye must be.
+double OrbitNavigator::FindFittingDistance(const Position& size) const {
+    const double azimuth = Radians(m_azimuthDegrees);
+    const double elevation = Radians(m_elevationDegrees);
     const double halfTangent = std::tan(Radians(fieldOfViewDegrees) * 0.5);
-    const double narrowerHalf = std::atan(halfTangent * std::min(1.0, AspectRatio()));
-    m_distance = m_radius / std::sin(narrowerHalf);
+    double distance = m_radius * g_closestRadii;
+    for (const double x : {-size.x * 0.5, size.x * 0.5}) {
+        for (const double y : {-size.y * 0.5, size.y * 0.5}) {
+            for (const double z : {-size.z * 0.5, size.z * 0.5}) {
+                const double level = x * std::sin(azimuth) + y * std::cos(azimuth);
+                const double towardsEye = level * std::cos(elevation) + z * std::sin(elevation);
+                const double up = z * std::cos(elevation) - level * std::sin(elevation);
+                const double right = y * std::sin(azimuth) - x * std::cos(azimuth);
+                const double needed = std::max(std::abs(up), std::abs(right) / AspectRatio()) / halfTangent;
+                distance = std::max(distance, towardsEye + needed * g_marginFactor);
+            }
+        }
+    }
+    return distance;
 }
 
 void OrbitNavigator::Orbit(double rightPixels, double downPixels) {

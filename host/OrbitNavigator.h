@@ -37,6 +37,8 @@ public:
     double AspectRatio() const { return static_cast<double>(m_width) / m_height; }
 
 private:
+    double FindFittingDistance(const Position& size) const;
+
     int m_width = 1;
     int m_height = 1;
     double m_radius = 1.0; ///< of the ball around the scene

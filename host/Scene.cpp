@@ -10,6 +10,8 @@ constexpr COLORREF g_background = RGB(74, 82, 94); // neither black nor white po
 constexpr Rgb g_outline{255, 176, 64};
 constexpr float g_outlineWidthPixels = 1.0F;
 constexpr float g_symbolSizePixels = 5.0F;
+/// Larger clouds, of two gigabytes and more, go through the library's own memory piece by piece.
+constexpr std::size_t g_mostPointsInBuffer = 60'000'000;
 
 } // namespace
 
@@ -25,7 +27,7 @@ void Scene::Load(const std::vector<std::filesystem::path>& files, std::optional<
                                                                 : GridPoints(OpenPointCloud(file), *cloudCellSize));
             m_extent.Include(m_surfaces.back().Grid().FindExtent());
         } else {
-            m_clouds.push_back({OpenPointCloud(file), {}});
+            m_clouds.emplace_back().cloud = OpenPointCloud(file);
             m_extent.Include(m_clouds.back().cloud.extent);
         }
     }
@@ -93,22 +95,29 @@ const char* Scene::NameOfColors() const {
     return "";
 }
 
-void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) const {
+void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
     view.SetBackgroundColor(g_background, true);
     view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
     SetUpCamera(view, navigator);
     DrawContent(view);
 }
 
-void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) const {
+void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
     view.SetBackgroundColor(g_background, true);
     view.SetUpViewport(0, 0, widthPixels, heightPixels);
     SetUpCamera(view, navigator);
     DrawContent(view);
 }
 
+void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
+    for (ColoredCloud& colored : m_clouds) {
+        view.DeleteVBO(colored.buffer);
+        colored.bufferContext = nullptr;
+    }
+}
+
 /// Draws everything with the camera that is set up.
-void Scene::DrawContent(KTR::COpenGLView& view) const {
+void Scene::DrawContent(KTR::COpenGLView& view) {
     SetUpSun(view);
     view.Scale(1.0, 1.0, m_exaggeration);
 
@@ -117,7 +126,7 @@ void Scene::DrawContent(KTR::COpenGLView& view) const {
     for (const Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
     }
-    for (const ColoredCloud& colored : m_clouds) {
+    for (ColoredCloud& colored : m_clouds) {
         DrawCloud(view, colored);
     }
     // Outlines lie on top of everything, whatever their elevation.
@@ -130,6 +139,7 @@ void Scene::DrawContent(KTR::COpenGLView& view) const {
 void Scene::ColorAllClouds() {
     for (ColoredCloud& colored : m_clouds) {
         colored.colors = ColorPoints(colored.cloud, m_colorMode);
+        colored.isBufferOld = true;
     }
 }
 
@@ -156,8 +166,12 @@ void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator)
     view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
 }
 
-void Scene::DrawCloud(KTR::COpenGLView& view, const ColoredCloud& colored) const {
+void Scene::DrawCloud(KTR::COpenGLView& view, ColoredCloud& colored) const {
     view.PointSize(static_cast<float>(m_pointSizePixels));
+    if (DrawsWithPrograms(view) && colored.cloud.Count() <= g_mostPointsInBuffer) {
+        DrawCloudFromBuffer(view, colored);
+        return;
+    }
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
     view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
     for (std::size_t index = 0; index < colored.cloud.Count(); ++index) {
@@ -167,6 +181,42 @@ void Scene::DrawCloud(KTR::COpenGLView& view, const ColoredCloud& colored) const
                                   color.green, color.blue, 255);
     }
     view.EndArraysAndDisableClientState();
+}
+
+/// A cloud does not change from frame to frame: it is handed over once and stays where the graphics card draws from.
+void Scene::DrawCloudFromBuffer(KTR::COpenGLView& view, ColoredCloud& colored) const {
+    const HGLRC context = view.GetContextRecord(view.GetCurrentContextType()).renderingContext;
+    if (colored.bufferContext != context) {
+        // The context was made anew, and the old buffer went with the old one.
+        colored.buffer = {};
+        colored.bufferContext = context;
+    } else if (colored.isBufferOld) {
+        view.DeleteVBO(colored.buffer);
+    }
+    colored.isBufferOld = false;
+    const bool isFilled = colored.buffer.vertexBytes != 0;
+    const std::vector<KTR::GLDrawGeometry> geometry =
+        isFilled ? std::vector<KTR::GLDrawGeometry>() : MakeGeometry(colored);
+    view.InitializeVBO(GL_POINTS, KTR::GLShaderPoint, colored.buffer, geometry.data(), geometry.size());
+    view.DrawArrays(GL_POINTS, static_cast<int>(colored.cloud.Count()), colored.buffer, nullptr);
+    view.EndVBOArraysAndDisableClientState();
+}
+
+std::vector<KTR::GLDrawGeometry> Scene::MakeGeometry(const ColoredCloud& colored) const {
+    std::vector<KTR::GLDrawGeometry> geometry(colored.cloud.Count());
+    for (std::size_t index = 0; index < geometry.size(); ++index) {
+        const Position& position = colored.cloud.positions[index];
+        const Rgb& color = colored.colors[index];
+        KTR::GLDrawGeometry& vertex = geometry[index];
+        vertex.x = static_cast<float>(position.x - m_origin.x);
+        vertex.y = static_cast<float>(position.y - m_origin.y);
+        vertex.z = static_cast<float>(position.z - m_origin.z);
+        vertex.r = color.red;
+        vertex.g = color.green;
+        vertex.b = color.blue;
+        vertex.a = 255;
+    }
+    return geometry;
 }
 
 void Scene::DrawLayer(KTR::COpenGLView& view, const VectorLayer& layer) const {

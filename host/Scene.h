@@ -40,21 +40,29 @@ public:
 
     /// Draws one frame into the view's back buffer, from above or in perspective. The view's main context must be
     /// current.
-    void Draw(KTR::COpenGLView& view, const MapNavigator& navigator) const;
-    void Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) const;
+    void Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
+    void Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
+    /// Deletes what was put into the view's context, which must be current.
+    void ReleaseGLObjects(KTR::COpenGLView& view);
 
 private:
     struct ColoredCloud {
         PointCloud cloud;
         std::vector<Rgb> colors;
+        /// The cloud in the memory of the graphics card, on contexts that draw with programs.
+        KTR::GLVBO buffer;
+        HGLRC bufferContext = nullptr; ///< the context that `buffer` was filled in
+        bool isBufferOld = false;      ///< the colours have changed since
     };
 
     void ColorAllClouds();
     void SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
     void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
-    void DrawContent(KTR::COpenGLView& view) const;
+    void DrawContent(KTR::COpenGLView& view);
     void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
-    void DrawCloud(KTR::COpenGLView& view, const ColoredCloud& colored) const;
+    void DrawCloud(KTR::COpenGLView& view, ColoredCloud& colored) const;
+    void DrawCloudFromBuffer(KTR::COpenGLView& view, ColoredCloud& colored) const;
+    std::vector<KTR::GLDrawGeometry> MakeGeometry(const ColoredCloud& colored) const;
     void DrawLayer(KTR::COpenGLView& view, const VectorLayer& layer) const;
     void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
 

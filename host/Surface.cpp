@@ -30,6 +30,7 @@ void SetUpTwoLights(KTR::COpenGLView& view) {
         view.Light(light, GL_POSITION, light == GL_LIGHT0 ? g_towardsSun : g_awayFromSun);
     }
     glLightModelfv(GL_LIGHT_MODEL_AMBIENT, none);
+    view.ShadeModel(GL_SMOOTH);
     glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
 }
 

@@ -4,7 +4,13 @@
 
 #include <windowsx.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <cwchar>
+#include <iterator>
+#include <vector>
 
 namespace OrrinViewer {
 
@@ -14,11 +20,20 @@ constexpr wchar_t g_windowClass[] = L"OrrinViewer";
 constexpr double g_zoomPerNotch = 1.25;
 constexpr double g_panPixels = 60.0;
 
+double FindMedian(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
 } // namespace
 
 ViewerWindow::~ViewerWindow() {
     if (m_view) {
         // In this order: GL objects while the window exists, then the contexts, then the window.
+        if (m_ready) {
+            m_scene.ReleaseGLObjects(*m_view);
+        }
         m_view->ShutDownOpenGLContexts(m_window);
         m_view.reset();
         KTR::COpenGLView::FinalShutDownDestroyClassCriticalSection();
@@ -74,15 +89,20 @@ bool ViewerWindow::Open(const ViewerOptions& options) {
 
 void ViewerWindow::Run(const ViewerOptions& options) {
     MSG message = {};
+    std::vector<double> frameMilliseconds;
     for (int frame = 1; frame <= options.frames; ++frame) {
         while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
             DispatchMessageW(&message);
         }
-        DrawScene();
+        frameMilliseconds.push_back(DrawScene());
         if (frame == options.frames && !options.screenshot.empty()) {
             SaveScreenshot(*m_view, m_navigator.Width(), m_navigator.Height(), options.screenshot);
         }
         m_view->SwapBuffers();
+    }
+    if (options.frames > 1) {
+        std::printf("%zu points per frame, %.2f ms per frame (median of %d)\n", m_scene.CountPoints(),
+                    FindMedian(frameMilliseconds), options.frames);
     }
     if (options.frames > 0) {
         return;
@@ -217,20 +237,25 @@ void ViewerWindow::ShowEverything() {
     m_orbit.Fit(m_scene.GetExtent(), m_scene.GetExaggeration());
 }
 
-void ViewerWindow::DrawScene() {
+double ViewerWindow::DrawScene() {
+    const auto start = std::chrono::steady_clock::now();
     if (m_camera == Camera::Map) {
         m_scene.Draw(*m_view, m_navigator);
     } else {
         m_scene.Draw(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
     }
+    // Without this only the time to hand over the commands would be measured.
+    m_view->Finish();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
 void ViewerWindow::DrawFrame() {
     if (!m_ready) {
         return;
     }
-    DrawScene();
+    m_frameMilliseconds = DrawScene();
     m_view->SwapBuffers();
+    UpdateTitle();
 }
 
 void ViewerWindow::UpdateTitle() const {
@@ -239,6 +264,11 @@ void ViewerWindow::UpdateTitle() const {
     if (m_scene.CountPoints() > 0) {
         const std::string colors = m_scene.NameOfColors();
         title += L" - by " + std::wstring(colors.begin(), colors.end());
+    }
+    if (m_frameMilliseconds > 0.0) {
+        wchar_t time[32] = {};
+        std::swprintf(time, std::size(time), L" - %.1f ms", m_frameMilliseconds);
+        title += time;
     }
     SetWindowTextW(m_window, title.c_str());
 }

@@ -35,8 +35,8 @@ private:
     /// Moves the map, or turns the scene, by so many pixels to the right and down.
     void Drag(double rightPixels, double downPixels);
     void ShowEverything();
-    /// Draws into the back buffer with the camera in use.
-    void DrawScene();
+    /// Draws into the back buffer with the camera in use. Returns the milliseconds until OpenGL was done with it.
+    double DrawScene();
     void DrawFrame();
     void Redraw() const { InvalidateRect(m_window, nullptr, FALSE); }
     void UpdateTitle() const;
@@ -48,6 +48,7 @@ private:
     std::unique_ptr<KTR::COpenGLView> m_view;
     HWND m_window = nullptr;
     bool m_ready = false;
+    double m_frameMilliseconds = 0.0; ///< of the last frame; 0 before the first
     bool m_dragging = false;
     POINT m_dragPosition{};
 };
