@@ -72,10 +72,12 @@ std::vector<std::array<GridCorner, 3>> FindTriangles(const ElevationGrid& grid) 
             // From the south-west, counter-clockwise.
             const std::array<GridCorner, 4> around = {
                 {{column, row + 1}, {column + 1, row + 1}, {column + 1, row}, {column, row}}};
-            std::vector<GridCorner> present;
-            std::copy_if(around.begin(), around.end(), std::back_inserter(present),
-                         [&grid](const GridCorner& corner) { return grid.HasData(corner.column, corner.row); });
-            for (std::size_t last = 2; last < present.size(); ++last) {
+            std::array<GridCorner, 4> present;
+            const auto end =
+                std::copy_if(around.begin(), around.end(), present.begin(),
+                             [&grid](const GridCorner& corner) { return grid.HasData(corner.column, corner.row); });
+            const auto count = static_cast<std::size_t>(end - present.begin());
+            for (std::size_t last = 2; last < count; ++last) {
                 triangles.push_back({present[0], present[last - 1], present[last]});
             }
         }
