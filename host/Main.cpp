@@ -27,7 +27,8 @@ int PrintMessageBox(const wchar_t* text, const wchar_t* caption, unsigned int /*
 int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     OrrinViewer::Scene scene;
     scene.SetPointSize(options.pointSizePixels);
-    scene.Load(options.files, options.colorMode);
+    scene.SetExaggeration(options.exaggeration);
+    scene.Load(options.files, options.colorMode, options.cloudCellSize);
     const OrrinViewer::Extent& extent = scene.GetExtent();
     if (extent.IsEmpty()) {
         std::fprintf(stderr, "There is nothing to show: the files hold no points and no shapes.\n");
@@ -36,6 +37,9 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     std::printf("%zu points, %zu features, x %.2f to %.2f, y %.2f to %.2f, z %.2f to %.2f\n", scene.CountPoints(),
                 scene.CountFeatures(), extent.low.x, extent.high.x, extent.low.y, extent.high.y, extent.low.z,
                 extent.high.z);
+    if (scene.CountCells() > 0) {
+        std::printf("%zu cells of relief\n", scene.CountCells());
+    }
     std::fflush(stdout);
 
     if (options.frames > 0) {

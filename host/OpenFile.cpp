@@ -1,5 +1,6 @@
 #include "OpenFile.h"
 
+#include "AsciiGridFile.h"
 #include "FileError.h"
 #include "GeoJsonFile.h"
 #include "InputFile.h"
@@ -22,6 +23,9 @@ FileKind KindOfContent(std::string_view beginning) {
     if (beginning.starts_with("ply\n") || beginning.starts_with("ply\r")) {
         return FileKind::Ply;
     }
+    if (BeginsLikeAsciiGrid(beginning)) {
+        return FileKind::AsciiGrid;
+    }
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (beginning.starts_with(byteOrderMark)) {
         beginning.remove_prefix(byteOrderMark.size());
@@ -42,6 +46,9 @@ FileKind KindOfName(const std::filesystem::path& path) {
     }
     if (ending == u8".ply") {
         return FileKind::Ply;
+    }
+    if (ending == u8".asc") {
+        return FileKind::AsciiGrid;
     }
     return ending == u8".geojson" || ending == u8".json" ? FileKind::GeoJson : FileKind::Unknown;
 }
@@ -76,6 +83,17 @@ VectorLayer OpenVectorLayer(const std::filesystem::path& path) {
         throw FileError(path, "is not a layer of vectors; GeoJSON files are known");
     }
     return ReadGeoJsonFile(path);
+}
+
+ElevationGrid OpenElevationGrid(const std::filesystem::path& path) {
+    if (DetectKind(path) != FileKind::AsciiGrid) {
+        throw FileError(path, "is not a grid of elevations; ESRI ASCII grids are known");
+    }
+    try {
+        return ReadAsciiGridFile(path);
+    } catch (const std::bad_alloc&) {
+        throw FileError(path, "there is not enough memory for its cells");
+    }
 }
 
 } // namespace OrrinViewer

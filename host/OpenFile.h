@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ElevationGrid.h"
 #include "PointCloud.h"
 #include "VectorLayer.h"
 
@@ -12,6 +13,7 @@ enum class FileKind {
     Las,
     Ply,
     GeoJson,
+    AsciiGrid,
 };
 
 /// Which kind of file this is, by how it begins. Where that says nothing, by the ending of its name, so that a damaged
@@ -24,5 +26,8 @@ PointCloud OpenPointCloud(const std::filesystem::path& path);
 
 /// Reads a layer of vectors of any kind. Throws FileError, also for a file of another kind.
 VectorLayer OpenVectorLayer(const std::filesystem::path& path);
+
+/// Reads a grid of elevations of any kind. Throws FileError, also for a file of another kind.
+ElevationGrid OpenElevationGrid(const std::filesystem::path& path);
 
 } // namespace OrrinViewer

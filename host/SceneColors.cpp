@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -110,15 +111,19 @@ std::vector<Rgb> ColorByIntensity(const PointCloud& cloud) {
 } // namespace
 
 ElevationRange FindElevationRange(const PointCloud& cloud) {
-    if (cloud.positions.empty()) {
-        return {};
-    }
     // Some ten thousand points, spread over the file, tell as much as all of them.
     constexpr std::size_t sampleSize = 10000;
     const std::size_t step = std::max<std::size_t>(1, cloud.Count() / sampleSize);
     std::vector<double> elevations;
     for (std::size_t index = 0; index < cloud.Count(); index += step) {
         elevations.push_back(cloud.positions[index].z);
+    }
+    return FindElevationRange(std::move(elevations));
+}
+
+ElevationRange FindElevationRange(std::vector<double> elevations) {
+    if (elevations.empty()) {
+        return {};
     }
     std::sort(elevations.begin(), elevations.end());
     const std::size_t cutOff = elevations.size() / 50;

@@ -25,6 +25,8 @@ struct ElevationRange {
 /// The range that holds all but the lowest and the highest fiftieth of the points: a few birds and echoes from below
 /// the ground would otherwise take most of the colours. 0 to 0 for a cloud without points.
 ElevationRange FindElevationRange(const PointCloud& cloud);
+/// The same for elevations in any order.
+ElevationRange FindElevationRange(std::vector<double> elevations);
 
 /// A colour from deep blue at the range's low end over green and yellow to near white; the ends' own beyond them.
 Rgb ColorOfElevation(double elevation, const ElevationRange& range);

@@ -22,8 +22,10 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::string screenshot;
     ColorMode colorMode = ColorMode::Recorded;
 
-    CLI::App app("Shows point clouds (LAS, PLY) and vector outlines (GeoJSON), north up.", "OrrinViewer");
-    app.footer("Mouse: wheel zooms, dragging pans. Keys: C switches the colouring, + and - the point size, Home shows "
+    CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid) and vector outlines (GeoJSON).",
+                 "OrrinViewer");
+    app.footer("Mouse: wheel zooms, dragging pans, or turns the 3-D view. Keys: V switches between map and 3-D view, C "
+               "the colouring, + and - the point size, Home shows "
                "everything, Esc ends.");
     app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
     app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
@@ -35,6 +37,13 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                                                                                  {"elevation", ColorMode::Elevation},
                                                                                  {"class", ColorMode::Class},
                                                                                  {"intensity", ColorMode::Intensity}}));
+    app.add_option("--view", options.camera, "map (from above, north up) or 3d")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, Camera>{{"map", Camera::Map}, {"3d", Camera::Perspective}}));
+    app.add_option("--exaggeration", options.exaggeration, "Multiplies heights")->check(CLI::Range(0.01, 1000.0));
+    app.add_option("--grid", options.cloudCellSize,
+                   "Shows clouds as a shaded relief of cells of this size, in the file's units")
+        ->check(CLI::PositiveNumber);
     app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels")->check(CLI::Range(1.0, 64.0));
     app.add_option("--width", options.widthPixels, "Width of the window in pixels")->check(CLI::Range(64, 8192));
     app.add_option("--height", options.heightPixels, "Height of the window in pixels")->check(CLI::Range(64, 8192));

@@ -15,12 +15,21 @@ enum class Pipeline {
     OpenGL4,
 };
 
+/// From where the scene is seen.
+enum class Camera {
+    Map,         ///< from above, north up
+    Perspective, ///< from the side; the mouse turns it
+};
+
 /// What the command line asks for.
 struct ViewerOptions {
     std::vector<std::filesystem::path> files;
     Pipeline pipeline = Pipeline::Automatic;
     std::optional<ColorMode> colorMode; ///< not set: what suits the cloud
     double pointSizePixels = 2.0;
+    Camera camera = Camera::Map;
+    double exaggeration = 1.0;           ///< of heights
+    std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
     int widthPixels = 1200;
     int heightPixels = 800;
     int frames = 0; ///< 0: until the window is closed

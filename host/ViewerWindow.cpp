@@ -4,7 +4,13 @@
 
 #include <windowsx.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <cwchar>
+#include <iterator>
+#include <vector>
 
 namespace OrrinViewer {
 
@@ -14,11 +20,20 @@ constexpr wchar_t g_windowClass[] = L"OrrinViewer";
 constexpr double g_zoomPerNotch = 1.25;
 constexpr double g_panPixels = 60.0;
 
+double FindMedian(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
 } // namespace
 
 ViewerWindow::~ViewerWindow() {
     if (m_view) {
         // In this order: GL objects while the window exists, then the contexts, then the window.
+        if (m_ready) {
+            m_scene.ReleaseGLObjects(*m_view);
+        }
         m_view->ShutDownOpenGLContexts(m_window);
         m_view.reset();
         KTR::COpenGLView::FinalShutDownDestroyClassCriticalSection();
@@ -65,22 +80,29 @@ bool ViewerWindow::Open(const ViewerOptions& options) {
     int height = 0;
     m_view->GetWindowDimensions(width, height);
     m_navigator.Resize(width, height);
-    m_navigator.Fit(m_scene.GetExtent());
+    m_orbit.Resize(width, height);
+    m_camera = options.camera;
+    ShowEverything();
     UpdateTitle();
     return true;
 }
 
 void ViewerWindow::Run(const ViewerOptions& options) {
     MSG message = {};
+    std::vector<double> frameMilliseconds;
     for (int frame = 1; frame <= options.frames; ++frame) {
         while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
             DispatchMessageW(&message);
         }
-        m_scene.Draw(*m_view, m_navigator);
+        frameMilliseconds.push_back(DrawScene());
         if (frame == options.frames && !options.screenshot.empty()) {
             SaveScreenshot(*m_view, m_navigator.Width(), m_navigator.Height(), options.screenshot);
         }
         m_view->SwapBuffers();
+    }
+    if (options.frames > 1) {
+        std::printf("%zu points per frame, %.2f ms per frame (median of %d)\n", m_scene.CountPoints(),
+                    FindMedian(frameMilliseconds), options.frames);
     }
     if (options.frames > 0) {
         return;
@@ -106,6 +128,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     switch (message) {
     case WM_SIZE:
         m_navigator.Resize(LOWORD(lParam), HIWORD(lParam));
+        m_orbit.Resize(LOWORD(lParam), HIWORD(lParam));
         Redraw();
         return 0;
     case WM_PAINT:
@@ -126,7 +149,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_MOUSEMOVE:
         if (m_dragging) {
             const POINT position = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-            m_navigator.Pan(position.x - m_dragPosition.x, position.y - m_dragPosition.y);
+            Drag(position.x - m_dragPosition.x, position.y - m_dragPosition.y);
             m_dragPosition = position;
             Redraw();
         }
@@ -161,19 +184,22 @@ void ViewerWindow::HandleKey(WPARAM key) {
         m_scene.SetPointSize(std::fmax(m_scene.GetPointSize() - 1.0, 1.0));
         break;
     case VK_HOME:
-        m_navigator.Fit(m_scene.GetExtent());
+        ShowEverything();
+        break;
+    case 'V':
+        m_camera = m_camera == Camera::Map ? Camera::Perspective : Camera::Map;
         break;
     case VK_LEFT:
-        m_navigator.Pan(g_panPixels, 0.0);
+        Drag(g_panPixels, 0.0);
         break;
     case VK_RIGHT:
-        m_navigator.Pan(-g_panPixels, 0.0);
+        Drag(-g_panPixels, 0.0);
         break;
     case VK_UP:
-        m_navigator.Pan(0.0, g_panPixels);
+        Drag(0.0, g_panPixels);
         break;
     case VK_DOWN:
-        m_navigator.Pan(0.0, -g_panPixels);
+        Drag(0.0, -g_panPixels);
         break;
     case VK_ESCAPE:
         PostQuitMessage(0);
@@ -189,16 +215,47 @@ void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
     POINT cursor = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
     ScreenToClient(m_window, &cursor);
     const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-    m_navigator.Zoom(std::pow(g_zoomPerNotch, notches), cursor.x, cursor.y);
+    const double factor = std::pow(g_zoomPerNotch, notches);
+    if (m_camera == Camera::Map) {
+        m_navigator.Zoom(factor, cursor.x, cursor.y);
+    } else {
+        m_orbit.Zoom(factor);
+    }
     Redraw();
+}
+
+void ViewerWindow::Drag(double rightPixels, double downPixels) {
+    if (m_camera == Camera::Map) {
+        m_navigator.Pan(rightPixels, downPixels);
+    } else {
+        m_orbit.Orbit(rightPixels, downPixels);
+    }
+}
+
+void ViewerWindow::ShowEverything() {
+    m_navigator.Fit(m_scene.GetExtent());
+    m_orbit.Fit(m_scene.GetExtent(), m_scene.GetExaggeration());
+}
+
+double ViewerWindow::DrawScene() {
+    const auto start = std::chrono::steady_clock::now();
+    if (m_camera == Camera::Map) {
+        m_scene.Draw(*m_view, m_navigator);
+    } else {
+        m_scene.Draw(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
+    }
+    // Without this only the time to hand over the commands would be measured.
+    m_view->Finish();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
 void ViewerWindow::DrawFrame() {
     if (!m_ready) {
         return;
     }
-    m_scene.Draw(*m_view, m_navigator);
+    m_frameMilliseconds = DrawScene();
     m_view->SwapBuffers();
+    UpdateTitle();
 }
 
 void ViewerWindow::UpdateTitle() const {
@@ -207,6 +264,11 @@ void ViewerWindow::UpdateTitle() const {
     if (m_scene.CountPoints() > 0) {
         const std::string colors = m_scene.NameOfColors();
         title += L" - by " + std::wstring(colors.begin(), colors.end());
+    }
+    if (m_frameMilliseconds > 0.0) {
+        wchar_t time[32] = {};
+        std::swprintf(time, std::size(time), L" - %.1f ms", m_frameMilliseconds);
+        title += time;
     }
     SetWindowTextW(m_window, title.c_str());
 }

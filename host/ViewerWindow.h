@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MapNavigator.h"
+#include "OrbitNavigator.h"
 #include "Scene.h"
 #include "ViewerOptions.h"
 
@@ -31,15 +32,23 @@ private:
     LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam);
     void HandleKey(WPARAM key);
     void HandleWheel(WPARAM wParam, LPARAM lParam);
+    /// Moves the map, or turns the scene, by so many pixels to the right and down.
+    void Drag(double rightPixels, double downPixels);
+    void ShowEverything();
+    /// Draws into the back buffer with the camera in use. Returns the milliseconds until OpenGL was done with it.
+    double DrawScene();
     void DrawFrame();
     void Redraw() const { InvalidateRect(m_window, nullptr, FALSE); }
     void UpdateTitle() const;
 
     Scene& m_scene;
     MapNavigator m_navigator;
+    OrbitNavigator m_orbit;
+    Camera m_camera = Camera::Map;
     std::unique_ptr<KTR::COpenGLView> m_view;
     HWND m_window = nullptr;
     bool m_ready = false;
+    double m_frameMilliseconds = 0.0; ///< of the last frame; 0 before the first
     bool m_dragging = false;
     POINT m_dragPosition{};
 };

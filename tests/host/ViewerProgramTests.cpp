@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -197,6 +198,70 @@ TEST_F(ViewerProgram, DrawsOutlinesWithHolesOverPoints) {
     EXPECT_EQ(image.At(120, 80 + 50), background);
 }
 
+/// How far two pictures of one size differ: the share of pixels with a channel more than `tolerance` apart.
+double ShareOfDifferingPixels(const Image& one, const Image& other, int tolerance) {
+    int differing = 0;
+    for (int y = 0; y < one.height; ++y) {
+        for (int x = 0; x < one.width; ++x) {
+            const auto a = one.At(x, y);
+            const auto b = other.At(x, y);
+            differing += std::abs(a[0] - b[0]) > tolerance || std::abs(a[1] - b[1]) > tolerance ||
+                                 std::abs(a[2] - b[2]) > tolerance
+                             ? 1
+                             : 0;
+        }
+    }
+    return static_cast<double>(differing) / (one.width * one.height);
+}
+
+// A hill with a hole in its side, lit by the sun: users compare the same relief on machines with and without a 4.x
+// driver.
+TEST_F(ViewerProgram, ReliefIsTheSamePictureOnBothPipelines) {
+    std::string grid = "ncols 21\nnrows 21\nxllcorner 500000\nyllcorner 4500000\ncellsize 10\nNODATA_value -1\n";
+    for (int row = 0; row < 21; ++row) {
+        for (int column = 0; column < 21; ++column) {
+            const int squaredRadius = (row - 10) * (row - 10) + (column - 10) * (column - 10);
+            const bool isHole = row == 14 && column == 8;
+            grid += isHole ? "-1 " : std::to_string(60.0 - 0.3 * squaredRadius) + " ";
+        }
+        grid += '\n';
+    }
+    const std::wstring relief = Write("hill.asc", grid).wstring();
+    for (const wchar_t* camera : {L"map", L"3d"}) {
+        const auto draw = [&](const wchar_t* pipeline) {
+            return Draw({relief, L"--view", camera, L"--exaggeration", L"2", L"--pipeline", pipeline});
+        };
+        const Image legacy = draw(L"legacy");
+        const Image programs = draw(L"gl4");
+        ASSERT_EQ(legacy.pixels.size(), programs.pixels.size());
+        EXPECT_LT(ShareOfDifferingPixels(legacy, programs, 3), 0.002) << testing::PrintToString(camera);
+        // The slope towards the sun in the north-west is lighter than the one in its lee, whatever their heights.
+        const auto brightness = [&](int x, int y) {
+            const auto color = programs.At(x, y);
+            return color[0] + color[1] + color[2];
+        };
+        EXPECT_GT(brightness(120 - 25, 80 - 25), brightness(120 + 25, 80 + 25) + 60) << testing::PrintToString(camera);
+    }
+}
+
+// On a 4.x context the cloud is drawn from a buffer that is filled once; the picture must not tell.
+TEST_F(ViewerProgram, CloudIsTheSamePictureOnBothPipelinesAndTimed) {
+    const std::wstring cloud = Write("square.ply", Square(596'000, 243'000)).wstring();
+    const std::vector<std::wstring> arguments = {cloud, L"--view", L"3d", L"--point-size", L"7", L"--pipeline"};
+    const auto draw = [&](const wchar_t* pipeline) {
+        std::vector<std::wstring> all = arguments;
+        all.push_back(pipeline);
+        return Draw(all);
+    };
+    const Image legacy = draw(L"legacy");
+    const Image programs = draw(L"gl4");
+    ASSERT_FALSE(legacy.pixels.empty());
+    EXPECT_EQ(legacy.pixels, programs.pixels);
+    EXPECT_TRUE(programs.HasNear(120, 80, {0, 250, 250})) << "the point in the middle";
+    const Outcome timed = Run({cloud, L"--frames", L"3"});
+    EXPECT_NE(timed.output.find("5 points per frame, "), std::string::npos) << timed.output;
+}
+
 TEST_F(ViewerProgram, BadFilesGiveOneClearLineAndAnErrorCode) {
     std::string promised = Square(0, 0);
     promised.replace(promised.find("vertex 5"), 8, "vertex 9");
@@ -207,6 +272,7 @@ TEST_F(ViewerProgram, BadFilesGiveOneClearLineAndAnErrorCode) {
                  {"truncated.las", "LASF\x01"},
                  {"promised.ply", promised.c_str()},
                  {"broken.geojson", "{\"type\": \"Polygon\", \"coordinates\": [[[1, "},
+                 {"truncated.asc", "ncols 2\nnrows 2\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 3"},
                  {"noise.bin", "\x01\x02\x03 this is nothing"}};
     for (const auto& test : cases) {
         const Outcome outcome = Run({Write(test.name, test.content).wstring(), L"--frames", L"1"});
