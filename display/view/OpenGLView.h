@@ -46,6 +46,9 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  10. Client state              display/pipeline/ViewClientState.cpp
 ///  11. Programs and buffers      display/pipeline/ViewShaders.cpp, ViewBinding.cpp, ViewUniforms.cpp
 ///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
+///  13. Text                      display/text/ViewText.cpp
+///  14. Textures and images       display/images/ViewTextures.cpp
+///  15. Kept frames               display/images/ViewBackingStore.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same picture:
 ///
@@ -503,6 +506,16 @@ public:
     const unsigned char* ErrorString(unsigned int code) const;
     void Finish();
     void Flush();
+
+    // ---- 13. Text. Implemented in ViewText.cpp
+
+    // ---- 14. Textures and images. Implemented in ViewTextures.cpp
+
+    /// Deletes a texture and a sampler of the current context's share group and clears both names; 0 is passed over.
+    /// Without a current context the names stay as they are.
+    void DeleteTextureAndSamplerNames(unsigned int& texture, unsigned int& sampler);
+
+    // ---- 15. Kept frames. Implemented in ViewBackingStore.cpp
 
     // ---- Class-wide members
 
