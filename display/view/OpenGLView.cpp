@@ -47,6 +47,7 @@ COpenGLView::COpenGLView() {
 }
 
 COpenGLView::COpenGLView(const COpenGLView& other) {
+    m_batchStorage.Clear(); // for contexts of its own, should it get some
     CopySettings(other);
 }
 
@@ -86,7 +87,7 @@ void COpenGLView::Initialize() {
     m_delayedLayerCount = 0;
     ResetBatch(VertexBatchState{});
     m_state = ScalarState{};
-    std::memset(&m_batchStorage, 0, sizeof(m_batchStorage));
+    m_batchStorage.Clear();
     m_backingStore = BackingStore{};
     LoadCurrentGLBuffers();
     m_textureRequest = TextureRequest{};

@@ -559,6 +559,7 @@ private:
     void LeaveStockPrograms(bool contextIsCurrent);
     void ReleaseObjectsOfDyingContext(GLRenderingContextTypes type);
     void ResetBatch(const VertexBatchState& batch);
+    void KeepBatchVertices(int count);
 
     bool CompileShader(unsigned int kind, const char* source, unsigned int& shader);
     int AttributeLocation(unsigned int program, const char* name) const;
