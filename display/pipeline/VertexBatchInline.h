@@ -105,7 +105,7 @@ inline void COpenGLView::AddIndex3DVertexCurrentColor(double x, double y, double
     const int slot = NextBatchSlot();
     GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
-    BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
+    BatchDetail::StoreColorWithAlpha(record, *m_currentColor, alpha);
     CountBatchVertices(slot + 1);
 }
 
@@ -120,7 +120,7 @@ inline void COpenGLView::AddIndex3DVertexCurrentColorTexCoords(double x, double 
     GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreTexCoords(record, s, t);
-    BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
+    BatchDetail::StoreColorWithAlpha(record, *m_currentColor, alpha);
     CountBatchVertices(slot + 1);
 }
 

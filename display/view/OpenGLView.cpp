@@ -74,7 +74,7 @@ COpenGLView::~COpenGLView() {
 
 void COpenGLView::Initialize() {
     m_masterContextIndex = -1;
-    m_currentContext = GLContextMain;
+    SelectRecord(GLContextMain);
     m_name.Empty();
     m_message.Empty();
     for (CString& label : m_labels) {
@@ -202,7 +202,7 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_delayedLayerCount = other.m_delayedLayerCount;
     m_managerIndex = other.m_managerIndex;
     m_masterContextIndex = other.m_masterContextIndex;
-    m_currentContext = other.m_currentContext;
+    SelectRecord(other.m_currentContext);
 }
 
 /// Takes over a batch, but not its buffers: those belong to the view whose context they were made in.
