@@ -120,12 +120,16 @@ bool IsInside(const Polygon& polygon, double x, double y) {
     return passed % 2 == 1;
 }
 
+const Polygon* FindLargestPolygon(const VectorFeature& feature) {
+    const auto largest = std::max_element(
+        feature.polygons.begin(), feature.polygons.end(), [](const Polygon& one, const Polygon& other) {
+            return std::abs(FindSignedArea(one.rings.front())) < std::abs(FindSignedArea(other.rings.front()));
+        });
+    return largest == feature.polygons.end() ? nullptr : &*largest;
+}
+
 Position FindLabelAnchor(const VectorFeature& feature) {
-    if (!feature.polygons.empty()) {
-        const auto largest = std::max_element(
-            feature.polygons.begin(), feature.polygons.end(), [](const Polygon& one, const Polygon& other) {
-                return std::abs(FindSignedArea(one.rings.front())) < std::abs(FindSignedArea(other.rings.front()));
-            });
+    if (const Polygon* largest = FindLargestPolygon(feature)) {
         return FindPlaceInside(*largest);
     }
     if (!feature.lines.empty()) {

@@ -2,14 +2,24 @@
 
 namespace OrrinViewer {
 
-void RubberBand::Begin(Kind kind, double xPixels, double yPixels) {
+void RubberBand::Begin(Kind kind, const Position& position) {
     m_kind = kind;
-    m_from = {xPixels, yPixels, 0.0};
-    m_to = m_from;
+    m_followsMouse = kind != Kind::None;
+    m_from = position;
+    m_to = position;
 }
 
-void RubberBand::MoveTo(double xPixels, double yPixels) {
-    m_to = {xPixels, yPixels, 0.0};
+void RubberBand::MoveTo(const Position& position) {
+    if (m_followsMouse) {
+        m_to = position;
+    }
+}
+
+void RubberBand::Drop() {
+    m_followsMouse = false;
+    if (m_kind == Kind::Zoom || m_from == m_to) {
+        m_kind = Kind::None;
+    }
 }
 
 Extent RubberBand::Box() const {
@@ -19,10 +29,11 @@ Extent RubberBand::Box() const {
     return box;
 }
 
-bool RubberBand::IsLargeEnoughToZoom() const {
+bool RubberBand::IsLargeEnoughToZoom(double unitsPerPixel) const {
     constexpr double smallestPixels = 4.0;
     const Extent box = Box();
-    return box.high.x - box.low.x >= smallestPixels && box.high.y - box.low.y >= smallestPixels;
+    const double smallest = smallestPixels * unitsPerPixel;
+    return box.high.x - box.low.x >= smallest && box.high.y - box.low.y >= smallest;
 }
 
 } // namespace OrrinViewer
