@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -148,6 +149,17 @@ PixelText LayOutPosition(const MapNavigator& navigator, const Position& position
     const bool fits = left + sizes.width(text) <= navigator.Width();
     return {fits ? text : std::string(), left,
             std::round(navigator.Height() - g_tickPixels - g_gapPixels - sizes.ascent)};
+}
+
+PixelText PlaceBesideLine(std::string text, double widthPixels, const Position& from, const Position& to,
+                          int windowWidth, int windowHeight) {
+    constexpr double distance = 10.0;
+    constexpr double textHeight = 16.0;
+    const double left = to.x >= from.x ? to.x + distance : to.x - distance - widthPixels;
+    const double baseline = to.y >= from.y ? to.y + distance : to.y - distance - textHeight * 0.5;
+    return {std::move(text),
+            std::clamp(left, g_gapPixels, std::max(g_gapPixels, windowWidth - widthPixels - g_gapPixels)),
+            std::clamp(baseline, g_gapPixels, std::max(g_gapPixels, windowHeight - textHeight))};
 }
 
 } // namespace OrrinViewer

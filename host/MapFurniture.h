@@ -43,4 +43,9 @@ std::string FormatPosition(const Position& position, double unitsPerPixel);
 /// The position under the mouse and where it is told; an empty text in a window too narrow for it.
 PixelText LayOutPosition(const MapNavigator& navigator, const Position& position, const TextSizes& sizes);
 
+/// Puts a text of this width beside the end `to` of a line, on the side where the line does not go, and whole within
+/// the window.
+PixelText PlaceBesideLine(std::string text, double widthPixels, const Position& from, const Position& to,
+                          int windowWidth, int windowHeight);
+
 } // namespace OrrinViewer
