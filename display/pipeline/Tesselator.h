@@ -24,12 +24,14 @@ class COpenGLView;
 ///     filler.EndPolygon();                        // draws
 ///     view.DisableClientState();
 ///
-/// **Direction.** What is filled is where the contours together wind counter-clockwise at least once: outer rings go
-/// counter-clockwise, holes clockwise, islands in holes counter-clockwise again (as seen with x to the right and y up).
-/// Files that have it otherwise are filled with SetProperty(GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD).
+/// **Direction.** Outer rings go counter-clockwise, holes clockwise, islands in holes counter-clockwise again (with x
+/// to the right and y up): what is filled is where the contours together wind counter-clockwise at least once. Which
+/// way round the whole polygon goes does not matter, GLU turns it so that its area is positive. Where files do not
+/// promise that holes run against their outer rings, SetProperty(GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD) once.
 ///
 /// **What is not filled.** A polygon whose contours cross each other or themselves where neither has a vertex is left
-/// out whole, and nothing is said. Points that several vertices share are no crossing.
+/// out whole, and nothing is said; where very many cross it takes long. Points that several vertices share are no
+/// crossing.
 ///
 /// **Threads.** Each call takes the tessellator's own lock. The view's context must be current on the thread of
 /// BeginPolygon and EndPolygon.
