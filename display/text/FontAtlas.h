@@ -97,7 +97,7 @@ private:
     long LayOut();
     long DrawCells(bool monochrome);
     long AbandonBuild(long result);
-    double KerningOf(const wchar_t* text, std::size_t length) const;
+    double KerningOf(const wchar_t* text) const;
 
     FontAtlasGlyphMetrics* m_metrics = nullptr; ///< malloc
     unsigned char* m_rawTexture = nullptr;      ///< malloc
