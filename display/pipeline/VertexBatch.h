@@ -2,6 +2,10 @@
 
 #include "VertexBuffers.h"
 
+#include <cstring>
+#include <iterator>
+#include <numeric>
+
 namespace KTR {
 
 /// The counters and pointers of a view's open batch.
@@ -11,14 +15,22 @@ struct VertexBatchState {
     int batchVertexCount = 0;            ///< records (and indices) pending
     unsigned int* batchDrawIndices = nullptr;
     GLDrawGeometry* batchVertexPointer = nullptr; ///< where the adds write vertices
-    unsigned int* batchIndexPointer = nullptr;    ///< where the adds write indices
-    bool drawArraysOnly = true;                   ///< OpenGL 4.x: draw without indices
+    unsigned int* batchIndexPointer = nullptr;    ///< the index of each vertex: the identity, see strayIndices
+    /// Indices from here on are the identity. Only AddDataIndex stores others; the next batch puts them right, so that
+    /// the adds of vertices need not store any.
+    int strayIndices = 0;
+    bool drawArraysOnly = true; ///< OpenGL 4.x: draw without indices
 };
 
 /// The arrays that a view's adds write to; they are part of the view, so that no add allocates.
 struct VertexBatchStorage {
     GLDrawGeometry batchVertices[kBatchArrayRecords];
     unsigned int batchIndices[kBatchArrayRecords];
+
+    void Clear() {
+        std::memset(batchVertices, 0, sizeof(batchVertices));
+        std::iota(std::begin(batchIndices), std::end(batchIndices), 0U);
+    }
 };
 
 } // namespace KTR

@@ -75,9 +75,7 @@ inline void COpenGLView::CountBatchVertices(int slot) {
     m_batch.batchVertexCount = slot;
 }
 
-/// The record at `slot`, with the index array the identity there.
 inline GLDrawGeometry& COpenGLView::BatchRecordAt(int slot) {
-    m_batch.batchIndexPointer[slot] = static_cast<unsigned int>(slot);
     return m_batch.batchVertexPointer[slot];
 }
 
@@ -107,7 +105,7 @@ inline void COpenGLView::AddIndex3DVertexCurrentColor(double x, double y, double
     const int slot = NextBatchSlot();
     GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
-    BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
+    BatchDetail::StoreColorWithAlpha(record, *m_currentColor, alpha);
     CountBatchVertices(slot + 1);
 }
 
@@ -122,7 +120,7 @@ inline void COpenGLView::AddIndex3DVertexCurrentColorTexCoords(double x, double 
     GLDrawGeometry& record = BatchRecordAt(slot);
     BatchDetail::StorePosition(record, x, y, z);
     BatchDetail::StoreTexCoords(record, s, t);
-    BatchDetail::StoreColorWithAlpha(record, CurrentRecord().attributes.currentColor, alpha);
+    BatchDetail::StoreColorWithAlpha(record, *m_currentColor, alpha);
     CountBatchVertices(slot + 1);
 }
 
@@ -164,6 +162,7 @@ inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, 
 inline void COpenGLView::AddDataIndex(unsigned int index) {
     const int slot = NextBatchSlot();
     m_batch.batchIndexPointer[slot] = index;
+    m_batch.strayIndices = slot + 1;
     CountBatchVertices(slot + 1);
 }
 
@@ -196,6 +195,7 @@ inline void COpenGLView::AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, 
         return;
     }
     const auto storeCorner = [&](int slot, const PointXYZ& point, const GLRGBColor& color) {
+        m_batch.batchIndexPointer[slot] = static_cast<unsigned int>(slot);
         GLDrawGeometry& record = BatchRecordAt(slot);
         BatchDetail::StoreRelative(record, point, ox, oy, oz);
         BatchDetail::StoreNormal(record, normal->x, normal->y, normal->z);
@@ -218,6 +218,7 @@ inline void COpenGLView::AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0
         return;
     }
     const auto storeCorner = [&](int slot, const PointXYZ& point) {
+        m_batch.batchIndexPointer[slot] = static_cast<unsigned int>(slot);
         GLDrawGeometry& record = BatchRecordAt(slot);
         BatchDetail::StoreRelative(record, point, ox, oy, oz);
         BatchDetail::StoreNormal(record, normal->x, normal->y, normal->z);

@@ -27,7 +27,7 @@ int VerticesPerPrimitive(unsigned int mode) {
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
     m_batch.batchPrimitiveMode = mode;
-    m_batch.batchVertexCount = 0;
+    KeepBatchVertices(0);
     GLRenderingContextRecord& record = CurrentRecord();
     record.loopContinued = false;
     record.batchOpen = false;
@@ -65,7 +65,7 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 /// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
     if (m_batch.batchVertexCount <= 0) {
-        m_batch.batchVertexCount = 0;
+        KeepBatchVertices(0);
         return;
     }
     GLRenderingContextRecord& record = CurrentRecord();
@@ -85,7 +85,7 @@ void COpenGLView::FlushArrays() {
     DrawBatch(count);
 
     if (!IsLineChain(m_batch.batchPrimitiveMode) || count < kBatchCapacity) {
-        m_batch.batchVertexCount = 0;
+        KeepBatchVertices(0);
         return;
     }
     if (m_batch.batchPrimitiveMode == GL_LINE_LOOP && !record.loopContinued) {
@@ -93,7 +93,16 @@ void COpenGLView::FlushArrays() {
         record.loopFirstVertex = vertices[0];
     }
     vertices[0] = vertices[count - 1];
-    m_batch.batchVertexCount = 1;
+    KeepBatchVertices(1);
+}
+
+/// Drops all but the first `count` vertices of the batch. The indices behind them become the identity again.
+void COpenGLView::KeepBatchVertices(int count) {
+    m_batch.batchVertexCount = count;
+    for (int slot = count; slot < m_batch.strayIndices; ++slot) {
+        m_batch.batchIndexPointer[slot] = static_cast<unsigned int>(slot);
+    }
+    m_batch.strayIndices = std::min(m_batch.strayIndices, count);
 }
 
 void COpenGLView::DrawBatch(int count) {

@@ -213,7 +213,7 @@ void COpenGLView::NumberSegments(GLVBO& vbo) {
 void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vbo, const GLDrawGeometry* geometry,
                                 unsigned __int64 count) {
     m_batch.batchPrimitiveMode = mode;
-    m_batch.batchVertexCount = 0;
+    KeepBatchVertices(0);
     CurrentRecord().loopContinued = false;
     if (DrawsWithPrograms()) {
         BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type], vbo, geometry, count);

@@ -155,7 +155,7 @@ void COpenGLView::TexCoordPointer(int size, unsigned int type, int stride, const
 
 void COpenGLView::DisableClientState() {
     outputGlError(L"DisableClientState BEGIN:");
-    m_batch.batchVertexCount = 0;
+    KeepBatchVertices(0);
     GLRenderingContextRecord& record = CurrentRecord();
     if (DrawsWithPrograms()) {
         ReleaseRingFences();

@@ -180,7 +180,7 @@ int COpenGLView::InitializeGLCement() {
     const HGLRC context = CreateBootstrapContext(window.DeviceContext());
     if (context) {
         wglMakeCurrent(window.DeviceContext(), context);
-        m_currentContext = GLContextMain;
+        SelectRecord(GLContextMain);
         MakeGLCementAndLoad(GLContextMain);
         ReadDriverVersion();
     }

@@ -100,7 +100,7 @@ int COpenGLView::CreateContext(HDC deviceContext, bool drawToWindow, GLRendering
         result = CreateContextOldOpenGL(deviceContext, drawToWindow, type, name, colorBits, acceleration);
     }
     if (result == 1) {
-        m_currentContext = type;
+        SelectRecord(type);
         GetInitialGLAttributes(m_contexts[type].attributes);
     }
     LoadCurrentGLBuffers();
@@ -236,7 +236,7 @@ int COpenGLView::MakeCurrent(HDC deviceContext, GLRenderingContextTypes type) {
 int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
     const BOOL selected = wglMakeCurrent(record.deviceContext, record.renderingContext);
-    m_currentContext = type;
+    SelectRecord(type);
     record.current = true;
     m_gCurrentDeviceContext = record.deviceContext;
     m_gCurrentRenderingContext = record.renderingContext;
@@ -298,7 +298,7 @@ void COpenGLView::RestoreAsCurrentExitingDCAndGLRC() {
     }
     // Somebody else's context: selected again, but not stored, so that the record keeps the one that it has to delete.
     CurrentRecord().current = false;
-    m_currentContext = m_exitingContext;
+    SelectRecord(m_exitingContext);
     m_gCurrentDeviceContext = m_exitingDeviceContext;
     m_gCurrentRenderingContext = m_exitingRenderingContext;
     if (!wglMakeCurrent(m_exitingDeviceContext, m_exitingRenderingContext)) {
@@ -473,7 +473,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
         const GLRenderingContextTypes previousType = m_currentContext;
-        m_currentContext = type;
+        SelectRecord(type);
         const bool wasCurrent = previousContext == record.renderingContext;
         const bool current =
             record.glCement && (wasCurrent || (WindowFromDC(record.deviceContext) &&
@@ -482,7 +482,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
             DeleteAttributeBuffers();
         }
         LeaveStockPrograms(current);
-        m_currentContext = previousType;
+        SelectRecord(previousType);
         if (current && !wasCurrent) {
             wglMakeCurrent(previousDeviceContext, previousContext);
         }

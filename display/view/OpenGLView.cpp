@@ -48,6 +48,7 @@ COpenGLView::COpenGLView() {
 }
 
 COpenGLView::COpenGLView(const COpenGLView& other) {
+    m_batchStorage.Clear(); // for contexts of its own, should it get some
     CopySettings(other);
 }
 
@@ -74,7 +75,7 @@ COpenGLView::~COpenGLView() {
 
 void COpenGLView::Initialize() {
     m_masterContextIndex = -1;
-    m_currentContext = GLContextMain;
+    SelectRecord(GLContextMain);
     m_name.Empty();
     m_message.Empty();
     for (CString& label : m_labels) {
@@ -87,7 +88,7 @@ void COpenGLView::Initialize() {
     m_delayedLayerCount = 0;
     ResetBatch(VertexBatchState{});
     m_state = ScalarState{};
-    std::memset(&m_batchStorage, 0, sizeof(m_batchStorage));
+    m_batchStorage.Clear();
     m_backingStore = BackingStore{};
     LoadCurrentGLBuffers();
     m_textureRequest = TextureRequest{};
@@ -206,7 +207,7 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_delayedLayerCount = other.m_delayedLayerCount;
     m_managerIndex = other.m_managerIndex;
     m_masterContextIndex = other.m_masterContextIndex;
-    m_currentContext = other.m_currentContext;
+    SelectRecord(other.m_currentContext);
 }
 
 /// Takes over a batch, but not its buffers: those belong to the view whose context they were made in.

@@ -539,6 +539,11 @@ public:
 private:
     GLRenderingContextRecord& CurrentRecord() { return m_contexts[m_currentContext]; }
     const GLRenderingContextRecord& CurrentRecord() const { return m_contexts[m_currentContext]; }
+    /// The one way to another record: the adds find its colour through a pointer, at each vertex.
+    void SelectRecord(GLRenderingContextTypes type) {
+        m_currentContext = type;
+        m_currentColor = &m_contexts[type].attributes.currentColor;
+    }
     /// The functions of the current context; never null.
     const COrrinGLCement* CurrentGL() const;
     COpenGLMath& MathOf(GLRenderingContextTypes type) const;
@@ -563,6 +568,7 @@ private:
     void LeaveStockPrograms(bool contextIsCurrent);
     void ReleaseObjectsOfDyingContext(GLRenderingContextTypes type);
     void ResetBatch(const VertexBatchState& batch);
+    void KeepBatchVertices(int count);
 
     bool CompileShader(unsigned int kind, const char* source, unsigned int& shader);
     int AttributeLocation(unsigned int program, const char* name) const;
@@ -650,6 +656,7 @@ private:
     int m_managerIndex = 0;
     int m_masterContextIndex = -1;
     GLRenderingContextTypes m_currentContext = GLContextMain;
+    const GLRGBAColor* m_currentColor = &m_contexts[GLContextMain].attributes.currentColor; ///< of the current record
     CString m_message; ///< scratch text that several diagnostics compose
     CString m_labels[3];
     CRITICAL_SECTION m_managerSection{};

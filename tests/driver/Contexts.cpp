@@ -1,5 +1,6 @@
 #include "Contexts.h"
 
+#include "MappedRanges.h"
 #include "PixelFormats.h"
 #include "StateLock.h"
 #include "SystemDriver.h"
@@ -303,6 +304,7 @@ bool AnswerDeleteContext(Call& call) {
     if (deleted) {
         const DWORD lastError = GetLastError();
         g_deletedContexts[handle] = context->number;
+        ForgetMappedRanges(*context);
         g_contexts.erase(handle);
         SetLastError(lastError);
     }

@@ -3,6 +3,7 @@
 #include "Contexts.h"
 #include "Faults.h"
 #include "Journal.h"
+#include "MappedRanges.h"
 #include "NullDriver.h"
 #include "Objects.h"
 #include "PixelFormats.h"
@@ -58,6 +59,14 @@ constexpr Hook kHooks[] = {
     {Index_wglUseFontOutlinesW, nullptr, TrackFontLists},
     {Index_glUseProgram, nullptr, TrackUseProgram},
     {Index_glNewList, nullptr, TrackNewList},
+    {Index_glMapBufferRange, nullptr, TrackMapping},
+    {Index_glUnmapBuffer, TrackUnmapping, nullptr},
+    {Index_glDeleteBuffers, TrackBufferDeletion, nullptr},
+    {Index_glDrawArrays, JudgeDraw, TrackMappedDraw},
+    {Index_glFenceSync, nullptr, TrackFence},
+    {Index_glClientWaitSync, nullptr, TrackFenceWait},
+    {Index_glFinish, nullptr, TrackFinish},
+    {Index_glReadPixels, nullptr, TrackFinish},
 };
 
 /// How one function is handled; made once.

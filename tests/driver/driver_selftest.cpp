@@ -376,6 +376,29 @@ void WaitForDeletedSync(const Scene&) {
     Find<PFNGLGETSYNCIVPROC>("glGetSynciv")(sync, GL_SYNC_STATUS, 1, nullptr, &value);
 }
 
+/// Draws a point from mapped memory and writes the next one there, with or without waiting for the first.
+template <bool Waits> void DrawFromMappedMemory(const Scene&) {
+    constexpr GLbitfield access = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT | GL_MAP_COHERENT_BIT;
+    GLuint buffer = 0;
+    Find<PFNGLGENBUFFERSPROC>("glGenBuffers")(1, &buffer);
+    Find<PFNGLBINDBUFFERPROC>("glBindBuffer")(GL_ARRAY_BUFFER, buffer);
+    Find<PFNGLBUFFERSTORAGEPROC>("glBufferStorage")(GL_ARRAY_BUFFER, 16, nullptr, access);
+    auto* const point =
+        static_cast<float*>(Find<PFNGLMAPBUFFERRANGEPROC>("glMapBufferRange")(GL_ARRAY_BUFFER, 0, 16, access));
+    Find<PFNGLENABLEVERTEXATTRIBARRAYPROC>("glEnableVertexAttribArray")(0);
+    Find<PFNGLVERTEXATTRIBPOINTERPROC>("glVertexAttribPointer")(0, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
+    for (int draw = 0; draw < 2; ++draw) {
+        point[0] = 0.25F * static_cast<float>(draw);
+        glDrawArrays(GL_POINTS, 0, 1);
+        const GLsync fence = Find<PFNGLFENCESYNCPROC>("glFenceSync")(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+        if (Waits) {
+            Find<PFNGLCLIENTWAITSYNCPROC>("glClientWaitSync")(fence, GL_SYNC_FLUSH_COMMANDS_BIT, 1'000'000'000);
+        }
+        Find<PFNGLDELETESYNCPROC>("glDeleteSync")(fence);
+    }
+    Find<PFNGLDELETEBUFFERSPROC>("glDeleteBuffers")(1, &buffer);
+}
+
 void ForbiddenFixedFunction(const Scene& scene) {
     scene.driver.ForbidFixedFunction(0, true);
     glEnable(GL_DEPTH_TEST);
@@ -406,6 +429,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Rule{"DrawWithDeletedProgram", DrawWithDeletedProgram, "draws with program"},
                     Rule{"BindAnothersVertexArray", BindAnothersVertexArray, "uses vertex array"},
                     Rule{"WaitForDeletedSync", WaitForDeletedSync, "uses sync"},
+                    Rule{"OverwriteWhatIsDrawn", DrawFromMappedMemory<false>, "before a fence"},
+                    Rule{"Allowed_WriteBehindTheFence", DrawFromMappedMemory<true>, nullptr},
                     Rule{"ForbiddenFixedFunction", ForbiddenFixedFunction, "glDrawArrays(0x7)"},
                     Rule{"Allowed_DeleteCurrentAndNull", DeleteCurrentAndNull, nullptr},
                     Rule{"Allowed_UseSharedLists", UseSharedLists, nullptr},

@@ -204,6 +204,11 @@ TEST_F(Batch, DataIndicesMayRepeatVertices) {
     }
     live->EndArrays();
     EXPECT_EQ(Xs(1), (Values{1, 0, 1, 1}));
+
+    live->BeginArrays(GL_LINES, GLShaderLine);
+    AddNumbered(4);
+    live->EndArrays();
+    EXPECT_EQ(Xs(2), (Values{0, 1, 2, 3})) << "they hold for one batch";
 }
 
 TEST_F(Batch, ClientArraysPointIntoTheRecords) {

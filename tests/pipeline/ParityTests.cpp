@@ -1,6 +1,8 @@
 #include "support/Picture.h"
 
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -191,38 +193,74 @@ void DrawLitTriangles(COpenGLView& view) {
     view.DisableLightsAndTextures();
 }
 
-void DrawTexturedQuads(COpenGLView& view) {
-    constexpr int texels = 16;
-    std::vector<unsigned char> image;
-    for (int y = 0; y < texels; ++y) {
-        for (int x = 0; x < texels; ++x) {
-            image.insert(image.end(), {static_cast<unsigned char>(x * 16), static_cast<unsigned char>(y * 16),
-                                       static_cast<unsigned char>((x + y) % 2 * 200 + 40), 255});
+/// A chequered picture as a texture, put at every textured draw until the end of its scope.
+class Chequers {
+public:
+    explicit Chequers(COpenGLView& view) : m_view(view) {
+        constexpr int texels = 16;
+        std::vector<unsigned char> image;
+        for (int y = 0; y < texels; ++y) {
+            for (int x = 0; x < texels; ++x) {
+                image.insert(image.end(), {static_cast<unsigned char>(x * 16), static_cast<unsigned char>(y * 16),
+                                           static_cast<unsigned char>((x + y) % 2 * 200 + 40), 255});
+            }
         }
+        glGenTextures(1, &m_texture);
+        glBindTexture(GL_TEXTURE_2D, m_texture);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, texels, texels, 0, GL_RGBA, GL_UNSIGNED_BYTE, image.data());
+        view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        view.DrawSetupSetShaderTexture(m_texture, 0);
     }
-    unsigned int texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, texels, texels, 0, GL_RGBA, GL_UNSIGNED_BYTE, image.data());
-    view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    view.TexParameter(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    view.DrawSetupSetShaderTexture(texture, 0);
+    ~Chequers() {
+        m_view.Disable(GL_TEXTURE_2D);
+        m_view.DrawSetupSetShaderTexture(0, 0);
+        glDeleteTextures(1, &m_texture);
+    }
+
+private:
+    COpenGLView& m_view;
+    unsigned int m_texture = 0;
+};
+
+constexpr std::pair<int, int> kQuadCorners[] = {{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}};
+
+void DrawTexturedQuads(COpenGLView& view) {
+    const Chequers chequers(view);
     view.EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
     view.BeginArrays(GL_TRIANGLES, GLShaderTextureDecal);
     for (int quad = 0; quad < 9; ++quad) {
         const double x = 6.0 + quad % 3 * 84;
         const double y = 6.0 + quad / 3 * 84;
         const double size = 30.0 + quad * 5;
-        for (const auto& [s, t] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}}) {
+        for (const auto& [s, t] : kQuadCorners) {
             view.AddIndex2DVertexCurrentColorTexCoords(x + s * size, y + t * size, s, t, 255);
         }
     }
     view.EndArraysAndDisableClientState();
-    view.Disable(GL_TEXTURE_2D);
-    view.DrawSetupSetShaderTexture(0, 0);
-    glDeleteTextures(1, &texture);
+}
+
+// A picture draped over faces that turn away from the light, one after the other.
+void DrawLitTexture(COpenGLView& view) {
+    LightFixedFunctions(view);
+    {
+        const Chequers chequers(view);
+        view.EnableClientStateInternalBuffers(true, true, true, true, GLShaderShadedTexture);
+        view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+        view.BeginArrays(GL_TRIANGLES, GLShaderShadedTexture);
+        for (int face = 0; face < 6; ++face) {
+            const double tilt = kTau / 4 * face / 6;
+            for (const auto& [s, t] : kQuadCorners) {
+                view.AddIndex3DVertexNormalTexCoordRGBA(8.0 + (face + s) * 40.0, 20.0 + t * 200.0, 0.0, std::sin(tilt),
+                                                        0.0, std::cos(tilt), s, t, 255, 255, 255, 255);
+            }
+        }
+        view.EndArraysAndDisableClientState();
+        view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+    }
+    view.DisableLightsAndTextures();
 }
 
 // A part of the window, a rotated and scaled model, and much of it cut off. The points are small: where a wide one lies
@@ -313,7 +351,7 @@ INSTANTIATE_TEST_SUITE_P(Scenes, Parity,
                                          Scene{"Triangles", DrawTriangles}, Scene{"ManyTriangles", DrawManyTriangles},
                                          Scene{"StripAndFan", DrawStripAndFan}, Scene{"Wireframe", DrawWireframe},
                                          Scene{"LitTriangles", DrawLitTriangles},
-                                         Scene{"TexturedQuads", DrawTexturedQuads},
+                                         Scene{"TexturedQuads", DrawTexturedQuads}, Scene{"LitTexture", DrawLitTexture},
                                          Scene{"ClippedAndScaled", DrawClippedAndScaled}, Scene{"Blended", DrawBlended},
                                          Scene{"CallersGeometry", DrawCallersGeometry}),
                          [](const auto& scene) { return scene.param.name; });
@@ -333,6 +371,104 @@ TEST_F(Programs, RoundPointsAreDiscs) {
     EXPECT_NEAR(picture.CountDrawn(), 3.14159 * 20.0 * 20.0, 30.0);
     EXPECT_NE(picture.At(128, 147), kBlack);
     EXPECT_EQ(picture.At(110, 110), kBlack) << "the corner of the square";
+}
+
+// A driver's warnings are the first sign of a source that another driver refuses.
+TEST_F(Programs, SourcesCompileWithoutAWord) {
+    const auto first = ChoosePrograms();
+    const LiveView live;
+    const COrrinGLCement& gl = *live->GetContextRecord(GLContextMain).glCement;
+    CString folder;
+    GetCommonFolder(folder);
+    int compiled = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(std::wstring(folder))) {
+        const std::string kind = entry.path().extension().string();
+        const unsigned int shader = gl.glCreateShader(kind == ".vert"   ? GL_VERTEX_SHADER
+                                                      : kind == ".geom" ? GL_GEOMETRY_SHADER
+                                                                        : GL_FRAGMENT_SHADER);
+        std::ifstream file(entry.path());
+        const std::string source(std::istreambuf_iterator<char>(file), {});
+        const char* text = source.c_str();
+        gl.glShaderSource(shader, 1, &text, nullptr);
+        gl.glCompileShader(shader);
+        GLint success = 0;
+        char log[512] = {};
+        gl.glGetShaderiv(shader, GL_COMPILE_STATUS, &success);
+        gl.glGetShaderInfoLog(shader, sizeof(log), nullptr, log);
+        EXPECT_EQ(success, 1) << entry.path();
+        EXPECT_STREQ(log, "") << entry.path();
+        gl.glDeleteShader(shader);
+        ++compiled;
+    }
+    EXPECT_EQ(compiled, 25);
+}
+
+// Hatches and symbols are bitmaps: set texels in the current colour, whatever value "set" has, the others untouched.
+TEST_F(Programs, BitmapTakesTheCurrentColorWhereItIsSet) {
+    const auto first = ChoosePrograms();
+    LiveView live(kSide, kSide);
+    live.Clear(RGB(0, 0, 90));
+    constexpr int texels = 8;
+    constexpr int texelSize = 16;
+    unsigned char bitmap[texels * texels] = {};
+    for (int texel = 0; texel < texels * texels; texel += 3) {
+        bitmap[texel] = texel % 2 == 0 ? 1 : 255;
+    }
+    unsigned int texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, texels, texels, 0, GL_RED, GL_UNSIGNED_BYTE, bitmap);
+    live->TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    live->TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    live->SetCurrentColor(200, 150, 10, 255, false);
+    live->DrawSetupSetShaderTexture(texture, 0);
+    live->EnableClientState(true, false, true, true, GLShaderTextureBitmap);
+    live->BeginArrays(GL_TRIANGLES, GLShaderTextureBitmap);
+    for (const auto& [s, t] : kQuadCorners) {
+        live->AddIndex2DVertexTexCoords(s * texels * texelSize, t * texels * texelSize, s, t);
+    }
+    live->EndArraysAndDisableClientState();
+    const Picture picture = TakePicture(*live.view, kSide, kSide);
+    for (int y = 0; y < kSide; ++y) {
+        for (int x = 0; x < kSide; ++x) {
+            const bool inside = x < texels * texelSize && y < texels * texelSize;
+            const bool set = inside && bitmap[y / texelSize * texels + x / texelSize] != 0;
+            ASSERT_EQ(picture.At(x, y), set ? (Pixel{200, 150, 10, 255}) : (Pixel{0, 0, 90, 255})) << x << ' ' << y;
+        }
+    }
+    glDeleteTextures(1, &texture);
+}
+
+// A laser scan as it comes: ten million points, uploaded once and drawn frame after frame.
+TEST_F(Programs, TenMillionPointsAreDrawnFromTheCallersBuffer) {
+    constexpr int count = 10'000'000;
+    const auto first = ChoosePrograms();
+    LiveView live(kSide, kSide);
+    GLVBO vbo;
+    {
+        std::vector<GLDrawGeometry> cloud(count);
+        for (int index = 0; index < count; ++index) {
+            GLDrawGeometry& point = cloud[static_cast<std::size_t>(index)];
+            point.x = static_cast<float>(index % kSide) + 0.5F;
+            point.y = static_cast<float>(index / kSide % kSide) + 0.5F;
+            // The pixel's last point decides, so that one left out shows.
+            point.g = index >= count - kSide * kSide ? 255 : 0;
+            point.r = 10;
+            point.a = 255;
+        }
+        live->PointSize(1.0F);
+        live->InitializeVBO(GL_POINTS, GLShaderPoint, vbo, cloud.data(), cloud.size());
+    }
+    for (int frame = 0; frame < 3; ++frame) {
+        live.Clear();
+        live->BeginArrays(GL_POINTS, GLShaderPoint, vbo, nullptr, count);
+        live->DrawArrays(GL_POINTS, count, vbo, nullptr);
+        const Picture picture = TakePicture(*live.view, kSide, kSide);
+        EXPECT_EQ(std::count(picture.pixels.begin(), picture.pixels.end(), (Pixel{10, 255, 0, 255})), kSide * kSide);
+    }
+    live->EndVBOArraysAndDisableClientState();
+    live->DeleteVBO(vbo);
+    EXPECT_EQ(live->GetError(), 0U);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "support/Picture.h"
+#include "support/ProcessFootprint.h"
 #include "support/RecordedFixture.h"
 
 #include <array>
@@ -130,6 +131,53 @@ TEST_F(SharedPrograms, MasterMayGoFirst) {
     EXPECT_EQ((*third)->GetMasterContextIndex(), 0);
     DrawSquare(*third, kRed);
     ExpectSquareAt(*third, 0, kRed);
+}
+
+// An hour of redrawing, in short: two windows in turn with changing programs, batches that fill the arrays among small
+// ones, and the window that made the programs closed half-way.
+TEST_F(SharedPrograms, HourOfFlushesIsDrawnRightAndLeavesNothing) {
+    first = Open();
+    second = Open();
+    Shift(*first, 10.0);
+    Shift(*second, 60.0);
+    constexpr int rounds = 2500;
+    constexpr int batchesPerView = 4;
+    ProcessFootprint before;
+    for (int round = 0; round < rounds; ++round) {
+        if (round == 100) {
+            before = ProcessFootprint();
+        }
+        for (const auto& view : {&first, &second}) {
+            if (!*view) {
+                continue;
+            }
+            LiveView& live = **view;
+            live->MakeCurrent(GLContextMain);
+            live.Clear();
+            for (const GLShaderTypes shader : {GLShaderPoint, GLShaderLine, GLShaderLineContour}) {
+                live->BeginArrays(GL_POINTS, shader);
+                for (int vertex = round % 500 == 0 ? 40'000 : 6; vertex > 0; --vertex) {
+                    live->AddIndex2DVertexRGBA(4.5, 4.5, 255, 255, 255, 255);
+                }
+                live->EndArrays();
+            }
+            DrawSquare(live, view == &first ? kRed : kGreen);
+            if (round % 100 == 0) {
+                ExpectSquareAt(live, view == &first ? 10 : 60, view == &first ? kRed : kGreen);
+            }
+        }
+        if (round == rounds / 2) {
+            first.reset();
+            third = Open();
+            Shift(*third, 10.0);
+            std::swap(first, third);
+        }
+    }
+    EXPECT_GE(driver.CallCount("glFenceSync"), 2U * rounds * batchesPerView);
+    const ProcessFootprint after;
+    EXPECT_LE(after.handles, before.handles + 4);
+    EXPECT_LE(after.memory.PagefileUsage, before.memory.PagefileUsage + 16'000'000);
+    EXPECT_LE(driver.LiveObjects(DriverObject::Sync), 6U) << "three segments each";
 }
 
 // A host that shuts a view down but destroys it later may open another in between.

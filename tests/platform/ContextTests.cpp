@@ -1,8 +1,7 @@
+#include "support/ProcessFootprint.h"
 #include "support/RecordedFixture.h"
 
 #include <GL/wglext.h>
-
-#include <psapi.h>
 
 #include <array>
 
@@ -293,16 +292,6 @@ TEST_F(Contexts, EachContextIsCalledThroughItsOwnFunctions) {
         EXPECT_EQ(second.At(5, 5), (Pixel{0, 100, static_cast<unsigned char>(round), 255}));
     }
 }
-
-struct ProcessFootprint {
-    DWORD handles = 0;
-    DWORD userObjects = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
-    PROCESS_MEMORY_COUNTERS memory{};
-    ProcessFootprint() {
-        GetProcessHandleCount(GetCurrentProcess(), &handles);
-        K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
-    }
-};
 
 // A GIS session opens and closes windows all day.
 TEST_F(Contexts, TwoHundredViewsLeaveNothingBehind) {

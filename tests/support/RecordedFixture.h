@@ -12,9 +12,14 @@ class RecordedTest : public FreshProcessTest {
 protected:
     /// The judging comes last, when the test's own views are gone.
     ~RecordedTest() override {
+        constexpr std::size_t shown = 8;
+        const std::vector<std::string> violations = driver.Violations();
         std::string rules;
-        for (const std::string& violation : driver.Violations()) {
-            rules += violation + "\n";
+        for (std::size_t index = 0; index < violations.size() && index < shown; ++index) {
+            rules += violations[index] + "\n";
+        }
+        if (violations.size() > shown) {
+            rules += "and " + std::to_string(violations.size() - shown) + " more";
         }
         EXPECT_EQ(rules, "");
         EXPECT_EQ(driver.LiveContexts(), m_liveContextsBefore) << driver.LeakReport();
