@@ -21,9 +21,6 @@ namespace {
 // Sampling exactly on the border between two cells may fall to either side; this keeps a glyph's outer pixels in.
 constexpr double kTexelMargin = 0.01;
 
-// A glyph that does not load gets another chance, for memory may be short for a moment, but not for ever.
-constexpr int kLoadAttempts = 3;
-
 constexpr int kFractionBits = 6; // FreeType's pixels are fixed-point numbers
 
 /// The device context of the whole desktop, which GDI fonts are measured on.
@@ -73,24 +70,17 @@ FT_F26Dot6 FixedPoints(int points) {
     return static_cast<FT_F26Dot6>(std::clamp<long long>(fixed, LONG_MIN, LONG_MAX));
 }
 
-bool LoadRendered(FT_Face face, FT_ULong code, FT_Int32 flags) {
-    for (int attempt = 0; attempt < kLoadAttempts; ++attempt) {
-        if (FT_Load_Char(face, code, flags) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// Calls `visit(code)` for each character of the face until one is refused.
-template <typename Visit> bool VisitCharacters(FT_Face face, Visit visit) {
+/// Calls `visit(code)` for each character of the face until one returns an error. A glyph that cannot be drawn would
+/// not be on another try either, and FreeType is not to be used on after it ran out of memory, so the first error
+/// decides.
+template <typename Visit> long VisitCharacters(FT_Face face, Visit visit) {
     FT_UInt glyph = 0;
     for (FT_ULong code = FT_Get_First_Char(face, &glyph); glyph != 0; code = FT_Get_Next_Char(face, code, &glyph)) {
-        if (!visit(code)) {
-            return false;
+        if (const FT_Error error = visit(code)) {
+            return error == FT_Err_Out_Of_Memory ? E_OUTOFMEMORY : E_FAIL;
         }
     }
-    return true;
+    return S_OK;
 }
 
 /// Row `row` from the top. With a negative pitch the bottom row comes first in memory.
@@ -100,8 +90,7 @@ const unsigned char* RowOf(const FT_Bitmap& bitmap, int row) {
            static_cast<std::ptrdiff_t>(bitmap.pitch < 0 ? rows - 1 - row : row) * std::abs(bitmap.pitch);
 }
 
-/// Copies a glyph to the upper left of its cell. A glyph that is drawn larger than it was measured is cut, as it would
-/// show up beside its neighbour.
+/// Copies a glyph to the upper left of its cell, as far as it lies in that.
 void CopyToCell(const FT_Bitmap& bitmap, unsigned char* cell, std::size_t stride, int cellWidth, int cellHeight) {
     const int width = std::min(static_cast<int>(bitmap.width), cellWidth);
     const int height = std::min(static_cast<int>(bitmap.rows), cellHeight);
@@ -272,10 +261,12 @@ long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {
     }
     long result = Measure();
     if (result == S_OK) {
-        result = LayOut();
-    }
-    if (result == S_OK) {
-        result = DrawCells(monochrome);
+        do {
+            result = LayOut();
+            if (result == S_OK) {
+                result = DrawCells(monochrome);
+            }
+        } while (result == S_FALSE);
     }
     return result == S_OK ? S_OK : AbandonBuild(result);
 }
@@ -345,7 +336,7 @@ long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
     const FT_Error error = FT_New_Face(m_library, InThreadCodePage(m_path).c_str(), 0, &m_face);
     if (error != 0) {
         m_face = nullptr;
-        return error == FT_Err_Unknown_File_Format ? kNotAFontFile : E_INVALIDARG;
+        return error == FT_Err_Unknown_File_Format ? KTR::kNotAFontFile : E_INVALIDARG;
     }
     const auto dpi = static_cast<FT_UInt>(CFTGLFontManager::m_giDPI);
     const FT_F26Dot6 points = FixedPoints(request.pointSize);
@@ -354,43 +345,52 @@ long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
     return BuildFontAtlas(true);
 }
 
-/// Finds the size of a cell and the averages. A character without memory or data for its outline ends the build.
+/// Finds the size of a cell and the averages.
 long CFTGLFontAtlas::Measure() {
     const double unitsPerEm = m_face->units_per_EM;
     double widths = 0.0;
     double heights = 0.0;
     int measured = 0;
-    const bool allRendered = VisitCharacters(m_face, [&](FT_ULong code) {
+    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
         const FT_GlyphSlot slot = m_face->glyph;
-        if (unitsPerEm > 0.0 && FT_Load_Char(m_face, code, FT_LOAD_NO_SCALE) == 0) {
+        FT_Error error = FT_Load_Char(m_face, code, FT_LOAD_NO_SCALE);
+        if (error == 0 && unitsPerEm > 0.0) {
             widths += static_cast<double>(slot->metrics.width) / unitsPerEm;
             heights += static_cast<double>(slot->metrics.height) / unitsPerEm;
             ++measured;
         }
-        if (!LoadRendered(m_face, code, FT_LOAD_RENDER)) {
-            return false;
+        if (error != FT_Err_Out_Of_Memory) {
+            error = FT_Load_Char(m_face, code, FT_LOAD_RENDER);
+        }
+        if (error != 0) {
+            return error;
         }
         ++m_metrics->renderedCharacters;
         m_metrics->cellWidth = std::max(m_metrics->cellWidth, static_cast<int>(slot->bitmap.width));
         m_metrics->cellHeight = std::max(m_metrics->cellHeight, static_cast<int>(slot->bitmap.rows));
-        return true;
+        return error;
     });
+    if (result != S_OK) {
+        return result;
+    }
     const double share = measured > 0 ? 1.0 / measured : 0.0;
     m_metrics->averageWidth = widths * share;
     m_metrics->averageHeight = heights * share;
-    m_parameters.cellWidth = m_metrics->cellWidth;
-    m_parameters.cellHeight = m_metrics->cellHeight;
     m_parameters.averageWidthEm = m_metrics->averageWidth;
     m_parameters.averageHeightEm = m_metrics->averageHeight;
     m_parameters.averageWidthUnits = static_cast<int>(unitsPerEm * m_metrics->averageWidth);
     m_parameters.averageHeightUnits = static_cast<int>(unitsPerEm * m_metrics->averageHeight);
     // Without a single pixel there is nothing to make a texture of.
-    return allRendered && m_metrics->cellWidth > 0 && m_metrics->cellHeight > 0 ? S_OK : E_FAIL;
+    return m_metrics->cellWidth > 0 && m_metrics->cellHeight > 0 ? S_OK : E_FAIL;
 }
 
-/// Makes room for the cells in a texture that the graphics card takes.
+/// Makes room for the cells in a texture that the graphics card takes, instead of the room that was there.
 long CFTGLFontAtlas::LayOut() {
     FontAtlasGlyphMetrics& metrics = *m_metrics;
+    FreeAndClear(metrics.glyphs);
+    FreeAndClear(m_rawTexture);
+    m_parameters.cellWidth = metrics.cellWidth;
+    m_parameters.cellHeight = metrics.cellHeight;
     metrics.glyphCount = metrics.renderedCharacters;
     metrics.glyphs = AllocateZeroed<FontAtlasGlyph>(metrics.renderedCharacters);
     if (!metrics.glyphs) {
@@ -418,7 +418,8 @@ long CFTGLFontAtlas::LayOut() {
     return m_rawTexture ? S_OK : E_OUTOFMEMORY;
 }
 
-/// Draws every character into its cell.
+/// Draws every character into its cell. S_FALSE when some did not fit, and the cells have grown for another round:
+/// glyphs are measured smooth but drawn with hard edges, which makes some a pixel larger at some sizes.
 long CFTGLFontAtlas::DrawCells(bool monochrome) {
     FontAtlasGlyphMetrics& metrics = *m_metrics;
     metrics.faceIndex = static_cast<int>(m_face->face_index);
@@ -429,24 +430,38 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
         static_cast<FT_Int32>(FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT | (monochrome ? FT_LOAD_TARGET_MONO : 0));
     const auto stride = static_cast<std::size_t>(metrics.textureWidth);
     int index = 0;
-    const bool allDrawn = VisitCharacters(m_face, [&](FT_ULong code) {
-        if (!LoadRendered(m_face, code, flags)) {
-            return false;
+    int widest = metrics.cellWidth;
+    int tallest = metrics.cellHeight;
+    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
+        const FT_Error error = FT_Load_Char(m_face, code, flags);
+        if (error != 0) {
+            return error;
         }
         const long long x = static_cast<long long>(index % metrics.columns) * metrics.cellWidth;
         const long long y = static_cast<long long>(index / metrics.columns) * metrics.cellHeight;
         unsigned char* cell = m_rawTexture + static_cast<std::size_t>(y) * stride + x;
-        CopyToCell(m_face->glyph->bitmap, cell, stride, metrics.cellWidth, metrics.cellHeight);
+        const FT_Bitmap& bitmap = m_face->glyph->bitmap;
+        CopyToCell(bitmap, cell, stride, metrics.cellWidth, metrics.cellHeight);
+        widest = std::max(widest, static_cast<int>(bitmap.width));
+        tallest = std::max(tallest, static_cast<int>(bitmap.rows));
         metrics.glyphs[index] = DescribeGlyph(m_face->glyph, x, y, metrics);
         // Neither a character beyond UTF-16's single units nor a cell beyond the map's numbers can be named.
         if (code < std::size(metrics.characterMap) && index <= USHRT_MAX) {
             metrics.characterMap[code] = static_cast<unsigned short>(index);
         }
         ++index;
-        return true;
+        return error;
     });
-    metrics.ready = allDrawn ? 1 : 0;
-    return allDrawn ? S_OK : E_FAIL;
+    if (result != S_OK) {
+        return result;
+    }
+    if (widest > metrics.cellWidth || tallest > metrics.cellHeight) {
+        metrics.cellWidth = widest;
+        metrics.cellHeight = tallest;
+        return S_FALSE;
+    }
+    metrics.ready = 1;
+    return S_OK;
 }
 
 /// Leaves no half-made record behind a failure, whose code it hands on.

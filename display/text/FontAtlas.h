@@ -8,6 +8,13 @@
 struct FT_LibraryRec_;
 struct FT_FaceRec_;
 
+namespace KTR {
+
+/// Result for a file that the look-up found but that is no font.
+inline constexpr long kNotAFontFile = static_cast<long>(0x80548204UL);
+
+} // namespace KTR
+
 /// How the cells of an atlas lie in its texture: equal cells without padding, filled row by row.
 struct FontGrid {
     long long columns = 0;
@@ -33,13 +40,10 @@ ORRIN_DISPLAY_API FontTextureSpan FontTextureSpanOf(long long firstPixel, long l
 /// measures that text is laid out by. The atlas finds the font file, opens it with FreeType at the screen's DPI and
 /// keeps the face open for kerning.
 ///
-/// Results are HRESULTs: S_OK, E_INVALIDARG, E_FAIL, E_OUTOFMEMORY, or kNotAFontFile. After a failed build there is no
-/// record and no texture. Not locked; used by the thread that draws. Needs no current context.
+/// Results are HRESULTs: S_OK, E_INVALIDARG, E_FAIL, E_OUTOFMEMORY, or KTR::kNotAFontFile. After a failed build there
+/// is no record and no texture. Not locked; used by the thread that draws. Needs no current context.
 class ORRIN_DISPLAY_API CFTGLFontAtlas {
 public:
-    /// The file that the look-up found is no font that FreeType reads.
-    static constexpr long kNotAFontFile = static_cast<long>(0x80548204UL);
-
     CFTGLFontAtlas();
     ~CFTGLFontAtlas();
     CFTGLFontAtlas(const CFTGLFontAtlas&) = delete;

@@ -76,7 +76,7 @@ long CFTGLFontManager::CreateDefaultFont() {
 }
 
 long CFTGLFontManager::SetUpNewFont(FontParameters& request) {
-    for (int slot = 0; slot < kFonts; ++slot) {
+    for (int slot = 0; slot < KTR::kFontSlots; ++slot) {
         if (m_atlases[slot] && m_atlases[slot]->IsFontRequestSameAsCurrentFont(request)) {
             m_currentFont = slot;
             return S_OK;
@@ -104,7 +104,7 @@ long CFTGLFontManager::SetCurrentFontIndex(int& index) {
 }
 
 CFTGLFontAtlas* CFTGLFontManager::GetFontAtlas(int slot) const {
-    return slot >= 0 && slot < kFonts ? m_atlases[slot] : nullptr;
+    return slot >= 0 && slot < KTR::kFontSlots ? m_atlases[slot] : nullptr;
 }
 
 FontAtlasGlyphMetrics* CFTGLFontManager::GetCurrentFontAtlasMetrics() const {
@@ -258,5 +258,5 @@ int CFTGLFontManager::FreeSlot() {
     DeleteFontAtlas(&m_atlases[kFirstToGo]);
     // The current index is left alone: it names slots, and the caller settles it when the new font is there.
     std::rotate(std::begin(m_atlases) + kFirstToGo, std::begin(m_atlases) + kFirstToGo + 1, std::end(m_atlases));
-    return kFonts - 1;
+    return KTR::kFontSlots - 1;
 }

@@ -3,6 +3,13 @@
 #include "../Export.h"
 #include "FontAtlas.h"
 
+namespace KTR {
+
+/// Fonts that can be loaded at a time.
+inline constexpr int kFontSlots = 10;
+
+} // namespace KTR
+
 /// The process's fonts and the screen measurements that font sizes depend on. One instance serves all views
 /// (COpenGLView::m_gFontManager); it lives from the load of the library to its unload and is used by the thread that
 /// draws. It is not locked and makes no GL call: names that must be deleted wait here for a view with a current
@@ -12,8 +19,6 @@
 /// names no loaded font.
 class ORRIN_DISPLAY_API CFTGLFontManager {
 public:
-    static constexpr int kFonts = 10;
-
     /// Does nothing that the loader's lock forbids, because the class-wide instance is made while the library loads:
     /// the screen is measured when the first view is made, or by InitializeObject.
     CFTGLFontManager() = default;
@@ -98,7 +103,7 @@ private:
     int FreeSlot();
 
     int m_currentFont = 0;
-    CFTGLFontAtlas* m_atlases[kFonts] = {}; ///< owned
+    CFTGLFontAtlas* m_atlases[KTR::kFontSlots] = {}; ///< owned
     unsigned int m_taggedTexture = 0;
     unsigned int m_taggedSampler = 0;
 };
