@@ -35,8 +35,8 @@ void RasterLayer::DrawTile(KTR::COpenGLView& view, const RasterTile& tile, const
                                                        {tile.column + tile.columns, tile.row},
                                                        {tile.column + tile.columns, tile.row + tile.rows},
                                                        {tile.column, tile.row + tile.rows}}};
-    std::array<KTR::PointXYZ, 4> corners{};
-    std::array<KTR::GLTexCoords, 4> coordinates{};
+    std::array<PointXYZ, 4> corners{};
+    std::array<GLTexCoords, 4> coordinates{};
     for (std::size_t index = 0; index < pixels.size(); ++index) {
         const auto [column, row] = pixels[index];
         const Position place = m_raster.pixelToMap.At(column, row);

@@ -185,7 +185,7 @@ void COpenGLView::DeleteFontTextures(bool contextIsCurrent) {
         DeleteTaggedFontNames();
     }
     m_gFontManager.ClearTaggedForDeletionTextureAndSamplerNames();
-    for (int slot = 0; slot < CFTGLFontManager::kFonts; ++slot) {
+    for (int slot = 0; slot < kFontSlots; ++slot) {
         const CFTGLFontAtlas* atlas = m_gFontManager.GetFontAtlas(slot);
         FontAtlasGlyphMetrics* font = atlas ? atlas->GetAtlasMetrics() : nullptr;
         if (!font) {
