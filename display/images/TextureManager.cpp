@@ -21,15 +21,6 @@ std::size_t HashOf(const wchar_t* name) {
     return std::hash<std::wstring_view>()(name);
 }
 
-/// Bytes of a texture as an entry keeps them. One that is too large for the field counts with its largest value.
-int SizeOf(const GLTextureObject& texture) {
-    const auto rowBytes =
-        static_cast<unsigned long long>(texture.bytesPerGroup) * static_cast<unsigned long long>(texture.textureWidth);
-    constexpr unsigned long long largest = std::numeric_limits<int>::max();
-    const auto height = static_cast<unsigned long long>(texture.textureHeight);
-    return static_cast<int>(height != 0 && rowBytes > largest / height ? largest : rowBytes * height);
-}
-
 void Give(GLTextureObject* found, POSITION at, GLTextureObject** entry, POSITION* position) {
     if (entry) {
         *entry = found;
@@ -40,6 +31,35 @@ void Give(GLTextureObject* found, POSITION at, GLTextureObject** entry, POSITION
 }
 
 } // namespace
+
+int TextureBytes(std::initializer_list<int> factors) {
+    constexpr long long largest = std::numeric_limits<int>::max();
+    if (std::any_of(factors.begin(), factors.end(), [](int factor) { return factor <= 0; })) {
+        return 0;
+    }
+    long long bytes = 1;
+    for (const int factor : factors) {
+        bytes = std::min(bytes * factor, largest);
+    }
+    return static_cast<int>(bytes);
+}
+
+void GLTextureObject::TakeValues(const GLTextureObject& other) {
+    imageWidth = other.imageWidth;
+    imageHeight = other.imageHeight;
+    textureWidth = other.textureWidth;
+    textureHeight = other.textureHeight;
+    size = other.size;
+    regionXMin = other.regionXMin;
+    regionXMax = other.regionXMax;
+    regionYMin = other.regionYMin;
+    regionYMax = other.regionYMax;
+    components = other.components;
+    bytesPerGroup = other.bytesPerGroup;
+    partial = other.partial;
+    scale = other.scale;
+    shareGroup = other.shareGroup;
+}
 
 COpenGLViewTextureManager::COpenGLViewTextureManager() : m_textures(10) {}
 
@@ -76,10 +96,11 @@ long COpenGLViewTextureManager::AddTexture(const GLTextureObject& source, unsign
         return E_OUTOFMEMORY;
     }
     try {
-        static_cast<GLTextureObject&>(*entry) = source;
+        entry->name = source.name;
+        entry->TakeValues(source);
         entry->texture = texture;
         entry->sampler = sampler;
-        entry->size = SizeOf(source);
+        entry->size = TextureBytes({source.bytesPerGroup, source.textureHeight, source.textureWidth});
         entry->nameHash = HashOf(entry->name);
         AddToIndex(entry);
         entry->position = m_textures.AddTail(entry);

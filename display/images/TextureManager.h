@@ -6,12 +6,13 @@
 #include <afxcoll.h>
 
 #include <cstddef>
+#include <initializer_list>
 #include <unordered_map>
 
 namespace KTR {
 
 /// A cached texture, or the request for one: what it shows of which image, and the GL objects that hold it.
-struct GLTextureObject {
+struct ORRIN_DISPLAY_API GLTextureObject {
     CString name;          ///< key of the cache, compared as a whole
     int imageWidth = 0;    ///< pixels of the source image
     int imageHeight = 0;   ///< pixels of the source image
@@ -29,7 +30,14 @@ struct GLTextureObject {
     unsigned int sampler = 0;
     double scale = 0.0;               ///< as the host gave it
     const void* shareGroup = nullptr; ///< whose GL names these are; null for those of the contexts that share
+
+    /// Takes over everything but the key and the GL names.
+    void TakeValues(const GLTextureObject& other);
 };
+
+/// The product of sizes and counts, as an entry keeps it: 0 when one of them is not positive, and the field's largest
+/// value when it is larger than that.
+ORRIN_DISPLAY_API int TextureBytes(std::initializer_list<int> factors);
 
 /// The process's cache of raster textures. One instance serves all views (COpenGLView::m_gRasterTextureManager); it
 /// lives from the load of the library to its unload. It keeps the books and makes no GL call: deleting the GL names is

@@ -26,6 +26,7 @@ namespace KTR {
 struct ImageRows;
 struct TextExtent;
 struct TextFrame;
+struct TileSpan;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -834,16 +835,25 @@ private:
 
     const void* TextureGroup() const;
     void DeleteCachedTexture(GLTextureObject* entry, POSITION position);
-    void MakeTextureActive(unsigned int texture, unsigned int sampler);
-    bool SamplersFollowRequests() const;
+    bool TakeFromCache(const GLTextureObject& entry, bool makeActive);
+    void DeleteCachedTexturesOfGroup();
+    static void ForgetTextureGroup(const void* shareGroup);
 
     long UploadImage(const ImageRows& rows, unsigned int textureUnit, unsigned int filter, unsigned int& texture,
                      unsigned int& sampler);
     bool FillTexture(const ImageRows& rows, unsigned int filter);
     void SetUpSampler(unsigned int sampler, unsigned int filter);
-    long LoadTile(const ImageRows& tile, unsigned int filter, unsigned int& texture, unsigned int& sampler);
-    long DrawTiles(const ImageRows& image, const PointXYZ* corners, unsigned int filter);
+    long LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, unsigned int filter,
+                  unsigned int& texture, unsigned int& sampler);
+    long DrawTiles(const ImageRows& image, double modelWidth, double modelHeight, unsigned int filter);
+    void DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, double modelWidth,
+                  double modelHeight);
+    bool HasContext() const;
+    struct ImageDrawing;
+    ImageDrawing BeginImageDrawing(const glm::dvec3& origin, unsigned int texture, unsigned int sampler);
     void DrawQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
+    void EndImageDrawing(const ImageDrawing& before);
+    void SetMatrices(const glm::dmat4& projection, const glm::dmat4& modelview);
 
     static void NumberSegments(GLVBO& vbo);
     void ReleaseRingFences();
@@ -905,7 +915,8 @@ private:
     struct TextureRequest {
         bool requested = false; ///< a texture was asked of the cache
         unsigned int activeTexture = 0;
-        unsigned int activeSampler = 0;
+        unsigned int activeSampler = 0;  ///< of fixed-function contexts
+        unsigned int textureSampler = 0; ///< what programs read the active texture through
         unsigned int shaderTexture = 0;
         unsigned int shaderSampler = 0;
     };
