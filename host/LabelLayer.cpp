@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <string>
 #include <utility>
 
 namespace OrrinViewer {
@@ -31,10 +33,12 @@ bool Touch(const Extent& one, const Extent& other) {
 
 LabelLayer::LabelLayer(std::vector<FeatureLabel> labels, const TextSizes& sizes) {
     std::vector<LabelRequest> requests;
+    std::map<std::string, int> groups;
     for (FeatureLabel& label : labels) {
         const double width = sizes.width(label.text);
         LabelRequest request{label.anchor, width + 2.0 * g_roomPixels,
                              sizes.ascent + sizes.descent + 2.0 * g_roomPixels};
+        request.group = groups.try_emplace(label.text, static_cast<int>(groups.size())).first->second;
         if (label.areaWidth > 0.0) {
             request.coarsestUnitsPerPixel = label.areaWidth * g_widestShareOfArea / std::max(width, 1.0);
         }

@@ -2,33 +2,49 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <numeric>
 
 namespace OrrinViewer {
 
 namespace {
 
+/// Between the middles of labels that say the same.
+constexpr double g_repetitionPixels = 220.0;
+
 /// Above this scale the two labels overlap: they are apart while the pixels between their anchors, sideways or
 /// upwards, are at least half of both labels together.
 double FindMeetingScale(const LabelRequest& one, const LabelRequest& other) {
-    const double sideways = std::abs(one.anchor.x - other.anchor.x) * 2.0 / (one.widthPixels + other.widthPixels);
-    const double upwards = std::abs(one.anchor.y - other.anchor.y) * 2.0 / (one.heightPixels + other.heightPixels);
-    return std::max(sideways, upwards);
+    const double x = std::abs(one.anchor.x - other.anchor.x);
+    const double y = std::abs(one.anchor.y - other.anchor.y);
+    const double apart =
+        std::max(x * 2.0 / (one.widthPixels + other.widthPixels), y * 2.0 / (one.heightPixels + other.heightPixels));
+    const bool saySame = one.group >= 0 && one.group == other.group;
+    return saySame ? std::min(apart, std::max(x, y) / g_repetitionPixels) : apart;
 }
 
 } // namespace
 
+/// The label that can show at the coarsest scale is settled first. Those that it would meet can only show at finer
+/// scales from then on, and the next one is chosen among what is left.
 std::vector<double> PlaceLabels(const std::vector<LabelRequest>& requests) {
-    std::vector<double> coarsest(requests.size());
-    for (std::size_t index = 0; index < requests.size(); ++index) {
-        double scale = requests[index].coarsestUnitsPerPixel;
-        for (std::size_t earlier = 0; earlier < index; ++earlier) {
-            // An earlier label that has vanished where the two would meet is in nobody's way, there or farther out.
-            const double meeting = FindMeetingScale(requests[index], requests[earlier]);
-            if (meeting < coarsest[earlier]) {
-                scale = std::min(scale, meeting);
-            }
+    std::vector<double> coarsest;
+    for (const LabelRequest& request : requests) {
+        coarsest.push_back(request.coarsestUnitsPerPixel);
+    }
+    std::vector<std::size_t> open(requests.size());
+    std::iota(open.begin(), open.end(), std::size_t{0});
+    while (!open.empty()) {
+        const auto chosen = std::max_element(open.begin(), open.end(), [&](std::size_t one, std::size_t other) {
+            return coarsest[one] != coarsest[other] ? coarsest[one] < coarsest[other] : one > other;
+        });
+        const std::size_t settled = *chosen;
+        *chosen = open.back();
+        open.pop_back();
+        for (const std::size_t index : open) {
+            const double meeting = FindMeetingScale(requests[index], requests[settled]);
+            coarsest[index] = std::min(coarsest[index], meeting);
         }
-        coarsest[index] = scale;
     }
     return coarsest;
 }

@@ -13,6 +13,8 @@ struct LabelRequest {
     double heightPixels = 0.0;
     /// The label shows only where a pixel stands for this many units or fewer.
     double coarsestUnitsPerPixel = 1e300;
+    /// Labels of one group (0 and up) say the same, and keep a distance so that they are not repeated side by side.
+    int group = -1;
 };
 
 /// Decides which labels show so that none covers another. For each label in turn this is the coarsest scale, in units
@@ -20,9 +22,10 @@ struct LabelRequest {
 /// same anchor.
 ///
 /// The scale is all that counts, not the part of the map in the window: labels neither jump nor blink while the map is
-/// moved, and while zooming in they only become more. Earlier requests come first where two want the same place.
+/// moved, and while zooming in they only become more. At every scale what is missing has no room beside what shows.
+/// Where two may show equally early, the earlier request comes first.
 ///
-/// Takes time with the square of the number of labels: some 20,000 are done in a second.
+/// Takes time with the square of the number of labels: some 20,000 are done in about a second.
 std::vector<double> PlaceLabels(const std::vector<LabelRequest>& requests);
 
 } // namespace OrrinViewer

@@ -46,6 +46,12 @@ private:
         m_furniture.lines.push_back({Position{fromX, fromY, 0.0}, Position{toX, toY, 0.0}});
     }
 
+    /// Beyond the poles and the date line there are no coordinates.
+    std::vector<double> FindTicksWithin(double low, double high, double step, double limit) const {
+        const bool areDegrees = m_units == MapUnits::Degrees;
+        return FindTicks(areDegrees ? std::max(low, -limit) : low, areDegrees ? std::min(high, limit) : high, step);
+    }
+
     /// One step for both edges, wide enough for the longest text along the lower one.
     double FindStep() const {
         const double unitsPerPixel = m_navigator.UnitsPerPixel();
@@ -57,7 +63,7 @@ private:
     }
 
     void AddTicksAlongX(double step, int decimals) {
-        for (const double x : FindTicks(m_area.low.x, m_area.high.x, step)) {
+        for (const double x : FindTicksWithin(m_area.low.x, m_area.high.x, step, 180.0)) {
             const double pixel = std::round(m_navigator.PixelAt({x, m_area.low.y, 0.0}).x);
             AddLine(pixel, 0.0, pixel, g_tickPixels);
             AddLine(pixel, Height() - g_tickPixels, pixel, Height());
@@ -71,7 +77,7 @@ private:
     }
 
     void AddTicksAlongY(double step, int decimals) {
-        for (const double y : FindTicks(m_area.low.y, m_area.high.y, step)) {
+        for (const double y : FindTicksWithin(m_area.low.y, m_area.high.y, step, 90.0)) {
             const double pixel = std::round(Height() - m_navigator.PixelAt({m_area.low.x, y, 0.0}).y);
             AddLine(0.0, pixel, g_tickPixels, pixel);
             AddLine(Width() - g_tickPixels, pixel, Width(), pixel);

@@ -168,7 +168,8 @@ void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int wi
     view.SetBackgroundColor(g_background, true);
     view.SetUpViewport(0, 0, widthPixels, heightPixels);
     SetUpCamera(view, navigator);
-    DrawContent(view, m_extent);
+    // On a relief an area would have to bend with it, where its triangles are flat.
+    DrawContent(view, m_surfaces.empty() ? m_extent : Extent());
 }
 
 void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
@@ -177,7 +178,7 @@ void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
     }
 }
 
-/// Draws everything with the camera that is set up. `area` is the part of the map that shows at most.
+/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn.
 void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
     SetUpSun(view);
     view.Scale(1.0, 1.0, m_exaggeration);

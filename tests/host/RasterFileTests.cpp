@@ -1,6 +1,7 @@
 #include "ElevationRaster.h"
 #include "FileTestSupport.h"
 #include "OpenFile.h"
+#include "RasterTiles.h"
 #include "WorldFile.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -117,6 +118,39 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(RasterFile, DamagedImagesAreRefusedOrReadButNeverCrash) {
     EXPECT_GT(
         CountRefusedMutations([](const std::filesystem::path& path) { OpenRaster(path); }, FourPixelPng(), ".png"), 0);
+}
+
+// A pixel that two tiles show, or none, is a seam across every large picture.
+TEST(RasterTiles, ShowEachPixelOnceAndHoldTheirNeighbours) {
+    const struct {
+        int width, height, largest;
+        std::size_t tiles;
+    } cases[] = {{5, 4, 5, 1}, {6, 4, 5, 2}, {23, 17, 7, 20}, {3, 9, 3, 9}};
+    for (const auto& test : cases) {
+        RasterImage image{test.width, test.height, {}};
+        for (int pixel = 0; pixel < test.width * test.height; ++pixel) {
+            const auto low = static_cast<std::uint8_t>(pixel % 256);
+            image.rgba.insert(image.rgba.end(), {low, static_cast<std::uint8_t>(pixel / 256), 0, 255});
+        }
+        std::vector<int> shown(image.rgba.size() / 4, 0);
+        const std::vector<RasterTile> tiles = SplitIntoTiles(test.width, test.height, test.largest);
+        EXPECT_EQ(tiles.size(), test.tiles);
+        for (const RasterTile& tile : tiles) {
+            EXPECT_LE(std::max(tile.textureColumns, tile.textureRows), test.largest);
+            EXPECT_EQ(tile.textureColumn, std::max(tile.column - (tiles.size() > 1 ? 1 : 0), 0));
+            const std::vector<std::uint8_t> pixels = CopyTile(image, tile);
+            ASSERT_EQ(pixels.size(), static_cast<std::size_t>(tile.textureColumns * tile.textureRows * 4));
+            for (int row = tile.row; row < tile.row + tile.rows; ++row) {
+                for (int column = tile.column; column < tile.column + tile.columns; ++column) {
+                    const int pixel = row * test.width + column;
+                    const int inTile = (row - tile.textureRow) * tile.textureColumns + column - tile.textureColumn;
+                    ++shown[static_cast<std::size_t>(pixel)];
+                    EXPECT_EQ(pixels[static_cast<std::size_t>(inTile) * 4], pixel % 256);
+                }
+            }
+        }
+        EXPECT_EQ(shown, std::vector<int>(shown.size(), 1)) << test.width;
+    }
 }
 
 // Cells without data must show what lies below, not the colour of elevation 0.
