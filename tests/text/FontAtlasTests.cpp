@@ -392,7 +392,7 @@ INSTANTIATE_TEST_SUITE_P(Files, RefusedFont,
 // Whatever is in a font file, the process survives it, and the atlas is whole or not there.
 TEST_F(Atlas, DamagedFilesNeitherCrashNorHang) {
     constexpr int files = 400;
-    std::mt19937 random(20); // NOLINT: the same files each time
+    std::mt19937 random(20); // the same files each time
     const FontBytes whole = SmallFont(L'@').File();
     const FontParameters request = FontRequest(file.Face(), 12);
     int built = 0;
