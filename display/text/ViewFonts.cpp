@@ -139,16 +139,23 @@ void COpenGLView::UploadFontTexture(FontAtlasGlyphMetrics& font) {
     gl->glGenTextures(1, &texture);
     gl->glBindTexture(GL_TEXTURE_2D, texture);
     outputGlError(L"glBindTexture: END");
-    for (const unsigned int filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
-        TexParameter(GL_TEXTURE_2D, filter, GL_LINEAR);
-    }
-    for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-        TexParameter(GL_TEXTURE_2D, wrap, GL_CLAMP_TO_EDGE);
-    }
     {
         const ClosePixelRows rows(*gl);
         gl->glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, width, height, 0, GL_RED, GL_UNSIGNED_BYTE, coverage);
         outputGlError(L"glTexImage2D: END");
+    }
+    TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    if (gl->glGenerateMipmap) {
+        // Glyphs down to a quarter of their size. In coarser levels neighbouring cells would run into each other.
+        TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 2);
+        TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+        gl->glGenerateMipmap(GL_TEXTURE_2D);
+        outputGlError(L"glGenerateMipmap: END");
+    }
+    for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
+        // Beyond the texture there is no ink.
+        TexParameter(GL_TEXTURE_2D, wrap, GL_CLAMP_TO_BORDER);
     }
     if (gl->glGenSamplers && gl->glSamplerParameteri) {
         gl->glGenSamplers(1, &sampler);

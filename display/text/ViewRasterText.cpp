@@ -28,11 +28,11 @@ private:
     HGDIOBJ m_previous;
 };
 
-/// Pixels of one em of the font that is selected.
-double EmHeight(HDC deviceContext) {
-    TEXTMETRICW metrics = {};
-    GetTextMetricsW(deviceContext, &metrics);
-    return metrics.tmHeight - metrics.tmInternalLeading;
+/// Pixels of one em of a font, taken as the atlas of the other pipeline takes it.
+double EmHeight(HFONT font) {
+    LOGFONTW logicalFont = {};
+    GetObjectW(font, sizeof(logicalFont), &logicalFont);
+    return std::abs(logicalFont.lfHeight);
 }
 
 } // namespace
@@ -104,8 +104,25 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
     }
     const SelectedObject selected(deviceContext, font);
     record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
+    MakeBlankLists(deviceContext, listBase);
     record.textLists.raster = listBase;
     return record.rasterFontReady ? S_OK : E_FAIL;
+}
+
+/// HACK: in Mesa's lists a bitmap without pixels does not move on, so that words run into each other; one empty pixel
+/// does. Blanks are recorded anew with that. Seen as strings without their blanks; BitmapsStandOnTheRasterPosition
+/// fails without it.
+void COpenGLView::MakeBlankLists(HDC deviceContext, unsigned int listBase) {
+    const COrrinGLCement* gl = CurrentGL();
+    const unsigned char noInk[4] = {};
+    for (const char* blank : {" ", "\xA0"}) {
+        SIZE size = {};
+        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
+        gl->glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
+        gl->glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
+        gl->glEndList();
+    }
+    outputGlError(L"glEndList: END");
 }
 
 long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
@@ -128,7 +145,7 @@ long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, 
     }
     GLRenderingContextRecord& record = CurrentRecord();
     record.textLists.outline = listBase;
-    record.textLists.outlineHeight = EmHeight(deviceContext);
+    record.textLists.outlineHeight = EmHeight(font);
     return S_OK;
 }
 

@@ -881,6 +881,7 @@ private:
     void CloseTextBatch(bool mayWait);
     void DrawTextLines(const FontParameters& font, const TextExtent& extent, const TextFrame& frame);
     long LoadGdiFont(HDC deviceContext, HFONT font, unsigned long color);
+    void MakeBlankLists(HDC deviceContext, unsigned int listBase);
     void DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position, const glm::dvec3& scale,
                           double angleDegrees);
 
