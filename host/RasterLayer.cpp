@@ -14,21 +14,29 @@ constexpr unsigned int g_textureUnit = 0x84C0; // GL_TEXTURE0, which Windows' ow
 
 } // namespace
 
-RasterLayer::RasterLayer(Raster raster, std::wstring name, bool smooth)
-    : m_raster(std::move(raster)), m_name(std::move(name)), m_smooth(smooth) {}
+RasterLayer::RasterLayer(Raster raster, std::wstring name, bool smooth) : m_name(std::move(name)), m_smooth(smooth) {
+    if (smooth) {
+        m_levels = MakeLevels(std::move(raster));
+    } else {
+        m_levels.push_back(std::move(raster));
+    }
+}
 
-void RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z) const {
+void RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z, double unitsPerPixel) const {
     const int largestSide = std::min(g_largestTile, view.GetContextMaxTextureSize());
-    for (const RasterTile& tile : SplitIntoTiles(m_raster.image.width, m_raster.image.height, largestSide)) {
-        DrawTile(view, tile, origin, z);
+    const std::size_t level = ChooseLevel(m_levels, unitsPerPixel);
+    const RasterImage& image = m_levels[level].image;
+    for (const RasterTile& tile : SplitIntoTiles(image.width, image.height, largestSide)) {
+        DrawTile(view, level, tile, origin, z);
     }
 }
 
 /// The texture has the image's upper row first, so that t grows downwards like the rows.
-void RasterLayer::DrawTile(KTR::COpenGLView& view, const RasterTile& tile, const Position& origin, double z) const {
+void RasterLayer::DrawTile(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, const Position& origin,
+                           double z) const {
     unsigned int texture = 0;
     unsigned int sampler = 0;
-    if (!FindTexture(view, tile, texture, sampler)) {
+    if (!FindTexture(view, level, tile, texture, sampler)) {
         return;
     }
     const std::array<std::array<int, 2>, 4> pixels = {{{tile.column, tile.row},
@@ -39,7 +47,7 @@ void RasterLayer::DrawTile(KTR::COpenGLView& view, const RasterTile& tile, const
     std::array<GLTexCoords, 4> coordinates{};
     for (std::size_t index = 0; index < pixels.size(); ++index) {
         const auto [column, row] = pixels[index];
-        const Position place = m_raster.pixelToMap.At(column, row);
+        const Position place = m_levels[level].pixelToMap.At(column, row);
         corners[index] = {place.x - origin.x, place.y - origin.y, z};
         coordinates[index] = {static_cast<double>(column - tile.textureColumn) / tile.textureColumns,
                               static_cast<double>(row - tile.textureRow) / tile.textureRows};
@@ -49,10 +57,11 @@ void RasterLayer::DrawTile(KTR::COpenGLView& view, const RasterTile& tile, const
 
 /// From the cache, where another window or an earlier frame may have put it; otherwise it is loaded and put there.
 /// False when the driver does not take it.
-bool RasterLayer::FindTexture(KTR::COpenGLView& view, const RasterTile& tile, unsigned int& texture,
+bool RasterLayer::FindTexture(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, unsigned int& texture,
                               unsigned int& sampler) const {
-    const RasterImage& image = m_raster.image;
-    const std::wstring name = m_name + L"#" + std::to_wstring(tile.column) + L"," + std::to_wstring(tile.row);
+    const RasterImage& image = m_levels[level].image;
+    const std::wstring name =
+        m_name + L"#" + std::to_wstring(level) + L"," + std::to_wstring(tile.column) + L"," + std::to_wstring(tile.row);
     KTR::GLTextureObject* entry = nullptr;
     const bool isThere = view.RequestTextureFromCache(
         name.c_str(), image.width, image.height, 1, g_bytesPerPixel, tile.textureColumns, tile.textureRows,

@@ -161,7 +161,7 @@ void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
     view.SetBackgroundColor(g_background, true);
     view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
     SetUpCamera(view, navigator);
-    DrawContent(view, navigator.VisibleArea());
+    DrawContent(view, navigator.VisibleArea(), navigator.UnitsPerPixel());
 }
 
 void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
@@ -169,7 +169,7 @@ void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int wi
     view.SetUpViewport(0, 0, widthPixels, heightPixels);
     SetUpCamera(view, navigator);
     // On a relief an area would have to bend with it, where its triangles are flat.
-    DrawContent(view, m_surfaces.empty() ? m_extent : Extent());
+    DrawContent(view, m_surfaces.empty() ? m_extent : Extent(), 0.0);
 }
 
 void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
@@ -178,8 +178,9 @@ void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
     }
 }
 
-/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn.
-void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
+/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;
+/// `unitsPerPixel` is the scale of a map, 0 in perspective.
+void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel) {
     SetUpSun(view);
     view.Scale(1.0, 1.0, m_exaggeration);
 
@@ -187,7 +188,7 @@ void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
     view.Disable(GL_DEPTH_TEST);
     const double lowestZ = m_extent.low.z - m_origin.z;
     for (const RasterLayer& raster : m_rasters) {
-        raster.Draw(view, m_origin, lowestZ);
+        raster.Draw(view, m_origin, lowestZ, unitsPerPixel);
     }
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);

@@ -56,7 +56,7 @@ private:
     void ColorAllClouds();
     void SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
     void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
-    void DrawContent(KTR::COpenGLView& view, const Extent& area);
+    void DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel);
     Position OnTheGround(const Position& position) const;
     void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
     void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;

@@ -153,6 +153,28 @@ TEST(RasterTiles, ShowEachPixelOnceAndHoldTheirNeighbours) {
     }
 }
 
+// Seen from far away: the picture stays in its place, and neither its edge nor its holes bleed.
+TEST(RasterTiles, SmallerVersionsStayInPlaceAndDoNotBleed) {
+    const RasterImage image{3, 2, {200, 0, 0, 255, 100, 0, 0, 255, 9, 9, 9, 255, 0, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 255}};
+    const RasterImage half = HalveImage(image);
+    EXPECT_EQ(half.width, 2);
+    EXPECT_EQ(half.height, 1);
+    EXPECT_EQ(half.rgba, (std::vector<std::uint8_t>{150, 0, 0, 128, 9, 9, 9, 255}));
+
+    Raster raster{{1001, 300, std::vector<std::uint8_t>(1001 * 300 * 4, 50)}, {2, 0, 0, -2, 500'000, 4'500'000}};
+    const Extent extent = raster.FindExtent();
+    const std::vector<Raster> levels = MakeLevels(std::move(raster));
+    ASSERT_EQ(levels.size(), 3U);
+    for (const Raster& level : levels) {
+        EXPECT_NEAR(level.FindExtent().high.x, extent.high.x, 1e-6);
+        EXPECT_NEAR(level.FindExtent().low.y, extent.low.y, 1e-6);
+    }
+    EXPECT_EQ(ChooseLevel(levels, 0.0), 0U);
+    EXPECT_EQ(ChooseLevel(levels, 3.0), 0U);
+    EXPECT_EQ(ChooseLevel(levels, 4.0), 1U);
+    EXPECT_EQ(ChooseLevel(levels, 1000.0), 2U);
+}
+
 // Cells without data must show what lies below, not the colour of elevation 0.
 TEST(RasterFile, GridBecomesAPictureWithHolesWhereNothingWasMeasured) {
     ElevationGrid grid;
