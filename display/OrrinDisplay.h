@@ -8,4 +8,5 @@
 #include "platform/PixelFormat.h"
 #include "platform/ProcessEnvironment.h"
 #include "platform/VersionPolicy.h"
+#include "text/FontFiles.h"
 #include "view/OpenGLView.h"

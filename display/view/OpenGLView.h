@@ -103,6 +103,10 @@ public:
     void EnterManagerCriticalSection();
     void LeaveManagerCriticalSection();
 
+    /// Has the font manager create its default font, which it does where the process uses the 4.x pipeline. For hosts
+    /// that choose the pipeline themselves, after the first view is made. An HRESULT.
+    long InitializeFontManager();
+
     /// The view's tessellator; the view owns it.
     GLTesselator* GetTesselator() const { return m_tesselator; }
     /// 0 for the first view of the process; never used again after a view is gone.
