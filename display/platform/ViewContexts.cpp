@@ -223,6 +223,7 @@ int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRender
     if (kind != type && renderingContext && m_contexts[type].renderingContext == renderingContext) {
         // Two records now name one context; only the one that created it deletes it.
         record.borrowedContext = true;
+        record.fixedFunctionOnly = m_contexts[type].fixedFunctionOnly;
         record.functionsPending = record.functionsPending || !record.glCement;
     }
     record.deviceContext = deviceContext;
@@ -357,11 +358,14 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     } else {
         ShareGroup::Remove(context);
         if (!ShareGroup::AnyMember()) {
-            // The programs and font textures, if there still are some, go with the last context that has them.
+            // Programs, font textures and cached textures, if there still are some, go with the last context that has
+            // them.
             DeleteFontTextures(false);
             m_gShaderSet = ShaderSet{};
             m_gStockProgramsTried = false;
+            ForgetTextureGroup(nullptr);
         }
+        ForgetTextureGroup(context);
         result = wglDeleteContext(context);
         if (releasedDeviceContext) {
             ReleaseDC(window, releasedDeviceContext);
@@ -461,6 +465,7 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
     const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
     if (mayDelete) {
         CurrentGL()->glUseProgram(0);
+        DeleteTexturesAndSamplers();
         DeleteShaderSet(m_gShaderSet);
     }
     DeleteFontTextures(mayDelete);
@@ -489,6 +494,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         const bool current =
             record.glCement && (wasCurrent || (WindowFromDC(record.deviceContext) &&
                                                wglMakeCurrent(record.deviceContext, record.renderingContext)));
+        record.current = record.current || current;
         if (current) {
             DeleteAttributeBuffers();
         }
@@ -501,6 +507,11 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         LeaveStockPrograms(false);
     }
     m_batch.ring = GLVBO{};
+    m_textureRequest.activeTexture = 0;
+    m_textureRequest.activeSampler = 0;
+    m_textureRequest.textureSampler = 0;
+    m_requestedTexture.texture = 0;
+    m_requestedTexture.sampler = 0;
     record.vertexArrays = {};
     record.boundProgram = 0;
     record.contextNumber = 0;

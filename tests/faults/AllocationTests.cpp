@@ -43,6 +43,21 @@ public:
     int Failures() const { return g_failures; }
 };
 
+/// Runs `operation` again and again, while its first allocation fails, its second, ... until it needs no more of them.
+/// `judge` is told what each run gave.
+template <typename Operation, typename Judge> void FailEachAllocation(Operation operation, Judge judge) {
+    int failing = 0;
+    do {
+        g_failures = 0;
+        g_asked[OwnMemory] = 0;
+        g_failingNumber[OwnMemory] = failing++;
+        const auto result = operation();
+        g_failingNumber[OwnMemory] = -1;
+        judge(result, g_failures != 0);
+    } while (g_failures != 0 && failing < 1'000);
+    EXPECT_GT(failing, 1) << "it allocates";
+}
+
 using Allocation = FreshProcessTest;
 
 TEST_F(Allocation, ViewWithoutItsMathTellsSoAndDrawsOn) {
@@ -92,6 +107,43 @@ TEST_F(Allocation, ViewWithoutATesselatorLivesAndDies) {
     EXPECT_EQ(view->GetTesselator(), nullptr);
     TestWindow window;
     view->ShutDownOpenGLContexts(window.Window());
+}
+
+// A cache that runs out of memory tells so and keeps its books right.
+TEST_F(Allocation, TextureCacheKeepsItsBooks) {
+    LiveView live;
+    COpenGLViewTextureManager& cache = COpenGLView::m_gRasterTextureManager;
+    GLTextureObject* entry = nullptr;
+    const auto request = [&] {
+        return live->RequestTextureFromCache(L"a name that no string holds in itself", 8, 8, 1, 4, 8, 8, 0, 0, 7, 7,
+                                             1.0, 0, 0, true, true, true, true, true, &entry);
+    };
+    FailEachAllocation(request, [](bool hit, bool) { EXPECT_FALSE(hit); });
+    FailEachAllocation([&] { return live->AddRequestedTexture(5, 0, &entry); },
+                       [&](long result, bool failed) {
+                           EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK);
+                           EXPECT_EQ(entry != nullptr, !failed);
+                           EXPECT_EQ(cache.GetTextureCacheSize(), failed ? 0U : 256U);
+                           EXPECT_EQ(cache.GetCount(), failed ? 0 : 1);
+                       });
+    FailEachAllocation([&] { return cache.MakeTextureNewest(entry); },
+                       [&](long result, bool failed) { EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK); });
+    EXPECT_TRUE(request());
+    EXPECT_EQ(cache.DeleteTextureObjects(), S_OK);
+    FailEachAllocation([&] { return live->AddSamplerNameToDeleteStack(7), 0; }, [](int, bool) {});
+    EXPECT_EQ(COpenGLView::m_gcaSamplersForWindowToDelete.GetSize(), 1);
+    COpenGLView::m_gcaSamplersForWindowToDelete.RemoveAll();
+}
+
+TEST_F(Allocation, ImageThatFindsNoMemoryLeavesNoTexture) {
+    LiveView live;
+    std::vector<unsigned char> image(static_cast<std::size_t>(64) * 64, 50);
+    live->DrawSetupNoDataColor({1, 1, 1}, {2, 2, 2});
+    FailEachAllocation(
+        [&] { return live->DrawImage(0, 0, 64, 64, 0, GL_LUMINANCE, 64, 64, 1, GL_NEAREST, image.data()); },
+        [&](long result, bool failed) { EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK); });
+    EXPECT_EQ(live.At(32, 32), (Pixel{50, 50, 50, 255}));
+    EXPECT_EQ(live->GetError(), 0U);
 }
 
 using FontAllocation = FontTest;
