@@ -429,6 +429,7 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
         if (type == GLContextMain) {
+            DeleteKeptFrameTextures();
             const CriticalSectionLock lock(m_gcsOpenGLConstructor);
             LeaveStockPrograms(true);
         }
@@ -463,13 +464,15 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
 /// current any more; then its objects are left to go with it.
 void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
+    ForgetKeptFrameOf(type);
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
         return;
     }
     const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;
-    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || (isMaster && m_gStockProgramsTried)) {
+    const bool holdsFrame = m_keptFrame.colorTexture != 0;
+    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || holdsFrame || (isMaster && m_gStockProgramsTried)) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
         const GLRenderingContextTypes previousType = m_currentContext;
@@ -480,6 +483,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
                                                wglMakeCurrent(record.deviceContext, record.renderingContext)));
         if (current) {
             DeleteAttributeBuffers();
+            DeleteKeptFrameTextures();
         }
         LeaveStockPrograms(current);
         SelectRecord(previousType);
@@ -490,6 +494,10 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         LeaveStockPrograms(false);
     }
     m_batch.ring = GLVBO{};
+    m_keptFrame.colorTexture = 0;
+    m_keptFrame.colorSampler = 0;
+    m_keptFrame.depthTexture = 0;
+    m_keptFrame.depthSampler = 0;
     record.vertexArrays = {};
     record.boundProgram = 0;
     record.contextNumber = 0;
