@@ -715,6 +715,47 @@ public:
     void DrawSetupApplyNoDataColor(bool on);
 
     // ---- 15. Kept frames. Implemented in ViewBackingStore.cpp
+    // A view keeps one finished frame, so that an overlay (a rubber band, a cursor) is drawn over it again and again
+    // without drawing the scene.
+
+    /// Makes room for a frame of `width` × `height` pixels; never less than for 1024 × 768, and what is large enough
+    /// already stays as it is, contents included. S_OK, or E_OUTOFMEMORY, after which there is no store.
+    long AllocateBackingStore(int width, int height);
+    /// The saved colours: 4 bytes (red, green, blue, alpha) a pixel, rows of the saved width without padding, lower
+    /// row first. Null without a store. The view owns it; it stays until the store grows or is deleted. To read only:
+    /// what a 4.x context puts back is its own copy.
+    unsigned char* GetRGBABackingStore() const;
+    /// Capacity of that, at least what the frame takes.
+    unsigned __int64 GetRGBABackingStoreSizeInBytes() const;
+    /// Frees the store and deletes its textures if a context that has them is current, else they go with the next save
+    /// or the context.
+    void DeleteBackingStore();
+    /// Makes the context `type` current on `deviceContext` and keeps a rectangle of its `readBuffer` (the legacy
+    /// context's is the front buffer): the colours, and on a 4.x context the depths. `x` and `y` in window pixels from
+    /// the lower left. A zero size keeps nothing and changes nothing; results are S_OK, E_INVALIDARG for a negative
+    /// size, E_FAIL when there is no such context to make current, and E_OUTOFMEMORY. State is as before afterwards.
+    long SaveBackingStore(HDC deviceContext, GLRenderingContextTypes type, unsigned int readBuffer, int x, int y,
+                          int width, int height);
+    /// Puts a part of the kept frame back into the current context's draw buffer, to the pixel: `width` × `height`
+    /// pixels of the frame from (`x`, `y`), both from its lower left, to (`rasterX`, `rasterY`) in window pixels,
+    /// rounded to whole ones. What lies outside the frame, or outside the part of the window that `window...` gives
+    /// (pixels from the lower left), is left out.
+    ///
+    /// Nothing is put back when the window has another size than when the frame was kept, when another context is
+    /// current, or without a frame; `clear` clears all the same, so that a host sees a background instead of a frame
+    /// that no longer fits. An open batch is discarded. State is as before afterwards, with no program in use.
+    ///
+    /// \param format       GL_RGBA, the only format that is kept; any other puts nothing back
+    /// \param sizeInBytes  bytes of the frame that the host means, 4 a pixel; a frame of another size is not put
+    ///                     back. 0 takes any
+    /// \param clear        first clears colour and depth to the background, as Clear does: where the scissor test is
+    ///                     on, only its box
+    /// \param depth        puts the depths back too, so that later drawing is hidden by the scene as before. Only on a
+    ///                     4.x context; elsewhere the depth buffer is left alone
+    /// \param frontBuffer  draws into what is on the screen instead of the back buffer; the legacy context always does
+    void RestoreBackingStore(unsigned int format, unsigned long sizeInBytes, float rasterX, float rasterY, int x, int y,
+                             int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
+                             bool clear, bool depth, bool frontBuffer);
 
     // ---- Class-wide members
 
@@ -821,6 +862,31 @@ private:
     void DrawBatch(int count);
     void DrawBatchFromRing(int start, int count);
 
+    struct DrawingState;
+    /// A rectangle of the kept frame and the window pixel of its lower left corner.
+    struct FramePart {
+        int sourceX = 0;
+        int sourceY = 0;
+        int width = 0;
+        int height = 0;
+        int targetX = 0;
+        int targetY = 0;
+    };
+    void FreeBackingStore();
+    void ForgetKeptFrameOf(GLRenderingContextTypes type);
+    void DeleteKeptFrameTextures();
+    long KeepFrame(int x, int y, int width, int height);
+    bool FrameFits(unsigned long sizeInBytes) const;
+    void DrawFrameWithPrograms(const FramePart& part, bool depth);
+    void DrawFrameWithFixedFunctions(const FramePart& part);
+    DrawingState KeepDrawingState();
+    void ReturnDrawingState(const DrawingState& state);
+    void BindTextureUnit(unsigned int unit, unsigned int texture, unsigned int sampler);
+
+    friend class GLTesselator;
+    void AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+                             unsigned char a);
+
     inline int NextBatchSlot();
     inline void CountBatchVertices(int slot);
     inline GLDrawGeometry& BatchRecordAt(int index);
@@ -857,6 +923,19 @@ private:
         unsigned char* rgba = nullptr;   ///< malloc
         unsigned char* second = nullptr; ///< malloc
     };
+    /// What the backing store holds, and what it was taken from. A copy of a view has no such frame.
+    struct KeptFrame {
+        int width = 0;
+        int height = 0;
+        int windowWidth = 0; ///< client size when it was kept
+        int windowHeight = 0;
+        HGLRC context = nullptr; ///< where it was drawn; null when there is no frame
+        bool depth = false;      ///< the depths are kept too
+        unsigned int colorTexture = 0;
+        unsigned int colorSampler = 0;
+        unsigned int depthTexture = 0;
+        unsigned int depthSampler = 0;
+    };
     struct TextureRequest {
         bool requested = false; ///< a texture was asked of the cache
         unsigned int activeTexture = 0;
@@ -883,6 +962,7 @@ private:
     VertexBatchState m_batch;
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
+    KeptFrame m_keptFrame;
     CString m_name; ///< given to the creation calls
     TextureRequest m_textureRequest;
     GLTextureObject m_requestedTexture;
