@@ -441,6 +441,7 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
         if (type == GLContextMain) {
+            DeleteKeptFrameTextures();
             const CriticalSectionLock lock(m_gcsOpenGLConstructor);
             LeaveStockPrograms(true);
         }
@@ -478,6 +479,7 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
 /// current any more; then its objects are left to go with it.
 void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
+    ForgetKeptFrameOf(type);
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
         return;
     }
@@ -485,7 +487,8 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;
-    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || (isMaster && m_gStockProgramsTried)) {
+    const bool holdsFrame = m_keptFrame.colorTexture != 0;
+    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || holdsFrame || (isMaster && m_gStockProgramsTried)) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
         const GLRenderingContextTypes previousType = m_currentContext;
@@ -497,6 +500,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         record.current = record.current || current;
         if (current) {
             DeleteAttributeBuffers();
+            DeleteKeptFrameTextures();
         }
         LeaveStockPrograms(current);
         SelectRecord(previousType);
@@ -512,6 +516,10 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     m_textureRequest.textureSampler = 0;
     m_requestedTexture.texture = 0;
     m_requestedTexture.sampler = 0;
+    m_keptFrame.colorTexture = 0;
+    m_keptFrame.colorSampler = 0;
+    m_keptFrame.depthTexture = 0;
+    m_keptFrame.depthSampler = 0;
     record.vertexArrays = {};
     record.boundProgram = 0;
     record.contextNumber = 0;

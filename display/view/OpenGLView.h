@@ -719,10 +719,11 @@ public:
     // without drawing the scene.
 
     /// Makes room for a frame of `width` × `height` pixels; never less than for 1024 × 768, and what is large enough
-    /// already stays as it is, contents included. E_INVALIDARG for a negative size and E_OUTOFMEMORY leave no store.
+    /// already stays as it is, contents included. S_OK, or E_OUTOFMEMORY, after which there is no store.
     long AllocateBackingStore(int width, int height);
     /// The saved colours: 4 bytes (red, green, blue, alpha) a pixel, rows of the saved width without padding, lower
-    /// row first. Null without a store. The view owns it; it stays until the store grows or is deleted.
+    /// row first. Null without a store. The view owns it; it stays until the store grows or is deleted. To read only:
+    /// what a 4.x context puts back is its own copy.
     unsigned char* GetRGBABackingStore() const;
     /// Capacity of that, at least what the frame takes.
     unsigned __int64 GetRGBABackingStoreSizeInBytes() const;
@@ -747,7 +748,8 @@ public:
     /// \param format       GL_RGBA, the only format that is kept; any other puts nothing back
     /// \param sizeInBytes  bytes of the frame that the host means, 4 a pixel; a frame of another size is not put
     ///                     back. 0 takes any
-    /// \param clear        first clears colour and depth of the whole draw buffer to the background
+    /// \param clear        first clears colour and depth to the background, as Clear does: where the scissor test is
+    ///                     on, only its box
     /// \param depth        puts the depths back too, so that later drawing is hidden by the scene as before. Only on a
     ///                     4.x context; elsewhere the depth buffer is left alone
     /// \param frontBuffer  draws into what is on the screen instead of the back buffer; the legacy context always does
@@ -859,6 +861,27 @@ private:
     void ReleaseRingFences();
     void DrawBatch(int count);
     void DrawBatchFromRing(int start, int count);
+
+    struct DrawingState;
+    /// A rectangle of the kept frame and the window pixel of its lower left corner.
+    struct FramePart {
+        int sourceX = 0;
+        int sourceY = 0;
+        int width = 0;
+        int height = 0;
+        int targetX = 0;
+        int targetY = 0;
+    };
+    void FreeBackingStore();
+    void ForgetKeptFrameOf(GLRenderingContextTypes type);
+    void DeleteKeptFrameTextures();
+    long KeepFrame(int x, int y, int width, int height);
+    bool FrameFits(unsigned long sizeInBytes) const;
+    void DrawFrameWithPrograms(const FramePart& part, bool depth);
+    void DrawFrameWithFixedFunctions(const FramePart& part);
+    DrawingState KeepDrawingState();
+    void ReturnDrawingState(const DrawingState& state);
+    void BindTextureUnit(unsigned int unit, unsigned int texture, unsigned int sampler);
 
     friend class GLTesselator;
     void AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
