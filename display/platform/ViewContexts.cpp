@@ -214,6 +214,7 @@ long COpenGLView::InitializeMasterContextSharedResources() {
 }
 
 int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type) {
+    DrawPendingText();
     const GLRenderingContextTypes kind = KindFor(deviceContext, type);
     if (!CheckDCPixelFormat(deviceContext, kind)) {
         return 0;
@@ -235,6 +236,7 @@ int COpenGLView::MakeCurrent(HDC deviceContext, GLRenderingContextTypes type) {
 }
 
 int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
+    DrawPendingText();
     GLRenderingContextRecord& record = m_contexts[type];
     const BOOL selected = wglMakeCurrent(record.deviceContext, record.renderingContext);
     SelectRecord(type);
@@ -261,6 +263,7 @@ int COpenGLView::MakeContextCurrent(HDC deviceContext, bool drawToWindow, GLRend
 }
 
 int COpenGLView::MakeNull() {
+    DrawPendingText();
     const BOOL result = wglMakeCurrent(nullptr, nullptr);
     CurrentRecord().current = false;
     return result;
@@ -278,12 +281,14 @@ void COpenGLView::PopAndMakeNull() {
 }
 
 void COpenGLView::SaveCurrentAsExitingDCAndGLRC() {
+    DrawPendingText();
     m_exitingDeviceContext = wglGetCurrentDC();
     m_exitingRenderingContext = wglGetCurrentContext();
     m_exitingContext = m_currentContext;
 }
 
 void COpenGLView::RestoreAsCurrentExitingDCAndGLRC() {
+    DrawPendingText();
     const bool somethingSaved = m_exitingDeviceContext || m_exitingRenderingContext;
     const bool mainWithoutWindow = m_exitingContext == GLContextMain && !WindowFromDC(m_exitingDeviceContext);
     if (!somethingSaved || mainWithoutWindow) {
@@ -343,6 +348,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         record.initialized = false;
         record.currentShader = GLShaderUnknown;
         record.fixedFunctionOnly = false;
+        record.textLists = TextLists{};
     }
     int result = 1;
     if (record.borrowedContext) {
@@ -352,7 +358,9 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     } else {
         ShareGroup::Remove(context);
         if (!ShareGroup::AnyMember()) {
-            // Programs and cached textures, if there still are some, go with the last context that has them.
+            // Programs, font textures and cached textures, if there still are some, go with the last context that has
+            // them.
+            DeleteFontTextures(false);
             m_gShaderSet = ShaderSet{};
             m_gStockProgramsTried = false;
             ForgetTextureGroup(nullptr);
@@ -378,6 +386,7 @@ void COpenGLView::LoadCurrentGLBuffers() {
 }
 
 HDC COpenGLView::SwapBuffers() {
+    DrawPendingText();
     if (m_currentContext == GLContextLegacy) {
         return m_contexts[GLContextLegacy].deviceContext;
     }
@@ -432,6 +441,7 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
         if (type == GLContextMain) {
+            DeleteKeptFrameTextures();
             const CriticalSectionLock lock(m_gcsOpenGLConstructor);
             LeaveStockPrograms(true);
         }
@@ -453,11 +463,13 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
         heir.view->m_masterContextIndex = 0;
         return;
     }
-    if (contextIsCurrent && DrawsWithPrograms()) {
+    const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
+    if (mayDelete) {
         CurrentGL()->glUseProgram(0);
         DeleteTexturesAndSamplers();
         DeleteShaderSet(m_gShaderSet);
     }
+    DeleteFontTextures(mayDelete);
     m_gShaderSet = ShaderSet{};
     m_gStockProgramsTried = false;
     m_gMasterContext = nullptr;
@@ -467,13 +479,16 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
 /// current any more; then its objects are left to go with it.
 void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
+    ForgetKeptFrameOf(type);
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
         return;
     }
+    m_text.pending = false;
     const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;
-    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || (isMaster && m_gStockProgramsTried)) {
+    const bool holdsFrame = m_keptFrame.colorTexture != 0;
+    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || holdsFrame || (isMaster && m_gStockProgramsTried)) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
         const GLRenderingContextTypes previousType = m_currentContext;
@@ -485,6 +500,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         record.current = record.current || current;
         if (current) {
             DeleteAttributeBuffers();
+            DeleteKeptFrameTextures();
         }
         LeaveStockPrograms(current);
         SelectRecord(previousType);
@@ -500,6 +516,10 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     m_textureRequest.textureSampler = 0;
     m_requestedTexture.texture = 0;
     m_requestedTexture.sampler = 0;
+    m_keptFrame.colorTexture = 0;
+    m_keptFrame.colorSampler = 0;
+    m_keptFrame.depthTexture = 0;
+    m_keptFrame.depthSampler = 0;
     record.vertexArrays = {};
     record.boundProgram = 0;
     record.contextNumber = 0;

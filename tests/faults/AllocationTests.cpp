@@ -1,16 +1,16 @@
 // The library's sources linked into this program, where malloc can be made to fail.
 
+#include "FailingAllocation.h"
 #include "support/TextFixture.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
 #include <cstddef>
+#include <cstdio>
 
 namespace {
 
-std::size_t g_failingSize = 0;
-int g_failures = 0;
 int g_live = 0; ///< allocated and not freed
 
 /// Whose memory it is: the C library's serves this library, the process's heap serves FreeType.
@@ -19,7 +19,7 @@ int g_asked[2] = {};               ///< allocations since the test set it to 0
 int g_failingNumber[2] = {-1, -1}; ///< the one of them that fails
 
 bool Fails(Memory memory, std::size_t size) {
-    const bool fails = g_asked[memory]++ == g_failingNumber[memory] || (size != 0 && size == g_failingSize);
+    const bool fails = g_asked[memory]++ == g_failingNumber[memory] || HasFailingSize(size);
     g_failures += fails ? 1 : 0;
     return fails;
 }
@@ -28,20 +28,6 @@ void* Counted(void* memory) {
     g_live += memory ? 1 : 0;
     return memory;
 }
-
-/// Fails every allocation of one size while it lives.
-class FailingAllocation {
-public:
-    explicit FailingAllocation(std::size_t size) {
-        g_failures = 0;
-        g_failingSize = size;
-    }
-    ~FailingAllocation() { g_failingSize = 0; }
-    FailingAllocation(const FailingAllocation&) = delete;
-    FailingAllocation& operator=(const FailingAllocation&) = delete;
-
-    int Failures() const { return g_failures; }
-};
 
 /// Runs `operation` again and again, while its first allocation fails, its second, ... until it needs no more of them.
 /// `judge` is told what each run gave.
@@ -267,6 +253,12 @@ extern "C" void* __wrap_realloc(void* memory, std::size_t size) {
 extern "C" void __wrap_free(void* memory) {
     g_live -= memory ? 1 : 0;
     __real_free(memory);
+}
+
+extern "C" std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file);
+
+extern "C" std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file) {
+    return g_sparedWrites >= 0 && g_sparedWrites-- == 0 ? 0 : __real_fwrite(data, size, count, file);
 }
 
 // FreeType takes its memory from the process's heap, through the pointers of the import table.
