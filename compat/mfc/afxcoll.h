@@ -19,13 +19,14 @@ public:
     INT_PTR GetCount() const { return m_count; }
     bool IsEmpty() const { return m_count == 0; }
     POSITION GetHeadPosition() const { return ToPosition(m_head); }
-    POSITION GetTailPosition() const { return ToPosition(m_tail); }
-    void* GetNext(POSITION& position) const {
+    void*& GetNext(POSITION& position) {
         Node* const node = ToNode(position);
         position = ToPosition(node->next);
         return node->data;
     }
-    void* GetAt(POSITION position) const { return ToNode(position)->data; }
+    const void* GetNext(POSITION& position) const { return const_cast<CPtrList*>(this)->GetNext(position); }
+    void*& GetAt(POSITION position) { return ToNode(position)->data; }
+    const void* GetAt(POSITION position) const { return ToNode(position)->data; }
     void SetAt(POSITION position, void* data) { ToNode(position)->data = data; }
     POSITION AddTail(void* data) {
         Node* const node = new Node{nullptr, m_tail, data};
@@ -45,14 +46,6 @@ public:
         while (m_head) {
             RemoveAt(GetHeadPosition());
         }
-    }
-    /// First place of `data` from the head, or null.
-    POSITION Find(void* data) const {
-        Node* node = m_head;
-        while (node && node->data != data) {
-            node = node->next;
-        }
-        return ToPosition(node);
     }
 
 private:

@@ -106,6 +106,31 @@ std::vector<TileSpan> CutIntoTiles(int size, int limit) {
     return tiles;
 }
 
+int PowerOfTwoFor(int size) {
+    int power = 1;
+    while (power < size) {
+        power *= 2;
+    }
+    return power;
+}
+
+std::vector<unsigned char> PadToPowersOfTwo(const ImageRows& rows) {
+    const auto bytesPerPixel = static_cast<std::size_t>(BytesPerPixel(rows.format));
+    const auto width = static_cast<std::size_t>(PowerOfTwoFor(rows.width));
+    const auto height = static_cast<std::size_t>(PowerOfTwoFor(rows.height));
+    const std::size_t filled = static_cast<std::size_t>(rows.width) * bytesPerPixel;
+    std::vector<unsigned char> padded(width * height * bytesPerPixel);
+    unsigned char* target = padded.data();
+    for (std::size_t y = 0; y < height; ++y, target += width * bytesPerPixel) {
+        const std::size_t row = std::min(y, static_cast<std::size_t>(rows.height) - 1);
+        std::copy_n(rows.pixels + row * RowBytes(rows), filled, target);
+        for (std::size_t byte = filled; byte < width * bytesPerPixel; ++byte) {
+            target[byte] = target[byte - bytesPerPixel];
+        }
+    }
+    return padded;
+}
+
 std::vector<unsigned char> TreatNoData(const ImageRows& rows, const NoDataTreatment& treatment) {
     const auto width = static_cast<std::size_t>(rows.width);
     const auto height = static_cast<std::size_t>(rows.height);

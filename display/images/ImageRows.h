@@ -44,6 +44,13 @@ struct TileSpan {
 /// on both sides of the cut, so that a smoothed texture looks there as it does everywhere else.
 std::vector<TileSpan> CutIntoTiles(int size, int limit);
 
+/// The smallest power of two that is not below `size` (1 to 2 to the 30th).
+int PowerOfTwoFor(int size);
+
+/// The rectangle without row padding in the lower left of one whose sides are powers of two, for drivers that load no
+/// other. The rest repeats the outermost pixels, which smoothing reads beyond the edge.
+std::vector<unsigned char> PadToPowersOfTwo(const ImageRows& rows);
+
 /// What becomes of pixels without data.
 struct NoDataTreatment {
     GLRGBColor marker;        ///< the colour of such pixels

@@ -68,7 +68,9 @@ COpenGLViewTextureManager::~COpenGLViewTextureManager() {
 }
 
 GLTextureObject* COpenGLViewTextureManager::GetNext(POSITION& position) const {
-    return static_cast<Entry*>(m_textures.GetNext(position));
+    Entry* const entry = EntryAt(position);
+    m_textures.GetNext(position);
+    return entry;
 }
 
 GLTextureObject* COpenGLViewTextureManager::GetAt(POSITION position) const {
@@ -78,7 +80,9 @@ GLTextureObject* COpenGLViewTextureManager::GetAt(POSITION position) const {
 long COpenGLViewTextureManager::DeleteTextureObjects() {
     m_index.clear();
     for (POSITION position = m_textures.GetHeadPosition(); position;) {
-        delete static_cast<Entry*>(m_textures.GetNext(position));
+        Entry* const entry = EntryAt(position);
+        m_textures.GetNext(position);
+        delete entry;
     }
     m_textures.RemoveAll();
     m_cacheSize = 0;
@@ -222,7 +226,8 @@ long COpenGLViewTextureManager::GiveIfFound(Entry* found, GLTextureObject** entr
 }
 
 COpenGLViewTextureManager::Entry* COpenGLViewTextureManager::EntryAt(POSITION position) const {
-    return position ? static_cast<Entry*>(m_textures.GetAt(position)) : nullptr;
+    // MFC's list gives constant pointers where the list is constant.
+    return position ? static_cast<Entry*>(const_cast<void*>(m_textures.GetAt(position))) : nullptr;
 }
 
 /// Where the list has an entry, or null. The pointer is compared only: it may be anybody's.

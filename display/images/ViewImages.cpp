@@ -131,7 +131,7 @@ long COpenGLView::LoadGLImage(unsigned int textureUnit, unsigned int format, int
 long COpenGLView::LoadRasterImage(unsigned int format, int width, int height, int rowAlignment, unsigned int filter,
                                   const void* pixels, unsigned int& texture, unsigned int& sampler) {
     const ImageRows image{format, width, height, width, rowAlignment, static_cast<const unsigned char*>(pixels)};
-    return LoadTile(image, {0, width, 0, width}, {0, height, 0, height}, filter, texture, sampler);
+    return LoadTile(image, {0, width, 0, width}, {0, height, 0, height}, false, filter, texture, sampler);
 }
 
 long COpenGLView::DrawImage(double left, double bottom, double right, double top, double z, unsigned int format,
@@ -300,29 +300,40 @@ void COpenGLView::SetUpSampler(unsigned int sampler, unsigned int filter) {
     set(GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
 }
 
-/// Loads what a tile's texture holds of an image, pixels without data treated.
-long COpenGLView::LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, unsigned int filter,
-                           unsigned int& texture, unsigned int& sampler) {
+/// Loads what a tile's texture holds of an image, pixels without data treated. With `pads` the texture's sides become
+/// powers of two.
+long COpenGLView::LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool pads,
+                           unsigned int filter, unsigned int& texture, unsigned int& sampler) {
     const GLAttributes& attributes = CurrentRecord().attributes;
     const int x = columns.textureFirst;
     const int y = rows.textureFirst;
     const int width = columns.textureLast - x;
     const int height = rows.textureLast - y;
     const int limit = HasContext() ? GetContextMaxTextureSize() : 0;
-    const bool treats = attributes.noDataMarked && attributes.applyNoDataColor != 0 && image.pixels &&
-                        image.format != GL_DEPTH_COMPONENT && IsLoadable(image) && width <= limit && height <= limit;
-    if (!treats) {
-        return UploadImage(PartOf(image, x, y, width, height), GL_TEXTURE0, filter, texture, sampler);
-    }
-    // One pixel more on each side, so that a pixel at the border finds the same neighbours in whichever tile it is.
-    const int before[] = {x > 0 ? 1 : 0, y > 0 ? 1 : 0};
-    const int behind[] = {columns.textureLast < image.width ? 1 : 0, rows.textureLast < image.height ? 1 : 0};
+    const bool changeable =
+        image.pixels && image.format != GL_DEPTH_COMPONENT && IsLoadable(image) && width <= limit && height <= limit;
+    const bool treats = changeable && attributes.noDataMarked && attributes.applyNoDataColor != 0;
     try {
-        const ImageRows wide =
-            PartOf(image, x - before[0], y - before[1], width + before[0] + behind[0], height + before[1] + behind[1]);
-        const std::vector<unsigned char> pixels = TreatNoData(wide, TreatmentFrom(attributes));
-        const ImageRows treated{GL_RGBA, wide.width, wide.height, wide.width, 1, pixels.data()};
-        return UploadImage(PartOf(treated, before[0], before[1], width, height), GL_TEXTURE0, filter, texture, sampler);
+        ImageRows tile = PartOf(image, x, y, width, height);
+        std::vector<unsigned char> treated;
+        if (treats) {
+            // One pixel more on each side, so that a pixel at the border finds the same neighbours in whichever tile it
+            // is.
+            const int left = x > 0 ? 1 : 0;
+            const int below = y > 0 ? 1 : 0;
+            const int right = columns.textureLast < image.width ? 1 : 0;
+            const int above = rows.textureLast < image.height ? 1 : 0;
+            const ImageRows wide = PartOf(image, x - left, y - below, left + width + right, below + height + above);
+            treated = TreatNoData(wide, TreatmentFrom(attributes));
+            tile =
+                PartOf({GL_RGBA, wide.width, wide.height, wide.width, 1, treated.data()}, left, below, width, height);
+        }
+        std::vector<unsigned char> padded;
+        if (changeable && pads) {
+            padded = PadToPowersOfTwo(tile);
+            tile = {tile.format, PowerOfTwoFor(width), PowerOfTwoFor(height), PowerOfTwoFor(width), 1, padded.data()};
+        }
+        return UploadImage(tile, GL_TEXTURE0, filter, texture, sampler);
     } catch (const std::exception&) {
         return E_OUTOFMEMORY;
     }
@@ -335,13 +346,14 @@ long COpenGLView::DrawTiles(const ImageRows& image, double modelWidth, double mo
     unsigned int sampler = 0;
     try {
         const int limit = GetContextMaxTextureSize();
+        const bool pads = !CurrentGL()->glCreateShader; // any size is allowed since 2.0, which came with this function
         const std::vector<TileSpan> columns = CutIntoTiles(image.width, limit);
         const std::vector<TileSpan> rows = CutIntoTiles(image.height, limit);
         for (auto row = rows.begin(); row != rows.end() && result == S_OK; ++row) {
             for (auto column = columns.begin(); column != columns.end() && result == S_OK; ++column) {
-                result = LoadTile(image, *column, *row, filter, texture, sampler);
+                result = LoadTile(image, *column, *row, pads, filter, texture, sampler);
                 if (result == S_OK) {
-                    DrawTile(image, *column, *row, modelWidth, modelHeight);
+                    DrawTile(image, *column, *row, pads, modelWidth, modelHeight);
                 }
             }
         }
@@ -354,15 +366,16 @@ long COpenGLView::DrawTiles(const ImageRows& image, double modelWidth, double mo
 
 /// Draws the bound texture over a tile's part of the rectangle. Neighbours compute their common edge alike, so that it
 /// is the same to the bit and no pixel falls between them.
-void COpenGLView::DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, double modelWidth,
-                           double modelHeight) {
+void COpenGLView::DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool padded,
+                           double modelWidth, double modelHeight) {
     const auto place = [](int pixel, int pixels, double extent) { return extent * pixel / pixels; };
     const double x0 = place(columns.first, image.width, modelWidth);
     const double x1 = place(columns.last, image.width, modelWidth);
     const double y0 = place(rows.first, image.height, modelHeight);
     const double y1 = place(rows.last, image.height, modelHeight);
-    const auto coordinate = [](int pixel, const TileSpan& span) {
-        return static_cast<double>(pixel - span.textureFirst) / (span.textureLast - span.textureFirst);
+    const auto coordinate = [padded](int pixel, const TileSpan& span) {
+        const int texels = span.textureLast - span.textureFirst;
+        return static_cast<double>(pixel - span.textureFirst) / (padded ? PowerOfTwoFor(texels) : texels);
     };
     const double s0 = coordinate(columns.first, columns);
     const double s1 = coordinate(columns.last, columns);

@@ -845,10 +845,10 @@ private:
                      unsigned int& sampler);
     bool FillTexture(const ImageRows& rows, unsigned int filter);
     void SetUpSampler(unsigned int sampler, unsigned int filter);
-    long LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, unsigned int filter,
+    long LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool pads, unsigned int filter,
                   unsigned int& texture, unsigned int& sampler);
     long DrawTiles(const ImageRows& image, double modelWidth, double modelHeight, unsigned int filter);
-    void DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, double modelWidth,
+    void DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool padded, double modelWidth,
                   double modelHeight);
     bool HasContext() const;
     struct ImageDrawing;
