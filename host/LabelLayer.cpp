@@ -34,6 +34,8 @@ bool Touch(const Extent& one, const Extent& other) {
 LabelLayer::LabelLayer(std::vector<FeatureLabel> labels, const TextSizes& sizes) {
     std::vector<LabelRequest> requests;
     std::map<std::string, int> groups;
+    requests.reserve(labels.size());
+    m_labels.reserve(labels.size());
     for (FeatureLabel& label : labels) {
         const double width = sizes.width(label.text);
         LabelRequest request{label.anchor, width + 2.0 * g_roomPixels,
@@ -54,6 +56,7 @@ LabelLayer::LabelLayer(std::vector<FeatureLabel> labels, const TextSizes& sizes)
 std::vector<PixelText> LabelLayer::FindVisible(const MapNavigator& navigator, const std::vector<PixelText>& taken,
                                                const TextSizes& sizes) const {
     std::vector<Extent> takenBoxes;
+    takenBoxes.reserve(taken.size());
     for (const PixelText& text : taken) {
         takenBoxes.push_back(FindBox(text, sizes.width(text.text), sizes));
     }

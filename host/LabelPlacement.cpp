@@ -28,10 +28,9 @@ double FindMeetingScale(const LabelRequest& one, const LabelRequest& other) {
 /// The label that can show at the coarsest scale is settled first. Those that it would meet can only show at finer
 /// scales from then on, and the next one is chosen among what is left.
 std::vector<double> PlaceLabels(const std::vector<LabelRequest>& requests) {
-    std::vector<double> coarsest;
-    for (const LabelRequest& request : requests) {
-        coarsest.push_back(request.coarsestUnitsPerPixel);
-    }
+    std::vector<double> coarsest(requests.size());
+    std::transform(requests.begin(), requests.end(), coarsest.begin(),
+                   [](const LabelRequest& request) { return request.coarsestUnitsPerPixel; });
     std::vector<std::size_t> open(requests.size());
     std::iota(open.begin(), open.end(), std::size_t{0});
     while (!open.empty()) {

@@ -44,11 +44,11 @@ double FindNiceStep(double smallest) {
 }
 
 std::vector<double> FindTicks(double low, double high, double step) {
-    std::vector<double> ticks;
     const double first = std::ceil(low / step - g_slack);
     const double last = std::floor(high / step + g_slack);
-    for (double multiple = first; multiple <= last; multiple += 1.0) {
-        ticks.push_back(multiple * step);
+    std::vector<double> ticks;
+    for (long long index = 0; first + static_cast<double>(index) <= last; ++index) {
+        ticks.push_back((first + static_cast<double>(index)) * step);
     }
     return ticks;
 }

@@ -25,11 +25,22 @@ TEST(ViewerOptions, ScreenshotAloneDrawsOneFrame) {
     EXPECT_FALSE(ParseCommandLine({"a.las"}).options.colorMode);
 }
 
+// Western and southern coordinates begin with a minus, like options.
+TEST(ViewerOptions, AreaOfNegativeDegreesIsRead) {
+    const ParsedCommandLine line = ParseCommandLine({"a.png", "--area", "-84.5,-1,-75,0", "--units", "degrees"});
+    ASSERT_TRUE(line.options.area);
+    EXPECT_EQ(line.options.area->low, (Position{-84.5, -1, 0}));
+    EXPECT_EQ(line.options.area->high, (Position{-75, 0, 0}));
+    EXPECT_EQ(line.options.units, MapUnits::Degrees);
+}
+
 TEST(ViewerOptions, WrongOnesEndWithAnErrorAndHelpWithout) {
     for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
                                                   {"a.las", "--pipeline", "vulkan"},
                                                   {"a.las", "--frames", "-1"},
                                                   {"a.las", "--colour"},
+                                                  {"a.las", "--area", "10,0,5,1"},
+                                                  {"a.las", "--area", "1,2,3"},
                                                   {"a.las", "--width", "12"}}) {
         EXPECT_NE(ParseCommandLine(wrong).exitCode.value_or(0), 0);
     }

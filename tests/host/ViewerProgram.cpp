@@ -1,6 +1,7 @@
 #include "ViewerProgram.h"
 
 #define STB_IMAGE_IMPLEMENTATION
+#define STB_IMAGE_STATIC
 #define STBI_ONLY_PNG
 #if defined(__GNUC__)
 #pragma GCC diagnostic push

@@ -102,6 +102,7 @@ TEST_F(ViewerProgram, BadFilesGiveOneClearLineAndAnErrorCode) {
                  {"promised.ply", promised.c_str()},
                  {"broken.geojson", "{\"type\": \"Polygon\", \"coordinates\": [[[1, "},
                  {"truncated.asc", "ncols 2\nnrows 2\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 3"},
+                 {"nowhere.png", "\x89PNG\r\n\x1A\n"},
                  {"noise.bin", "\x01\x02\x03 this is nothing"}};
     for (const auto& test : cases) {
         const Outcome outcome = Run({Write(test.name, test.content).wstring(), L"--frames", L"1"});
