@@ -50,7 +50,7 @@ ViewerWindow::~ViewerWindow() {
     }
 }
 
-bool ViewerWindow::Open() {
+bool ViewerWindow::Open(int offsetPixels) {
     WNDCLASSEXW windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
     windowClass.style = CS_OWNDC; // OpenGL keeps drawing through one device context
@@ -75,6 +75,9 @@ bool ViewerWindow::Open() {
     } else if (m_options.pipeline == Pipeline::OpenGL4) {
         KTR::COpenGLView::SetOpenGLVersion(4, 4);
     }
+    GetWindowRect(m_window, &frame);
+    SetWindowPos(m_window, nullptr, frame.left + offsetPixels, frame.top + offsetPixels, 0, 0,
+                 SWP_NOSIZE | SWP_NOZORDER);
     ShowWindow(m_window, SW_SHOW);
     if (!m_view->CreateContext(GetDC(m_window), true, KTR::GLContextMain, L"OrrinViewer", 0,
                                KTR::AccelerationHardware)) {

@@ -30,8 +30,9 @@ public:
     ViewerWindow(const ViewerWindow&) = delete;
     ViewerWindow& operator=(const ViewerWindow&) = delete;
 
-    /// Opens the window and makes it ready to draw; false when there is no OpenGL to draw with.
-    bool Open();
+    /// Opens the window and makes it ready to draw; false when there is no OpenGL to draw with. It stands
+    /// `offsetPixels` to the right of and below where the system puts it.
+    bool Open(int offsetPixels);
 
     /// Draws the scene into the back buffer. Returns the milliseconds until OpenGL was done with it.
     double DrawScene();
