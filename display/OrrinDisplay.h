@@ -9,4 +9,5 @@
 #include "platform/PixelFormat.h"
 #include "platform/ProcessEnvironment.h"
 #include "platform/VersionPolicy.h"
+#include "text/FontFiles.h"
 #include "view/OpenGLView.h"

@@ -7,6 +7,7 @@
 #endif
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cwchar>
@@ -80,6 +81,23 @@ public:
     int Find(const Char* part) const { return Position(m_text.find(part)); }
     int Find(Char character) const { return Position(m_text.find(character)); }
     StringT Left(int count) const { return StringT(m_text.substr(0, static_cast<std::size_t>(count)).c_str()); }
+    /// Removes white space at both ends.
+    StringT& Trim() {
+        const auto isSpace = [](Char character) {
+            return character == Char(' ') || (character >= 9 && character <= 13);
+        };
+        const auto end = std::find_if_not(m_text.rbegin(), m_text.rend(), isSpace).base();
+        m_text.erase(end, m_text.end());
+        m_text.erase(m_text.begin(), std::find_if_not(m_text.begin(), m_text.end(), isSpace));
+        return *this;
+    }
+    /// Removes characters from a position on; the new length.
+    int Delete(int index, int count = 1) {
+        if (index < GetLength()) {
+            m_text.erase(static_cast<std::size_t>(index), static_cast<std::size_t>(count));
+        }
+        return GetLength();
+    }
     int Compare(const Char* other) const { return m_text.compare(other); }
     int CompareNoCase(const Char* other) const { return CompatMfc::CompareNoCase(m_text.c_str(), other); }
 

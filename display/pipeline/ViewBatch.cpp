@@ -26,6 +26,7 @@ int VerticesPerPrimitive(unsigned int mode) {
 } // namespace
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
+    DrawPendingText();
     m_batch.batchPrimitiveMode = mode;
     KeepBatchVertices(0);
     GLRenderingContextRecord& record = CurrentRecord();
@@ -64,6 +65,7 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 /// each strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is
 /// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
+    m_text.pending = false;
     if (m_batch.batchVertexCount <= 0) {
         KeepBatchVertices(0);
         return;

@@ -65,6 +65,7 @@ long COpenGLView::BindVariablesToShaderProgram(GLRenderingContextTypes context, 
 }
 
 void COpenGLView::UseStockProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
+    DrawPendingText();
     outputGlError(L"BindVariablesToShaderProgram: BEGIN");
     GLRenderingContextRecord& record = m_contexts[context];
     record.currentShader = type;
@@ -212,6 +213,7 @@ void COpenGLView::NumberSegments(GLVBO& vbo) {
 
 void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vbo, const GLDrawGeometry* geometry,
                                 unsigned __int64 count) {
+    DrawPendingText();
     m_batch.batchPrimitiveMode = mode;
     KeepBatchVertices(0);
     CurrentRecord().loopContinued = false;

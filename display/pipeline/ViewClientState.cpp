@@ -154,6 +154,7 @@ void COpenGLView::TexCoordPointer(int size, unsigned int type, int stride, const
 }
 
 void COpenGLView::DisableClientState() {
+    DrawPendingText();
     outputGlError(L"DisableClientState BEGIN:");
     KeepBatchVertices(0);
     GLRenderingContextRecord& record = CurrentRecord();

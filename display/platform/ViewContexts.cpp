@@ -214,6 +214,7 @@ long COpenGLView::InitializeMasterContextSharedResources() {
 }
 
 int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type) {
+    DrawPendingText();
     const GLRenderingContextTypes kind = KindFor(deviceContext, type);
     if (!CheckDCPixelFormat(deviceContext, kind)) {
         return 0;
@@ -234,6 +235,7 @@ int COpenGLView::MakeCurrent(HDC deviceContext, GLRenderingContextTypes type) {
 }
 
 int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
+    DrawPendingText();
     GLRenderingContextRecord& record = m_contexts[type];
     const BOOL selected = wglMakeCurrent(record.deviceContext, record.renderingContext);
     SelectRecord(type);
@@ -260,6 +262,7 @@ int COpenGLView::MakeContextCurrent(HDC deviceContext, bool drawToWindow, GLRend
 }
 
 int COpenGLView::MakeNull() {
+    DrawPendingText();
     const BOOL result = wglMakeCurrent(nullptr, nullptr);
     CurrentRecord().current = false;
     return result;
@@ -277,12 +280,14 @@ void COpenGLView::PopAndMakeNull() {
 }
 
 void COpenGLView::SaveCurrentAsExitingDCAndGLRC() {
+    DrawPendingText();
     m_exitingDeviceContext = wglGetCurrentDC();
     m_exitingRenderingContext = wglGetCurrentContext();
     m_exitingContext = m_currentContext;
 }
 
 void COpenGLView::RestoreAsCurrentExitingDCAndGLRC() {
+    DrawPendingText();
     const bool somethingSaved = m_exitingDeviceContext || m_exitingRenderingContext;
     const bool mainWithoutWindow = m_exitingContext == GLContextMain && !WindowFromDC(m_exitingDeviceContext);
     if (!somethingSaved || mainWithoutWindow) {
@@ -342,6 +347,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         record.initialized = false;
         record.currentShader = GLShaderUnknown;
         record.fixedFunctionOnly = false;
+        record.textLists = TextLists{};
     }
     int result = 1;
     if (record.borrowedContext) {
@@ -351,7 +357,8 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     } else {
         ShareGroup::Remove(context);
         if (!ShareGroup::AnyMember()) {
-            // The programs, if there still are some, go with the last context that has them.
+            // The programs and font textures, if there still are some, go with the last context that has them.
+            DeleteFontTextures(false);
             m_gShaderSet = ShaderSet{};
             m_gStockProgramsTried = false;
         }
@@ -375,6 +382,7 @@ void COpenGLView::LoadCurrentGLBuffers() {
 }
 
 HDC COpenGLView::SwapBuffers() {
+    DrawPendingText();
     if (m_currentContext == GLContextLegacy) {
         return m_contexts[GLContextLegacy].deviceContext;
     }
@@ -451,10 +459,12 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
         heir.view->m_masterContextIndex = 0;
         return;
     }
-    if (contextIsCurrent && DrawsWithPrograms()) {
+    const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
+    if (mayDelete) {
         CurrentGL()->glUseProgram(0);
         DeleteShaderSet(m_gShaderSet);
     }
+    DeleteFontTextures(mayDelete);
     m_gShaderSet = ShaderSet{};
     m_gStockProgramsTried = false;
     m_gMasterContext = nullptr;
@@ -468,6 +478,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
         return;
     }
+    m_text.pending = false;
     const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;

@@ -40,10 +40,11 @@ COpenGLView::COpenGLView() {
     InitializeCriticalSection(&m_gcsOpenGLCreateContext);
     m_gShaderSet = ShaderSet{};
     m_gStockProgramsTried = false;
-    m_gFontManager.InitializeObject();
     Initialize();
     m_gClassInitialized = 1;
     GetOpenGLVersionWithGLCement();
+    // Only now: whether there is a default font and how large its texture may be is known from the bootstrap.
+    m_gFontManager.InitializeObject();
 }
 
 COpenGLView::COpenGLView(const COpenGLView& other) {
@@ -165,6 +166,10 @@ void COpenGLView::FinalShutDownDestroyClassCriticalSection() {
     m_gMasterContext = nullptr;
     m_gCurrentRenderingContext = nullptr;
     m_gCurrentDeviceContext = nullptr;
+}
+
+long COpenGLView::InitializeFontManager() {
+    return m_gFontManager.CreateDefaultFont();
 }
 
 void COpenGLView::EnterManagerCriticalSection() {

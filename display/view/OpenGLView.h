@@ -8,6 +8,7 @@
 #include "../platform/PixelFormat.h"
 #include "../platform/VersionPolicy.h"
 #include "../text/FontManager.h"
+#include "../text/TextState.h"
 #include "BasicTypes.h"
 #include "RenderingContextRecord.h"
 
@@ -23,6 +24,8 @@ class logger;
 namespace KTR {
 
 struct ImageRows;
+struct TextExtent;
+struct TextFrame;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -48,7 +51,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  10. Client state              display/pipeline/ViewClientState.cpp
 ///  11. Programs and buffers      display/pipeline/ViewShaders.cpp, ViewBinding.cpp, ViewUniforms.cpp
 ///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
-///  13. Text                      display/text/ViewText.cpp
+///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewTurnedText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Kept frames               display/images/ViewBackingStore.cpp
 ///
@@ -101,6 +104,10 @@ public:
     /// keep the flag.
     void EnterManagerCriticalSection();
     void LeaveManagerCriticalSection();
+
+    /// Has the font manager create its default font, which it does where the process uses the 4.x pipeline. For hosts
+    /// that choose the pipeline themselves, after the first view is made. An HRESULT.
+    long InitializeFontManager();
 
     /// The view's tessellator; the view owns it.
     GLTesselator* GetTesselator() const { return m_tesselator; }
@@ -509,7 +516,104 @@ public:
     void Finish();
     void Flush();
 
-    // ---- 13. Text. Implemented in ViewText.cpp
+    // ---- 13. Text
+    // Coordinates have y growing upwards; a string's place is the left end of its baseline. Any UTF-16 text may be
+    // given; a character that the font lacks shows as the font's first. HRESULTs are results of CFTGLFontAtlas.
+    //
+    // Fonts of the 4.x pipeline and what they measure. All views draw with the manager's current font. Implemented in
+    // ViewFonts.cpp
+
+    /// Makes the requested font current and loads it if it is not there. GL names of a font that had to go are deleted
+    /// here, or at the next text when no 4.x context is current.
+    long SetUpNewFont(FontParameters& request);
+    long GetFontParameters(FontParameters& parameters) const;
+    /// The manager's index when this view last chose a font.
+    int GetCurrentFontIndex() const { return m_text.currentFont; }
+    int GetFontAverageWidthPixels() const;
+    int GetFontAverageHeightPixels() const;
+    double GetFontAverageWidthNotionalUnits() const;
+    double GetFontAverageHeightNotionalUnits() const;
+    /// UTF-16 units of a string; 0 for a null one and without a current font.
+    std::size_t GetTextStringLength(const wchar_t* text) const;
+    /// Pixels that a string takes, and its length. All are 0 without a current font.
+    long GetTextStringDimensions(const wchar_t* text, std::size_t& length, double& width, double& height) const;
+    /// 0 makes text invisible, 255 shows it in the current colour. Needs blending, which the setup of text turns on.
+    void DrawSetupTextTransparency(unsigned char transparency);
+    unsigned char GetTextTransparancy() const;
+
+    // Strings from glyph atlases. Implemented in ViewText.cpp
+
+    /// Opens a run of strings. On a 4.x context blending by alpha is turned on and the modelview matrix is kept;
+    /// `pixelProjection` then counts coordinates in pixels of the window from its lower left, and `enableClientState`
+    /// binds the current font. Elsewhere texture and blending are turned off. `value`, `a` and `b` are only kept, see
+    /// GetFontAtlasTextSetup.
+    ///
+    /// Strings of a run that look alike wait in the batch and share a draw. Whatever else the view does draws them
+    /// first, so that nothing but speed tells; OpenGL calls of the host's own should wait for the teardown.
+    void DrawSetupFontAtlasText(bool pixelProjection, bool enableClientState, unsigned int value, double a, double b);
+    /// What the last setup was given.
+    void GetFontAtlasTextSetup(unsigned int& value, double& a, double& b) const;
+    /// Binds the current font for drawing, on a 4.x context only. A font that could not be built is replaced by the
+    /// default one; without that a message box tells.
+    void DrawFontAtlasEnableClientState();
+    /// Draws what is pending and unbinds the font.
+    void DrawFontAtlasDisableClientState();
+    /// Draws a string in the current colour and font, lines under and through it included. Its place is rounded to
+    /// whole units, half upwards; `project` takes it from model to window coordinates first. `flag` goes to Project.
+    /// Where the text scale is not 1 a modelview matrix is popped afterwards: the host pushed one to scale by.
+    /// E_INVALIDARG for a null text or without a current font.
+    long DrawFontAtlasText(const wchar_t* text, double x, double y, double z, bool project, bool flag);
+    /// Ends a run of strings: draws what is pending, takes the matrices back and turns off what was off. `swap`
+    /// presents the frame.
+    ///
+    /// NOTE: the blend factors of before come back crossed, source as destination and destination as source. Hosts
+    /// written against this rely on it.
+    void DrawTeardownFontAtlasText(bool swap, bool checkErrors);
+    /// One string on either pipeline. On a 4.x context `text` is drawn from the current font, at the context's raster
+    /// position with `atRasterPosition` and at (x, y, z) without. Elsewhere the 256 display lists at `listBase` draw
+    /// `text`, cut to 254 characters, or `ansiText` when it is null, at the raster position; `atRasterPosition` sets
+    /// that to (x, y, z) first.
+    long DrawTextString(unsigned int listBase, const wchar_t* text, const char* ansiText, bool atRasterPosition,
+                        bool project, bool flag, double x, double y, double z);
+
+    // Strings of any size and direction. Implemented in ViewTurnedText.cpp
+
+    /// Draws a string that is scaled, then turned about its place by `angleDegrees` against the clock. Elsewhere than
+    /// on a 4.x context the outline lists made last draw it, or the raster lists, upright and unscaled. The other
+    /// parameters are those of DrawTextString. Between setup and teardown such strings share draws too.
+    long DrawFontAtlasScaledRotatedTextString(const wchar_t* text, const char* ansiText, bool atRasterPosition,
+                                              bool project, double x, double y, double z, double scaleX, double scaleY,
+                                              double scaleZ, double angleDegrees);
+    /// Opens a run of strings in a frame of its own: there (0, 0, 0) is (x, y, z), everything is scaled and turned
+    /// about it. `alignment` moves the origin along `text`: 0 puts its left end on (x, y, z), 0.5 its middle, 1 its
+    /// right end; a null `text` is not moved. DrawTeardownFontAtlasText takes the frame back. Nothing happens without a
+    /// 4.x context.
+    void DrawSetupTextOGL4(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY,
+                           double scaleZ, double angleDegrees, double alignment);
+    /// The same on either pipeline; elsewhere than on a 4.x context it only sets the raster position to (x, y, z).
+    void DrawSetupText(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY, double scaleZ,
+                       double angleDegrees, double alignment);
+
+    // Strings from display lists, which the fixed-function pipeline draws. `listBase` names 256 lists, one for each
+    // character of the ANSI code page; they belong to the host and to the context. Implemented in ViewRasterText.cpp
+
+    /// Makes lists of bitmaps from a GDI font; old ones at `listBase` are deleted. On a 4.x context the font becomes
+    /// the current atlas instead, and `listBase` stays as it is. E_INVALIDARG without a font or device context, E_FAIL
+    /// when OpenGL made no lists.
+    long RefreshRasterFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color);
+    /// Makes lists of filled outlines, one em high 1 unit. On a 4.x context as RefreshRasterFont.
+    long RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color);
+    /// Draws at the raster position.
+    void DrawGLText(unsigned int listBase, const char* text);
+    /// Sets the raster position, then draws there. The string takes the colour that is current here.
+    void DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z);
+    /// Draws outlines at (x, y, z), one em `scale` units high, turned by `angleDegrees` against the clock.
+    void DrawOutlineText(unsigned int listBase, const char* text, double x, double y, double z, double scale,
+                         double angleDegrees);
+    /// Gives `listBase` 256 new, empty lists; old ones are deleted. 0 where OpenGL has none and on a 4.x context.
+    void InitializeDisplayList(unsigned int& listBase);
+    /// Deletes the lists and clears the name.
+    void DeleteFont(unsigned int& listBase);
 
     // ---- 14. Textures and images
     // The cache of raster textures, which all views share. Implemented in ViewTextures.cpp
@@ -675,7 +779,9 @@ private:
         m_currentContext = type;
         m_currentColor = &m_contexts[type].attributes.currentColor;
     }
-    /// The functions of the current context; never null.
+    /// The functions of the current context; never null. Who asks for them is about to do something that waiting text
+    /// must be drawn before; the constant members only ask questions.
+    const COrrinGLCement* CurrentGL();
     const COrrinGLCement* CurrentGL() const;
     COpenGLMath& MathOf(GLRenderingContextTypes type) const;
     COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
@@ -776,6 +882,22 @@ private:
     inline GLDrawGeometry& BatchRecordAt(int index);
     inline bool TriangleFits(int index) const;
 
+    void DrawPendingText();
+    bool SelectUsableFont();
+    void UploadFontTexture(FontAtlasGlyphMetrics& font);
+    void DeleteTaggedFontNames();
+    void DeleteFontTextures(bool contextIsCurrent);
+    TextBinding BindingForText(const FontAtlasGlyphMetrics& font, bool plainGlyphs) const;
+    bool MapsToPixels() const;
+    void BindFont(const TextBinding& binding);
+    void OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs);
+    void CloseTextBatch(bool mayWait);
+    void DrawTextLines(const FontParameters& font, const TextExtent& extent, const TextFrame& frame);
+    long LoadGdiFont(HDC deviceContext, HFONT font, unsigned long color);
+    void MakeBlankLists(HDC deviceContext, unsigned int listBase);
+    void DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position, const glm::dvec3& scale,
+                          double angleDegrees);
+
     /// Settings that a copy takes over, beside the batch, the texture request and the strings.
     struct ScalarState {
         unsigned __int64 leading[5] = {};
@@ -849,7 +971,9 @@ private:
     unsigned __int64 m_gpuWaits = 0;
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
+    TextState m_text;
 
+    static unsigned long long m_gFontTextures; ///< made and deleted so far
     static ShaderSet m_gShaderSet;
     static bool
         m_gStockProgramsTried; ///< the set was built for the present contexts, or tried and shown to have failed

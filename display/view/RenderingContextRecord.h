@@ -4,6 +4,7 @@
 #include "../pipeline/ProgramUniforms.h"
 #include "../pipeline/ShaderData.h"
 #include "../platform/OrrinGLCement.h"
+#include "../text/TextState.h"
 #include "GLAttributes.h"
 #include "MatrixStack.h"
 #include "OpenGLMath.h"
@@ -82,6 +83,7 @@ struct GLRenderingContextRecord {
     bool pointSprites = false;         ///< fragments know their place in the point
     unsigned int fontAtlasTexture = 0; ///< what the text program reads
     unsigned int fontAtlasSampler = 0;
+    TextLists textLists;
     bool loopContinued = false;       ///< the open line loop was split
     GLDrawGeometry loopFirstVertex{}; ///< where the split line loop has to close
 };

@@ -1,5 +1,7 @@
 #include "OpenGLView.h"
 
+#include <utility>
+
 namespace KTR {
 
 bool COpenGLView::IsOpenGLInitialized() const {
@@ -70,6 +72,13 @@ double COpenGLView::GetTextScale() const {
 
 void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
     m_contexts[type].attributes.light = GLLightParameters{};
+}
+
+const COrrinGLCement* COpenGLView::CurrentGL() {
+    if (m_text.pending) {
+        DrawPendingText();
+    }
+    return std::as_const(*this).CurrentGL();
 }
 
 const COrrinGLCement* COpenGLView::CurrentGL() const {

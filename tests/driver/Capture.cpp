@@ -218,6 +218,15 @@ public:
         }
         return static_cast<const unsigned char*>(value);
     }
+    /// What glGetIntegeri_v says of a vertex buffer binding; 0 where there are none.
+    long long Binding(unsigned name, int binding) const {
+        int value = 0;
+        const auto function = Function<void (*)(unsigned, unsigned, int*)>(Index_glGetIntegeri_v);
+        if (function && Function<void (*)()>(Index_glBindVertexBuffer)) {
+            function(name, static_cast<unsigned>(binding), &value);
+        }
+        return value;
+    }
     /// A part of a buffer; empty when it cannot be read now, as while it is mapped.
     std::vector<unsigned char> BufferContent(unsigned buffer, std::size_t offset, std::size_t size) const {
         constexpr unsigned kSize = 0x8764;
@@ -322,12 +331,19 @@ void CaptureAttributes(const State& state, const std::vector<std::uint32_t>& ord
         if (state.Attribute(attribute, 0x8622) == 0) {
             continue;
         }
-        const VertexSource source = {kNames[attribute],
-                                     static_cast<unsigned>(state.Attribute(attribute, 0x889F)),
-                                     static_cast<unsigned>(state.Attribute(attribute, 0x8623)),
-                                     static_cast<unsigned>(state.Attribute(attribute, 0x8625)),
-                                     static_cast<std::size_t>(state.Attribute(attribute, 0x8624)),
-                                     state.AttributePointer(attribute)};
+        VertexSource source = {kNames[attribute],
+                               static_cast<unsigned>(state.Attribute(attribute, 0x889F)),
+                               static_cast<unsigned>(state.Attribute(attribute, 0x8623)),
+                               static_cast<unsigned>(state.Attribute(attribute, 0x8625)),
+                               static_cast<std::size_t>(state.Attribute(attribute, 0x8624)),
+                               state.AttributePointer(attribute)};
+        if (source.buffer != 0 && source.stride == 0) {
+            // Set by format and binding, which the older questions know nothing of.
+            const int binding = state.Attribute(attribute, 0x82D4);
+            source.stride = static_cast<std::size_t>(state.Binding(0x82D8, binding));
+            source.pointer = reinterpret_cast<const unsigned char*>(state.Binding(0x82D7, binding) +
+                                                                    state.Attribute(attribute, 0x82D5));
+        }
         CaptureSource(state, source, order, entry);
     }
 }

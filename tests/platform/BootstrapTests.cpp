@@ -32,6 +32,7 @@ TEST_P(VersionPolicy, SettlesThePipeline) {
     EXPECT_EQ(Version().iMaxVertexAttribs, 16);
     EXPECT_EQ(Version().iMaxTextureSize, 16384);
     EXPECT_STREQ(COpenGLView::m_gVideoVendorString.GetString(), test.text ? test.text : "");
+    EXPECT_EQ(COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics() != nullptr, test.openGL4) << "Arial";
     EXPECT_TRUE(notices.shown.empty());
 }
 

@@ -1,0 +1,159 @@
+// What text costs a host, on a driver that swallows everything: short labels and long strings on both pipelines, and
+// beside them a loop that lays the same glyphs out and adds their six vertices by one call each. Counter "per_glyph" is
+// the figure to read.
+
+#include "OutOfLineStore.h"
+
+#include "driver/DriverControl.h"
+#include "support/TestWindow.h"
+
+#include <OrrinDisplay.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace {
+
+using namespace KTR;
+
+constexpr int kLabels = 10'000;
+constexpr const wchar_t* kLabel = L"Label 12";
+constexpr int kLabelGlyphs = 8;
+constexpr int kLongGlyphs = 5'000;
+
+const std::wstring& LongText() {
+    static const std::wstring text = [] {
+        std::wstring made;
+        for (int index = 0; index < kLongGlyphs; ++index) {
+            made += static_cast<wchar_t>(L'A' + index * 7 % 50);
+        }
+        return made;
+    }();
+    return text;
+}
+
+void ReportPerGlyph(benchmark::State& state, int glyphs) {
+    state.counters["per_glyph"] =
+        benchmark::Counter(glyphs, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.SetItemsProcessed(state.iterations() * glyphs);
+}
+
+/// A view with its context `type` current, kept for all benchmarks.
+template <GLRenderingContextTypes type> COpenGLView& View() {
+    static TestWindow window(256, 256);
+    static const std::unique_ptr<COpenGLView> view = [] {
+        auto made = std::make_unique<COpenGLView>();
+        made->CreateContext(window.DeviceContext(), true, type, L"bench", 32, AccelerationHardware);
+        return made;
+    }();
+    view->MakeCurrent(type);
+    return *view;
+}
+
+void SixCallsForEachGlyph(benchmark::State& state) {
+    View<GLContextMain>();
+    const FontAtlasGlyphMetrics& font = *COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics();
+    RecordStore store(kBatchRecords);
+    for (auto _ : state) {
+        double pen = 0.0;
+        for (const wchar_t character : LongText()) {
+            const FontAtlasGlyph& glyph = font.glyphs[font.characterMap[character]];
+            const double left = pen + glyph.xOffset;
+            const double right = left + glyph.width;
+            const double bottom = glyph.descent;
+            const double top = bottom + glyph.height;
+            store.StoreTextured(left, bottom, 0.0, glyph.s0, glyph.t1);
+            store.StoreTextured(right, bottom, 0.0, glyph.s1, glyph.t1);
+            store.StoreTextured(left, top, 0.0, glyph.s0, glyph.t0);
+            store.StoreTextured(right, bottom, 0.0, glyph.s1, glyph.t1);
+            store.StoreTextured(left, top, 0.0, glyph.s0, glyph.t0);
+            store.StoreTextured(right, top, 0.0, glyph.s1, glyph.t0);
+            pen += glyph.advance;
+        }
+        benchmark::ClobberMemory();
+    }
+    ReportPerGlyph(state, kLongGlyphs);
+}
+BENCHMARK(SixCallsForEachGlyph);
+
+void LongString(benchmark::State& state) {
+    COpenGLView& view = View<GLContextMain>();
+    view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+    for (auto _ : state) {
+        view.DrawFontAtlasText(LongText().c_str(), 5.0, 5.0, 0.0, false, false);
+    }
+    view.DrawTeardownFontAtlasText(false, false);
+    ReportPerGlyph(state, kLongGlyphs);
+}
+BENCHMARK(LongString);
+
+void ShortLabels(benchmark::State& state) {
+    COpenGLView& view = View<GLContextMain>();
+    for (auto _ : state) {
+        view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+        for (int label = 0; label < kLabels; ++label) {
+            view.DrawFontAtlasText(kLabel, label % 200, label / 50, 0.0, false, false);
+        }
+        view.DrawTeardownFontAtlasText(false, false);
+    }
+    ReportPerGlyph(state, kLabels * kLabelGlyphs);
+}
+BENCHMARK(ShortLabels);
+
+void ShortTurnedLabels(benchmark::State& state) {
+    COpenGLView& view = View<GLContextMain>();
+    for (auto _ : state) {
+        view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+        for (int label = 0; label < kLabels; ++label) {
+            view.DrawFontAtlasScaledRotatedTextString(kLabel, nullptr, false, false, label % 200, label / 50, 0.0, 1.2,
+                                                      1.2, 1.0, label % 360);
+        }
+        view.DrawTeardownFontAtlasText(false, false);
+    }
+    ReportPerGlyph(state, kLabels * kLabelGlyphs);
+}
+BENCHMARK(ShortTurnedLabels);
+
+/// Display lists of a context, kept for all benchmarks.
+unsigned int Lists(COpenGLView& view) {
+    static const unsigned int lists = [&view] {
+        const HFONT font = CreateFontW(-16, 0, 0, 0, 0, FALSE, FALSE, FALSE, ANSI_CHARSET, 0, 0, 0, 0, L"Arial");
+        unsigned int made = 0;
+        view.RefreshRasterFont(view.GetContextRecord(GLContextLegacy).deviceContext, made, font, 0);
+        DeleteObject(font);
+        return made;
+    }();
+    return lists;
+}
+
+void ShortLabelsFromLists(benchmark::State& state) {
+    COpenGLView& view = View<GLContextLegacy>();
+    const unsigned int lists = Lists(view);
+    for (auto _ : state) {
+        view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+        for (int label = 0; label < kLabels; ++label) {
+            view.DrawTextString(lists, kLabel, nullptr, true, false, false, label % 200, label / 50, 0.0);
+        }
+        view.DrawTeardownFontAtlasText(false, false);
+    }
+    ReportPerGlyph(state, kLabels * kLabelGlyphs);
+}
+BENCHMARK(ShortLabelsFromLists);
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    if (!StandIn::IsLoaded()) {
+        std::fprintf(stderr, "The null driver is not loaded; start this with ORRIN_DLL_OVERRIDES=opengl32=n,b.\n");
+        return 1;
+    }
+    StandIn driver;
+    driver.SetVersionText("4.6.0 NVIDIA 551.23");
+    driver.NullDriver(true);
+    benchmark::Initialize(&argumentCount, arguments);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,494 @@
+#include "FontAtlas.h"
+
+#include "../platform/Notice.h"
+#include "../view/OpenGLView.h"
+#include "FontFiles.h"
+#include "FontManager.h"
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <type_traits>
+
+namespace {
+
+// Sampling exactly on the border between two cells may fall to either side; this keeps a glyph's outer pixels in.
+constexpr double kTexelMargin = 0.01;
+
+constexpr int kFractionBits = 6; // FreeType's pixels are fixed-point numbers
+
+/// The device context of the whole desktop, which GDI fonts are measured on.
+class DesktopContext {
+public:
+    DesktopContext() : m_desktop(GetDesktopWindow()), m_deviceContext(GetDC(m_desktop)) {}
+    ~DesktopContext() {
+        if (m_deviceContext) {
+            ReleaseDC(m_desktop, m_deviceContext);
+        }
+    }
+    DesktopContext(const DesktopContext&) = delete;
+    DesktopContext& operator=(const DesktopContext&) = delete;
+
+    HDC Get() const { return m_deviceContext; }
+
+private:
+    HWND m_desktop;
+    HDC m_deviceContext;
+};
+
+struct FontDeleter {
+    void operator()(HFONT font) const { DeleteObject(font); }
+};
+using GdiFont = std::unique_ptr<std::remove_pointer_t<HFONT>, FontDeleter>;
+
+template <typename Type> void FreeAndClear(Type*& memory) {
+    std::free(memory);
+    memory = nullptr;
+}
+
+template <typename Type> Type* AllocateZeroed(long long count) {
+    return static_cast<Type*>(std::calloc(static_cast<std::size_t>(count), sizeof(Type)));
+}
+
+/// FreeType opens files by names of the thread's code page.
+std::string InThreadCodePage(const CString& text) {
+    const int size = WideCharToMultiByte(CP_THREAD_ACP, 0, text.GetString(), -1, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<std::size_t>(std::max(size, 1)), '\0');
+    WideCharToMultiByte(CP_THREAD_ACP, 0, text.GetString(), -1, bytes.data(), size, nullptr, nullptr);
+    return bytes;
+}
+
+/// A point size as FreeType's fixed-point number, as far as that reaches.
+FT_F26Dot6 FixedPoints(int points) {
+    const long long fixed = static_cast<long long>(points) << kFractionBits;
+    return static_cast<FT_F26Dot6>(std::clamp<long long>(fixed, LONG_MIN, LONG_MAX));
+}
+
+/// Calls `visit(code)` for each character of the face until one returns an error. A glyph that cannot be drawn would
+/// not be on another try either, and FreeType is not to be used on after it ran out of memory, so the first error
+/// decides.
+template <typename Visit> long VisitCharacters(FT_Face face, Visit visit) {
+    FT_UInt glyph = 0;
+    for (FT_ULong code = FT_Get_First_Char(face, &glyph); glyph != 0; code = FT_Get_Next_Char(face, code, &glyph)) {
+        if (const FT_Error error = visit(code)) {
+            return error == FT_Err_Out_Of_Memory ? E_OUTOFMEMORY : E_FAIL;
+        }
+    }
+    return S_OK;
+}
+
+/// Row `row` from the top. With a negative pitch the bottom row comes first in memory.
+const unsigned char* RowOf(const FT_Bitmap& bitmap, int row) {
+    const int rows = static_cast<int>(bitmap.rows);
+    return bitmap.buffer +
+           static_cast<std::ptrdiff_t>(bitmap.pitch < 0 ? rows - 1 - row : row) * std::abs(bitmap.pitch);
+}
+
+/// Copies a glyph to the upper left of its cell, as far as it lies in that.
+void CopyToCell(const FT_Bitmap& bitmap, unsigned char* cell, std::size_t stride, int cellWidth, int cellHeight) {
+    const int width = std::min(static_cast<int>(bitmap.width), cellWidth);
+    const int height = std::min(static_cast<int>(bitmap.rows), cellHeight);
+    for (int y = 0; y < height; ++y, cell += stride) {
+        const unsigned char* row = RowOf(bitmap, y);
+        if (bitmap.pixel_mode == FT_PIXEL_MODE_GRAY) {
+            std::memcpy(cell, row, static_cast<std::size_t>(width));
+        } else if (bitmap.pixel_mode == FT_PIXEL_MODE_MONO) {
+            for (int x = 0; x < width; ++x) {
+                cell[x] = (row[x >> 3] & (0x80 >> (x & 7))) ? 0xFF : 0x00;
+            }
+        }
+    }
+}
+
+double WholePixels(FT_Pos fixed) {
+    return static_cast<double>(fixed >> kFractionBits);
+}
+
+/// Where a glyph begins and ends along one axis of the texture, with the margin but within 0 to 1.
+struct TextureSpan {
+    TextureSpan(long long firstPixel, unsigned int pixels, int textureSize)
+        : begin(std::max((static_cast<double>(firstPixel) - kTexelMargin) / textureSize, 0.0)),
+          end(std::min((static_cast<double>(firstPixel + pixels) + kTexelMargin) / textureSize, 1.0)) {}
+    double begin;
+    double end;
+};
+
+FontAtlasGlyph DescribeGlyph(const FT_GlyphSlot slot, long long x, long long y, const FontAtlasGlyphMetrics& metrics) {
+    const TextureSpan s(x, slot->bitmap.width, metrics.textureWidth);
+    const TextureSpan t(y, slot->bitmap.rows, metrics.textureHeight);
+    FontAtlasGlyph glyph = {};
+    glyph.advance = WholePixels(slot->advance.x);
+    glyph.width = slot->bitmap.width;
+    glyph.height = slot->bitmap.rows;
+    glyph.leftBearing = slot->bitmap_left;
+    glyph.topBearing = slot->bitmap_top;
+    glyph.s0 = s.begin;
+    glyph.s1 = s.end;
+    glyph.t0 = t.begin;
+    glyph.t1 = t.end;
+    glyph.xOffset = slot->bitmap_left;
+    glyph.descent = WholePixels(slot->metrics.horiBearingY - slot->metrics.height);
+    return glyph;
+}
+
+} // namespace
+
+FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maximumTextureSize) {
+    FontGrid grid;
+    // A cell that is wider than the texture may be still makes one column, which then does not fit.
+    grid.columns = std::max(maximumTextureSize / cellWidth, 1);
+    grid.rows = (characters + grid.columns - 1) / grid.columns;
+    grid.textureWidth = cellWidth * grid.columns;
+    grid.textureHeight = cellHeight * grid.rows;
+    grid.textureBytes = grid.textureWidth * grid.textureHeight;
+    grid.fits = grid.textureWidth <= maximumTextureSize && grid.textureHeight <= maximumTextureSize;
+    return grid;
+}
+
+CFTGLFontAtlas::CFTGLFontAtlas() {
+    InitializeObject();
+}
+
+CFTGLFontAtlas::~CFTGLFontAtlas() {
+    FreeDataStructures();
+}
+
+void CFTGLFontAtlas::InitializeObject() {
+    m_metrics = nullptr;
+    m_rawTexture = nullptr;
+    m_library = nullptr;
+    m_face = nullptr;
+    m_path.Empty();
+    m_parameters = FontParameters{};
+}
+
+void CFTGLFontAtlas::FreeDataStructures() {
+    ReleaseFontLibrary();
+    ReleaseFontAtlas();
+}
+
+void CFTGLFontAtlas::ReleaseFontLibrary() {
+    if (m_face) {
+        FT_Done_Face(m_face);
+        m_face = nullptr;
+    }
+    if (m_library) {
+        FT_Done_FreeType(m_library);
+        m_library = nullptr;
+    }
+}
+
+void CFTGLFontAtlas::ReleaseRawTexture() {
+    FreeAndClear(m_rawTexture);
+}
+
+void CFTGLFontAtlas::ReleaseFontAtlas() {
+    if (m_metrics) {
+        FreeAndClear(m_metrics->glyphs);
+    }
+    FreeAndClear(m_metrics);
+    FreeAndClear(m_rawTexture);
+}
+
+bool CFTGLFontAtlas::IsFontRequestSameAsCurrentFont(const FontParameters& request) const {
+    const LOGFONTW& wanted = request.logicalFont;
+    const LOGFONTW& current = m_parameters.logicalFont;
+    return _wcsnicmp(wanted.lfFaceName, current.lfFaceName, LF_FACESIZE) == 0 && wanted.lfHeight == current.lfHeight &&
+           wanted.lfWeight == current.lfWeight && wanted.lfItalic == current.lfItalic &&
+           wanted.lfStrikeOut == current.lfStrikeOut && wanted.lfUnderline == current.lfUnderline;
+}
+
+long CFTGLFontAtlas::SetUpNewFont(FontParameters& request) {
+    if (IsFontRequestSameAsCurrentFont(request)) {
+        return S_OK;
+    }
+    try {
+        return SetUp(request);
+    } catch (...) { // strings that find no memory
+        return AbandonBuild(E_OUTOFMEMORY);
+    }
+}
+
+long CFTGLFontAtlas::BuildFontAndGetMetrics(HDC deviceContext, const wchar_t* face, int height, int weight,
+                                            unsigned char characterSet, unsigned char italic, unsigned char underline,
+                                            unsigned char strikeOut, LOGFONTW& font, TEXTMETRICW& metrics) {
+    if (!face) {
+        return E_INVALIDARG;
+    }
+    LOGFONTW wanted = {};
+    wanted.lfHeight = height;
+    wanted.lfWeight = weight;
+    wanted.lfItalic = italic;
+    wanted.lfUnderline = underline;
+    wanted.lfStrikeOut = strikeOut;
+    wanted.lfCharSet = characterSet;
+    wanted.lfOutPrecision = OUT_OUTLINE_PRECIS;
+    wanted.lfQuality = ANTIALIASED_QUALITY;
+    std::wcsncpy(wanted.lfFaceName, face, LF_FACESIZE - 1);
+    const GdiFont created(CreateFontIndirectW(&wanted));
+    if (!created) {
+        return E_INVALIDARG;
+    }
+    GetObjectW(created.get(), sizeof(LOGFONTW), &font);
+    const HGDIOBJ previous = SelectObject(deviceContext, created.get());
+    if (!GetTextMetricsW(deviceContext, &metrics)) {
+        return E_INVALIDARG;
+    }
+    SelectObject(deviceContext, previous);
+    return S_OK;
+}
+
+long CFTGLFontAtlas::InitializeFreeTypeLibrary(const FontParameters& request) {
+    try {
+        return OpenFontFile(request);
+    } catch (...) { // strings that find no memory
+        return AbandonBuild(E_OUTOFMEMORY);
+    }
+}
+
+long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {
+    ReleaseFontAtlas();
+    if (!m_face) {
+        return E_FAIL;
+    }
+    m_metrics = AllocateZeroed<FontAtlasGlyphMetrics>(1);
+    if (!m_metrics) {
+        return E_OUTOFMEMORY;
+    }
+    long result = Measure();
+    if (result == S_OK) {
+        do {
+            result = LayOut();
+            if (result == S_OK) {
+                result = DrawCells(monochrome);
+            }
+        } while (result == S_FALSE);
+    }
+    return result == S_OK ? S_OK : AbandonBuild(result);
+}
+
+long CFTGLFontAtlas::GetTextStringDimensions(const wchar_t* text, std::size_t& length, double* width,
+                                             double* height) const {
+    if (!text) {
+        return E_INVALIDARG;
+    }
+    length = std::wcslen(text);
+    if (!m_metrics) {
+        return E_INVALIDARG;
+    }
+    const bool codeIsCell = !width || !height;
+    const auto cellCount = static_cast<std::size_t>(m_metrics->renderedCharacters);
+    double advances = 0.0;
+    double tallest = 0.0;
+    for (const wchar_t* character = text; *character != 0; ++character) {
+        const std::size_t cell = codeIsCell ? *character : m_metrics->characterMap[*character];
+        if (cell < cellCount) {
+            advances += m_metrics->glyphs[cell].advance;
+            tallest = std::max(tallest, m_metrics->glyphs[cell].height);
+        }
+    }
+    if (!codeIsCell) {
+        advances += KerningOf(text);
+    }
+    if (width) {
+        *width = advances;
+    }
+    if (height) {
+        *height = tallest;
+    }
+    return S_OK;
+}
+
+long CFTGLFontAtlas::SetUp(FontParameters& request) {
+    ReleaseFontAtlas();
+    m_parameters = request;
+    {
+        const DesktopContext desktop;
+        if (!desktop.Get()) {
+            return E_FAIL;
+        }
+        const int points = std::abs(std::max(request.pointSize, -INT_MAX));
+        request.pixelHeight = MulDiv(points, CFTGLFontManager::m_giLogicalVerticalDPI, 72);
+        if (BuildFontAndGetMetrics(desktop.Get(), request.faceName, request.pixelHeight, request.weight,
+                                   request.characterSet, request.italic, request.underline, request.strikeout,
+                                   m_parameters.logicalFont, m_parameters.textMetrics) != S_OK) {
+            return E_FAIL;
+        }
+    }
+    return OpenFontFile(request);
+}
+
+/// Finds the font's file, opens it at the screen's resolution and builds the atlas.
+long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
+    FreeDataStructures();
+    m_parameters = request;
+    if (FT_Init_FreeType(&m_library) != 0) {
+        m_library = nullptr;
+        return E_FAIL;
+    }
+    const long found = KTR::FindFontFile(KTR::FontLookUpName(request), m_path);
+    if (found != S_OK) {
+        return found;
+    }
+    const FT_Error error = FT_New_Face(m_library, InThreadCodePage(m_path).c_str(), 0, &m_face);
+    if (error != 0) {
+        m_face = nullptr;
+        return error == FT_Err_Unknown_File_Format ? KTR::kNotAFontFile : E_INVALIDARG;
+    }
+    const auto dpi = static_cast<FT_UInt>(CFTGLFontManager::m_giDPI);
+    const FT_F26Dot6 points = FixedPoints(request.pointSize);
+    // A size that the font cannot have shows as characters that do not load.
+    FT_Set_Char_Size(m_face, points, points, dpi, dpi);
+    return BuildFontAtlas(true);
+}
+
+/// Finds the size of a cell and the averages.
+long CFTGLFontAtlas::Measure() {
+    const double unitsPerEm = m_face->units_per_EM;
+    double widths = 0.0;
+    double heights = 0.0;
+    int measured = 0;
+    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
+        const FT_GlyphSlot slot = m_face->glyph;
+        FT_Error error = FT_Load_Char(m_face, code, FT_LOAD_NO_SCALE);
+        if (error == 0 && unitsPerEm > 0.0) {
+            widths += static_cast<double>(slot->metrics.width) / unitsPerEm;
+            heights += static_cast<double>(slot->metrics.height) / unitsPerEm;
+            ++measured;
+        }
+        if (error != FT_Err_Out_Of_Memory) {
+            error = FT_Load_Char(m_face, code, FT_LOAD_RENDER);
+        }
+        if (error != 0) {
+            return error;
+        }
+        ++m_metrics->renderedCharacters;
+        m_metrics->cellWidth = std::max(m_metrics->cellWidth, static_cast<int>(slot->bitmap.width));
+        m_metrics->cellHeight = std::max(m_metrics->cellHeight, static_cast<int>(slot->bitmap.rows));
+        return error;
+    });
+    if (result != S_OK) {
+        return result;
+    }
+    const double share = measured > 0 ? 1.0 / measured : 0.0;
+    m_metrics->averageWidth = widths * share;
+    m_metrics->averageHeight = heights * share;
+    m_parameters.averageWidthEm = m_metrics->averageWidth;
+    m_parameters.averageHeightEm = m_metrics->averageHeight;
+    m_parameters.averageWidthUnits = static_cast<int>(unitsPerEm * m_metrics->averageWidth);
+    m_parameters.averageHeightUnits = static_cast<int>(unitsPerEm * m_metrics->averageHeight);
+    // Without a single pixel there is nothing to make a texture of.
+    return m_metrics->cellWidth > 0 && m_metrics->cellHeight > 0 ? S_OK : E_FAIL;
+}
+
+/// Makes room for the cells in a texture that the graphics card takes, instead of the room that was there.
+long CFTGLFontAtlas::LayOut() {
+    FontAtlasGlyphMetrics& metrics = *m_metrics;
+    FreeAndClear(metrics.glyphs);
+    FreeAndClear(m_rawTexture);
+    m_parameters.cellWidth = metrics.cellWidth;
+    m_parameters.cellHeight = metrics.cellHeight;
+    metrics.glyphCount = metrics.renderedCharacters;
+    metrics.glyphs = AllocateZeroed<FontAtlasGlyph>(metrics.renderedCharacters);
+    if (!metrics.glyphs) {
+        return E_OUTOFMEMORY;
+    }
+    const int maximumTextureSize = KTR::COpenGLView::GetMaximumTextureSize();
+    const FontGrid grid =
+        LayOutFontGrid(metrics.renderedCharacters, metrics.cellWidth, metrics.cellHeight, maximumTextureSize);
+    if (!grid.fits) {
+        CString message;
+        message.Format(L"Font: %s contains %ld characters and requires: %lld bytes of memory. \nThis font exceeds the "
+                       L"current graphics card texture dimensions of %ld for display.  Please choose a font with fewer "
+                       L"characters.\n",
+                       m_parameters.faceName.GetString(), static_cast<long>(metrics.glyphCount), grid.textureBytes,
+                       static_cast<long>(maximumTextureSize));
+        KTR::ShowFrameworkMessageBox(message.GetString());
+        return E_FAIL;
+    }
+    metrics.columns = static_cast<int>(grid.columns);
+    metrics.rows = static_cast<int>(grid.rows);
+    metrics.textureWidth = static_cast<int>(grid.textureWidth);
+    metrics.textureHeight = static_cast<int>(grid.textureHeight);
+    metrics.textureBytes = grid.textureBytes;
+    m_rawTexture = AllocateZeroed<unsigned char>(grid.textureBytes);
+    return m_rawTexture ? S_OK : E_OUTOFMEMORY;
+}
+
+/// Draws every character into its cell. S_FALSE when some did not fit, and the cells have grown for another round:
+/// glyphs are measured smooth but drawn with hard edges, which makes some a pixel larger at some sizes.
+long CFTGLFontAtlas::DrawCells(bool monochrome) {
+    FontAtlasGlyphMetrics& metrics = *m_metrics;
+    metrics.faceIndex = static_cast<int>(m_face->face_index);
+    metrics.glyphCount = static_cast<int>(m_face->num_glyphs);
+    metrics.boundTexture = 0;
+    metrics.constant = 128;
+    const FT_Int32 flags =
+        static_cast<FT_Int32>(FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT | (monochrome ? FT_LOAD_TARGET_MONO : 0));
+    const auto stride = static_cast<std::size_t>(metrics.textureWidth);
+    int index = 0;
+    int widest = metrics.cellWidth;
+    int tallest = metrics.cellHeight;
+    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
+        const FT_Error error = FT_Load_Char(m_face, code, flags);
+        if (error != 0) {
+            return error;
+        }
+        const long long x = static_cast<long long>(index % metrics.columns) * metrics.cellWidth;
+        const long long y = static_cast<long long>(index / metrics.columns) * metrics.cellHeight;
+        unsigned char* cell = m_rawTexture + static_cast<std::size_t>(y) * stride + x;
+        const FT_Bitmap& bitmap = m_face->glyph->bitmap;
+        CopyToCell(bitmap, cell, stride, metrics.cellWidth, metrics.cellHeight);
+        widest = std::max(widest, static_cast<int>(bitmap.width));
+        tallest = std::max(tallest, static_cast<int>(bitmap.rows));
+        metrics.glyphs[index] = DescribeGlyph(m_face->glyph, x, y, metrics);
+        // Neither a character beyond UTF-16's single units nor a cell beyond the map's numbers can be named.
+        if (code < std::size(metrics.characterMap) && index <= USHRT_MAX) {
+            metrics.characterMap[code] = static_cast<unsigned short>(index);
+        }
+        ++index;
+        return error;
+    });
+    if (result != S_OK) {
+        return result;
+    }
+    if (widest > metrics.cellWidth || tallest > metrics.cellHeight) {
+        metrics.cellWidth = widest;
+        metrics.cellHeight = tallest;
+        return S_FALSE;
+    }
+    metrics.ready = 1;
+    return S_OK;
+}
+
+/// Leaves no half-made record behind a failure, whose code it hands on.
+long CFTGLFontAtlas::AbandonBuild(long result) {
+    ReleaseFontAtlas();
+    return result;
+}
+
+/// Kerning of a whole string in pixels, each pair's truncated.
+double CFTGLFontAtlas::KerningOf(const wchar_t* text) const {
+    if (!m_face || !FT_HAS_KERNING(m_face)) {
+        return 0.0;
+    }
+    double kerning = 0.0;
+    FT_UInt previous = 0;
+    for (; *text != 0; ++text) {
+        // The cell stands where one expects the character. Widths that hosts have stored depend on it.
+        const FT_UInt current = FT_Get_Char_Index(m_face, m_metrics->characterMap[*text]);
+        FT_Vector offset = {};
+        if (previous != 0 && current != 0 &&
+            FT_Get_Kerning(m_face, previous, current, FT_KERNING_DEFAULT, &offset) == 0) {
+            kerning += WholePixels(offset.x);
+        }
+        previous = current;
+    }
+    return kerning;
+}

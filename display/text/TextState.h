@@ -1,0 +1,51 @@
+#pragma once
+
+#include "../view/BasicTypes.h"
+
+#include <glm/mat4x4.hpp>
+
+#include <array>
+#include <optional>
+
+namespace KTR {
+
+/// Everything that decides how strings look while the text program is bound. Strings that agree in it share a draw.
+struct TextBinding {
+    unsigned int texture = 0;
+    unsigned int sampler = 0;            ///< 0 where glyphs are scaled or turned: the texture's own filter holds
+    unsigned long long fontTextures = 0; ///< count of textures made and deleted so far: names are used again
+    glm::dmat4 modelview{1.0};
+    glm::dmat4 projection{1.0};
+    std::array<int, 4> viewport{};
+    GLRGBAColor color{};
+    unsigned char transparency = 0;
+    bool operator==(const TextBinding&) const = default;
+};
+
+/// What a view keeps between the setup and the teardown of text.
+struct TextState {
+    int textureWasOn = 0;
+    int blendWasOn = 0;
+    unsigned int savedBlendDestination = 0;
+    unsigned int savedBlendSource = 0;
+    unsigned char pixelProjection = 0;
+    unsigned char clientState = 0;
+    unsigned int value = 0; ///< the host's, as the two numbers are
+    double a = 0.0;
+    double b = 0.0;
+    int currentFont = 0; ///< the manager's index when this view last chose a font
+    bool open = false;   ///< between setup and teardown, where strings may wait for each other
+    /// Strings wait in the batch. They are drawn before anything else that the view does.
+    bool pending = false;
+    TextBinding bound;
+    std::optional<glm::dmat4> replacedProjection; ///< by the pixel projection
+};
+
+/// Display lists made from a GDI font, by the context that has them. They belong to the host.
+struct TextLists {
+    unsigned int raster = 0;    ///< RefreshRasterFont's last; 0 for none
+    unsigned int outline = 0;   ///< RefreshOutlineFont's last; 0 for none
+    double outlineHeight = 0.0; ///< pixels that one em of the outline font has at scale 1
+};
+
+} // namespace KTR

@@ -1,0 +1,257 @@
+#include "../view/OpenGLView.h"
+
+#include "CodePage.h"
+
+#include <GL/glext.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+
+namespace KTR {
+
+namespace {
+
+/// A GDI object in a device context while it lives.
+class SelectedObject {
+public:
+    SelectedObject(HDC deviceContext, HGDIOBJ object)
+        : m_deviceContext(deviceContext), m_previous(SelectObject(deviceContext, object)) {}
+    ~SelectedObject() { SelectObject(m_deviceContext, m_previous); }
+    SelectedObject(const SelectedObject&) = delete;
+    SelectedObject& operator=(const SelectedObject&) = delete;
+
+private:
+    HDC m_deviceContext;
+    HGDIOBJ m_previous;
+};
+
+/// Pixels of one em of a font, taken as the atlas of the other pipeline takes it.
+double EmHeight(HFONT font) {
+    LOGFONTW logicalFont = {};
+    GetObjectW(font, sizeof(logicalFont), &logicalFont);
+    return std::abs(logicalFont.lfHeight);
+}
+
+} // namespace
+
+std::array<char, kListTextBytes> NarrowText(const wchar_t* text) {
+    std::array<char, kListTextBytes> narrow{};
+    std::size_t converted = 0;
+    const errno_t result = wcstombs_s(&converted, narrow.data(), narrow.size(), text, _TRUNCATE);
+    if (result == 0 || result == STRUNCATE) {
+        return narrow;
+    }
+    // The C library gives the whole string up for one character that it cannot convert.
+    narrow.fill('\0');
+    std::size_t length = 0;
+    for (const wchar_t* character = text; *character != L'\0'; ++character) {
+        char bytes[8] = {};
+        const int size = WideCharToMultiByte(CP_ACP, 0, character, 1, bytes, sizeof(bytes), nullptr, nullptr);
+        const auto count = static_cast<std::size_t>(size);
+        if (length + count >= narrow.size()) {
+            break;
+        }
+        std::memcpy(narrow.data() + length, bytes, count);
+        length += count;
+    }
+    return narrow;
+}
+
+std::wstring WideText(const char* text) {
+    const int size = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+    std::wstring wide(static_cast<std::size_t>(size), L'\0');
+    MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), size);
+    wide.resize(std::wcslen(wide.c_str()));
+    return wide;
+}
+
+long COpenGLView::DrawTextString(unsigned int listBase, const wchar_t* text, const char* ansiText,
+                                 bool atRasterPosition, bool project, bool flag, double x, double y, double z) {
+    if (DrawsWithPrograms()) {
+        if (atRasterPosition) {
+            const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
+            return DrawFontAtlasText(text, position[0], position[1], position[2], project, flag);
+        }
+        return DrawFontAtlasText(text, x, y, z, project, flag);
+    }
+    if (atRasterPosition) {
+        RasterPosition(x, y, z);
+    }
+    if (!text) {
+        DrawGLText(listBase, ansiText);
+        return S_OK;
+    }
+    DrawGLText(listBase, NarrowText(text).data());
+    return S_OK;
+}
+
+long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
+    if (DrawsWithPrograms()) {
+        return LoadGdiFont(deviceContext, font, color);
+    }
+    if (!font || !deviceContext) {
+        return E_INVALIDARG;
+    }
+    outputGlError(L"RefreshRasterFont: Begin");
+    InitializeDisplayList(listBase);
+    GLRenderingContextRecord& record = CurrentRecord();
+    record.rasterFontReady = false;
+    if (listBase == 0) {
+        return E_FAIL;
+    }
+    const SelectedObject selected(deviceContext, font);
+    record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
+    MakeBlankLists(deviceContext, listBase);
+    record.textLists.raster = listBase;
+    return record.rasterFontReady ? S_OK : E_FAIL;
+}
+
+/// HACK: in Mesa's lists a bitmap without pixels does not move on, so that words run into each other; one empty pixel
+/// does. Blanks are recorded anew with that. Seen as strings without their blanks; BitmapsStandOnTheRasterPosition
+/// fails without it.
+void COpenGLView::MakeBlankLists(HDC deviceContext, unsigned int listBase) {
+    const COrrinGLCement* gl = CurrentGL();
+    const unsigned char noInk[4] = {};
+    for (const char* blank : {" ", "\xA0"}) {
+        SIZE size = {};
+        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
+        gl->glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
+        gl->glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
+        gl->glEndList();
+    }
+    outputGlError(L"glEndList: END");
+}
+
+long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
+    if (DrawsWithPrograms()) {
+        return LoadGdiFont(deviceContext, font, color);
+    }
+    if (!font || !deviceContext) {
+        return E_INVALIDARG;
+    }
+    outputGlError(L"RefreshOutlineFont: Begin");
+    InitializeDisplayList(listBase);
+    if (listBase == 0) {
+        return E_FAIL;
+    }
+    const SelectedObject selected(deviceContext, font);
+    std::array<GLYPHMETRICSFLOAT, kListCharacters> metrics{};
+    if (!wglUseFontOutlinesA(deviceContext, 0, kListCharacters, listBase, 0.0F, 0.0F, WGL_FONT_POLYGONS,
+                             metrics.data())) {
+        return E_FAIL;
+    }
+    GLRenderingContextRecord& record = CurrentRecord();
+    record.textLists.outline = listBase;
+    record.textLists.outlineHeight = EmHeight(font);
+    return S_OK;
+}
+
+void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
+    if (!text || *text == '\0') {
+        return;
+    }
+    if (DrawsWithPrograms()) {
+        const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
+        DrawFontAtlasText(WideText(text).c_str(), position[0], position[1], position[2], false, false);
+        return;
+    }
+    const COrrinGLCement* gl = CurrentGL();
+    gl->glListBase(listBase);
+    outputGlError(L"glListBase: END");
+    gl->glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
+    outputGlError(L"glCallLists: END");
+}
+
+void COpenGLView::DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z) {
+    // The raster position takes the colour of its moment along; SetCurrentColor has not told OpenGL about it.
+    Color(GetCurrentColor());
+    RasterPosition(x, y, z);
+    DrawGLText(listBase, text);
+}
+
+void COpenGLView::DrawOutlineText(unsigned int listBase, const char* text, double x, double y, double z, double scale,
+                                  double angleDegrees) {
+    if (!text || *text == '\0') {
+        return;
+    }
+    if (DrawsWithPrograms()) {
+        const FontParameters* font = m_gFontManager.GetCurrentFontAtlasParameters();
+        const double em = font ? font->pointSize * CFTGLFontManager::m_giDPI / 72.0 : 1.0;
+        const double glyphScale = scale / std::max(em, 1.0);
+        DrawFontAtlasScaledRotatedTextString(nullptr, text, false, false, x, y, z, glyphScale, glyphScale, glyphScale,
+                                             angleDegrees);
+        return;
+    }
+    DrawOutlineLists(listBase, text, {x, y, z}, glm::dvec3(scale), angleDegrees);
+}
+
+/// The lists move the modelview matrix along; it is put back afterwards.
+void COpenGLView::DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position,
+                                   const glm::dvec3& scale, double angleDegrees) {
+    const unsigned int mode = CurrentRecord().attributes.matrixMode;
+    Color(GetCurrentColor());
+    PushMatrix(GL_MODELVIEW, L"DrawOutlineText");
+    Translate(position.x, position.y, position.z);
+    Rotate(angleDegrees, 0.0, 0.0, 1.0);
+    Scale(scale.x, scale.y, scale.z);
+    DrawGLText(listBase, text);
+    PopMatrix(GL_MODELVIEW, L"DrawOutlineText");
+    if (mode != GL_MODELVIEW) {
+        MatrixMode(mode);
+    }
+}
+
+void COpenGLView::InitializeDisplayList(unsigned int& listBase) {
+    DeleteFont(listBase);
+    if (DrawsWithPrograms()) {
+        return;
+    }
+    listBase = CurrentGL()->glGenLists(kListCharacters);
+    outputGlError(L"glGenLists: END");
+}
+
+void COpenGLView::DeleteFont(unsigned int& listBase) {
+    if (listBase == 0 || DrawsWithPrograms()) {
+        return;
+    }
+    CurrentGL()->glDeleteLists(listBase, kListCharacters);
+    outputGlError(L"glDeleteLists: END");
+    GLRenderingContextRecord& record = CurrentRecord();
+    if (record.textLists.raster == listBase) {
+        record.textLists.raster = 0;
+        record.rasterFontReady = false;
+    }
+    if (record.textLists.outline == listBase) {
+        record.textLists.outline = 0;
+    }
+    listBase = 0;
+}
+
+/// On the 4.x pipeline a GDI font stands for a font request.
+long COpenGLView::LoadGdiFont(HDC deviceContext, HFONT font, unsigned long color) {
+    FontParameters request;
+    LOGFONTW& logicalFont = request.logicalFont;
+    if (!GetObjectW(font, sizeof(logicalFont), &logicalFont)) {
+        return E_INVALIDARG;
+    }
+    logicalFont.lfHeight = std::abs(logicalFont.lfHeight);
+    request.faceName = logicalFont.lfFaceName;
+    request.bold = logicalFont.lfWeight == FW_BOLD;
+    request.italic = logicalFont.lfItalic != 0;
+    request.underline = logicalFont.lfUnderline != 0;
+    request.strikeout = logicalFont.lfStrikeOut != 0;
+    request.characterSet = DEFAULT_CHARSET;
+    request.textColor = static_cast<COLORREF>(color);
+    request.weight = logicalFont.lfWeight;
+    const int dpi = GetDeviceCaps(deviceContext, LOGPIXELSY);
+    if (dpi <= 0) {
+        return E_INVALIDARG;
+    }
+    request.pointSize = static_cast<int>(std::ceil(logicalFont.lfHeight * 72.0 / dpi));
+    return SetUpNewFont(request);
+}
+
+} // namespace KTR

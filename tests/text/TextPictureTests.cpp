@@ -1,0 +1,176 @@
+#include "support/CoveragePicture.h"
+#include "support/FontFile.h"
+
+#include <cmath>
+#include <functional>
+
+namespace {
+
+constexpr int kWidth = 200;
+constexpr int kHeight = 96;
+
+/// A view on the 4.x pipeline with the default font, drawing white on black in window pixels.
+class TextPictures : public FreshProcessTest {
+protected:
+    TextPictures() {
+        live = std::make_unique<LiveView>(kWidth, kHeight);
+        View().InitializeFontManager();
+        Begin(*live);
+    }
+    ~TextPictures() override {
+        live.reset();
+        COpenGLView::m_gFontManager.DeleteFontLibrary();
+    }
+    COpenGLView& View() const { return *live->view; }
+    static void Begin(const LiveView& view) {
+        view.Clear();
+        view->Color(255, 255, 255);
+    }
+    /// One string, pixel by pixel, from `x`, `y`.
+    static void DrawOn(COpenGLView& view, const wchar_t* text, double x, double y) {
+        view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+        EXPECT_EQ(view.DrawFontAtlasText(text, x, y, 0.0, false, false), S_OK);
+        view.DrawTeardownFontAtlasText(false, true);
+    }
+    Picture Taken() const { return TakePicture(View(), kWidth, kHeight); }
+
+    std::unique_ptr<COpenGLView> first = ChoosePrograms();
+    std::unique_ptr<LiveView> live;
+};
+
+/// The picture that the current font's own bytes and measures ask for, without kerning.
+Picture ExpectedText(const std::wstring& text, int x, int y) {
+    Picture picture{kWidth, kHeight, std::vector<Pixel>(std::size_t{kWidth} * kHeight, kBlack)};
+    int textureWidth = 0;
+    int textureHeight = 0;
+    unsigned char* bytes = nullptr;
+    COpenGLView::m_gFontManager.GetCurrentFontTexture(textureWidth, textureHeight, &bytes);
+    const FontAtlasGlyphMetrics& font = *COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics();
+    int pen = x;
+    for (const wchar_t character : text) {
+        const int cell = font.characterMap[static_cast<unsigned short>(character)];
+        const FontAtlasGlyph& glyph = font.glyphs[cell];
+        const int cellX = cell % font.columns * font.cellWidth;
+        const int cellY = cell / font.columns * font.cellHeight;
+        const int top = y + static_cast<int>(glyph.descent + glyph.height) - 1;
+        for (int row = 0; row < static_cast<int>(glyph.height); ++row) {
+            for (int column = 0; column < static_cast<int>(glyph.width); ++column) {
+                if (bytes[(cellY + row) * textureWidth + cellX + column] != 0) {
+                    const int left = pen + static_cast<int>(glyph.xOffset);
+                    picture.pixels[static_cast<std::size_t>((top - row) * kWidth + left + column)] = {255, 255, 255,
+                                                                                                      255};
+                }
+            }
+        }
+        pen += static_cast<int>(glyph.advance);
+    }
+    return picture;
+}
+
+struct FontCase {
+    const char* name;
+    const wchar_t* face;
+    int points;
+    bool bold, italic;
+    std::wstring text;
+};
+
+class PlainText : public TextPictures, public testing::WithParamInterface<FontCase> {};
+
+// What makes text readable at small sizes: each pixel of the glyph on a pixel of the window, none between two.
+TEST_P(PlainText, HasTheAtlasPixelsAtThePlacesThatTheMeasuresName) {
+    const FontCase& test = GetParam();
+    FontParameters request = FontRequest(test.face, test.points, test.bold, test.italic);
+    ASSERT_EQ(View().SetUpNewFont(request), S_OK);
+    DrawOn(View(), test.text.c_str(), 10.4, 39.5);
+    const Picture drawn = Taken();
+    EXPECT_GT(drawn.CountDrawn(), 40);
+    EXPECT_EQ(CoverageRows(drawn), CoverageRows(ExpectedText(test.text, 10, 40)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Fonts, PlainText,
+    testing::Values(FontCase{"small", L"arial", 7, false, false, L"Hamburg 1:25000"},
+                    FontCase{"bold", L"arial", 14, true, false, L"H\u00f6he \u00c5s"},
+                    FontCase{"italic", L"arial", 11, false, true, L"dell' isola"},
+                    FontCase{"bold_italic", L"arial", 18, true, true, L"R\u00edo"},
+                    FontCase{"greek_and_cyrillic", L"arial", 12, false, false, L"\u0391\u03b8 \u0416\u0443\u043a"},
+                    FontCase{"large", L"arial", 36, false, false, L"Qg"},
+                    FontCase{"not_in_the_font", L"arial", 12, false, false, L"a\u4e2d\u6587\xD83D\xDE00\xDC00z"}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+using Drawing = std::function<void(COpenGLView&)>;
+struct GoldenCase {
+    const char* name;
+    int step; ///< sixteenths that a pixel may be off; drivers differ where glyphs are filtered
+    Drawing draw;
+};
+
+void UseFont(COpenGLView& view, bool underline, bool strikeout) {
+    FontParameters request = FontRequest(L"arial", 14);
+    request.underline = underline;
+    request.strikeout = strikeout;
+    request.logicalFont.lfUnderline = underline;
+    request.logicalFont.lfStrikeOut = strikeout;
+    ASSERT_EQ(view.SetUpNewFont(request), S_OK);
+}
+
+void DrawTurned(COpenGLView& view, const wchar_t* text, double x, double y, double scale, double angleDegrees) {
+    view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+    EXPECT_EQ(view.DrawFontAtlasScaledRotatedTextString(text, nullptr, false, false, x, y, 0.0, scale, scale, 1.0,
+                                                        angleDegrees),
+              S_OK);
+    view.DrawTeardownFontAtlasText(false, true);
+}
+
+void DrawPlain(COpenGLView& view, const wchar_t* text, double x, double y) {
+    view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+    EXPECT_EQ(view.DrawFontAtlasText(text, x, y, 0.0, false, false), S_OK);
+    view.DrawTeardownFontAtlasText(false, true);
+}
+
+class GoldenText : public TextPictures, public testing::WithParamInterface<GoldenCase> {};
+
+TEST_P(GoldenText, LooksAsItDid) {
+    GetParam().draw(View());
+    ExpectGolden(GetParam().name, CoverageRows(Taken()), GetParam().step);
+}
+
+const GoldenCase kGoldenCases[] = {
+    {"plain", 0, [](COpenGLView& view) { DrawPlain(view, L"Agj\u00c4 1:500", 8, 40); }},
+    {"underlined", 0,
+     [](COpenGLView& view) {
+         UseFont(view, true, false);
+         DrawPlain(view, L"Via Appia", 8, 40);
+     }},
+    {"struck_out", 0,
+     [](COpenGLView& view) {
+         UseFont(view, false, true);
+         DrawPlain(view, L"Via Appia", 8, 40);
+     }},
+    {"transparent", 0,
+     [](COpenGLView& view) {
+         view.DrawSetupTextTransparency(128);
+         DrawPlain(view, L"Dunst", 8, 40);
+     }},
+    {"turned_30", 1, [](COpenGLView& view) { DrawTurned(view, L"Rhein 210 m", 20, 10, 1.0, 30.0); }},
+    {"turned_90", 0, [](COpenGLView& view) { DrawTurned(view, L"Rhein", 40, 10, 1.0, 90.0); }},
+    {"turned_200_underlined", 1,
+     [](COpenGLView& view) {
+         UseFont(view, true, true);
+         DrawTurned(view, L"Rhein km 3", 140, 70, 1.0, 200.0);
+     }},
+    {"scaled_2_5", 1, [](COpenGLView& view) { DrawTurned(view, L"Rg\u00e9", 8, 30, 2.5, 0.0); }},
+    {"scaled_0_6_turned", 1, [](COpenGLView& view) { DrawTurned(view, L"Kirchgasse 17", 20, 70, 0.6, -20.0); }},
+    {"frame_centred", 1,
+     [](COpenGLView& view) {
+         view.DrawSetupText(100, 40, 0, L"Mitte", 1.5, 1.5, 1.0, 15.0, 0.5);
+         EXPECT_EQ(view.DrawFontAtlasText(L"Mitte", 0, 0, 0, false, false), S_OK);
+         view.DrawTeardownFontAtlasText(false, true);
+     }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Strings, GoldenText, testing::ValuesIn(kGoldenCases),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+} // namespace
