@@ -110,9 +110,18 @@ double WholePixels(FT_Pos fixed) {
     return static_cast<double>(fixed >> kFractionBits);
 }
 
+/// Where a glyph begins and ends along one axis of the texture, with the margin but within 0 to 1.
+struct TextureSpan {
+    TextureSpan(long long firstPixel, unsigned int pixels, int textureSize)
+        : begin(std::max((static_cast<double>(firstPixel) - kTexelMargin) / textureSize, 0.0)),
+          end(std::min((static_cast<double>(firstPixel + pixels) + kTexelMargin) / textureSize, 1.0)) {}
+    double begin;
+    double end;
+};
+
 FontAtlasGlyph DescribeGlyph(const FT_GlyphSlot slot, long long x, long long y, const FontAtlasGlyphMetrics& metrics) {
-    const FontTextureSpan s = FontTextureSpanOf(x, slot->bitmap.width, metrics.textureWidth);
-    const FontTextureSpan t = FontTextureSpanOf(y, slot->bitmap.rows, metrics.textureHeight);
+    const TextureSpan s(x, slot->bitmap.width, metrics.textureWidth);
+    const TextureSpan t(y, slot->bitmap.rows, metrics.textureHeight);
     FontAtlasGlyph glyph = {};
     glyph.advance = WholePixels(slot->advance.x);
     glyph.width = slot->bitmap.width;
@@ -140,13 +149,6 @@ FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maxim
     grid.textureBytes = grid.textureWidth * grid.textureHeight;
     grid.fits = grid.textureWidth <= maximumTextureSize && grid.textureHeight <= maximumTextureSize;
     return grid;
-}
-
-FontTextureSpan FontTextureSpanOf(long long firstPixel, long long pixels, long long textureSize) {
-    const auto first = static_cast<double>(firstPixel);
-    const auto size = static_cast<double>(textureSize);
-    return {std::max((first - kTexelMargin) / size, 0.0),
-            std::min((first + static_cast<double>(pixels) + kTexelMargin) / size, 1.0)};
 }
 
 CFTGLFontAtlas::CFTGLFontAtlas() {
@@ -311,7 +313,8 @@ long CFTGLFontAtlas::SetUp(FontParameters& request) {
         if (!desktop.Get()) {
             return E_FAIL;
         }
-        request.pixelHeight = MulDiv(std::abs(request.pointSize), CFTGLFontManager::m_giLogicalVerticalDPI, 72);
+        const int points = std::abs(std::max(request.pointSize, -INT_MAX));
+        request.pixelHeight = MulDiv(points, CFTGLFontManager::m_giLogicalVerticalDPI, 72);
         if (BuildFontAndGetMetrics(desktop.Get(), request.faceName, request.pixelHeight, request.weight,
                                    request.characterSet, request.italic, request.underline, request.strikeout,
                                    m_parameters.logicalFont, m_parameters.textMetrics) != S_OK) {

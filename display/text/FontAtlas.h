@@ -29,13 +29,6 @@ struct FontGrid {
 /// sides may have `maximumTextureSize` pixels.
 ORRIN_DISPLAY_API FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maximumTextureSize);
 
-/// Ends of a glyph along one axis of the texture, from 0 to 1: a hundredth of a texel outside its pixels.
-struct FontTextureSpan {
-    double begin;
-    double end;
-};
-ORRIN_DISPLAY_API FontTextureSpan FontTextureSpanOf(long long firstPixel, long long pixels, long long textureSize);
-
 /// Every character of one font at one size, drawn side by side into an 8-bit coverage texture (0 or 255), with the
 /// measures that text is laid out by. The atlas finds the font file, opens it with FreeType at the screen's DPI and
 /// keeps the face open for kerning.

@@ -3,6 +3,8 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
+#include <array>
+#include <bit>
 #include <random>
 
 namespace {
@@ -10,7 +12,7 @@ namespace {
 struct GridCase {
     const char* name;
     int characters, cellWidth, cellHeight, maximum;
-    long long columns, rows, width, height, bytes;
+    long long width, height, bytes;
     bool fits;
 };
 
@@ -19,32 +21,20 @@ class Grid : public testing::TestWithParam<GridCase> {};
 TEST_P(Grid, CellsLieRowByRow) {
     const GridCase& test = GetParam();
     const FontGrid grid = LayOutFontGrid(test.characters, test.cellWidth, test.cellHeight, test.maximum);
-    EXPECT_EQ(grid.columns, test.columns);
-    EXPECT_EQ(grid.rows, test.rows);
     EXPECT_EQ(grid.textureWidth, test.width);
     EXPECT_EQ(grid.textureHeight, test.height);
     EXPECT_EQ(grid.textureBytes, test.bytes);
     EXPECT_EQ(grid.fits, test.fits);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Fonts, Grid,
-    testing::Values(GridCase{"rest_of_the_width_is_cut", 10, 30, 20, 100, 3, 4, 90, 80, 7200, true},
-                    GridCase{"exactly_full", 100, 10, 10, 100, 10, 10, 100, 100, 10'000, true},
-                    GridCase{"one_too_many", 101, 10, 10, 100, 10, 11, 100, 110, 11'000, false},
-                    GridCase{"one_row_is_as_wide_as_many", 1, 30, 20, 100, 3, 1, 90, 20, 1800, true},
-                    GridCase{"cell_as_wide_as_the_texture", 2, 64, 8, 64, 1, 2, 64, 16, 1024, true},
-                    GridCase{"cell_wider_than_the_texture", 3, 65, 1, 64, 1, 3, 65, 3, 195, false},
-                    GridCase{"beyond_32_bits", 1'114'112, 32'767, 32'767, 32'768, 1, 1'114'112, 32'767, 36'506'107'904,
-                             1'196'195'637'690'368, false}),
-    [](const auto& tested) { return std::string(tested.param.name); });
-
-TEST(TextureSpan, LiesAHundredthOfATexelOutsideButWithinTheTexture) {
-    EXPECT_EQ(FontTextureSpanOf(0, 5, 100).begin, 0.0) << "not -0.0001";
-    EXPECT_DOUBLE_EQ(FontTextureSpanOf(0, 5, 100).end, 0.0501);
-    EXPECT_DOUBLE_EQ(FontTextureSpanOf(90, 10, 100).begin, 0.8999);
-    EXPECT_EQ(FontTextureSpanOf(90, 10, 100).end, 1.0);
-}
+INSTANTIATE_TEST_SUITE_P(Fonts, Grid,
+                         testing::Values(GridCase{"exactly_full", 100, 10, 10, 100, 100, 100, 10'000, true},
+                                         GridCase{"one_too_many", 101, 10, 10, 100, 100, 110, 11'000, false},
+                                         GridCase{"one_row_is_as_wide_as_many", 1, 30, 20, 100, 90, 20, 1800, true},
+                                         GridCase{"cell_wider_than_the_texture", 3, 65, 1, 64, 65, 3, 195, false},
+                                         GridCase{"beyond_32_bits", 1'114'112, 32'767, 32'767, 32'768, 32'767,
+                                                  36'506'107'904, 1'196'195'637'690'368, false}),
+                         [](const auto& tested) { return std::string(tested.param.name); });
 
 constexpr FT_Int32 kDrawnFlags = FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT | FT_LOAD_TARGET_MONO;
 
@@ -160,18 +150,19 @@ TEST_P(AtlasFace, HoldsWhatFreeTypeDraws) {
                          static_cast<std::size_t>(x + column)] = bit ? 0xFF : 0x00;
             }
         }
-        const FontAtlasGlyph& glyph = metrics.glyphs[cell];
-        ASSERT_EQ(glyph.advance, static_cast<double>(slot->advance.x >> 6)) << "character " << code;
-        ASSERT_EQ(glyph.width, width) << "character " << code;
-        ASSERT_EQ(glyph.height, height) << "character " << code;
-        ASSERT_EQ(glyph.leftBearing, slot->bitmap_left) << "character " << code;
-        ASSERT_EQ(glyph.topBearing, slot->bitmap_top) << "character " << code;
-        ASSERT_EQ(glyph.xOffset, slot->bitmap_left) << "character " << code;
-        ASSERT_EQ(glyph.descent, static_cast<double>((slot->metrics.horiBearingY - slot->metrics.height) >> 6));
-        ASSERT_DOUBLE_EQ(glyph.s0, std::max(0.0, (x - 0.01) / metrics.textureWidth)) << "character " << code;
-        ASSERT_DOUBLE_EQ(glyph.s1, std::min(1.0, (x + width + 0.01) / metrics.textureWidth)) << "character " << code;
-        ASSERT_DOUBLE_EQ(glyph.t0, std::max(0.0, (y - 0.01) / metrics.textureHeight)) << "character " << code;
-        ASSERT_DOUBLE_EQ(glyph.t1, std::min(1.0, (y + height + 0.01) / metrics.textureHeight)) << "character " << code;
+        const std::array<double, 11> wanted = {
+            static_cast<double>(slot->advance.x >> 6),
+            static_cast<double>(width),
+            static_cast<double>(height),
+            static_cast<double>(slot->bitmap_left),
+            static_cast<double>(slot->bitmap_top),
+            std::max(0.0, (x - 0.01) / metrics.textureWidth),
+            std::min(1.0, (x + width + 0.01) / metrics.textureWidth),
+            std::max(0.0, (y - 0.01) / metrics.textureHeight),
+            std::min(1.0, (y + height + 0.01) / metrics.textureHeight),
+            static_cast<double>(slot->bitmap_left),
+            static_cast<double>((slot->metrics.horiBearingY - slot->metrics.height) >> 6)};
+        ASSERT_EQ((std::bit_cast<std::array<double, 11>>(metrics.glyphs[cell])), wanted) << "character " << code;
         if (code <= 0xFFFF) {
             ASSERT_EQ(metrics.characterMap[code], cell) << "character " << code;
         }
@@ -247,18 +238,19 @@ TEST_F(Atlas, LogicalFontDecidesWhetherTheFontIsTheSame) {
     EXPECT_EQ(atlas.GetAtlasMetrics(), built);
     EXPECT_EQ(atlas.GetFontParameters().pointSize, 12);
 
-    const auto differs = [&](auto change) {
+    const auto differs = [&](auto member, auto value) {
         FontParameters other = FontRequest(L"arial", 12);
-        change(other.logicalFont);
+        other.logicalFont.*member = value;
         return !atlas.IsFontRequestSameAsCurrentFont(other);
     };
-    EXPECT_TRUE(differs([](LOGFONTW& font) { font.lfFaceName[0] = L'b'; }));
-    EXPECT_TRUE(differs([](LOGFONTW& font) { font.lfHeight = -12; }));
-    EXPECT_TRUE(differs([](LOGFONTW& font) { font.lfWeight = FW_BOLD; }));
-    EXPECT_TRUE(differs([](LOGFONTW& font) { font.lfItalic = 1; }));
-    EXPECT_TRUE(differs([](LOGFONTW& font) { font.lfUnderline = 1; }));
-    EXPECT_TRUE(differs([](LOGFONTW& font) { font.lfStrikeOut = 1; }));
-    EXPECT_FALSE(differs([](LOGFONTW& font) { font.lfWidth = font.lfQuality = 1; }));
+    EXPECT_TRUE(differs(&LOGFONTW::lfHeight, -12));
+    EXPECT_TRUE(differs(&LOGFONTW::lfWeight, FW_BOLD));
+    EXPECT_TRUE(differs(&LOGFONTW::lfItalic, BYTE{1}));
+    EXPECT_TRUE(differs(&LOGFONTW::lfUnderline, BYTE{1}));
+    EXPECT_TRUE(differs(&LOGFONTW::lfStrikeOut, BYTE{1}));
+    EXPECT_FALSE(differs(&LOGFONTW::lfWidth, 5));
+    EXPECT_FALSE(differs(&LOGFONTW::lfQuality, BYTE{1}));
+    EXPECT_FALSE(atlas.IsFontRequestSameAsCurrentFont(FontRequest(L"ariam", 12)));
 }
 
 TEST_F(Atlas, FontLargerThanTheCardTellsSo) {
@@ -293,6 +285,31 @@ TEST_F(Atlas, FontThatIsNotInstalledIsRefused) {
     EXPECT_EQ(atlas.GetAtlasMetrics(), nullptr);
     EXPECT_EQ(atlas.GetFontFilePath().GetString(), FontsFolder().wstring() + L"\\");
     EXPECT_EQ(notices.shown.size(), 1U) << "the registry does not know it";
+}
+
+TEST_F(Atlas, AnyPointSizeIsAnswered) {
+    const struct {
+        int points;
+        long expected;
+    } cases[] = {{0, S_OK}, {-12, S_OK}, {INT_MIN, S_OK} /* all one point */, {INT_MAX, E_FAIL}, {40'000'000, E_FAIL}};
+    for (const auto& test : cases) {
+        FontParameters request = FontRequest(file.Face(), test.points);
+        EXPECT_EQ(atlas.SetUpNewFont(request), test.expected) << test.points;
+    }
+}
+
+TEST_F(Atlas, GdiFontIsWhatTheRequestSays) {
+    const HDC screen = GetDC(nullptr);
+    LOGFONTW font = {};
+    TEXTMETRICW metrics = {};
+    const std::wstring longName(40, L'x');
+    EXPECT_EQ(atlas.BuildFontAndGetMetrics(screen, nullptr, 32, 400, 1, 0, 0, 0, font, metrics), E_INVALIDARG);
+    EXPECT_EQ(atlas.BuildFontAndGetMetrics(nullptr, L"Arial", 32, 400, 1, 0, 0, 0, font, metrics), E_INVALIDARG);
+    EXPECT_EQ(atlas.BuildFontAndGetMetrics(screen, longName.c_str(), 32, 700, 1, 1, 0, 1, font, metrics), S_OK);
+    EXPECT_EQ(font.lfFaceName, longName.substr(0, 31));
+    EXPECT_EQ(metrics.tmHeight, 32) << "a cell height";
+    EXPECT_TRUE(font.lfWeight == 700 && font.lfItalic == 1 && font.lfUnderline == 0 && font.lfStrikeOut == 1);
+    ReleaseDC(nullptr, screen);
 }
 
 TEST_F(Atlas, GlyphsMayBeShaded) {
@@ -375,7 +392,7 @@ INSTANTIATE_TEST_SUITE_P(Files, RefusedFont,
 // Whatever is in a font file, the process survives it, and the atlas is whole or not there.
 TEST_F(Atlas, DamagedFilesNeitherCrashNorHang) {
     constexpr int files = 400;
-    std::mt19937 random(20); // NOLINT: the same files each time
+    std::mt19937 random(20); // the same files each time
     const FontBytes whole = SmallFont(L'@').File();
     const FontParameters request = FontRequest(file.Face(), 12);
     int built = 0;
