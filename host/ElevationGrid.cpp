@@ -53,6 +53,16 @@ Extent ElevationGrid::FindExtent() const {
     return extent;
 }
 
+std::vector<double> ElevationsWithData(const ElevationGrid& grid) {
+    std::vector<double> elevations;
+    for (const double elevation : grid.elevations) {
+        if (!std::isnan(elevation)) {
+            elevations.push_back(elevation);
+        }
+    }
+    return elevations;
+}
+
 Position FindNormal(const ElevationGrid& grid, std::size_t column, std::size_t row) {
     const double middle = grid.At(column, row);
     const double west = column > 0 ? grid.At(column - 1, row) : g_noElevation;

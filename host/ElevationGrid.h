@@ -35,6 +35,9 @@ struct ElevationGrid {
     Extent FindExtent() const;
 };
 
+/// The elevations of all cells that have one.
+std::vector<double> ElevationsWithData(const ElevationGrid& grid);
+
 /// Upward normal of the surface through the centres of the cells, of length one. Neighbours without data leave the
 /// slope to those on the other side.
 Position FindNormal(const ElevationGrid& grid, std::size_t column, std::size_t row);

@@ -2,7 +2,8 @@
 #include "Scene.h"
 #include "ShaderFolder.h"
 #include "ViewerOptions.h"
-#include "ViewerWindow.h"
+#include "ViewerSession.h"
+#include "WideText.h"
 
 #include <cstdio>
 #include <string>
@@ -10,28 +11,18 @@
 
 namespace {
 
-std::string Utf8(const wchar_t* text) {
-    const int length = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string utf8(length > 0 ? static_cast<std::size_t>(length) : 1, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8.data(), length, nullptr, nullptr);
-    utf8.pop_back();
-    return utf8;
-}
-
 /// Without a person in front of it, a program must not stop at a message box: what it says goes to the error output.
 int PrintMessageBox(const wchar_t* text, const wchar_t* caption, unsigned int /*type*/, void* /*context*/) {
-    std::fprintf(stderr, "%s: %s\n", Utf8(caption).c_str(), Utf8(text).c_str());
+    std::fprintf(stderr, "%s: %s\n", OrrinViewer::Utf8Text(caption).c_str(), OrrinViewer::Utf8Text(text).c_str());
     return IDOK;
 }
 
 int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     OrrinViewer::Scene scene;
-    scene.SetPointSize(options.pointSizePixels);
-    scene.SetExaggeration(options.exaggeration);
-    scene.Load(options.files, options.colorMode, options.cloudCellSize);
+    scene.Load(options);
     const OrrinViewer::Extent& extent = scene.GetExtent();
     if (extent.IsEmpty()) {
-        std::fprintf(stderr, "There is nothing to show: the files hold no points and no shapes.\n");
+        std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pictures.\n");
         return 1;
     }
     std::printf("%zu points, %zu features, x %.2f to %.2f, y %.2f to %.2f, z %.2f to %.2f\n", scene.CountPoints(),
@@ -40,18 +31,21 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     if (scene.CountCells() > 0) {
         std::printf("%zu cells of relief\n", scene.CountCells());
     }
+    if (scene.CountPixels() > 0) {
+        std::printf("%zu pixels of pictures\n", scene.CountPixels());
+    }
     std::fflush(stdout);
 
     if (options.frames > 0) {
         KTR::SetMessageBoxHandler(PrintMessageBox, nullptr);
     }
     OrrinViewer::FindShaderFolder();
-    OrrinViewer::ViewerWindow window(scene);
-    if (!window.Open(options)) {
+    OrrinViewer::ViewerSession session(scene, options);
+    if (!session.Open()) {
         std::fprintf(stderr, "There is no OpenGL to draw with: neither a pixel format nor a context could be had.\n");
         return 1;
     }
-    window.Run(options);
+    session.Run();
     return 0;
 }
 
@@ -60,7 +54,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
 int wmain(int argumentCount, wchar_t** arguments) {
     std::vector<std::string> utf8Arguments;
     for (int index = 1; index < argumentCount; ++index) {
-        utf8Arguments.push_back(Utf8(arguments[index]));
+        utf8Arguments.push_back(OrrinViewer::Utf8Text(arguments[index]));
     }
     const OrrinViewer::ParsedCommandLine commandLine = OrrinViewer::ParseCommandLine(utf8Arguments);
     if (commandLine.exitCode) {

@@ -21,14 +21,27 @@ void MapNavigator::Fit(const Extent& extent) {
     if (extent.IsEmpty()) {
         return;
     }
+    // A single position has no size to fit; any scale shows it.
+    m_unitsPerPixel = 1.0;
+    ShowWithMargin(extent, g_marginFactor);
+}
+
+void MapNavigator::Show(const Extent& area) {
+    if (!area.IsEmpty() && area.Diagonal() > 0.0) {
+        ShowWithMargin(area, 1.0);
+    }
+}
+
+void MapNavigator::ShowWithMargin(const Extent& extent, double marginFactor) {
     const Position center = extent.Center();
     m_centerX = center.x;
     m_centerY = center.y;
     const double forWidth = (extent.high.x - extent.low.x) / m_width;
     const double forHeight = (extent.high.y - extent.low.y) / m_height;
-    const double needed = std::max(forWidth, forHeight) * g_marginFactor;
-    // A single position has no size to fit; any scale shows it.
-    m_unitsPerPixel = needed > 0.0 ? std::clamp(needed, g_smallestUnitsPerPixel, g_largestUnitsPerPixel) : 1.0;
+    const double needed = std::max(forWidth, forHeight) * marginFactor;
+    if (needed > 0.0) {
+        m_unitsPerPixel = std::clamp(needed, g_smallestUnitsPerPixel, g_largestUnitsPerPixel);
+    }
 }
 
 void MapNavigator::Pan(double rightPixels, double downPixels) {
@@ -47,6 +60,11 @@ void MapNavigator::Zoom(double factor, double xPixels, double yPixels) {
 Position MapNavigator::PositionAt(double xPixels, double yPixels) const {
     return {m_centerX + (xPixels - m_width * 0.5) * m_unitsPerPixel,
             m_centerY - (yPixels - m_height * 0.5) * m_unitsPerPixel, 0.0};
+}
+
+Position MapNavigator::PixelAt(const Position& position) const {
+    return {(position.x - m_centerX) / m_unitsPerPixel + m_width * 0.5,
+            (m_centerY - position.y) / m_unitsPerPixel + m_height * 0.5, 0.0};
 }
 
 Extent MapNavigator::VisibleArea() const {

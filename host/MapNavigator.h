@@ -14,6 +14,9 @@ public:
     /// Shows the whole extent with a margin around it.
     void Fit(const Extent& extent);
 
+    /// Shows the area as large as it fits, without a margin. An area without width and height is left alone.
+    void Show(const Extent& area);
+
     /// Moves the map along with the mouse, by so many pixels to the right and down.
     void Pan(double rightPixels, double downPixels);
 
@@ -23,6 +26,9 @@ public:
     /// The position under a pixel; its z is 0.
     Position PositionAt(double xPixels, double yPixels) const;
 
+    /// The pixel at which a position is, as a place within the window or outside.
+    Position PixelAt(const Position& position) const;
+
     /// What the window shows; the z range is empty.
     Extent VisibleArea() const;
 
@@ -31,6 +37,8 @@ public:
     int Height() const { return m_height; }
 
 private:
+    void ShowWithMargin(const Extent& extent, double marginFactor);
+
     int m_width = 1;
     int m_height = 1;
     double m_centerX = 0.0;

@@ -3,9 +3,11 @@
 #include "AsciiGridFile.h"
 #include "FileError.h"
 #include "GeoJsonFile.h"
+#include "ImageFile.h"
 #include "InputFile.h"
 #include "LasFile.h"
 #include "PlyFile.h"
+#include "WorldFile.h"
 
 #include <algorithm>
 #include <new>
@@ -25,6 +27,9 @@ FileKind KindOfContent(std::string_view beginning) {
     }
     if (BeginsLikeAsciiGrid(beginning)) {
         return FileKind::AsciiGrid;
+    }
+    if (BeginsLikeImage(beginning)) {
+        return FileKind::Image;
     }
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (beginning.starts_with(byteOrderMark)) {
@@ -49,6 +54,11 @@ FileKind KindOfName(const std::filesystem::path& path) {
     }
     if (ending == u8".asc") {
         return FileKind::AsciiGrid;
+    }
+    for (const std::u8string_view imageEnding : {u8".png", u8".jpg", u8".jpeg", u8".tif", u8".tiff"}) {
+        if (ending == imageEnding) {
+            return FileKind::Image;
+        }
     }
     return ending == u8".geojson" || ending == u8".json" ? FileKind::GeoJson : FileKind::Unknown;
 }
@@ -93,6 +103,20 @@ ElevationGrid OpenElevationGrid(const std::filesystem::path& path) {
         return ReadAsciiGridFile(path);
     } catch (const std::bad_alloc&) {
         throw FileError(path, "there is not enough memory for its cells");
+    }
+}
+
+Raster OpenRaster(const std::filesystem::path& path) {
+    if (DetectKind(path) != FileKind::Image) {
+        throw FileError(path, "is not an image; PNG and JPEG files are known");
+    }
+    try {
+        Raster raster;
+        raster.image = ReadImageFile(path);
+        raster.pixelToMap = ReadWorldFile(FindWorldFile(path));
+        return raster;
+    } catch (const std::bad_alloc&) {
+        throw FileError(path, "there is not enough memory for its pixels");
     }
 }
 

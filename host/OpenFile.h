@@ -2,6 +2,7 @@
 
 #include "ElevationGrid.h"
 #include "PointCloud.h"
+#include "Raster.h"
 #include "VectorLayer.h"
 
 #include <filesystem>
@@ -14,6 +15,7 @@ enum class FileKind {
     Ply,
     GeoJson,
     AsciiGrid,
+    Image,
 };
 
 /// Which kind of file this is, by how it begins. Where that says nothing, by the ending of its name, so that a damaged
@@ -29,5 +31,8 @@ VectorLayer OpenVectorLayer(const std::filesystem::path& path);
 
 /// Reads a grid of elevations of any kind. Throws FileError, also for a file of another kind.
 ElevationGrid OpenElevationGrid(const std::filesystem::path& path);
+
+/// Reads an image and the world file beside it. Throws FileError, also for a file of another kind.
+Raster OpenRaster(const std::filesystem::path& path);
 
 } // namespace OrrinViewer

@@ -1,6 +1,12 @@
 #include "Scene.h"
 
+#include "ElevationRaster.h"
+#include "FileError.h"
 #include "OpenFile.h"
+#include "PolygonFill.h"
+
+#include <cmath>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -10,38 +16,86 @@ constexpr COLORREF g_background = RGB(74, 82, 94); // neither black nor white po
 constexpr Rgb g_outline{255, 176, 64};
 constexpr float g_outlineWidthPixels = 1.0F;
 constexpr float g_symbolSizePixels = 5.0F;
-/// Larger clouds, of two gigabytes and more, go through the library's own memory piece by piece.
-constexpr std::size_t g_mostPointsInBuffer = 60'000'000;
+
+/// True where the positions can be longitudes and latitudes in degrees.
+bool FitsTheGlobe(const Extent& extent) {
+    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
+}
 
 } // namespace
 
-void Scene::Load(const std::vector<std::filesystem::path>& files, std::optional<ColorMode> colorMode,
-                 std::optional<double> cloudCellSize) {
-    for (const std::filesystem::path& file : files) {
-        const FileKind kind = DetectKind(file);
-        if (kind == FileKind::GeoJson) {
-            m_layers.push_back(OpenVectorLayer(file));
-            m_extent.Include(m_layers.back().extent);
-        } else if (kind == FileKind::AsciiGrid || cloudCellSize) {
-            m_surfaces.emplace_back(kind == FileKind::AsciiGrid ? OpenElevationGrid(file)
-                                                                : GridPoints(OpenPointCloud(file), *cloudCellSize));
-            m_extent.Include(m_surfaces.back().Grid().FindExtent());
-        } else {
-            m_clouds.emplace_back().cloud = OpenPointCloud(file);
-            m_extent.Include(m_clouds.back().cloud.extent);
-        }
+void Scene::Load(const ViewerOptions& options) {
+    m_pointSizePixels = options.pointSizePixels;
+    m_exaggeration = options.exaggeration;
+    m_fillOpacity = options.fillPercent / 100.0;
+    for (const std::filesystem::path& file : options.files) {
+        LoadFile(file, options);
     }
     m_origin = m_extent.Center();
+    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
+    const bool areDegrees = !m_layers.empty() && FitsTheGlobe(m_extent);
+    m_units = options.units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres);
+    CollectFeatureLabels(options.labelProperty);
     if (!m_clouds.empty()) {
-        m_colorMode = colorMode.value_or(ChooseColorMode(m_clouds.front().cloud));
+        m_colorMode = options.colorMode.value_or(ChooseColorMode(m_clouds.front().Cloud()));
     }
     ColorAllClouds();
 }
 
+void Scene::LoadFile(const std::filesystem::path& file, const ViewerOptions& options) {
+    switch (DetectKind(file)) {
+    case FileKind::GeoJson:
+        m_layers.push_back(OpenVectorLayer(file));
+        m_extent.Include(m_layers.back().extent);
+        return;
+    case FileKind::AsciiGrid:
+        LoadElevations(OpenElevationGrid(file), file, options.flat);
+        return;
+    case FileKind::Image:
+        m_rasters.emplace_back(OpenRaster(file), file.wstring(), true);
+        m_extent.Include(m_rasters.back().FindExtent());
+        return;
+    default:
+        break;
+    }
+    if (options.cloudCellSize) {
+        LoadElevations(GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
+        return;
+    }
+    m_clouds.emplace_back(OpenPointCloud(file));
+    m_extent.Include(m_clouds.back().Cloud().extent);
+}
+
+void Scene::LoadElevations(ElevationGrid grid, const std::filesystem::path& file, bool flat) {
+    if (flat) {
+        m_rasters.emplace_back(MakeElevationRaster(grid), file.wstring(), false);
+        m_extent.Include(m_rasters.back().FindExtent());
+        return;
+    }
+    m_surfaces.emplace_back(std::move(grid));
+    m_extent.Include(m_surfaces.back().Grid().FindExtent());
+}
+
+void Scene::CollectFeatureLabels(const std::string& property) {
+    if (property.empty()) {
+        return;
+    }
+    m_labels = CollectLabels(m_layers, property);
+    if (!m_labels.empty()) {
+        return;
+    }
+    std::string known;
+    for (const std::string& name : ListProperties(m_layers)) {
+        known += known.empty() ? name : ", " + name;
+    }
+    throw std::runtime_error("No feature has a property " + QuoteForMessage(property) + "; " +
+                             (known.empty() ? "none of them has any" : "there are: " + known));
+}
+
 std::size_t Scene::CountPoints() const {
     std::size_t count = 0;
-    for (const ColoredCloud& colored : m_clouds) {
-        count += colored.cloud.Count();
+    for (const CloudLayer& cloud : m_clouds) {
+        count += cloud.Cloud().Count();
     }
     return count;
 }
@@ -58,6 +112,14 @@ std::size_t Scene::CountCells() const {
     std::size_t count = 0;
     for (const Surface& surface : m_surfaces) {
         count += surface.Grid().CountCellsWithData();
+    }
+    return count;
+}
+
+std::size_t Scene::CountPixels() const {
+    std::size_t count = 0;
+    for (const RasterLayer& raster : m_rasters) {
+        count += raster.CountPixels();
     }
     return count;
 }
@@ -99,47 +161,60 @@ void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
     view.SetBackgroundColor(g_background, true);
     view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
     SetUpCamera(view, navigator);
-    DrawContent(view);
+    DrawContent(view, navigator.VisibleArea(), navigator.UnitsPerPixel());
 }
 
 void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
     view.SetBackgroundColor(g_background, true);
     view.SetUpViewport(0, 0, widthPixels, heightPixels);
     SetUpCamera(view, navigator);
-    DrawContent(view);
+    // On a relief an area would have to bend with it, where its triangles are flat.
+    DrawContent(view, m_surfaces.empty() ? m_extent : Extent(), 0.0);
 }
 
 void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
-    for (ColoredCloud& colored : m_clouds) {
-        view.DeleteVBO(colored.buffer);
-        colored.bufferContext = nullptr;
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.ReleaseGLObjects(view);
     }
 }
 
-/// Draws everything with the camera that is set up.
-void Scene::DrawContent(KTR::COpenGLView& view) {
+/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;
+/// `unitsPerPixel` is the scale of a map, 0 in perspective.
+void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel) {
     SetUpSun(view);
     view.Scale(1.0, 1.0, m_exaggeration);
 
+    // Pictures are the ground below everything.
+    view.Disable(GL_DEPTH_TEST);
+    const double lowestZ = m_extent.low.z - m_origin.z;
+    for (const RasterLayer& raster : m_rasters) {
+        raster.Draw(view, m_origin, lowestZ, unitsPerPixel);
+    }
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
     for (const Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
     }
-    for (ColoredCloud& colored : m_clouds) {
-        DrawCloud(view, colored);
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.Draw(view, m_origin, m_pointSizePixels);
     }
-    // Outlines lie on top of everything, whatever their elevation.
+    // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
+    if (m_fillOpacity > 0.0) {
+        const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
+        const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
+        for (const VectorLayer& layer : m_layers) {
+            FillPolygons(view, layer, area, opacity, onTheGround);
+        }
+    }
     for (const VectorLayer& layer : m_layers) {
-        DrawLayer(view, layer);
+        DrawOutlines(view, layer);
     }
 }
 
 void Scene::ColorAllClouds() {
-    for (ColoredCloud& colored : m_clouds) {
-        colored.colors = ColorPoints(colored.cloud, m_colorMode);
-        colored.isBufferOld = true;
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.Color(m_colorMode);
     }
 }
 
@@ -166,60 +241,7 @@ void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator)
     view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
 }
 
-void Scene::DrawCloud(KTR::COpenGLView& view, ColoredCloud& colored) const {
-    view.PointSize(static_cast<float>(m_pointSizePixels));
-    if (DrawsWithPrograms(view) && colored.cloud.Count() <= g_mostPointsInBuffer) {
-        DrawCloudFromBuffer(view, colored);
-        return;
-    }
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
-    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (std::size_t index = 0; index < colored.cloud.Count(); ++index) {
-        const Position& position = colored.cloud.positions[index];
-        const Rgb& color = colored.colors[index];
-        view.AddIndex3DVertexRGBA(position.x - m_origin.x, position.y - m_origin.y, position.z - m_origin.z, color.red,
-                                  color.green, color.blue, 255);
-    }
-    view.EndArraysAndDisableClientState();
-}
-
-/// A cloud does not change from frame to frame: it is handed over once and stays where the graphics card draws from.
-void Scene::DrawCloudFromBuffer(KTR::COpenGLView& view, ColoredCloud& colored) const {
-    const HGLRC context = view.GetContextRecord(view.GetCurrentContextType()).renderingContext;
-    if (colored.bufferContext != context) {
-        // The context was made anew, and the old buffer went with the old one.
-        colored.buffer = {};
-        colored.bufferContext = context;
-    } else if (colored.isBufferOld) {
-        view.DeleteVBO(colored.buffer);
-    }
-    colored.isBufferOld = false;
-    const bool isFilled = colored.buffer.vertexBytes != 0;
-    const std::vector<KTR::GLDrawGeometry> geometry =
-        isFilled ? std::vector<KTR::GLDrawGeometry>() : MakeGeometry(colored);
-    view.InitializeVBO(GL_POINTS, KTR::GLShaderPoint, colored.buffer, geometry.data(), geometry.size());
-    view.DrawArrays(GL_POINTS, static_cast<int>(colored.cloud.Count()), colored.buffer, nullptr);
-    view.EndVBOArraysAndDisableClientState();
-}
-
-std::vector<KTR::GLDrawGeometry> Scene::MakeGeometry(const ColoredCloud& colored) const {
-    std::vector<KTR::GLDrawGeometry> geometry(colored.cloud.Count());
-    for (std::size_t index = 0; index < geometry.size(); ++index) {
-        const Position& position = colored.cloud.positions[index];
-        const Rgb& color = colored.colors[index];
-        KTR::GLDrawGeometry& vertex = geometry[index];
-        vertex.x = static_cast<float>(position.x - m_origin.x);
-        vertex.y = static_cast<float>(position.y - m_origin.y);
-        vertex.z = static_cast<float>(position.z - m_origin.z);
-        vertex.r = color.red;
-        vertex.g = color.green;
-        vertex.b = color.blue;
-        vertex.a = 255;
-    }
-    return geometry;
-}
-
-void Scene::DrawLayer(KTR::COpenGLView& view, const VectorLayer& layer) const {
+void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {
     view.LineWidth(g_outlineWidthPixels);
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
     for (const VectorFeature& feature : layer.features) {
@@ -253,16 +275,20 @@ void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode
     view.EndArrays();
 }
 
-/// A vertex of an outline: on the relief where there is one, elsewhere at half the scene's height. Elevations of the
-/// layer's own are not used; most layers have none, and others hold 0.
-void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
+/// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
+/// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
+Position Scene::OnTheGround(const Position& position) const {
     double elevation = g_noElevation;
     for (const Surface& surface : m_surfaces) {
         elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
     }
     const double z = std::isnan(elevation) ? 0.0 : elevation - m_origin.z;
-    view.AddIndex3DVertexRGBA(position.x - m_origin.x, position.y - m_origin.y, z, g_outline.red, g_outline.green,
-                              g_outline.blue, 255);
+    return {position.x - m_origin.x, position.y - m_origin.y, z};
+}
+
+void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
+    const Position place = OnTheGround(position);
+    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, g_outline.red, g_outline.green, g_outline.blue, 255);
 }
 
 } // namespace OrrinViewer

@@ -23,17 +23,28 @@ namespace OrrinViewer {
 
 void SaveScreenshot(KTR::COpenGLView& view, int widthPixels, int heightPixels, const std::filesystem::path& path) {
     constexpr int channels = 3;
+    constexpr std::size_t channelsKept = 4;
+    const HDC deviceContext = view.GetContextRecord(view.GetCurrentContextType()).deviceContext;
+    if (FAILED(view.SaveBackingStore(deviceContext, view.GetCurrentContextType(), GL_BACK, 0, 0, widthPixels,
+                                     heightPixels))) {
+        throw FileError(path, "the frame for the screenshot could not be read");
+    }
+    const unsigned char* kept = view.GetRGBABackingStore();
     const int rowBytes = widthPixels * channels;
-    std::vector<unsigned char> pixels(static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(heightPixels));
-    view.ReadBuffer(GL_BACK);
-    view.PixelStore(GL_PACK_ALIGNMENT, 1);
-    view.ReadPixels(0, 0, widthPixels, heightPixels, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
+    const std::size_t count = static_cast<std::size_t>(widthPixels) * static_cast<std::size_t>(heightPixels);
+    std::vector<unsigned char> pixels;
+    pixels.reserve(count * channels);
+    for (std::size_t pixel = 0; pixel < count; ++pixel) {
+        // What is left over from blending in the alpha channel is of no use in a picture.
+        const unsigned char* color = kept + pixel * channelsKept;
+        pixels.insert(pixels.end(), color, color + channels);
+    }
 
     std::ofstream file(path, std::ios::binary);
     const auto write = [](void* context, void* data, int size) {
         static_cast<std::ofstream*>(context)->write(static_cast<const char*>(data), size);
     };
-    // OpenGL's rows come from the bottom up.
+    // The rows come from the bottom up.
     const unsigned char* topRow =
         pixels.data() + static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(heightPixels - 1);
     const bool encoded =

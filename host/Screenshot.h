@@ -6,7 +6,8 @@
 
 namespace OrrinViewer {
 
-/// Saves the view's back buffer as a PNG file. Throws FileError when the file cannot be written.
+/// Saves the view's back buffer as a PNG file, by way of the frame that the view keeps. Throws FileError when the file
+/// cannot be written.
 void SaveScreenshot(KTR::COpenGLView& view, int widthPixels, int heightPixels, const std::filesystem::path& path);
 
 } // namespace OrrinViewer

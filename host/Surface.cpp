@@ -40,16 +40,6 @@ void SwitchTwoLights(KTR::COpenGLView& view, bool on) {
     }
 }
 
-std::vector<double> ElevationsWithData(const ElevationGrid& grid) {
-    std::vector<double> elevations;
-    for (const double elevation : grid.elevations) {
-        if (!std::isnan(elevation)) {
-            elevations.push_back(elevation);
-        }
-    }
-    return elevations;
-}
-
 } // namespace
 
 bool DrawsWithPrograms(const KTR::COpenGLView& view) {

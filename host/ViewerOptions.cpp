@@ -21,12 +21,19 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::vector<std::string> files;
     std::string screenshot;
     ColorMode colorMode = ColorMode::Recorded;
+    MapUnits units = MapUnits::Metres;
+    std::vector<double> area;
 
-    CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid) and vector outlines (GeoJSON).",
+    CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
+                 "JPEG) and vectors "
+                 "(GeoJSON).",
                  "OrrinViewer");
-    app.footer("Mouse: wheel zooms, dragging pans, or turns the 3-D view. Keys: V switches between map and 3-D view, C "
-               "the colouring, + and - the point size, Home shows "
-               "everything, Esc ends.");
+    app.footer(
+        "Mouse: wheel zooms, dragging pans, or turns the 3-D view; on the map Shift and dragging shows a rectangle "
+        "larger, Ctrl and dragging measures. Keys: M lets every dragging measure, V switches between map and 3-D view, "
+        "C "
+        "the colouring, + and - the point size, Home shows "
+        "everything, Esc ends.");
     app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
     app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
@@ -44,16 +51,32 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     app.add_option("--grid", options.cloudCellSize,
                    "Shows clouds as a shaded relief of cells of this size, in the file's units")
         ->check(CLI::PositiveNumber);
+    app.add_flag("--flat", options.flat, "Shows elevations as a coloured picture below everything, not as a relief");
+    app.add_option("--fill", options.fillPercent, "Fills areas; how opaque in percent")->check(CLI::Range(0.0, 100.0));
+    app.add_option("--labels", options.labelProperty, "Labels features with this property");
+    app.add_option("--font", options.font, "Font family of all texts");
+    app.add_option("--font-size", options.fontPoints, "Its size in points")->check(CLI::Range(6, 72));
+    app.add_flag("--plain", options.plain, "Leaves out coordinates, scale bar and north arrow");
+    const CLI::Option* unitsOption =
+        app.add_option("--units", units, "metres or degrees, for lengths; otherwise what the coordinates look like")
+            ->transform(CLI::CheckedTransformer(
+                std::map<std::string, MapUnits>{{"metres", MapUnits::Metres}, {"degrees", MapUnits::Degrees}}));
+    app.add_option("--area", area, "What the map shows first: west,south,east,north")->delimiter(',')->expected(4);
+    app.add_option("--windows", options.windows, "Number of windows on the same data")->check(CLI::Range(1, 8));
     app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels")->check(CLI::Range(1.0, 64.0));
     app.add_option("--width", options.widthPixels, "Width of the window in pixels")->check(CLI::Range(64, 8192));
     app.add_option("--height", options.heightPixels, "Height of the window in pixels")->check(CLI::Range(64, 8192));
     app.add_option("--frames", options.frames, "Ends after so many frames")->check(CLI::Range(1, 1'000'000));
-    app.add_option("--screenshot", screenshot, "Saves the last frame as a PNG file and ends");
+    app.add_option("--screenshot", screenshot,
+                   "Saves the last frame as a PNG file and ends; of further windows too, with -2, -3, ... in the name");
 
     // The parser takes the arguments from the back.
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);
+        if (!area.empty() && !(area[0] < area[2] && area[1] < area[3])) {
+            throw CLI::ValidationError("--area", "west must be below east, south below north");
+        }
     } catch (const CLI::ParseError& error) {
         result.exitCode = app.exit(error);
         return result;
@@ -63,6 +86,12 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     if (colorOption->count() > 0) {
         options.colorMode = colorMode;
+    }
+    if (unitsOption->count() > 0) {
+        options.units = units;
+    }
+    if (!area.empty()) {
+        options.area = Extent{{area[0], area[1], 0.0}, {area[2], area[3], 0.0}};
     }
     if (!screenshot.empty()) {
         options.screenshot = PathFromUtf8(screenshot);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Extent.h"
+#include "MapTicks.h"
 #include "SceneColors.h"
 
 #include <filesystem>
@@ -30,6 +32,15 @@ struct ViewerOptions {
     Camera camera = Camera::Map;
     double exaggeration = 1.0;           ///< of heights
     std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
+    bool flat = false;                   ///< elevations are shown as pictures, not as surfaces
+    double fillPercent = 0.0;            ///< opacity of filled areas
+    std::string labelProperty;           ///< UTF-8; empty: no labels
+    std::string font = "Arial";          ///< UTF-8, a family that the system knows
+    int fontPoints = 10;
+    bool plain = false;            ///< without coordinates, scale bar and north arrow
+    std::optional<MapUnits> units; ///< not set: degrees where the coordinates look like them
+    std::optional<Extent> area;    ///< what the map shows first; not set: everything
+    int windows = 1;
     int widthPixels = 1200;
     int heightPixels = 800;
     int frames = 0; ///< 0: until the window is closed

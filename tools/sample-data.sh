@@ -5,7 +5,7 @@
 #   town_parcels.geojson   census tracts of Olinda, Brazil (UTM zone 25 south, metres)
 #   town_terrain.ply       elevations of the same place in the same system, one point per cell of 90 m
 #   town_terrain.asc       the same elevations as an ESRI ASCII grid
-#   town_image.tif         six bands of a Landsat 7 scene of the same place
+#   town_image.png, .wld   the same place from Landsat 7, in its natural colours, and where it lies
 #   counties.geojson       the counties of North Carolina (degrees)
 #   coastlines.geojson     the world's coastlines, generalised (degrees)
 source "$(dirname "$0")/common.sh"
@@ -52,7 +52,9 @@ convert_samples() {
     to_geojson town_parcels "$r/sf/shape/olinda1.shp" -t_srs EPSG:31985
     gdal_translate -q -of XYZ "$r/stars/tif/olinda_dem_utm25s.tif" /vsistdout/ | points_to_ply >"$samples/town_terrain.ply"
     gdal_translate -q -of AAIGrid "$r/stars/tif/olinda_dem_utm25s.tif" "$samples/town_terrain.asc"
-    cp "$r/stars/tif/L7_ETMs.tif" "$samples/town_image.tif"
+    # Three of the six bands; most of their values are in the lower half of the range.
+    gdal_translate -q -of PNG -co WORLDFILE=YES -b 3 -b 2 -b 1 -scale 25 140 0 255 \
+        "$r/stars/tif/L7_ETMs.tif" "$samples/town_image.png"
 
     to_geojson counties "$r/sf/shape/nc.shp"
     to_geojson coastlines "$unpacked/usr/share/cartopy/data/shapefiles/gshhs/c/GSHHS_c_L1.shp"

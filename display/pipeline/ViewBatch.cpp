@@ -107,6 +107,28 @@ void COpenGLView::KeepBatchVertices(int count) {
     m_batch.strayIndices = std::min(m_batch.strayIndices, count);
 }
 
+/// The adds of the tessellator. Its fans and strips are as long as the polygon wants, so unlike a host's they go on
+/// behind a full batch: a fan with its centre and the last vertex, a strip with the last two.
+void COpenGLView::AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+                                      unsigned char a) {
+    if (const int count = m_batch.batchVertexCount; count > kBatchCapacity) {
+        FlushArrays();
+        GLDrawGeometry* vertices = m_batch.batchVertexPointer;
+        if (m_batch.batchPrimitiveMode == GL_TRIANGLE_FAN) {
+            vertices[1] = vertices[count - 1];
+            m_batch.batchVertexCount = 2;
+        } else if (m_batch.batchPrimitiveMode == GL_TRIANGLE_STRIP) {
+            // Every second triangle of a strip is turned around. The batch held an odd number of vertices, so the next
+            // triangle is such a one; the doubled vertex, a triangle without area, makes it one here too.
+            vertices[0] = vertices[count - 2];
+            vertices[1] = vertices[count - 2];
+            vertices[2] = vertices[count - 1];
+            m_batch.batchVertexCount = 3;
+        }
+    }
+    AddIndex3DVertexRGBA(x, y, z, r, g, b, a);
+}
+
 void COpenGLView::DrawBatch(int count) {
     if (DrawsWithPrograms()) {
         // A triangle that starts at the last record reaches two records past a segment. What does not fit goes into the

@@ -223,6 +223,7 @@ int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRender
     if (kind != type && renderingContext && m_contexts[type].renderingContext == renderingContext) {
         // Two records now name one context; only the one that created it deletes it.
         record.borrowedContext = true;
+        record.fixedFunctionOnly = m_contexts[type].fixedFunctionOnly;
         record.functionsPending = record.functionsPending || !record.glCement;
     }
     record.deviceContext = deviceContext;
@@ -357,11 +358,14 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     } else {
         ShareGroup::Remove(context);
         if (!ShareGroup::AnyMember()) {
-            // The programs and font textures, if there still are some, go with the last context that has them.
+            // Programs, font textures and cached textures, if there still are some, go with the last context that has
+            // them.
             DeleteFontTextures(false);
             m_gShaderSet = ShaderSet{};
             m_gStockProgramsTried = false;
+            ForgetTextureGroup(nullptr);
         }
+        ForgetTextureGroup(context);
         result = wglDeleteContext(context);
         if (releasedDeviceContext) {
             ReleaseDC(window, releasedDeviceContext);
@@ -437,6 +441,7 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
         if (type == GLContextMain) {
+            DeleteKeptFrameTextures();
             const CriticalSectionLock lock(m_gcsOpenGLConstructor);
             LeaveStockPrograms(true);
         }
@@ -461,6 +466,7 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
     const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
     if (mayDelete) {
         CurrentGL()->glUseProgram(0);
+        DeleteTexturesAndSamplers();
         DeleteShaderSet(m_gShaderSet);
     }
     DeleteFontTextures(mayDelete);
@@ -473,6 +479,7 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
 /// current any more; then its objects are left to go with it.
 void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
+    ForgetKeptFrameOf(type);
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
         return;
     }
@@ -480,7 +487,8 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;
-    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || (isMaster && m_gStockProgramsTried)) {
+    const bool holdsFrame = m_keptFrame.colorTexture != 0;
+    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || holdsFrame || (isMaster && m_gStockProgramsTried)) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
         const GLRenderingContextTypes previousType = m_currentContext;
@@ -489,8 +497,10 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         const bool current =
             record.glCement && (wasCurrent || (WindowFromDC(record.deviceContext) &&
                                                wglMakeCurrent(record.deviceContext, record.renderingContext)));
+        record.current = record.current || current;
         if (current) {
             DeleteAttributeBuffers();
+            DeleteKeptFrameTextures();
         }
         LeaveStockPrograms(current);
         SelectRecord(previousType);
@@ -501,6 +511,15 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         LeaveStockPrograms(false);
     }
     m_batch.ring = GLVBO{};
+    m_textureRequest.activeTexture = 0;
+    m_textureRequest.activeSampler = 0;
+    m_textureRequest.textureSampler = 0;
+    m_requestedTexture.texture = 0;
+    m_requestedTexture.sampler = 0;
+    m_keptFrame.colorTexture = 0;
+    m_keptFrame.colorSampler = 0;
+    m_keptFrame.depthTexture = 0;
+    m_keptFrame.depthSampler = 0;
     record.vertexArrays = {};
     record.boundProgram = 0;
     record.contextNumber = 0;

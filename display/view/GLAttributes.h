@@ -36,8 +36,11 @@ struct GLAttributes {
     float pointSize = 0.0F;
     float textureTransparency = 0.0F; ///< 0 (invisible) to 1
     unsigned char textTransparency = 0;
-    int noDataIsTransparent = 0;   ///< boolean
-    int applyNoDataColor = 0;      ///< boolean
+    int noDataIsTransparent = 0; ///< boolean
+    int applyNoDataColor = 0;    ///< boolean
+    bool noDataMarked = false;   ///< images have pixels without data, of the colour `noDataMarker`
+    GLRGBAColor noDataMarker{};
+    GLRGBAColor noDataPaint{};     ///< what they show where they are not transparent
     std::array<int, 4> viewport{}; ///< x, y, width, height in window pixels
     float imageContrast = 0.0F;
     float imageBrightness = 0.0F;

@@ -92,6 +92,7 @@ void COpenGLView::Initialize() {
     m_backingStore = BackingStore{};
     LoadCurrentGLBuffers();
     m_textureRequest = TextureRequest{};
+    m_requestedTexture = GLTextureObject{};
     if (!m_owned.tesselator) {
         m_owned.tesselator = new (std::nothrow) GLTesselator(this);
     }
@@ -198,6 +199,7 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
         m_labels[index] = other.m_labels[index];
     }
     m_textureRequest = other.m_textureRequest;
+    m_requestedTexture = other.m_requestedTexture;
     m_tesselator = other.m_tesselator;
     m_loadNewTexture[0] = other.m_loadNewTexture[0];
     m_loadNewTexture[1] = other.m_loadNewTexture[1];

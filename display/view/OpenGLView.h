@@ -23,8 +23,10 @@ class logger;
 
 namespace KTR {
 
+struct ImageRows;
 struct TextExtent;
 struct TextFrame;
+struct TileSpan;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -51,7 +53,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  11. Programs and buffers      display/pipeline/ViewShaders.cpp, ViewBinding.cpp, ViewUniforms.cpp
 ///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewTurnedText.cpp, ViewRasterText.cpp
-///  14. Textures and images       display/images/ViewTextures.cpp
+///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Kept frames               display/images/ViewBackingStore.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same picture:
@@ -614,13 +616,146 @@ public:
     /// Deletes the lists and clears the name.
     void DeleteFont(unsigned int& listBase);
 
-    // ---- 14. Textures and images. Implemented in ViewTextures.cpp
+    // ---- 14. Textures and images
+    // The cache of raster textures, which all views share. Implemented in ViewTextures.cpp
 
+    /// Looks for a texture in the cache. Where it is, true: `out` is its entry, it is the requested texture and, with
+    /// `makeActive`, the active one. Where it is not, false: the host loads the texture (LoadGLImage) and hands it over
+    /// (AddRequestedTexture). It is there when the first entry of this name is of an image of the same size and holds
+    /// the region asked for, borders included. With the cache switched off, and for a null name, nothing is ever there.
+    ///
+    /// \param factor           bytes of the request = factor × bytesPerGroup × textureWidth × textureHeight
+    /// \param xMin,yMin,xMax,yMax  region of the image: first and last columns and rows
+    /// \param scale            stored with the entry
+    /// \param recordRequest    keeps the request for AddRequestedTexture; without it nothing is found
+    /// \param deleteOnMismatch an entry of this name that does not fit is removed, GL objects included
+    /// \param missFlagA,missFlagB  become the load-new-texture flags on a miss, unless a misfit is kept
+    /// \param out              not null; null where there is no entry of this name, or none any more
+    bool RequestTextureFromCache(const wchar_t* name, int imageWidth, int imageHeight, int factor, int bytesPerGroup,
+                                 int textureWidth, int textureHeight, int xMin, int yMin, int xMax, int yMax,
+                                 double scale, double unused1, double unused2, bool recordRequest,
+                                 bool deleteOnMismatch, bool makeActive, bool missFlagA, bool missFlagB,
+                                 GLTextureObject** out);
+    /// Adds the texture that the last request was about; the cache then owns the GL names. With the cache switched off
+    /// nothing is added, the result is S_OK and the names stay the host's.
+    long AddRequestedTexture(unsigned int texture, unsigned int sampler, GLTextureObject** out);
+    /// Makes the requested texture the active one, the one that Draw2DTextureOnQuadrilateral draws. E_INVALIDARG when
+    /// it has no texture name, or, on fixed-function contexts, no sampler name.
+    long MakeRequestedTextureActive();
+    const GLTextureObject& GetRequestedTexture() const { return m_requestedTexture; }
+    unsigned int GetActiveTexture() const { return m_textureRequest.activeTexture; }
+    unsigned int GetActiveSampler() const { return m_textureRequest.activeSampler; }
+    /// Whether the host has to load a new texture; two flags whose difference is the host's affair.
+    void SetLoadNewTextureFlag(bool a, bool b);
+    void GetLoadNewTextureFlag(bool& a, bool& b) const;
+    /// The cache's entry at a position of its list; null where there is none.
+    GLTextureObject* GetTextureObjectAtPosition(POSITION position) const;
+    /// Removes the first entry of this name with its GL objects. E_INVALIDARG when there is none that this context can
+    /// delete.
+    long DeleteTextureFromCache(const wchar_t* name);
+    /// Removes entries from the head of the list, with their GL objects, until no more than `maximumBytes` are left.
+    /// Call it with a context current, between frames. E_FAIL when more are left: what other share groups hold can be
+    /// deleted there only.
+    long LimitTextureCache(unsigned long long maximumBytes);
+    /// Empties the cache. GL objects that the current context can reach are deleted.
+    void DeleteDisplayTextureCache();
+    /// Queues a sampler that cannot be deleted now because no context of its group is current; 0 is passed over.
+    void AddSamplerNameToDeleteStack(unsigned int sampler);
+    /// Deletes the queued samplers. Without a current context of the share group they stay queued.
+    void DeleteSamplerNameStack();
+    /// Empties the cache and deletes the queued samplers, before the share group's last context goes.
+    void DeleteTexturesAndSamplers();
     /// Deletes a texture and a sampler of the current context's share group and clears both names; 0 is passed over.
     /// Without a current context the names stay as they are.
     void DeleteTextureAndSamplerNames(unsigned int& texture, unsigned int& sampler);
 
+    // Images: loading and drawing. Implemented in ViewImages.cpp
+    // Row 0 of an image is its lower row, at texture coordinate t = 0.
+
+    /// Loads an image into a texture, and leaves it bound to `textureUnit` (with its sampler, on a 4.x context). The
+    /// active unit is GL_TEXTURE0 afterwards; the pixel-store state is as before.
+    ///
+    /// \param textureUnit   GL_TEXTURE0 and up
+    /// \param format        what a pixel is: GL_RGB, GL_RGBA, GL_BGR, GL_BGRA, GL_LUMINANCE, GL_LUMINANCE_ALPHA,
+    ///                      GL_ALPHA, GL_RED in bytes, GL_DEPTH_COMPONENT in floats from 0 to 1
+    /// \param width,height  pixels
+    /// \param rowAlignment  each row begins at a multiple of this many bytes from the first: 1, 2, 4 or 8
+    /// \param filter        GL_NEAREST or GL_LINEAR; beyond its edges the image goes on with its outermost pixels
+    /// \param pixels        null leaves the contents open
+    /// \param texture       0 makes a texture; a texture of the current share group is filled anew
+    /// \param sampler       on a 4.x context as `texture`; elsewhere it stays as it is
+    /// \return S_OK; E_INVALIDARG for what is not listed here and for sizes that are not positive or exceed
+    ///         GetContextMaxTextureSize; E_FAIL without a current context; E_OUTOFMEMORY. On failure nothing is made.
+    long LoadGLImage(unsigned int textureUnit, unsigned int format, int width, int height, int rowAlignment,
+                     unsigned int filter, const void* pixels, unsigned int& texture, unsigned int& sampler);
+    /// As LoadGLImage to GL_TEXTURE0, for images of bytes, with the treatment of pixels without data
+    /// (DrawSetupNoDataColor).
+    long LoadRasterImage(unsigned int format, int width, int height, int rowAlignment, unsigned int filter,
+                         const void* pixels, unsigned int& texture, unsigned int& sampler);
+    /// Draws an image of bytes over a rectangle in model coordinates: row 0 along `bottom`, column 0 along `left`.
+    /// Exchange `bottom` and `top` for an image whose row 0 is its upper row. An image that exceeds the largest texture
+    /// is drawn in tiles; the seams do not show. Everything that is drawn textured obeys the texture transparency and
+    /// is blended by its alpha; an open batch is discarded, and no program is bound afterwards. Results as LoadGLImage.
+    long DrawImage(double left, double bottom, double right, double top, double z, unsigned int format, int width,
+                   int height, int rowAlignment, unsigned int filter, const void* pixels);
+    /// Draws a texture over a quadrilateral: 4 corners in order around it, in model coordinates, and their 4 texture
+    /// coordinates (null: the whole texture, its lower left at the first corner, counter-clockwise). It is drawn as two
+    /// triangles that meet between the first and third corner; cut what is no parallelogram into small pieces.
+    /// E_INVALIDARG for no texture and no corners.
+    long DrawTexturedQuadrilateral(unsigned int texture, unsigned int sampler, const PointXYZ* corners,
+                                   const GLTexCoords* coordinates);
+    /// The same with the active texture of the cache.
+    long Draw2DTextureOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
+    /// What images drawn or loaded from now on show where a pixel has exactly the colour `marker`: nothing, or the
+    /// colour `paint`. Before the first call no colour is a marker.
+    void DrawSetupNoDataColor(const GLRGBColor& marker, const GLRGBColor& paint);
+    /// True (as at the start): pixels without data are transparent; false: they are painted.
+    void DrawSetupNoDataIsTransparent(bool on);
+    /// False shows such pixels as they are.
+    void DrawSetupApplyNoDataColor(bool on);
+
     // ---- 15. Kept frames. Implemented in ViewBackingStore.cpp
+    // A view keeps one finished frame, so that an overlay (a rubber band, a cursor) is drawn over it again and again
+    // without drawing the scene.
+
+    /// Makes room for a frame of `width` × `height` pixels; never less than for 1024 × 768, and what is large enough
+    /// already stays as it is, contents included. S_OK, or E_OUTOFMEMORY, after which there is no store.
+    long AllocateBackingStore(int width, int height);
+    /// The saved colours: 4 bytes (red, green, blue, alpha) a pixel, rows of the saved width without padding, lower
+    /// row first. Null without a store. The view owns it; it stays until the store grows or is deleted. To read only:
+    /// what a 4.x context puts back is its own copy.
+    unsigned char* GetRGBABackingStore() const;
+    /// Capacity of that, at least what the frame takes.
+    unsigned __int64 GetRGBABackingStoreSizeInBytes() const;
+    /// Frees the store and deletes its textures if a context that has them is current, else they go with the next save
+    /// or the context.
+    void DeleteBackingStore();
+    /// Makes the context `type` current on `deviceContext` and keeps a rectangle of its `readBuffer` (the legacy
+    /// context's is the front buffer): the colours, and on a 4.x context the depths. `x` and `y` in window pixels from
+    /// the lower left. A zero size keeps nothing and changes nothing; results are S_OK, E_INVALIDARG for a negative
+    /// size, E_FAIL when there is no such context to make current, and E_OUTOFMEMORY. State is as before afterwards.
+    long SaveBackingStore(HDC deviceContext, GLRenderingContextTypes type, unsigned int readBuffer, int x, int y,
+                          int width, int height);
+    /// Puts a part of the kept frame back into the current context's draw buffer, to the pixel: `width` × `height`
+    /// pixels of the frame from (`x`, `y`), both from its lower left, to (`rasterX`, `rasterY`) in window pixels,
+    /// rounded to whole ones. What lies outside the frame, or outside the part of the window that `window...` gives
+    /// (pixels from the lower left), is left out.
+    ///
+    /// Nothing is put back when the window has another size than when the frame was kept, when another context is
+    /// current, or without a frame; `clear` clears all the same, so that a host sees a background instead of a frame
+    /// that no longer fits. An open batch is discarded. State is as before afterwards, with no program in use.
+    ///
+    /// \param format       GL_RGBA, the only format that is kept; any other puts nothing back
+    /// \param sizeInBytes  bytes of the frame that the host means, 4 a pixel; a frame of another size is not put
+    ///                     back. 0 takes any
+    /// \param clear        first clears colour and depth to the background, as Clear does: where the scissor test is
+    ///                     on, only its box
+    /// \param depth        puts the depths back too, so that later drawing is hidden by the scene as before. Only on a
+    ///                     4.x context; elsewhere the depth buffer is left alone
+    /// \param frontBuffer  draws into what is on the screen instead of the back buffer; the legacy context always does
+    void RestoreBackingStore(unsigned int format, unsigned long sizeInBytes, float rasterX, float rasterY, int x, int y,
+                             int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
+                             bool clear, bool depth, bool frontBuffer);
 
     // ---- Class-wide members
 
@@ -700,10 +835,57 @@ private:
     void Uniform4f(int location, const glm::vec4& value);
     void Uniform4fv(int location, const float* values);
 
+    const void* TextureGroup() const;
+    void DeleteCachedTexture(GLTextureObject* entry, POSITION position);
+    bool TakeFromCache(const GLTextureObject& entry, bool makeActive);
+    void DeleteCachedTexturesOfGroup();
+    static void ForgetTextureGroup(const void* shareGroup);
+
+    long UploadImage(const ImageRows& rows, unsigned int textureUnit, unsigned int filter, unsigned int& texture,
+                     unsigned int& sampler);
+    bool FillTexture(const ImageRows& rows, unsigned int filter);
+    void SetUpSampler(unsigned int sampler, unsigned int filter);
+    long LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool pads, unsigned int filter,
+                  unsigned int& texture, unsigned int& sampler);
+    long DrawTiles(const ImageRows& image, double modelWidth, double modelHeight, unsigned int filter);
+    void DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool padded, double modelWidth,
+                  double modelHeight);
+    bool HasContext() const;
+    struct ImageDrawing;
+    ImageDrawing BeginImageDrawing(const glm::dvec3& origin, unsigned int texture, unsigned int sampler);
+    void DrawQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
+    void EndImageDrawing(const ImageDrawing& before);
+    void SetMatrices(const glm::dmat4& projection, const glm::dmat4& modelview);
+
     static void NumberSegments(GLVBO& vbo);
     void ReleaseRingFences();
     void DrawBatch(int count);
     void DrawBatchFromRing(int start, int count);
+
+    struct DrawingState;
+    /// A rectangle of the kept frame and the window pixel of its lower left corner.
+    struct FramePart {
+        int sourceX = 0;
+        int sourceY = 0;
+        int width = 0;
+        int height = 0;
+        int targetX = 0;
+        int targetY = 0;
+    };
+    void FreeBackingStore();
+    void ForgetKeptFrameOf(GLRenderingContextTypes type);
+    void DeleteKeptFrameTextures();
+    long KeepFrame(int x, int y, int width, int height);
+    bool FrameFits(unsigned long sizeInBytes) const;
+    void DrawFrameWithPrograms(const FramePart& part, bool depth);
+    void DrawFrameWithFixedFunctions(const FramePart& part);
+    DrawingState KeepDrawingState();
+    void ReturnDrawingState(const DrawingState& state);
+    void BindTextureUnit(unsigned int unit, unsigned int texture, unsigned int sampler);
+
+    friend class GLTesselator;
+    void AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+                             unsigned char a);
 
     inline int NextBatchSlot();
     inline void CountBatchVertices(int slot);
@@ -741,8 +923,24 @@ private:
         unsigned char* rgba = nullptr;   ///< malloc
         unsigned char* second = nullptr; ///< malloc
     };
+    /// What the backing store holds, and what it was taken from. A copy of a view has no such frame.
+    struct KeptFrame {
+        int width = 0;
+        int height = 0;
+        int windowWidth = 0; ///< client size when it was kept
+        int windowHeight = 0;
+        HGLRC context = nullptr; ///< where it was drawn; null when there is no frame
+        bool depth = false;      ///< the depths are kept too
+        unsigned int colorTexture = 0;
+        unsigned int colorSampler = 0;
+        unsigned int depthTexture = 0;
+        unsigned int depthSampler = 0;
+    };
     struct TextureRequest {
-        unsigned int names[14] = {};
+        bool requested = false; ///< a texture was asked of the cache
+        unsigned int activeTexture = 0;
+        unsigned int activeSampler = 0;  ///< of fixed-function contexts
+        unsigned int textureSampler = 0; ///< what programs read the active texture through
         unsigned int shaderTexture = 0;
         unsigned int shaderSampler = 0;
     };
@@ -764,8 +962,10 @@ private:
     VertexBatchState m_batch;
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
+    KeptFrame m_keptFrame;
     CString m_name; ///< given to the creation calls
     TextureRequest m_textureRequest;
+    GLTextureObject m_requestedTexture;
     GLTesselator* m_tesselator = nullptr;
     bool m_loadNewTexture[2] = {};
     bool m_redrawNeeded = true;

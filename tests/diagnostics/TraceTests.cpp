@@ -1,25 +1,10 @@
+#include "support/TextSink.h"
 #include "support/ViewFixture.h"
 
 #include <spdlog/logger.h>
-#include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
-#include <mutex>
-#include <string>
-
 namespace {
-
-/// Keeps the texts of the records that it gets.
-class TextSink : public spdlog::sinks::base_sink<std::mutex> {
-public:
-    std::vector<std::string> texts;
-
-protected:
-    void sink_it_(const spdlog::details::log_msg& message) override {
-        texts.emplace_back(message.payload.data(), message.payload.size());
-    }
-    void flush_() override {}
-};
 
 class Trace : public FreshProcessTest {
 protected:

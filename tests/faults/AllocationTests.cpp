@@ -1,16 +1,16 @@
 // The library's sources linked into this program, where malloc can be made to fail.
 
+#include "FailingAllocation.h"
 #include "support/TextFixture.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
 #include <cstddef>
+#include <cstdio>
 
 namespace {
 
-std::size_t g_failingSize = 0;
-int g_failures = 0;
 int g_live = 0; ///< allocated and not freed
 
 /// Whose memory it is: the C library's serves this library, the process's heap serves FreeType.
@@ -19,7 +19,7 @@ int g_asked[2] = {};               ///< allocations since the test set it to 0
 int g_failingNumber[2] = {-1, -1}; ///< the one of them that fails
 
 bool Fails(Memory memory, std::size_t size) {
-    const bool fails = g_asked[memory]++ == g_failingNumber[memory] || (size != 0 && size == g_failingSize);
+    const bool fails = g_asked[memory]++ == g_failingNumber[memory] || HasFailingSize(size);
     g_failures += fails ? 1 : 0;
     return fails;
 }
@@ -29,19 +29,20 @@ void* Counted(void* memory) {
     return memory;
 }
 
-/// Fails every allocation of one size while it lives.
-class FailingAllocation {
-public:
-    explicit FailingAllocation(std::size_t size) {
+/// Runs `operation` again and again, while its first allocation fails, its second, ... until it needs no more of them.
+/// `judge` is told what each run gave.
+template <typename Operation, typename Judge> void FailEachAllocation(Operation operation, Judge judge) {
+    int failing = 0;
+    do {
         g_failures = 0;
-        g_failingSize = size;
-    }
-    ~FailingAllocation() { g_failingSize = 0; }
-    FailingAllocation(const FailingAllocation&) = delete;
-    FailingAllocation& operator=(const FailingAllocation&) = delete;
-
-    int Failures() const { return g_failures; }
-};
+        g_asked[OwnMemory] = 0;
+        g_failingNumber[OwnMemory] = failing++;
+        const auto result = operation();
+        g_failingNumber[OwnMemory] = -1;
+        judge(result, g_failures != 0);
+    } while (g_failures != 0 && failing < 1'000);
+    EXPECT_GT(failing, 1) << "it allocates";
+}
 
 using Allocation = FreshProcessTest;
 
@@ -92,6 +93,43 @@ TEST_F(Allocation, ViewWithoutATesselatorLivesAndDies) {
     EXPECT_EQ(view->GetTesselator(), nullptr);
     TestWindow window;
     view->ShutDownOpenGLContexts(window.Window());
+}
+
+// A cache that runs out of memory tells so and keeps its books right.
+TEST_F(Allocation, TextureCacheKeepsItsBooks) {
+    LiveView live;
+    COpenGLViewTextureManager& cache = COpenGLView::m_gRasterTextureManager;
+    GLTextureObject* entry = nullptr;
+    const auto request = [&] {
+        return live->RequestTextureFromCache(L"a name that no string holds in itself", 8, 8, 1, 4, 8, 8, 0, 0, 7, 7,
+                                             1.0, 0, 0, true, true, true, true, true, &entry);
+    };
+    FailEachAllocation(request, [](bool hit, bool) { EXPECT_FALSE(hit); });
+    FailEachAllocation([&] { return live->AddRequestedTexture(5, 0, &entry); },
+                       [&](long result, bool failed) {
+                           EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK);
+                           EXPECT_EQ(entry != nullptr, !failed);
+                           EXPECT_EQ(cache.GetTextureCacheSize(), failed ? 0U : 256U);
+                           EXPECT_EQ(cache.GetCount(), failed ? 0 : 1);
+                       });
+    FailEachAllocation([&] { return cache.MakeTextureNewest(entry); },
+                       [&](long result, bool failed) { EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK); });
+    EXPECT_TRUE(request());
+    EXPECT_EQ(cache.DeleteTextureObjects(), S_OK);
+    FailEachAllocation([&] { return live->AddSamplerNameToDeleteStack(7), 0; }, [](int, bool) {});
+    EXPECT_EQ(COpenGLView::m_gcaSamplersForWindowToDelete.GetSize(), 1);
+    COpenGLView::m_gcaSamplersForWindowToDelete.RemoveAll();
+}
+
+TEST_F(Allocation, ImageThatFindsNoMemoryLeavesNoTexture) {
+    LiveView live;
+    std::vector<unsigned char> image(static_cast<std::size_t>(64) * 64, 50);
+    live->DrawSetupNoDataColor({1, 1, 1}, {2, 2, 2});
+    FailEachAllocation(
+        [&] { return live->DrawImage(0, 0, 64, 64, 0, GL_LUMINANCE, 64, 64, 1, GL_NEAREST, image.data()); },
+        [&](long result, bool failed) { EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK); });
+    EXPECT_EQ(live.At(32, 32), (Pixel{50, 50, 50, 255}));
+    EXPECT_EQ(live->GetError(), 0U);
 }
 
 using FontAllocation = FontTest;
@@ -215,6 +253,12 @@ extern "C" void* __wrap_realloc(void* memory, std::size_t size) {
 extern "C" void __wrap_free(void* memory) {
     g_live -= memory ? 1 : 0;
     __real_free(memory);
+}
+
+extern "C" std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file);
+
+extern "C" std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file) {
+    return g_sparedWrites >= 0 && g_sparedWrites-- == 0 ? 0 : __real_fwrite(data, size, count, file);
 }
 
 // FreeType takes its memory from the process's heap, through the pointers of the import table.

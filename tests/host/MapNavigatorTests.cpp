@@ -62,4 +62,18 @@ TEST(MapNavigator, PanMovesTheMapWithTheMouse) {
     EXPECT_GT(navigator.PositionAt(0, 0).y, navigator.PositionAt(0, 99).y) << "north is up";
 }
 
+// Zooming by a drawn rectangle: all of it shows, in the middle, whatever its shape.
+TEST(MapNavigator, ShownAreaFillsTheWindowOneWay) {
+    MapNavigator navigator;
+    navigator.Resize(300, 200);
+    navigator.Fit(Box(0, 0, 1000, 1000));
+    navigator.Show(Box(100, 100, 100, 100));
+    EXPECT_DOUBLE_EQ(navigator.VisibleArea().Center().x, 500) << "a click is no rectangle";
+    navigator.Show(Box(100, 100, 130, 200));
+    EXPECT_DOUBLE_EQ(navigator.VisibleArea().low.y, 100);
+    EXPECT_DOUBLE_EQ(navigator.VisibleArea().high.y, 200);
+    EXPECT_DOUBLE_EQ(navigator.PixelAt({115, 150, 0}).x, 150);
+    EXPECT_DOUBLE_EQ(navigator.PixelAt({115, 200, 0}).y, 0);
+}
+
 } // namespace

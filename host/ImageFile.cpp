@@ -1,0 +1,78 @@
+#include "ImageFile.h"
+
+#include "FileError.h"
+#include "InputFile.h"
+
+#define STB_IMAGE_IMPLEMENTATION
+#define STB_IMAGE_STATIC
+#define STBI_NO_STDIO
+#define STBI_ONLY_PNG
+#define STBI_ONLY_JPEG
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+#pragma GCC diagnostic ignored "-Wshadow"
+#pragma GCC diagnostic ignored "-Wunused-function"
+#endif
+#include <stb_image.h>
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
+#include <limits>
+#include <memory>
+#include <string>
+
+namespace OrrinViewer {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+bool BeginsLikeTiff(std::string_view beginning) {
+    return beginning.starts_with("II*\0"sv) || beginning.starts_with("MM\0*"sv);
+}
+
+struct FreePixels {
+    void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
+};
+
+std::vector<std::uint8_t> ReadBytes(CInputFile& file) {
+    if (file.Size() > std::numeric_limits<int>::max()) {
+        file.Fail("is larger than the two gigabytes that an image file may have");
+    }
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(file.Size()));
+    file.Read(bytes);
+    return bytes;
+}
+
+} // namespace
+
+bool BeginsLikeImage(std::string_view beginning) {
+    return beginning.starts_with("\x89PNG\r\n\x1A\n"sv) || beginning.starts_with("\xFF\xD8\xFF"sv) ||
+           BeginsLikeTiff(beginning);
+}
+
+RasterImage ReadImageFile(const std::filesystem::path& path) {
+    CInputFile file(path);
+    const std::vector<std::uint8_t> bytes = ReadBytes(file);
+    if (BeginsLikeTiff({reinterpret_cast<const char*>(bytes.data()), bytes.size()})) {
+        file.Fail("is a TIFF image, which is not read; convert it to PNG with a world file, for example by "
+                  "gdal_translate -of PNG -co WORLDFILE=YES");
+    }
+    constexpr int channels = 4;
+    RasterImage image;
+    int channelsInFile = 0;
+    const std::unique_ptr<stbi_uc, FreePixels> pixels(stbi_load_from_memory(
+        bytes.data(), static_cast<int>(bytes.size()), &image.width, &image.height, &channelsInFile, channels));
+    if (!pixels) {
+        // The reason may quote the file.
+        file.Fail("is a damaged image or none at all: " + QuoteForMessage(stbi_failure_reason()));
+    }
+    const std::size_t size = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * channels;
+    image.rgba.assign(pixels.get(), pixels.get() + size);
+    return image;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,100 @@
+#include "support/RecordedFixture.h"
+
+namespace {
+
+class KeptFrames : public RecordedTest {
+protected:
+    KeptFrames() {
+        driver.SetVersionText("4.6.0 NVIDIA 551.23");
+        live = std::make_unique<LiveView>();
+        driver.ForbidFixedFunction(0, true);
+    }
+    ~KeptFrames() override {
+        live.reset();
+        EXPECT_EQ(driver.LeakReport(), "");
+    }
+    long Save(int width = 100, int height = 90) {
+        return live->view->SaveBackingStore(live->window.DeviceContext(), GLContextMain, GL_BACK, 0, 0, width, height);
+    }
+    void Restore() {
+        live->view->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, 100, 90, 0, 0, 128, 128, false, true, false);
+    }
+    unsigned int Names() const {
+        return driver.LiveObjects(DriverObject::Texture) * 10 + driver.LiveObjects(DriverObject::Sampler);
+    }
+    std::unique_ptr<LiveView> live;
+};
+
+// An overlay is kept and put back all day long: its two textures are made once, and go.
+TEST_F(KeptFrames, TexturesAreMadeOnceAndDeleted) {
+    EXPECT_EQ(Save(), S_OK);
+    EXPECT_EQ(Names(), 22U);
+    EXPECT_EQ(Save(128, 128), S_OK);
+    driver.StartJournal();
+    Restore();
+    driver.StopJournal();
+    EXPECT_EQ(driver.Journal("glDrawArrays").size(), 1U);
+    EXPECT_EQ(driver.CallCount("glGenTextures"), 2U);
+    EXPECT_EQ(Names(), 22U);
+    live->view->DeleteBackingStore();
+    EXPECT_EQ(Names(), 0U);
+    EXPECT_EQ(Save(), S_OK);
+    live->view->MakeNull();
+    live->view->DeleteBackingStore();
+    EXPECT_EQ(Names(), 22U) << "nothing can be deleted without a context";
+    live->view->MakeCurrent(GLContextMain);
+    driver.StartJournal();
+    Restore();
+    EXPECT_TRUE(driver.Journal("glDrawArrays").empty()) << "the frame is gone all the same";
+    EXPECT_EQ(Save(), S_OK);
+    EXPECT_EQ(Names(), 22U);
+}
+
+// Whichever way the context goes, the textures go with it (the fixture looks for what is left).
+TEST_F(KeptFrames, ContextTakesTheTexturesAlong) {
+    EXPECT_EQ(Save(), S_OK);
+    live->view->RecreateContext(true, live->window.DeviceContext(), L"again");
+    EXPECT_EQ(Names(), 0U);
+    driver.StartJournal();
+    Restore();
+    EXPECT_TRUE(driver.Journal("glDrawArrays").empty());
+    EXPECT_EQ(Save(), S_OK);
+    live->view->DeleteContext(L"without shut-down", GLContextMain);
+    EXPECT_EQ(Names(), 0U);
+}
+
+struct DriverFault {
+    const char* name;
+    const char* function;
+    std::uint32_t nth;
+    long result;
+};
+
+class KeptFrameFaults : public KeptFrames, public testing::WithParamInterface<DriverFault> {};
+
+// A driver that runs out of something keeps no half a frame: nothing is put back, and the next save works.
+TEST_P(KeptFrameFaults, LeaveNoFrameAndNoNames) {
+    driver.FailCall(GetParam().function, GetParam().nth);
+    EXPECT_EQ(Save(), GetParam().result);
+    driver.StartJournal();
+    Restore();
+    EXPECT_TRUE(driver.Journal("glDrawArrays").empty());
+    driver.StopJournal();
+    live->view->MakeCurrent(GLContextMain);
+    EXPECT_EQ(Save(), S_OK);
+    driver.StartJournal();
+    Restore();
+    EXPECT_EQ(driver.Journal("glDrawArrays").size(), 1U);
+    EXPECT_EQ(Names(), 22U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, KeptFrameFaults,
+                         testing::Values(DriverFault{"NoColorTexture", "glGenTextures", 1, E_OUTOFMEMORY},
+                                         DriverFault{"NoDepthTexture", "glGenTextures", 2, E_OUTOFMEMORY},
+                                         DriverFault{"NoSampler", "glGenSamplers", 1, E_OUTOFMEMORY},
+                                         DriverFault{"NoRoomForColors", "glTexImage2D", 1, E_OUTOFMEMORY},
+                                         DriverFault{"NoRoomForDepths", "glTexImage2D", 2, E_OUTOFMEMORY},
+                                         DriverFault{"NotCurrent", "wglMakeCurrent", 1, E_FAIL}),
+                         [](const auto& fault) { return fault.param.name; });
+
+} // namespace
