@@ -1,6 +1,9 @@
 #include "support/CoveragePicture.h"
 #include "support/FontFile.h"
 
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
 #include <cmath>
 #include <functional>
 
@@ -98,6 +101,35 @@ INSTANTIATE_TEST_SUITE_P(
                     FontCase{"large", L"arial", 36, false, false, L"Qg"},
                     FontCase{"not_in_the_font", L"arial", 12, false, false, L"a\u4e2d\u6587\xD83D\xDE00\xDC00z"}),
     [](const auto& tested) { return std::string(tested.param.name); });
+
+// Pairs of capitals stand too far apart without it. The second drawing takes the distances from where the first kept
+// them.
+TEST_F(TextPictures, KernedPairsMoveTogether) {
+    FontParameters request = FontRequest(L"arial", 24);
+    ASSERT_EQ(View().SetUpNewFont(request), S_OK);
+    ASSERT_EQ(COpenGLView::m_gFontManager.DoesCurrentFontHaveKerning(), 1);
+    for (int time = 0; time < 2; ++time) {
+        live->Clear();
+        DrawOn(View(), L"AVAV", 10.0, 40.0);
+        const Picture apart = ExpectedText(L"AVAV", 10, 40);
+        const Picture drawn = Taken();
+        const auto rightmost = [](const Picture& picture) {
+            int right = 0;
+            for (int y = 0; y < kHeight; ++y) {
+                for (int x = 0; x < kWidth; ++x) {
+                    right = picture.At(x, y) == kBlack ? right : std::max(right, x);
+                }
+            }
+            return right;
+        };
+        FT_Vector kerning{};
+        const FT_Face face = COpenGLView::m_gFontManager.GetCurrentFontFace();
+        FT_Get_Kerning(face, FT_Get_Char_Index(face, L'A'), FT_Get_Char_Index(face, L'V'), FT_KERNING_DEFAULT,
+                       &kerning);
+        EXPECT_LT(kerning.x, 0);
+        EXPECT_EQ(rightmost(drawn) - rightmost(apart), 3 * (kerning.x >> 6)) << "drawing " << time;
+    }
+}
 
 using Drawing = std::function<void(COpenGLView&)>;
 struct GoldenCase {
