@@ -9,6 +9,7 @@
 
 #include <OrrinDisplay.h>
 
+#include <GL/glext.h>
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -150,9 +151,18 @@ int main(int argumentCount, char** arguments) {
         std::fprintf(stderr, "The null driver is not loaded; start this with ORRIN_DLL_OVERRIDES=opengl32=n,b.\n");
         return 1;
     }
+    // The shader files of the build tree.
+    CString folder;
+    GetExecutablePath(folder);
+    SetEnvironmentVariableW(L"CommonProgramFiles", (std::wstring(folder) + L"..\\common").c_str());
     StandIn driver;
     driver.SetVersionText("4.6.0 NVIDIA 551.23");
     driver.NullDriver(true);
+    // A driver that does nothing has to be told that the programs were built.
+    driver.SetIntegerAnswer("glGetShaderiv", GL_COMPILE_STATUS, 1);
+    driver.SetIntegerAnswer("glGetProgramiv", GL_LINK_STATUS, 1);
+    driver.SetReturnValue("glCreateShader", 1, 1'000'000, 1);
+    driver.SetReturnValue("glCreateProgram", 1, 1'000'000, 1);
     benchmark::Initialize(&argumentCount, arguments);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -4,6 +4,7 @@
 #include "../view/OpenGLView.h"
 #include "FontFiles.h"
 #include "FontManager.h"
+#include "KerningCache.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
@@ -13,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <type_traits>
 
@@ -164,6 +166,7 @@ void CFTGLFontAtlas::InitializeObject() {
     m_rawTexture = nullptr;
     m_library = nullptr;
     m_face = nullptr;
+    m_kerning = nullptr;
     m_path.Empty();
     m_parameters = FontParameters{};
 }
@@ -174,6 +177,8 @@ void CFTGLFontAtlas::FreeDataStructures() {
 }
 
 void CFTGLFontAtlas::ReleaseFontLibrary() {
+    delete m_kerning;
+    m_kerning = nullptr;
     if (m_face) {
         FT_Done_Face(m_face);
         m_face = nullptr;
@@ -182,6 +187,13 @@ void CFTGLFontAtlas::ReleaseFontLibrary() {
         FT_Done_FreeType(m_library);
         m_library = nullptr;
     }
+}
+
+KTR::KerningCache* CFTGLFontAtlas::GetKerning() {
+    if (!m_kerning && m_face && FT_HAS_KERNING(m_face)) {
+        m_kerning = new (std::nothrow) KTR::KerningCache(m_face);
+    }
+    return m_kerning;
 }
 
 void CFTGLFontAtlas::ReleaseRawTexture() {

@@ -9,6 +9,10 @@ struct FT_LibraryRec_;
 struct FT_FaceRec_;
 
 namespace KTR {
+class KerningCache;
+}
+
+namespace KTR {
 
 /// Result for a file that the look-up found but that is no font.
 inline constexpr long kNotAFontFile = static_cast<long>(0x80548204UL);
@@ -81,6 +85,8 @@ public:
     unsigned char* GetRawTexture() const { return m_rawTexture; }
     /// The open face, or null.
     FT_FaceRec_* GetFontFace() const { return m_face; }
+    /// Kerning of the open face; null when it has none, or when out of memory.
+    KTR::KerningCache* GetKerning();
     /// The request that the atlas was last asked to build.
     FontParameters& GetFontParameters() { return m_parameters; }
     const FontParameters& GetFontParameters() const { return m_parameters; }
@@ -100,6 +106,7 @@ private:
     unsigned char* m_rawTexture = nullptr;      ///< malloc
     FT_LibraryRec_* m_library = nullptr;
     FT_FaceRec_* m_face = nullptr;
+    KTR::KerningCache* m_kerning = nullptr; ///< owned; of m_face, made when first asked for
     FontParameters m_parameters;
     CString m_path;
 };

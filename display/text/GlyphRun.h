@@ -5,13 +5,12 @@
 
 #include "../pipeline/VertexBatch.h"
 #include "../view/OpenGLView.h"
-
-#include <ft2build.h>
-#include FT_FREETYPE_H
+#include "KerningCache.h"
 
 #include <glm/vec2.hpp>
 
 #include <algorithm>
+#include <cstring>
 
 namespace KTR {
 
@@ -19,12 +18,12 @@ inline constexpr int kGlyphVertices = 6;
 
 /// One glyph as it goes into the batch: corners in model coordinates, texture coordinates with t growing downwards.
 struct GlyphQuad {
-    glm::dvec2 lowerLeft;
-    glm::dvec2 lowerRight;
-    glm::dvec2 upperLeft;
-    glm::dvec2 upperRight;
-    double z;
-    double s0, s1, t0, t1;
+    glm::vec2 lowerLeft;
+    glm::vec2 lowerRight;
+    glm::vec2 upperLeft;
+    glm::vec2 upperRight;
+    float z;
+    float s0, s1, t0, t1;
 };
 
 /// What a string covered, relative to its place.
@@ -50,25 +49,24 @@ struct TextFrame {
     glm::dvec2 At(double x, double y) const { return origin + x * along + y * up; }
 };
 
-inline void StoreGlyphVertex(GLDrawGeometry& record, const glm::dvec2& corner, double z, double s, double t) {
-    BatchDetail::StorePosition(record, corner.x, corner.y, z);
-    BatchDetail::StoreTexCoords(record, s, t);
+/// The coordinates go out in pairs: the stores are what a glyph costs.
+inline void StoreGlyphVertex(GLDrawGeometry& record, const glm::vec2& corner, float z, const glm::vec2& texture) {
+    static_assert(sizeof(glm::vec2) == 2 * sizeof(float));
+    std::memcpy(&record.x, &corner, sizeof(corner));
+    record.z = z;
+    std::memcpy(&record.s, &texture, sizeof(texture));
 }
 
-/// Vertex `number` of the two triangles of a quad.
-inline void StoreGlyphVertex(GLDrawGeometry& record, const GlyphQuad& quad, int number) {
-    switch (number) {
-    case 0:
-        return StoreGlyphVertex(record, quad.lowerLeft, quad.z, quad.s0, quad.t1);
-    case 1:
-    case 3:
-        return StoreGlyphVertex(record, quad.lowerRight, quad.z, quad.s1, quad.t1);
-    case 2:
-    case 4:
-        return StoreGlyphVertex(record, quad.upperLeft, quad.z, quad.s0, quad.t0);
-    default:
-        return StoreGlyphVertex(record, quad.upperRight, quad.z, quad.s1, quad.t0);
-    }
+/// The two triangles of a quad.
+inline void StoreGlyphQuad(GLDrawGeometry* records, const GlyphQuad& quad) {
+    const glm::vec2 lowerRight(quad.s1, quad.t1);
+    const glm::vec2 upperLeft(quad.s0, quad.t0);
+    StoreGlyphVertex(records[0], quad.lowerLeft, quad.z, {quad.s0, quad.t1});
+    StoreGlyphVertex(records[1], quad.lowerRight, quad.z, lowerRight);
+    StoreGlyphVertex(records[2], quad.upperLeft, quad.z, upperLeft);
+    StoreGlyphVertex(records[3], quad.lowerRight, quad.z, lowerRight);
+    StoreGlyphVertex(records[4], quad.upperLeft, quad.z, upperLeft);
+    StoreGlyphVertex(records[5], quad.upperRight, quad.z, {quad.s1, quad.t0});
 }
 
 /// Adds a quad to the open batch of triangles. Where the batch ends within it, its first triangle is drawn with this
@@ -77,38 +75,33 @@ inline void AddGlyphQuad(COpenGLView& view, VertexBatchState& batch, const Glyph
     static_assert(kBatchRecords % 3 == 0, "a full batch must end with a whole triangle");
     const int slot = batch.batchVertexCount;
     if (slot <= kBatchRecords - kGlyphVertices) {
-        GLDrawGeometry* records = batch.batchVertexPointer + slot;
-        for (int number = 0; number < kGlyphVertices; ++number) {
-            StoreGlyphVertex(records[number], quad, number);
-        }
+        StoreGlyphQuad(batch.batchVertexPointer + slot, quad);
         batch.batchVertexCount = slot + kGlyphVertices;
         return;
     }
-    for (int number = 0; number < kGlyphVertices; ++number) {
+    GLDrawGeometry vertices[kGlyphVertices];
+    StoreGlyphQuad(vertices, quad);
+    for (const GLDrawGeometry& vertex : vertices) {
         if (batch.batchVertexCount > kBatchCapacity) {
             view.FlushArrays();
         }
-        StoreGlyphVertex(batch.batchVertexPointer[batch.batchVertexCount++], quad, number);
+        StoreGlyphVertex(batch.batchVertexPointer[batch.batchVertexCount++], {vertex.x, vertex.y}, vertex.z,
+                         {vertex.s, vertex.t});
     }
 }
 
 /// Calls `place(glyph, left, bottom)` for each character, with the lower left corner of its quad in pixels from the
 /// start of the string.
 template <typename Place>
-void WalkGlyphs(const FontAtlasGlyphMetrics& font, FT_Face face, const wchar_t* text, Place place) {
-    const bool kerning = FT_HAS_KERNING(face);
+void WalkGlyphs(const FontAtlasGlyphMetrics& font, KerningCache* kerning, const wchar_t* text, Place place) {
     double pen = 0.0;
-    FT_UInt previous = 0;
+    unsigned short previous = 0;
     for (const wchar_t* character = text; *character != L'\0'; ++character) {
         const auto code = static_cast<unsigned short>(*character);
-        if (kerning) {
-            const FT_UInt index = FT_Get_Char_Index(face, code);
-            FT_Vector distance = {};
-            if (character != text && FT_Get_Kerning(face, previous, index, FT_KERNING_DEFAULT, &distance) == 0) {
-                pen += static_cast<double>(distance.x >> 6);
-            }
-            previous = index;
+        if (kerning && previous != 0) {
+            pen += kerning->PixelsBetween(previous, code);
         }
+        previous = code;
         const FontAtlasGlyph& glyph = font.glyphs[font.characterMap[code]];
         place(glyph, pen + glyph.xOffset, glyph.descent);
         pen += glyph.advance;

@@ -17,6 +17,7 @@ struct TextBinding {
     glm::dmat4 modelview{1.0};
     glm::dmat4 projection{1.0};
     std::array<int, 4> viewport{};
+    bool mapsToPixels = true; ///< what the matrices and the viewport come to
     GLRGBAColor color{};
     unsigned char transparency = 0;
     bool operator==(const TextBinding&) const = default;

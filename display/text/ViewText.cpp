@@ -117,27 +117,34 @@ long COpenGLView::DrawFontAtlasText(const wchar_t* text, double x, double y, dou
     frame.z = z;
     const double textScale = GetTextScale();
     outputGlError(L"DrawFontAtlasText: BEFORE BeginArrays");
-    FontAtlasGlyphMetrics* font = m_gFontManager.GetCurrentFontAtlasMetrics();
-    const FontParameters* parameters = m_gFontManager.GetCurrentFontAtlasParameters();
-    const FT_Face face = m_gFontManager.GetCurrentFontFace();
-    if (!font || !parameters || !face) {
+    CFTGLFontAtlas* atlas = m_gFontManager.GetFontAtlas(m_gFontManager.GetCurrentFontIndex());
+    FontAtlasGlyphMetrics* font = atlas ? atlas->GetAtlasMetrics() : nullptr;
+    if (!font || !atlas->GetFontFace()) {
         return E_INVALIDARG;
     }
 
     OpenTextBatch(*font, true);
     TextExtent extent;
-    WalkGlyphs(*font, face, text, [&](const FontAtlasGlyph& glyph, double left, double bottom) {
+    WalkGlyphs(*font, atlas->GetKerning(), text, [&](const FontAtlasGlyph& glyph, double left, double bottom) {
         const double right = left + glyph.width;
         const double top = bottom + glyph.height;
         extent.Include(right, bottom, top);
-        const glm::dvec2 lower(frame.origin.x + left, frame.origin.y + bottom);
-        const glm::dvec2 upper(frame.origin.x + right, frame.origin.y + top);
+        const glm::vec2 lower(frame.origin.x + left, frame.origin.y + bottom);
+        const glm::vec2 upper(frame.origin.x + right, frame.origin.y + top);
         AddGlyphQuad(*this, m_batch,
-                     {lower, {upper.x, lower.y}, {lower.x, upper.y}, upper, z, glyph.s0, glyph.s1, glyph.t0, glyph.t1});
+                     {lower,
+                      {upper.x, lower.y},
+                      {lower.x, upper.y},
+                      upper,
+                      static_cast<float>(z),
+                      static_cast<float>(glyph.s0),
+                      static_cast<float>(glyph.s1),
+                      static_cast<float>(glyph.t0),
+                      static_cast<float>(glyph.t1)});
     });
     CloseTextBatch(*text != L'\0');
     outputGlError(L"DrawFontAtlasText: AFTER  EndArrays");
-    DrawTextLines(*parameters, extent, frame);
+    DrawTextLines(atlas->GetFontParameters(), extent, frame);
     if (textScale != 1.0) {
         PopMatrix(GL_MODELVIEW, L"DrawFontAtlasText");
     }
@@ -207,11 +214,15 @@ TextBinding COpenGLView::BindingForText(const FontAtlasGlyphMetrics& font, bool 
     const MatrixSet& matrices = CurrentMath().Matrices();
     TextBinding binding;
     binding.texture = font.boundTexture;
-    binding.sampler = plainGlyphs && MapsToPixels() ? font.samplerName : 0;
     binding.fontTextures = m_gFontTextures;
     binding.modelview = matrices.modelview;
     binding.projection = matrices.projection;
     binding.viewport = attributes.viewport;
+    const TextBinding& bound = m_text.bound;
+    const bool sameView = binding.modelview == bound.modelview && binding.projection == bound.projection &&
+                          binding.viewport == bound.viewport;
+    binding.mapsToPixels = sameView ? bound.mapsToPixels : MapsToPixels();
+    binding.sampler = plainGlyphs && binding.mapsToPixels ? font.samplerName : 0;
     binding.color = attributes.currentColor;
     binding.transparency = attributes.textTransparency;
     return binding;

@@ -86,10 +86,9 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
     if (project) {
         Project(x, y, z, &x, &y, &z, false);
     }
-    FontAtlasGlyphMetrics* font = m_gFontManager.GetCurrentFontAtlasMetrics();
-    const FontParameters* parameters = m_gFontManager.GetCurrentFontAtlasParameters();
-    const FT_Face face = m_gFontManager.GetCurrentFontFace();
-    if (!font || !parameters || !face) {
+    CFTGLFontAtlas* atlas = m_gFontManager.GetFontAtlas(m_gFontManager.GetCurrentFontIndex());
+    FontAtlasGlyphMetrics* font = atlas ? atlas->GetAtlasMetrics() : nullptr;
+    if (!font || !atlas->GetFontFace()) {
         return E_INVALIDARG;
     }
 
@@ -105,7 +104,7 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
     TextExtent extent;
     const double texelWidth = 1.0 / font->textureWidth;
     const double texelHeight = 1.0 / font->textureHeight;
-    WalkGlyphs(*font, face, characters, [&](const FontAtlasGlyph& glyph, double left, double bottom) {
+    WalkGlyphs(*font, atlas->GetKerning(), characters, [&](const FontAtlasGlyph& glyph, double left, double bottom) {
         const double right = left + glyph.width;
         const double top = bottom + glyph.height;
         extent.Include(right, bottom, top);
@@ -117,12 +116,14 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
                      {frame.At(left - margins.left, bottom - margins.below),
                       frame.At(right + margins.right, bottom - margins.below),
                       frame.At(left - margins.left, top + margins.above),
-                      frame.At(right + margins.right, top + margins.above), z, glyph.s0 - margins.left * texelWidth,
-                      glyph.s1 + margins.right * texelWidth, glyph.t0 - margins.above * texelHeight,
-                      glyph.t1 + margins.below * texelHeight});
+                      frame.At(right + margins.right, top + margins.above), static_cast<float>(z),
+                      static_cast<float>(glyph.s0 - margins.left * texelWidth),
+                      static_cast<float>(glyph.s1 + margins.right * texelWidth),
+                      static_cast<float>(glyph.t0 - margins.above * texelHeight),
+                      static_cast<float>(glyph.t1 + margins.below * texelHeight)});
     });
     CloseTextBatch(*characters != L'\0');
-    DrawTextLines(*parameters, extent, frame);
+    DrawTextLines(atlas->GetFontParameters(), extent, frame);
     return S_OK;
 }
 

@@ -24,7 +24,7 @@ constexpr PoolFault kPoolFaults[] = {{"NoPool", kPoolBytes, 0, 1000, false},
                                      {"FewVertices", kVertexBytes, 500, 1000, false},
                                      {"LastVertex", kVertexBytes, 32'768, 1000, true},
                                      {"NoSecondPool", 2 * kPoolBytes, 0, 40'000, false},
-                                     {"FewVerticesOfTheSecondStep", kVertexBytes, 32'769 + 7000, 40'000, false}};
+                                     {"FewVerticesOfTheSecondStep", kVertexBytes, 32'769 + 1000, 40'000, false}};
 
 // Vertices that there is no memory for are left out; with memory again the next polygon is whole.
 TEST_F(FrameFaults, TesselatorWithoutMemoryLeavesVerticesOut) {

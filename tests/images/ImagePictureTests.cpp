@@ -248,9 +248,9 @@ TEST_F(ImagePictures, NationalGridCoordinatesGiveTheSamePicture) {
     const auto draw = [&](double x, double y) {
         return [&image, x, y](COpenGLView& view) {
             view.MatrixMode(GL_PROJECTION);
-            view.Ortho(x, x + kSide / 4.0, y, y + kSide / 4.0, -1.0, 1.0);
+            view.Ortho(x, x + kSide / 64.0, y, y + kSide / 64.0, -1.0, 1.0);
             view.MatrixMode(GL_MODELVIEW);
-            EXPECT_EQ(view.DrawImage(x + 3.3, y + 4.7, x + 35.3, y + 36.7, 0.0, GL_LUMINANCE, 32, 32, 1, GL_NEAREST,
+            EXPECT_EQ(view.DrawImage(x + 0.21, y + 0.29, x + 2.21, y + 2.29, 0.0, GL_LUMINANCE, 32, 32, 1, GL_NEAREST,
                                      image.data()),
                       S_OK);
         };

@@ -50,11 +50,20 @@ TEST_F(TesselatorCalls, LongFansAndStripsGoOnBehindAFullBatch) {
     for (int step = 0; step <= 40'000; ++step) {
         corner.push_back({100.0 * std::cos(1.57 * step / 40'000), 100.0 * std::sin(1.57 * step / 40'000)});
     }
+    Ring band;
+    for (int step = 0; step <= 40'000; ++step) {
+        band.push_back({step * 0.01, 20.0});
+    }
+    for (int step = 40'000; step >= 0; --step) {
+        band.push_back({step * 0.01 + 0.005, 60.0});
+    }
     driver.StartJournal();
     FillOutline(*live->view, {corner}, kFill);
+    FillOutline(*live->view, {band}, kFill);
     driver.StopJournal();
     const auto draws = driver.Journal("glDrawArrays");
-    bool carried = false;
+    bool fan = false;
+    bool strip = false;
     for (std::size_t index = 1; index < draws.size(); ++index) {
         const DriverCall& before = draws[index - 1];
         if (before.arguments[2] <= static_cast<unsigned>(kBatchCapacity)) {
@@ -66,17 +75,19 @@ TEST_F(TesselatorCalls, LongFansAndStripsGoOnBehindAFullBatch) {
                                        values.begin() + static_cast<std::ptrdiff_t>(number * 3 + 3));
         };
         const std::size_t last = before.arguments[2] - 1;
-        carried = true;
         EXPECT_EQ(draws[index].arguments[0], before.arguments[0]);
         if (before.arguments[0] == GL_TRIANGLE_FAN) {
+            fan = true;
             EXPECT_EQ(vertex(draws[index], 0), vertex(before, 0));
             EXPECT_EQ(vertex(draws[index], 1), vertex(before, last));
         } else if (before.arguments[0] == GL_TRIANGLE_STRIP) {
+            strip = true;
             EXPECT_EQ(vertex(draws[index], 1), vertex(before, last - 1));
             EXPECT_EQ(vertex(draws[index], 2), vertex(before, last));
         }
     }
-    EXPECT_TRUE(carried);
+    EXPECT_TRUE(fan);
+    EXPECT_TRUE(strip);
 }
 
 } // namespace

@@ -1,8 +1,16 @@
 #include "support/CoveragePicture.h"
 #include "support/FontFile.h"
+#include "support/TextSink.h"
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
+#include <spdlog/logger.h>
+#include <spdlog/spdlog.h>
 
 #include <cmath>
 #include <functional>
+#include <iterator>
 
 namespace {
 
@@ -98,6 +106,54 @@ INSTANTIATE_TEST_SUITE_P(
                     FontCase{"large", L"arial", 36, false, false, L"Qg"},
                     FontCase{"not_in_the_font", L"arial", 12, false, false, L"a\u4e2d\u6587\xD83D\xDE00\xDC00z"}),
     [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST_F(TextPictures, StepsOfAStringAreInTheTrace) {
+    const auto sink = std::make_shared<TextSink>();
+    const auto logger = std::make_shared<spdlog::logger>("OrrinLogger", sink);
+    logger->set_level(spdlog::level::trace);
+    COpenGLView::RegisterLogger(logger);
+    DrawOn(View(), L"a", 10.0, 10.0);
+    EXPECT_EQ(View().DrawFontAtlasText(nullptr, 0.0, 0.0, 0.0, false, false), E_INVALIDARG);
+    spdlog::drop("OrrinLogger");
+    std::vector<std::string> steps;
+    std::copy_if(sink->texts.begin(), sink->texts.end(), std::back_inserter(steps), [](const std::string& text) {
+        return text.starts_with("DrawFontAtlas") || text.starts_with("DrawTeardown") || text == "glDrawArrays: AFTER:";
+    });
+    EXPECT_EQ(steps,
+              (std::vector<std::string>{"DrawFontAtlasText: Begin", "DrawFontAtlasText: BEFORE BeginArrays",
+                                        "DrawFontAtlasText: AFTER  EndArrays", "DrawTeardownFontAtlasText BEGIN:",
+                                        "glDrawArrays: AFTER:", "DrawTeardownFontAtlasText",
+                                        "DrawTeardownFontAtlasText END:", "DrawFontAtlasText: Begin"}));
+}
+
+// Pairs of capitals stand too far apart without it. The second drawing takes the distances from where the first kept
+// them.
+TEST_F(TextPictures, KernedPairsMoveTogether) {
+    FontParameters request = FontRequest(L"arial", 24);
+    ASSERT_EQ(View().SetUpNewFont(request), S_OK);
+    ASSERT_EQ(COpenGLView::m_gFontManager.DoesCurrentFontHaveKerning(), 1);
+    for (int time = 0; time < 2; ++time) {
+        live->Clear();
+        DrawOn(View(), L"AVAV", 10.0, 40.0);
+        const Picture apart = ExpectedText(L"AVAV", 10, 40);
+        const Picture drawn = Taken();
+        const auto rightmost = [](const Picture& picture) {
+            int right = 0;
+            for (int y = 0; y < kHeight; ++y) {
+                for (int x = 0; x < kWidth; ++x) {
+                    right = picture.At(x, y) == kBlack ? right : std::max(right, x);
+                }
+            }
+            return right;
+        };
+        FT_Vector kerning{};
+        const FT_Face face = COpenGLView::m_gFontManager.GetCurrentFontFace();
+        FT_Get_Kerning(face, FT_Get_Char_Index(face, L'A'), FT_Get_Char_Index(face, L'V'), FT_KERNING_DEFAULT,
+                       &kerning);
+        EXPECT_LT(kerning.x, 0);
+        EXPECT_EQ(rightmost(drawn) - rightmost(apart), 3 * (kerning.x >> 6)) << "drawing " << time;
+    }
+}
 
 using Drawing = std::function<void(COpenGLView&)>;
 struct GoldenCase {
