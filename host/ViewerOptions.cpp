@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <map>
 
 namespace OrrinViewer {
@@ -11,6 +13,26 @@ namespace {
 
 std::filesystem::path PathFromUtf8(const std::string& text) {
     return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+/// "west,south,east,north". One text rather than four numbers: a list would also take the file names behind it.
+Extent AreaFromText(const std::string& text) {
+    std::vector<double> numbers;
+    for (const std::string& part : CLI::detail::split(text, ',')) {
+        double number = 0.0;
+        const auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), number);
+        if (error != std::errc() || end != part.data() + part.size() || !std::isfinite(number)) {
+            throw CLI::ValidationError("--area", "'" + part + "' is not a number");
+        }
+        numbers.push_back(number);
+    }
+    if (numbers.size() != 4) {
+        throw CLI::ValidationError("--area", "needs four numbers: west,south,east,north");
+    }
+    if (!(numbers[0] < numbers[2] && numbers[1] < numbers[3])) {
+        throw CLI::ValidationError("--area", "west must be below east, south below north");
+    }
+    return {{numbers[0], numbers[1], 0.0}, {numbers[2], numbers[3], 0.0}};
 }
 
 } // namespace
@@ -22,7 +44,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::string screenshot;
     ColorMode colorMode = ColorMode::Recorded;
     MapUnits units = MapUnits::Metres;
-    std::vector<double> area;
+    std::string area;
 
     CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
                  "JPEG) and vectors "
@@ -61,7 +83,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         app.add_option("--units", units, "metres or degrees, for lengths; otherwise what the coordinates look like")
             ->transform(CLI::CheckedTransformer(
                 std::map<std::string, MapUnits>{{"metres", MapUnits::Metres}, {"degrees", MapUnits::Degrees}}));
-    app.add_option("--area", area, "What the map shows first: west,south,east,north")->delimiter(',')->expected(4);
+    app.add_option("--area", area, "What the map shows first: west,south,east,north");
     app.add_option("--windows", options.windows, "Number of windows on the same data")->check(CLI::Range(1, 8));
     app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels")->check(CLI::Range(1.0, 64.0));
     app.add_option("--width", options.widthPixels, "Width of the window in pixels")->check(CLI::Range(64, 8192));
@@ -74,8 +96,8 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);
-        if (!area.empty() && !(area[0] < area[2] && area[1] < area[3])) {
-            throw CLI::ValidationError("--area", "west must be below east, south below north");
+        if (!area.empty()) {
+            options.area = AreaFromText(area);
         }
     } catch (const CLI::ParseError& error) {
         result.exitCode = app.exit(error);
@@ -89,9 +111,6 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     if (unitsOption->count() > 0) {
         options.units = units;
-    }
-    if (!area.empty()) {
-        options.area = Extent{{area[0], area[1], 0.0}, {area[2], area[3], 0.0}};
     }
     if (!screenshot.empty()) {
         options.screenshot = PathFromUtf8(screenshot);

@@ -43,9 +43,12 @@ public:
         delete node;
     }
     void RemoveAll() {
-        while (m_head) {
-            RemoveAt(GetHeadPosition());
+        while (Node* const node = m_head) {
+            m_head = node->next;
+            delete node;
         }
+        m_tail = nullptr;
+        m_count = 0;
     }
 
 private:

@@ -25,9 +25,11 @@ TEST(ViewerOptions, ScreenshotAloneDrawsOneFrame) {
     EXPECT_FALSE(ParseCommandLine({"a.las"}).options.colorMode);
 }
 
-// Western and southern coordinates begin with a minus, like options.
+// Western and southern coordinates begin with a minus, like options; file names may follow.
 TEST(ViewerOptions, AreaOfNegativeDegreesIsRead) {
-    const ParsedCommandLine line = ParseCommandLine({"a.png", "--area", "-84.5,-1,-75,0", "--units", "degrees"});
+    const ParsedCommandLine line =
+        ParseCommandLine({"--units", "degrees", "--area", "-84.5,-1,-75,0", "a.png", "b.png"});
+    EXPECT_EQ(line.options.files.size(), 2U);
     ASSERT_TRUE(line.options.area);
     EXPECT_EQ(line.options.area->low, (Position{-84.5, -1, 0}));
     EXPECT_EQ(line.options.area->high, (Position{-75, 0, 0}));
@@ -41,6 +43,7 @@ TEST(ViewerOptions, WrongOnesEndWithAnErrorAndHelpWithout) {
                                                   {"a.las", "--colour"},
                                                   {"a.las", "--area", "10,0,5,1"},
                                                   {"a.las", "--area", "1,2,3"},
+                                                  {"a.las", "--area", "1,2,3,north"},
                                                   {"a.las", "--width", "12"}}) {
         EXPECT_NE(ParseCommandLine(wrong).exitCode.value_or(0), 0);
     }
