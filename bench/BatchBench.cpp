@@ -1,16 +1,9 @@
 // What one vertex costs a host: the adds, flushes included, on a driver that swallows everything, beside two plain
 // loops that store the same records. Counter "per_vertex" is the figure to read.
 
+#include "BenchView.h"
 #include "OutOfLineStore.h"
 
-#include "driver/DriverControl.h"
-#include "support/TestWindow.h"
-
-#include <OrrinDisplay.h>
-
-#include <benchmark/benchmark.h>
-
-#include <cstdio>
 #include <memory>
 #include <vector>
 
@@ -172,13 +165,5 @@ BENCHMARK(Add3DTriangleVertexRGBA);
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (!StandIn::IsLoaded()) {
-        std::fprintf(stderr, "The null driver is not loaded; start this with ORRIN_DLL_OVERRIDES=opengl32=n,b.\n");
-        return 1;
-    }
-    StandIn driver;
-    driver.NullDriver(true);
-    benchmark::Initialize(&argumentCount, arguments);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return RunOnNullDriver(argumentCount, arguments);
 }

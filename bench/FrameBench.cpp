@@ -3,13 +3,7 @@
 // machine's driver, or, with the stand-in in place of it, on a driver that swallows everything, so that only the
 // caller's cost is left.
 
-#include "driver/DriverControl.h"
-#include "support/TestWindow.h"
-
-#include <OrrinDisplay.h>
-
-#include <GL/glext.h>
-#include <benchmark/benchmark.h>
+#include "BenchView.h"
 
 #include <cstdio>
 #include <cstring>
@@ -64,40 +58,12 @@ const Input* Inputs() {
     return inputs.data();
 }
 
-/// A view on a window of its own that draws through one pipeline.
-class BenchView {
-public:
-    explicit BenchView(bool programs) : m_programs(programs) {
-        Choose();
-        m_view->CreateContext(m_window.DeviceContext(), true, GLContextMain, L"bench", 32, AccelerationHardware);
-        m_view->InitializeOpenGL(m_window.Window());
-    }
-    /// Makes this the view that is measured.
-    COpenGLView& Take() {
-        Choose();
-        m_view->MakeCurrent(GLContextMain);
-        return *m_view;
-    }
-    const COrrinGLCement& Functions() const { return *m_view->GetContextRecord(GLContextMain).glCement; }
-
-private:
-    void Choose() const { COpenGLView::SetOpenGLVersion(m_programs ? 4 : 2, m_programs ? 4 : 0); }
-
-    bool m_programs;
-    TestWindow m_window{256, 256};
-    std::unique_ptr<COpenGLView> m_view = std::make_unique<COpenGLView>();
-};
-
 BenchView& FixedFunctions() {
-    static BenchView view(false);
-    return view;
+    return ViewFor<256, 256>(false);
 }
 
 BenchView& Programs() {
-    // The process's first view settles the pipeline; the other one follows it.
-    FixedFunctions();
-    static BenchView view(true);
-    return view;
+    return ViewFor<256, 256>(true);
 }
 
 void DrawThroughLibrary(COpenGLView& view, const Scene& scene) {
@@ -277,23 +243,6 @@ void RegisterAll() {
     }
 }
 
-/// The stock programs lie beside the build's programs, not where an installation puts them.
-void UseShadersOfTheBuild() {
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::wstring path(program);
-    SetEnvironmentVariableW(L"CommonProgramFiles", (path.substr(0, path.rfind(L'\\')) + L"\\..\\common").c_str());
-}
-
-/// Answers that a driver which does nothing has to be told, so that the programs seem to be built.
-void PretendToBuildPrograms(StandIn& driver) {
-    driver.NullDriver(true);
-    driver.SetIntegerAnswer("glGetShaderiv", GL_COMPILE_STATUS, 1);
-    driver.SetIntegerAnswer("glGetProgramiv", GL_LINK_STATUS, 1);
-    driver.SetReturnValue("glCreateShader", 1, 1'000'000, 1);
-    driver.SetReturnValue("glCreateProgram", 1, 1'000'000, 1);
-}
-
 } // namespace
 
 int main(int argumentCount, char** arguments) {
@@ -301,7 +250,7 @@ int main(int argumentCount, char** arguments) {
     std::unique_ptr<StandIn> driver;
     if (StandIn::IsLoaded()) {
         driver = std::make_unique<StandIn>();
-        PretendToBuildPrograms(*driver);
+        SwallowEverything(*driver);
     }
     std::printf("%s\n", driver ? "Null driver: what the caller costs." : "The machine's driver, everything clipped.");
     benchmark::Initialize(&argumentCount, arguments);

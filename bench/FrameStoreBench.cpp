@@ -1,12 +1,9 @@
 // What an overlay costs: putting a kept frame back against drawing its scene again. And what filled polygons cost:
 // vertices a second through the view's tessellator against GLU alone, whose callbacks do nothing.
 
-#include "support/TestWindow.h"
-
-#include <OrrinDisplay.h>
+#include "BenchView.h"
 
 #include <GL/glu.h>
-#include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <memory>
@@ -21,50 +18,18 @@ constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 constexpr int kPoints = 1'000'000;
 
-/// A view on a window of its own that draws through one pipeline.
-class BenchView {
-public:
-    explicit BenchView(bool programs) : m_programs(programs) {
-        Choose();
-        m_view->CreateContext(m_window.DeviceContext(), true, GLContextMain, L"bench", 32, AccelerationHardware);
-        m_view->InitializeOpenGL(m_window.Window());
-        m_view->SetUpViewport(0, 0, kWidth, kHeight);
-        m_view->MatrixMode(GL_PROJECTION);
-        m_view->Ortho(0.0, kWidth, 0.0, kHeight, -1.0, 1.0);
-    }
-    /// Makes this the view that is measured.
-    COpenGLView& Take() {
-        Choose();
-        m_view->MakeCurrent(GLContextMain);
-        return *m_view;
-    }
-    HDC DeviceContext() const { return m_window.DeviceContext(); }
-
-private:
-    void Choose() const { COpenGLView::SetOpenGLVersion(m_programs ? 4 : 2, m_programs ? 4 : 0); }
-
-    bool m_programs;
-    TestWindow m_window{kWidth, kHeight};
-    std::unique_ptr<COpenGLView> m_view = std::make_unique<COpenGLView>();
-};
-
-BenchView& FixedFunctions() {
-    static BenchView view(false);
-    return view;
-}
-
-BenchView& Programs() {
-    // The process's first view settles the pipeline; the other one follows it.
-    FixedFunctions();
-    static BenchView view(true);
-    return view;
-}
-
 BenchView& ViewFor(bool programs) {
-    return programs ? Programs() : FixedFunctions();
+    return ::ViewFor<kWidth, kHeight>(programs);
+}
+
+void DrawInPixels(COpenGLView& view) {
+    view.SetUpViewport(0, 0, kWidth, kHeight);
+    view.MatrixMode(GL_PROJECTION);
+    view.Ortho(0.0, kWidth, 0.0, kHeight, -1.0, 1.0);
 }
 
 void DrawScene(COpenGLView& view) {
+    DrawInPixels(view);
     view.SetBackgroundColor(RGB(10, 20, 30), true);
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderPoint);
     view.BeginArrays(GL_POINTS, GLShaderPoint);
@@ -124,6 +89,7 @@ const std::vector<PointXY>& Coast(int vertices) {
 
 void BM_FillPolygon(benchmark::State& state, bool programs) {
     COpenGLView& view = ViewFor(programs).Take();
+    DrawInPixels(view);
     const std::vector<PointXY>& coast = Coast(static_cast<int>(state.range(0)));
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderColorPassThrough);
     GLTesselator& tesselator = *view.GetTesselator();
@@ -179,14 +145,6 @@ BENCHMARK_CAPTURE(BM_SaveFrame, programs, true)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GluAlone)->Arg(40)->Arg(1000)->Arg(100'000);
 BENCHMARK_CAPTURE(BM_FillPolygon, fixed_functions, false)->Arg(40)->Arg(1000)->Arg(100'000);
 BENCHMARK_CAPTURE(BM_FillPolygon, programs, true)->Arg(40)->Arg(1000)->Arg(100'000);
-
-/// The stock programs lie beside the build's programs, not where an installation puts them.
-void UseShadersOfTheBuild() {
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::wstring path(program);
-    SetEnvironmentVariableW(L"CommonProgramFiles", (path.substr(0, path.rfind(L'\\')) + L"\\..\\common").c_str());
-}
 
 } // namespace
 

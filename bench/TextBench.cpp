@@ -2,17 +2,9 @@
 // beside them a loop that lays the same glyphs out and adds their six vertices by one call each. Counter "per_glyph" is
 // the figure to read.
 
+#include "BenchView.h"
 #include "OutOfLineStore.h"
 
-#include "driver/DriverControl.h"
-#include "support/TestWindow.h"
-
-#include <OrrinDisplay.h>
-
-#include <GL/glext.h>
-#include <benchmark/benchmark.h>
-
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -147,23 +139,5 @@ BENCHMARK(ShortLabelsFromLists);
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (!StandIn::IsLoaded()) {
-        std::fprintf(stderr, "The null driver is not loaded; start this with ORRIN_DLL_OVERRIDES=opengl32=n,b.\n");
-        return 1;
-    }
-    // The shader files of the build tree.
-    CString folder;
-    GetExecutablePath(folder);
-    SetEnvironmentVariableW(L"CommonProgramFiles", (std::wstring(folder) + L"..\\common").c_str());
-    StandIn driver;
-    driver.SetVersionText("4.6.0 NVIDIA 551.23");
-    driver.NullDriver(true);
-    // A driver that does nothing has to be told that the programs were built.
-    driver.SetIntegerAnswer("glGetShaderiv", GL_COMPILE_STATUS, 1);
-    driver.SetIntegerAnswer("glGetProgramiv", GL_LINK_STATUS, 1);
-    driver.SetReturnValue("glCreateShader", 1, 1'000'000, 1);
-    driver.SetReturnValue("glCreateProgram", 1, 1'000'000, 1);
-    benchmark::Initialize(&argumentCount, arguments);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return RunOnNullDriver(argumentCount, arguments, "4.6.0 NVIDIA 551.23");
 }

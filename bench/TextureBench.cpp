@@ -1,14 +1,8 @@
 // What the cache of raster textures costs a host that asks it for every tile of a frame, by the number of textures that
 // it holds. The driver swallows everything.
 
-#include "driver/DriverControl.h"
-#include "support/TestWindow.h"
+#include "BenchView.h"
 
-#include <OrrinDisplay.h>
-
-#include <benchmark/benchmark.h>
-
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -102,14 +96,7 @@ BENCHMARK(DrawCachedTexture);
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (!StandIn::IsLoaded()) {
-        std::fprintf(stderr, "The null driver is not loaded; start this with ORRIN_DLL_OVERRIDES=opengl32=n,b.\n");
-        return 1;
-    }
-    StandIn driver;
-    driver.NullDriver(true);
-    benchmark::Initialize(&argumentCount, arguments);
-    benchmark::RunSpecifiedBenchmarks();
+    const int result = RunOnNullDriver(argumentCount, arguments);
     Cache().DeleteTextureObjects();
-    return 0;
+    return result;
 }

@@ -1,39 +1,18 @@
 #include "ElevationRaster.h"
 #include "FileTestSupport.h"
 #include "OpenFile.h"
+#include "PngText.h"
 #include "RasterTiles.h"
 #include "WorldFile.h"
 
-#define STB_IMAGE_WRITE_IMPLEMENTATION
-#define STB_IMAGE_WRITE_STATIC
-#define STBI_WRITE_NO_STDIO
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wsign-conversion"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wunused-function"
-#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
-#endif
-#include <stb_image_write.h>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
-
 namespace OrrinViewer {
 namespace {
-
-void Append(void* text, void* data, int size) {
-    static_cast<std::string*>(text)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
-}
 
 /// Red and green above, blue and white below.
 const std::vector<std::uint8_t> g_fourPixels = {250, 0, 0, 0, 250, 0, 0, 0, 250, 255, 255, 255};
 
 std::string FourPixelPng() {
-    std::string content;
-    stbi_write_png_to_func(Append, &content, 2, 2, 3, g_fourPixels.data(), 6);
-    return content;
+    return PngOf(2, 2, g_fourPixels.data());
 }
 
 /// A file beside an image, removed with this.

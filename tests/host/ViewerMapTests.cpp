@@ -1,22 +1,7 @@
 // The viewer as a map: pictures below areas, names, what is around the map, several windows.
 
+#include "PngText.h"
 #include "ViewerProgram.h"
-
-#define STB_IMAGE_WRITE_IMPLEMENTATION
-#define STB_IMAGE_WRITE_STATIC
-#define STBI_WRITE_NO_STDIO
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wsign-conversion"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wunused-function"
-#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
-#endif
-#include <stb_image_write.h>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
 
 #include <array>
 #include <string>
@@ -50,13 +35,8 @@ protected:
                 }
             }
         }
-        std::string content;
-        const auto append = [](void* text, void* data, int size) {
-            static_cast<std::string*>(text)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
-        };
-        stbi_write_png_to_func(append, &content, side, side, 3, pixels.data(), side * 3);
         Write("photo.pgw", "1\n0\n0\n-1\n500000.5\n4500099.5\n");
-        return Write("photo.png", content);
+        return Write("photo.png", PngOf(side, side, pixels.data()));
     }
     /// A square around the middle of that picture with a square hole, its rings in either direction.
     fs::path WriteParcel(bool clockwise) const {
