@@ -4,7 +4,6 @@
 #include "BenchView.h"
 #include "OutOfLineStore.h"
 
-#include <memory>
 #include <vector>
 
 namespace {
@@ -35,18 +34,6 @@ const std::vector<Input>& Inputs() {
         return made;
     }();
     return inputs;
-}
-
-/// A view whose main context is current, kept for all benchmarks.
-COpenGLView& View() {
-    static TestWindow window(256, 256);
-    static const std::unique_ptr<COpenGLView> view = [] {
-        auto made = std::make_unique<COpenGLView>();
-        made->CreateContext(window.DeviceContext(), true, GLContextMain, L"bench", 32, AccelerationHardware);
-        made->InitializeOpenGL(window.Window());
-        return made;
-    }();
-    return *view;
 }
 
 void ReportPerVertex(benchmark::State& state) {

@@ -51,6 +51,18 @@ template <int Width, int Height> BenchView& ViewFor(bool programs) {
     return view;
 }
 
+/// A view on the pipeline that the process settles by itself, its main context current, kept for all benchmarks.
+inline KTR::COpenGLView& View() {
+    static TestWindow window(256, 256);
+    static const std::unique_ptr<KTR::COpenGLView> view = [] {
+        auto made = std::make_unique<KTR::COpenGLView>();
+        made->CreateContext(window.DeviceContext(), true, KTR::GLContextMain, L"bench", 32, KTR::AccelerationHardware);
+        made->InitializeOpenGL(window.Window());
+        return made;
+    }();
+    return *view;
+}
+
 /// The stock programs lie beside the build's programs, not where an installation puts them.
 inline void UseShadersOfTheBuild() {
     CString folder;

@@ -3,7 +3,6 @@
 
 #include "BenchView.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,18 +14,6 @@ constexpr int kTileSide = 256;
 
 COpenGLViewTextureManager& Cache() {
     return COpenGLView::m_gRasterTextureManager;
-}
-
-/// A view whose main context is current, kept for all benchmarks.
-COpenGLView& View() {
-    static TestWindow window(256, 256);
-    static const std::unique_ptr<COpenGLView> view = [] {
-        auto made = std::make_unique<COpenGLView>();
-        made->CreateContext(window.DeviceContext(), true, GLContextMain, L"bench", 32, AccelerationHardware);
-        made->InitializeOpenGL(window.Window());
-        return made;
-    }();
-    return *view;
 }
 
 /// Names as hosts build them: they agree for most of their length.

@@ -5,7 +5,7 @@
 #include <afx.h>
 
 #include <array>
-#include <string>
+#include <memory>
 
 namespace KTR {
 
@@ -17,6 +17,7 @@ inline constexpr int kListCharacters = 256;
 
 /// Characters that the code page lacks become its question mark. `text` must not be null.
 std::array<char, kListTextBytes> NarrowText(const wchar_t* text);
-std::wstring WideText(const char* text);
+/// Null when there is no memory for it.
+std::unique_ptr<wchar_t[]> WideText(const char* text);
 
 } // namespace KTR

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <new>
 
 namespace KTR {
 
@@ -60,11 +61,12 @@ std::array<char, kListTextBytes> NarrowText(const wchar_t* text) {
     return narrow;
 }
 
-std::wstring WideText(const char* text) {
+std::unique_ptr<wchar_t[]> WideText(const char* text) {
     const int size = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
-    std::wstring wide(static_cast<std::size_t>(size), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), size);
-    wide.resize(std::wcslen(wide.c_str()));
+    std::unique_ptr<wchar_t[]> wide(new (std::nothrow) wchar_t[static_cast<std::size_t>(size) + 1]());
+    if (wide) {
+        MultiByteToWideChar(CP_ACP, 0, text, -1, wide.get(), size);
+    }
     return wide;
 }
 
@@ -155,7 +157,7 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
     }
     if (DrawsWithPrograms()) {
         const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
-        DrawFontAtlasText(WideText(text).c_str(), position[0], position[1], position[2], false, false);
+        DrawFontAtlasText(WideText(text).get(), position[0], position[1], position[2], false, false);
         return;
     }
     const COrrinGLCement* gl = CurrentGL();

@@ -76,8 +76,11 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
         return S_OK;
     }
 
-    const std::wstring wide = text ? std::wstring() : WideText(ansiText);
-    const wchar_t* characters = text ? text : wide.c_str();
+    const std::unique_ptr<wchar_t[]> wide = text ? nullptr : WideText(ansiText);
+    const wchar_t* characters = text ? text : wide.get();
+    if (!characters) {
+        return E_OUTOFMEMORY;
+    }
     if (atRasterPosition) {
         x = rasterPosition[0];
         y = rasterPosition[1];
