@@ -49,7 +49,7 @@ def table_header(rows, signatures):
     lines = [
         "#pragma once\n",
         MARK,
-        "\n#include \"../GLTypes.h\"\n",
+        "\n#include \"../../values/GLTypes.h\"\n",
         "\n/// Number of slots in the table of OpenGL entry points, unused ones included.\n",
         f"inline constexpr unsigned kGLEntryPointSlots = {len(rows)};\n",
         "/// Number of slots that are looked up by name.\n",

@@ -1,7 +1,7 @@
 #include "BitmapFile.h"
 
-#include "../platform/GLTypes.h"
 #include "../platform/Notice.h"
+#include "../values/GLTypes.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "ImageRows.h"
 
-#include "../platform/GLTypes.h"
+#include "../values/GLTypes.h"
 
 #include <GL/glext.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../view/BasicTypes.h"
+#include "../values/BasicTypes.h"
 
 #include <cstddef>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "../view/OpenGLView.h"
 
-#include "../platform/GLTypes.h"
+#include "../values/GLTypes.h"
 
 namespace KTR {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../view/GLAttributes.h"
+#include "../values/GLAttributes.h"
 
 #include <glm/mat3x3.hpp>
 #include <glm/mat4x4.hpp>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "../platform/GLTypes.h"
-#include "DrawGeometry.h"
+#include "../values/DrawGeometry.h"
+#include "../values/GLTypes.h"
 
 namespace KTR {
 

@@ -9,7 +9,7 @@
 #include "../platform/VersionPolicy.h"
 #include "../text/FontManager.h"
 #include "../text/TextState.h"
-#include "BasicTypes.h"
+#include "../values/BasicTypes.h"
 #include "RenderingContextRecord.h"
 
 #include <afx.h>

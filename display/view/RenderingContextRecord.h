@@ -1,13 +1,13 @@
 #pragma once
 
-#include "../pipeline/DrawGeometry.h"
 #include "../pipeline/ProgramUniforms.h"
 #include "../pipeline/ShaderData.h"
 #include "../platform/OrrinGLCement.h"
 #include "../text/TextState.h"
-#include "GLAttributes.h"
-#include "MatrixStack.h"
-#include "OpenGLMath.h"
+#include "../values/DrawGeometry.h"
+#include "../values/GLAttributes.h"
+#include "../values/MatrixStack.h"
+#include "../values/OpenGLMath.h"
 
 namespace KTR {
 

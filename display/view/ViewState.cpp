@@ -1,6 +1,6 @@
 #include "OpenGLView.h"
 
-#include "Ring.h"
+#include "../values/BoundedStack.h"
 
 #include <GL/glext.h>
 
@@ -155,12 +155,12 @@ void COpenGLView::LoadCurrentGLState() {
 }
 
 void COpenGLView::PushAttributesOnStack(CircularAttributeStack& stack, const GLAttributes& attributes) {
-    PushOnRing(stack, attributes);
+    PushOnBoundedStack(stack, attributes);
 }
 
 bool COpenGLView::PopAttributesFromStack(CircularAttributeStack& stack, GLAttributes& attributes) {
     const GLAttributes before = CurrentRecord().attributes;
-    if (!PopFromRing(stack, attributes)) {
+    if (!PopFromBoundedStack(stack, attributes)) {
         return false;
     }
     LoadCurrentGLState();

@@ -1,6 +1,6 @@
 #include "GLAttributes.h"
 
-#include "../platform/GLTypes.h"
+#include "GLTypes.h"
 
 #include <GL/glext.h>
 

@@ -1,7 +1,7 @@
 #include "MatrixStack.h"
 
-#include "../platform/GLTypes.h"
-#include "Ring.h"
+#include "BoundedStack.h"
+#include "GLTypes.h"
 
 #include <glm/gtc/type_ptr.hpp>
 
@@ -33,11 +33,11 @@ void InitializeIdentityStackOfMatrices(StackOfMatrices& stacks) {
 }
 
 void PushMatrixOnStack(CircularMatrixStack& stack, const glm::dmat4& matrix) {
-    PushOnRing(stack, matrix);
+    PushOnBoundedStack(stack, matrix);
 }
 
 bool PopMatrixFromStack(CircularMatrixStack& stack, glm::dmat4& matrix) {
-    return PopFromRing(stack, matrix);
+    return PopFromBoundedStack(stack, matrix);
 }
 
 void PushCurrentMatrixOnStack(unsigned int mode, StackOfMatrices& stacks, const glm::dmat4& matrix) {
