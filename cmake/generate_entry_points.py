@@ -2,7 +2,7 @@
 """Writes the typed table of OpenGL entry points from the project's catalogue and the Khronos registry.
 
 The catalogue (display/platform/GLEntryPointCatalogue.tsv) fixes the slot of every name and says which names are
-looked up. The registry (gl.xml, Debian package khronos-api) gives their signatures. The two results are kept in the
+looked up. The registry (gl.xml, Debian package khronos-api) gives their signatures. The results are kept in the
 repository, so that building needs neither Python nor the registry; run this again after a change of the catalogue:
 
     python3 cmake/generate_entry_points.py
@@ -30,18 +30,20 @@ def read_catalogue():
 
 
 def read_signatures(registry):
-    """Maps each command's name to its result type and parameter types, as written in C."""
+    """Maps each command's name to its result type, its parameter types and their names, as written in C."""
     signatures = {}
     for command in ElementTree.parse(registry).getroot().iterfind("commands/command"):
         proto = command.find("proto")
         name = proto.find("name").text
         result = "".join(proto.itertext())[: -len(name)].strip()
         parameters = []
+        names = []
         for param in command.iterfind("param"):
             text = "".join(param.itertext()).strip()
             word = param.find("name").text
             parameters.append(" ".join(text[: text.rindex(word)].split()).replace(" *", "*"))
-        signatures[name] = (result.replace(" *", "*"), parameters)
+            names.append(word)
+        signatures[name] = (result.replace(" *", "*"), parameters, names)
     return signatures
 
 
@@ -68,7 +70,7 @@ def table_header(rows, signatures):
             lines.append(f"    void* unusedSlots{first}[{gap}];\n")
             gap = 0
         if name:
-            result, parameters = signatures[name]
+            result, parameters, _ = signatures[name]
             lines.append(f"    {result}(ORRIN_GLAPI* {name})({', '.join(parameters)});\n")
     lines.append("};\n\n")
     lines.append(f"static_assert(sizeof(GLEntryPoints) == kGLEntryPointSlots * sizeof(void*));\n")
@@ -81,14 +83,35 @@ def name_list(rows):
     return "".join(lines)
 
 
+# Functions that only answer change nothing, so the trace has no label for them.
+QUESTIONS = ("glGet", "glIs", "glAreTexturesResident", "glCheckFramebufferStatus", "glClientWaitSync")
+
+
+def calls(rows, signatures):
+    lines = [MARK, "// Members of KTR::GLCalls: each calls the function of its name, and writes the label when that changed something.\n"]
+    for _, name, loaded in rows:
+        if not loaded:
+            continue
+        result, parameters, names = signatures[name]
+        arguments = ", ".join(f"{kind} {word}" for kind, word in zip(parameters, names))
+        passed = "".join(f", {word}" for word in names)
+        label = "" if name.startswith(QUESTIONS) else f'L"{name}: END", '
+        target = "Ask" if name.startswith(QUESTIONS) else "Call"
+        back = "" if result == "void" else "return "
+        lines.append(f"{result} {name}({arguments}) const {{ {back}{target}({label}m_functions->{name}{passed}); }}\n")
+    return "".join(lines)
+
+
 def main():
     arguments = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     arguments.add_argument("--registry", default="/usr/share/khronos-api/gl.xml")
     arguments.add_argument("--check", action="store_true")
     options = arguments.parse_args()
     rows = read_catalogue()
+    signatures = read_signatures(options.registry)
     outputs = {
-        PLATFORM / "generated" / "GLEntryPoints.h": table_header(rows, read_signatures(options.registry)),
+        PLATFORM / "generated" / "GLCallFunctions.inc": calls(rows, signatures),
+        PLATFORM / "generated" / "GLEntryPoints.h": table_header(rows, signatures),
         PLATFORM / "generated" / "GLEntryPointNames.inc": name_list(rows),
     }
     stale = [path for path, text in outputs.items() if not path.exists() or path.read_text() != text]

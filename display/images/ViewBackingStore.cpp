@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include <GL/glext.h>
 
 #include <algorithm>
@@ -56,10 +58,10 @@ Span VisibleSpan(int first, int size, int frameSize, float raster, int windowFir
 /// How rows lie in memory while pixels are read; the former values come back when it goes.
 class PackState {
 public:
-    PackState(COpenGLView& view, const COrrinGLCement* gl, int rowPixels) : m_view(view) {
+    PackState(COpenGLView& view, const GLCalls& gl, int rowPixels) : m_view(view) {
         const GLint wanted[kSettings] = {1, rowPixels, 0, 0};
         for (int index = 0; index < kSettings; ++index) {
-            gl->glGetIntegerv(kNames[index], &m_before[index]);
+            gl.glGetIntegerv(kNames[index], &m_before[index]);
             m_view.PixelStore(kNames[index], wanted[index]);
         }
     }
@@ -249,7 +251,7 @@ long COpenGLView::KeepFrame(int x, int y, int width, int height) {
     frame.depth = false;
     m_backingStore.saved = 0;
     {
-        const PackState rows(*this, CurrentGL(), width);
+        const PackState rows(*this, CallGL(), width);
         ReadPixels(x, y, width, height, GL_RGBA, GL_UNSIGNED_BYTE, m_backingStore.rgba);
         if (DrawsWithPrograms() && record.pixelFormat.cDepthBits != 0) {
             ReadPixels(x, y, width, height, GL_DEPTH_COMPONENT, GL_FLOAT, m_backingStore.second);
@@ -297,17 +299,15 @@ void COpenGLView::DrawFrameWithPrograms(const FramePart& part, bool depth) {
     if (data.program == 0) {
         return; // it could not be built
     }
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     GLRenderingContextRecord& record = CurrentRecord();
     // The quad covers its pixels exactly: one unit is one pixel, and each samples the middle of its own texel.
     SetUpViewport(part.targetX, part.targetY, part.width, part.height);
     CurrentMath().Matrices().projection = COpenGLMath::OrthoMatrix(0.0, part.width, 0.0, part.height, -1.0, 1.0);
     CurrentMath().Matrices().modelview = glm::dmat4(1.0);
     Enable(GL_DEPTH_TEST);
-    gl->glDepthFunc(GL_ALWAYS);
-    outputGlError(L"glDepthFunc: END");
-    gl->glDepthMask(depth && m_keptFrame.depth ? GL_TRUE : GL_FALSE);
-    outputGlError(L"glDepthMask: END");
+    gl.glDepthFunc(GL_ALWAYS);
+    gl.glDepthMask(depth && m_keptFrame.depth ? GL_TRUE : GL_FALSE);
     BindTextureUnit(GL_TEXTURE1, m_keptFrame.depthTexture, m_keptFrame.depthSampler);
     const TextureRequest request = m_textureRequest;
     const bool fillForced = record.fillForced;
@@ -326,13 +326,13 @@ void COpenGLView::DrawFrameWithPrograms(const FramePart& part, bool depth) {
     if (!fillForced) {
         SetPolygonFillMode(GLShaderColorPassThrough);
     }
-    gl->glUseProgram(0);
+    gl.glUseProgram(0);
     record.boundProgram = 0;
 }
 
 /// NOTE: pixels are not textured: a driver of OpenGL 1.1 need not have textures of a window's size.
 void COpenGLView::DrawFrameWithFixedFunctions(const FramePart& part) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     SetUpViewport(part.targetX, part.targetY, part.width, part.height);
     MatrixMode(GL_MODELVIEW);
     LoadIdentity();
@@ -340,60 +340,52 @@ void COpenGLView::DrawFrameWithFixedFunctions(const FramePart& part) {
     Ortho(0.0, part.width, 0.0, part.height, -1.0, 1.0);
     // A quarter of a pixel inside, so that rounding takes the position neither out of the viewport, where nothing would
     // be drawn, nor into the next pixel.
-    gl->glRasterPos2f(0.25F, 0.25F);
-    outputGlError(L"glRasterPos2f: END");
-    gl->glPixelZoom(1.0F, 1.0F);
-    outputGlError(L"glPixelZoom: END");
+    gl.glRasterPos2f(0.25F, 0.25F);
+    gl.glPixelZoom(1.0F, 1.0F);
     PixelStore(GL_UNPACK_ALIGNMENT, 1);
     PixelStore(GL_UNPACK_ROW_LENGTH, m_keptFrame.width);
     PixelStore(GL_UNPACK_SKIP_ROWS, part.sourceY);
     PixelStore(GL_UNPACK_SKIP_PIXELS, part.sourceX);
-    gl->glDrawPixels(part.width, part.height, GL_RGBA, GL_UNSIGNED_BYTE, m_backingStore.rgba);
-    outputGlError(L"glDrawPixels: END");
+    gl.glDrawPixels(part.width, part.height, GL_RGBA, GL_UNSIGNED_BYTE, m_backingStore.rgba);
 }
 
 /// What ReturnDrawingState brings back, in the cache and in OpenGL alike.
 COpenGLView::DrawingState COpenGLView::KeepDrawingState() {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     DrawingState state;
     state.attributes = CurrentRecord().attributes;
     state.matrices = CurrentMath().Matrices();
     if (!DrawsWithPrograms()) {
-        gl->glPushAttrib(GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT | GL_DEPTH_BUFFER_BIT | GL_ENABLE_BIT |
-                         GL_PIXEL_MODE_BIT | GL_TRANSFORM_BIT | GL_VIEWPORT_BIT);
-        outputGlError(L"glPushAttrib: END");
-        gl->glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
-        outputGlError(L"glPushClientAttrib: END");
+        gl.glPushAttrib(GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT | GL_DEPTH_BUFFER_BIT | GL_ENABLE_BIT | GL_PIXEL_MODE_BIT |
+                        GL_TRANSFORM_BIT | GL_VIEWPORT_BIT);
+        gl.glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
         return state;
     }
     for (int index = 0; index < kHindrances; ++index) {
-        state.capabilities[index] = gl->glIsEnabled(kHindrancesOfPrograms[index]) != 0;
+        state.capabilities[index] = gl.glIsEnabled(kHindrancesOfPrograms[index]) != 0;
     }
-    state.depthTest = gl->glIsEnabled(GL_DEPTH_TEST) != 0;
-    gl->glGetIntegerv(GL_DRAW_BUFFER, &state.drawBuffer);
-    gl->glGetIntegerv(GL_DEPTH_FUNC, &state.depthFunction);
-    gl->glGetBooleanv(GL_DEPTH_WRITEMASK, &state.depthMask);
-    gl->glGetIntegerv(GL_ACTIVE_TEXTURE, &state.activeTexture);
+    state.depthTest = gl.glIsEnabled(GL_DEPTH_TEST) != 0;
+    gl.glGetIntegerv(GL_DRAW_BUFFER, &state.drawBuffer);
+    gl.glGetIntegerv(GL_DEPTH_FUNC, &state.depthFunction);
+    gl.glGetBooleanv(GL_DEPTH_WRITEMASK, &state.depthMask);
+    gl.glGetIntegerv(GL_ACTIVE_TEXTURE, &state.activeTexture);
     for (unsigned int unit = 0; unit < 2; ++unit) {
-        gl->glActiveTexture(GL_TEXTURE0 + unit);
-        gl->glGetIntegerv(GL_TEXTURE_BINDING_2D, &state.units[unit].texture);
-        gl->glGetIntegerv(GL_SAMPLER_BINDING, &state.units[unit].sampler);
+        gl.glActiveTexture(GL_TEXTURE0 + unit);
+        gl.glGetIntegerv(GL_TEXTURE_BINDING_2D, &state.units[unit].texture);
+        gl.glGetIntegerv(GL_SAMPLER_BINDING, &state.units[unit].sampler);
     }
-    gl->glActiveTexture(static_cast<GLenum>(state.activeTexture));
-    outputGlError(L"glActiveTexture: END");
+    gl.glActiveTexture(static_cast<GLenum>(state.activeTexture));
     return state;
 }
 
 void COpenGLView::ReturnDrawingState(const DrawingState& state) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     GLRenderingContextRecord& record = CurrentRecord();
     CurrentMath().Matrices() = state.matrices;
     const std::array<int, 4>& viewport = state.attributes.viewport;
     if (!DrawsWithPrograms()) {
-        gl->glPopClientAttrib();
-        outputGlError(L"glPopClientAttrib: END");
-        gl->glPopAttrib();
-        outputGlError(L"glPopAttrib: END");
+        gl.glPopClientAttrib();
+        gl.glPopAttrib();
         LoadCurrentMatrices();
         CurrentMath().SetViewport({viewport[0], viewport[1], viewport[2], viewport[3]});
         MatrixMode(state.attributes.matrixMode);
@@ -401,7 +393,7 @@ void COpenGLView::ReturnDrawingState(const DrawingState& state) {
         return;
     }
     const auto load = [&](GLenum capability, bool on) {
-        if ((gl->glIsEnabled(capability) != 0) != on) {
+        if ((gl.glIsEnabled(capability) != 0) != on) {
             LoadGLState(capability, on ? 1 : 0);
         }
     };
@@ -414,31 +406,25 @@ void COpenGLView::ReturnDrawingState(const DrawingState& state) {
         ReadBuffer(state.attributes.readBuffer);
     }
     GLint drawBuffer = 0;
-    gl->glGetIntegerv(GL_DRAW_BUFFER, &drawBuffer);
+    gl.glGetIntegerv(GL_DRAW_BUFFER, &drawBuffer);
     if (drawBuffer != state.drawBuffer) {
         DrawBuffer(static_cast<unsigned int>(state.drawBuffer));
     }
-    gl->glDepthFunc(static_cast<GLenum>(state.depthFunction));
-    outputGlError(L"glDepthFunc: END");
-    gl->glDepthMask(state.depthMask);
-    outputGlError(L"glDepthMask: END");
+    gl.glDepthFunc(static_cast<GLenum>(state.depthFunction));
+    gl.glDepthMask(state.depthMask);
     for (unsigned int unit = 0; unit < 2; ++unit) {
         BindTextureUnit(GL_TEXTURE0 + unit, static_cast<unsigned int>(state.units[unit].texture),
                         static_cast<unsigned int>(state.units[unit].sampler));
     }
-    gl->glActiveTexture(static_cast<GLenum>(state.activeTexture));
-    outputGlError(L"glActiveTexture: END");
+    gl.glActiveTexture(static_cast<GLenum>(state.activeTexture));
     record.attributes = state.attributes;
 }
 
 void COpenGLView::BindTextureUnit(unsigned int unit, unsigned int texture, unsigned int sampler) {
-    const COrrinGLCement* gl = CurrentGL();
-    gl->glActiveTexture(unit);
-    outputGlError(L"glActiveTexture: END");
-    gl->glBindTexture(GL_TEXTURE_2D, texture);
-    outputGlError(L"glBindTexture: END");
-    gl->glBindSampler(unit - GL_TEXTURE0, sampler);
-    outputGlError(L"glBindSampler: END");
+    const GLCalls gl = CallGL();
+    gl.glActiveTexture(unit);
+    gl.glBindTexture(GL_TEXTURE_2D, texture);
+    gl.glBindSampler(unit - GL_TEXTURE0, sampler);
 }
 
 } // namespace KTR

@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include "ImageRows.h"
 
 #include <GL/glext.h>
@@ -75,10 +77,10 @@ Swizzle SwizzleFor(unsigned int format) {
 /// How pixels are read from memory. The host's settings come back when it goes.
 class UnpackState {
 public:
-    UnpackState(COpenGLView& view, const COrrinGLCement* gl, const ImageRows& rows) : m_view(view) {
+    UnpackState(COpenGLView& view, const GLCalls& gl, const ImageRows& rows) : m_view(view) {
         const int wanted[kSettings] = {rows.rowAlignment, rows.rowLength, 0, 0};
         for (int index = 0; index < kSettings; ++index) {
-            gl->glGetIntegerv(kNames[index], &m_before[index]);
+            gl.glGetIntegerv(kNames[index], &m_before[index]);
             m_now[index] = wanted[index];
             Change(index, m_before[index], m_now[index]);
         }
@@ -114,9 +116,9 @@ NoDataTreatment TreatmentFrom(const GLAttributes& attributes) {
 
 constexpr GLTexCoords kWholeTexture[] = {{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}};
 
-GLint LevelParameter(const COrrinGLCement* gl, GLenum name) {
+GLint LevelParameter(const GLCalls& gl, GLenum name) {
     GLint value = 0;
-    gl->glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, name, &value);
+    gl.glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, name, &value);
     return value;
 }
 
@@ -196,9 +198,10 @@ bool COpenGLView::HasContext() const {
 /// LoadGLImage for a part of an image.
 long COpenGLView::UploadImage(const ImageRows& rows, unsigned int textureUnit, unsigned int filter,
                               unsigned int& texture, unsigned int& sampler) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     const bool knownFilter = filter == GL_NEAREST || filter == GL_LINEAR;
-    const bool knownUnit = textureUnit == GL_TEXTURE0 || (textureUnit > GL_TEXTURE0 && gl->glActiveTexture);
+    const bool knownUnit =
+        textureUnit == GL_TEXTURE0 || (textureUnit > GL_TEXTURE0 && gl.Has(&GLEntryPoints::glActiveTexture));
     if (!IsLoadable(rows) || !knownFilter || !knownUnit) {
         return E_INVALIDARG;
     }
@@ -212,30 +215,24 @@ long COpenGLView::UploadImage(const ImageRows& rows, unsigned int textureUnit, u
     unsigned int filled = texture;
     unsigned int newSampler = 0;
     if (filled == 0) {
-        gl->glGenTextures(1, &filled);
-        outputGlError(L"glGenTextures: END");
+        gl.glGenTextures(1, &filled);
     }
     if (DrawsWithPrograms() && sampler == 0) {
-        gl->glGenSamplers(1, &newSampler);
-        outputGlError(L"glGenSamplers: END");
+        gl.glGenSamplers(1, &newSampler);
     }
-    if (gl->glActiveTexture) {
-        gl->glActiveTexture(textureUnit);
-        outputGlError(L"glActiveTexture: END");
+    if (gl.Has(&GLEntryPoints::glActiveTexture)) {
+        gl.glActiveTexture(textureUnit);
     }
-    gl->glBindTexture(GL_TEXTURE_2D, filled);
-    outputGlError(L"glBindTexture: END");
+    gl.glBindTexture(GL_TEXTURE_2D, filled);
     const bool samplerThere = !DrawsWithPrograms() || sampler != 0 || newSampler != 0;
     const bool done = filled != 0 && samplerThere && FillTexture(rows, filter);
     if (done && DrawsWithPrograms()) {
         sampler = sampler != 0 ? sampler : newSampler;
         SetUpSampler(sampler, filter);
-        gl->glBindSampler(textureUnit - GL_TEXTURE0, sampler);
-        outputGlError(L"glBindSampler: END");
+        gl.glBindSampler(textureUnit - GL_TEXTURE0, sampler);
     }
-    if (gl->glActiveTexture && textureUnit != GL_TEXTURE0) {
-        gl->glActiveTexture(GL_TEXTURE0);
-        outputGlError(L"glActiveTexture: END");
+    if (gl.Has(&GLEntryPoints::glActiveTexture) && textureUnit != GL_TEXTURE0) {
+        gl.glActiveTexture(GL_TEXTURE0);
     }
     if (!done) {
         unsigned int newTexture = texture == 0 ? filled : 0;
@@ -248,7 +245,7 @@ long COpenGLView::UploadImage(const ImageRows& rows, unsigned int textureUnit, u
 
 /// Fills the bound texture. False when the driver has no room for it.
 bool COpenGLView::FillTexture(const ImageRows& rows, unsigned int filter) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     const bool programs = DrawsWithPrograms();
     const TextureFormat kept = FormatFor(rows.format, programs);
     const auto hasSize = [&] {
@@ -260,20 +257,18 @@ bool COpenGLView::FillTexture(const ImageRows& rows, unsigned int filter) {
     const UnpackState unpack(*this, gl, rows);
     if (hasSize() && LevelParameter(gl, GL_TEXTURE_INTERNAL_FORMAT) == kept.internalFormat) {
         if (rows.pixels) {
-            gl->glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, rows.width, rows.height, kept.format, kept.type, rows.pixels);
-            outputGlError(L"glTexSubImage2D: END");
+            gl.glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, rows.width, rows.height, kept.format, kept.type, rows.pixels);
         }
     } else {
-        gl->glTexImage2D(GL_TEXTURE_2D, 0, kept.internalFormat, rows.width, rows.height, 0, kept.format, kept.type,
-                         rows.pixels);
-        outputGlError(L"glTexImage2D: END");
+        gl.glTexImage2D(GL_TEXTURE_2D, 0, kept.internalFormat, rows.width, rows.height, 0, kept.format, kept.type,
+                        rows.pixels);
         if (!hasSize()) {
             return false;
         }
     }
     const auto set = [&](unsigned int name, GLint value) { TexParameter(GL_TEXTURE_2D, name, value); };
     // Clamping to the edge came with OpenGL 1.2, as did the function that tells.
-    const GLint clamp = gl->glTexImage3D ? GL_CLAMP_TO_EDGE : GL_CLAMP;
+    const GLint clamp = gl.Has(&GLEntryPoints::glTexImage3D) ? GL_CLAMP_TO_EDGE : GL_CLAMP;
     set(GL_TEXTURE_MIN_FILTER, static_cast<GLint>(filter));
     set(GL_TEXTURE_MAG_FILTER, static_cast<GLint>(filter));
     set(GL_TEXTURE_WRAP_S, clamp);
@@ -289,11 +284,8 @@ bool COpenGLView::FillTexture(const ImageRows& rows, unsigned int filter) {
 }
 
 void COpenGLView::SetUpSampler(unsigned int sampler, unsigned int filter) {
-    const COrrinGLCement* gl = CurrentGL();
-    const auto set = [&](GLenum name, GLint value) {
-        gl->glSamplerParameteri(sampler, name, value);
-        outputGlError(L"glSamplerParameteri: END");
-    };
+    const GLCalls gl = CallGL();
+    const auto set = [&](GLenum name, GLint value) { gl.glSamplerParameteri(sampler, name, value); };
     set(GL_TEXTURE_MIN_FILTER, static_cast<GLint>(filter));
     set(GL_TEXTURE_MAG_FILTER, static_cast<GLint>(filter));
     set(GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
@@ -346,7 +338,8 @@ long COpenGLView::DrawTiles(const ImageRows& image, double modelWidth, double mo
     unsigned int sampler = 0;
     try {
         const int limit = GetContextMaxTextureSize();
-        const bool pads = !CurrentGL()->glCreateShader; // any size is allowed since 2.0, which came with this function
+        const bool pads = !CurrentGL().Has(
+            &GLEntryPoints::glCreateShader); // any size is allowed since 2.0, which came with this function
         const std::vector<TileSpan> columns = CutIntoTiles(image.width, limit);
         const std::vector<TileSpan> rows = CutIntoTiles(image.height, limit);
         for (auto row = rows.begin(); row != rows.end() && result == S_OK; ++row) {

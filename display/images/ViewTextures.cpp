@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include "../values/GLTypes.h"
 
 namespace KTR {
@@ -155,12 +157,12 @@ void COpenGLView::AddSamplerNameToDeleteStack(unsigned int sampler) {
 
 void COpenGLView::DeleteSamplerNameStack() {
     CArray<unsigned int>& samplers = m_gcaSamplersForWindowToDelete;
-    const COrrinGLCement* gl = CurrentGL();
-    if (samplers.IsEmpty() || !IsMyContextCurrent(m_currentContext) || TextureGroup() || !gl->glDeleteSamplers) {
+    const GLCalls gl = CallGL();
+    if (samplers.IsEmpty() || !IsMyContextCurrent(m_currentContext) || TextureGroup() ||
+        !gl.Has(&GLEntryPoints::glDeleteSamplers)) {
         return;
     }
-    gl->glDeleteSamplers(static_cast<GLsizei>(samplers.GetSize()), samplers.GetData());
-    outputGlError(L"glDeleteSamplers: END");
+    gl.glDeleteSamplers(static_cast<GLsizei>(samplers.GetSize()), samplers.GetData());
     samplers.RemoveAll();
 }
 
@@ -173,15 +175,13 @@ void COpenGLView::DeleteTextureAndSamplerNames(unsigned int& texture, unsigned i
     if (!IsMyContextCurrent(m_currentContext)) {
         return;
     }
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     if (texture != 0) {
-        gl->glDeleteTextures(1, &texture);
-        outputGlError(L"glDeleteTextures: END");
+        gl.glDeleteTextures(1, &texture);
         texture = 0;
     }
-    if (sampler != 0 && gl->glDeleteSamplers) {
-        gl->glDeleteSamplers(1, &sampler);
-        outputGlError(L"glDeleteSamplers: END");
+    if (sampler != 0 && gl.Has(&GLEntryPoints::glDeleteSamplers)) {
+        gl.glDeleteSamplers(1, &sampler);
         sampler = 0;
     }
 }

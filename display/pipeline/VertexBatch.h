@@ -19,6 +19,8 @@ struct VertexBatchState {
     /// Indices from here on are the identity. Only AddDataIndex stores others; the next batch puts them right, so that
     /// the adds of vertices need not store any.
     int strayIndices = 0;
+    /// The vertices wait for more that can be drawn with them. They are drawn before anything else that the view does.
+    bool waiting = false;
     bool drawArraysOnly = true; ///< OpenGL 4.x: draw without indices
 };
 

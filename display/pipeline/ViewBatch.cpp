@@ -1,11 +1,16 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include <algorithm>
 #include <cstring>
 
 namespace KTR {
 
 namespace {
+
+/// Behind each draw from a buffer, whichever function it is.
+constexpr const wchar_t* kDrawn = L"glDrawArrays: AFTER:";
 
 bool IsLineChain(unsigned int mode) {
     return mode == GL_LINE_LOOP || mode == GL_LINE_STRIP;
@@ -26,7 +31,7 @@ int VerticesPerPrimitive(unsigned int mode) {
 } // namespace
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
-    DrawPendingText();
+    DrawWaitingVertices();
     m_batch.batchPrimitiveMode = mode;
     KeepBatchVertices(0);
     GLRenderingContextRecord& record = CurrentRecord();
@@ -65,7 +70,7 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 /// each strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is
 /// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
-    m_text.pending = false;
+    m_batch.waiting = false;
     if (m_batch.batchVertexCount <= 0) {
         KeepBatchVertices(0);
         return;
@@ -142,8 +147,9 @@ void COpenGLView::DrawBatch(int count) {
         }
         return;
     }
-    CurrentGL()->glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchDrawIndices);
-    outputGlError(L"glDrawElements: AFTER:");
+    CallGL()
+        .As(L"glDrawElements: AFTER:")
+        .glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchDrawIndices);
 }
 
 /// Draws `count` records from `start` through the mapped ring. The CPU writes the current segment, which the GPU has
@@ -155,19 +161,19 @@ void COpenGLView::DrawBatchFromRing(int start, int count) {
         return;
     }
     RestoreUniforms();
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     const GLVBO::Segment& segment = ring.segments[ring.currentSegment];
     const auto size = static_cast<std::size_t>(count);
     std::memcpy(ring.mappedVertices + segment.firstVertex, m_batch.batchVertexPointer + start,
                 size * sizeof(GLDrawGeometry));
     if (m_batch.drawArraysOnly) {
-        gl->glDrawArrays(m_batch.batchPrimitiveMode, segment.firstVertex, count);
+        gl.As(kDrawn).glDrawArrays(m_batch.batchPrimitiveMode, segment.firstVertex, count);
     } else if (ring.mappedIndices) {
         std::memcpy(ring.mappedIndices + segment.firstVertex, m_batch.batchIndexPointer, size * sizeof(unsigned int));
         // The indices are read from the start of the buffer for every segment; only the base vertex moves.
-        gl->glDrawElementsBaseVertex(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, nullptr, segment.firstVertex);
+        gl.As(kDrawn).glDrawElementsBaseVertex(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, nullptr,
+                                               segment.firstVertex);
     }
-    outputGlError(L"glDrawArrays: AFTER:");
     LockGPUBuffer(ring.segments[ring.currentSegment].fence);
     ring.currentSegment = (ring.currentSegment + 1) % kRingSegments;
     WaitForGPUBuffer(ring.segments[ring.currentSegment].fence);

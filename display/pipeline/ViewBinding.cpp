@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include <GL/glext.h>
 
 #include <algorithm>
@@ -9,6 +11,9 @@
 namespace KTR {
 
 namespace {
+
+/// Behind each draw from a buffer, whichever function it is.
+constexpr const wchar_t* kDrawn = L"glDrawArrays: AFTER:";
 
 constexpr GLbitfield kPersistentMapping = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT | GL_MAP_COHERENT_BIT;
 
@@ -65,7 +70,7 @@ long COpenGLView::BindVariablesToShaderProgram(GLRenderingContextTypes context, 
 }
 
 void COpenGLView::UseStockProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
-    DrawPendingText();
+    DrawWaitingVertices();
     outputGlError(L"BindVariablesToShaderProgram: BEGIN");
     GLRenderingContextRecord& record = m_contexts[context];
     record.currentShader = type;
@@ -82,7 +87,7 @@ void COpenGLView::TakeProgram(GLRenderingContextRecord& record, ShaderData& data
     if (record.contextNumber == 0) {
         record.contextNumber = NextContextNumber();
     }
-    CurrentGL()->glUseProgram(data.program);
+    CallGL().glUseProgram(data.program);
     record.boundProgram = data.program;
     data.uniformsOfContext = record.contextNumber;
 }
@@ -114,13 +119,13 @@ bool COpenGLView::NeedsBinding(GLShaderTypes type) const {
 long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data) {
     GLVBO& ring = m_batch.ring;
     BindVertexStorage(data, ring);
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     if (ring.vertexBytes == 0) {
         ring.mappedVertices = static_cast<GLDrawGeometry*>(MapStorage(GL_ARRAY_BUFFER, kRingVertexBytes));
         ring.currentSegment = 0;
         if (!ring.mappedVertices) {
             // The storage of this buffer is settled for good; the next attempt takes a new one.
-            gl->glDeleteBuffers(1, &ring.vertexBuffer);
+            gl.glDeleteBuffers(1, &ring.vertexBuffer);
             ring.vertexBuffer = 0;
             return E_OUTOFMEMORY;
         }
@@ -129,13 +134,13 @@ long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data) {
     }
     if (!m_batch.drawArraysOnly) {
         if (ring.indexBuffer == 0) {
-            gl->glGenBuffers(1, &ring.indexBuffer);
+            gl.glGenBuffers(1, &ring.indexBuffer);
         }
-        gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, ring.indexBuffer);
+        gl.glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, ring.indexBuffer);
         if (!ring.mappedIndices) {
             ring.mappedIndices = static_cast<unsigned int*>(MapStorage(GL_ELEMENT_ARRAY_BUFFER, kRingIndexBytes));
             if (!ring.mappedIndices) {
-                gl->glDeleteBuffers(1, &ring.indexBuffer);
+                gl.glDeleteBuffers(1, &ring.indexBuffer);
                 ring.indexBuffer = 0;
                 return E_OUTOFMEMORY;
             }
@@ -152,8 +157,8 @@ long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data, GLVBO& vbo, const GL
                                           unsigned __int64 count) {
     BindVertexStorage(data, vbo);
     if (vbo.vertexBytes == 0 && geometry && count != 0) {
-        CurrentGL()->glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(count * sizeof(GLDrawGeometry)), geometry,
-                                  GL_STATIC_DRAW);
+        CallGL().glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(count * sizeof(GLDrawGeometry)), geometry,
+                              GL_STATIC_DRAW);
         vbo.currentSegment = 0;
         // The ring's figures, whatever `count` is: they only say that the geometry is there.
         vbo.vertexBytes = kRingVertexBytes;
@@ -165,12 +170,12 @@ long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data, GLVBO& vbo, const GL
 
 /// Storage for the buffer bound to `target`, mapped for as long as it exists. Null when the driver has none.
 void* COpenGLView::MapStorage(unsigned int target, unsigned int bytes) {
-    const COrrinGLCement* gl = CurrentGL();
-    if (!gl->glBufferStorage || !gl->glMapBufferRange) {
+    const GLCalls gl = CallGL();
+    if (!gl.Has(&GLEntryPoints::glBufferStorage) || !gl.Has(&GLEntryPoints::glMapBufferRange)) {
         return nullptr; // a driver older than the version that the host forced
     }
-    gl->glBufferStorage(target, static_cast<GLsizeiptr>(bytes), nullptr, kPersistentMapping);
-    return gl->glMapBufferRange(target, 0, static_cast<GLsizeiptr>(bytes), kPersistentMapping);
+    gl.glBufferStorage(target, static_cast<GLsizeiptr>(bytes), nullptr, kPersistentMapping);
+    return gl.glMapBufferRange(target, 0, static_cast<GLsizeiptr>(bytes), kPersistentMapping);
 }
 
 /// The vertex array that the current context has for a program. Programs are shared between contexts, vertex arrays are
@@ -186,23 +191,23 @@ unsigned int& COpenGLView::VertexArrayOf(ShaderData& data) {
 
 void COpenGLView::BindVertexStorage(ShaderData& data, GLVBO& vbo) {
     outputGlError(L"BindVAOAndVBOBufferData: Begin");
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     unsigned int& vertexArray = VertexArrayOf(data);
     if (vertexArray == 0) {
-        gl->glGenVertexArrays(1, &vertexArray);
+        gl.glGenVertexArrays(1, &vertexArray);
     }
-    gl->glBindVertexArray(vertexArray);
+    gl.glBindVertexArray(vertexArray);
     if (vbo.vertexBuffer == 0) {
-        gl->glGenBuffers(1, &vbo.vertexBuffer);
+        gl.glGenBuffers(1, &vbo.vertexBuffer);
     }
-    gl->glBindBuffer(GL_ARRAY_BUFFER, vbo.vertexBuffer);
+    gl.glBindBuffer(GL_ARRAY_BUFFER, vbo.vertexBuffer);
     for (const VertexAttribute& attribute : kVertexAttributes) {
-        gl->glEnableVertexAttribArray(attribute.location);
-        gl->glVertexAttribFormat(attribute.location, attribute.components, attribute.type, attribute.normalized,
-                                 attribute.offset);
-        gl->glVertexAttribBinding(attribute.location, 0);
+        gl.glEnableVertexAttribArray(attribute.location);
+        gl.glVertexAttribFormat(attribute.location, attribute.components, attribute.type, attribute.normalized,
+                                attribute.offset);
+        gl.glVertexAttribBinding(attribute.location, 0);
     }
-    gl->glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
+    gl.glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
 }
 
 void COpenGLView::NumberSegments(GLVBO& vbo) {
@@ -213,7 +218,7 @@ void COpenGLView::NumberSegments(GLVBO& vbo) {
 
 void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vbo, const GLDrawGeometry* geometry,
                                 unsigned __int64 count) {
-    DrawPendingText();
+    DrawWaitingVertices();
     m_batch.batchPrimitiveMode = mode;
     KeepBatchVertices(0);
     CurrentRecord().loopContinued = false;
@@ -225,11 +230,11 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
     GLint vertexType = 0;
     GLint colorSize = 0;
     GLint colorType = 0;
-    const COrrinGLCement* gl = CurrentGL();
-    gl->glGetIntegerv(GL_VERTEX_ARRAY_SIZE, &vertexSize);
-    gl->glGetIntegerv(GL_VERTEX_ARRAY_TYPE, &vertexType);
-    gl->glGetIntegerv(GL_COLOR_ARRAY_SIZE, &colorSize);
-    gl->glGetIntegerv(GL_COLOR_ARRAY_TYPE, &colorType);
+    const GLCalls gl = CallGL();
+    gl.glGetIntegerv(GL_VERTEX_ARRAY_SIZE, &vertexSize);
+    gl.glGetIntegerv(GL_VERTEX_ARRAY_TYPE, &vertexType);
+    gl.glGetIntegerv(GL_COLOR_ARRAY_SIZE, &colorSize);
+    gl.glGetIntegerv(GL_COLOR_ARRAY_TYPE, &colorType);
     VertexPointer(vertexSize, static_cast<unsigned int>(vertexType), sizeof(GLDrawGeometry), geometry);
     ColorPointer(4, GL_UNSIGNED_BYTE, sizeof(GLDrawGeometry),
                  reinterpret_cast<const unsigned char*>(geometry) + offsetof(GLDrawGeometry, r));
@@ -239,40 +244,37 @@ void COpenGLView::DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int
     if (count <= 0) {
         return;
     }
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     int first = 0;
     if (DrawsWithPrograms()) {
         if (vbo.vertexBytes == 0) {
             return;
         }
         RestoreUniforms();
-        gl->glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
+        gl.glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
         // The caller's own index buffer, or none, so that `indices` is an address and not an offset.
-        gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, vbo.indexBuffer);
+        gl.glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, vbo.indexBuffer);
         first = vbo.segments[vbo.currentSegment].firstVertex;
     }
     const auto primitive = static_cast<GLenum>(mode);
     if (indices || vbo.indexBuffer != 0) {
-        gl->glDrawElements(primitive, count, GL_UNSIGNED_INT, indices);
+        gl.As(kDrawn).glDrawElements(primitive, count, GL_UNSIGNED_INT, indices);
     } else {
-        gl->glDrawArrays(primitive, first, count);
+        gl.As(kDrawn).glDrawArrays(primitive, first, count);
     }
-    outputGlError(L"glDrawArrays: AFTER:");
 }
 
 void COpenGLView::EnableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data) {
     const int location = LocationOfInput(attribute, data);
     if (location >= 0) {
-        CurrentGL()->glEnableVertexAttribArray(static_cast<GLuint>(location));
-        outputGlError(L"glEnableVertexAttribArray: END");
+        CallGL().glEnableVertexAttribArray(static_cast<GLuint>(location));
     }
 }
 
 void COpenGLView::DisableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data) {
     const int location = LocationOfInput(attribute, data);
     if (location >= 0) {
-        CurrentGL()->glDisableVertexAttribArray(static_cast<GLuint>(location));
-        outputGlError(L"glDisableVertexAttribArray: END");
+        CallGL().glDisableVertexAttribArray(static_cast<GLuint>(location));
     }
 }
 
@@ -281,7 +283,7 @@ long COpenGLView::DisableShaderVertexAttribArrays(GLShaderTypes type) {
         return S_OK;
     }
     for (const VertexAttribute& attribute : kVertexAttributes) {
-        CurrentGL()->glDisableVertexAttribArray(attribute.location);
+        CallGL().glDisableVertexAttribArray(attribute.location);
     }
     return S_OK;
 }
@@ -291,7 +293,7 @@ long COpenGLView::DeleteAttributeBuffers() {
     GLRenderingContextRecord& record = CurrentRecord();
     for (unsigned int& vertexArray : record.vertexArrays) {
         if (vertexArray != 0) {
-            CurrentGL()->glDeleteVertexArrays(1, &vertexArray);
+            CallGL().glDeleteVertexArrays(1, &vertexArray);
             vertexArray = 0;
         }
     }
@@ -306,11 +308,10 @@ long COpenGLView::DeleteAttributeBuffers() {
 }
 
 void COpenGLView::DeleteVBO(GLVBO& vbo) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     for (const unsigned int buffer : {vbo.vertexBuffer, vbo.indexBuffer}) {
         if (buffer != 0) {
-            gl->glDeleteBuffers(1, &buffer);
-            outputGlError(L"glDeleteBuffers: END");
+            gl.glDeleteBuffers(1, &buffer);
         }
     }
     vbo = GLVBO{};
@@ -321,7 +322,7 @@ void COpenGLView::ReleaseRingFences() {
     for (GLVBO::Segment& segment : ring.segments) {
         if (segment.fence) {
             WaitForGPUBuffer(segment.fence);
-            CurrentGL()->glDeleteSync(segment.fence);
+            CallGL().glDeleteSync(segment.fence);
             segment.fence = nullptr;
         }
     }
@@ -329,13 +330,12 @@ void COpenGLView::ReleaseRingFences() {
 }
 
 void COpenGLView::LockGPUBuffer(GLsync& fence) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     if (fence) {
-        gl->glDeleteSync(fence);
+        gl.glDeleteSync(fence);
     }
-    fence = gl->glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
-    gl->glFlush();
-    outputGlError(L"LockGPUBuffer: END");
+    fence = gl.glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    gl.As(L"LockGPUBuffer: END").glFlush();
 }
 
 void COpenGLView::WaitForGPUBuffer(GLsync& fence) {
@@ -343,10 +343,10 @@ void COpenGLView::WaitForGPUBuffer(GLsync& fence) {
     if (!fence || !wglGetCurrentContext()) {
         return;
     }
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     GLenum state = GL_TIMEOUT_EXPIRED;
     while (state != GL_ALREADY_SIGNALED && state != GL_CONDITION_SATISFIED) {
-        state = gl->glClientWaitSync(fence, GL_SYNC_FLUSH_COMMANDS_BIT, 1);
+        state = gl.glClientWaitSync(fence, GL_SYNC_FLUSH_COMMANDS_BIT, 1);
         ++m_gpuWaits;
     }
     outputGlError(L"WaitForGPUBuffer: END");

@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include <GL/glext.h>
 
 #include <cstddef>
@@ -65,10 +67,8 @@ void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, boo
     EnableClientStateTexture();
     TexCoordPointer(2, GL_FLOAT, kStride, FieldOf(vertices, offsetof(GLDrawGeometry, s)));
     Enable(GL_TEXTURE_2D);
-    CurrentGL()->glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
-    outputGlError(L"glTexEnvi: END");
-    CurrentGL()->glBindTexture(GL_TEXTURE_2D, m_textureRequest.shaderTexture);
-    outputGlError(L"glBindTexture: END");
+    CallGL().glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+    CallGL().glBindTexture(GL_TEXTURE_2D, m_textureRequest.shaderTexture);
 }
 
 void COpenGLView::EnableClientStateInternalVertexAndColors(int vertexSize, unsigned int vertexType, int colorSize,
@@ -101,72 +101,64 @@ void COpenGLView::EnableClientStateInternalVertexAndTexture(int vertexSize, unsi
     EnableClientStateTexture();
     VertexPointer(vertexSize, vertexType, kStride, vertices);
     TexCoordPointer(textureSize, textureType, kStride, FieldOf(vertices, offsetof(GLDrawGeometry, s)));
-    CurrentGL()->glBindTexture(GL_TEXTURE_2D, texture);
-    outputGlError(L"glBindTexture: END");
+    CallGL().glBindTexture(GL_TEXTURE_2D, texture);
 }
 
 void COpenGLView::EnableClientStateVertex() {
-    CurrentGL()->glEnableClientState(GL_VERTEX_ARRAY);
     CurrentRecord().clientVertexArray = true;
-    outputGlError(L"EnableClientStateVertex END: ");
+    CallGL().As(L"EnableClientStateVertex END: ").glEnableClientState(GL_VERTEX_ARRAY);
 }
 
 void COpenGLView::EnableClientStateNormal() {
-    CurrentGL()->glEnableClientState(GL_NORMAL_ARRAY);
     CurrentRecord().clientNormalArray = true;
-    outputGlError(L"EnableClientStateNormal END: ");
+    CallGL().As(L"EnableClientStateNormal END: ").glEnableClientState(GL_NORMAL_ARRAY);
 }
 
 void COpenGLView::EnableClientStateColor() {
-    CurrentGL()->glEnableClientState(GL_COLOR_ARRAY);
     CurrentRecord().clientColorArray = true;
-    outputGlError(L"EnableClientStateColor END: ");
+    CallGL().As(L"EnableClientStateColor END: ").glEnableClientState(GL_COLOR_ARRAY);
 }
 
 void COpenGLView::EnableClientStateTexture() {
-    const COrrinGLCement* gl = CurrentGL();
-    gl->glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-    if (gl->glClientActiveTexture) {
-        gl->glClientActiveTexture(GL_TEXTURE0);
+    const GLCalls gl = CallGL();
+    gl.glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    if (gl.Has(&GLEntryPoints::glClientActiveTexture)) {
+        gl.glClientActiveTexture(GL_TEXTURE0);
     }
     CurrentRecord().clientTextureArray = true;
-    outputGlError(L"EnableClientStateTexture END: ");
+    gl.Label(L"EnableClientStateTexture END: ");
 }
 
 void COpenGLView::VertexPointer(int size, unsigned int type, int stride, const void* pointer) {
-    CurrentGL()->glVertexPointer(size, type, stride, pointer);
-    outputGlError(L"VertexPointer END: ");
+    CallGL().As(L"VertexPointer END: ").glVertexPointer(size, type, stride, pointer);
 }
 
 void COpenGLView::NormalPointer(unsigned int type, int stride, const void* pointer) {
-    CurrentGL()->glNormalPointer(type, stride, pointer);
-    outputGlError(L"NormalPointer END: ");
+    CallGL().As(L"NormalPointer END: ").glNormalPointer(type, stride, pointer);
 }
 
 void COpenGLView::ColorPointer(int size, unsigned int type, int stride, const void* pointer) {
-    CurrentGL()->glColorPointer(size, type, stride, pointer);
-    outputGlError(L"ColorPointer END: ");
+    CallGL().As(L"ColorPointer END: ").glColorPointer(size, type, stride, pointer);
 }
 
 void COpenGLView::TexCoordPointer(int size, unsigned int type, int stride, const void* pointer) {
-    CurrentGL()->glTexCoordPointer(size, type, stride, pointer);
-    outputGlError(L"TexCoordPointer END: ");
+    CallGL().As(L"TexCoordPointer END: ").glTexCoordPointer(size, type, stride, pointer);
 }
 
 void COpenGLView::DisableClientState() {
-    DrawPendingText();
+    DrawWaitingVertices();
     outputGlError(L"DisableClientState BEGIN:");
     KeepBatchVertices(0);
     GLRenderingContextRecord& record = CurrentRecord();
     if (DrawsWithPrograms()) {
         ReleaseRingFences();
         DisableShaderVertexAttribArrays(record.currentShader);
-        CurrentGL()->glUseProgram(0);
+        CallGL().glUseProgram(0);
         record.boundProgram = 0;
     } else {
-        const COrrinGLCement* gl = CurrentGL();
+        const GLCalls gl = CallGL();
         for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
-            gl->glDisableClientState(array);
+            gl.glDisableClientState(array);
         }
         record.clientVertexArray = false;
         record.clientNormalArray = false;

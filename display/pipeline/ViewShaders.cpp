@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include "../platform/Notice.h"
 #include "ShaderFiles.h"
 
@@ -121,8 +123,7 @@ long COpenGLView::BuildShader(const wchar_t* folder, const wchar_t* vertexFile, 
         for (unsigned int* shader : {&data.fragmentShader, &data.vertexShader, &data.tessControlShader,
                                      &data.tessEvaluationShader, &data.geometryShader, &data.computeShader}) {
             if (*shader != 0) {
-                CurrentGL()->glDeleteShader(*shader);
-                outputGlError(L"BuildShader glDeleteShader: ");
+                CallGL().As(L"BuildShader glDeleteShader: ").glDeleteShader(*shader);
                 *shader = 0;
             }
         }
@@ -158,19 +159,18 @@ long COpenGLView::BuildShader(const wchar_t* folder, const wchar_t* vertexFile, 
         }
     }
 
-    const COrrinGLCement* gl = CurrentGL();
-    data.program = gl->glCreateProgram();
-    gl->glAttachShader(data.program, data.fragmentShader);
-    gl->glAttachShader(data.program, data.vertexShader);
+    const GLCalls gl = CallGL();
+    data.program = gl.glCreateProgram();
+    gl.glAttachShader(data.program, data.fragmentShader);
+    gl.glAttachShader(data.program, data.vertexShader);
     for (const Stage& stage : optional) {
         if (stage.shader != 0) {
-            gl->glAttachShader(data.program, stage.shader);
+            gl.glAttachShader(data.program, stage.shader);
         }
     }
-    gl->glLinkProgram(data.program);
-    outputGlError(L"BuildShader glLinkProgram: ");
+    gl.As(L"BuildShader glLinkProgram: ").glLinkProgram(data.program);
     GLint linked = GL_FALSE;
-    gl->glGetProgramiv(data.program, GL_LINK_STATUS, &linked);
+    gl.glGetProgramiv(data.program, GL_LINK_STATUS, &linked);
     if (linked != GL_TRUE) {
         DisplayShaderErrorLogMessage(data.program, folder, vertexFile, false);
         for (unsigned int* shader : {&data.fragmentShader, &data.vertexShader, &data.geometryShader}) {
@@ -185,7 +185,7 @@ long COpenGLView::BuildShader(const wchar_t* folder, const wchar_t* vertexFile, 
     // The program keeps what it was linked from until it goes itself.
     for (const unsigned int shader : {data.fragmentShader, data.vertexShader, data.geometryShader}) {
         if (shader != 0) {
-            gl->glDeleteShader(shader);
+            gl.glDeleteShader(shader);
         }
     }
     data.positionLocation = AttributeLocation(data.program, "in_position");
@@ -200,12 +200,12 @@ long COpenGLView::BuildShader(const wchar_t* folder, const wchar_t* vertexFile, 
 
 void COpenGLView::DisplayShaderErrorLogMessage(unsigned int& object, const wchar_t* folder, const wchar_t* file,
                                                bool isShader) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     GLint length = 0;
     if (isShader) {
-        gl->glGetShaderiv(object, GL_INFO_LOG_LENGTH, &length);
+        gl.glGetShaderiv(object, GL_INFO_LOG_LENGTH, &length);
     } else {
-        gl->glGetProgramiv(object, GL_INFO_LOG_LENGTH, &length);
+        gl.glGetProgramiv(object, GL_INFO_LOG_LENGTH, &length);
     }
     std::wstring log;
     // One more than reported: an empty log may be reported with or without its final zero.
@@ -215,9 +215,9 @@ void COpenGLView::DisplayShaderErrorLogMessage(unsigned int& object, const wchar
         log = L"Unable to allocate memory for GLSL Info log.";
     } else {
         if (isShader) {
-            gl->glGetShaderInfoLog(object, length, nullptr, buffer.get());
+            gl.glGetShaderInfoLog(object, length, nullptr, buffer.get());
         } else {
-            gl->glGetProgramInfoLog(object, length, nullptr, buffer.get());
+            gl.glGetProgramInfoLog(object, length, nullptr, buffer.get());
         }
         log = Widen(buffer.get());
     }
@@ -240,26 +240,23 @@ void COpenGLView::DeleteShaderProgram(unsigned int& program) {
     if (program == 0) {
         return;
     }
-    const COrrinGLCement* gl = CurrentGL();
-    if (gl->glIsProgram(program)) {
-        gl->glDeleteProgram(program);
+    const GLCalls gl = CallGL();
+    if (gl.glIsProgram(program)) {
+        gl.glDeleteProgram(program);
     }
     program = 0;
-    outputGlError(L"DeleteShaderProgram glDeleteProgram: ");
+    gl.Label(L"DeleteShaderProgram glDeleteProgram: ");
 }
 
 void COpenGLView::DetachAndDeleteShader(unsigned int program, unsigned int shader) {
-    CurrentGL()->glDetachShader(program, shader);
-    outputGlError(L"DetachAndDeleteShader glDetachShader: ");
-    CurrentGL()->glDeleteShader(shader);
-    outputGlError(L"DetachAndDeleteShader glDeleteShader: ");
+    CallGL().As(L"DetachAndDeleteShader glDetachShader: ").glDetachShader(program, shader);
+    CallGL().As(L"DetachAndDeleteShader glDeleteShader: ").glDeleteShader(shader);
 }
 
 void COpenGLView::DeleteShaderData(ShaderData& data, unsigned int program) {
     for (unsigned int* shader : {&data.fragmentShader, &data.geometryShader}) {
         if (*shader != 0 && program != 0) {
-            CurrentGL()->glDetachShader(program, *shader);
-            outputGlError(L"DetachAndDeleteShader glDetachShader: ");
+            CallGL().As(L"DetachAndDeleteShader glDetachShader: ").glDetachShader(program, *shader);
             *shader = 0;
         }
     }
@@ -274,21 +271,22 @@ void COpenGLView::DeleteShaderSet(ShaderSet& set) {
 
 /// True when it compiled. `shader` receives the GL name either way.
 bool COpenGLView::CompileShader(unsigned int kind, const char* source, unsigned int& shader) {
-    const COrrinGLCement* gl = CurrentGL();
-    shader = gl->glCreateShader(kind);
-    gl->glShaderSource(shader, 1, &source, nullptr);
-    gl->glCompileShader(shader);
-    outputGlError(L"BuildShader glCompileShader: ");
+    const GLCalls gl = CallGL();
+    shader = gl.glCreateShader(kind);
+    gl.glShaderSource(shader, 1, &source, nullptr);
+    gl.As(L"BuildShader glCompileShader: ").glCompileShader(shader);
     GLint compiled = GL_FALSE;
-    gl->glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
+    gl.glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
     return compiled == GL_TRUE;
 }
 
 /// Location of a vertex input, -1 when the program does not read it.
 int COpenGLView::AttributeLocation(unsigned int program, const char* name) const {
     // NOTE: the table of entry points has no glGetAttribLocation; the newer question answers the same.
-    const COrrinGLCement* gl = CurrentGL();
-    return gl->glGetProgramResourceLocation ? gl->glGetProgramResourceLocation(program, GL_PROGRAM_INPUT, name) : -1;
+    const GLCalls gl = CurrentGL();
+    return gl.Has(&GLEntryPoints::glGetProgramResourceLocation)
+               ? gl.glGetProgramResourceLocation(program, GL_PROGRAM_INPUT, name)
+               : -1;
 }
 
 } // namespace KTR

@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include <GL/glext.h>
 
 #include <glm/gtc/matrix_inverse.hpp>
@@ -96,8 +98,7 @@ long COpenGLView::BindUniform1f(ShaderData& data, const char* name, float value)
 long COpenGLView::BindUniform3fv(ShaderData& data, const char* name, const float* values) {
     const int location = LocationOf(data, name);
     if (location >= 0) {
-        CurrentGL()->glUniform3fv(location, 1, values);
-        outputGlError(L"BindUniform3fv: END");
+        CallGL().As(L"BindUniform3fv: END").glUniform3fv(location, 1, values);
     }
     return S_OK;
 }
@@ -121,8 +122,7 @@ void COpenGLView::SetPolygonFillMode(GLShaderTypes type) {
     }
     record.fillForced = forced;
     if (record.attributes.polygonMode != GL_FILL && record.attributes.polygonModeFace != 0) {
-        CurrentGL()->glPolygonMode(record.attributes.polygonModeFace, forced ? GL_FILL : record.attributes.polygonMode);
-        outputGlError(L"glPolygonMode: END");
+        CallGL().glPolygonMode(record.attributes.polygonModeFace, forced ? GL_FILL : record.attributes.polygonMode);
     }
 }
 
@@ -172,7 +172,7 @@ void COpenGLView::GatherUniforms(GLRenderingContextTypes context) {
 void COpenGLView::SendMatrix(ShaderData& data, const ProgramUniforms& uniforms) {
     const int location = LocationOf(data, UniformProjectionTimesModelview);
     if (location >= 0) {
-        CurrentGL()->glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.projectionTimesModelview));
+        CallGL().glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.projectionTimesModelview));
     }
 }
 
@@ -223,12 +223,12 @@ void COpenGLView::SendUniforms(GLShaderTypes type, ShaderData& data, const Progr
 }
 
 void COpenGLView::SendLitSurface(ShaderData& data, const ProgramUniforms& uniforms) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     if (const int location = LocationOf(data, UniformModelview); location >= 0) {
-        gl->glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.modelview));
+        gl.glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.modelview));
     }
     if (const int location = LocationOf(data, UniformNormalMatrix); location >= 0) {
-        gl->glUniformMatrix3fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.normal));
+        gl.glUniformMatrix3fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.normal));
     }
     BindShaderLightParameters(data, uniforms.light);
 }
@@ -267,29 +267,24 @@ void COpenGLView::SetPointSprites(bool on) {
     }
     current = on;
     if (on) {
-        CurrentGL()->glEnable(GL_POINT_SPRITE);
-        outputGlError(L"glEnable: END");
+        CallGL().glEnable(GL_POINT_SPRITE);
     } else {
-        CurrentGL()->glDisable(GL_POINT_SPRITE);
-        outputGlError(L"glDisable: END");
+        CallGL().glDisable(GL_POINT_SPRITE);
     }
 }
 
 /// Makes the programs read `texture` through `sampler`; without a sampler the texture's own settings hold.
 void COpenGLView::BindImage(unsigned int texture, unsigned int sampler) {
-    const COrrinGLCement* gl = CurrentGL();
-    gl->glActiveTexture(GL_TEXTURE0 + kImageUnit);
-    outputGlError(L"glActiveTexture: END");
-    gl->glBindTexture(GL_TEXTURE_2D, texture);
-    outputGlError(L"glBindTexture: END");
-    gl->glBindSampler(kImageUnit, sampler);
-    outputGlError(L"glBindSampler: END");
+    const GLCalls gl = CallGL();
+    gl.glActiveTexture(GL_TEXTURE0 + kImageUnit);
+    gl.glBindTexture(GL_TEXTURE_2D, texture);
+    gl.glBindSampler(kImageUnit, sampler);
 }
 
 int COpenGLView::LocationOf(ShaderData& data, StockUniform uniform) {
     int& location = data.uniformLocations[static_cast<std::size_t>(uniform)];
     if (location == kUniformNotAsked) {
-        location = CurrentGL()->glGetUniformLocation(data.program, kUniformNames[uniform]);
+        location = CallGL().glGetUniformLocation(data.program, kUniformNames[uniform]);
     }
     return location;
 }
@@ -300,41 +295,36 @@ int COpenGLView::LocationOf(ShaderData& data, const char* name) {
             return LocationOf(data, static_cast<StockUniform>(uniform));
         }
     }
-    return CurrentGL()->glGetUniformLocation(data.program, name);
+    return CallGL().glGetUniformLocation(data.program, name);
 }
 
 void COpenGLView::Uniform1i(int location, int value) {
     if (location >= 0) {
-        CurrentGL()->glUniform1i(location, value);
-        outputGlError(L"BindUniform1i: END");
+        CallGL().As(L"BindUniform1i: END").glUniform1i(location, value);
     }
 }
 
 void COpenGLView::Uniform1ui(int location, unsigned int value) {
     if (location >= 0) {
-        CurrentGL()->glUniform1ui(location, value);
-        outputGlError(L"BindUniform1ui: END");
+        CallGL().As(L"BindUniform1ui: END").glUniform1ui(location, value);
     }
 }
 
 void COpenGLView::Uniform1f(int location, float value) {
     if (location >= 0) {
-        CurrentGL()->glUniform1f(location, value);
-        outputGlError(L"BindUniform1f: END");
+        CallGL().As(L"BindUniform1f: END").glUniform1f(location, value);
     }
 }
 
 void COpenGLView::Uniform4f(int location, const glm::vec4& value) {
     if (location >= 0) {
-        CurrentGL()->glUniform4f(location, value.x, value.y, value.z, value.w);
-        outputGlError(L"BindUniform4f: END");
+        CallGL().As(L"BindUniform4f: END").glUniform4f(location, value.x, value.y, value.z, value.w);
     }
 }
 
 void COpenGLView::Uniform4fv(int location, const float* values) {
     if (location >= 0) {
-        CurrentGL()->glUniform4fv(location, 1, values);
-        outputGlError(L"BindUniform4fv: END");
+        CallGL().As(L"BindUniform4fv: END").glUniform4fv(location, 1, values);
     }
 }
 

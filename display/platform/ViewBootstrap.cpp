@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "GLCalls.h"
+
 #include "Notice.h"
 #include "ProcessEnvironment.h"
 
@@ -93,7 +95,7 @@ int COpenGLView::GetOpenGLVersionWithGLCement() {
 }
 
 int COpenGLView::GetVendorGLVersion(int& combined, int& major, int& minor, GLVideoCardVendor& vendor) {
-    const char* text = reinterpret_cast<const char*>(CurrentGL()->glGetString(GL_VERSION));
+    const char* text = reinterpret_cast<const char*>(CallGL().glGetString(GL_VERSION));
     major = combined / 10;
     minor = combined % 10;
     m_gVideoVendorString = text;
@@ -148,7 +150,7 @@ int COpenGLView::GetMaximumTextureSize() {
 
 int COpenGLView::GetContextMaxTextureSize() {
     GLint size = 0;
-    CurrentGL()->glGetIntegerv(GL_MAX_TEXTURE_SIZE, &size);
+    CallGL().glGetIntegerv(GL_MAX_TEXTURE_SIZE, &size);
     return size;
 }
 
@@ -244,13 +246,14 @@ HGLRC COpenGLView::CreateBootstrapContext(HDC deviceContext) {
 /// Settles the version from the driver whose context is current, and fetches the WGL extensions.
 void COpenGLView::ReadDriverVersion() {
     OpenGLVersionData& version = m_gsOpenGLVersionData;
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     int combined = 20;
     int major = 2;
     int minor = 0;
     const int reported = GetVendorGLVersion(combined, major, minor, version.eVendor);
 
-    const VersionChoice choice = ChooseVersion(reported, gl->glCreateShader && gl->glMapBufferRange);
+    const VersionChoice choice =
+        ChooseVersion(reported, gl.Has(&GLEntryPoints::glCreateShader) && gl.Has(&GLEntryPoints::glMapBufferRange));
     version.iLegacyMajor = choice.legacyMajor;
     version.iLegacyMinor = choice.legacyMinor;
     version.iVendorMajor = choice.driverFails ? 2 : major;
@@ -268,8 +271,8 @@ void COpenGLView::ReadDriverVersion() {
     FetchExtension(m_gfn_wglGetPixelFormatAttribivARB, "wglGetPixelFormatAttribivARB");
     SetOpenGLVersion(choice.major, choice.minor);
     version.bAdvancedPixelFormat = m_gfn_wglCreateContextAttribsARB && m_gfn_wglChoosePixelFormatARB;
-    gl->glGetIntegerv(GL_MAX_TEXTURE_SIZE, &version.iMaxTextureSize);
-    gl->glGetIntegerv(GL_MAX_VERTEX_ATTRIBS, &version.iMaxVertexAttribs);
+    gl.glGetIntegerv(GL_MAX_TEXTURE_SIZE, &version.iMaxTextureSize);
+    gl.glGetIntegerv(GL_MAX_VERTEX_ATTRIBS, &version.iMaxVertexAttribs);
 }
 
 } // namespace KTR

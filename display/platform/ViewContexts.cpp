@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "GLCalls.h"
+
 #include "CriticalSectionLock.h"
 #include "Notice.h"
 
@@ -214,7 +216,7 @@ long COpenGLView::InitializeMasterContextSharedResources() {
 }
 
 int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type) {
-    DrawPendingText();
+    DrawWaitingVertices();
     const GLRenderingContextTypes kind = KindFor(deviceContext, type);
     if (!CheckDCPixelFormat(deviceContext, kind)) {
         return 0;
@@ -236,7 +238,7 @@ int COpenGLView::MakeCurrent(HDC deviceContext, GLRenderingContextTypes type) {
 }
 
 int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
-    DrawPendingText();
+    DrawWaitingVertices();
     GLRenderingContextRecord& record = m_contexts[type];
     const BOOL selected = wglMakeCurrent(record.deviceContext, record.renderingContext);
     SelectRecord(type);
@@ -263,7 +265,7 @@ int COpenGLView::MakeContextCurrent(HDC deviceContext, bool drawToWindow, GLRend
 }
 
 int COpenGLView::MakeNull() {
-    DrawPendingText();
+    DrawWaitingVertices();
     const BOOL result = wglMakeCurrent(nullptr, nullptr);
     CurrentRecord().current = false;
     return result;
@@ -281,14 +283,14 @@ void COpenGLView::PopAndMakeNull() {
 }
 
 void COpenGLView::SaveCurrentAsExitingDCAndGLRC() {
-    DrawPendingText();
+    DrawWaitingVertices();
     m_exitingDeviceContext = wglGetCurrentDC();
     m_exitingRenderingContext = wglGetCurrentContext();
     m_exitingContext = m_currentContext;
 }
 
 void COpenGLView::RestoreAsCurrentExitingDCAndGLRC() {
-    DrawPendingText();
+    DrawWaitingVertices();
     const bool somethingSaved = m_exitingDeviceContext || m_exitingRenderingContext;
     const bool mainWithoutWindow = m_exitingContext == GLContextMain && !WindowFromDC(m_exitingDeviceContext);
     if (!somethingSaved || mainWithoutWindow) {
@@ -386,7 +388,7 @@ void COpenGLView::LoadCurrentGLBuffers() {
 }
 
 HDC COpenGLView::SwapBuffers() {
-    DrawPendingText();
+    DrawWaitingVertices();
     if (m_currentContext == GLContextLegacy) {
         return m_contexts[GLContextLegacy].deviceContext;
     }
@@ -465,7 +467,7 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
     }
     const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
     if (mayDelete) {
-        CurrentGL()->glUseProgram(0);
+        CallGL().glUseProgram(0);
         DeleteTexturesAndSamplers();
         DeleteShaderSet(m_gShaderSet);
     }
@@ -483,7 +485,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
         return;
     }
-    m_text.pending = false;
+    m_batch.waiting = false;
     const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;

@@ -36,8 +36,6 @@ struct TextState {
     double b = 0.0;
     int currentFont = 0; ///< the manager's index when this view last chose a font
     bool open = false;   ///< between setup and teardown, where strings may wait for each other
-    /// Strings wait in the batch. They are drawn before anything else that the view does.
-    bool pending = false;
     TextBinding bound;
     std::optional<glm::dmat4> replacedProjection; ///< by the pixel projection
 };

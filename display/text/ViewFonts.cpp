@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include <GL/glext.h>
 
 #include <cwchar>
@@ -11,13 +13,13 @@ namespace {
 /// How pixels are read from memory. While it lives they lie close together, whatever the host has set.
 class ClosePixelRows {
 public:
-    explicit ClosePixelRows(const COrrinGLCement& gl) : m_gl(gl) {
+    explicit ClosePixelRows(const GLCalls& gl) : m_gl(gl) {
         for (std::size_t index = 0; index < std::size(kSettings); ++index) {
             m_gl.glGetIntegerv(kSettings[index].name, &m_before[index]);
             m_gl.glPixelStorei(kSettings[index].name, kSettings[index].value);
         }
         // With a buffer bound, addresses would be taken for offsets into it.
-        if (m_gl.glBindBuffer) {
+        if (m_gl.Has(&GLEntryPoints::glBindBuffer)) {
             m_gl.glGetIntegerv(GL_PIXEL_UNPACK_BUFFER_BINDING, &m_bufferBefore);
             m_gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
         }
@@ -26,7 +28,7 @@ public:
         for (std::size_t index = 0; index < std::size(kSettings); ++index) {
             m_gl.glPixelStorei(kSettings[index].name, m_before[index]);
         }
-        if (m_gl.glBindBuffer) {
+        if (m_gl.Has(&GLEntryPoints::glBindBuffer)) {
             m_gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(m_bufferBefore));
         }
     }
@@ -41,7 +43,7 @@ private:
     static constexpr Setting kSettings[] = {
         {GL_UNPACK_ALIGNMENT, 1}, {GL_UNPACK_ROW_LENGTH, 0}, {GL_UNPACK_SKIP_ROWS, 0}, {GL_UNPACK_SKIP_PIXELS, 0}};
 
-    const COrrinGLCement& m_gl;
+    const GLCalls& m_gl;
     GLint m_before[std::size(kSettings)] = {};
     GLint m_bufferBefore = 0;
 };
@@ -51,7 +53,7 @@ private:
 unsigned long long COpenGLView::m_gFontTextures = 0;
 
 long COpenGLView::SetUpNewFont(FontParameters& request) {
-    DrawPendingText();
+    DrawWaitingVertices();
     // A font that has to go puts its names where an earlier one's may still wait.
     DeleteTaggedFontNames();
     const long result = m_gFontManager.SetUpNewFont(request);
@@ -132,40 +134,36 @@ void COpenGLView::UploadFontTexture(FontAtlasGlyphMetrics& font) {
     if (font.textureName != 0 || !coverage) {
         return;
     }
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     unsigned int texture = 0;
     unsigned int sampler = 0;
-    gl->glActiveTexture(GL_TEXTURE0);
-    gl->glGenTextures(1, &texture);
-    gl->glBindTexture(GL_TEXTURE_2D, texture);
-    outputGlError(L"glBindTexture: END");
+    gl.glActiveTexture(GL_TEXTURE0);
+    gl.glGenTextures(1, &texture);
+    gl.glBindTexture(GL_TEXTURE_2D, texture);
     {
-        const ClosePixelRows rows(*gl);
-        gl->glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, width, height, 0, GL_RED, GL_UNSIGNED_BYTE, coverage);
-        outputGlError(L"glTexImage2D: END");
+        const ClosePixelRows rows(gl);
+        gl.glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, width, height, 0, GL_RED, GL_UNSIGNED_BYTE, coverage);
     }
     TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    if (gl->glGenerateMipmap) {
+    if (gl.Has(&GLEntryPoints::glGenerateMipmap)) {
         // Glyphs down to a quarter of their size. In coarser levels neighbouring cells would run into each other.
         TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 2);
         TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-        gl->glGenerateMipmap(GL_TEXTURE_2D);
-        outputGlError(L"glGenerateMipmap: END");
+        gl.glGenerateMipmap(GL_TEXTURE_2D);
     }
     for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
         // Beyond the texture there is no ink.
         TexParameter(GL_TEXTURE_2D, wrap, GL_CLAMP_TO_BORDER);
     }
-    if (gl->glGenSamplers && gl->glSamplerParameteri) {
-        gl->glGenSamplers(1, &sampler);
+    if (gl.Has(&GLEntryPoints::glGenSamplers) && gl.Has(&GLEntryPoints::glSamplerParameteri)) {
+        gl.glGenSamplers(1, &sampler);
         for (const unsigned int filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
-            gl->glSamplerParameteri(sampler, filter, GL_NEAREST);
+            gl.glSamplerParameteri(sampler, filter, GL_NEAREST);
         }
         for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-            gl->glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
+            gl.glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
         }
-        outputGlError(L"glSamplerParameteri: END");
     }
     m_gFontManager.SetCurrentFontTextureAndSamplerId(texture, sampler);
     font.boundTexture = texture;

@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include "CodePage.h"
 
 #include <GL/glext.h>
@@ -115,16 +117,15 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
 /// does. Blanks are recorded anew with that. Seen as strings without their blanks; BitmapsStandOnTheRasterPosition
 /// fails without it.
 void COpenGLView::MakeBlankLists(HDC deviceContext, unsigned int listBase) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     const unsigned char noInk[4] = {};
     for (const char* blank : {" ", "\xA0"}) {
         SIZE size = {};
         GetTextExtentPoint32A(deviceContext, blank, 1, &size);
-        gl->glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
-        gl->glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
-        gl->glEndList();
+        gl.glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
+        gl.glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
+        gl.glEndList();
     }
-    outputGlError(L"glEndList: END");
 }
 
 long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
@@ -160,11 +161,9 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         DrawFontAtlasText(WideText(text).get(), position[0], position[1], position[2], false, false);
         return;
     }
-    const COrrinGLCement* gl = CurrentGL();
-    gl->glListBase(listBase);
-    outputGlError(L"glListBase: END");
-    gl->glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
-    outputGlError(L"glCallLists: END");
+    const GLCalls gl = CallGL();
+    gl.glListBase(listBase);
+    gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
 }
 
 void COpenGLView::DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z) {
@@ -211,16 +210,14 @@ void COpenGLView::InitializeDisplayList(unsigned int& listBase) {
     if (DrawsWithPrograms()) {
         return;
     }
-    listBase = CurrentGL()->glGenLists(kListCharacters);
-    outputGlError(L"glGenLists: END");
+    listBase = CallGL().glGenLists(kListCharacters);
 }
 
 void COpenGLView::DeleteFont(unsigned int& listBase) {
     if (listBase == 0 || DrawsWithPrograms()) {
         return;
     }
-    CurrentGL()->glDeleteLists(listBase, kListCharacters);
-    outputGlError(L"glDeleteLists: END");
+    CallGL().glDeleteLists(listBase, kListCharacters);
     GLRenderingContextRecord& record = CurrentRecord();
     if (record.textLists.raster == listBase) {
         record.textLists.raster = 0;

@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include "../platform/Notice.h"
 #include "GlyphRun.h"
 
@@ -25,14 +27,14 @@ constexpr double kUnderlineGap = 2.0;
 
 void COpenGLView::DrawSetupFontAtlasText(bool pixelProjection, bool enableClientState, unsigned int value, double a,
                                          double b) {
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     GLRenderingContextRecord& record = CurrentRecord();
     GLint blend = 0;
     GLint destination = 0;
     GLint source = 0;
-    gl->glGetIntegerv(GL_BLEND, &blend);
-    gl->glGetIntegerv(GL_BLEND_DST, &destination);
-    gl->glGetIntegerv(GL_BLEND_SRC, &source);
+    gl.glGetIntegerv(GL_BLEND, &blend);
+    gl.glGetIntegerv(GL_BLEND_DST, &destination);
+    gl.glGetIntegerv(GL_BLEND_SRC, &source);
     m_text.blendWasOn = blend;
     m_text.savedBlendDestination = static_cast<unsigned int>(destination);
     m_text.savedBlendSource = static_cast<unsigned int>(source);
@@ -86,7 +88,7 @@ void COpenGLView::DrawFontAtlasEnableClientState() {
     if (!DrawsWithPrograms()) {
         return;
     }
-    DrawPendingText();
+    DrawWaitingVertices();
     DeleteTaggedFontNames();
     if (!SelectUsableFont()) {
         ShowMessageBox(nullptr,
@@ -189,8 +191,8 @@ void COpenGLView::DrawTeardownFontAtlasText(bool swap, bool checkErrors) {
 
 /// Draws the strings that wait for others. Everything else that the view does comes after them, so each operation that
 /// changes the batch or the current context calls this first, and CurrentGL does for all the others.
-void COpenGLView::DrawPendingText() {
-    if (!m_text.pending) {
+void COpenGLView::DrawWaitingVertices() {
+    if (!m_batch.waiting) {
         return;
     }
     const GLRenderingContextRecord& record = CurrentRecord();
@@ -205,7 +207,7 @@ void COpenGLView::DrawPendingText() {
         FlushArrays();
         wglMakeCurrent(currentDeviceContext, current);
     }
-    m_text.pending = false;
+    m_batch.waiting = false;
 }
 
 /// What a string has to be drawn with now. Glyphs that land on the pixels as they are get the sharp sampler.
@@ -241,7 +243,7 @@ bool COpenGLView::MapsToPixels() const {
 }
 
 void COpenGLView::BindFont(const TextBinding& binding) {
-    DrawPendingText();
+    DrawWaitingVertices();
     CurrentRecord().fontAtlasSampler = binding.sampler;
     EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, binding.texture, GLShaderText);
     m_text.bound = binding;
@@ -256,7 +258,7 @@ void COpenGLView::OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs) {
         const TextBinding wanted = BindingForText(font, plainGlyphs);
         const bool bound =
             !NeedsBinding(GLShaderText) && wanted == m_text.bound && CurrentRecord().fontAtlasTexture == wanted.texture;
-        if (bound && m_text.pending) {
+        if (bound && m_batch.waiting) {
             return;
         }
         if (!bound) {
@@ -269,7 +271,7 @@ void COpenGLView::OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs) {
 /// Ends a string. Within a run it stays in the batch for others to join.
 void COpenGLView::CloseTextBatch(bool mayWait) {
     if (mayWait && m_text.open && DrawsWithPrograms()) {
-        m_text.pending = true;
+        m_batch.waiting = true;
         return;
     }
     FlushArrays();

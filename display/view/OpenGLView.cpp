@@ -1,5 +1,7 @@
 #include "OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
 
@@ -134,10 +136,11 @@ void COpenGLView::InitializeOpenGL(HWND window) {
     }
     outputGlError(L"OnInitialUpdate() bindGL()");
     SetBackgroundColor(0, false);
-    if (!DrawsWithPrograms()) {
-        CurrentGL()->glShadeModel(GL_FLAT);
+    if (DrawsWithPrograms()) {
+        outputGlError(L"glShadeModel: END");
+        return;
     }
-    outputGlError(L"glShadeModel: END");
+    CallGL().glShadeModel(GL_FLAT);
 }
 
 void COpenGLView::ShutDownOpenGLContexts(HWND window) {

@@ -23,6 +23,7 @@ class logger;
 
 namespace KTR {
 
+class GLCalls;
 struct ImageRows;
 struct TextExtent;
 struct TextFrame;
@@ -152,6 +153,9 @@ public:
     static bool IsContextLegacyOpenGL11(GLRenderingContextTypes type);
     bool IsCurrentContextOpenGL4OrLater() const { return IsContextOpenGL4OrLater(m_currentContext); }
     bool IsCurrentContextLegacyOpenGL11() const { return IsContextLegacyOpenGL11(m_currentContext); }
+    /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
+    /// context that the driver gave only in the plain way: it has to do without the shared programs.
+    bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
 
     /// Bootstraps the loader and settles the process's pipeline. The first view's constructor calls it.
     int GetOpenGLVersionWithGLCement();
@@ -780,10 +784,10 @@ private:
         m_currentContext = type;
         m_currentColor = &m_contexts[type].attributes.currentColor;
     }
-    /// The functions of the current context; never null. Who asks for them is about to do something that waiting text
-    /// must be drawn before; the constant members only ask questions.
-    const COrrinGLCement* CurrentGL();
-    const COrrinGLCement* CurrentGL() const;
+    /// OpenGL for who is about to change something: draws the vertices that wait, which must come before that.
+    GLCalls CallGL();
+    /// OpenGL for questions. Without a context its functions do nothing.
+    GLCalls CurrentGL() const;
     COpenGLMath& MathOf(GLRenderingContextTypes type) const;
     COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
 
@@ -798,10 +802,6 @@ private:
                                 unsigned int available);
     HGLRC CreateSharedContext(HDC deviceContext, GLRenderingContextTypes type);
     void ForgetBorrowedContext(HGLRC context);
-
-    /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
-    /// context that has to do without the shared programs.
-    bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
 
     void LeaveStockPrograms(bool contextIsCurrent);
     void ReleaseObjectsOfDyingContext(GLRenderingContextTypes type);
@@ -892,7 +892,7 @@ private:
     inline GLDrawGeometry& BatchRecordAt(int index);
     inline bool TriangleFits(int index) const;
 
-    void DrawPendingText();
+    void DrawWaitingVertices();
     bool SelectUsableFont();
     void UploadFontTexture(FontAtlasGlyphMetrics& font);
     void DeleteTaggedFontNames();

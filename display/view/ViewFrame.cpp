@@ -1,37 +1,35 @@
 #include "OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 namespace KTR {
 
 void COpenGLView::SetBackgroundColor(COLORREF color, bool clear) {
     CurrentRecord().backgroundColor = color;
-    const COrrinGLCement* gl = CurrentGL();
-    gl->glClearColor(static_cast<float>(GetRValue(color)) / 255.0F, static_cast<float>(GetGValue(color)) / 255.0F,
-                     static_cast<float>(GetBValue(color)) / 255.0F, 1.0F);
-    outputGlError(L"SetBackgroundColor: glClearColor()");
+    const GLCalls gl = CallGL();
+    gl.As(L"SetBackgroundColor: glClearColor()")
+        .glClearColor(static_cast<float>(GetRValue(color)) / 255.0F, static_cast<float>(GetGValue(color)) / 255.0F,
+                      static_cast<float>(GetBValue(color)) / 255.0F, 1.0F);
     if (clear) {
-        gl->glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        outputGlError(L"SetBackgroundColor: glClear()");
+        gl.As(L"SetBackgroundColor: glClear()").glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     }
 }
 
 void COpenGLView::Clear(unsigned int mask) {
-    CurrentGL()->glClear(mask);
-    outputGlError(L"Clear: END:  glClear()");
+    CallGL().As(L"Clear: END:  glClear()").glClear(mask);
 }
 
 void COpenGLView::Color(unsigned char r, unsigned char g, unsigned char b) {
     SetCurrentColor(r, g, b, 255, false);
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glColor3ub(r, g, b);
-        outputGlError(L"Color 3ub: END");
+        CallGL().As(L"Color 3ub: END").glColor3ub(r, g, b);
     }
 }
 
 void COpenGLView::Color(unsigned char r, unsigned char g, unsigned char b, unsigned char a) {
     SetCurrentColor(r, g, b, a, false);
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glColor4ub(r, g, b, a);
-        outputGlError(L"Color 4ub: END");
+        CallGL().As(L"Color 4ub: END").glColor4ub(r, g, b, a);
     }
 }
 
@@ -54,14 +52,12 @@ GLRGBAColor COpenGLView::GetCurrentColor() const {
 }
 
 void COpenGLView::PixelStore(unsigned int name, int value) {
-    CurrentGL()->glPixelStorei(name, value);
-    outputGlError(L"glPixelStorei: END");
+    CallGL().glPixelStorei(name, value);
 }
 
 void COpenGLView::ReadPixels(int x, int y, int width, int height, unsigned int format, unsigned int type,
                              void* pixels) {
-    CurrentGL()->glReadPixels(x, y, width, height, format, type, pixels);
-    outputGlError(L"glReadPixels: END");
+    CallGL().glReadPixels(x, y, width, height, format, type, pixels);
 }
 
 } // namespace KTR

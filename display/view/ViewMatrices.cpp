@@ -1,5 +1,7 @@
 #include "OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
 
@@ -20,8 +22,7 @@ void StorePoint(const glm::dvec3& point, double* x, double* y, double* z) {
 void COpenGLView::MatrixMode(unsigned int mode) {
     CurrentRecord().attributes.matrixMode = mode;
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glMatrixMode(mode);
-        outputGlError(L"glMatrixMode: END");
+        CallGL().glMatrixMode(mode);
     }
 }
 
@@ -42,18 +43,17 @@ void COpenGLView::CopyCurrentGLMMatrixToOpenGL() {
     if (DrawsWithPrograms()) {
         return;
     }
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     if (CurrentRecord().attributes.matrixMode == GL_COLOR) {
         // NOTE: most drivers have no colour matrix. They refuse the mode and stay in the one before, whose matrix must
         // not be overwritten.
         GLint mode = 0;
-        gl->glGetIntegerv(GL_MATRIX_MODE, &mode);
+        gl.glGetIntegerv(GL_MATRIX_MODE, &mode);
         if (mode != GL_COLOR) {
             return;
         }
     }
-    gl->glLoadMatrixd(glm::value_ptr(GetCurrentMatrix()));
-    outputGlError(L"glLoadMatrixd: END");
+    gl.glLoadMatrixd(glm::value_ptr(GetCurrentMatrix()));
 }
 
 void COpenGLView::CopyCurrentGLMMatrixToOpenGLMathMatrix() {
@@ -230,8 +230,7 @@ void COpenGLView::GetCompleteProjectionMatrixAndViewport(glm::dmat4& projectionT
 void COpenGLView::SetUpViewport(int x, int y, int width, int height) {
     CurrentRecord().attributes.viewport = {x, y, width, height};
     CurrentMath().SetViewport({x, y, width, height});
-    CurrentGL()->glViewport(x, y, width, height);
-    outputGlError(L"glViewport: END");
+    CallGL().glViewport(x, y, width, height);
 }
 
 glm::dvec4 COpenGLView::GetViewport() const {

@@ -1,6 +1,6 @@
 #include "OpenGLView.h"
 
-#include <utility>
+#include "../platform/GLCalls.h"
 
 namespace KTR {
 
@@ -74,17 +74,15 @@ void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
     m_contexts[type].attributes.light = GLLightParameters{};
 }
 
-const COrrinGLCement* COpenGLView::CurrentGL() {
-    if (m_text.pending) {
-        DrawPendingText();
-    }
-    return std::as_const(*this).CurrentGL();
+GLCalls COpenGLView::CallGL() {
+    DrawWaitingVertices();
+    return CurrentGL();
 }
 
-const COrrinGLCement* COpenGLView::CurrentGL() const {
+GLCalls COpenGLView::CurrentGL() const {
     // A table that nothing was loaded into stays behind from the bootstrap until the context is created.
     const COrrinGLCement* functions = CurrentRecord().glCement;
-    return functions && functions->ullFound != 0 ? functions : &InertGLCement();
+    return GLCalls(functions && functions->ullFound != 0 ? *functions : InertGLCement());
 }
 
 COpenGLMath& COpenGLView::MathOf(GLRenderingContextTypes type) const {

@@ -1,5 +1,7 @@
 #include "OpenGLView.h"
 
+#include "../platform/GLCalls.h"
+
 #include "../values/BoundedStack.h"
 
 #include <GL/glext.h>
@@ -44,11 +46,9 @@ void COpenGLView::Disable(unsigned int capability) {
 void COpenGLView::LoadGLState(unsigned int capability, unsigned char on) {
     const bool enable = on == 1;
     if (enable) {
-        CurrentGL()->glEnable(capability);
-        outputGlError(L"glEnable: END");
+        CallGL().glEnable(capability);
     } else {
-        CurrentGL()->glDisable(capability);
-        outputGlError(L"glDisable: END");
+        CallGL().glDisable(capability);
     }
     EnableDisableGLState(capability, enable ? 1 : 0);
 }
@@ -68,7 +68,7 @@ void COpenGLView::GetInitialGLAttributes(GLAttributes& attributes) {
     attributes.pointSize = 1.0F;
     attributes.lineStippleFactor = 1;
     attributes.lineStipplePattern = 0xFFFF;
-    CurrentGL()->glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
+    CallGL().glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
     CurrentMath().SetViewport(
         {attributes.viewport[0], attributes.viewport[1], attributes.viewport[2], attributes.viewport[3]});
     outputGlError(L"GetInitialGLAttributes END:");
@@ -77,9 +77,9 @@ void COpenGLView::GetInitialGLAttributes(GLAttributes& attributes) {
 void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
     outputGlError(L"GetCurrentGLAttributes BEGIN: ");
     attributes = CurrentRecord().attributes;
-    const COrrinGLCement* gl = CurrentGL();
+    const GLCalls gl = CallGL();
     const auto ask = [&](unsigned int capability, int position) {
-        attributes.capabilities[static_cast<std::size_t>(position)] = gl->glIsEnabled(capability) != 0;
+        attributes.capabilities[static_cast<std::size_t>(position)] = gl.glIsEnabled(capability) != 0;
     };
     const auto askTracked = [&](unsigned int capability) { ask(capability, CapabilityFlagPosition(capability)); };
     // A 4.x context is not asked for what only fixed functions have; there the cached values stand.
@@ -99,27 +99,27 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
             askTracked(capability);
         }
         float color[4] = {};
-        gl->glGetFloatv(GL_CURRENT_COLOR, color);
+        gl.glGetFloatv(GL_CURRENT_COLOR, color);
         attributes.currentColor = {ColorByte(color[0]), ColorByte(color[1]), ColorByte(color[2]), ColorByte(color[3])};
         float rasterColor[4] = {};
-        gl->glGetFloatv(GL_CURRENT_RASTER_COLOR, rasterColor);
+        gl.glGetFloatv(GL_CURRENT_RASTER_COLOR, rasterColor);
         double rasterPosition[4] = {};
-        gl->glGetDoublev(GL_CURRENT_RASTER_POSITION, rasterPosition);
+        gl.glGetDoublev(GL_CURRENT_RASTER_POSITION, rasterPosition);
         std::copy_n(rasterPosition, attributes.rasterPosition.size(), attributes.rasterPosition.begin());
     }
     const auto integer = [&](unsigned int name) {
         GLint values[4] = {};
-        gl->glGetIntegerv(name, values);
+        gl.glGetIntegerv(name, values);
         return static_cast<unsigned int>(values[0]);
     };
-    gl->glGetFloatv(GL_POINT_SIZE, &attributes.pointSize);
-    gl->glGetFloatv(GL_LINE_WIDTH, &attributes.lineWidth);
+    gl.glGetFloatv(GL_POINT_SIZE, &attributes.pointSize);
+    gl.glGetFloatv(GL_LINE_WIDTH, &attributes.lineWidth);
     attributes.polygonMode = integer(GL_POLYGON_MODE);
     attributes.polygonModeFace = GL_FRONT_AND_BACK;
     if (fixedFunctions) {
         attributes.matrixMode = integer(GL_MATRIX_MODE);
     }
-    gl->glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
+    gl.glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
     attributes.logicOp = integer(GL_LOGIC_OP_MODE);
     attributes.blendSource = integer(GL_BLEND_SRC_RGB);
     attributes.blendDestination = integer(GL_BLEND_DST_RGB);
@@ -216,20 +216,17 @@ void COpenGLView::BlendFunc(unsigned int source, unsigned int destination) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.blendSource = source;
     attributes.blendDestination = destination;
-    CurrentGL()->glBlendFunc(source, destination);
-    outputGlError(L"glBlendFunc: END");
+    CallGL().glBlendFunc(source, destination);
 }
 
 void COpenGLView::LineWidth(float width) {
     CurrentRecord().attributes.lineWidth = width;
-    CurrentGL()->glLineWidth(width);
-    outputGlError(L"glLineWidth: END");
+    CallGL().glLineWidth(width);
 }
 
 void COpenGLView::PointSize(float size) {
     CurrentRecord().attributes.pointSize = size;
-    CurrentGL()->glPointSize(size);
-    outputGlError(L"glPointSize: END");
+    CallGL().glPointSize(size);
 }
 
 void COpenGLView::PolygonMode(unsigned int face, unsigned int mode) {
@@ -237,20 +234,17 @@ void COpenGLView::PolygonMode(unsigned int face, unsigned int mode) {
     attributes.polygonModeFace = face;
     attributes.polygonMode = mode;
     CurrentRecord().fillForced = false;
-    CurrentGL()->glPolygonMode(face, mode);
-    outputGlError(L"glPolygonMode: END");
+    CallGL().glPolygonMode(face, mode);
 }
 
 void COpenGLView::LogicOp(unsigned int operation) {
     CurrentRecord().attributes.logicOp = operation;
-    CurrentGL()->glLogicOp(operation);
-    outputGlError(L"glLogicOp: END");
+    CallGL().glLogicOp(operation);
 }
 
 void COpenGLView::ShadeModel(unsigned int mode) {
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glShadeModel(mode);
-        outputGlError(L"glShadeModel: END");
+        CallGL().glShadeModel(mode);
     }
 }
 
@@ -259,8 +253,7 @@ void COpenGLView::LineStipple(int factor, unsigned short pattern) {
     attributes.lineStippleFactor = factor;
     attributes.lineStipplePattern = pattern;
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glLineStipple(factor, pattern);
-        outputGlError(L"glLineStipple: END");
+        CallGL().glLineStipple(factor, pattern);
     }
 }
 
@@ -272,14 +265,12 @@ void COpenGLView::LineStippleOnOff(bool on) {
 
 void COpenGLView::TexEnv(unsigned int target, unsigned int name, int value) {
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glTexEnvi(target, name, value);
-        outputGlError(L"glTexEnvi: END");
+        CallGL().glTexEnvi(target, name, value);
     }
 }
 
 void COpenGLView::TexParameter(unsigned int target, unsigned int name, int value) {
-    CurrentGL()->glTexParameteri(target, name, value);
-    outputGlError(L"glTexParameteri: END");
+    CallGL().glTexParameteri(target, name, value);
 }
 
 void COpenGLView::Light(unsigned int light, unsigned int name, const float* values) {
@@ -296,13 +287,12 @@ void COpenGLView::Light(unsigned int light, unsigned int name, const float* valu
         }
     }
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glLightfv(light, name, values);
-        outputGlError(L"Light: END");
+        CallGL().As(L"Light: END").glLightfv(light, name, values);
     }
 }
 
 void COpenGLView::GetLightColor(unsigned int light, float* color) const {
-    CurrentGL()->glGetLightfv(light, GL_DIFFUSE, color);
+    CurrentGL().glGetLightfv(light, GL_DIFFUSE, color);
     outputGlError(L"GetLightColor END: ");
 }
 
@@ -344,21 +334,18 @@ void COpenGLView::RestoreLightingState() {
 void COpenGLView::RasterPosition(double x, double y, double z) {
     CurrentRecord().attributes.rasterPosition = {x, y, z};
     if (!DrawsWithPrograms()) {
-        CurrentGL()->glRasterPos3d(x, y, z);
-        outputGlError(L"glRasterPos3d: END");
+        CallGL().glRasterPos3d(x, y, z);
     }
 }
 
 void COpenGLView::DrawBuffer(unsigned int buffer) {
-    CurrentGL()->glDrawBuffer(buffer);
-    outputGlError(L"glDrawBuffer: END");
+    CallGL().glDrawBuffer(buffer);
 }
 
 void COpenGLView::ReadBuffer(unsigned int buffer) {
     const unsigned int selected = m_currentContext == GLContextLegacy ? GL_FRONT : buffer;
     CurrentRecord().attributes.readBuffer = selected;
-    CurrentGL()->glReadBuffer(selected);
-    outputGlError(L"glReadBuffer: END");
+    CallGL().glReadBuffer(selected);
 }
 
 } // namespace KTR
