@@ -310,7 +310,7 @@ void COpenGLView::DrawFrameWithPrograms(const FramePart& part, bool depth) {
     gl.glDepthMask(depth && m_keptFrame.depth ? GL_TRUE : GL_FALSE);
     BindTextureUnit(GL_TEXTURE1, m_keptFrame.depthTexture, m_keptFrame.depthSampler);
     const TextureRequest request = m_textureRequest;
-    const bool fillForced = record.fillForced;
+    const bool fillForced = record.objects.fillForced;
     DrawSetupSetShaderTexture(m_keptFrame.colorTexture, m_keptFrame.colorSampler);
     BindVariablesToShaderProgram(m_currentContext, GLShaderBackingStore, data);
     BeginArrays(GL_TRIANGLES, GLShaderBackingStore);
@@ -327,7 +327,7 @@ void COpenGLView::DrawFrameWithPrograms(const FramePart& part, bool depth) {
         SetPolygonFillMode(GLShaderColorPassThrough);
     }
     gl.glUseProgram(0);
-    record.boundProgram = 0;
+    record.objects.boundProgram = 0;
 }
 
 /// NOTE: pixels are not textured: a driver of OpenGL 1.1 need not have textures of a window's size.

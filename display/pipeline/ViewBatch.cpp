@@ -59,7 +59,7 @@ void COpenGLView::EndArraysAndDisableClientState() {
 }
 
 void COpenGLView::EndVBOArraysAndDisableClientState() {
-    const GLShaderTypes shader = CurrentRecord().currentShader;
+    const GLShaderTypes shader = CurrentRecord().objects.currentShader;
     if (DrawsWithPrograms() && shader != GLShaderUnknown) {
         BindVAOAndVBOBufferData(m_gShaderSet.programs[shader], m_batch.ring, nullptr, 0);
     }

@@ -73,23 +73,23 @@ void COpenGLView::UseStockProgram(GLRenderingContextTypes context, GLShaderTypes
     DrawWaitingVertices();
     outputGlError(L"BindVariablesToShaderProgram: BEGIN");
     GLRenderingContextRecord& record = m_contexts[context];
-    record.currentShader = type;
+    record.objects.currentShader = type;
     TakeProgram(record, data);
     BindMatrices(context, type, data);
     SetPolygonFillMode(type);
     PrepareContextFor(type);
     GatherUniforms(context);
-    SendUniforms(type, data, record.boundUniforms);
+    SendUniforms(type, data, record.objects.boundUniforms);
 }
 
 /// Makes the program current and writes down that its uniforms are about to be this context's.
 void COpenGLView::TakeProgram(GLRenderingContextRecord& record, ShaderData& data) {
-    if (record.contextNumber == 0) {
-        record.contextNumber = NextContextNumber();
+    if (record.objects.number == 0) {
+        record.objects.number = NextContextNumber();
     }
     CallGL().glUseProgram(data.program);
-    record.boundProgram = data.program;
-    data.uniformsOfContext = record.contextNumber;
+    record.objects.boundProgram = data.program;
+    data.uniformsOfContext = record.objects.number;
 }
 
 /// Called before each draw: when another context has drawn with the program since it was bound here, its uniforms hold
@@ -97,23 +97,23 @@ void COpenGLView::TakeProgram(GLRenderingContextRecord& record, ShaderData& data
 /// that the picture does not depend on what other views did in between.
 void COpenGLView::RestoreUniforms() {
     GLRenderingContextRecord& record = CurrentRecord();
-    if (record.currentShader == GLShaderUnknown || record.boundProgram == 0) {
+    if (record.objects.currentShader == GLShaderUnknown || record.objects.boundProgram == 0) {
         return;
     }
-    ShaderData& data = m_gShaderSet.programs[record.currentShader];
-    if (data.program != record.boundProgram || data.uniformsOfContext == record.contextNumber) {
+    ShaderData& data = m_gShaderSet.programs[record.objects.currentShader];
+    if (data.program != record.objects.boundProgram || data.uniformsOfContext == record.objects.number) {
         return;
     }
     TakeProgram(record, data);
-    SendMatrix(data, record.boundUniforms);
-    SendUniforms(record.currentShader, data, record.boundUniforms);
+    SendMatrix(data, record.objects.boundUniforms);
+    SendUniforms(record.objects.currentShader, data, record.objects.boundUniforms);
 }
 
 /// True when BeginArrays has to bind the program: another one is bound, none is, or it was built anew.
 bool COpenGLView::NeedsBinding(GLShaderTypes type) const {
     const GLRenderingContextRecord& record = CurrentRecord();
-    return record.currentShader != type || record.boundProgram == 0 ||
-           record.boundProgram != m_gShaderSet.programs[type].program;
+    return record.objects.currentShader != type || record.objects.boundProgram == 0 ||
+           record.objects.boundProgram != m_gShaderSet.programs[type].program;
 }
 
 long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data) {
@@ -183,7 +183,7 @@ void* COpenGLView::MapStorage(unsigned int target, unsigned int bytes) {
 unsigned int& COpenGLView::VertexArrayOf(ShaderData& data) {
     for (std::size_t slot = 0; slot < kShaderCount; ++slot) {
         if (&m_gShaderSet.programs[slot] == &data) {
-            return CurrentRecord().vertexArrays[slot];
+            return CurrentRecord().objects.vertexArrays[slot];
         }
     }
     return data.vertexArray;
@@ -291,7 +291,7 @@ long COpenGLView::DisableShaderVertexAttribArrays(GLShaderTypes type) {
 long COpenGLView::DeleteAttributeBuffers() {
     outputGlError(L"DeleteAttributeBuffers: BEGIN");
     GLRenderingContextRecord& record = CurrentRecord();
-    for (unsigned int& vertexArray : record.vertexArrays) {
+    for (unsigned int& vertexArray : record.objects.vertexArrays) {
         if (vertexArray != 0) {
             CallGL().glDeleteVertexArrays(1, &vertexArray);
             vertexArray = 0;
@@ -302,7 +302,7 @@ long COpenGLView::DeleteAttributeBuffers() {
         DeleteVBO(m_batch.ring);
     }
     // The next batch binds its program again, with new arrays and buffers.
-    record.boundProgram = 0;
+    record.objects.boundProgram = 0;
     outputGlError(L"DeleteAttributeBuffers: END");
     return S_OK;
 }

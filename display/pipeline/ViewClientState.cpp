@@ -89,7 +89,7 @@ void COpenGLView::EnableClientStateInternalVertexAndTexture(int vertexSize, unsi
                                                             GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
         if (shader == GLShaderText) {
-            CurrentRecord().fontAtlasTexture = texture;
+            CurrentRecord().objects.fontAtlasTexture = texture;
         } else {
             m_textureRequest.shaderTexture = texture;
         }
@@ -152,9 +152,9 @@ void COpenGLView::DisableClientState() {
     GLRenderingContextRecord& record = CurrentRecord();
     if (DrawsWithPrograms()) {
         ReleaseRingFences();
-        DisableShaderVertexAttribArrays(record.currentShader);
+        DisableShaderVertexAttribArrays(record.objects.currentShader);
         CallGL().glUseProgram(0);
-        record.boundProgram = 0;
+        record.objects.boundProgram = 0;
     } else {
         const GLCalls gl = CallGL();
         for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {

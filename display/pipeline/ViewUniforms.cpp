@@ -74,8 +74,8 @@ long COpenGLView::BindShaderLightParameters(ShaderData& data, const GLLightParam
 long COpenGLView::BindFontAtlasTexture() {
     outputGlError(L"BindFontAtlasTexture: BEGIN");
     const GLRenderingContextRecord& record = CurrentRecord();
-    if (record.fontAtlasTexture != 0) {
-        BindImage(record.fontAtlasTexture, record.fontAtlasSampler);
+    if (record.objects.fontAtlasTexture != 0) {
+        BindImage(record.objects.fontAtlasTexture, record.objects.fontAtlasSampler);
     }
     return S_OK;
 }
@@ -117,10 +117,10 @@ void COpenGLView::SetPolygonFillMode(GLShaderTypes type) {
     // Pictures and glyphs are quads that stand for something else: their outlines are never meant.
     const bool forced = type >= GLShaderTextureDecal;
     GLRenderingContextRecord& record = CurrentRecord();
-    if (forced == record.fillForced) {
+    if (forced == record.objects.fillForced) {
         return;
     }
-    record.fillForced = forced;
+    record.objects.fillForced = forced;
     if (record.attributes.polygonMode != GL_FILL && record.attributes.polygonModeFace != 0) {
         CallGL().glPolygonMode(record.attributes.polygonModeFace, forced ? GL_FILL : record.attributes.polygonMode);
     }
@@ -138,7 +138,7 @@ void COpenGLView::DrawSetupTextureTransparency(unsigned char transparency) {
 /// Gives the program the matrices of a context; the current program must be that of `data`.
 void COpenGLView::BindMatrices(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
     outputGlError(L"BindMatricesToShaderProgram: BEGIN");
-    ProgramUniforms& uniforms = m_contexts[context].boundUniforms;
+    ProgramUniforms& uniforms = m_contexts[context].objects.boundUniforms;
     const MatrixSet& matrices = MathOf(context).Matrices();
     // The product is formed in double precision: large translations in the two matrices cancel before they are rounded.
     uniforms.projectionTimesModelview = glm::mat4(matrices.projection * matrices.modelview);
@@ -154,7 +154,7 @@ void COpenGLView::BindMatrices(GLRenderingContextTypes context, GLShaderTypes ty
 void COpenGLView::GatherUniforms(GLRenderingContextTypes context) {
     GLRenderingContextRecord& record = m_contexts[context];
     const GLAttributes& attributes = record.attributes;
-    ProgramUniforms& uniforms = record.boundUniforms;
+    ProgramUniforms& uniforms = record.objects.boundUniforms;
     uniforms.pointSize = attributes.pointSize;
     uniforms.pointSmoothing = IsOpenGLStateEnabled(GL_POINT_SMOOTH) ? 1.0F : 0.0F;
     uniforms.stipplePattern = attributes.lineStipplePattern;
@@ -261,7 +261,7 @@ void COpenGLView::PrepareContextFor(GLShaderTypes type) {
 /// NOTE: a compatibility context gives fragments their place in the point only while this is on. Square points keep it
 /// off: it also changes which pixels a point covers, and they cover those of the fixed-function pipeline.
 void COpenGLView::SetPointSprites(bool on) {
-    bool& current = CurrentRecord().pointSprites;
+    bool& current = CurrentRecord().objects.pointSprites;
     if (current == on) {
         return;
     }

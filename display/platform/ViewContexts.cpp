@@ -348,9 +348,9 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         record.renderingContext = nullptr;
         record.current = false;
         record.initialized = false;
-        record.currentShader = GLShaderUnknown;
+        record.objects.currentShader = GLShaderUnknown;
         record.fixedFunctionOnly = false;
-        record.textLists = TextLists{};
+        record.objects.textLists = TextLists{};
     }
     int result = 1;
     if (record.borrowedContext) {
@@ -486,7 +486,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         return;
     }
     m_batch.waiting = false;
-    const bool holdsArrays = std::any_of(record.vertexArrays.begin(), record.vertexArrays.end(),
+    const bool holdsArrays = std::any_of(record.objects.vertexArrays.begin(), record.objects.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;
     const bool holdsFrame = m_keptFrame.colorTexture != 0;
@@ -522,11 +522,11 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     m_keptFrame.colorSampler = 0;
     m_keptFrame.depthTexture = 0;
     m_keptFrame.depthSampler = 0;
-    record.vertexArrays = {};
-    record.boundProgram = 0;
-    record.contextNumber = 0;
-    record.fillForced = false;
-    record.pointSprites = false;
+    record.objects.vertexArrays = {};
+    record.objects.boundProgram = 0;
+    record.objects.number = 0;
+    record.objects.fillForced = false;
+    record.objects.pointSprites = false;
 }
 
 /// After a context is gone no record of this view may still name it as borrowed.

@@ -109,7 +109,7 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
     const SelectedObject selected(deviceContext, font);
     record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
     MakeBlankLists(deviceContext, listBase);
-    record.textLists.raster = listBase;
+    record.objects.textLists.raster = listBase;
     return record.rasterFontReady ? S_OK : E_FAIL;
 }
 
@@ -147,8 +147,8 @@ long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, 
         return E_FAIL;
     }
     GLRenderingContextRecord& record = CurrentRecord();
-    record.textLists.outline = listBase;
-    record.textLists.outlineHeight = EmHeight(font);
+    record.objects.textLists.outline = listBase;
+    record.objects.textLists.outlineHeight = EmHeight(font);
     return S_OK;
 }
 
@@ -219,12 +219,12 @@ void COpenGLView::DeleteFont(unsigned int& listBase) {
     }
     CallGL().glDeleteLists(listBase, kListCharacters);
     GLRenderingContextRecord& record = CurrentRecord();
-    if (record.textLists.raster == listBase) {
-        record.textLists.raster = 0;
+    if (record.objects.textLists.raster == listBase) {
+        record.objects.textLists.raster = 0;
         record.rasterFontReady = false;
     }
-    if (record.textLists.outline == listBase) {
-        record.textLists.outline = 0;
+    if (record.objects.textLists.outline == listBase) {
+        record.objects.textLists.outline = 0;
     }
     listBase = 0;
 }

@@ -244,7 +244,7 @@ bool COpenGLView::MapsToPixels() const {
 
 void COpenGLView::BindFont(const TextBinding& binding) {
     DrawWaitingVertices();
-    CurrentRecord().fontAtlasSampler = binding.sampler;
+    CurrentRecord().objects.fontAtlasSampler = binding.sampler;
     EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, binding.texture, GLShaderText);
     m_text.bound = binding;
 }
@@ -256,8 +256,8 @@ void COpenGLView::OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs) {
     if (DrawsWithPrograms()) {
         UploadFontTexture(font);
         const TextBinding wanted = BindingForText(font, plainGlyphs);
-        const bool bound =
-            !NeedsBinding(GLShaderText) && wanted == m_text.bound && CurrentRecord().fontAtlasTexture == wanted.texture;
+        const bool bound = !NeedsBinding(GLShaderText) && wanted == m_text.bound &&
+                           CurrentRecord().objects.fontAtlasTexture == wanted.texture;
         if (bound && m_batch.waiting) {
             return;
         }

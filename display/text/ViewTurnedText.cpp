@@ -65,12 +65,12 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
         if (atRasterPosition) {
             RasterPosition(x, y, z);
         }
-        if (record.textLists.outline == 0) {
-            DrawGLText(record.textLists.raster, characters);
+        if (record.objects.textLists.outline == 0) {
+            DrawGLText(record.objects.textLists.raster, characters);
             return S_OK;
         }
-        const double em = record.textLists.outlineHeight;
-        DrawOutlineLists(record.textLists.outline, characters,
+        const double em = record.objects.textLists.outlineHeight;
+        DrawOutlineLists(record.objects.textLists.outline, characters,
                          {rasterPosition[0], rasterPosition[1], rasterPosition[2]},
                          {scaleX * em, scaleY * em, scaleZ * em}, angleDegrees);
         return S_OK;

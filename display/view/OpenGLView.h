@@ -777,6 +777,8 @@ public:
     static WglGetPixelFormatAttribivARB m_gfn_wglGetPixelFormatAttribivARB;
 
 private:
+    friend struct ViewAccess;
+
     GLRenderingContextRecord& CurrentRecord() { return m_contexts[m_currentContext]; }
     const GLRenderingContextRecord& CurrentRecord() const { return m_contexts[m_currentContext]; }
     /// The one way to another record: the adds find its colour through a pointer, at each vertex.

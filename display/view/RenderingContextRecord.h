@@ -1,9 +1,7 @@
 #pragma once
 
-#include "../pipeline/ProgramUniforms.h"
-#include "../pipeline/ShaderData.h"
+#include "../pipeline/ContextObjects.h"
 #include "../platform/OrrinGLCement.h"
-#include "../text/TextState.h"
 #include "../values/DrawGeometry.h"
 #include "../values/GLAttributes.h"
 #include "../values/MatrixStack.h"
@@ -73,17 +71,7 @@ struct GLRenderingContextRecord {
     /// The context shares nothing with the others, so the stock programs do not exist in it: it draws with fixed
     /// functions although the process draws with programs.
     bool fixedFunctionOnly = false;
-    /// Unlike handles, never used twice; 0 while no program was bound.
-    unsigned long long contextNumber = 0;
-    GLShaderTypes currentShader = GLShaderUnknown;         ///< the stock program that was bound last
-    unsigned int boundProgram = 0;                         ///< the GL program in use; 0 after DisableClientState
-    std::array<unsigned int, kShaderCount> vertexArrays{}; ///< of this context, by stock program; 0 until first bound
-    ProgramUniforms boundUniforms{};                       ///< what the bound program was given
-    bool fillForced = false;           ///< GL fills although the host asked for another polygon mode
-    bool pointSprites = false;         ///< fragments know their place in the point
-    unsigned int fontAtlasTexture = 0; ///< what the text program reads
-    unsigned int fontAtlasSampler = 0;
-    TextLists textLists;
+    ContextObjects objects;           ///< of the rendering context
     bool loopContinued = false;       ///< the open line loop was split
     GLDrawGeometry loopFirstVertex{}; ///< where the split line loop has to close
 };

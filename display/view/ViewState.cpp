@@ -233,7 +233,7 @@ void COpenGLView::PolygonMode(unsigned int face, unsigned int mode) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.polygonModeFace = face;
     attributes.polygonMode = mode;
-    CurrentRecord().fillForced = false;
+    CurrentRecord().objects.fillForced = false;
     CallGL().glPolygonMode(face, mode);
 }
 
