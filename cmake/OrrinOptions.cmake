@@ -1,7 +1,8 @@
 # Compile options that every target of the project takes, as an interface target.
 
 add_library(OrrinOptions INTERFACE)
-target_compile_definitions(OrrinOptions INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
+target_compile_definitions(OrrinOptions INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN
+    $<$<BOOL:${ORRIN_CHECKED}>:ORRIN_CHECKED>)
 
 if(MSVC)
     target_compile_options(OrrinOptions INTERFACE /W4 /permissive- /utf-8)

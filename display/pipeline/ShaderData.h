@@ -87,9 +87,6 @@ struct ShaderData {
     unsigned int tessEvaluationShader = 0;
     unsigned int geometryShader = 0;
     unsigned int computeShader = 0;
-    /// Vertex-array object of a host's own program. The stock programs are shared by contexts and vertex arrays are
-    /// not: theirs are in the context records.
-    unsigned int vertexArray = 0;
     std::array<int, kStockUniformCount> uniformLocations = UnaskedUniformLocations();
     /// Number of the context whose values the program's uniforms hold, 0 for none: they belong to the program, which
     /// all contexts share, so another context's draw has overwritten them when the number is not one's own.

@@ -2,6 +2,7 @@
 
 #include "VertexBuffers.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <numeric>
@@ -10,10 +11,8 @@ namespace KTR {
 
 /// The counters and pointers of a view's open batch.
 struct VertexBatchState {
-    unsigned int batchPrimitiveMode = 0; ///< GL_POINTS, GL_LINES, ...
-    GLVBO ring;                          ///< the view's own buffers on an OpenGL 4.x context
-    int batchVertexCount = 0;            ///< records (and indices) pending
-    unsigned int* batchDrawIndices = nullptr;
+    unsigned int batchPrimitiveMode = 0;          ///< GL_POINTS, GL_LINES, ...
+    int batchVertexCount = 0;                     ///< records (and indices) pending
     GLDrawGeometry* batchVertexPointer = nullptr; ///< where the adds write vertices
     unsigned int* batchIndexPointer = nullptr;    ///< the index of each vertex: the identity, see strayIndices
     /// Indices from here on are the identity. Only AddDataIndex stores others; the next batch puts them right, so that
@@ -22,6 +21,15 @@ struct VertexBatchState {
     /// The vertices wait for more that can be drawn with them. They are drawn before anything else that the view does.
     bool waiting = false;
     bool drawArraysOnly = true; ///< OpenGL 4.x: draw without indices
+
+    /// Drops all but the first `count` vertices. The indices behind them become the identity again.
+    void Keep(int count) {
+        batchVertexCount = count;
+        for (int slot = count; slot < strayIndices; ++slot) {
+            batchIndexPointer[slot] = static_cast<unsigned int>(slot);
+        }
+        strayIndices = std::min(strayIndices, count);
+    }
 };
 
 /// The arrays that a view's adds write to; they are part of the view, so that no add allocates.

@@ -36,4 +36,11 @@ struct GLVBO {
     Segment segments[kRingSegments];
 };
 
+/// Gives each segment the number of its first record.
+inline void NumberSegments(GLVBO& vbo) {
+    for (int index = 0; index < kRingSegments; ++index) {
+        vbo.segments[index].firstVertex = index * kBatchRecords;
+    }
+}
+
 } // namespace KTR

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "StockPrograms.h"
 
 #include <algorithm>
 #include <cstring>
@@ -33,12 +34,17 @@ int VerticesPerPrimitive(unsigned int mode) {
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
     DrawWaitingVertices();
     m_batch.batchPrimitiveMode = mode;
-    KeepBatchVertices(0);
+    m_batch.Keep(0);
     GLRenderingContextRecord& record = CurrentRecord();
     record.loopContinued = false;
     record.batchOpen = false;
-    if (DrawsWithPrograms() && NeedsBinding(shader)) {
-        BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
+    if (!DrawsWithPrograms()) {
+        return;
+    }
+    if (!IsStockProgram(shader)) {
+        CurrentObjects().boundProgram = 0; // nothing is drawn
+    } else if (NeedsBinding(shader)) {
+        BindStockProgram(shader);
     }
 }
 
@@ -59,9 +65,9 @@ void COpenGLView::EndArraysAndDisableClientState() {
 }
 
 void COpenGLView::EndVBOArraysAndDisableClientState() {
-    const GLShaderTypes shader = CurrentRecord().objects.currentShader;
-    if (DrawsWithPrograms() && shader != GLShaderUnknown) {
-        BindVAOAndVBOBufferData(m_gShaderSet.programs[shader], m_batch.ring, nullptr, 0);
+    ContextObjects& objects = CurrentObjects();
+    if (DrawsWithPrograms() && objects.currentShader != GLShaderUnknown) {
+        BindVAOAndVBOBufferData(m_gShaderSet.programs[objects.currentShader], objects.ring.Buffers(), nullptr, 0);
     }
     DisableClientState();
 }
@@ -72,7 +78,7 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 void COpenGLView::FlushArrays() {
     m_batch.waiting = false;
     if (m_batch.batchVertexCount <= 0) {
-        KeepBatchVertices(0);
+        m_batch.Keep(0);
         return;
     }
     GLRenderingContextRecord& record = CurrentRecord();
@@ -92,7 +98,7 @@ void COpenGLView::FlushArrays() {
     DrawBatch(count);
 
     if (!IsLineChain(m_batch.batchPrimitiveMode) || count < kBatchCapacity) {
-        KeepBatchVertices(0);
+        m_batch.Keep(0);
         return;
     }
     if (m_batch.batchPrimitiveMode == GL_LINE_LOOP && !record.loopContinued) {
@@ -100,16 +106,7 @@ void COpenGLView::FlushArrays() {
         record.loopFirstVertex = vertices[0];
     }
     vertices[0] = vertices[count - 1];
-    KeepBatchVertices(1);
-}
-
-/// Drops all but the first `count` vertices of the batch. The indices behind them become the identity again.
-void COpenGLView::KeepBatchVertices(int count) {
-    m_batch.batchVertexCount = count;
-    for (int slot = count; slot < m_batch.strayIndices; ++slot) {
-        m_batch.batchIndexPointer[slot] = static_cast<unsigned int>(slot);
-    }
-    m_batch.strayIndices = std::min(m_batch.strayIndices, count);
+    m_batch.Keep(1);
 }
 
 /// The adds of the tessellator. Its fans and strips are as long as the polygon wants, so unlike a host's they go on
@@ -135,48 +132,45 @@ void COpenGLView::AddTesselatedVertex(double x, double y, double z, unsigned cha
 }
 
 void COpenGLView::DrawBatch(int count) {
-    if (DrawsWithPrograms()) {
-        // A triangle that starts at the last record reaches two records past a segment. What does not fit goes into the
-        // next one, at the end of a whole primitive; only the chains need the vertex between them twice.
-        const int unit = VerticesPerPrimitive(m_batch.batchPrimitiveMode);
-        const int first = std::min(count, kBatchRecords - kBatchRecords % unit);
-        DrawBatchFromRing(0, first);
-        if (count > first) {
-            const int overlap = IsLineChain(m_batch.batchPrimitiveMode) ? 1 : 0;
-            DrawBatchFromRing(first - overlap, count - first + overlap);
-        }
+    const GLCalls gl = CallGL();
+    if (!DrawsWithPrograms()) {
+        gl.As(L"glDrawElements: AFTER:")
+            .glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchIndexPointer);
         return;
     }
-    CallGL()
-        .As(L"glDrawElements: AFTER:")
-        .glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchDrawIndices);
+    // Nothing is bound where the program could not be built: OpenGL would draw white without one. And nothing can be
+    // waited for while another context is current.
+    const ContextObjects& objects = CurrentObjects();
+    if (objects.boundProgram == 0 || !objects.ring.Claim() || !HasCurrentContext()) {
+        return;
+    }
+    // A triangle that starts at the last record reaches two records past a segment. What does not fit goes into the
+    // next one, at the end of a whole primitive; only the chains need the vertex between them twice.
+    const int unit = VerticesPerPrimitive(m_batch.batchPrimitiveMode);
+    const int first = count <= kBatchRecords ? count : kBatchRecords - kBatchRecords % unit;
+    DrawBatchFromRing(gl, 0, first);
+    if (count > first) {
+        const int overlap = IsLineChain(m_batch.batchPrimitiveMode) ? 1 : 0;
+        DrawBatchFromRing(gl, first - overlap, count - first + overlap);
+    }
 }
 
-/// Draws `count` records from `start` through the mapped ring. The CPU writes the current segment, which the GPU has
-/// finished with; after the draw a fence goes behind it, and the next segment becomes the current one as soon as its
-/// own fence has signalled.
-void COpenGLView::DrawBatchFromRing(int start, int count) {
-    GLVBO& ring = m_batch.ring;
-    if (!ring.mappedVertices) {
-        return;
-    }
-    RestoreUniforms();
-    const GLCalls gl = CallGL();
-    const GLVBO::Segment& segment = ring.segments[ring.currentSegment];
+/// Draws `count` records from `start` through the ring.
+void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
+    RestoreUniforms(gl);
+    VertexRing& ring = CurrentObjects().ring;
     const auto size = static_cast<std::size_t>(count);
-    std::memcpy(ring.mappedVertices + segment.firstVertex, m_batch.batchVertexPointer + start,
-                size * sizeof(GLDrawGeometry));
+    std::memcpy(ring.Claim(), m_batch.batchVertexPointer + start, size * sizeof(GLDrawGeometry));
     if (m_batch.drawArraysOnly) {
-        gl.As(kDrawn).glDrawArrays(m_batch.batchPrimitiveMode, segment.firstVertex, count);
-    } else if (ring.mappedIndices) {
-        std::memcpy(ring.mappedIndices + segment.firstVertex, m_batch.batchIndexPointer, size * sizeof(unsigned int));
+        gl.As(kDrawn).glDrawArrays(m_batch.batchPrimitiveMode, ring.FirstVertex(), count);
+    } else if (unsigned int* const indices = ring.ClaimIndices()) {
+        std::memcpy(indices, m_batch.batchIndexPointer, size * sizeof(unsigned int));
         // The indices are read from the start of the buffer for every segment; only the base vertex moves.
         gl.As(kDrawn).glDrawElementsBaseVertex(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, nullptr,
-                                               segment.firstVertex);
+                                               ring.FirstVertex());
     }
-    LockGPUBuffer(ring.segments[ring.currentSegment].fence);
-    ring.currentSegment = (ring.currentSegment + 1) % kRingSegments;
-    WaitForGPUBuffer(ring.segments[ring.currentSegment].fence);
+    ring.Fence(gl);
+    m_gpuWaits += ring.Advance(gl);
 }
 
 } // namespace KTR

@@ -1,12 +1,16 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "ProgramThread.h"
+#include "StockPrograms.h"
+#include "UniformWriter.h"
 
 #include <GL/glext.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <exception>
+#include <limits>
 
 namespace KTR {
 
@@ -15,7 +19,9 @@ namespace {
 /// Behind each draw from a buffer, whichever function it is.
 constexpr const wchar_t* kDrawn = L"glDrawArrays: AFTER:";
 
-constexpr GLbitfield kPersistentMapping = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT | GL_MAP_COHERENT_BIT;
+/// Most records that a size in bytes can tell.
+constexpr unsigned __int64 kMostRecords =
+    static_cast<unsigned __int64>(std::numeric_limits<GLsizeiptr>::max()) / sizeof(GLDrawGeometry);
 
 struct VertexAttribute {
     GLuint location;
@@ -52,10 +58,33 @@ unsigned long long NextContextNumber() {
     return ++s_last;
 }
 
+/// The place of a context's vertex array for a program. Programs are shared between contexts, vertex arrays are not.
+/// Null when there is no memory to remember it.
+unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const ShaderData& data) {
+    for (std::size_t slot = 0; slot < kShaderCount; ++slot) {
+        if (&set.programs[slot] == &data) {
+            return &objects.vertexArrays[slot];
+        }
+    }
+    for (ContextObjects::HostVertexArray& host : objects.hostVertexArrays) {
+        if (host.program == data.program) {
+            return &host.vertexArray;
+        }
+    }
+    try {
+        return &objects.hostVertexArrays.emplace_back(ContextObjects::HostVertexArray{data.program, 0}).vertexArray;
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
 } // namespace
 
 long COpenGLView::BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
-    UseStockProgram(context, type, data);
+    if (!IsStockProgram(type)) {
+        return E_INVALIDARG;
+    }
+    UseProgram(context, type, data);
     const long result = BindVAOAndVBOBufferData(data);
     outputGlError(L"BindVariablesToShaderProgram: END");
     return result;
@@ -63,140 +92,121 @@ long COpenGLView::BindVariablesToShaderProgram(GLRenderingContextTypes context, 
 
 long COpenGLView::BindVariablesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data,
                                                GLVBO& vbo, const GLDrawGeometry* geometry, unsigned __int64 count) {
-    UseStockProgram(context, type, data);
+    if (!IsStockProgram(type) || count > kMostRecords) {
+        return E_INVALIDARG;
+    }
+    UseProgram(context, type, data);
     const long result = BindVAOAndVBOBufferData(data, vbo, geometry, count);
     outputGlError(L"BindVariablesToShaderProgram: END");
     return result;
 }
 
-void COpenGLView::UseStockProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
-    DrawWaitingVertices();
-    outputGlError(L"BindVariablesToShaderProgram: BEGIN");
-    GLRenderingContextRecord& record = m_contexts[context];
-    record.objects.currentShader = type;
-    TakeProgram(record, data);
-    BindMatrices(context, type, data);
-    SetPolygonFillMode(type);
-    PrepareContextFor(type);
-    GatherUniforms(context);
-    SendUniforms(type, data, record.objects.boundUniforms);
+long COpenGLView::BindStockProgram(GLShaderTypes type) {
+    return IsStockProgram(type) ? BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type])
+                                : E_INVALIDARG;
 }
 
-/// Makes the program current and writes down that its uniforms are about to be this context's.
-void COpenGLView::TakeProgram(GLRenderingContextRecord& record, ShaderData& data) {
-    if (record.objects.number == 0) {
-        record.objects.number = NextContextNumber();
+void COpenGLView::UseProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
+    const GLCalls gl = CallGL();
+    gl.Label(L"BindVariablesToShaderProgram: BEGIN");
+    ContextObjects& objects = CurrentObjects();
+    objects.currentShader = type;
+    const UniformWriter writer(gl, data, TakeProgram(gl, data));
+    BindMatrices(context, type, gl, writer);
+    SetPolygonFillMode(type);
+    PrepareContextFor(type);
+    GatherUniforms(context, objects.boundUniforms);
+    writer.WriteStockUniforms(type, objects.boundUniforms);
+}
+
+/// Makes the program current and writes down that its uniforms are about to be this context's. True when another
+/// context's have been in it meanwhile.
+bool COpenGLView::TakeProgram(const GLCalls& gl, ShaderData& data) {
+    CheckProgramThread();
+    ContextObjects& objects = CurrentObjects();
+    if (objects.number == 0) {
+        objects.number = NextContextNumber();
     }
-    CallGL().glUseProgram(data.program);
-    record.objects.boundProgram = data.program;
-    data.uniformsOfContext = record.objects.number;
+    gl.glUseProgram(data.program);
+    objects.boundProgram = data.program;
+    objects.boundIsStock = &data >= m_gShaderSet.programs && &data < m_gShaderSet.programs + kShaderCount;
+    const bool takenOver = data.uniformsOfContext != 0 && data.uniformsOfContext != objects.number;
+    data.uniformsOfContext = objects.number;
+    return takenOver;
 }
 
 /// Called before each draw: when another context has drawn with the program since it was bound here, its uniforms hold
 /// that context's values. They are given again what they were given when it was bound, not what the state says now, so
-/// that the picture does not depend on what other views did in between.
-void COpenGLView::RestoreUniforms() {
-    GLRenderingContextRecord& record = CurrentRecord();
-    if (record.objects.currentShader == GLShaderUnknown || record.objects.boundProgram == 0) {
+/// that the frame does not depend on what other views did in between. What a host's own program was given the host
+/// alone knows.
+void COpenGLView::RestoreUniforms(const GLCalls& gl) {
+    const ContextObjects& objects = CurrentObjects();
+    if (!objects.boundIsStock || objects.boundProgram == 0) {
         return;
     }
-    ShaderData& data = m_gShaderSet.programs[record.objects.currentShader];
-    if (data.program != record.objects.boundProgram || data.uniformsOfContext == record.objects.number) {
+    ShaderData& data = m_gShaderSet.programs[objects.currentShader];
+    if (data.program != objects.boundProgram || data.uniformsOfContext == objects.number) {
         return;
     }
-    TakeProgram(record, data);
-    SendMatrix(data, record.objects.boundUniforms);
-    SendUniforms(record.objects.currentShader, data, record.objects.boundUniforms);
+    const UniformWriter writer(gl, data, TakeProgram(gl, data));
+    writer.WriteMatrix(objects.boundUniforms);
+    writer.WriteStockUniforms(objects.currentShader, objects.boundUniforms);
 }
 
-/// True when BeginArrays has to bind the program: another one is bound, none is, or it was built anew.
+/// True when BeginArrays has to bind the stock program: another type is bound, nothing is, or it was built anew. A
+/// host's own program of the type stays bound.
 bool COpenGLView::NeedsBinding(GLShaderTypes type) const {
-    const GLRenderingContextRecord& record = CurrentRecord();
-    return record.objects.currentShader != type || record.objects.boundProgram == 0 ||
-           record.objects.boundProgram != m_gShaderSet.programs[type].program;
+    const ContextObjects& objects = CurrentObjects();
+    return objects.currentShader != type || objects.boundProgram == 0 ||
+           (objects.boundIsStock && objects.boundProgram != m_gShaderSet.programs[type].program);
 }
 
 long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data) {
-    GLVBO& ring = m_batch.ring;
-    BindVertexStorage(data, ring);
+    VertexRing& ring = CurrentObjects().ring;
     const GLCalls gl = CallGL();
-    if (ring.vertexBytes == 0) {
-        ring.mappedVertices = static_cast<GLDrawGeometry*>(MapStorage(GL_ARRAY_BUFFER, kRingVertexBytes));
-        ring.currentSegment = 0;
-        if (!ring.mappedVertices) {
-            // The storage of this buffer is settled for good; the next attempt takes a new one.
-            gl.glDeleteBuffers(1, &ring.vertexBuffer);
-            ring.vertexBuffer = 0;
-            return E_OUTOFMEMORY;
-        }
-        ring.vertexBytes = kRingVertexBytes;
-        NumberSegments(ring);
-    }
-    if (!m_batch.drawArraysOnly) {
-        if (ring.indexBuffer == 0) {
-            gl.glGenBuffers(1, &ring.indexBuffer);
-        }
-        gl.glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, ring.indexBuffer);
-        if (!ring.mappedIndices) {
-            ring.mappedIndices = static_cast<unsigned int*>(MapStorage(GL_ELEMENT_ARRAY_BUFFER, kRingIndexBytes));
-            if (!ring.mappedIndices) {
-                gl.glDeleteBuffers(1, &ring.indexBuffer);
-                ring.indexBuffer = 0;
-                return E_OUTOFMEMORY;
-            }
-            ring.indexBytes = kRingIndexBytes;
-        }
+    if (!BindVertexStorage(gl, data, ring.Buffers()) || !ring.Create(gl) ||
+        (!m_batch.drawArraysOnly && !ring.CreateIndices(gl))) {
+        return E_OUTOFMEMORY;
     }
     m_batch.batchVertexPointer = m_batchStorage.batchVertices;
     m_batch.batchIndexPointer = m_batchStorage.batchIndices;
-    outputGlError(L"BindVAOAndVBOBufferData: END");
+    gl.Label(L"BindVAOAndVBOBufferData: END");
     return S_OK;
 }
 
 long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data, GLVBO& vbo, const GLDrawGeometry* geometry,
                                           unsigned __int64 count) {
-    BindVertexStorage(data, vbo);
+    if (count > kMostRecords) {
+        return E_INVALIDARG;
+    }
+    const GLCalls gl = CallGL();
+    if (!BindVertexStorage(gl, data, vbo)) {
+        return E_OUTOFMEMORY;
+    }
     if (vbo.vertexBytes == 0 && geometry && count != 0) {
-        CallGL().glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(count * sizeof(GLDrawGeometry)), geometry,
-                              GL_STATIC_DRAW);
+        gl.glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(count * sizeof(GLDrawGeometry)), geometry,
+                        GL_STATIC_DRAW);
         vbo.currentSegment = 0;
         // The ring's figures, whatever `count` is: they only say that the geometry is there.
         vbo.vertexBytes = kRingVertexBytes;
         NumberSegments(vbo);
     }
-    outputGlError(L"BindVAOAndVBOBufferData: END");
+    gl.Label(L"BindVAOAndVBOBufferData: END");
     return S_OK;
 }
 
-/// Storage for the buffer bound to `target`, mapped for as long as it exists. Null when the driver has none.
-void* COpenGLView::MapStorage(unsigned int target, unsigned int bytes) {
-    const GLCalls gl = CallGL();
-    if (!gl.Has(&GLEntryPoints::glBufferStorage) || !gl.Has(&GLEntryPoints::glMapBufferRange)) {
-        return nullptr; // a driver older than the version that the host forced
+/// False when there is no memory to remember the vertex array.
+bool COpenGLView::BindVertexStorage(const GLCalls& gl, ShaderData& data, GLVBO& vbo) {
+    gl.Label(L"BindVAOAndVBOBufferData: Begin");
+    unsigned int* const vertexArray = VertexArrayOf(CurrentObjects(), m_gShaderSet, data);
+    if (!vertexArray) {
+        return false;
     }
-    gl.glBufferStorage(target, static_cast<GLsizeiptr>(bytes), nullptr, kPersistentMapping);
-    return gl.glMapBufferRange(target, 0, static_cast<GLsizeiptr>(bytes), kPersistentMapping);
-}
-
-/// The vertex array that the current context has for a program. Programs are shared between contexts, vertex arrays are
-/// not.
-unsigned int& COpenGLView::VertexArrayOf(ShaderData& data) {
-    for (std::size_t slot = 0; slot < kShaderCount; ++slot) {
-        if (&m_gShaderSet.programs[slot] == &data) {
-            return CurrentRecord().objects.vertexArrays[slot];
-        }
+    if (*vertexArray == 0) {
+        gl.glGenVertexArrays(1, vertexArray);
     }
-    return data.vertexArray;
-}
-
-void COpenGLView::BindVertexStorage(ShaderData& data, GLVBO& vbo) {
-    outputGlError(L"BindVAOAndVBOBufferData: Begin");
-    const GLCalls gl = CallGL();
-    unsigned int& vertexArray = VertexArrayOf(data);
-    if (vertexArray == 0) {
-        gl.glGenVertexArrays(1, &vertexArray);
-    }
-    gl.glBindVertexArray(vertexArray);
+    CurrentObjects().programStateBound = true;
+    gl.glBindVertexArray(*vertexArray);
     if (vbo.vertexBuffer == 0) {
         gl.glGenBuffers(1, &vbo.vertexBuffer);
     }
@@ -208,22 +218,40 @@ void COpenGLView::BindVertexStorage(ShaderData& data, GLVBO& vbo) {
         gl.glVertexAttribBinding(attribute.location, 0);
     }
     gl.glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
+    return true;
 }
 
-void COpenGLView::NumberSegments(GLVBO& vbo) {
-    for (int index = 0; index < kRingSegments; ++index) {
-        vbo.segments[index].firstVertex = index * kBatchRecords;
+/// For a context that drew with programs and now draws with fixed functions, since the process has changed pipelines:
+/// what programs left bound goes, and OpenGL's own matrices and state follow the view's.
+void COpenGLView::LeaveProgramState() {
+    ContextObjects& objects = CurrentObjects();
+    objects.programStateBound = false;
+    objects.boundProgram = 0;
+    objects.currentShader = GLShaderUnknown;
+    const GLCalls gl = CurrentGL();
+    gl.glUseProgram(0);
+    gl.glBindVertexArray(0);
+    gl.glBindBuffer(GL_ARRAY_BUFFER, 0);
+    for (const unsigned int unit : {0U, 1U}) {
+        gl.glBindSampler(unit, 0);
     }
+    SetPointSprites(false);
+    const unsigned int mode = CurrentRecord().attributes.matrixMode;
+    LoadCurrentMatrices();
+    MatrixMode(mode);
+    LoadCurrentGLState();
 }
 
 void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vbo, const GLDrawGeometry* geometry,
                                 unsigned __int64 count) {
     DrawWaitingVertices();
     m_batch.batchPrimitiveMode = mode;
-    KeepBatchVertices(0);
+    m_batch.Keep(0);
     CurrentRecord().loopContinued = false;
     if (DrawsWithPrograms()) {
-        BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type], vbo, geometry, count);
+        if (IsStockProgram(type)) {
+            BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type], vbo, geometry, count);
+        }
         return;
     }
     GLint vertexSize = 0;
@@ -245,22 +273,26 @@ void COpenGLView::DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int
         return;
     }
     const GLCalls gl = CallGL();
-    int first = 0;
-    if (DrawsWithPrograms()) {
-        if (vbo.vertexBytes == 0) {
-            return;
-        }
-        RestoreUniforms();
-        gl.glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
-        // The caller's own index buffer, or none, so that `indices` is an address and not an offset.
-        gl.glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, vbo.indexBuffer);
-        first = vbo.segments[vbo.currentSegment].firstVertex;
-    }
     const auto primitive = static_cast<GLenum>(mode);
+    if (!DrawsWithPrograms()) {
+        if (indices) {
+            gl.As(kDrawn).glDrawElements(primitive, count, GL_UNSIGNED_INT, indices);
+        } else {
+            gl.As(kDrawn).glDrawArrays(primitive, 0, count);
+        }
+        return;
+    }
+    if (vbo.vertexBytes == 0 || CurrentObjects().boundProgram == 0) {
+        return;
+    }
+    RestoreUniforms(gl);
+    gl.glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
+    // The caller's own index buffer, or none, so that `indices` is an address and not an offset.
+    gl.glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, vbo.indexBuffer);
     if (indices || vbo.indexBuffer != 0) {
         gl.As(kDrawn).glDrawElements(primitive, count, GL_UNSIGNED_INT, indices);
     } else {
-        gl.As(kDrawn).glDrawArrays(primitive, first, count);
+        gl.As(kDrawn).glDrawArrays(primitive, vbo.segments[vbo.currentSegment].firstVertex, count);
     }
 }
 
@@ -282,28 +314,34 @@ long COpenGLView::DisableShaderVertexAttribArrays(GLShaderTypes type) {
     if (type == GLShaderUnknown) {
         return S_OK;
     }
+    const GLCalls gl = CallGL();
     for (const VertexAttribute& attribute : kVertexAttributes) {
-        CallGL().glDisableVertexAttribArray(attribute.location);
+        gl.glDisableVertexAttribArray(attribute.location);
     }
     return S_OK;
 }
 
 long COpenGLView::DeleteAttributeBuffers() {
-    outputGlError(L"DeleteAttributeBuffers: BEGIN");
-    GLRenderingContextRecord& record = CurrentRecord();
-    for (unsigned int& vertexArray : record.objects.vertexArrays) {
+    const GLCalls gl = CallGL();
+    gl.Label(L"DeleteAttributeBuffers: BEGIN");
+    ContextObjects& objects = CurrentObjects();
+    for (unsigned int& vertexArray : objects.vertexArrays) {
         if (vertexArray != 0) {
-            CallGL().glDeleteVertexArrays(1, &vertexArray);
+            gl.glDeleteVertexArrays(1, &vertexArray);
             vertexArray = 0;
         }
     }
-    if (m_currentContext == GLContextMain) {
-        ReleaseRingFences();
-        DeleteVBO(m_batch.ring);
+    for (const ContextObjects::HostVertexArray& host : objects.hostVertexArrays) {
+        gl.glDeleteVertexArrays(1, &host.vertexArray);
+    }
+    objects.hostVertexArrays.clear();
+    if (HasCurrentContext()) {
+        m_gpuWaits += objects.ring.ReleaseFences(gl);
+        objects.ring.Release(gl);
     }
     // The next batch binds its program again, with new arrays and buffers.
-    record.objects.boundProgram = 0;
-    outputGlError(L"DeleteAttributeBuffers: END");
+    objects.boundProgram = 0;
+    gl.Label(L"DeleteAttributeBuffers: END");
     return S_OK;
 }
 
@@ -317,39 +355,14 @@ void COpenGLView::DeleteVBO(GLVBO& vbo) {
     vbo = GLVBO{};
 }
 
-void COpenGLView::ReleaseRingFences() {
-    GLVBO& ring = m_batch.ring;
-    for (GLVBO::Segment& segment : ring.segments) {
-        if (segment.fence) {
-            WaitForGPUBuffer(segment.fence);
-            CallGL().glDeleteSync(segment.fence);
-            segment.fence = nullptr;
-        }
-    }
-    ring.currentSegment = 0;
-}
-
 void COpenGLView::LockGPUBuffer(GLsync& fence) {
-    const GLCalls gl = CallGL();
-    if (fence) {
-        gl.glDeleteSync(fence);
-    }
-    fence = gl.glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
-    gl.As(L"LockGPUBuffer: END").glFlush();
+    PlaceFence(CallGL(), fence);
 }
 
 void COpenGLView::WaitForGPUBuffer(GLsync& fence) {
-    // Without a context no wait can succeed, and this would never end.
-    if (!fence || !wglGetCurrentContext()) {
-        return;
+    if (fence && HasCurrentContext()) {
+        m_gpuWaits += WaitForFence(CallGL(), fence);
     }
-    const GLCalls gl = CallGL();
-    GLenum state = GL_TIMEOUT_EXPIRED;
-    while (state != GL_ALREADY_SIGNALED && state != GL_CONDITION_SATISFIED) {
-        state = gl.glClientWaitSync(fence, GL_SYNC_FLUSH_COMMANDS_BIT, 1);
-        ++m_gpuWaits;
-    }
-    outputGlError(L"WaitForGPUBuffer: END");
 }
 
 } // namespace KTR

@@ -20,7 +20,7 @@ const void* FieldOf(const GLDrawGeometry* vertices, std::size_t offset) {
 
 void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool texture, GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
-        BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
+        BindStockProgram(shader);
         return;
     }
     outputGlError(L"EnableClientState: BEGIN  4 bool version");
@@ -43,7 +43,7 @@ void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool t
 void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, bool color, bool texture,
                                                    GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
-        BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
+        BindStockProgram(shader);
         return;
     }
     DisableClientState();
@@ -74,7 +74,7 @@ void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, boo
 void COpenGLView::EnableClientStateInternalVertexAndColors(int vertexSize, unsigned int vertexType, int colorSize,
                                                            unsigned int colorType, GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
-        BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
+        BindStockProgram(shader);
         return;
     }
     const GLDrawGeometry* vertices = m_batchStorage.batchVertices;
@@ -89,11 +89,11 @@ void COpenGLView::EnableClientStateInternalVertexAndTexture(int vertexSize, unsi
                                                             GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
         if (shader == GLShaderText) {
-            CurrentRecord().objects.fontAtlasTexture = texture;
+            CurrentObjects().fontAtlasTexture = texture;
         } else {
             m_textureRequest.shaderTexture = texture;
         }
-        BindVariablesToShaderProgram(m_currentContext, shader, m_gShaderSet.programs[shader]);
+        BindStockProgram(shader);
         return;
     }
     const GLDrawGeometry* vertices = m_batchStorage.batchVertices;
@@ -146,26 +146,28 @@ void COpenGLView::TexCoordPointer(int size, unsigned int type, int stride, const
 }
 
 void COpenGLView::DisableClientState() {
-    DrawWaitingVertices();
-    outputGlError(L"DisableClientState BEGIN:");
-    KeepBatchVertices(0);
-    GLRenderingContextRecord& record = CurrentRecord();
+    const GLCalls gl = CallGL();
+    gl.Label(L"DisableClientState BEGIN:");
+    m_batch.Keep(0);
     if (DrawsWithPrograms()) {
-        ReleaseRingFences();
-        DisableShaderVertexAttribArrays(record.objects.currentShader);
-        CallGL().glUseProgram(0);
-        record.objects.boundProgram = 0;
+        ContextObjects& objects = CurrentObjects();
+        if (HasCurrentContext()) {
+            m_gpuWaits += objects.ring.ReleaseFences(gl);
+        }
+        DisableShaderVertexAttribArrays(objects.currentShader);
+        gl.glUseProgram(0);
+        objects.boundProgram = 0;
     } else {
-        const GLCalls gl = CallGL();
         for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
             gl.glDisableClientState(array);
         }
+        GLRenderingContextRecord& record = CurrentRecord();
         record.clientVertexArray = false;
-        record.clientNormalArray = false;
         record.clientColorArray = false;
+        record.clientNormalArray = false;
         record.clientTextureArray = false;
     }
-    outputGlError(L"DisableClientState END:");
+    gl.Label(L"DisableClientState END:");
 }
 
 } // namespace KTR

@@ -1,48 +1,19 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "StockPrograms.h"
+#include "UniformWriter.h"
 
 #include <GL/glext.h>
 
 #include <glm/gtc/matrix_inverse.hpp>
-#include <glm/gtc/type_ptr.hpp>
-
-#include <cstring>
 
 namespace KTR {
 
 namespace {
 
-/// In the order of StockUniform.
-constexpr const char* kUniformNames[kStockUniformCount] = {
-    "ProjectionTimesModelviewMatrix",
-    "ModelviewMatrix",
-    "NormalMatrix",
-    "PointSize",
-    "PointSmoothingEnabled",
-    "LineStipplePattern",
-    "NumberOfBitsInPattern",
-    "LineStippleFactor",
-    "Viewport",
-    "v4LightDirection",
-    "v4LightColor",
-    "fLightIntensity",
-    "fAmbientCoefficient",
-    "fTextureTransparency",
-    "Texture",
-    "Depth",
-    "BinaryBitmapTexture",
-    "CurrentColor",
-    "TextColor",
-    "FontAtlasTexture",
-};
-
-/// OpenGL's stipple patterns have 16 bits.
-constexpr unsigned int kStippleBits = 16;
-
-/// Texture units that the stock programs read.
-constexpr int kImageUnit = 0;
-constexpr int kDepthUnit = 1;
+/// Texture unit that the stock programs read images and glyphs from.
+constexpr unsigned int kImageUnit = 0;
 
 constexpr float kByteToFloat = 1.0F / 255.0F;
 
@@ -51,78 +22,91 @@ glm::vec4 FloatColor(const GLRGBAColor& color, float alpha) {
             static_cast<float>(color.b) * kByteToFloat, alpha};
 }
 
-bool UsesLight(GLShaderTypes type) {
-    return type == GLShaderShadedColor3Stage || type == GLShaderShadedTexture;
+/// Makes the programs read `texture` through `sampler`; without a sampler the texture's own settings hold.
+void BindImage(const GLCalls& gl, unsigned int texture, unsigned int sampler) {
+    gl.glActiveTexture(GL_TEXTURE0 + kImageUnit);
+    gl.glBindTexture(GL_TEXTURE_2D, texture);
+    gl.glBindSampler(kImageUnit, sampler);
 }
 
 } // namespace
 
 long COpenGLView::BindMatricesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type) {
-    BindMatrices(context, type, m_gShaderSet.programs[type]);
+    if (!IsStockProgram(type)) {
+        return E_INVALIDARG;
+    }
+    const GLCalls gl = CallGL();
+    BindMatrices(context, type, gl, UniformWriter(gl, m_gShaderSet.programs[type], false));
     return S_OK;
 }
 
 long COpenGLView::BindShaderLightParameters(ShaderData& data, const GLLightParameters& light) {
-    Uniform4fv(LocationOf(data, UniformLightDirection), light.direction.data());
-    Uniform4fv(LocationOf(data, UniformLightColor), light.color.data());
-    Uniform1f(LocationOf(data, UniformLightIntensity), light.intensity);
-    Uniform1f(LocationOf(data, UniformAmbientCoefficient), light.ambientCoefficient);
-    outputGlError(L"BindShaderLightParameters: END");
+    UniformWriter(CallGL(), data, false).WriteLight(light);
     return S_OK;
 }
 
 long COpenGLView::BindFontAtlasTexture() {
-    outputGlError(L"BindFontAtlasTexture: BEGIN");
-    const GLRenderingContextRecord& record = CurrentRecord();
-    if (record.objects.fontAtlasTexture != 0) {
-        BindImage(record.objects.fontAtlasTexture, record.objects.fontAtlasSampler);
+    const GLCalls gl = CallGL();
+    gl.Label(L"BindFontAtlasTexture: BEGIN");
+    const ContextObjects& objects = CurrentObjects();
+    if (objects.fontAtlasTexture != 0) {
+        BindImage(gl, objects.fontAtlasTexture, objects.fontAtlasSampler);
     }
     return S_OK;
 }
 
 long COpenGLView::BindUniform1i(ShaderData& data, const char* name, int value) {
-    Uniform1i(LocationOf(data, name), value);
+    const GLCalls gl = CallGL();
+    const UniformWriter writer(gl, data, false);
+    writer.Write(writer.LocationOf(name), value);
     return S_OK;
 }
 
 long COpenGLView::BindUniform1ui(ShaderData& data, const char* name, unsigned int value) {
-    Uniform1ui(LocationOf(data, name), value);
+    const GLCalls gl = CallGL();
+    const UniformWriter writer(gl, data, false);
+    writer.Write(writer.LocationOf(name), value);
     return S_OK;
 }
 
 long COpenGLView::BindUniform1f(ShaderData& data, const char* name, float value) {
-    Uniform1f(LocationOf(data, name), value);
+    const GLCalls gl = CallGL();
+    const UniformWriter writer(gl, data, false);
+    writer.Write(writer.LocationOf(name), value);
     return S_OK;
 }
 
 long COpenGLView::BindUniform3fv(ShaderData& data, const char* name, const float* values) {
-    const int location = LocationOf(data, name);
-    if (location >= 0) {
-        CallGL().As(L"BindUniform3fv: END").glUniform3fv(location, 1, values);
-    }
+    const GLCalls gl = CallGL();
+    const UniformWriter writer(gl, data, false);
+    writer.WriteVector3(writer.LocationOf(name), values);
     return S_OK;
 }
 
 long COpenGLView::BindUniform4f(ShaderData& data, const char* name, float x, float y, float z, float w) {
-    Uniform4f(LocationOf(data, name), {x, y, z, w});
+    const GLCalls gl = CallGL();
+    const UniformWriter writer(gl, data, false);
+    writer.WriteVector4(writer.LocationOf(name), x, y, z, w);
     return S_OK;
 }
 
 long COpenGLView::BindUniform4fv(ShaderData& data, const char* name, const float* values) {
-    Uniform4fv(LocationOf(data, name), values);
+    const GLCalls gl = CallGL();
+    const UniformWriter writer(gl, data, false);
+    writer.WriteVector4(writer.LocationOf(name), values);
     return S_OK;
 }
 
 void COpenGLView::SetPolygonFillMode(GLShaderTypes type) {
-    // Pictures and glyphs are quads that stand for something else: their outlines are never meant.
-    const bool forced = type >= GLShaderTextureDecal;
-    GLRenderingContextRecord& record = CurrentRecord();
-    if (forced == record.objects.fillForced) {
+    const bool forced = IsStockProgram(type) && StockProgramOf(type).alwaysFilled;
+    ContextObjects& objects = CurrentObjects();
+    if (forced == objects.fillForced) {
         return;
     }
-    record.objects.fillForced = forced;
-    if (record.attributes.polygonMode != GL_FILL && record.attributes.polygonModeFace != 0) {
-        CallGL().glPolygonMode(record.attributes.polygonModeFace, forced ? GL_FILL : record.attributes.polygonMode);
+    objects.fillForced = forced;
+    const GLAttributes& attributes = CurrentRecord().attributes;
+    if (attributes.polygonMode != GL_FILL && attributes.polygonModeFace != 0) {
+        CallGL().glPolygonMode(attributes.polygonModeFace, forced ? GL_FILL : attributes.polygonMode);
     }
 }
 
@@ -135,26 +119,25 @@ void COpenGLView::DrawSetupTextureTransparency(unsigned char transparency) {
     CurrentRecord().attributes.textureTransparency = static_cast<float>(transparency) * kByteToFloat;
 }
 
-/// Gives the program the matrices of a context; the current program must be that of `data`.
-void COpenGLView::BindMatrices(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
-    outputGlError(L"BindMatricesToShaderProgram: BEGIN");
-    ProgramUniforms& uniforms = m_contexts[context].objects.boundUniforms;
+/// Gives the program the matrices of a context; the current program must be the writer's.
+void COpenGLView::BindMatrices(GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
+                               const UniformWriter& writer) {
+    gl.Label(L"BindMatricesToShaderProgram: BEGIN");
+    ProgramUniforms& uniforms = CurrentObjects().boundUniforms;
     const MatrixSet& matrices = MathOf(context).Matrices();
     // The product is formed in double precision: large translations in the two matrices cancel before they are rounded.
     uniforms.projectionTimesModelview = glm::mat4(matrices.projection * matrices.modelview);
-    if (UsesLight(type)) {
+    if (StockProgramOf(type).lit) {
         uniforms.modelview = glm::mat4(matrices.modelview);
         uniforms.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(matrices.modelview)));
     }
-    SendMatrix(data, uniforms);
-    outputGlError(L"BindMatricesToShaderProgram: END");
+    writer.WriteMatrix(uniforms);
+    gl.Label(L"BindMatricesToShaderProgram: END");
 }
 
-/// Takes from the context's state what the program `type` wants, beside the matrices.
-void COpenGLView::GatherUniforms(GLRenderingContextTypes context) {
-    GLRenderingContextRecord& record = m_contexts[context];
-    const GLAttributes& attributes = record.attributes;
-    ProgramUniforms& uniforms = record.objects.boundUniforms;
+/// Takes from a context's state what programs want, beside the matrices.
+void COpenGLView::GatherUniforms(GLRenderingContextTypes context, ProgramUniforms& uniforms) const {
+    const GLAttributes& attributes = m_contexts[context].attributes;
     uniforms.pointSize = attributes.pointSize;
     uniforms.pointSmoothing = IsOpenGLStateEnabled(GL_POINT_SMOOTH) ? 1.0F : 0.0F;
     uniforms.stipplePattern = attributes.lineStipplePattern;
@@ -169,162 +152,35 @@ void COpenGLView::GatherUniforms(GLRenderingContextTypes context) {
         FloatColor(attributes.currentColor, alpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
 }
 
-void COpenGLView::SendMatrix(ShaderData& data, const ProgramUniforms& uniforms) {
-    const int location = LocationOf(data, UniformProjectionTimesModelview);
-    if (location >= 0) {
-        CallGL().glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.projectionTimesModelview));
-    }
-}
-
-/// Gives the program in use what its type wants, beside the matrix that all of them have.
-void COpenGLView::SendUniforms(GLShaderTypes type, ShaderData& data, const ProgramUniforms& uniforms) {
-    switch (type) {
-    case GLShaderPoint:
-        Uniform1f(LocationOf(data, UniformPointSize), uniforms.pointSize);
-        break;
-    case GLShaderPointSmooth:
-        Uniform1f(LocationOf(data, UniformPointSize), uniforms.pointSize);
-        Uniform1f(LocationOf(data, UniformPointSmoothing), uniforms.pointSmoothing);
-        break;
-    case GLShaderLineStipple:
-        Uniform1ui(LocationOf(data, UniformStipplePattern), uniforms.stipplePattern);
-        Uniform1ui(LocationOf(data, UniformStippleBits), kStippleBits);
-        Uniform1f(LocationOf(data, UniformStippleFactor), uniforms.stippleFactor);
-        Uniform4fv(LocationOf(data, UniformViewport), glm::value_ptr(uniforms.viewport));
-        break;
-    case GLShaderShadedColor3Stage:
-        SendLitSurface(data, uniforms);
-        break;
-    case GLShaderShadedTexture:
-        SendLitSurface(data, uniforms);
-        Uniform1f(LocationOf(data, UniformTextureTransparency), uniforms.textureTransparency);
-        Uniform1i(LocationOf(data, UniformTexture), kImageUnit);
-        break;
-    case GLShaderTextureDecal:
-    case GLShaderTextureDecalFusion:
-        Uniform1f(LocationOf(data, UniformTextureTransparency), uniforms.textureTransparency);
-        Uniform1i(LocationOf(data, UniformTexture), kImageUnit);
-        break;
-    case GLShaderTextureBitmap:
-        Uniform1i(LocationOf(data, UniformBitmapTexture), kImageUnit);
-        Uniform4f(LocationOf(data, UniformCurrentColor), uniforms.currentColor);
-        break;
-    case GLShaderText:
-        Uniform4f(LocationOf(data, UniformTextColor), uniforms.textColor);
-        Uniform1i(LocationOf(data, UniformFontAtlasTexture), kImageUnit);
-        break;
-    case GLShaderBackingStore:
-        Uniform1i(LocationOf(data, UniformTexture), kImageUnit);
-        Uniform1i(LocationOf(data, UniformDepth), kDepthUnit);
-        break;
-    default:
-        break;
-    }
-}
-
-void COpenGLView::SendLitSurface(ShaderData& data, const ProgramUniforms& uniforms) {
-    const GLCalls gl = CallGL();
-    if (const int location = LocationOf(data, UniformModelview); location >= 0) {
-        gl.glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.modelview));
-    }
-    if (const int location = LocationOf(data, UniformNormalMatrix); location >= 0) {
-        gl.glUniformMatrix3fv(location, 1, GL_FALSE, glm::value_ptr(uniforms.normal));
-    }
-    BindShaderLightParameters(data, uniforms.light);
-}
-
 /// State of the context, not of the program, that the program `type` draws wrong without.
 void COpenGLView::PrepareContextFor(GLShaderTypes type) {
-    switch (type) {
-    case GLShaderPoint:
-    case GLShaderPointSmooth:
+    const StockProgram& stock = StockProgramOf(type);
+    if (stock.points) {
         if (!IsOpenGLStateEnabled(GL_PROGRAM_POINT_SIZE)) {
             Enable(GL_PROGRAM_POINT_SIZE);
         }
-        SetPointSprites(type == GLShaderPointSmooth);
-        break;
-    case GLShaderShadedTexture:
-    case GLShaderTextureDecal:
-    case GLShaderTextureDecalFusion:
-    case GLShaderTextureBitmap:
-    case GLShaderBackingStore:
-        BindImage(m_textureRequest.shaderTexture, m_textureRequest.shaderSampler);
-        break;
-    case GLShaderText:
+        SetPointSprites(stock.pointSprites);
+    }
+    if (stock.texture == ProgramTexture::Image) {
+        BindImage(CallGL(), m_textureRequest.shaderTexture, m_textureRequest.shaderSampler);
+    } else if (stock.texture == ProgramTexture::Font) {
         BindFontAtlasTexture();
-        break;
-    default:
-        break;
     }
 }
 
 /// NOTE: a compatibility context gives fragments their place in the point only while this is on. Square points keep it
 /// off: it also changes which pixels a point covers, and they cover those of the fixed-function pipeline.
 void COpenGLView::SetPointSprites(bool on) {
-    bool& current = CurrentRecord().objects.pointSprites;
+    bool& current = CurrentObjects().pointSprites;
     if (current == on) {
         return;
     }
     current = on;
-    if (on) {
-        CallGL().glEnable(GL_POINT_SPRITE);
-    } else {
-        CallGL().glDisable(GL_POINT_SPRITE);
-    }
-}
-
-/// Makes the programs read `texture` through `sampler`; without a sampler the texture's own settings hold.
-void COpenGLView::BindImage(unsigned int texture, unsigned int sampler) {
     const GLCalls gl = CallGL();
-    gl.glActiveTexture(GL_TEXTURE0 + kImageUnit);
-    gl.glBindTexture(GL_TEXTURE_2D, texture);
-    gl.glBindSampler(kImageUnit, sampler);
-}
-
-int COpenGLView::LocationOf(ShaderData& data, StockUniform uniform) {
-    int& location = data.uniformLocations[static_cast<std::size_t>(uniform)];
-    if (location == kUniformNotAsked) {
-        location = CallGL().glGetUniformLocation(data.program, kUniformNames[uniform]);
-    }
-    return location;
-}
-
-int COpenGLView::LocationOf(ShaderData& data, const char* name) {
-    for (int uniform = 0; uniform < kStockUniformCount; ++uniform) {
-        if (std::strcmp(kUniformNames[uniform], name) == 0) {
-            return LocationOf(data, static_cast<StockUniform>(uniform));
-        }
-    }
-    return CallGL().glGetUniformLocation(data.program, name);
-}
-
-void COpenGLView::Uniform1i(int location, int value) {
-    if (location >= 0) {
-        CallGL().As(L"BindUniform1i: END").glUniform1i(location, value);
-    }
-}
-
-void COpenGLView::Uniform1ui(int location, unsigned int value) {
-    if (location >= 0) {
-        CallGL().As(L"BindUniform1ui: END").glUniform1ui(location, value);
-    }
-}
-
-void COpenGLView::Uniform1f(int location, float value) {
-    if (location >= 0) {
-        CallGL().As(L"BindUniform1f: END").glUniform1f(location, value);
-    }
-}
-
-void COpenGLView::Uniform4f(int location, const glm::vec4& value) {
-    if (location >= 0) {
-        CallGL().As(L"BindUniform4f: END").glUniform4f(location, value.x, value.y, value.z, value.w);
-    }
-}
-
-void COpenGLView::Uniform4fv(int location, const float* values) {
-    if (location >= 0) {
-        CallGL().As(L"BindUniform4fv: END").glUniform4fv(location, 1, values);
+    if (on) {
+        gl.glEnable(GL_POINT_SPRITE);
+    } else {
+        gl.glDisable(GL_POINT_SPRITE);
     }
 }
 

@@ -180,11 +180,14 @@ int COpenGLView::InitializeGLCement() {
 
     // From here on failures show their box and still run to the end with 1: the process then draws with the defaults.
     const HGLRC context = CreateBootstrapContext(window.DeviceContext());
+    GLRenderingContextRecord& record = m_contexts[GLContextMain];
     if (context) {
         wglMakeCurrent(window.DeviceContext(), context);
         SelectRecord(GLContextMain);
+        record.renderingContext = context;
         MakeGLCementAndLoad(GLContextMain);
         ReadDriverVersion();
+        record.renderingContext = nullptr;
     }
     m_gsOpenGLVersionData.bGLCementInitialized = true;
     MakeNull();
@@ -216,7 +219,8 @@ int COpenGLView::MakeGLCementAndLoadIfNeeded(GLRenderingContextTypes type, bool 
 }
 
 int COpenGLView::CreateContextThroughGLCement(HDC deviceContext, GLRenderingContextTypes type) {
-    GLRenderingContextRecord& record = m_contexts[type];
+    // A bitmap's context goes into the record of bitmaps, and only there.
+    GLRenderingContextRecord& record = m_contexts[WindowFromDC(deviceContext) ? type : GLContextLegacy];
     return CreateContextAndMakeCurrent(deviceContext, type, record.deviceContext, record.renderingContext);
 }
 

@@ -2,14 +2,16 @@
 
 #include "GLCalls.h"
 
+#include "../pipeline/ProgramThread.h"
 #include "CriticalSectionLock.h"
 #include "Notice.h"
+#include "ShareGroup.h"
 
 #include <GL/wglext.h>
 
 #include <algorithm>
-#include <mutex>
-#include <vector>
+#include <exception>
+#include <utility>
 
 namespace KTR {
 
@@ -18,56 +20,6 @@ namespace {
 /// System error of a swap whose window lost its pixel format.
 constexpr DWORD kInvalidPixelFormat = 2000;
 
-/// A living attribute-based context.
-struct SharingContext {
-    HGLRC context = nullptr;
-    COpenGLView* view = nullptr;
-    bool drawsWithPrograms = false; ///< a main context whose view was not shut down
-};
-
-/// The attribute-based contexts of the process, which all share their objects; the oldest comes first. Views of several
-/// threads come and go here, and some of them after the class-wide locks are gone.
-class ShareGroup {
-public:
-    static HGLRC AnyMember() {
-        const std::lock_guard lock(s_mutex);
-        return s_members.empty() ? nullptr : s_members.front().context;
-    }
-    /// The member, or one without a context when there is none.
-    static SharingContext Find(HGLRC context) {
-        return FindIf([context](const SharingContext& member) { return member.context == context; });
-    }
-    /// The oldest member that draws with the shared programs.
-    static SharingContext Heir() {
-        return FindIf([](const SharingContext& member) { return member.drawsWithPrograms; });
-    }
-    static void Add(const SharingContext& member) {
-        const std::lock_guard lock(s_mutex);
-        s_members.push_back(member);
-    }
-    static void Remove(HGLRC context) {
-        const std::lock_guard lock(s_mutex);
-        std::erase_if(s_members, [context](const SharingContext& member) { return member.context == context; });
-    }
-    /// The member keeps the shared objects alive, but needs the programs no longer.
-    static void Retire(HGLRC context) {
-        const std::lock_guard lock(s_mutex);
-        for (SharingContext& member : s_members) {
-            member.drawsWithPrograms = member.drawsWithPrograms && member.context != context;
-        }
-    }
-
-private:
-    template <typename Predicate> static SharingContext FindIf(Predicate predicate) {
-        const std::lock_guard lock(s_mutex);
-        const auto member = std::find_if(s_members.begin(), s_members.end(), predicate);
-        return member == s_members.end() ? SharingContext{} : *member;
-    }
-
-    inline static std::mutex s_mutex;
-    inline static std::vector<SharingContext> s_members;
-};
-
 /// A memory bitmap is drawn by the fixed-function pipeline, whatever the process uses.
 GLRenderingContextTypes KindFor(HDC deviceContext, GLRenderingContextTypes type) {
     return WindowFromDC(deviceContext) ? type : GLContextLegacy;
@@ -75,7 +27,6 @@ GLRenderingContextTypes KindFor(HDC deviceContext, GLRenderingContextTypes type)
 
 } // namespace
 
-HGLRC COpenGLView::m_gMasterContext = nullptr;
 HGLRC COpenGLView::m_gCurrentRenderingContext = nullptr;
 HDC COpenGLView::m_gCurrentDeviceContext = nullptr;
 OpenGLHardwareAcceleration COpenGLView::m_gDefaultAcceleration = AccelerationHardware;
@@ -106,9 +57,6 @@ int COpenGLView::CreateContext(HDC deviceContext, bool drawToWindow, GLRendering
         GetInitialGLAttributes(m_contexts[type].attributes);
     }
     LoadCurrentGLBuffers();
-    if (DrawsWithPrograms()) {
-        m_batch.batchDrawIndices = nullptr;
-    }
     return result;
 }
 
@@ -116,39 +64,57 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
                                              HGLRC& renderingContextOut) {
     type = KindFor(deviceContext, type);
     GLRenderingContextRecord& record = m_contexts[type];
-    deviceContextOut = deviceContext;
     const int format = GetPixelFormat(deviceContext);
+    int created = 0;
     if (!m_gsOpenGLVersionData.bAdvancedPixelFormat) {
-        SetUpLegacyContext(deviceContext, format, type);
+        created = SetUpLegacyContext(deviceContext, format, type);
     } else {
         const CriticalSectionLock lock(m_gcsOpenGLCreateContext);
-        const HGLRC context = CreateSharedContext(deviceContext, type);
-        if (context) {
-            record.borrowedContext = false;
-            record.fixedFunctionOnly = false;
-            if (!MakeCurrent(deviceContext, context, type)) {
-                ShareGroup::Remove(context);
-                wglDeleteContext(context);
-                record.renderingContext = nullptr;
-                record.current = false;
+        if (const HGLRC context = CreateSharedContext(deviceContext, type)) {
+            if (!SelectNewContext(deviceContext, context, type)) {
                 return 0;
             }
-            MakeGLCementAndLoad(type);
-            if (type == GLContextMain && m_masterContextIndex == 0) {
-                m_gMasterContext = context;
+            created = 1;
+            if (type == GLContextMain && ShareGroup::IsMaster(context)) {
                 InitializeMasterContextSharedResources();
             }
         } else {
-            SetUpLegacyContext(deviceContext, format, type);
+            created = SetUpLegacyContext(deviceContext, format, type);
         }
     }
-    renderingContextOut = record.renderingContext;
-    record.initialized = record.renderingContext != nullptr;
-    if (!record.initialized) {
+    deviceContextOut = deviceContext;
+    renderingContextOut = created ? record.renderingContext : nullptr;
+    if (!created) {
         return 0;
     }
+    record.initialized = true;
     record.window = WindowFromDC(deviceContext);
     return 1;
+}
+
+/// Puts a context that the view has just made into its record and selects it; the one that was there is deleted. When
+/// it cannot be selected it is deleted itself, and the record keeps what it had.
+bool COpenGLView::SelectNewContext(HDC deviceContext, HGLRC context, GLRenderingContextTypes type) {
+    GLRenderingContextRecord& record = m_contexts[type];
+    const HGLRC replaced = record.renderingContext;
+    const HDC replacedDeviceContext = record.deviceContext;
+    const HWND replacedWindow = record.window;
+    if (!MakeCurrent(deviceContext, context, type)) {
+        HoldContext(type, replaced);
+        record.deviceContext = replacedDeviceContext;
+        record.current = false;
+        ShareGroup::Leave(context);
+        ShareGroup::Remove(context);
+        wglDeleteContext(context);
+        return false;
+    }
+    if (replaced && ShareGroup::Find(replaced).owner == this) {
+        DeleteParkedContext(replaced);
+        if (replacedDeviceContext && replacedDeviceContext != deviceContext) {
+            ReleaseDC(replacedWindow, replacedDeviceContext);
+        }
+    }
+    return true;
 }
 
 int COpenGLView::CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type,
@@ -180,39 +146,57 @@ int COpenGLView::CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GL
 
 int COpenGLView::SetUpLegacyContext(HDC deviceContext, int format, GLRenderingContextTypes type) {
     type = KindFor(deviceContext, type);
-    GLRenderingContextRecord& record = m_contexts[type];
-    record.renderingContext = wglCreateContext(deviceContext);
-    if (!record.renderingContext) {
+    const HGLRC context = wglCreateContext(deviceContext);
+    if (!context) {
         return 0;
     }
-    record.borrowedContext = false;
-    record.fixedFunctionOnly = true;
+    if (!ShareGroup::Add({.context = context, .owner = this})) {
+        wglDeleteContext(context);
+        return 0;
+    }
+    GLRenderingContextRecord& record = m_contexts[type];
     record.pixelFormatNumber = format;
-    record.deviceContext = deviceContext;
+    DescribePixelFormat(deviceContext, format, sizeof(record.pixelFormat), &record.pixelFormat);
+    const HGLRC replaced = record.renderingContext;
+    if (replaced) {
+        if (!SelectNewContext(deviceContext, context, type)) {
+            return 0;
+        }
+    } else if (!MakeCurrent(deviceContext, context, type)) {
+        // The record has it all the same. Functions can be fetched only while it is current; the next successful
+        // selection does it.
+        HoldContext(type, context);
+        record.deviceContext = deviceContext;
+    }
     record.initialized = true;
     if (const HWND window = WindowFromDC(deviceContext)) {
         record.window = window;
-    }
-    DescribePixelFormat(deviceContext, format, sizeof(record.pixelFormat), &record.pixelFormat);
-    if (MakeCurrent(deviceContext, record.renderingContext, type)) {
-        MakeGLCementAndLoad(type);
-    } else {
-        // Functions can be fetched only while the context is current; the next successful selection does it.
-        record.functionsPending = true;
     }
     return 1;
 }
 
 long COpenGLView::InitializeMasterContextSharedResources() {
-    if (m_masterContextIndex != 0) {
+    if (!ShareGroup::IsMaster(m_contexts[GLContextMain].renderingContext)) {
         return S_OK;
+    }
+    if (!HasCurrentContext()) {
+        return E_FAIL;
     }
     DeleteShaderSet(m_gShaderSet);
     if (!DrawsWithPrograms()) {
         return S_OK;
     }
-    m_gStockProgramsTried = true;
+    ShareGroup::SetProgramsTried();
     return BuildStockShaders();
+}
+
+int COpenGLView::GetMasterContextIndex() const {
+    const HGLRC main = m_contexts[GLContextMain].renderingContext;
+    const LibraryContext known = ShareGroup::Find(main);
+    if (!known.shares || known.owner != this) {
+        return m_copiedMasterIndex;
+    }
+    return ShareGroup::IsMaster(main) ? 0 : static_cast<int>(std::max(known.number, 1L));
 }
 
 int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type) {
@@ -221,20 +205,15 @@ int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRender
     if (!CheckDCPixelFormat(deviceContext, kind)) {
         return 0;
     }
-    GLRenderingContextRecord& record = m_contexts[kind];
-    if (kind != type && renderingContext && m_contexts[type].renderingContext == renderingContext) {
-        // Two records now name one context; only the one that created it deletes it.
-        record.borrowedContext = true;
-        record.fixedFunctionOnly = m_contexts[type].fixedFunctionOnly;
-        record.functionsPending = record.functionsPending || !record.glCement;
+    if (!HoldContext(kind, renderingContext)) {
+        return 0;
     }
-    record.deviceContext = deviceContext;
-    record.renderingContext = renderingContext;
+    m_contexts[kind].deviceContext = deviceContext;
     return MakeCurrent(kind);
 }
 
 int COpenGLView::MakeCurrent(HDC deviceContext, GLRenderingContextTypes type) {
-    return MakeCurrent(deviceContext, m_contexts[type].renderingContext, type);
+    return MakeCurrent(deviceContext, m_contexts[KindFor(deviceContext, type)].renderingContext, type);
 }
 
 int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
@@ -252,11 +231,13 @@ int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
     if (record.functionsPending) {
         record.functionsPending = MakeGLCementAndLoad(type) == 0;
     }
+    DeleteLeftBehind();
     return 1;
 }
 
 int COpenGLView::MakeContextCurrent(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type,
                                     const wchar_t* name) {
+    type = KindFor(deviceContext, type);
     if (!m_contexts[type].renderingContext &&
         !CreateContext(deviceContext, drawToWindow, type, name, 0, m_gDefaultAcceleration)) {
         return 0;
@@ -340,42 +321,31 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     }
     m_name = name;
     GLRenderingContextRecord& record = m_contexts[type];
-    if (record.renderingContext == context) {
-        ReleaseObjectsOfDyingContext(type);
-    }
+    const bool held = record.renderingContext == context;
+    const bool own = ShareGroup::Find(context).owner == this;
     const HDC releasedDeviceContext = deviceContext;
-    if (record.renderingContext == context) {
+    if (held) {
+        if (own) {
+            ReleaseObjectsOfContext(type);
+        }
         record.renderingContext = nullptr;
         record.current = false;
         record.initialized = false;
-        record.objects.currentShader = GLShaderUnknown;
         record.fixedFunctionOnly = false;
-        record.objects.textLists = TextLists{};
+        record.objects = {};
+        if (!own) {
+            record.deviceContext = nullptr;
+        }
+        delete record.glCement;
+        record.glCement = nullptr;
     }
     int result = 1;
-    if (record.borrowedContext) {
-        record.deviceContext = nullptr;
-        record.renderingContext = nullptr;
-        record.borrowedContext = false;
-    } else {
-        ShareGroup::Remove(context);
-        if (!ShareGroup::AnyMember()) {
-            // Programs, font textures and cached textures, if there still are some, go with the last context that has
-            // them.
-            DeleteFontTextures(false);
-            m_gShaderSet = ShaderSet{};
-            m_gStockProgramsTried = false;
-            ForgetTextureGroup(nullptr);
-        }
-        ForgetTextureGroup(context);
-        result = wglDeleteContext(context);
+    if (own) {
+        result = held ? EndContext(context) : DeleteParkedContext(context);
         if (releasedDeviceContext) {
             ReleaseDC(window, releasedDeviceContext);
         }
-        ForgetBorrowedContext(context);
     }
-    delete record.glCement;
-    record.glCement = nullptr;
     deviceContext = nullptr;
     renderingContext = nullptr;
     return result;
@@ -384,7 +354,6 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
 void COpenGLView::LoadCurrentGLBuffers() {
     m_batch.batchVertexPointer = m_batchStorage.batchVertices;
     m_batch.batchIndexPointer = m_batchStorage.batchIndices;
-    m_batch.batchDrawIndices = m_batchStorage.batchIndices;
 }
 
 HDC COpenGLView::SwapBuffers() {
@@ -411,25 +380,21 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
                               WGL_CONTEXT_PROFILE_MASK_ARB,
                               WGL_CONTEXT_COMPATIBILITY_PROFILE_BIT_ARB,
                               0};
-    // The master's handle may outlive its context. Where the context is gone, any other of its group hands the shared
-    // objects on; where all are gone, the next main context starts a new group as its master.
-    const SharingContext master = ShareGroup::Find(m_gMasterContext);
+    // Where the master's context is gone, any other of its group hands the shared objects on; where all are gone, the
+    // next main context starts a new group as its master.
     const long number = InterlockedIncrement(&m_gContextCount);
-    const HGLRC context = m_gfn_wglCreateContextAttribsARB(
-        deviceContext, master.context ? master.context : ShareGroup::AnyMember(), attributes);
+    const HGLRC context = m_gfn_wglCreateContextAttribsARB(deviceContext, ShareGroup::ContextToShareWith(), attributes);
     if (!context) {
         InterlockedDecrement(&m_gContextCount);
         return nullptr;
     }
-    ShareGroup::Add({context, this, type == GLContextMain});
-    if (type == GLContextMain) {
-        // A master from before the host switched to programs has none; the first context that draws with them takes
-        // over.
-        const bool masterServes = master.context && (m_gStockProgramsTried || !IsContextOpenGL4OrLater(type));
-        m_masterContextIndex = masterServes ? number : 0;
-        if (master.context && !masterServes) {
-            master.view->m_masterContextIndex = number;
-        }
+    const bool isMain = type == GLContextMain;
+    if (!ShareGroup::Add({context, this, true, isMain, number})) {
+        wglDeleteContext(context);
+        return nullptr;
+    }
+    if (isMain) {
+        ShareGroup::OfferMastership(context, IsContextOpenGL4OrLater(type));
     }
     return context;
 }
@@ -445,24 +410,16 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
         if (type == GLContextMain) {
             DeleteKeptFrameTextures();
             const CriticalSectionLock lock(m_gcsOpenGLConstructor);
-            LeaveStockPrograms(true);
+            LeaveStockPrograms(m_contexts[type].renderingContext, true);
         }
     }
     ReleaseDC(window, deviceContext);
 }
 
-/// This view needs the stock programs no longer. When it is their master, the next view that draws with them becomes
-/// it; the last one deletes them, if its context is current, or leaves them to go with the contexts.
-void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
-    const HGLRC context = m_contexts[GLContextMain].renderingContext;
-    ShareGroup::Retire(context);
-    if (!context || context != m_gMasterContext) {
-        return;
-    }
-    if (const SharingContext heir = ShareGroup::Heir(); heir.context) {
-        m_gMasterContext = heir.context;
-        m_masterContextIndex = heir.view->m_masterContextIndex;
-        heir.view->m_masterContextIndex = 0;
+/// The main context `context` needs the stock programs no longer. When it is their master, the next that draws with
+/// them becomes it; the last one deletes them, if it is current, or leaves them to go with the contexts.
+void COpenGLView::LeaveStockPrograms(HGLRC context, bool contextIsCurrent) {
+    if (ShareGroup::Leave(context) != ShareGroup::Leaving::Last) {
         return;
     }
     const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
@@ -473,46 +430,44 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
     }
     DeleteFontTextures(mayDelete);
     m_gShaderSet = ShaderSet{};
-    m_gStockProgramsTried = false;
-    m_gMasterContext = nullptr;
+    ForgetProgramThread();
 }
 
-/// Releases what a context holds that was not shut down before it is deleted. Without its window it cannot be made
-/// current any more; then its objects are left to go with it.
-void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
+/// Releases what a context of this view holds that was not shut down before it is deleted. Without its window it cannot
+/// be made current any more; then its shared objects are left to the others of its group, and the rest goes with it.
+void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
     ForgetKeptFrameOf(type);
-    if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
+    if (type != GLContextMain || !record.renderingContext) {
         return;
     }
     m_batch.waiting = false;
-    const bool holdsArrays = std::any_of(record.objects.vertexArrays.begin(), record.objects.vertexArrays.end(),
-                                         [](unsigned int vertexArray) { return vertexArray != 0; });
-    const bool isMaster = record.renderingContext == m_gMasterContext;
     const bool holdsFrame = m_keptFrame.colorTexture != 0;
-    if (m_batch.ring.vertexBuffer != 0 || holdsArrays || holdsFrame || (isMaster && m_gStockProgramsTried)) {
+    const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
+    bool released = false;
+    if (record.objects.HoldsNames() || holdsFrame || holdsPrograms) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
         const GLRenderingContextTypes previousType = m_currentContext;
         SelectRecord(type);
         const bool wasCurrent = previousContext == record.renderingContext;
-        const bool current =
-            record.glCement && (wasCurrent || (WindowFromDC(record.deviceContext) &&
-                                               wglMakeCurrent(record.deviceContext, record.renderingContext)));
-        record.current = record.current || current;
-        if (current) {
+        released = record.glCement && (wasCurrent || (WindowFromDC(record.deviceContext) &&
+                                                      wglMakeCurrent(record.deviceContext, record.renderingContext)));
+        if (released) {
             DeleteAttributeBuffers();
             DeleteKeptFrameTextures();
         }
-        LeaveStockPrograms(current);
+        LeaveStockPrograms(record.renderingContext, released);
         SelectRecord(previousType);
-        if (current && !wasCurrent) {
+        if (released && !wasCurrent) {
             wglMakeCurrent(previousDeviceContext, previousContext);
         }
     } else {
-        LeaveStockPrograms(false);
+        LeaveStockPrograms(record.renderingContext, false);
     }
-    m_batch.ring = GLVBO{};
+    if (!released) {
+        LeaveBehind(record.objects.ring);
+    }
     m_textureRequest.activeTexture = 0;
     m_textureRequest.activeSampler = 0;
     m_textureRequest.textureSampler = 0;
@@ -522,25 +477,130 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     m_keptFrame.colorSampler = 0;
     m_keptFrame.depthTexture = 0;
     m_keptFrame.depthSampler = 0;
-    record.objects.vertexArrays = {};
-    record.objects.boundProgram = 0;
-    record.objects.number = 0;
-    record.objects.fillForced = false;
-    record.objects.pointSprites = false;
+    record.objects = {};
 }
 
-/// After a context is gone no record of this view may still name it as borrowed.
-void COpenGLView::ForgetBorrowedContext(HGLRC context) {
+/// Leaves the ring of a context that cannot be made current, and the backing store's textures that came with it, to the
+/// others of the share group. Where one of them is current on this thread they are deleted at once.
+void COpenGLView::LeaveBehind(VertexRing& ring) {
+    try {
+        SharedNames names;
+        const GLVBO& buffers = ring.Buffers();
+        for (const GLVBO::Segment& segment : buffers.segments) {
+            if (segment.fence) {
+                names.fences.push_back(segment.fence);
+            }
+        }
+        const auto add = [](std::vector<unsigned int>& list, unsigned int name) {
+            if (name != 0) {
+                list.push_back(name);
+            }
+        };
+        add(names.buffers, buffers.vertexBuffer);
+        add(names.buffers, buffers.indexBuffer);
+        add(names.textures, m_keptFrame.colorTexture);
+        add(names.textures, m_keptFrame.depthTexture);
+        add(names.samplers, m_keptFrame.colorSampler);
+        add(names.samplers, m_keptFrame.depthSampler);
+        ShareGroup::LeaveBehind(names);
+    } catch (const std::exception&) {
+        return; // Without memory for their names they go with the group.
+    }
+    ring = {};
+    const LibraryContext current = ShareGroup::Find(wglGetCurrentContext());
+    if (current.owner && current.owner != this) {
+        current.owner->DeleteLeftBehind();
+    }
+}
+
+/// Deletes what contexts of the group that are gone have left behind. The view's current context must be of the group.
+void COpenGLView::DeleteLeftBehind() {
+    if (CurrentRecord().fixedFunctionOnly || !HasCurrentContext()) {
+        return;
+    }
+    const SharedNames names = ShareGroup::TakeLeftBehind();
+    const GLCalls gl = CurrentGL();
+    for (const GLsync fence : names.fences) {
+        gl.glDeleteSync(fence);
+    }
+    const auto count = [](const std::vector<unsigned int>& list) { return static_cast<GLsizei>(list.size()); };
+    if (!names.buffers.empty()) {
+        gl.glDeleteBuffers(count(names.buffers), names.buffers.data());
+    }
+    if (!names.textures.empty()) {
+        gl.glDeleteTextures(count(names.textures), names.textures.data());
+    }
+    if (!names.samplers.empty()) {
+        gl.glDeleteSamplers(count(names.samplers), names.samplers.data());
+    }
+}
+
+/// Makes a record name another context. The objects of the one before are kept until it comes back or goes; a context
+/// that the library did not make starts without any. False when there is no memory to keep them.
+bool COpenGLView::HoldContext(GLRenderingContextTypes type, HGLRC context) {
+    GLRenderingContextRecord& record = m_contexts[type];
+    if (record.renderingContext == context) {
+        return true;
+    }
+    if (record.renderingContext && record.objects.HoldsNames()) {
+        try {
+            m_parkedObjects.push_back({record.renderingContext, std::move(record.objects)});
+        } catch (const std::exception&) {
+            return false;
+        }
+    }
+    record.renderingContext = context;
+    record.objects = TakeParked(context);
+    record.functionsPending = context != nullptr;
+    record.fixedFunctionOnly = context && !ShareGroup::Find(context).shares;
+    return true;
+}
+
+/// The objects of a context that the view has held before; none otherwise.
+ContextObjects COpenGLView::TakeParked(HGLRC context) {
+    const auto found = std::find_if(m_parkedObjects.begin(), m_parkedObjects.end(),
+                                    [context](const ParkedObjects& parked) { return parked.context == context; });
+    if (!context || found == m_parkedObjects.end()) {
+        return {};
+    }
+    ContextObjects objects = std::move(found->objects);
+    m_parkedObjects.erase(found);
+    return objects;
+}
+
+/// Deletes a context of this view that no record names any more.
+int COpenGLView::DeleteParkedContext(HGLRC context) {
+    ContextObjects objects = TakeParked(context);
+    LeaveBehind(objects.ring);
+    LeaveStockPrograms(context, HasCurrentContext());
+    const int result = EndContext(context);
+    DeleteLeftBehind();
+    return result;
+}
+
+/// Deletes a context that this view has made. With the last one of the share group its objects go.
+int COpenGLView::EndContext(HGLRC context) {
+    ShareGroup::Remove(context);
+    if (!ShareGroup::HasMembers()) {
+        // Programs, font textures and cached textures, if there still are some, go with the last context that has
+        // them.
+        DeleteFontTextures(false);
+        m_gShaderSet = ShaderSet{};
+        ForgetProgramThread();
+        ForgetTextureGroup(nullptr);
+    }
+    ForgetTextureGroup(context);
+    const int result = wglDeleteContext(context);
     for (GLRenderingContextRecord& record : m_contexts) {
-        if (record.borrowedContext && record.renderingContext == context) {
+        if (record.renderingContext == context) {
             record.renderingContext = nullptr;
             record.deviceContext = nullptr;
-            record.borrowedContext = false;
             record.current = false;
             delete record.glCement;
             record.glCement = nullptr;
         }
     }
+    return result;
 }
 
 } // namespace KTR

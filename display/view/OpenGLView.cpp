@@ -4,6 +4,7 @@
 
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
+#include "../platform/ShareGroup.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +25,6 @@ WglChoosePixelFormatARB COpenGLView::m_gfn_wglChoosePixelFormatARB = nullptr;
 WglCreateContextAttribsARB COpenGLView::m_gfn_wglCreateContextAttribsARB = nullptr;
 WglGetPixelFormatAttribivARB COpenGLView::m_gfn_wglGetPixelFormatAttribivARB = nullptr;
 ShaderSet COpenGLView::m_gShaderSet;
-bool COpenGLView::m_gStockProgramsTried = false;
 int COpenGLView::m_gClassInitialized = 0;
 
 COpenGLView::COpenGLView() {
@@ -41,7 +41,6 @@ COpenGLView::COpenGLView() {
     const CriticalSectionLock lock(m_gcsOpenGLConstructor);
     InitializeCriticalSection(&m_gcsOpenGLCreateContext);
     m_gShaderSet = ShaderSet{};
-    m_gStockProgramsTried = false;
     Initialize();
     m_gClassInitialized = 1;
     GetOpenGLVersionWithGLCement();
@@ -64,6 +63,7 @@ COpenGLView& COpenGLView::operator=(const COpenGLView& other) {
 COpenGLView::~COpenGLView() {
     ReleaseContextRecord(GLContextMain, L"Destructor:");
     ReleaseContextRecord(GLContextLegacy, L"Destructor:");
+    DeleteParkedContexts();
     if (m_owned.tesselator) {
         m_owned.tesselator->Destroy();
         delete m_owned.tesselator;
@@ -76,7 +76,7 @@ COpenGLView::~COpenGLView() {
 }
 
 void COpenGLView::Initialize() {
-    m_masterContextIndex = -1;
+    m_copiedMasterIndex = -1;
     SelectRecord(GLContextMain);
     m_name.Empty();
     m_message.Empty();
@@ -88,7 +88,7 @@ void COpenGLView::Initialize() {
     m_redrawNeeded = true;
     m_delayedSwap = false;
     m_delayedLayerCount = 0;
-    ResetBatch(VertexBatchState{});
+    m_batch = VertexBatchState{};
     m_state = ScalarState{};
     m_batchStorage.Clear();
     m_backingStore = BackingStore{};
@@ -112,6 +112,9 @@ void COpenGLView::InitializeOpenGLContextStruct() {
 
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
         ReleaseContextRecord(type, L"Initialize:");
+    }
+    DeleteParkedContexts();
+    for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
         GLRenderingContextRecord& record = m_contexts[type];
         record = GLRenderingContextRecord{};
         record.hardwareAccelerated = type == GLContextMain;
@@ -167,7 +170,7 @@ void COpenGLView::FinalShutDownDestroyClassCriticalSection() {
     std::memset(&m_gcsOpenGLConstructor, 0, sizeof(m_gcsOpenGLConstructor));
     std::memset(&m_gcsOpenGLCreateContext, 0, sizeof(m_gcsOpenGLCreateContext));
     m_gClassInitialized = 0;
-    m_gMasterContext = nullptr;
+    ShareGroup::ForgetMaster();
     m_gCurrentRenderingContext = nullptr;
     m_gCurrentDeviceContext = nullptr;
 }
@@ -194,7 +197,7 @@ void COpenGLView::LeaveManagerCriticalSection() {
 /// has to free: the members copied here only point.
 void COpenGLView::CopySettings(const COpenGLView& other) {
     m_state = other.m_state;
-    ResetBatch(other.m_batch);
+    m_batch = other.m_batch;
     m_backingStore = other.m_backingStore;
     m_name = other.m_name;
     m_message = other.m_message;
@@ -211,27 +214,26 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_delayedSwap = other.m_delayedSwap;
     m_delayedLayerCount = other.m_delayedLayerCount;
     m_managerIndex = other.m_managerIndex;
-    m_masterContextIndex = other.m_masterContextIndex;
+    m_copiedMasterIndex = other.GetMasterContextIndex();
     SelectRecord(other.m_currentContext);
-}
-
-/// Takes over a batch, but not its buffers: those belong to the view whose context they were made in.
-void COpenGLView::ResetBatch(const VertexBatchState& batch) {
-    const GLVBO ring = m_batch.ring;
-    m_batch = batch;
-    m_batch.ring = ring;
 }
 
 /// Frees what a record owns: its GL objects, its functions, its math and its context.
 void COpenGLView::ReleaseContextRecord(GLRenderingContextTypes type, const wchar_t* label) {
     GLRenderingContextRecord& record = m_contexts[type];
-    ReleaseObjectsOfDyingContext(type);
+    if (record.renderingContext) {
+        DeleteContext(label, type, record.deviceContext, record.renderingContext, record.window);
+    }
     delete record.glCement;
     record.glCement = nullptr;
     delete record.math;
     record.math = nullptr;
-    if (record.renderingContext) {
-        DeleteContext(label, type, record.deviceContext, record.renderingContext, record.window);
+}
+
+/// Contexts that the view has made and that have dropped out of its records.
+void COpenGLView::DeleteParkedContexts() {
+    for (LibraryContext left = ShareGroup::AnyOwnedBy(this); left.context; left = ShareGroup::AnyOwnedBy(this)) {
+        DeleteParkedContext(left.context);
     }
 }
 

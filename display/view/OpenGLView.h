@@ -16,6 +16,7 @@
 #include <afxtempl.h>
 
 #include <memory>
+#include <vector>
 
 namespace spdlog {
 class logger;
@@ -24,6 +25,7 @@ class logger;
 namespace KTR {
 
 class GLCalls;
+class UniformWriter;
 struct ImageRows;
 struct TextExtent;
 struct TextFrame;
@@ -117,7 +119,7 @@ public:
     int GetManagerIndex() const { return m_managerIndex; }
     /// 0 when the main context is the one that all others share with, positive when it shares with that, -1 when it was
     /// not made through attributes.
-    int GetMasterContextIndex() const { return m_masterContextIndex; }
+    int GetMasterContextIndex() const;
 
     // ---- 2. Records and settings. Implemented in ViewRecords.cpp
 
@@ -781,6 +783,12 @@ private:
 
     GLRenderingContextRecord& CurrentRecord() { return m_contexts[m_currentContext]; }
     const GLRenderingContextRecord& CurrentRecord() const { return m_contexts[m_currentContext]; }
+    /// The objects of the context that the current record names.
+    ContextObjects& CurrentObjects();
+    const ContextObjects& CurrentObjects() const;
+    /// Whether the context that the current record names is the thread's current one. Asked of the driver, who alone
+    /// knows what others have selected since.
+    bool HasCurrentContext() const;
     /// The one way to another record: the adds find its colour through a pointer, at each vertex.
     void SelectRecord(GLRenderingContextTypes type) {
         m_currentContext = type;
@@ -803,39 +811,31 @@ private:
     void ShowPixelFormatFailure(const CString& beginning, const GLRenderingContextRecord& record,
                                 unsigned int available);
     HGLRC CreateSharedContext(HDC deviceContext, GLRenderingContextTypes type);
-    void ForgetBorrowedContext(HGLRC context);
+    bool SelectNewContext(HDC deviceContext, HGLRC context, GLRenderingContextTypes type);
+    bool HoldContext(GLRenderingContextTypes type, HGLRC context);
+    ContextObjects TakeParked(HGLRC context);
+    int DeleteParkedContext(HGLRC context);
+    void DeleteParkedContexts();
+    int EndContext(HGLRC context);
+    void LeaveBehind(VertexRing& ring);
+    void DeleteLeftBehind();
 
-    void LeaveStockPrograms(bool contextIsCurrent);
-    void ReleaseObjectsOfDyingContext(GLRenderingContextTypes type);
-    void ResetBatch(const VertexBatchState& batch);
-    void KeepBatchVertices(int count);
+    void LeaveStockPrograms(HGLRC context, bool contextIsCurrent);
+    void ReleaseObjectsOfContext(GLRenderingContextTypes type);
 
-    bool CompileShader(unsigned int kind, const char* source, unsigned int& shader);
-    int AttributeLocation(unsigned int program, const char* name) const;
-
-    void UseStockProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
-    void TakeProgram(GLRenderingContextRecord& record, ShaderData& data);
+    long BindStockProgram(GLShaderTypes type);
+    void UseProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
+    bool TakeProgram(const GLCalls& gl, ShaderData& data);
     bool NeedsBinding(GLShaderTypes type) const;
-    void RestoreUniforms();
-    void BindVertexStorage(ShaderData& data, GLVBO& vbo);
-    unsigned int& VertexArrayOf(ShaderData& data);
-    void* MapStorage(unsigned int target, unsigned int bytes);
+    void RestoreUniforms(const GLCalls& gl);
+    bool BindVertexStorage(const GLCalls& gl, ShaderData& data, GLVBO& vbo);
+    void LeaveProgramState();
 
-    void BindMatrices(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
-    void GatherUniforms(GLRenderingContextTypes context);
-    void SendMatrix(ShaderData& data, const ProgramUniforms& uniforms);
-    void SendUniforms(GLShaderTypes type, ShaderData& data, const ProgramUniforms& uniforms);
-    void SendLitSurface(ShaderData& data, const ProgramUniforms& uniforms);
+    void BindMatrices(GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
+                      const UniformWriter& writer);
+    void GatherUniforms(GLRenderingContextTypes context, ProgramUniforms& uniforms) const;
     void PrepareContextFor(GLShaderTypes type);
     void SetPointSprites(bool on);
-    void BindImage(unsigned int texture, unsigned int sampler);
-    int LocationOf(ShaderData& data, StockUniform uniform);
-    int LocationOf(ShaderData& data, const char* name);
-    void Uniform1i(int location, int value);
-    void Uniform1ui(int location, unsigned int value);
-    void Uniform1f(int location, float value);
-    void Uniform4f(int location, const glm::vec4& value);
-    void Uniform4fv(int location, const float* values);
 
     const void* TextureGroup() const;
     void DeleteCachedTexture(GLTextureObject* entry, POSITION position);
@@ -859,10 +859,8 @@ private:
     void EndImageDrawing(const ImageDrawing& before);
     void SetMatrices(const glm::dmat4& projection, const glm::dmat4& modelview);
 
-    static void NumberSegments(GLVBO& vbo);
-    void ReleaseRingFences();
     void DrawBatch(int count);
-    void DrawBatchFromRing(int start, int count);
+    void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 
     struct DrawingState;
     /// A rectangle of the kept frame and the window pixel of its lower left corner.
@@ -961,6 +959,12 @@ private:
     HGLRC m_exitingRenderingContext = nullptr;
     GLRenderingContextTypes m_exitingContext = GLContextMain;
     GLRenderingContextRecord m_contexts[kContextTypes];
+    /// Objects of contexts that have dropped out of a record and may come back.
+    struct ParkedObjects {
+        HGLRC context = nullptr;
+        ContextObjects objects;
+    };
+    std::vector<ParkedObjects> m_parkedObjects;
     VertexBatchState m_batch;
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
@@ -975,7 +979,7 @@ private:
     bool m_delayedSwap = false;
     int m_delayedLayerCount = 0;
     int m_managerIndex = 0;
-    int m_masterContextIndex = -1;
+    int m_copiedMasterIndex = -1; ///< of the view that this one is a copy of
     GLRenderingContextTypes m_currentContext = GLContextMain;
     const GLRGBAColor* m_currentColor = &m_contexts[GLContextMain].attributes.currentColor; ///< of the current record
     CString m_message; ///< scratch text that several diagnostics compose
@@ -988,10 +992,7 @@ private:
 
     static unsigned long long m_gFontTextures; ///< made and deleted so far
     static ShaderSet m_gShaderSet;
-    static bool
-        m_gStockProgramsTried; ///< the set was built for the present contexts, or tried and shown to have failed
     static int m_gClassInitialized;
-    static HGLRC m_gMasterContext;           ///< shared with by every later attribute-based context
     static HGLRC m_gCurrentRenderingContext; ///< the pair that the library made current last
     static HDC m_gCurrentDeviceContext;
     static OpenGLHardwareAcceleration m_gDefaultAcceleration;

@@ -32,9 +32,8 @@ struct GLRenderingContextRecord {
     bool doubleBuffered = false;
     bool depthBuffered = false;
     bool stereo = false;
-    bool pixelFormatSet = false;  ///< `window` has the format `pixelFormatNumber`
-    bool initialized = false;     ///< a context has been created
-    bool borrowedContext = false; ///< the rendering context belongs to somebody else and is not deleted here
+    bool pixelFormatSet = false; ///< `window` has the format `pixelFormatNumber`
+    bool initialized = false;    ///< a context has been created
     bool releasesDeviceContext = true;
     bool rasterFontReady = false;
     bool batchOpen = false;

@@ -2,6 +2,8 @@
 
 #include "../platform/GLCalls.h"
 
+#include <utility>
+
 namespace KTR {
 
 bool COpenGLView::IsOpenGLInitialized() const {
@@ -76,13 +78,34 @@ void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
 
 GLCalls COpenGLView::CallGL() {
     DrawWaitingVertices();
+    if (CurrentObjects().programStateBound && !DrawsWithPrograms()) {
+        LeaveProgramState();
+    }
     return CurrentGL();
 }
 
 GLCalls COpenGLView::CurrentGL() const {
-    // A table that nothing was loaded into stays behind from the bootstrap until the context is created.
+    // A table that nothing was loaded into stays behind from the bootstrap until the context is created. And where
+    // another context is current, or none, what is meant for this one must not reach that.
     const COrrinGLCement* functions = CurrentRecord().glCement;
-    return GLCalls(functions && functions->ullFound != 0 ? *functions : InertGLCement());
+    const bool reachable = functions && functions->ullFound != 0 && HasCurrentContext();
+    return GLCalls(reachable ? *functions : InertGLCement());
+}
+
+bool COpenGLView::HasCurrentContext() const {
+    const HGLRC context = CurrentRecord().renderingContext;
+    return context && wglGetCurrentContext() == context;
+}
+
+ContextObjects& COpenGLView::CurrentObjects() {
+    return const_cast<ContextObjects&>(std::as_const(*this).CurrentObjects());
+}
+
+const ContextObjects& COpenGLView::CurrentObjects() const {
+    // The record of bitmaps may have been given the main context; the objects of one context are one.
+    const GLRenderingContextRecord& main = m_contexts[GLContextMain];
+    const bool shared = main.renderingContext && main.renderingContext == CurrentRecord().renderingContext;
+    return shared ? main.objects : CurrentRecord().objects;
 }
 
 COpenGLMath& COpenGLView::MathOf(GLRenderingContextTypes type) const {

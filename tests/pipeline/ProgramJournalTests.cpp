@@ -222,9 +222,6 @@ TEST_F(Programs, DriverWithoutMemoryIsToldAndRecovers) {
     EXPECT_EQ(live->At(64, 64), (Pixel{255, 0, 0, 255}));
     EXPECT_EQ(View().GetError(), 0U);
     glFinish();
-    const auto deleteArrays = reinterpret_cast<void(APIENTRY*)(int, const unsigned*)>(
-        reinterpret_cast<void*>(wglGetProcAddress("glDeleteVertexArrays")));
-    deleteArrays(1, &own.vertexArray);
 }
 
 TEST_F(Programs, CallersGeometryIsUploadedOnce) {

@@ -300,10 +300,9 @@ TEST_F(Text, FontIsUploadedOnceForAllViewsAndGoesWithTheLast) {
     EXPECT_EQ(driver.Journal("glTexImage2D").size(), 1U);
     EXPECT_EQ(driver.LiveObjects(DriverObject::Texture), texturesBefore + 1);
     EXPECT_EQ(driver.LiveObjects(DriverObject::Sampler), 1U);
-    EXPECT_EQ(other->CountDrawn(), [this] {
-        View().MakeCurrent(GLContextMain);
-        return live->CountDrawn();
-    }());
+    const int drawnByOther = other->CountDrawn();
+    View().MakeCurrent(GLContextMain);
+    EXPECT_EQ(drawnByOther, live->CountDrawn());
     int alignment = 0;
     View().PixelStore(GL_PACK_ALIGNMENT, 4);
     reinterpret_cast<void(APIENTRY*)(unsigned, int*)>(reinterpret_cast<void*>(
