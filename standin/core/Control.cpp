@@ -1,12 +1,12 @@
 #include "DriverInterface.h"
 
-#include "Contexts.h"
-#include "Dispatch.h"
-#include "Faults.h"
-#include "Journal.h"
-#include "PixelFormats.h"
-#include "StateLock.h"
-#include "Violations.h"
+#include "core/Dispatch.h"
+#include "core/StateLock.h"
+#include "faults/Faults.h"
+#include "record/Journal.h"
+#include "rules/Contexts.h"
+#include "rules/PixelFormats.h"
+#include "rules/Violations.h"
 
 using namespace StandInDriver;
 

@@ -1,15 +1,15 @@
-#include "Dispatch.h"
+#include "core/Dispatch.h"
 
-#include "Contexts.h"
-#include "Faults.h"
-#include "Journal.h"
-#include "MappedRanges.h"
-#include "NullDriver.h"
-#include "Objects.h"
-#include "PixelFormats.h"
-#include "StateLock.h"
-#include "SystemDriver.h"
-#include "Violations.h"
+#include "core/StateLock.h"
+#include "core/SystemDriver.h"
+#include "faults/Faults.h"
+#include "null/NullDriver.h"
+#include "record/Journal.h"
+#include "rules/Contexts.h"
+#include "rules/MappedRanges.h"
+#include "rules/Objects.h"
+#include "rules/PixelFormats.h"
+#include "rules/Violations.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "Functions.h"
+#include "core/Functions.h"
 
 #include <memory>
 #include <string_view>

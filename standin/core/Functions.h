@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Call.h"
+#include "core/Call.h"
 
 namespace StandInDriver {
 

@@ -1,6 +1,6 @@
-#include "SystemDriver.h"
+#include "core/SystemDriver.h"
 
-#include "Contexts.h"
+#include "rules/Contexts.h"
 
 #include <atomic>
 #include <string>

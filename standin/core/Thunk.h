@@ -3,12 +3,17 @@
 // What stands at each of the driver's addresses: a function of the right signature that packs its arguments, asks the
 // driver whether the call may go on, and hands it to the system's own function.
 
-#include "Call.h"
+#include "core/Call.h"
 
 #include <bit>
 #include <type_traits>
 
 #define ORRIN_GLCALL __stdcall
+#ifdef _MSC_VER
+#define ORRIN_NOINLINE __declspec(noinline)
+#else
+#define ORRIN_NOINLINE [[gnu::noinline]]
+#endif
 
 namespace StandInDriver {
 
@@ -35,7 +40,7 @@ template <class R> R Unpack(std::uint64_t value) {
 }
 
 /// One call, from whichever of the function's addresses it came. Kept out of the thunks, of which there are thousands.
-template <class R, class... A> [[gnu::noinline]] R Invoke(unsigned index, unsigned variant, A... arguments) {
+template <class R, class... A> ORRIN_NOINLINE R Invoke(unsigned index, unsigned variant, A... arguments) {
     const std::uint64_t packed[sizeof...(A) + 1] = {Pack(arguments)..., 0};
     Call call = {index, variant, packed};
     if (!EnterCall(call)) {

@@ -156,7 +156,7 @@ def read_wgl(path):
 
 
 def thunk_file(part, functions):
-    lines = ['#include "Thunk.h"', "", "namespace StandInDriver {", "",
+    lines = ['#include "core/Thunk.h"', "", "namespace StandInDriver {", "",
              f"void FillFunctionCode{part}(FunctionCode* code) {{"]
     for index, function in functions:
         types = "".join(f", {abi}" for abi in function.types)

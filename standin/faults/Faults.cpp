@@ -1,7 +1,7 @@
-#include "Faults.h"
+#include "faults/Faults.h"
 
-#include "Dispatch.h"
-#include "StateLock.h"
+#include "core/Dispatch.h"
+#include "core/StateLock.h"
 
 #include <windows.h>
 

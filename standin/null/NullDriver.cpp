@@ -1,7 +1,7 @@
-#include "NullDriver.h"
+#include "null/NullDriver.h"
 
-#include "StateLock.h"
-#include "Thunk.h"
+#include "core/StateLock.h"
+#include "core/Thunk.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,6 @@
-#include "Contexts.h"
-#include "Journal.h"
-#include "SystemDriver.h"
+#include "core/SystemDriver.h"
+#include "record/Journal.h"
+#include "rules/Contexts.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
-#include "Journal.h"
+#include "record/Journal.h"
 
-#include "Contexts.h"
-#include "StateLock.h"
+#include "core/StateLock.h"
+#include "rules/Contexts.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "DriverInterface.h"
-#include "Functions.h"
+#include "core/Functions.h"
 
 #include <memory>
 #include <string>

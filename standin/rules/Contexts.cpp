@@ -1,10 +1,10 @@
-#include "Contexts.h"
+#include "rules/Contexts.h"
 
-#include "MappedRanges.h"
-#include "PixelFormats.h"
-#include "StateLock.h"
-#include "SystemDriver.h"
-#include "Violations.h"
+#include "core/StateLock.h"
+#include "core/SystemDriver.h"
+#include "rules/MappedRanges.h"
+#include "rules/PixelFormats.h"
+#include "rules/Violations.h"
 
 #include <map>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Functions.h"
-#include "Objects.h"
+#include "core/Functions.h"
+#include "rules/Objects.h"
 
 #include <windows.h>
 

@@ -1,9 +1,9 @@
-#include "MappedRanges.h"
+#include "rules/MappedRanges.h"
 
-#include "Contexts.h"
-#include "StateLock.h"
-#include "SystemDriver.h"
-#include "Violations.h"
+#include "core/StateLock.h"
+#include "core/SystemDriver.h"
+#include "rules/Contexts.h"
+#include "rules/Violations.h"
 
 #include <cstring>
 #include <vector>

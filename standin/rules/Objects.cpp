@@ -1,8 +1,8 @@
-#include "Objects.h"
+#include "rules/Objects.h"
 
-#include "Contexts.h"
-#include "StateLock.h"
-#include "Violations.h"
+#include "core/StateLock.h"
+#include "rules/Contexts.h"
+#include "rules/Violations.h"
 
 #include <cctype>
 #include <cstring>

@@ -1,8 +1,8 @@
-#include "PixelFormats.h"
+#include "rules/PixelFormats.h"
 
-#include "StateLock.h"
-#include "SystemDriver.h"
-#include "Violations.h"
+#include "core/StateLock.h"
+#include "core/SystemDriver.h"
+#include "rules/Violations.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Functions.h"
+#include "core/Functions.h"
 
 #include <windows.h>
 

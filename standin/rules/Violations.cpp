@@ -1,6 +1,6 @@
-#include "Violations.h"
+#include "rules/Violations.h"
 
-#include "StateLock.h"
+#include "core/StateLock.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -5,7 +5,10 @@
 namespace StandInDriver {
 
 /// Adds a line, in printf's terms, to what the code under test did wrong.
-[[gnu::format(printf, 1, 2)]] void AddViolation(const char* format, ...);
+#ifndef _MSC_VER
+[[gnu::format(printf, 1, 2)]]
+#endif
+void AddViolation(const char* format, ...);
 
 std::uint64_t ViolationCount();
 /// A violation's text, valid until they are cleared; null beyond the last.
