@@ -6,6 +6,7 @@
 #include "record/Journal.h"
 #include "rules/Contexts.h"
 #include "rules/PixelFormats.h"
+#include "rules/Uniforms.h"
 #include "rules/Violations.h"
 
 using namespace StandInDriver;
@@ -46,6 +47,7 @@ void OrrinStandIn_Reset() {
     ForgetAbandonedObjects();
     ResetCallCounts();
     AllowFixedFunctionEverywhere();
+    SetDroppedUniformsJudged(false);
 }
 
 void OrrinStandIn_StartJournal() {
@@ -119,6 +121,10 @@ void OrrinStandIn_NullDriver(int on) {
 
 void OrrinStandIn_ForbidFixedFunction(std::uint32_t context, int on) {
     SetFixedFunctionForbidden(context, on != 0);
+}
+
+void OrrinStandIn_JudgeDroppedUniforms(int on) {
+    SetDroppedUniformsJudged(on != 0);
 }
 
 std::uint64_t OrrinStandIn_ViolationCount() {

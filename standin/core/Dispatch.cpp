@@ -5,10 +5,12 @@
 #include "faults/Faults.h"
 #include "null/NullDriver.h"
 #include "record/Journal.h"
+#include "rules/Addresses.h"
 #include "rules/Contexts.h"
 #include "rules/MappedRanges.h"
 #include "rules/Objects.h"
 #include "rules/PixelFormats.h"
+#include "rules/Uniforms.h"
 #include "rules/Violations.h"
 
 #include <algorithm>
@@ -53,16 +55,17 @@ constexpr Hook kHooks[] = {
     {Index_wglGetPixelFormat, AnswerGetPixelFormat, nullptr},
     {Index_wglSetPixelFormat, AnswerSetPixelFormat, nullptr},
     {Index_wglChoosePixelFormatARB, AnswerChoosePixelFormatARB, nullptr},
-    {Index_wglUseFontBitmapsA, nullptr, TrackFontLists},
-    {Index_wglUseFontBitmapsW, nullptr, TrackFontLists},
-    {Index_wglUseFontOutlinesA, nullptr, TrackFontLists},
-    {Index_wglUseFontOutlinesW, nullptr, TrackFontLists},
-    {Index_glUseProgram, nullptr, TrackUseProgram},
+    {Index_wglUseFontBitmapsA, JudgeFontLists, TrackFontLists},
+    {Index_wglUseFontBitmapsW, JudgeFontLists, TrackFontLists},
+    {Index_wglUseFontOutlinesA, JudgeFontLists, TrackFontLists},
+    {Index_wglUseFontOutlinesW, JudgeFontLists, TrackFontLists},
+    {Index_glLinkProgram, nullptr, ForgetUniforms},
+    {Index_glProgramBinary, nullptr, ForgetUniforms},
     {Index_glNewList, nullptr, TrackNewList},
     {Index_glMapBufferRange, nullptr, TrackMapping},
     {Index_glUnmapBuffer, TrackUnmapping, nullptr},
     {Index_glDeleteBuffers, TrackBufferDeletion, nullptr},
-    {Index_glDrawArrays, JudgeDraw, TrackMappedDraw},
+    {Index_glDrawArrays, nullptr, TrackMappedDraw},
     {Index_glFenceSync, nullptr, TrackFence},
     {Index_glClientWaitSync, nullptr, TrackFenceWait},
     {Index_glFinish, nullptr, TrackFinish},
@@ -73,23 +76,38 @@ constexpr Hook kHooks[] = {
 struct Handling {
     bool (*before)(Call&) = nullptr;
     void (*after)(Call&) = nullptr;
+    /// False for a call whose addresses must not be followed, neither by the driver nor by the journal.
+    bool (*judgeAddresses)(const Call&) = nullptr;
     bool tracksObjects = false;
     bool takesCapability = false;
-    bool Any() const { return before || after || tracksObjects; }
+    bool draws = false;
+    bool setsArray = false;
+    bool writesUniforms = false;
+    bool Any() const {
+        return before || after || judgeAddresses || tracksObjects || draws || setsArray || writesUniforms;
+    }
 };
+
+bool Draws(unsigned index, std::string_view name) {
+    const bool isDraw = name.starts_with("glDraw") || name.starts_with("glMultiDraw");
+    return index == Index_glBegin || (isDraw && !name.starts_with("glDrawBuffer") && name != "glDrawPixels");
+}
 
 const Handling& HandlingOf(unsigned index) {
     static const Handling* const handlings = [] {
         auto* made = new Handling[kFunctionCount];
         for (unsigned function = 0; function < kFunctionCount; ++function) {
             const std::string_view name = kFunctions[function].name;
-            made[function].tracksObjects = TracksObjects(function);
-            made[function].takesCapability = name == "glEnable" || name == "glDisable" || name == "glIsEnabled";
-            if (name.starts_with("glDraw") && !name.starts_with("glDrawBuffer") && name != "glDrawPixels") {
-                made[function].before = JudgeDraw;
-            }
+            Handling& handling = made[function];
+            handling.tracksObjects = TracksObjects(function);
+            handling.takesCapability = name == "glEnable" || name == "glDisable" || name == "glIsEnabled";
+            handling.draws = Draws(function, name);
+            handling.setsArray = SetsArray(function);
+            handling.writesUniforms = WritesUniforms(function);
+            handling.judgeAddresses = ReadsArrays(function)       ? JudgeDrawnArrays
+                                      : TransfersPixels(function) ? JudgeTransfer
+                                                                  : nullptr;
         }
-        made[Index_glBegin].before = JudgeDraw;
         for (const Hook& hook : kHooks) {
             made[hook.index].before = hook.before;
             made[hook.index].after = hook.after;
@@ -121,13 +139,12 @@ bool IsFixedFunctionPrimitive(std::uint64_t mode) {
 
 void JudgeFixedFunction(const Call& call) {
     const Handling& handling = HandlingOf(call.index);
-    const bool draws = handling.before == JudgeDraw;
     const std::uint64_t first = call.arguments[0];
     if (kFunctions[call.index].fixedFunctionOnly) {
         AddViolation("%s is called in context %u, where the fixed-function pipeline is forbidden",
                      kFunctions[call.index].name, call.context->number);
     } else if ((handling.takesCapability && IsFixedFunctionCapability(first)) ||
-               (draws && IsFixedFunctionPrimitive(first))) {
+               (handling.draws && IsFixedFunctionPrimitive(first))) {
         AddViolation("%s(0x%X) is called in context %u, where the fixed-function pipeline is forbidden",
                      kFunctions[call.index].name, static_cast<unsigned>(first), call.context->number);
     }
@@ -201,19 +218,36 @@ bool Forward(Call& call) {
     return call.real != nullptr;
 }
 
+/// What a call does wrong that the system's driver may see nevertheless.
+void Judge(const Call& call, const Handling& handling) {
+    if (handling.tracksObjects) {
+        JudgeObjects(call);
+    }
+    if (handling.setsArray) {
+        JudgeArrayAddress(call);
+    }
+    if (handling.writesUniforms) {
+        JudgeUniform(call);
+        TrackUniform(call);
+    }
+    if (handling.draws) {
+        JudgeDrawnProgram(call);
+        JudgeDrawnUniforms(call);
+    }
+}
+
 bool Attend(Call& call, std::uint64_t ordinal) {
-    call.entry = IsJournalOn() ? RecordCall(call) : -1;
+    const Handling& handling = HandlingOf(call.index);
+    const bool isReadable = !handling.judgeAddresses || handling.judgeAddresses(call);
+    call.entry = IsJournalOn() ? RecordCall(call, isReadable) : -1;
     if (HasFaults(call.index) && ApplyFault(call, ordinal)) {
         return false;
     }
     if (call.context && call.context->fixedFunctionForbidden) {
         JudgeFixedFunction(call);
     }
-    const Handling& handling = HandlingOf(call.index);
-    if (handling.tracksObjects) {
-        JudgeObjects(call);
-    }
-    if (handling.before && !handling.before(call)) {
+    Judge(call, handling);
+    if (!isReadable || (handling.before && !handling.before(call))) {
         return false;
     }
     call.observed = true;

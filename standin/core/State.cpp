@@ -51,6 +51,11 @@ const unsigned char* State::AttributePointer(unsigned attribute) const {
     return static_cast<const unsigned char*>(value);
 }
 
+bool State::IsPerVertex(unsigned attribute) const {
+    constexpr unsigned kDivisor = 0x88FE;
+    return !Has(Index_glVertexAttribDivisor) || Attribute(attribute, kDivisor) == 0;
+}
+
 long long State::Binding(unsigned name, int binding) const {
     int value = 0;
     const auto function = Function<void (*)(unsigned, unsigned, int*)>(Index_glGetIntegeri_v);
@@ -200,6 +205,7 @@ std::vector<VertexSource> EnabledAttributes(const State& state) {
             // Set by format and binding, which the older questions know nothing of.
             const int binding = state.Attribute(attribute, kAttributeBinding);
             source.stride = static_cast<std::size_t>(state.Binding(kBindingStride, binding));
+            source.strideOfBinding = true;
             source.pointer = reinterpret_cast<const unsigned char*>(state.Binding(kBindingOffset, binding) +
                                                                     state.Attribute(attribute, kRelativeOffset));
         }

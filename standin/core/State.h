@@ -17,6 +17,8 @@ public:
     const unsigned char* Pointer(unsigned name) const;
     int Attribute(unsigned attribute, unsigned name) const;
     const unsigned char* AttributePointer(unsigned attribute) const;
+    /// Whether an attribute goes on with each vertex, not with each instance.
+    bool IsPerVertex(unsigned attribute) const;
     /// What glGetIntegeri_v says of a vertex buffer binding; 0 where there are none.
     long long Binding(unsigned name, int binding) const;
 
@@ -51,19 +53,20 @@ private:
 struct VertexSource {
     const char* name;
     /// The same in a program: the built-in variable's name, or the generic attribute's location.
-    const char* builtIn = nullptr;
-    int location = -1;
+    const char* builtIn;
+    int location;
     unsigned buffer;
     unsigned components;
     unsigned type;
+    /// From one vertex to the next; 0 stands for vertices without a gap, unless it was given to a binding.
     std::size_t stride;
+    bool strideOfBinding;
     /// An offset where there is a buffer.
     const unsigned char* pointer;
 
     /// Bytes of one vertex; 0 for a type that is not taken apart here.
     std::size_t ElementSize() const;
-    /// From one vertex to the next.
-    std::size_t Step() const { return stride != 0 ? stride : ElementSize(); }
+    std::size_t Step() const { return stride != 0 || strideOfBinding ? stride : ElementSize(); }
 };
 
 /// The enabled arrays of the fixed-function pipeline, of texture coordinates those of the active unit; none in the core

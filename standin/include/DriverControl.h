@@ -211,6 +211,10 @@ public:
     void PerContextFunctions(bool on) { m_driver->PerContextFunctions(on); }
     /// Makes each fixed-function call a violation in a context (by its number; 0 is the current one).
     void ForbidFixedFunction(std::uint32_t context, bool on) { m_driver->ForbidFixedFunction(context, on); }
+    /// Makes it a violation to draw in one context with a uniform that another context changed, where this context set
+    /// the same value afterwards: a driver that drops the setting of an equal value draws with an older one here. NOTE:
+    /// Mesa is such a driver. What contexts did before this is switched on is not known.
+    void JudgeDroppedUniforms(bool on) { m_driver->JudgeDroppedUniforms(on); }
     /// What the code under test did that a strict driver refuses, in order. Kept until ClearViolations or Reset.
     std::vector<std::string> Violations() const {
         std::vector<std::string> texts;

@@ -74,6 +74,7 @@ struct OrrinStandInEntry {
     X(void, PerContextFunctions, (int on))                                                                             \
     X(void, NullDriver, (int on))                                                                                      \
     X(void, ForbidFixedFunction, (std::uint32_t context, int on))                                                      \
+    X(void, JudgeDroppedUniforms, (int on))                                                                            \
     X(std::uint64_t, ViolationCount, (void))                                                                           \
     X(const char*, Violation, (std::uint64_t index))                                                                   \
     X(void, ClearViolations, (void))                                                                                   \

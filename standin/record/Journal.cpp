@@ -81,7 +81,7 @@ void ClearJournalFilter() {
     std::fill(std::begin(g_wanted), std::end(g_wanted), false);
 }
 
-std::int64_t RecordCall(const Call& call) {
+std::int64_t RecordCall(const Call& call, bool isReadable) {
     const StateLock lock;
     if (!g_on || (g_filtered && !g_wanted[call.index])) {
         return -1;
@@ -99,7 +99,9 @@ std::int64_t RecordCall(const Call& call) {
             entry.text = text;
         }
     }
-    CaptureData(call, entry);
+    if (isReadable) {
+        CaptureData(call, entry);
+    }
     return static_cast<std::int64_t>(g_entries.size()) - 1;
 }
 

@@ -35,8 +35,9 @@ bool IsJournalOn();
 bool SetJournalFilter(const char* const* patterns, std::uint32_t count);
 void ClearJournalFilter();
 
-/// Records a call, with what its pointers point to; the entry's number, or -1 where the journal leaves it out.
-std::int64_t RecordCall(const Call& call);
+/// Records a call, with what its pointers point to unless they are known to point nowhere; the entry's number, or -1
+/// where the journal leaves it out.
+std::int64_t RecordCall(const Call& call, bool isReadable = true);
 void RecordResult(const Call& call);
 
 std::uint64_t JournalSize();

@@ -4,6 +4,7 @@
 #include "core/SystemDriver.h"
 #include "rules/MappedRanges.h"
 #include "rules/PixelFormats.h"
+#include "rules/Uniforms.h"
 #include "rules/Violations.h"
 
 #include <map>
@@ -305,6 +306,7 @@ bool AnswerDeleteContext(Call& call) {
         const DWORD lastError = GetLastError();
         g_deletedContexts[handle] = context->number;
         ForgetMappedRanges(*context);
+        ForgetUniformsOf(*context);
         g_contexts.erase(handle);
         SetLastError(lastError);
     }

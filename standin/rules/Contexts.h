@@ -22,7 +22,6 @@ struct Context {
     std::atomic<bool> fixedFunctionForbidden = false;
     std::shared_ptr<ObjectTable> shared;
     ObjectTable own;
-    std::uint64_t program = 0;
     std::atomic<void*> systemFunctions[kFunctionCount] = {};
 };
 

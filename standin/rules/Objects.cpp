@@ -1,5 +1,6 @@
 #include "rules/Objects.h"
 
+#include "core/State.h"
 #include "core/StateLock.h"
 #include "rules/Contexts.h"
 #include "rules/Violations.h"
@@ -241,19 +242,13 @@ void TrackObjects(const Call& call) {
     }
 }
 
-bool JudgeDraw(Call& call) {
+void JudgeDrawnProgram(const Call& call) {
+    const unsigned name = State(call.context).Program();
     const StateLock lock;
-    Context& context = *call.context;
-    const TrackedObject* const program = context.shared->Find(DriverObject::Program, context.program);
+    const TrackedObject* const program = call.context->shared->Find(DriverObject::Program, name);
     if (program && !program->alive) {
-        AddViolation("%s draws with program %llu after its deletion", kFunctions[call.index].name,
-                     Shown(context.program));
+        AddViolation("%s draws with program %u after its deletion", kFunctions[call.index].name, name);
     }
-    return true;
-}
-
-void TrackUseProgram(Call& call) {
-    call.context->program = call.arguments[0];
 }
 
 void TrackNewList(Call& call) {
@@ -261,8 +256,18 @@ void TrackNewList(Call& call) {
     call.context->shared->Create(DriverObject::DisplayList, call.arguments[0]);
 }
 
+bool JudgeFontLists(Call& call) {
+    if (call.context) {
+        return true;
+    }
+    AddViolation("%s is called without a current context", kFunctions[call.index].name);
+    call.result = 0;
+    SetLastError(ERROR_INVALID_HANDLE);
+    return false;
+}
+
 void TrackFontLists(Call& call) {
-    if (call.result == 0 || !call.context) {
+    if (call.result == 0) {
         return;
     }
     const StateLock lock;

@@ -52,10 +52,11 @@ void JudgeObjects(const Call& call);
 void TrackObjects(const Call& call);
 
 /// A draw with a program that was deleted is a violation.
-bool JudgeDraw(Call& call);
+void JudgeDrawnProgram(const Call& call);
 
-void TrackUseProgram(Call& call);
 void TrackNewList(Call& call);
+/// False, and a violation, without a current context to make the lists in.
+bool JudgeFontLists(Call& call);
 void TrackFontLists(Call& call);
 
 const char* NameOfKind(DriverObject kind);
