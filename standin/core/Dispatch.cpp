@@ -89,7 +89,7 @@ struct Handling {
 };
 
 bool Draws(unsigned index, std::string_view name) {
-    const bool isDraw = name.starts_with("glDraw") || name.starts_with("glMultiDraw");
+    const bool isDraw = name.starts_with("glDraw") || name.starts_with("glMultiDraw") || name.starts_with("glRect");
     return index == Index_glBegin || (isDraw && !name.starts_with("glDrawBuffer") && name != "glDrawPixels");
 }
 

@@ -82,11 +82,49 @@ void DeleteTextureTwice(const Scene&) {
     glDeleteTextures(1, textures);
 }
 
-void BindDeletedTexture(const Scene&) {
+/// Binds a name in a second context after the first one has deleted it.
+template <class Bind> auto BindAfterDeletion(const char* make, const char* destroy, const Bind& bind) {
+    return [=](const Scene& scene) {
+        const HGLRC another = scene.Another();
+        wglMakeCurrent(nullptr, nullptr);
+        ASSERT_TRUE(wglShareLists(scene.context, another));
+        wglMakeCurrent(scene.deviceContext, scene.context);
+        GLuint name = 0;
+        Find<void(APIENTRY*)(GLsizei, GLuint*)>(make)(1, &name);
+        bind(name);
+        Find<void(APIENTRY*)(GLsizei, const GLuint*)>(destroy)(1, &name);
+        ASSERT_EQ(scene.driver.Violations(), std::vector<std::string>());
+        wglMakeCurrent(scene.deviceContext, another);
+        bind(name);
+        wglDeleteContext(another);
+    };
+}
+
+void BindDeletedTexture(const Scene& scene) {
+    const HGLRC another = scene.Another();
+    wglMakeCurrent(nullptr, nullptr);
+    ASSERT_TRUE(wglShareLists(scene.context, another));
+    wglMakeCurrent(scene.deviceContext, scene.context);
     GLuint texture = 0;
     glGenTextures(1, &texture);
-    glDeleteTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
+    glDeleteTextures(1, &texture);
+    wglMakeCurrent(scene.deviceContext, another);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    wglDeleteContext(another);
+}
+
+void UseDeletedProgram(const Scene&) {
+    const GLuint program = Find<PFNGLCREATEPROGRAMPROC>("glCreateProgram")();
+    Find<PFNGLDELETEPROGRAMPROC>("glDeleteProgram")(program);
+    Find<PFNGLUSEPROGRAMPROC>("glUseProgram")(program);
+}
+
+void BindDeletedVertexArray(const Scene&) {
+    GLuint vertexArray = 0;
+    Find<PFNGLGENVERTEXARRAYSPROC>("glGenVertexArrays")(1, &vertexArray);
+    Find<PFNGLDELETEVERTEXARRAYSPROC>("glDeleteVertexArrays")(1, &vertexArray);
+    Find<PFNGLBINDVERTEXARRAYPROC>("glBindVertexArray")(vertexArray);
 }
 
 /// Display lists are shared, names of an own choice are allowed, and font lists count as made.
@@ -175,32 +213,72 @@ void ForbiddenFixedFunction(const Scene& scene) {
 
 INSTANTIATE_TEST_SUITE_P(
     Objects, StrictRule,
-    testing::Values(Rule{"NoContext", [](const Scene&) { wglMakeCurrent(nullptr, nullptr), glFlush(); },
-                         "without a current context"},
-                    Rule{"UnknownContext",
-                         [](const Scene& scene) {
-                             wglMakeCurrent(scene.deviceContext, reinterpret_cast<HGLRC>(0x7777));
-                         },
-                         "never was"},
-                    Rule{"DeleteContextTwice", DeleteContextTwice, "was deleted"},
-                    Rule{"DeleteElsewhere", DeleteElsewhere, "current on another thread"},
-                    Rule{"SelectElsewhere", SelectElsewhere, "current on another thread"},
-                    Rule{"ShareWithBusyContext", ShareWithBusyContext, "current on another thread"},
-                    Rule{"ShareListsWithBusyContext", ShareListsWithBusyContext, "current on another thread"},
-                    Rule{"SelectOnOtherFormat", SelectOnOtherFormat, "on a device context with format"},
-                    Rule{"SelectOnDestroyedWindow", SelectOnDestroyedWindow, "window is gone"},
-                    Rule{"ChangeFormat", ChangeFormat, "changes a window's pixel format"},
-                    Rule{"DeleteTextureTwice", DeleteTextureTwice, "was deleted before"},
-                    Rule{"BindDeletedTexture", BindDeletedTexture, "glBindTexture uses texture"},
-                    Rule{"DrawWithDeletedProgram", DrawWithDeletedProgram, "draws with program"},
-                    Rule{"BindAnothersVertexArray", BindAnothersVertexArray, "uses vertex array"},
-                    Rule{"WaitForDeletedSync", WaitForDeletedSync, "uses sync"},
-                    Rule{"OverwriteWhatIsDrawn", DrawFromMappedMemory<false>, "before a fence"},
-                    Rule{"Allowed_WriteBehindTheFence", DrawFromMappedMemory<true>, nullptr},
-                    Rule{"ForbiddenFixedFunction", ForbiddenFixedFunction, "glDrawArrays(0x7)"},
-                    Rule{"Allowed_DeleteCurrentAndNull", DeleteCurrentAndNull, nullptr},
-                    Rule{"Allowed_UseSharedLists", UseSharedLists, nullptr},
-                    Rule{"Allowed_UseProgramsProperly", UseProgramsProperly, nullptr}),
+    testing::Values(
+        Rule{"NoContext", [](const Scene&) { wglMakeCurrent(nullptr, nullptr), glFlush(); },
+             "without a current context"},
+        Rule{"UnknownContext",
+             [](const Scene& scene) { wglMakeCurrent(scene.deviceContext, reinterpret_cast<HGLRC>(0x7777)); },
+             "never was"},
+        Rule{"DeleteContextTwice", DeleteContextTwice, "was deleted"},
+        Rule{"DeleteElsewhere", DeleteElsewhere, "current on another thread"},
+        Rule{"SelectElsewhere", SelectElsewhere, "current on another thread"},
+        Rule{"ShareWithBusyContext", ShareWithBusyContext, "current on another thread"},
+        Rule{"ShareListsWithBusyContext", ShareListsWithBusyContext, "current on another thread"},
+        Rule{"SelectOnOtherFormat", SelectOnOtherFormat, "on a device context with format"},
+        Rule{"SelectOnDestroyedWindow", SelectOnDestroyedWindow, "window is gone"},
+        Rule{"ChangeFormat", ChangeFormat, "changes a window's pixel format"},
+        Rule{"DeleteTextureTwice", DeleteTextureTwice, "was deleted before"},
+        Rule{"BindDeletedTexture", BindDeletedTexture, "glBindTexture uses texture"},
+        Rule{"BindDeletedBuffer",
+             BindAfterDeletion("glGenBuffers", "glDeleteBuffers",
+                               [](GLuint name) { Find<PFNGLBINDBUFFERPROC>("glBindBuffer")(GL_ARRAY_BUFFER, name); }),
+             "glBindBuffer uses buffer"},
+        Rule{"BindDeletedSampler",
+             BindAfterDeletion("glGenSamplers", "glDeleteSamplers",
+                               [](GLuint name) { Find<PFNGLBINDSAMPLERPROC>("glBindSampler")(0, name); }),
+             "glBindSampler uses sampler"},
+        Rule{"BindDeletedVertexArray", BindDeletedVertexArray, "glBindVertexArray uses vertex array"},
+        Rule{"UseDeletedProgram", UseDeletedProgram, "glUseProgram uses program"},
+        Rule{"DrawWithDeletedProgram", DrawWithDeletedProgram, "draws with program"},
+        Rule{"BindAnothersVertexArray", BindAnothersVertexArray, "uses vertex array"},
+        Rule{"WaitForDeletedSync", WaitForDeletedSync, "uses sync"},
+        Rule{"OverwriteWhatIsDrawn", DrawFromMappedMemory<false>, "before a fence"},
+        Rule{"Allowed_WriteBehindTheFence", DrawFromMappedMemory<true>, nullptr},
+        Rule{"ForbiddenFixedFunction", ForbiddenFixedFunction, "glDrawArrays(0x7)"},
+        Rule{"Allowed_DeleteCurrentAndNull", DeleteCurrentAndNull, nullptr},
+        Rule{"Allowed_UseSharedLists", UseSharedLists, nullptr},
+        Rule{"Allowed_UseProgramsProperly", UseProgramsProperly, nullptr}),
     [](const testing::TestParamInfo<Rule>& rule) { return std::string(rule.param.name); });
+
+/// Windows has nowhere to send these calls, and the objects stay or never come to be.
+TEST_F(DriverTest, CallsWithoutAContext_AreAllJudged) {
+    const GLsync sync = Find<PFNGLFENCESYNCPROC>("glFenceSync")(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    const auto deleteSync = Find<PFNGLDELETESYNCPROC>("glDeleteSync");
+    const auto deleteBuffers = Find<PFNGLDELETEBUFFERSPROC>("glDeleteBuffers");
+    wglMakeCurrent(nullptr, nullptr);
+    GLuint name = 1;
+    glGenTextures(1, &name);
+    glDeleteTextures(1, &name);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    EXPECT_EQ(glGenLists(2), 0u);
+    glDeleteLists(1, 2);
+    glCallList(1);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glViewport(0, 0, 1, 1);
+    glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, &name);
+    EXPECT_EQ(glGetString(GL_VERSION), nullptr);
+    deleteSync(sync);
+    deleteBuffers(1, &name);
+    EXPECT_FALSE(wglUseFontBitmapsA(DeviceContext(), 'A', 3, 2000));
+    std::vector<std::string> expected;
+    for (const char* function :
+         {"glGenTextures", "glDeleteTextures", "glTexImage2D", "glGenLists", "glDeleteLists", "glCallList", "glClear",
+          "glViewport", "glReadPixels", "glGetString", "glDeleteSync", "glDeleteBuffers", "wglUseFontBitmapsA"}) {
+        expected.push_back(std::string(function) + " is called without a current context");
+    }
+    EXPECT_EQ(driver.Violations(), expected);
+    wglMakeCurrent(DeviceContext(), m_context);
+    deleteSync(sync);
+}
 
 } // namespace
