@@ -283,4 +283,44 @@ TEST_F(DriverTest, RefusedCall_IsRecordedButNotHandedOn) {
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 }
 
+/// The rules ask the driver, and in the core profile some questions are errors that the caller would meet.
+TEST_F(DriverTest, CoreProfile_LookingLeavesNoErrors) {
+    const int attributes[] = {WGL_CONTEXT_MAJOR_VERSION_ARB, 3, WGL_CONTEXT_MINOR_VERSION_ARB, 3, 0};
+    const auto create = Find<PFNWGLCREATECONTEXTATTRIBSARBPROC>("wglCreateContextAttribsARB");
+    const HGLRC core = create(DeviceContext(), nullptr, attributes);
+    ASSERT_TRUE(wglMakeCurrent(DeviceContext(), core));
+    const GLuint program = Find<PFNGLCREATEPROGRAMPROC>("glCreateProgram")();
+    const char* const texts[] = {"#version 330 core\nin vec4 position; void main() { gl_Position = position; }",
+                                 "#version 330 core\nuniform vec4 tint; out vec4 color; void main() { color = tint; }"};
+    for (const GLenum stage : {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER}) {
+        const GLuint shader = Find<PFNGLCREATESHADERPROC>("glCreateShader")(stage);
+        Find<PFNGLSHADERSOURCEPROC>("glShaderSource")(shader, 1, &texts[stage == GL_VERTEX_SHADER ? 0 : 1], nullptr);
+        Find<PFNGLCOMPILESHADERPROC>("glCompileShader")(shader);
+        Find<PFNGLATTACHSHADERPROC>("glAttachShader")(program, shader);
+        Find<PFNGLDELETESHADERPROC>("glDeleteShader")(shader);
+    }
+    Find<PFNGLBINDATTRIBLOCATIONPROC>("glBindAttribLocation")(program, 0, "position");
+    Find<PFNGLLINKPROGRAMPROC>("glLinkProgram")(program);
+    Find<PFNGLUSEPROGRAMPROC>("glUseProgram")(program);
+    Find<PFNGLUNIFORM4FPROC>("glUniform4f")(Find<PFNGLGETUNIFORMLOCATIONPROC>("glGetUniformLocation")(program, "tint"),
+                                            0.0F, 1.0F, 0.0F, 1.0F);
+    GLuint vertexArray = 0;
+    Find<PFNGLGENVERTEXARRAYSPROC>("glGenVertexArrays")(1, &vertexArray);
+    Find<PFNGLBINDVERTEXARRAYPROC>("glBindVertexArray")(vertexArray);
+    const float corners[6] = {-1.0F, -1.0F, 3.0F, -1.0F, -1.0F, 3.0F};
+    BindNewBuffer(GL_ARRAY_BUFFER, sizeof(corners));
+    Find<PFNGLBUFFERSUBDATAPROC>("glBufferSubData")(GL_ARRAY_BUFFER, 0, sizeof(corners), corners);
+    Find<PFNGLVERTEXATTRIBPOINTERPROC>("glVertexAttribPointer")(0, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
+    Find<PFNGLENABLEVERTEXATTRIBARRAYPROC>("glEnableVertexAttribArray")(0);
+    glDrawArrays(GL_TRIANGLES, 0, 3);
+    EXPECT_EQ(Pixel(), (Pixel4{0, 255, 0, 255}));
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(driver.Violations(), std::vector<std::string>());
+    glDrawArrays(GL_TRIANGLES, 0, 4);
+    ASSERT_EQ(driver.Violations().size(), 1u);
+    EXPECT_NE(driver.Violations()[0].find("the attribute0 array"), std::string::npos);
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    wglDeleteContext(core);
+}
+
 } // namespace
