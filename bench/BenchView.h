@@ -2,7 +2,7 @@
 
 // What the benchmarks share: views on either pipeline, the build's shaders, and the driver that swallows everything.
 
-#include "driver/DriverControl.h"
+#include "DriverControl.h"
 #include "support/TestWindow.h"
 
 #include <OrrinDisplay.h>

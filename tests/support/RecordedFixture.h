@@ -2,7 +2,7 @@
 
 #include "ViewFixture.h"
 
-#include "driver/DriverControl.h"
+#include "DriverControl.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "driver/DriverControl.h"
+#include "DriverControl.h"
 
 #include <gtest/gtest.h>
 
