@@ -1,0 +1,294 @@
+#include "Scene.h"
+
+#include "ElevationRaster.h"
+#include "PolygonFill.h"
+#include "files/FileError.h"
+#include "files/OpenFile.h"
+
+#include <cmath>
+#include <utility>
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr COLORREF g_background = RGB(74, 82, 94); // neither black nor white points vanish on it
+constexpr Rgb g_outline{255, 176, 64};
+constexpr float g_outlineWidthPixels = 1.0F;
+constexpr float g_symbolSizePixels = 5.0F;
+
+/// True where the positions can be longitudes and latitudes in degrees.
+bool FitsTheGlobe(const Extent& extent) {
+    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
+}
+
+} // namespace
+
+void Scene::Load(const ViewerOptions& options) {
+    m_pointSizePixels = options.pointSizePixels;
+    m_exaggeration = options.exaggeration;
+    m_fillOpacity = options.fillPercent / 100.0;
+    for (const std::filesystem::path& file : options.files) {
+        LoadFile(file, options);
+    }
+    m_origin = m_extent.Center();
+    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
+    const bool areDegrees = !m_layers.empty() && FitsTheGlobe(m_extent);
+    m_units = options.units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres);
+    CollectFeatureLabels(options.labelProperty);
+    if (!m_clouds.empty()) {
+        m_colorMode = options.colorMode.value_or(ChooseColorMode(m_clouds.front().Cloud()));
+    }
+    ColorAllClouds();
+}
+
+void Scene::LoadFile(const std::filesystem::path& file, const ViewerOptions& options) {
+    switch (DetectKind(file)) {
+    case FileKind::GeoJson:
+        m_layers.push_back(OpenVectorLayer(file));
+        m_extent.Include(m_layers.back().extent);
+        return;
+    case FileKind::AsciiGrid:
+        LoadElevations(OpenElevationGrid(file), file, options.flat);
+        return;
+    case FileKind::Image:
+        m_rasters.emplace_back(OpenRaster(file), file.wstring(), true);
+        m_extent.Include(m_rasters.back().FindExtent());
+        return;
+    default:
+        break;
+    }
+    if (options.cloudCellSize) {
+        LoadElevations(GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
+        return;
+    }
+    m_clouds.emplace_back(OpenPointCloud(file));
+    m_extent.Include(m_clouds.back().Cloud().extent);
+}
+
+void Scene::LoadElevations(ElevationGrid grid, const std::filesystem::path& file, bool flat) {
+    if (flat) {
+        m_rasters.emplace_back(MakeElevationRaster(grid), file.wstring(), false);
+        m_extent.Include(m_rasters.back().FindExtent());
+        return;
+    }
+    m_surfaces.emplace_back(std::move(grid));
+    m_extent.Include(m_surfaces.back().Grid().FindExtent());
+}
+
+void Scene::CollectFeatureLabels(const std::string& property) {
+    if (property.empty()) {
+        return;
+    }
+    m_labels = CollectLabels(m_layers, property);
+    if (!m_labels.empty()) {
+        return;
+    }
+    std::string known;
+    for (const std::string& name : ListProperties(m_layers)) {
+        known += known.empty() ? name : ", " + name;
+    }
+    throw std::runtime_error("No feature has a property " + QuoteForMessage(property) + "; " +
+                             (known.empty() ? "none of them has any" : "there are: " + known));
+}
+
+std::size_t Scene::CountPoints() const {
+    std::size_t count = 0;
+    for (const CloudLayer& cloud : m_clouds) {
+        count += cloud.Cloud().Count();
+    }
+    return count;
+}
+
+std::size_t Scene::CountFeatures() const {
+    std::size_t count = 0;
+    for (const VectorLayer& layer : m_layers) {
+        count += layer.features.size();
+    }
+    return count;
+}
+
+std::size_t Scene::CountCells() const {
+    std::size_t count = 0;
+    for (const Surface& surface : m_surfaces) {
+        count += surface.Grid().CountCellsWithData();
+    }
+    return count;
+}
+
+std::size_t Scene::CountPixels() const {
+    std::size_t count = 0;
+    for (const RasterLayer& raster : m_rasters) {
+        count += raster.CountPixels();
+    }
+    return count;
+}
+
+const char* Scene::SwitchColors() {
+    switch (m_colorMode) {
+    case ColorMode::Recorded:
+        m_colorMode = ColorMode::Elevation;
+        break;
+    case ColorMode::Elevation:
+        m_colorMode = ColorMode::Class;
+        break;
+    case ColorMode::Class:
+        m_colorMode = ColorMode::Intensity;
+        break;
+    case ColorMode::Intensity:
+        m_colorMode = ColorMode::Recorded;
+        break;
+    }
+    ColorAllClouds();
+    return NameOfColors();
+}
+
+const char* Scene::NameOfColors() const {
+    switch (m_colorMode) {
+    case ColorMode::Recorded:
+        return "recorded colours";
+    case ColorMode::Elevation:
+        return "elevation";
+    case ColorMode::Class:
+        return "class";
+    case ColorMode::Intensity:
+        return "intensity";
+    }
+    return "";
+}
+
+void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
+    view.SetBackgroundColor(g_background, true);
+    view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
+    SetUpCamera(view, navigator);
+    DrawContent(view, navigator.VisibleArea(), navigator.UnitsPerPixel());
+}
+
+void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
+    view.SetBackgroundColor(g_background, true);
+    view.SetUpViewport(0, 0, widthPixels, heightPixels);
+    SetUpCamera(view, navigator);
+    // On a relief an area would have to bend with it, where its triangles are flat.
+    DrawContent(view, m_surfaces.empty() ? m_extent : Extent(), 0.0);
+}
+
+void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.ReleaseGLObjects(view);
+    }
+}
+
+/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;
+/// `unitsPerPixel` is the scale of a map, 0 in perspective.
+void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel) {
+    SetUpSun(view);
+    view.Scale(1.0, 1.0, m_exaggeration);
+
+    // Pictures are the ground below everything.
+    view.Disable(GL_DEPTH_TEST);
+    const double lowestZ = m_extent.low.z - m_origin.z;
+    for (const RasterLayer& raster : m_rasters) {
+        raster.Draw(view, m_origin, lowestZ, unitsPerPixel);
+    }
+    // What is nearer hides what is farther; seen from above, what is higher what is lower.
+    view.Enable(GL_DEPTH_TEST);
+    for (const Surface& surface : m_surfaces) {
+        surface.Draw(view, m_origin);
+    }
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.Draw(view, m_origin, m_pointSizePixels);
+    }
+    // Areas and outlines lie on top of everything, whatever their elevation.
+    view.Disable(GL_DEPTH_TEST);
+    if (m_fillOpacity > 0.0) {
+        const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
+        const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
+        for (const VectorLayer& layer : m_layers) {
+            FillPolygons(view, layer, area, opacity, onTheGround);
+        }
+    }
+    for (const VectorLayer& layer : m_layers) {
+        DrawOutlines(view, layer);
+    }
+}
+
+void Scene::ColorAllClouds() {
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.Color(m_colorMode);
+    }
+}
+
+/// A parallel projection from above onto the visible area. Everything is relative to the origin, and stays in double
+/// precision until the library hands the product of the matrices to OpenGL.
+void Scene::SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const {
+    const Extent area = navigator.VisibleArea();
+    const double heightRange = m_extent.IsEmpty() ? 0.0 : m_extent.high.z - m_extent.low.z;
+    const double depth = heightRange * m_exaggeration + 1.0;
+    view.MatrixMode(GL_PROJECTION);
+    view.Ortho(area.low.x - m_origin.x, area.high.x - m_origin.x, area.low.y - m_origin.y, area.high.y - m_origin.y,
+               -depth, depth);
+    view.MatrixMode(GL_MODELVIEW);
+    view.LoadIdentity();
+}
+
+/// A perspective of the scene's middle, which is the origin.
+void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const {
+    view.MatrixMode(GL_PROJECTION);
+    view.Perspective(OrbitNavigator::fieldOfViewDegrees, navigator.AspectRatio(), navigator.NearDistance(),
+                     navigator.FarDistance());
+    view.MatrixMode(GL_MODELVIEW);
+    const Position eye = navigator.Eye();
+    view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
+}
+
+void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {
+    view.LineWidth(g_outlineWidthPixels);
+    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
+    for (const VectorFeature& feature : layer.features) {
+        for (const Path& line : feature.lines) {
+            DrawPath(view, line, GL_LINE_STRIP);
+        }
+        for (const Polygon& polygon : feature.polygons) {
+            for (const Path& ring : polygon.rings) {
+                DrawPath(view, ring, GL_LINE_LOOP);
+            }
+        }
+    }
+    view.DisableClientState();
+
+    view.PointSize(g_symbolSizePixels);
+    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
+    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
+    for (const VectorFeature& feature : layer.features) {
+        for (const Position& point : feature.points) {
+            AddOnTheGround(view, point);
+        }
+    }
+    view.EndArraysAndDisableClientState();
+}
+
+void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const {
+    view.BeginArrays(mode, KTR::GLShaderLine);
+    for (const Position& position : path) {
+        AddOnTheGround(view, position);
+    }
+    view.EndArrays();
+}
+
+/// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
+/// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
+Position Scene::OnTheGround(const Position& position) const {
+    double elevation = g_noElevation;
+    for (const Surface& surface : m_surfaces) {
+        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
+    }
+    const double z = std::isnan(elevation) ? 0.0 : elevation - m_origin.z;
+    return {position.x - m_origin.x, position.y - m_origin.y, z};
+}
+
+void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
+    const Position place = OnTheGround(position);
+    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, g_outline.red, g_outline.green, g_outline.blue, 255);
+}
+
+} // namespace OrrinViewer

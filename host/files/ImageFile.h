@@ -1,0 +1,17 @@
+#pragma once
+
+#include "data/Raster.h"
+
+#include <filesystem>
+#include <string_view>
+
+namespace OrrinViewer {
+
+/// True for what a PNG, JPEG or TIFF file begins with. TIFF is recognised so that it can be refused by name.
+bool BeginsLikeImage(std::string_view beginning);
+
+/// Reads a PNG or JPEG image. Grey becomes colour, 16 bits per channel become 8, an image without opacity is opaque.
+/// Throws FileError.
+RasterImage ReadImageFile(const std::filesystem::path& path);
+
+} // namespace OrrinViewer

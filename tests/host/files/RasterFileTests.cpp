@@ -1,0 +1,176 @@
+#include "FileTestSupport.h"
+#include "PngText.h"
+#include "drawing/ElevationRaster.h"
+#include "drawing/RasterTiles.h"
+#include "files/OpenFile.h"
+#include "files/WorldFile.h"
+
+namespace OrrinViewer {
+namespace {
+
+/// Red and green above, blue and white below.
+const std::vector<std::uint8_t> g_fourPixels = {250, 0, 0, 0, 250, 0, 0, 0, 250, 255, 255, 255};
+
+std::string FourPixelPng() {
+    return PngOf(2, 2, g_fourPixels.data());
+}
+
+/// A file beside an image, removed with this.
+class CBeside {
+public:
+    CBeside(std::filesystem::path image, const char* ending, std::string_view content) : m_path(std::move(image)) {
+        m_path.replace_extension(ending);
+        std::ofstream(m_path, std::ios::binary) << content;
+    }
+    ~CBeside() {
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
+    }
+    CBeside(const CBeside&) = delete;
+    CBeside& operator=(const CBeside&) = delete;
+
+private:
+    std::filesystem::path m_path;
+};
+
+constexpr std::string_view g_halfMetrePixels = "0.5\r\n0\r\n0\r\n-0.5\r\n 500000.25 \r\n+4500000.75\r\n";
+
+// A picture that is half a pixel off, upside down or mirrored makes every outline over it look wrong.
+TEST(RasterFile, ImageLiesWhereItsWorldFileSays) {
+    const CTemporaryFile image(".png", FourPixelPng());
+    const CBeside world(image.Path(), ".pgw", g_halfMetrePixels);
+    const Raster raster = OpenRaster(image.Path());
+    EXPECT_EQ(raster.image.rgba,
+              (std::vector<std::uint8_t>{250, 0, 0, 255, 0, 250, 0, 255, 0, 0, 250, 255, 255, 255, 255, 255}));
+    const Extent extent = raster.FindExtent();
+    EXPECT_EQ(extent.low, (Position{500'000, 4'500'000, 0}));
+    EXPECT_EQ(extent.high, (Position{500'001, 4'500'001, 0}));
+    EXPECT_EQ(raster.Corners()[0], (Position{500'000, 4'500'001, 0})) << "the first row is the northern one";
+}
+
+TEST(RasterFile, EveryUsualEndingOfAWorldFileIsFound) {
+    const CTemporaryFile jpeg(".jpeg", "\xFF\xD8\xFF");
+    for (const char* ending : {".jgw", ".jpegw", ".wld"}) {
+        const CBeside world(jpeg.Path(), ending, g_halfMetrePixels);
+        EXPECT_EQ(FindWorldFile(jpeg.Path()).extension(), ending);
+    }
+    EXPECT_THROW(FindWorldFile(jpeg.Path()), FileError);
+}
+
+TEST(RasterFile, TurnedImagesKeepTheirTurn) {
+    const CTemporaryFile world(".wld", "0\n1\n1\n0\n10.5\n20.5\n"); // columns go north, rows east
+    const PixelToMap pixelToMap = ReadWorldFile(world.Path());
+    EXPECT_EQ(pixelToMap.At(0, 0), (Position{10, 20, 0}));
+    EXPECT_EQ(pixelToMap.At(3, 0), (Position{10, 23, 0}));
+    EXPECT_EQ(pixelToMap.At(0, 2), (Position{12, 20, 0}));
+}
+
+struct BadRaster {
+    const char* name;
+    std::string image;
+    const char* world;
+    const char* complaint;
+};
+
+class BadRasterFile : public testing::TestWithParam<BadRaster> {};
+
+TEST_P(BadRasterFile, IsRefusedWithItsReason) {
+    const CTemporaryFile image(".png", GetParam().image);
+    const CBeside world(image.Path(), ".pgw", GetParam().world);
+    try {
+        OpenRaster(image.Path());
+        FAIL() << "it was accepted";
+    } catch (const FileError& error) {
+        EXPECT_NE(std::string(error.what()).find(GetParam().complaint), std::string::npos) << error.what();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, BadRasterFile,
+    testing::Values(BadRaster{"cutShort", FourPixelPng().substr(0, 50), "1\n0\n0\n-1\n0\n0\n", "damaged"},
+                    BadRaster{"tiff", std::string("II*\0....", 8), "1\n0\n0\n-1\n0\n0\n", "TIFF"},
+                    BadRaster{"wordInWorldFile", FourPixelPng(), "1\n0\nnorth\n-1\n0\n0\n", "line 3"},
+                    BadRaster{"worldFileCutShort", FourPixelPng(), "1\n0\n0\n-1\n0\n", "sixth"},
+                    BadRaster{"flatPixels", FourPixelPng(), "1\n1\n1\n1\n0\n0\n", "area"}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST(RasterFile, DamagedImagesAreRefusedOrReadButNeverCrash) {
+    EXPECT_GT(
+        CountRefusedMutations([](const std::filesystem::path& path) { OpenRaster(path); }, FourPixelPng(), ".png"), 0);
+}
+
+// A pixel that two tiles show, or none, is a seam across every large picture.
+TEST(RasterTiles, ShowEachPixelOnceAndHoldTheirNeighbours) {
+    const struct {
+        int width, height, largest;
+        std::size_t tiles;
+    } cases[] = {{5, 4, 5, 1}, {6, 4, 5, 2}, {23, 17, 7, 20}, {3, 9, 3, 9}};
+    for (const auto& test : cases) {
+        RasterImage image{test.width, test.height, {}};
+        for (int pixel = 0; pixel < test.width * test.height; ++pixel) {
+            const auto low = static_cast<std::uint8_t>(pixel % 256);
+            image.rgba.insert(image.rgba.end(), {low, static_cast<std::uint8_t>(pixel / 256), 0, 255});
+        }
+        std::vector<int> shown(image.rgba.size() / 4, 0);
+        const std::vector<RasterTile> tiles = SplitIntoTiles(test.width, test.height, test.largest);
+        EXPECT_EQ(tiles.size(), test.tiles);
+        for (const RasterTile& tile : tiles) {
+            EXPECT_LE(std::max(tile.textureColumns, tile.textureRows), test.largest);
+            EXPECT_EQ(tile.textureColumn, std::max(tile.column - (tiles.size() > 1 ? 1 : 0), 0));
+            const std::vector<std::uint8_t> pixels = CopyTile(image, tile);
+            ASSERT_EQ(pixels.size(), static_cast<std::size_t>(tile.textureColumns * tile.textureRows * 4));
+            for (int row = tile.row; row < tile.row + tile.rows; ++row) {
+                for (int column = tile.column; column < tile.column + tile.columns; ++column) {
+                    const int pixel = row * test.width + column;
+                    const int inTile = (row - tile.textureRow) * tile.textureColumns + column - tile.textureColumn;
+                    ++shown[static_cast<std::size_t>(pixel)];
+                    EXPECT_EQ(pixels[static_cast<std::size_t>(inTile) * 4], pixel % 256);
+                }
+            }
+        }
+        EXPECT_EQ(shown, std::vector<int>(shown.size(), 1)) << test.width;
+    }
+}
+
+// Seen from far away: the picture stays in its place, and neither its edge nor its holes bleed.
+TEST(RasterTiles, SmallerVersionsStayInPlaceAndDoNotBleed) {
+    const RasterImage image{3, 2, {200, 0, 0, 255, 100, 0, 0, 255, 9, 9, 9, 255, 0, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 255}};
+    const RasterImage half = HalveImage(image);
+    EXPECT_EQ(half.width, 2);
+    EXPECT_EQ(half.height, 1);
+    EXPECT_EQ(half.rgba, (std::vector<std::uint8_t>{150, 0, 0, 128, 9, 9, 9, 255}));
+
+    Raster raster{{1001, 300, std::vector<std::uint8_t>(1001 * 300 * 4, 50)}, {2, 0, 0, -2, 500'000, 4'500'000}};
+    const Extent extent = raster.FindExtent();
+    const std::vector<Raster> levels = MakeLevels(std::move(raster));
+    ASSERT_EQ(levels.size(), 3U);
+    for (const Raster& level : levels) {
+        EXPECT_NEAR(level.FindExtent().high.x, extent.high.x, 1e-6);
+        EXPECT_NEAR(level.FindExtent().low.y, extent.low.y, 1e-6);
+    }
+    EXPECT_EQ(ChooseLevel(levels, 0.0), 0U);
+    EXPECT_EQ(ChooseLevel(levels, 3.0), 0U);
+    EXPECT_EQ(ChooseLevel(levels, 4.0), 1U);
+    EXPECT_EQ(ChooseLevel(levels, 1000.0), 2U);
+}
+
+// Cells without data must show what lies below, not the colour of elevation 0.
+TEST(RasterFile, GridBecomesAPictureWithHolesWhereNothingWasMeasured) {
+    ElevationGrid grid;
+    grid.columns = 3;
+    grid.rows = 1;
+    grid.cellSize = 10.0;
+    grid.westX = 105.0;
+    grid.northY = 205.0;
+    grid.elevations = {0.0, g_noElevation, 50.0};
+    const Raster raster = MakeElevationRaster(grid);
+    EXPECT_EQ(raster.Corners()[0], (Position{100, 210, 0}));
+    EXPECT_EQ(raster.Corners()[2], (Position{130, 200, 0}));
+    ASSERT_EQ(raster.image.rgba.size(), 12U);
+    EXPECT_EQ(raster.image.rgba[3], 255);
+    EXPECT_EQ(raster.image.rgba[7], 0);
+    EXPECT_LT(raster.image.rgba[0], raster.image.rgba[8]) << "higher ground is lighter";
+}
+
+} // namespace
+} // namespace OrrinViewer

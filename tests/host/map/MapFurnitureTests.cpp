@@ -1,0 +1,119 @@
+#include "map/FeatureLabels.h"
+#include "map/MapFurniture.h"
+#include "map/RubberBand.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace OrrinViewer {
+namespace {
+
+/// Letters of seven pixels, so that the test needs no font.
+const TextSizes g_sizes = {[](const std::string& text) { return 7.0 * static_cast<double>(text.size()); }, 9.0, 3.0};
+
+MapNavigator Navigate(int width, int height, double west, double south, double east, double north) {
+    MapNavigator navigator;
+    navigator.Resize(width, height);
+    Extent area;
+    area.Include(Position{west, south, 0.0});
+    area.Include(Position{east, north, 0.0});
+    navigator.Show(area);
+    return navigator;
+}
+
+struct View {
+    const char* name;
+    int width, height;
+    double west, south, east, north;
+};
+
+class Furniture : public testing::TestWithParam<View> {};
+
+TEST_P(Furniture, TextsAreWholeApartAndWhereTheySay) {
+    const View& view = GetParam();
+    const MapNavigator navigator = Navigate(view.width, view.height, view.west, view.south, view.east, view.north);
+    const MapFurniture furniture = LayOutMapFurniture(navigator, MapUnits::Metres, g_sizes);
+    std::vector<PixelText> texts = furniture.texts;
+    texts.push_back(LayOutPosition(navigator, navigator.PositionAt(1, 1), g_sizes));
+    for (std::size_t one = 0; one < texts.size(); ++one) {
+        const PixelText& text = texts[one];
+        const double right = text.x + g_sizes.width(text.text);
+        EXPECT_GE(text.x, 0.0) << text.text;
+        EXPECT_GE(text.y - g_sizes.descent, 0.0) << text.text;
+        EXPECT_LE(right, view.width) << text.text;
+        EXPECT_LE(text.y + g_sizes.ascent, view.height) << text.text;
+        for (std::size_t other = 0; other < one; ++other) {
+            const bool apart = right < texts[other].x || texts[other].x + g_sizes.width(texts[other].text) < text.x ||
+                               std::abs(text.y - texts[other].y) >= g_sizes.ascent + g_sizes.descent;
+            EXPECT_TRUE(apart) << text.text << " and " << texts[other].text;
+        }
+    }
+    // A coordinate along the lower edge stands under its place on the map.
+    const auto lower = std::count_if(furniture.texts.begin(), furniture.texts.end(), [&](const PixelText& text) {
+        const double middle = text.x + g_sizes.width(text.text) * 0.5;
+        return text.y == furniture.texts.front().y &&
+               std::abs(navigator.PixelAt({std::stod(text.text), 0.0, 0.0}).x - middle) <= 1.0;
+    });
+    EXPECT_GE(lower, std::min(2, view.width / 300)) << view.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Windows, Furniture,
+    testing::Values(View{"usual", 1200, 800, 290'000, 9'110'000, 300'000, 9'117'000},
+                    View{"small", 240, 160, 290'000, 9'110'000, 300'000, 9'117'000}, View{"tiny", 64, 64, 0, 0, 1, 1},
+                    View{"wide", 1900, 90, -180, -10, 180, 10}, View{"high", 100, 1500, -1, -10, 1, 10},
+                    View{"close", 800, 600, 500'000.001, 4'500'000.001, 500'000.004, 4'500'000.003}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST(MapFurniture, PositionHasAsManyDigitsAsAPixelIsWorth) {
+    EXPECT_EQ(FormatPosition({294'542.9327, 9'116'067.7818, 0}, 8.3), "294543  9116068");
+    EXPECT_EQ(FormatPosition({-78.5, 36.123456, 0}, 0.004), "-78.500  36.123");
+}
+
+TEST(FeatureLabels, AreOneShortLineAndLargeFeaturesComeFirst) {
+    EXPECT_EQ(MakeLabelText("  two\r\nlines "), "two  lines");
+    const std::string umlauts =
+        MakeLabelText(std::string(40, '-') + "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC"
+                                             "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC");
+    EXPECT_EQ(umlauts, std::string(40, '-') + "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC...")
+        << "no character is cut in half";
+
+    const auto square = [](double size, const char* name) {
+        VectorFeature feature;
+        feature.polygons.push_back({{{{0, 0, 0}, {size, 0, 0}, {size, size, 0}, {0, size, 0}}}});
+        feature.extent.Include(Position{0, 0, 0});
+        feature.extent.Include(Position{size, size, 0});
+        feature.properties = {{"ID", "1"}, {"NAME", name}};
+        return feature;
+    };
+    VectorLayer layer;
+    layer.features = {square(1, "small"), square(9, "large"), square(5, ""), square(7, "null")};
+    const std::vector<FeatureLabel> labels = CollectLabels({layer}, "NAME");
+    ASSERT_EQ(labels.size(), 2U);
+    EXPECT_EQ(labels[0].text, "large");
+    EXPECT_EQ(labels[0].areaWidth, 9.0);
+    EXPECT_EQ(labels[1].anchor, (Position{0.5, 0.5, 0}));
+    EXPECT_EQ(ListProperties({layer, layer}), (std::vector<std::string>{"ID", "NAME"}));
+}
+
+TEST(RubberBand, LineStaysUntilTheNextClickAndARectangleDoesNot) {
+    RubberBand band;
+    band.Begin(RubberBand::Kind::Measure, {500'010, 20, 0});
+    band.MoveTo({500'000, 10, 0});
+    band.Drop();
+    band.MoveTo({7, 7, 0});
+    EXPECT_EQ(band.GetKind(), RubberBand::Kind::Measure);
+    EXPECT_EQ(band.To(), (Position{500'000, 10, 0}));
+    EXPECT_EQ(band.Box().low, (Position{500'000, 10, 0}));
+    EXPECT_TRUE(band.IsLargeEnoughToZoom(1.0));
+    EXPECT_FALSE(band.IsLargeEnoughToZoom(3.0));
+    band.Begin(RubberBand::Kind::Zoom, {0, 0, 0});
+    band.MoveTo({9, 9, 0});
+    band.Drop();
+    EXPECT_EQ(band.GetKind(), RubberBand::Kind::None);
+}
+
+} // namespace
+} // namespace OrrinViewer

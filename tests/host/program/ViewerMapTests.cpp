@@ -1,0 +1,162 @@
+// The viewer as a map: pictures below areas, names, what is around the map, several windows.
+
+#include "../files/PngText.h"
+#include "ViewerProgram.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+namespace {
+
+using Color = std::array<int, 3>;
+
+constexpr Color g_upperLeft = {250, 0, 0};
+constexpr Color g_upperRight = {0, 250, 0};
+constexpr Color g_lowerLeft = {0, 0, 250};
+constexpr Color g_lowerRight = {250, 250, 250};
+constexpr Color g_outline = {255, 176, 64};
+/// Of the first feature's area.
+constexpr Color g_firstFill = {232, 120, 40};
+
+class ViewerMap : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
+protected:
+    /// A picture of four colours, 100 m wide and high at national-grid coordinates, with its world file.
+    fs::path WriteFourColors() const {
+        constexpr int side = 100;
+        std::vector<unsigned char> pixels;
+        for (int row = 0; row < side; ++row) {
+            for (int column = 0; column < side; ++column) {
+                const Color& color = row < side / 2 ? (column < side / 2 ? g_upperLeft : g_upperRight)
+                                                    : (column < side / 2 ? g_lowerLeft : g_lowerRight);
+                for (const int channel : color) {
+                    pixels.push_back(static_cast<unsigned char>(channel));
+                }
+            }
+        }
+        Write("photo.pgw", "1\n0\n0\n-1\n500000.5\n4500099.5\n");
+        return Write("photo.png", PngOf(side, side, pixels.data()));
+    }
+    /// A square around the middle of that picture with a square hole, its rings in either direction.
+    fs::path WriteParcel(bool clockwise) const {
+        const std::string counterclockwise =
+            R"([[500020, 4500020], [500080, 4500020], [500080, 4500080], [500020, 4500080], [500020, 4500020]],
+               [[500040, 4500040], [500060, 4500040], [500060, 4500060], [500040, 4500060], [500040, 4500040]])";
+        const std::string reversed =
+            R"([[500020, 4500020], [500020, 4500080], [500080, 4500080], [500080, 4500020], [500020, 4500020]],
+               [[500040, 4500040], [500040, 4500060], [500060, 4500060], [500060, 4500040], [500040, 4500040]])";
+        return Write("parcel.geojson",
+                     R"({"type": "Feature", "properties": {"NAME": "Hill"}, "geometry": {"type": "Polygon",
+                        "coordinates": [)" +
+                         (clockwise ? reversed : counterclockwise) + "]}}");
+    }
+    std::vector<std::wstring> WithPipeline(std::vector<std::wstring> arguments) const {
+        arguments.insert(arguments.end(), {L"--pipeline", GetParam()});
+        return arguments;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerMap, testing::Values(L"legacy", L"gl4"), [](const auto& tested) {
+    const std::wstring name = tested.param;
+    return std::string(name.begin(), name.end());
+});
+
+// One metre is two pixels here, and the picture's middle is the window's.
+TEST_P(ViewerMap, PictureShowsUnderFilledAreasAndThroughTheirHoles) {
+    const std::wstring photo = WriteFourColors().wstring();
+    for (const bool clockwise : {false, true}) {
+        const Image image = Draw(WithPipeline(
+            {photo, WriteParcel(clockwise).wstring(), L"--fill", L"100", L"--area", L"499990,4500010,500110,4500090"}));
+        ASSERT_EQ(image.width, 240);
+        EXPECT_EQ(image.At(120 - 90, 80 - 70), g_upperLeft);
+        EXPECT_EQ(image.At(120 + 90, 80 - 70), g_upperRight);
+        EXPECT_EQ(image.At(120 - 90, 80 + 70), g_lowerLeft);
+        EXPECT_EQ(image.At(120 + 90, 80 + 70), g_lowerRight);
+        EXPECT_EQ(image.At(120 - 105, 80), image.At(2, 2)) << "beside the picture there is background";
+        EXPECT_EQ(image.At(120 + 40, 80 + 3), g_firstFill);
+        EXPECT_EQ(image.At(120 - 10, 80 - 10), g_upperLeft) << "the hole";
+        EXPECT_EQ(image.At(120 + 10, 80 + 10), g_lowerRight) << "the hole";
+        EXPECT_TRUE(image.HasNear(120 + 60, 80, g_outline));
+    }
+}
+
+/// The box around all pixels that are white.
+struct Box {
+    int left = 10'000, top = 10'000, right = -1, bottom = -1;
+};
+
+Box FindWhite(const Image& image) {
+    Box box;
+    for (int y = 0; y < image.height; ++y) {
+        for (int x = 0; x < image.width; ++x) {
+            if (image.At(x, y) == Color{255, 255, 255}) {
+                box = {std::min(box.left, x), std::min(box.top, y), std::max(box.right, x), std::max(box.bottom, y)};
+            }
+        }
+    }
+    return box;
+}
+
+// A label that swims over the map while it is moved, or stands beside its area, is worse than none.
+TEST_P(ViewerMap, NameStandsInTheMiddleOfItsAreaAndMovesWithIt) {
+    const fs::path parcel = Write("parcel.geojson", R"({"type": "Feature", "properties": {"NAME": "Hill", "SIZE": 2},
+        "geometry": {"type": "Polygon", "coordinates": [[[0, 0], [100, 0], [100, 60], [0, 60], [0, 0]]]}})");
+    const auto draw = [&](const wchar_t* area) {
+        return Draw(WithPipeline({parcel.wstring(), L"--units", L"metres", L"--labels", L"NAME", L"--area", area}));
+    };
+    const Box middle = FindWhite(draw(L"-10,-10,110,70"));
+    ASSERT_GE(middle.right, middle.left) << "there is a name";
+    EXPECT_NEAR((middle.left + middle.right) / 2.0, 120.0, 2.0);
+    EXPECT_NEAR((middle.top + middle.bottom) / 2.0, 80.0, 3.0);
+    const Box moved = FindWhite(draw(L"0,-20,120,60")); // by 20 pixels each way
+    EXPECT_EQ(moved.left, middle.left - 20);
+    EXPECT_EQ(moved.right, middle.right - 20);
+    EXPECT_EQ(moved.top, middle.top - 20);
+    EXPECT_EQ(moved.bottom, middle.bottom - 20);
+
+    const Outcome unknown = Run({parcel.wstring(), L"--labels", L"TITLE", L"--frames", L"1"});
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_NE(unknown.errors.find("'TITLE'; there are: NAME, SIZE"), std::string::npos) << unknown.errors;
+}
+
+// The coordinates, the scale bar and the arrow: each in its corner, over the same map.
+TEST_P(ViewerMap, FurnitureStandsAroundTheMapOnly) {
+    const std::vector<std::wstring> arguments =
+        WithPipeline({WriteFourColors().wstring(), L"--area", L"499900,4499950,500200,4500150"});
+    std::vector<std::wstring> plainArguments = arguments;
+    plainArguments.push_back(L"--plain");
+    const Image furnished = DrawMap(arguments, 600, 400);
+    const Image plain = DrawMap(plainArguments, 600, 400);
+    const auto countChanged = [&](int left, int top, int right, int bottom) {
+        int changed = 0;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = left; x < right; ++x) {
+                changed += furnished.At(x, y) != plain.At(x, y) ? 1 : 0;
+            }
+        }
+        return changed;
+    };
+    EXPECT_GT(countChanged(0, 375, 600, 400), 300) << "coordinates below";
+    EXPECT_GT(countChanged(0, 40, 70, 370), 200) << "coordinates at the left";
+    EXPECT_GT(countChanged(420, 340, 600, 375), 150) << "scale bar";
+    EXPECT_GT(countChanged(560, 15, 600, 90), 150) << "north arrow";
+    EXPECT_EQ(countChanged(100, 20, 500, 330), 0) << "the map itself";
+}
+
+// The second window finds the textures and programs of the first, and shows the same.
+TEST_P(ViewerMap, SeveralWindowsShowTheSame) {
+    const fs::path first = Folder() / L"map.png";
+    const Outcome outcome = Run(WithPipeline(
+        {WriteFourColors().wstring(), WriteParcel(false).wstring(),
+         Write("points.ply", Square(500'000, 4'500'000)).wstring(), L"--labels", L"NAME", L"--fill", L"50", L"--width",
+         L"300", L"--height", L"200", L"--windows", L"3", L"--frames", L"2", L"--screenshot", first.wstring()}));
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.errors;
+    const Image image = ReadImage(first);
+    ASSERT_EQ(image.width, 300);
+    EXPECT_EQ(ReadImage(Folder() / L"map-2.png").pixels, image.pixels);
+    EXPECT_EQ(ReadImage(Folder() / L"map-3.png").pixels, image.pixels);
+}
+
+} // namespace
+} // namespace OrrinViewer
