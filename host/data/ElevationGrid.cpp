@@ -6,7 +6,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double g_mostCells = 1e7;
+constexpr double kMostCells = 1e7;
 
 /// The slope at the middle of three elevations in a row, from those that there are.
 double FindSlope(double before, double middle, double after, double distance) {
@@ -38,7 +38,7 @@ double ElevationGrid::ElevationAt(double x, double y) const {
     const double row = std::floor((northY - y) / cellSize + 0.5);
     const bool isInside =
         column >= 0.0 && row >= 0.0 && column < static_cast<double>(columns) && row < static_cast<double>(rows);
-    return isInside ? At(static_cast<std::size_t>(column), static_cast<std::size_t>(row)) : g_noElevation;
+    return isInside ? At(static_cast<std::size_t>(column), static_cast<std::size_t>(row)) : kNoElevation;
 }
 
 Extent ElevationGrid::FindExtent() const {
@@ -65,10 +65,10 @@ std::vector<double> ElevationsWithData(const ElevationGrid& grid) {
 
 Position FindNormal(const ElevationGrid& grid, std::size_t column, std::size_t row) {
     const double middle = grid.At(column, row);
-    const double west = column > 0 ? grid.At(column - 1, row) : g_noElevation;
-    const double east = column + 1 < grid.columns ? grid.At(column + 1, row) : g_noElevation;
-    const double north = row > 0 ? grid.At(column, row - 1) : g_noElevation;
-    const double south = row + 1 < grid.rows ? grid.At(column, row + 1) : g_noElevation;
+    const double west = column > 0 ? grid.At(column - 1, row) : kNoElevation;
+    const double east = column + 1 < grid.columns ? grid.At(column + 1, row) : kNoElevation;
+    const double north = row > 0 ? grid.At(column, row - 1) : kNoElevation;
+    const double south = row + 1 < grid.rows ? grid.At(column, row + 1) : kNoElevation;
     const double eastward = FindSlope(west, middle, east, grid.cellSize);
     const double northward = FindSlope(south, middle, north, grid.cellSize);
     const double length = std::hypot(eastward, northward, 1.0);
@@ -103,7 +103,7 @@ ElevationGrid GridPoints(const PointCloud& cloud, double cellSize) {
     const double width = cloud.extent.high.x - cloud.extent.low.x;
     const double height = cloud.extent.high.y - cloud.extent.low.y;
     const double finest =
-        std::max(std::sqrt(width) * std::sqrt(height / g_mostCells), std::max(width, height) / g_mostCells);
+        std::max(std::sqrt(width) * std::sqrt(height / kMostCells), std::max(width, height) / kMostCells);
     grid.cellSize = std::max(cellSize, finest);
     grid.columns = CountCellsAlong(width, grid.cellSize);
     grid.rows = CountCellsAlong(height, grid.cellSize);
@@ -121,7 +121,7 @@ ElevationGrid GridPoints(const PointCloud& cloud, double cellSize) {
     }
     for (std::size_t cell = 0; cell < counts.size(); ++cell) {
         grid.elevations[cell] =
-            counts[cell] > 0 ? grid.elevations[cell] / static_cast<double>(counts[cell]) : g_noElevation;
+            counts[cell] > 0 ? grid.elevations[cell] / static_cast<double>(counts[cell]) : kNoElevation;
     }
     return grid;
 }

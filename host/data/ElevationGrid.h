@@ -11,7 +11,7 @@
 namespace OrrinViewer {
 
 /// What a cell without a measured elevation holds.
-constexpr double g_noElevation = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNoElevation = std::numeric_limits<double>::quiet_NaN();
 
 /// Elevations of square cells, north up. Each holds for the centre of its cell.
 struct ElevationGrid {

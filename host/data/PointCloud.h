@@ -25,7 +25,7 @@ enum class ClassMeaning {
 };
 
 /// In a cloud with ClassMeaning::Labels, the class of a point that nobody labelled.
-constexpr std::uint8_t g_noClass = 255;
+constexpr std::uint8_t kNoClass = 255;
 
 /// Points in memory. Each attribute is either empty, when the file does not really have it, or as long as `positions`.
 struct PointCloud {

@@ -9,7 +9,7 @@ namespace OrrinViewer {
 namespace {
 
 /// Larger clouds, of two gigabytes and more, go through the library's own memory piece by piece.
-constexpr std::size_t g_mostPointsInBuffer = 60'000'000;
+constexpr std::size_t kMostPointsInBuffer = 60'000'000;
 
 } // namespace
 
@@ -22,7 +22,7 @@ void CloudLayer::Color(ColorMode mode) {
 
 void CloudLayer::Draw(KTR::COpenGLView& view, const Position& origin, double pointSizePixels) {
     view.PointSize(static_cast<float>(pointSizePixels));
-    if (DrawsWithPrograms(view) && m_cloud.Count() <= g_mostPointsInBuffer) {
+    if (DrawsWithPrograms(view) && m_cloud.Count() <= kMostPointsInBuffer) {
         DrawFromBuffer(view, origin);
         return;
     }

@@ -4,8 +4,8 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr Rgb g_light{255, 255, 255};
-constexpr Rgb g_dark{26, 30, 38};
+constexpr Rgb kLight{255, 255, 255};
+constexpr Rgb kDark{26, 30, 38};
 
 } // namespace
 
@@ -45,8 +45,8 @@ void DrawPixelTriangles(KTR::COpenGLView& view, const std::vector<PixelTriangle>
 }
 
 void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines) {
-    DrawPixelLines(view, lines, g_dark, 3.0);
-    DrawPixelLines(view, lines, g_light, 1.0);
+    DrawPixelLines(view, lines, kDark, 3.0);
+    DrawPixelLines(view, lines, kLight, 1.0);
 }
 
 void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture) {
@@ -56,9 +56,9 @@ void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture) {
         outlines.push_back({triangle[1], triangle[2]});
         outlines.push_back({triangle[2], triangle[0]});
     }
-    DrawPixelLines(view, outlines, g_dark, 3.0);
-    DrawPixelLines(view, furniture.lines, g_light, 1.0);
-    DrawPixelTriangles(view, furniture.triangles, g_light, 255);
+    DrawPixelLines(view, outlines, kDark, 3.0);
+    DrawPixelLines(view, furniture.lines, kLight, 1.0);
+    DrawPixelTriangles(view, furniture.triangles, kLight, 255);
 }
 
 } // namespace OrrinViewer

@@ -8,9 +8,9 @@ namespace OrrinViewer {
 namespace {
 
 /// Small enough for every driver, and for a part of a picture to be thrown out of the cache on its own.
-constexpr int g_largestTile = 2048;
-constexpr int g_bytesPerPixel = 4;
-constexpr unsigned int g_textureUnit = 0x84C0; // GL_TEXTURE0, which Windows' own header is too old for
+constexpr int kLargestTile = 2048;
+constexpr int kBytesPerPixel = 4;
+constexpr unsigned int kTextureUnit = 0x84C0; // GL_TEXTURE0, which Windows' own header is too old for
 
 } // namespace
 
@@ -23,7 +23,7 @@ RasterLayer::RasterLayer(Raster raster, std::wstring name, bool smooth) : m_name
 }
 
 void RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z, double unitsPerPixel) const {
-    const int largestSide = std::min(g_largestTile, view.GetContextMaxTextureSize());
+    const int largestSide = std::min(kLargestTile, view.GetContextMaxTextureSize());
     const std::size_t level = ChooseLevel(m_levels, unitsPerPixel);
     const RasterImage& image = m_levels[level].image;
     for (const RasterTile& tile : SplitIntoTiles(image.width, image.height, largestSide)) {
@@ -64,7 +64,7 @@ bool RasterLayer::FindTexture(KTR::COpenGLView& view, std::size_t level, const R
         m_name + L"#" + std::to_wstring(level) + L"," + std::to_wstring(tile.column) + L"," + std::to_wstring(tile.row);
     KTR::GLTextureObject* entry = nullptr;
     const bool isThere = view.RequestTextureFromCache(
-        name.c_str(), image.width, image.height, 1, g_bytesPerPixel, tile.textureColumns, tile.textureRows,
+        name.c_str(), image.width, image.height, 1, kBytesPerPixel, tile.textureColumns, tile.textureRows,
         tile.textureColumn, tile.textureRow, tile.textureColumn + tile.textureColumns - 1,
         tile.textureRow + tile.textureRows - 1, 1.0, 0.0, 0.0, true, true, false, true, true, &entry);
     if (isThere) {
@@ -74,7 +74,7 @@ bool RasterLayer::FindTexture(KTR::COpenGLView& view, std::size_t level, const R
     }
     const std::vector<std::uint8_t> pixels = CopyTile(image, tile);
     const unsigned int filter = m_smooth ? GL_LINEAR : GL_NEAREST;
-    if (FAILED(view.LoadGLImage(g_textureUnit, GL_RGBA, tile.textureColumns, tile.textureRows, g_bytesPerPixel, filter,
+    if (FAILED(view.LoadGLImage(kTextureUnit, GL_RGBA, tile.textureColumns, tile.textureRows, kBytesPerPixel, filter,
                                 pixels.data(), texture, sampler))) {
         return false;
     }

@@ -9,7 +9,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::size_t g_bytesPerPixel = 4;
+constexpr std::size_t kBytesPerPixel = 4;
 
 /// One direction of a tile.
 struct Span {
@@ -35,11 +35,11 @@ std::vector<Span> SplitSide(int length, int largestSide) {
 }
 
 /// Pictures of fewer pixels each way need no smaller version.
-constexpr int g_smallestLevel = 256;
+constexpr int kSmallestLevel = 256;
 
 std::size_t PixelOffset(const RasterImage& image, int column, int row) {
     return (static_cast<std::size_t>(row) * static_cast<std::size_t>(image.width) + static_cast<std::size_t>(column)) *
-           g_bytesPerPixel;
+           kBytesPerPixel;
 }
 
 /// Appends the mean of the four pixels from (column, row) on, or of as many as the image has there.
@@ -83,7 +83,7 @@ std::vector<RasterTile> SplitIntoTiles(int width, int height, int largestSide) {
 }
 
 std::vector<std::uint8_t> CopyTile(const RasterImage& image, const RasterTile& tile) {
-    const auto rowBytes = static_cast<std::size_t>(tile.textureColumns) * g_bytesPerPixel;
+    const auto rowBytes = static_cast<std::size_t>(tile.textureColumns) * kBytesPerPixel;
     std::vector<std::uint8_t> pixels;
     pixels.reserve(rowBytes * static_cast<std::size_t>(tile.textureRows));
     for (int row = tile.textureRow; row < tile.textureRow + tile.textureRows; ++row) {
@@ -108,7 +108,7 @@ RasterImage HalveImage(const RasterImage& image) {
 std::vector<Raster> MakeLevels(Raster raster) {
     std::vector<Raster> levels;
     levels.push_back(std::move(raster));
-    while (std::max(levels.back().image.width, levels.back().image.height) > g_smallestLevel) {
+    while (std::max(levels.back().image.width, levels.back().image.height) > kSmallestLevel) {
         const Raster& last = levels.back();
         Raster next{HalveImage(last.image), last.pixelToMap};
         // Not quite two where the size is odd, so that the corners stay where they are.
@@ -125,9 +125,9 @@ std::vector<Raster> MakeLevels(Raster raster) {
 
 std::size_t ChooseLevel(const std::vector<Raster>& levels, double unitsPerPixel) {
     // Odd sizes make the steps from level to level a little smaller or larger than two.
-    constexpr double slack = 1.01;
+    constexpr double kSlack = 1.01;
     std::size_t level = 0;
-    while (level + 1 < levels.size() && FindPixelSize(levels[level + 1]) <= unitsPerPixel * slack) {
+    while (level + 1 < levels.size() && FindPixelSize(levels[level + 1]) <= unitsPerPixel * kSlack) {
         ++level;
     }
     return level;

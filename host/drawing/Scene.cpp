@@ -12,10 +12,10 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr COLORREF g_background = RGB(74, 82, 94); // neither black nor white points vanish on it
-constexpr Rgb g_outline{255, 176, 64};
-constexpr float g_outlineWidthPixels = 1.0F;
-constexpr float g_symbolSizePixels = 5.0F;
+constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white points vanish on it
+constexpr Rgb kOutline{255, 176, 64};
+constexpr float kOutlineWidthPixels = 1.0F;
+constexpr float kSymbolSizePixels = 5.0F;
 
 /// True where the positions can be longitudes and latitudes in degrees.
 bool FitsTheGlobe(const Extent& extent) {
@@ -158,14 +158,14 @@ const char* Scene::NameOfColors() const {
 }
 
 void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
-    view.SetBackgroundColor(g_background, true);
+    view.SetBackgroundColor(kBackground, true);
     view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
     SetUpCamera(view, navigator);
     DrawContent(view, navigator.VisibleArea(), navigator.UnitsPerPixel());
 }
 
 void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
-    view.SetBackgroundColor(g_background, true);
+    view.SetBackgroundColor(kBackground, true);
     view.SetUpViewport(0, 0, widthPixels, heightPixels);
     SetUpCamera(view, navigator);
     // On a relief an area would have to bend with it, where its triangles are flat.
@@ -234,7 +234,7 @@ void Scene::SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) c
 /// A perspective of the scene's middle, which is the origin.
 void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const {
     view.MatrixMode(GL_PROJECTION);
-    view.Perspective(OrbitNavigator::fieldOfViewDegrees, navigator.AspectRatio(), navigator.NearDistance(),
+    view.Perspective(OrbitNavigator::kFieldOfViewDegrees, navigator.AspectRatio(), navigator.NearDistance(),
                      navigator.FarDistance());
     view.MatrixMode(GL_MODELVIEW);
     const Position eye = navigator.Eye();
@@ -242,7 +242,7 @@ void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator)
 }
 
 void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {
-    view.LineWidth(g_outlineWidthPixels);
+    view.LineWidth(kOutlineWidthPixels);
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
     for (const VectorFeature& feature : layer.features) {
         for (const Path& line : feature.lines) {
@@ -256,7 +256,7 @@ void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const
     }
     view.DisableClientState();
 
-    view.PointSize(g_symbolSizePixels);
+    view.PointSize(kSymbolSizePixels);
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
     view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
     for (const VectorFeature& feature : layer.features) {
@@ -278,7 +278,7 @@ void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
 /// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
 Position Scene::OnTheGround(const Position& position) const {
-    double elevation = g_noElevation;
+    double elevation = kNoElevation;
     for (const Surface& surface : m_surfaces) {
         elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
     }
@@ -288,7 +288,7 @@ Position Scene::OnTheGround(const Position& position) const {
 
 void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
     const Position place = OnTheGround(position);
-    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, g_outline.red, g_outline.green, g_outline.blue, 255);
+    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
 }
 
 } // namespace OrrinViewer

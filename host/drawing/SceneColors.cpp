@@ -12,7 +12,7 @@ namespace OrrinViewer {
 namespace {
 
 /// From low ground to peaks; each step is brighter than the one before, so that the order also shows without colour.
-constexpr std::array<Rgb, 6> g_elevationRamp = {{
+constexpr std::array<Rgb, 6> kElevationRamp = {{
     {24, 40, 110},
     {22, 92, 140},
     {44, 138, 100},
@@ -27,7 +27,7 @@ struct SurveyClass {
 };
 
 /// The numbers that airborne surveys share; those after the table are free for each survey.
-constexpr std::array<SurveyClass, 23> g_surveyClasses = {{
+constexpr std::array<SurveyClass, 23> kSurveyClasses = {{
     {"never classified", {150, 150, 150}},
     {"unclassified", {180, 180, 180}},
     {"ground", {166, 116, 66}},
@@ -53,10 +53,10 @@ constexpr std::array<SurveyClass, 23> g_surveyClasses = {{
     {"temporal exclusion", {90, 70, 110}},
 }};
 
-constexpr Rgb g_otherClassColor = {150, 150, 150};
+constexpr Rgb kOtherClassColor = {150, 150, 150};
 
 /// Colours that are easy to tell apart side by side; labels take them in turn.
-constexpr std::array<Rgb, 10> g_labelColors = {{
+constexpr std::array<Rgb, 10> kLabelColors = {{
     {232, 120, 40},
     {60, 140, 220},
     {80, 180, 80},
@@ -112,8 +112,8 @@ std::vector<Rgb> ColorByIntensity(const PointCloud& cloud) {
 
 ElevationRange FindElevationRange(const PointCloud& cloud) {
     // Some ten thousand points, spread over the file, tell as much as all of them.
-    constexpr std::size_t sampleSize = 10000;
-    const std::size_t step = std::max<std::size_t>(1, cloud.Count() / sampleSize);
+    constexpr std::size_t kSampleSize = 10000;
+    const std::size_t step = std::max<std::size_t>(1, cloud.Count() / kSampleSize);
     std::vector<double> elevations;
     for (std::size_t index = 0; index < cloud.Count(); index += step) {
         elevations.push_back(cloud.positions[index].z);
@@ -133,27 +133,27 @@ ElevationRange FindElevationRange(std::vector<double> elevations) {
 Rgb ColorOfElevation(double elevation, const ElevationRange& range) {
     const double span = range.high - range.low;
     const double share = span > 0.0 ? std::clamp((elevation - range.low) / span, 0.0, 1.0) : 0.5;
-    const double place = share * (g_elevationRamp.size() - 1);
-    const auto below = std::min(static_cast<std::size_t>(place), g_elevationRamp.size() - 2);
+    const double place = share * (kElevationRamp.size() - 1);
+    const auto below = std::min(static_cast<std::size_t>(place), kElevationRamp.size() - 2);
     const double beyond = place - static_cast<double>(below);
-    const Rgb& from = g_elevationRamp[below];
-    const Rgb& to = g_elevationRamp[below + 1];
+    const Rgb& from = kElevationRamp[below];
+    const Rgb& to = kElevationRamp[below + 1];
     return {Blend(from.red, to.red, beyond), Blend(from.green, to.green, beyond), Blend(from.blue, to.blue, beyond)};
 }
 
 Rgb ColorOfClass(std::uint8_t classNumber, ClassMeaning meaning) {
     if (meaning == ClassMeaning::Labels) {
-        return classNumber == g_noClass ? g_otherClassColor : g_labelColors[classNumber % g_labelColors.size()];
+        return classNumber == kNoClass ? kOtherClassColor : kLabelColors[classNumber % kLabelColors.size()];
     }
-    return classNumber < g_surveyClasses.size() ? g_surveyClasses[classNumber].color : g_otherClassColor;
+    return classNumber < kSurveyClasses.size() ? kSurveyClasses[classNumber].color : kOtherClassColor;
 }
 
 std::string NameOfClass(std::uint8_t classNumber, ClassMeaning meaning) {
     if (meaning == ClassMeaning::Labels) {
-        return classNumber == g_noClass ? "no label" : "label " + std::to_string(classNumber);
+        return classNumber == kNoClass ? "no label" : "label " + std::to_string(classNumber);
     }
-    if (classNumber < g_surveyClasses.size()) {
-        return std::string(g_surveyClasses[classNumber].name);
+    if (classNumber < kSurveyClasses.size()) {
+        return std::string(kSurveyClasses[classNumber].name);
     }
     return "class " + std::to_string(classNumber);
 }
@@ -167,7 +167,7 @@ ColorMode ChooseColorMode(const PointCloud& cloud) {
         return ColorMode::Recorded;
     }
     const bool isSurvey = cloud.classMeaning == ClassMeaning::Survey;
-    const auto isClassified = [isSurvey](std::uint8_t number) { return isSurvey ? number > 1 : number != g_noClass; };
+    const auto isClassified = [isSurvey](std::uint8_t number) { return isSurvey ? number > 1 : number != kNoClass; };
     if (isMostOf(std::count_if(cloud.classes.begin(), cloud.classes.end(), isClassified))) {
         return ColorMode::Class;
     }

@@ -8,9 +8,9 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr float g_sunColor[] = {1.0F, 1.0F, 1.0F, 1.0F};
-constexpr float g_towardsSun[] = {-0.5F, 0.5F, 0.7071F, 0.0F};
-constexpr float g_awayFromSun[] = {0.5F, -0.5F, -0.7071F, 0.0F};
+constexpr float kSunColor[] = {1.0F, 1.0F, 1.0F, 1.0F};
+constexpr float kTowardsSun[] = {-0.5F, 0.5F, 0.7071F, 0.0F};
+constexpr float kAwayFromSun[] = {0.5F, -0.5F, -0.7071F, 0.0F};
 
 /// Fixed functions light only the side that a normal points to, and add up the ambient parts of all lights. Two lights
 /// that shine against each other, with half of the ambient part each, give what the lit program gives.
@@ -18,16 +18,16 @@ void SetUpTwoLights(KTR::COpenGLView& view) {
     const KTR::GLLightParameters& parameters = view.GetContextRecord(view.GetCurrentContextType()).attributes.light;
     const float ambientShare = parameters.ambientCoefficient / 2.0F;
     const float diffuseShare = (1.0F - parameters.ambientCoefficient) * parameters.intensity / 4.0F;
-    const float ambient[] = {g_sunColor[0] * ambientShare, g_sunColor[1] * ambientShare, g_sunColor[2] * ambientShare,
+    const float ambient[] = {kSunColor[0] * ambientShare, kSunColor[1] * ambientShare, kSunColor[2] * ambientShare,
                              1.0F};
-    const float diffuse[] = {g_sunColor[0] * diffuseShare, g_sunColor[1] * diffuseShare, g_sunColor[2] * diffuseShare,
+    const float diffuse[] = {kSunColor[0] * diffuseShare, kSunColor[1] * diffuseShare, kSunColor[2] * diffuseShare,
                              1.0F};
     const float none[] = {0.0F, 0.0F, 0.0F, 1.0F};
     for (const unsigned int light : {GL_LIGHT0, GL_LIGHT1}) {
         view.Light(light, GL_AMBIENT, ambient);
         view.Light(light, GL_DIFFUSE, diffuse);
         view.Light(light, GL_SPECULAR, none);
-        view.Light(light, GL_POSITION, light == GL_LIGHT0 ? g_towardsSun : g_awayFromSun);
+        view.Light(light, GL_POSITION, light == GL_LIGHT0 ? kTowardsSun : kAwayFromSun);
     }
     glLightModelfv(GL_LIGHT_MODEL_AMBIENT, none);
     view.ShadeModel(GL_SMOOTH);
@@ -52,8 +52,8 @@ void SetUpSun(KTR::COpenGLView& view) {
         SetUpTwoLights(view);
         return;
     }
-    view.Light(GL_LIGHT0, GL_DIFFUSE, g_sunColor);
-    view.Light(GL_LIGHT0, GL_POSITION, g_towardsSun);
+    view.Light(GL_LIGHT0, GL_DIFFUSE, kSunColor);
+    view.Light(GL_LIGHT0, GL_POSITION, kTowardsSun);
 }
 
 Surface::Surface(ElevationGrid grid) : m_grid(std::move(grid)), m_triangles(FindTriangles(m_grid)) {

@@ -9,15 +9,15 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr Rgb g_textColor{255, 255, 255};
-constexpr Rgb g_edgeColor{26, 30, 38};
-constexpr double g_pointsPerInch = 72.0;
+constexpr Rgb kTextColor{255, 255, 255};
+constexpr Rgb kEdgeColor{26, 30, 38};
+constexpr double kPointsPerInch = 72.0;
 
 } // namespace
 
 TextPainter::TextPainter(const std::wstring& face, int points) : m_deviceContext(CreateCompatibleDC(nullptr)) {
     // Rounded down: the library goes back from pixels to points and rounds up.
-    const int pixels = static_cast<int>(points * GetDeviceCaps(m_deviceContext, LOGPIXELSY) / g_pointsPerInch);
+    const int pixels = static_cast<int>(points * GetDeviceCaps(m_deviceContext, LOGPIXELSY) / kPointsPerInch);
     m_font = CreateFontW(-pixels, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
                          CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, face.c_str());
     m_previousFont = SelectObject(m_deviceContext, m_font);
@@ -70,8 +70,8 @@ void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& tex
     }
     static const std::vector<Position> around = {{-1, -1, 0}, {0, -1, 0}, {1, -1, 0}, {-1, 0, 0},
                                                  {1, 0, 0},   {-1, 1, 0}, {0, 1, 0},  {1, 1, 0}};
-    DrawShifted(view, texts, g_edgeColor, around);
-    DrawShifted(view, texts, g_textColor, {Position{}});
+    DrawShifted(view, texts, kEdgeColor, around);
+    DrawShifted(view, texts, kTextColor, {Position{}});
 }
 
 void TextPainter::DrawShifted(KTR::COpenGLView& view, const std::vector<PixelText>& texts, const Rgb& color,

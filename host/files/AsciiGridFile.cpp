@@ -15,9 +15,9 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::string_view g_blanks = " \t\r\v\f";
+constexpr std::string_view kBlanks = " \t\r\v\f";
 /// A row of a hundred thousand cells is one line of the usual programs.
-constexpr std::size_t g_longestLine = 1u << 24;
+constexpr std::size_t kLongestLine = 1u << 24;
 
 std::string LowerCase(std::string_view text) {
     std::string lower(text);
@@ -53,9 +53,9 @@ struct Header {
 };
 
 /// Reads the words of the file one after another; where the lines end does not matter.
-class CGridReader {
+class GridReader {
 public:
-    explicit CGridReader(const std::filesystem::path& path) : m_file(path) {}
+    explicit GridReader(const std::filesystem::path& path) : m_file(path) {}
 
     ElevationGrid Read() {
         Header header = ReadHeader();
@@ -105,9 +105,9 @@ private:
     }
 
     std::size_t TakeCount(Header& header, std::string_view name) const {
-        constexpr double most = 1e9;
+        constexpr double kMostCells = 1e9;
         const double count = Require(header, name);
-        if (!(count >= 1.0 && count <= most) || count != std::floor(count)) {
+        if (!(count >= 1.0 && count <= kMostCells) || count != std::floor(count)) {
             m_file.Fail(std::string(name) + " is not a number of cells");
         }
         return static_cast<std::size_t>(count);
@@ -138,7 +138,7 @@ private:
                 m_file.FailAtLine(QuoteForMessage(m_word) + " is not a number");
             }
             const bool isElevation = std::isfinite(*value) && !(noData && *value == *noData);
-            grid.elevations.push_back(isElevation ? *value : g_noElevation);
+            grid.elevations.push_back(isElevation ? *value : kNoElevation);
         }
         if (grid.elevations.size() < cells) {
             m_file.Fail("ends after " + std::to_string(grid.elevations.size()) + " of " + std::to_string(cells) +
@@ -148,16 +148,16 @@ private:
 
     /// Moves to the next word; at the end of the file there is none, and the word is empty.
     bool NextWord() {
-        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(g_blanks), m_rest.size()));
+        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
         while (m_rest.empty()) {
-            if (!m_file.ReadLine(m_line, g_longestLine)) {
+            if (!m_file.ReadLine(m_line, kLongestLine)) {
                 m_word = {};
                 return false;
             }
             m_rest = m_line;
-            m_rest.remove_prefix(std::min(m_rest.find_first_not_of(g_blanks), m_rest.size()));
+            m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
         }
-        m_word = m_rest.substr(0, m_rest.find_first_of(g_blanks));
+        m_word = m_rest.substr(0, m_rest.find_first_of(kBlanks));
         m_rest.remove_prefix(m_word.size());
         return true;
     }
@@ -173,7 +173,7 @@ private:
         return value;
     }
 
-    CInputFile m_file;
+    InputFile m_file;
     std::string m_line;
     std::string_view m_rest; // what of m_line has not been taken yet
     std::string_view m_word;
@@ -188,7 +188,7 @@ bool BeginsLikeAsciiGrid(std::string_view beginning) {
 }
 
 ElevationGrid ReadAsciiGridFile(const std::filesystem::path& path) {
-    return CGridReader(path).Read();
+    return GridReader(path).Read();
 }
 
 } // namespace OrrinViewer

@@ -19,13 +19,13 @@ FileError::FileError(const std::filesystem::path& path, std::string_view problem
     : std::runtime_error(ComposeMessage(path, problem)) {}
 
 std::string QuoteForMessage(std::string_view text) {
-    constexpr std::size_t longest = 40;
+    constexpr std::size_t kLongest = 40;
     std::string quoted = "'";
-    for (const char character : text.substr(0, longest)) {
+    for (const char character : text.substr(0, kLongest)) {
         const bool printable = character >= ' ' && character <= '~';
         quoted += printable ? character : '?';
     }
-    quoted += text.size() > longest ? "...'" : "'";
+    quoted += text.size() > kLongest ? "...'" : "'";
     return quoted;
 }
 

@@ -20,7 +20,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// Deeper nesting than any map has, and shallow enough for functions that call themselves once per level.
-constexpr int g_deepestNesting = 64;
+constexpr int kDeepestNesting = 64;
 
 /// What is wrong at one place of the document; the file's name is added where the file is known.
 class JsonFault : public std::runtime_error {
@@ -29,9 +29,9 @@ public:
 };
 
 /// A value together with its place in the document, so that a fault can name it. The value belongs to the document.
-class CPlace {
+class JsonNode {
 public:
-    explicit CPlace(const Json& document) : m_value(&document) {}
+    explicit JsonNode(const Json& document) : m_value(&document) {}
 
     const Json& Value() const { return *m_value; }
 
@@ -41,7 +41,7 @@ public:
     }
 
     /// The member of an object; a fault when this is no object or has no such member.
-    CPlace Member(const char* name) const {
+    JsonNode Member(const char* name) const {
         if (!m_value->is_object()) {
             Fail("is not an object");
         }
@@ -58,7 +58,7 @@ public:
             Fail("is not an array");
         }
         for (std::size_t index = 0; index < m_value->size(); ++index) {
-            visit(CPlace((*m_value)[index], *this, index));
+            visit(JsonNode((*m_value)[index], *this, index));
         }
     }
 
@@ -71,9 +71,9 @@ public:
 
 private:
     // The text of a place is put together only when a fault needs it: there is one place per coordinate.
-    CPlace(const Json& value, const CPlace& parent, const char* name)
+    JsonNode(const Json& value, const JsonNode& parent, const char* name)
         : m_value(&value), m_parent(&parent), m_name(name) {}
-    CPlace(const Json& value, const CPlace& parent, std::size_t index)
+    JsonNode(const Json& value, const JsonNode& parent, std::size_t index)
         : m_value(&value), m_parent(&parent), m_index(index) {}
 
     std::string FullPointer() const {
@@ -84,19 +84,19 @@ private:
     }
 
     const Json* m_value;
-    const CPlace* m_parent = nullptr;
+    const JsonNode* m_parent = nullptr;
     const char* m_name = nullptr;
     std::size_t m_index = 0;
 };
 
 /// Builds a layer from a document. Faults are thrown as JsonFault.
-class CLayerBuilder {
+class LayerBuilder {
 public:
     VectorLayer Build(const Json& document) {
-        const CPlace root(document);
+        const JsonNode root(document);
         const std::string type = root.Member("type").Text();
         if (type == "FeatureCollection") {
-            root.Member("features").ForEach([this](const CPlace& feature) { AddFeature(feature); });
+            root.Member("features").ForEach([this](const JsonNode& feature) { AddFeature(feature); });
         } else if (type == "Feature") {
             AddFeature(root);
         } else {
@@ -108,17 +108,17 @@ public:
     }
 
 private:
-    void AddFeature(const CPlace& place) {
-        const CPlace type = place.Member("type");
+    void AddFeature(const JsonNode& node) {
+        const JsonNode type = node.Member("type");
         if (type.Text() != "Feature") {
             type.Fail("is " + QuoteForMessage(type.Text()) + ", not 'Feature'");
         }
         VectorFeature feature;
-        const CPlace geometry = place.Member("geometry");
+        const JsonNode geometry = node.Member("geometry");
         if (!geometry.Value().is_null()) {
             AddGeometry(geometry, feature);
         }
-        AddProperties(place, feature);
+        AddProperties(node, feature);
         Keep(std::move(feature));
     }
 
@@ -131,24 +131,24 @@ private:
         m_layer.features.push_back(std::move(feature));
     }
 
-    void AddProperties(const CPlace& place, VectorFeature& feature) {
-        const auto properties = place.Value().find("properties");
-        if (properties == place.Value().end() || properties->is_null()) {
+    void AddProperties(const JsonNode& node, VectorFeature& feature) {
+        const auto properties = node.Value().find("properties");
+        if (properties == node.Value().end() || properties->is_null()) {
             return;
         }
         if (!properties->is_object()) {
-            place.Member("properties").Fail("is not an object");
+            node.Member("properties").Fail("is not an object");
         }
         for (const auto& [name, value] : properties->items()) {
             feature.properties.emplace_back(name, value.is_string() ? value.get<std::string>() : value.dump());
         }
     }
 
-    void AddGeometry(const CPlace& place, VectorFeature& feature) {
-        const CPlace typePlace = place.Member("type");
-        const std::string type = typePlace.Text();
+    void AddGeometry(const JsonNode& node, VectorFeature& feature) {
+        const JsonNode typeNode = node.Member("type");
+        const std::string type = typeNode.Text();
         if (type == "GeometryCollection") {
-            place.Member("geometries").ForEach([&](const CPlace& geometry) {
+            node.Member("geometries").ForEach([&](const JsonNode& geometry) {
                 if (!geometry.Value().is_null()) {
                     AddGeometry(geometry, feature);
                 }
@@ -159,84 +159,84 @@ private:
         const bool known = type == "Point" || type == "MultiPoint" || type == "LineString" ||
                            type == "MultiLineString" || type == "Polygon" || type == "MultiPolygon";
         if (!known) {
-            typePlace.Fail("is " + QuoteForMessage(type) + ", which is no geometry");
+            typeNode.Fail("is " + QuoteForMessage(type) + ", which is no geometry");
         }
-        const CPlace coordinates = place.Member("coordinates");
+        const JsonNode coordinates = node.Member("coordinates");
         if (coordinates.Value().is_array() && coordinates.Value().empty()) {
             return; // how some writers say null
         }
         if (type == "Point") {
             AddPoint(coordinates, feature);
         } else if (type == "MultiPoint") {
-            coordinates.ForEach([&](const CPlace& point) { AddPoint(point, feature); });
+            coordinates.ForEach([&](const JsonNode& point) { AddPoint(point, feature); });
         } else if (type == "LineString") {
             AddLine(coordinates, feature);
         } else if (type == "MultiLineString") {
-            coordinates.ForEach([&](const CPlace& line) { AddLine(line, feature); });
+            coordinates.ForEach([&](const JsonNode& line) { AddLine(line, feature); });
         } else if (type == "Polygon") {
             AddPolygon(coordinates, feature);
         } else {
-            coordinates.ForEach([&](const CPlace& polygon) { AddPolygon(polygon, feature); });
+            coordinates.ForEach([&](const JsonNode& polygon) { AddPolygon(polygon, feature); });
         }
     }
 
-    void AddPoint(const CPlace& place, VectorFeature& feature) {
-        feature.points.push_back(TakePosition(place, feature.extent));
+    void AddPoint(const JsonNode& node, VectorFeature& feature) {
+        feature.points.push_back(TakePosition(node, feature.extent));
     }
 
-    void AddLine(const CPlace& place, VectorFeature& feature) {
-        Path line = TakePath(place, feature.extent);
+    void AddLine(const JsonNode& node, VectorFeature& feature) {
+        Path line = TakePath(node, feature.extent);
         if (line.size() < 2) {
-            place.Fail("is a line of fewer than two positions");
+            node.Fail("is a line of fewer than two positions");
         }
         feature.lines.push_back(std::move(line));
     }
 
-    void AddPolygon(const CPlace& place, VectorFeature& feature) {
+    void AddPolygon(const JsonNode& node, VectorFeature& feature) {
         Polygon polygon;
-        place.ForEach([&](const CPlace& ringPlace) {
-            Path ring = TakePath(ringPlace, feature.extent);
+        node.ForEach([&](const JsonNode& ringNode) {
+            Path ring = TakePath(ringNode, feature.extent);
             if (ring.size() > 1 && ring.front() == ring.back()) {
                 ring.pop_back();
             }
             if (ring.size() < 3) {
-                ringPlace.Fail("is a ring of fewer than three corners");
+                ringNode.Fail("is a ring of fewer than three corners");
             }
             polygon.rings.push_back(std::move(ring));
         });
         if (polygon.rings.empty()) {
-            place.Fail("is a polygon without a ring");
+            node.Fail("is a polygon without a ring");
         }
         feature.polygons.push_back(std::move(polygon));
     }
 
-    Path TakePath(const CPlace& place, Extent& extent) {
+    Path TakePath(const JsonNode& node, Extent& extent) {
         Path path;
-        path.reserve(place.Value().size());
-        place.ForEach([&](const CPlace& position) { path.push_back(TakePosition(position, extent)); });
+        path.reserve(node.Value().size());
+        node.ForEach([&](const JsonNode& position) { path.push_back(TakePosition(position, extent)); });
         return path;
     }
 
     /// The elevation is optional; what comes after it has no agreed meaning and is left alone.
-    Position TakePosition(const CPlace& place, Extent& extent) {
-        const Json& numbers = place.Value();
+    Position TakePosition(const JsonNode& node, Extent& extent) {
+        const Json& numbers = node.Value();
         if (!numbers.is_array() || numbers.size() < 2) {
-            place.Fail("is not a position of two or three numbers");
+            node.Fail("is not a position of two or three numbers");
         }
-        Position position{TakeCoordinate(place, 0), TakeCoordinate(place, 1), 0.0};
+        Position position{TakeCoordinate(node, 0), TakeCoordinate(node, 1), 0.0};
         if (numbers.size() > 2) {
-            position.z = TakeCoordinate(place, 2);
+            position.z = TakeCoordinate(node, 2);
             m_layer.hasElevations = true;
         }
         extent.Include(position);
         return position;
     }
 
-    static double TakeCoordinate(const CPlace& place, std::size_t index) {
-        const Json& number = place.Value()[index];
+    static double TakeCoordinate(const JsonNode& node, std::size_t index) {
+        const Json& number = node.Value()[index];
         const double value = number.is_number() ? number.get<double>() : std::nan("");
         if (!std::isfinite(value)) {
-            place.Fail("has a coordinate that is not a finite number");
+            node.Fail("has a coordinate that is not a finite number");
         }
         return value;
     }
@@ -254,8 +254,8 @@ std::string PlainReason(const Json::exception& error) {
 Json ParseDocument(const std::filesystem::path& path) {
     std::ifstream stream(path, std::ios::in | std::ios::binary);
     const auto refuseDeepNesting = [](int depth, Json::parse_event_t, Json&) {
-        if (depth > g_deepestNesting) {
-            throw JsonFault("the document is nested more than " + std::to_string(g_deepestNesting) + " levels deep");
+        if (depth > kDeepestNesting) {
+            throw JsonFault("the document is nested more than " + std::to_string(kDeepestNesting) + " levels deep");
         }
         return true;
     };
@@ -269,9 +269,9 @@ Json ParseDocument(const std::filesystem::path& path) {
 } // namespace
 
 VectorLayer ReadGeoJsonFile(const std::filesystem::path& path) {
-    const CInputFile openable(path); // for its words on a file that is missing, empty or locked
+    const InputFile openable(path); // for its words on a file that is missing, empty or locked
     try {
-        return CLayerBuilder().Build(ParseDocument(path));
+        return LayerBuilder().Build(ParseDocument(path));
     } catch (const JsonFault& fault) {
         throw FileError(path, fault.what());
     } catch (const std::bad_alloc&) {

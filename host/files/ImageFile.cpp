@@ -40,7 +40,7 @@ struct FreePixels {
     void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
 };
 
-std::vector<std::uint8_t> ReadBytes(CInputFile& file) {
+std::vector<std::uint8_t> ReadBytes(InputFile& file) {
     if (file.Size() > std::numeric_limits<int>::max()) {
         file.Fail("is larger than the two gigabytes that an image file may have");
     }
@@ -57,7 +57,7 @@ bool BeginsLikeImage(std::string_view beginning) {
 }
 
 RasterImage ReadImageFile(const std::filesystem::path& path) {
-    CInputFile file(path);
+    InputFile file(path);
     const std::vector<std::uint8_t> bytes = ReadBytes(file);
     if (BeginsLikeTiff({reinterpret_cast<const char*>(bytes.data()), bytes.size()})) {
         file.Fail("is a TIFF image, which is not read; convert it to PNG with a world file, for example by "

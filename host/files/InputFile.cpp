@@ -9,11 +9,11 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::size_t g_chunkBytes = 1u << 18;
+constexpr std::size_t kChunkBytes = 1u << 18;
 
 } // namespace
 
-CInputFile::CInputFile(const std::filesystem::path& path) : m_path(path) {
+InputFile::InputFile(const std::filesystem::path& path) : m_path(path) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(path, error);
     if (!std::filesystem::exists(status)) {
@@ -33,10 +33,10 @@ CInputFile::CInputFile(const std::filesystem::path& path) : m_path(path) {
     if (!m_stream) {
         Fail("cannot be opened; another program may hold it, or reading it is not permitted");
     }
-    m_chunk.resize(static_cast<std::size_t>(std::min<std::uint64_t>(g_chunkBytes, m_size)));
+    m_chunk.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kChunkBytes, m_size)));
 }
 
-void CInputFile::Read(std::span<std::uint8_t> bytes) {
+void InputFile::Read(std::span<std::uint8_t> bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         if (UnreadChunk().empty() && !FillChunk()) {
@@ -50,7 +50,7 @@ void CInputFile::Read(std::span<std::uint8_t> bytes) {
     }
 }
 
-void CInputFile::Skip(std::uint64_t count) {
+void InputFile::Skip(std::uint64_t count) {
     while (count > 0) {
         if (UnreadChunk().empty() && !FillChunk()) {
             Fail("ends at byte " + std::to_string(m_offset) + ", in the middle of its data");
@@ -61,7 +61,7 @@ void CInputFile::Skip(std::uint64_t count) {
     }
 }
 
-bool CInputFile::ReadLine(std::string& line, std::size_t longest) {
+bool InputFile::ReadLine(std::string& line, std::size_t longest) {
     line.clear();
     if (UnreadChunk().empty() && !FillChunk()) {
         return false;
@@ -85,17 +85,17 @@ bool CInputFile::ReadLine(std::string& line, std::size_t longest) {
     return true;
 }
 
-void CInputFile::Fail(const std::string& problem) const {
+void InputFile::Fail(const std::string& problem) const {
     throw FileError(m_path, problem);
 }
 
-void CInputFile::FailAtLine(const std::string& problem) const {
+void InputFile::FailAtLine(const std::string& problem) const {
     Fail("line " + std::to_string(m_lineNumber) + ": " + problem);
 }
 
 /// Reads the next chunk. False at the end of the file, which is also where one ends that another program has shortened
 /// since it was opened.
-bool CInputFile::FillChunk() {
+bool InputFile::FillChunk() {
     m_chunkUsed = 0;
     const std::uint64_t wanted = std::min<std::uint64_t>(m_chunk.size(), Remaining());
     m_stream.read(reinterpret_cast<char*>(m_chunk.data()), static_cast<std::streamsize>(wanted));
@@ -103,11 +103,11 @@ bool CInputFile::FillChunk() {
     return m_chunkRead > 0;
 }
 
-std::span<const std::uint8_t> CInputFile::UnreadChunk() const {
+std::span<const std::uint8_t> InputFile::UnreadChunk() const {
     return {m_chunk.data() + m_chunkUsed, m_chunkRead - m_chunkUsed};
 }
 
-void CInputFile::Advance(std::size_t count) {
+void InputFile::Advance(std::size_t count) {
     m_chunkUsed += count;
     m_offset += count;
 }

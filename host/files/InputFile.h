@@ -14,10 +14,10 @@ namespace OrrinViewer {
 /// a FileError that names the file.
 ///
 /// There is no seeking: what is not wanted is skipped. Offsets stay 64-bit on every standard library that way.
-class CInputFile {
+class InputFile {
 public:
     /// Opens the file. FileError when there is none, when it is a folder, cannot be opened, or is empty.
-    explicit CInputFile(const std::filesystem::path& path);
+    explicit InputFile(const std::filesystem::path& path);
 
     std::uint64_t Size() const { return m_size; }
     std::uint64_t Offset() const { return m_offset; }

@@ -26,7 +26,7 @@ struct PointLayout {
     std::size_t colorAt; // 0 where the format has no colour
 };
 
-constexpr std::array<PointLayout, 11> g_layouts = {{
+constexpr std::array<PointLayout, 11> kLayouts = {{
     {20, 15, 0x1F, 15, 0x80, 0},
     {28, 15, 0x1F, 15, 0x80, 0},  // time
     {26, 15, 0x1F, 15, 0x80, 20}, // colour
@@ -40,7 +40,7 @@ constexpr std::array<PointLayout, 11> g_layouts = {{
     {67, 16, 0xFF, 15, 0x04, 30}, // colour, near infrared, wave packet
 }};
 
-constexpr std::size_t g_intensityAt = 12;
+constexpr std::size_t kIntensityAt = 12;
 
 /// The header's fields that matter here; the rest of it describes the survey.
 struct LasHeader {
@@ -52,7 +52,7 @@ struct LasHeader {
     std::array<double, 3> offset{};
 };
 
-constexpr std::size_t g_commonHeaderBytes = 227; // version 1.2; later ones append fields
+constexpr std::size_t kCommonHeaderBytes = 227; // version 1.2; later ones append fields
 
 std::size_t HeaderBytesOfVersion(int minorVersion) {
     switch (minorVersion) {
@@ -61,22 +61,22 @@ std::size_t HeaderBytesOfVersion(int minorVersion) {
     case 3:
         return 235;
     default:
-        return g_commonHeaderBytes;
+        return kCommonHeaderBytes;
     }
 }
 
-void RequireSignature(const CInputFile& file, const std::uint8_t* header) {
+void RequireSignature(const InputFile& file, const std::uint8_t* header) {
     if (std::memcmp(header, "LASF", 4) != 0) {
         file.Fail("is not a LAS file: it does not begin with 'LASF'");
     }
 }
 
 /// The point format, refused where this program cannot read it.
-std::size_t TakePointFormat(const CInputFile& file, std::uint8_t formatByte) {
+std::size_t TakePointFormat(const InputFile& file, std::uint8_t formatByte) {
     if (formatByte >= 128) {
         file.Fail("holds compressed points (LAZ); unpack it to LAS first");
     }
-    if (formatByte >= g_layouts.size()) {
+    if (formatByte >= kLayouts.size()) {
         file.Fail("has point format " + std::to_string(formatByte) + " at byte 104; formats 0 to 10 are known");
     }
     return formatByte;
@@ -93,10 +93,10 @@ std::uint64_t TakePointCount(const std::vector<std::uint8_t>& header, int minorV
     return count != 0 ? count : legacyCount;
 }
 
-void RequireUsableTransform(const CInputFile& file, const LasHeader& header) {
-    constexpr double largestStored = 2147483648.0;
+void RequireUsableTransform(const InputFile& file, const LasHeader& header) {
+    constexpr double kLargestStored = 2147483648.0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        const double reach = std::abs(header.offset[axis]) + std::abs(header.scale[axis]) * largestStored;
+        const double reach = std::abs(header.offset[axis]) + std::abs(header.scale[axis]) * kLargestStored;
         if (header.scale[axis] == 0.0 || !std::isfinite(reach)) {
             file.Fail("has an unusable scale or offset for its coordinates (bytes 131 to 178)");
         }
@@ -104,7 +104,7 @@ void RequireUsableTransform(const CInputFile& file, const LasHeader& header) {
 }
 
 /// The header is believed only as far as the file's size bears it out; nothing is allocated before.
-void RequireAllPoints(const CInputFile& file, const LasHeader& header) {
+void RequireAllPoints(const InputFile& file, const LasHeader& header) {
     if (header.pointsAt > file.Size()) {
         file.Fail("promises points from byte " + std::to_string(header.pointsAt) + " on but ends at byte " +
                   std::to_string(file.Size()));
@@ -115,12 +115,12 @@ void RequireAllPoints(const CInputFile& file, const LasHeader& header) {
     }
 }
 
-LasHeader ReadHeader(CInputFile& file) {
-    std::vector<std::uint8_t> bytes(g_commonHeaderBytes);
+LasHeader ReadHeader(InputFile& file) {
+    std::vector<std::uint8_t> bytes(kCommonHeaderBytes);
     const auto signatureBytes = std::min<std::uint64_t>(4, file.Size());
     file.Read({bytes.data(), static_cast<std::size_t>(signatureBytes)});
     RequireSignature(file, bytes.data());
-    if (file.Size() < g_commonHeaderBytes) {
+    if (file.Size() < kCommonHeaderBytes) {
         file.Fail("ends at byte " + std::to_string(file.Size()) + ", within its header");
     }
     file.Read(std::span(bytes).subspan(4));
@@ -136,7 +136,7 @@ LasHeader ReadHeader(CInputFile& file) {
         file.Fail("ends at byte " + std::to_string(file.Size()) + ", within its header");
     }
     bytes.resize(headerBytes);
-    file.Read(std::span(bytes).subspan(g_commonHeaderBytes));
+    file.Read(std::span(bytes).subspan(kCommonHeaderBytes));
 
     LasHeader header;
     header.pointFormat = TakePointFormat(file, bytes[104]);
@@ -148,10 +148,10 @@ LasHeader ReadHeader(CInputFile& file) {
         header.offset[axis] = LoadLittleEndian<double>(&bytes[155 + 8 * axis]);
     }
 
-    if (header.recordBytes < g_layouts[header.pointFormat].recordBytes) {
+    if (header.recordBytes < kLayouts[header.pointFormat].recordBytes) {
         file.Fail("has point records of " + std::to_string(header.recordBytes) + " bytes at byte 105; format " +
                   std::to_string(header.pointFormat) + " needs " +
-                  std::to_string(g_layouts[header.pointFormat].recordBytes));
+                  std::to_string(kLayouts[header.pointFormat].recordBytes));
     }
     if (header.pointsAt < headerBytes) {
         file.Fail("places its points at byte " + std::to_string(header.pointsAt) + ", within its header of " +
@@ -179,9 +179,9 @@ template <typename Value> void DropWhenAllZero(std::vector<Value>& values) {
 } // namespace
 
 PointCloud ReadLasFile(const std::filesystem::path& path) {
-    CInputFile file(path);
+    InputFile file(path);
     const LasHeader header = ReadHeader(file);
-    const PointLayout& layout = g_layouts[header.pointFormat];
+    const PointLayout& layout = kLayouts[header.pointFormat];
     file.Skip(header.pointsAt - file.Offset());
 
     PointCloud cloud;
@@ -193,7 +193,7 @@ PointCloud ReadLasFile(const std::filesystem::path& path) {
         cloud.colors.reserve(count);
     }
 
-    CWideColors colors(cloud.colors);
+    WideColors colors(cloud.colors);
     std::vector<std::uint8_t> record(header.recordBytes);
     for (std::size_t index = 0; index < count; ++index) {
         file.Read(record);
@@ -205,7 +205,7 @@ PointCloud ReadLasFile(const std::filesystem::path& path) {
         cloud.positions.push_back(position);
         cloud.extent.Include(position);
         cloud.classes.push_back(static_cast<std::uint8_t>(record[layout.classAt] & layout.classMask));
-        cloud.intensities.push_back(LoadLittleEndian<std::uint16_t>(&record[g_intensityAt]));
+        cloud.intensities.push_back(LoadLittleEndian<std::uint16_t>(&record[kIntensityAt]));
         if (layout.colorAt != 0) {
             const std::uint8_t* color = &record[layout.colorAt];
             colors.Add(LoadLittleEndian<std::uint16_t>(color), LoadLittleEndian<std::uint16_t>(color + 2),

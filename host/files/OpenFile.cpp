@@ -31,9 +31,9 @@ FileKind KindOfContent(std::string_view beginning) {
     if (BeginsLikeImage(beginning)) {
         return FileKind::Image;
     }
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (beginning.starts_with(byteOrderMark)) {
-        beginning.remove_prefix(byteOrderMark.size());
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (beginning.starts_with(kByteOrderMark)) {
+        beginning.remove_prefix(kByteOrderMark.size());
     }
     const std::size_t first = beginning.find_first_not_of(" \t\r\n");
     return first != std::string_view::npos && beginning[first] == '{' ? FileKind::GeoJson : FileKind::Unknown;
@@ -66,7 +66,7 @@ FileKind KindOfName(const std::filesystem::path& path) {
 } // namespace
 
 FileKind DetectKind(const std::filesystem::path& path) {
-    CInputFile file(path);
+    InputFile file(path);
     std::string beginning(static_cast<std::size_t>(std::min<std::uint64_t>(256, file.Size())), '\0');
     file.Read({reinterpret_cast<std::uint8_t*>(beginning.data()), beginning.size()});
     const FileKind kind = KindOfContent(beginning);

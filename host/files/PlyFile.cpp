@@ -20,7 +20,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::size_t g_longestRowLine = 1u << 20;
+constexpr std::size_t kLongestRowLine = 1u << 20;
 
 /// Which of the vertex's properties, counted from 0, serves for what.
 struct VertexRoles {
@@ -54,7 +54,7 @@ std::optional<std::size_t> FindProperty(const PlyElement& vertex, std::initializ
     return std::nullopt;
 }
 
-VertexRoles AssignRoles(const CInputFile& file, const PlyElement& vertex) {
+VertexRoles AssignRoles(const InputFile& file, const PlyElement& vertex) {
     const auto x = FindProperty(vertex, {"x"});
     const auto y = FindProperty(vertex, {"y"});
     const auto z = FindProperty(vertex, {"z"});
@@ -103,9 +103,9 @@ double LoadValue(const std::uint8_t* bytes, PlyType type, ByteOrder order) {
 }
 
 /// Reads the rows of a file one after another, in whichever encoding it has.
-class CRowReader {
+class PlyRowReader {
 public:
-    CRowReader(CInputFile& file, PlyEncoding encoding)
+    PlyRowReader(InputFile& file, PlyEncoding encoding)
         : m_file(file), m_encoding(encoding),
           m_order(encoding == PlyEncoding::BigEndian ? ByteOrder::BigEndian : ByteOrder::LittleEndian) {}
 
@@ -182,18 +182,18 @@ private:
     /// Moves to the next line that is not blank.
     void NextTextLine(const PlyElement& element) {
         do {
-            if (!m_file.ReadLine(m_line, g_longestRowLine)) {
+            if (!m_file.ReadLine(m_line, kLongestRowLine)) {
                 m_file.Fail("ends after line " + std::to_string(m_file.LineNumber()) + ", before the last of the " +
                             std::to_string(element.count) + " rows promised of " + QuoteForMessage(element.name));
             }
             m_rest = m_line;
-            m_rest.remove_prefix(std::min(m_rest.find_first_not_of(g_blanks), m_rest.size()));
+            m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
         } while (m_rest.empty());
     }
 
     std::string_view TakeWord() {
-        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(g_blanks), m_rest.size()));
-        const std::string_view word = m_rest.substr(0, m_rest.find_first_of(g_blanks));
+        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
+        const std::string_view word = m_rest.substr(0, m_rest.find_first_of(kBlanks));
         m_rest.remove_prefix(word.size());
         return word;
     }
@@ -213,9 +213,9 @@ private:
         return value;
     }
 
-    static constexpr std::string_view g_blanks = " \t\r\v\f";
+    static constexpr std::string_view kBlanks = " \t\r\v\f";
 
-    CInputFile& m_file;
+    InputFile& m_file;
     PlyEncoding m_encoding;
     ByteOrder m_order;
     std::string m_line;
@@ -239,15 +239,15 @@ std::uint16_t WideChannel(double value, PlyType type) {
 }
 
 std::uint8_t ClassOf(double value, ClassMeaning meaning) {
-    const double largest = meaning == ClassMeaning::Survey ? 255.0 : g_noClass - 1.0;
+    const double largest = meaning == ClassMeaning::Survey ? 255.0 : kNoClass - 1.0;
     const bool isClass = value >= 0.0 && value <= largest;
-    return isClass ? static_cast<std::uint8_t>(value) : g_noClass;
+    return isClass ? static_cast<std::uint8_t>(value) : kNoClass;
 }
 
 /// Puts the vertices, row by row, into a cloud.
-class CVertexCollector {
+class VertexCollector {
 public:
-    CVertexCollector(const PlyElement& vertex, const VertexRoles& roles, PointCloud& cloud)
+    VertexCollector(const PlyElement& vertex, const VertexRoles& roles, PointCloud& cloud)
         : m_vertex(vertex), m_roles(roles), m_cloud(cloud), m_colors(cloud.colors) {
         const auto count = static_cast<std::size_t>(vertex.count);
         cloud.positions.reserve(count);
@@ -286,11 +286,11 @@ private:
     const PlyElement& m_vertex;
     const VertexRoles& m_roles;
     PointCloud& m_cloud;
-    CWideColors m_colors;
+    WideColors m_colors;
 };
 
 /// The header is believed only as far as the file's size bears it out; nothing is allocated before.
-void RequireRoom(const CInputFile& file, const PlyElement& element, PlyEncoding encoding) {
+void RequireRoom(const InputFile& file, const PlyElement& element, PlyEncoding encoding) {
     const std::size_t rowBytes = element.LeastRowBytes(encoding);
     if (rowBytes == 0) {
         return;
@@ -308,9 +308,9 @@ void RequireRoom(const CInputFile& file, const PlyElement& element, PlyEncoding 
 } // namespace
 
 PointCloud ReadPlyFile(const std::filesystem::path& path) {
-    CInputFile file(path);
+    InputFile file(path);
     const PlyHeader header = ReadPlyHeader(file);
-    CRowReader rows(file, header.encoding);
+    PlyRowReader rows(file, header.encoding);
     for (const PlyElement& element : header.elements) {
         RequireRoom(file, element, header.encoding);
         if (element.name != "vertex") {
@@ -319,7 +319,7 @@ PointCloud ReadPlyFile(const std::filesystem::path& path) {
         }
         const VertexRoles roles = AssignRoles(file, element);
         PointCloud cloud;
-        CVertexCollector vertices(element, roles, cloud);
+        VertexCollector vertices(element, roles, cloud);
         std::vector<double> row(element.properties.size());
         for (std::uint64_t index = 0; index < element.count; ++index) {
             rows.ReadRow(element, row);

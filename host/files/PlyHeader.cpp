@@ -12,10 +12,10 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::size_t g_longestHeaderLine = 4096;
+constexpr std::size_t kLongestHeaderLine = 4096;
 
 /// Each type has two names in use: the older after C, the newer after its bits.
-constexpr std::pair<std::string_view, PlyType> g_typeNames[] = {
+constexpr std::pair<std::string_view, PlyType> kTypeNames[] = {
     {"char", PlyType::Int8},   {"int8", PlyType::Int8},     {"uchar", PlyType::UInt8},   {"uint8", PlyType::UInt8},
     {"short", PlyType::Int16}, {"int16", PlyType::Int16},   {"ushort", PlyType::UInt16}, {"uint16", PlyType::UInt16},
     {"int", PlyType::Int32},   {"int32", PlyType::Int32},   {"uint", PlyType::UInt32},   {"uint32", PlyType::UInt32},
@@ -31,16 +31,16 @@ std::vector<std::string> SplitWords(const std::string& line) {
     return words;
 }
 
-PlyType TakeType(const CInputFile& file, const std::string& name) {
-    const auto entry = std::find_if(std::begin(g_typeNames), std::end(g_typeNames),
+PlyType TakeType(const InputFile& file, const std::string& name) {
+    const auto entry = std::find_if(std::begin(kTypeNames), std::end(kTypeNames),
                                     [&](const auto& candidate) { return candidate.first == name; });
-    if (entry == std::end(g_typeNames)) {
+    if (entry == std::end(kTypeNames)) {
         file.FailAtLine("unknown type " + QuoteForMessage(name));
     }
     return entry->second;
 }
 
-PlyEncoding TakeEncoding(const CInputFile& file, const std::vector<std::string>& words) {
+PlyEncoding TakeEncoding(const InputFile& file, const std::vector<std::string>& words) {
     if (words.size() != 3) {
         file.FailAtLine("'format' needs an encoding and a version");
     }
@@ -59,7 +59,7 @@ PlyEncoding TakeEncoding(const CInputFile& file, const std::vector<std::string>&
     file.FailAtLine("unknown encoding " + QuoteForMessage(words[1]));
 }
 
-PlyElement TakeElement(const CInputFile& file, const std::vector<std::string>& words) {
+PlyElement TakeElement(const InputFile& file, const std::vector<std::string>& words) {
     if (words.size() != 3) {
         file.FailAtLine("'element' needs a name and a count");
     }
@@ -73,7 +73,7 @@ PlyElement TakeElement(const CInputFile& file, const std::vector<std::string>& w
     return element;
 }
 
-PlyProperty TakeProperty(const CInputFile& file, const std::vector<std::string>& words) {
+PlyProperty TakeProperty(const InputFile& file, const std::vector<std::string>& words) {
     if (words.size() == 3) {
         return {words[2], TakeType(file, words[1]), std::nullopt};
     }
@@ -123,14 +123,14 @@ std::size_t PlyElement::LeastRowBytes(PlyEncoding encoding) const {
     return bytes;
 }
 
-PlyHeader ReadPlyHeader(CInputFile& file) {
+PlyHeader ReadPlyHeader(InputFile& file) {
     std::string line;
-    if (!file.ReadLine(line, g_longestHeaderLine) || line != "ply") {
+    if (!file.ReadLine(line, kLongestHeaderLine) || line != "ply") {
         file.Fail("is not a PLY file: its first line is not 'ply'");
     }
     PlyHeader header;
     bool hasFormat = false;
-    while (file.ReadLine(line, g_longestHeaderLine)) {
+    while (file.ReadLine(line, kLongestHeaderLine)) {
         const std::vector<std::string> words = SplitWords(line);
         if (words.empty() || words[0] == "comment" || words[0] == "obj_info") {
             continue;

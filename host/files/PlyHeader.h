@@ -54,6 +54,6 @@ struct PlyHeader {
 };
 
 /// Reads the header and leaves the file at the first row. Throws FileError with the line's number.
-PlyHeader ReadPlyHeader(CInputFile& file);
+PlyHeader ReadPlyHeader(InputFile& file);
 
 } // namespace OrrinViewer

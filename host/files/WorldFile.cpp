@@ -13,7 +13,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::size_t g_longestLine = 256;
+constexpr std::size_t kLongestLine = 256;
 
 /// The endings in use: first and last letter of the image's own with a w, all of it with a w, or wld.
 std::array<std::u8string, 3> WorldFileEndings(const std::filesystem::path& image) {
@@ -30,7 +30,7 @@ std::string_view TrimBlanks(std::string_view text) {
                                            : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-double ParseLine(const CInputFile& file, const std::string& line) {
+double ParseLine(const InputFile& file, const std::string& line) {
     std::string_view text = TrimBlanks(line);
     if (text.starts_with('+')) {
         text.remove_prefix(1);
@@ -60,11 +60,11 @@ std::filesystem::path FindWorldFile(const std::filesystem::path& image) {
 }
 
 PixelToMap ReadWorldFile(const std::filesystem::path& path) {
-    CInputFile file(path);
+    InputFile file(path);
     std::array<double, 6> numbers{};
     for (double& number : numbers) {
         std::string line;
-        if (!file.ReadLine(line, g_longestLine)) {
+        if (!file.ReadLine(line, kLongestLine)) {
             file.Fail("ends before its sixth number");
         }
         number = ParseLine(file, line);

@@ -8,9 +8,9 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::size_t g_longestLabelBytes = 60;
+constexpr std::size_t kLongestLabelBytes = 60;
 /// Placing labels takes time with the square of their number.
-constexpr std::size_t g_mostLabels = 20'000;
+constexpr std::size_t kMostLabels = 20'000;
 
 const std::string* FindProperty(const VectorFeature& feature, std::string_view name) {
     for (const auto& [propertyName, value] : feature.properties) {
@@ -47,8 +47,8 @@ std::string MakeLabelText(std::string_view value) {
     }
     text.erase(0, text.find_first_not_of(' '));
     text.erase(text.find_last_not_of(' ') + 1);
-    if (text.size() > g_longestLabelBytes) {
-        std::size_t end = g_longestLabelBytes - 3;
+    if (text.size() > kLongestLabelBytes) {
+        std::size_t end = kLongestLabelBytes - 3;
         while (end > 0 && IsContinuationByte(text[end])) {
             --end;
         }
@@ -70,7 +70,7 @@ std::vector<FeatureLabel> CollectLabels(const std::vector<VectorLayer>& layers, 
         for (const VectorFeature* feature : features) {
             const std::string* value = FindProperty(*feature, property);
             std::string text = value && *value != "null" ? MakeLabelText(*value) : std::string();
-            if (!text.empty() && labels.size() < g_mostLabels) {
+            if (!text.empty() && labels.size() < kMostLabels) {
                 labels.push_back({std::move(text), FindLabelAnchor(*feature), FindAreaWidth(*feature)});
             }
         }

@@ -50,15 +50,15 @@ std::optional<Position> FindCentroid(const Path& ring) {
 
 /// The middle of the widest stretch inside the polygon on any of some horizontal lines.
 Position FindWidePlace(const Polygon& polygon) {
-    constexpr int lines = 15;
+    constexpr int kLines = 15;
     Extent extent;
     for (const Position& corner : polygon.rings.front()) {
         extent.Include(corner);
     }
     Position place = extent.Center();
     double widest = 0.0;
-    for (int line = 1; line <= lines; ++line) {
-        const double y = extent.low.y + (extent.high.y - extent.low.y) * line / (lines + 1);
+    for (int line = 1; line <= kLines; ++line) {
+        const double y = extent.low.y + (extent.high.y - extent.low.y) * line / (kLines + 1);
         const std::vector<double> crossings = FindCrossings(polygon, y);
         for (std::size_t index = 0; index + 1 < crossings.size(); index += 2) {
             const double width = crossings[index + 1] - crossings[index];

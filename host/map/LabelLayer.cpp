@@ -13,15 +13,15 @@ namespace OrrinViewer {
 namespace {
 
 /// Room that a label keeps around itself.
-constexpr double g_roomPixels = 4.0;
+constexpr double kRoomPixels = 4.0;
 /// A name may stick out of its area by so much; one that is far wider than its area belongs to nothing.
-constexpr double g_widestShareOfArea = 1.5;
+constexpr double kWidestShareOfArea = 1.5;
 
 /// What a text covers in the window, its room included.
 Extent FindBox(const PixelText& text, double widthPixels, const TextSizes& sizes) {
     Extent box;
-    box.Include(Position{text.x - g_roomPixels, text.y - sizes.descent - g_roomPixels, 0.0});
-    box.Include(Position{text.x + widthPixels + g_roomPixels, text.y + sizes.ascent + g_roomPixels, 0.0});
+    box.Include(Position{text.x - kRoomPixels, text.y - sizes.descent - kRoomPixels, 0.0});
+    box.Include(Position{text.x + widthPixels + kRoomPixels, text.y + sizes.ascent + kRoomPixels, 0.0});
     return box;
 }
 
@@ -38,11 +38,10 @@ LabelLayer::LabelLayer(std::vector<FeatureLabel> labels, const TextSizes& sizes)
     m_labels.reserve(labels.size());
     for (FeatureLabel& label : labels) {
         const double width = sizes.width(label.text);
-        LabelRequest request{label.anchor, width + 2.0 * g_roomPixels,
-                             sizes.ascent + sizes.descent + 2.0 * g_roomPixels};
+        LabelRequest request{label.anchor, width + 2.0 * kRoomPixels, sizes.ascent + sizes.descent + 2.0 * kRoomPixels};
         request.group = groups.try_emplace(label.text, static_cast<int>(groups.size())).first->second;
         if (label.areaWidth > 0.0) {
-            request.coarsestUnitsPerPixel = label.areaWidth * g_widestShareOfArea / std::max(width, 1.0);
+            request.coarsestUnitsPerPixel = label.areaWidth * kWidestShareOfArea / std::max(width, 1.0);
         }
         requests.push_back(request);
         m_labels.push_back({std::move(label), width, 0.0});

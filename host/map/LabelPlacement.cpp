@@ -10,7 +10,7 @@ namespace OrrinViewer {
 namespace {
 
 /// Between the middles of labels that say the same.
-constexpr double g_repetitionPixels = 220.0;
+constexpr double kRepetitionPixels = 220.0;
 
 /// Above this scale the two labels overlap: they are apart while the pixels between their anchors, sideways or
 /// upwards, are at least half of both labels together.
@@ -20,7 +20,7 @@ double FindMeetingScale(const LabelRequest& one, const LabelRequest& other) {
     const double apart =
         std::max(x * 2.0 / (one.widthPixels + other.widthPixels), y * 2.0 / (one.heightPixels + other.heightPixels));
     const bool saySame = one.group >= 0 && one.group == other.group;
-    return saySame ? std::min(apart, std::max(x, y) / g_repetitionPixels) : apart;
+    return saySame ? std::min(apart, std::max(x, y) / kRepetitionPixels) : apart;
 }
 
 } // namespace

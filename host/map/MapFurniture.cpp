@@ -8,21 +8,21 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double g_tickPixels = 6.0;
-constexpr double g_gapPixels = 4.0;
+constexpr double kTickPixels = 6.0;
+constexpr double kGapPixels = 4.0;
 /// Ticks are at least so far apart, and farther where their texts need it.
-constexpr double g_smallestTickDistance = 90.0;
-constexpr double g_longestBarPixels = 160.0;
-constexpr double g_arrowHeightPixels = 26.0;
-constexpr double g_arrowWidthPixels = 16.0;
+constexpr double kSmallestTickDistance = 90.0;
+constexpr double kLongestBarPixels = 160.0;
+constexpr double kArrowHeightPixels = 26.0;
+constexpr double kArrowWidthPixels = 16.0;
 
 /// Builds the layout part by part. The edges keep a row of text free below and above, and the left edge's texts stand
 /// between them.
-class CLayout {
+class FurnitureLayout {
 public:
-    CLayout(const MapNavigator& navigator, MapUnits units, const TextSizes& sizes)
+    FurnitureLayout(const MapNavigator& navigator, MapUnits units, const TextSizes& sizes)
         : m_navigator(navigator), m_units(units), m_sizes(sizes), m_area(navigator.VisibleArea()),
-          m_rowHeight(sizes.ascent + sizes.descent + 2.0 * g_gapPixels) {}
+          m_rowHeight(sizes.ascent + sizes.descent + 2.0 * kGapPixels) {}
 
     MapFurniture Build() {
         const double step = FindStep();
@@ -38,9 +38,9 @@ private:
     double Width() const { return m_navigator.Width(); }
     double Height() const { return m_navigator.Height(); }
     /// Baseline of the coordinates along the lower edge.
-    double LowerBaseline() const { return g_tickPixels + g_gapPixels + m_sizes.descent; }
-    double LowerEnd() const { return LowerBaseline() + m_sizes.ascent + g_gapPixels; }
-    double UpperEnd() const { return Height() - g_tickPixels - m_rowHeight; }
+    double LowerBaseline() const { return kTickPixels + kGapPixels + m_sizes.descent; }
+    double LowerEnd() const { return LowerBaseline() + m_sizes.ascent + kGapPixels; }
+    double UpperEnd() const { return Height() - kTickPixels - m_rowHeight; }
 
     void AddLine(double fromX, double fromY, double toX, double toY) {
         m_furniture.lines.push_back({Position{fromX, fromY, 0.0}, Position{toX, toY, 0.0}});
@@ -55,22 +55,22 @@ private:
     /// One step for both edges, wide enough for the longest text along the lower one.
     double FindStep() const {
         const double unitsPerPixel = m_navigator.UnitsPerPixel();
-        const double firstStep = FindNiceStep(unitsPerPixel * g_smallestTickDistance);
+        const double firstStep = FindNiceStep(unitsPerPixel * kSmallestTickDistance);
         const int decimals = CountDecimals(firstStep);
         const double widest = std::max(m_sizes.width(FormatCoordinate(m_area.low.x, decimals)),
                                        m_sizes.width(FormatCoordinate(m_area.high.x, decimals)));
-        return FindNiceStep(unitsPerPixel * std::max(g_smallestTickDistance, widest * 1.4));
+        return FindNiceStep(unitsPerPixel * std::max(kSmallestTickDistance, widest * 1.4));
     }
 
     void AddTicksAlongX(double step, int decimals) {
         for (const double x : FindTicksWithin(m_area.low.x, m_area.high.x, step, 180.0)) {
             const double pixel = std::round(m_navigator.PixelAt({x, m_area.low.y, 0.0}).x);
-            AddLine(pixel, 0.0, pixel, g_tickPixels);
-            AddLine(pixel, Height() - g_tickPixels, pixel, Height());
+            AddLine(pixel, 0.0, pixel, kTickPixels);
+            AddLine(pixel, Height() - kTickPixels, pixel, Height());
             const std::string text = FormatCoordinate(x, decimals);
             const double width = m_sizes.width(text);
             const double left = std::round(pixel - width * 0.5);
-            if (left >= g_gapPixels && left + width <= Width() - g_gapPixels) {
+            if (left >= kGapPixels && left + width <= Width() - kGapPixels) {
                 m_furniture.texts.push_back({text, left, LowerBaseline()});
             }
         }
@@ -79,54 +79,54 @@ private:
     void AddTicksAlongY(double step, int decimals) {
         for (const double y : FindTicksWithin(m_area.low.y, m_area.high.y, step, 90.0)) {
             const double pixel = std::round(Height() - m_navigator.PixelAt({m_area.low.x, y, 0.0}).y);
-            AddLine(0.0, pixel, g_tickPixels, pixel);
-            AddLine(Width() - g_tickPixels, pixel, Width(), pixel);
+            AddLine(0.0, pixel, kTickPixels, pixel);
+            AddLine(Width() - kTickPixels, pixel, Width(), pixel);
             const std::string text = FormatCoordinate(y, decimals);
             const double baseline = std::round(pixel - m_sizes.ascent * 0.5);
             const bool fits = baseline - m_sizes.descent >= LowerEnd() && baseline + m_sizes.ascent <= UpperEnd() &&
                               m_sizes.width(text) < Width() * 0.5;
             if (fits) {
-                m_furniture.texts.push_back({text, g_tickPixels + g_gapPixels, baseline});
+                m_furniture.texts.push_back({text, kTickPixels + kGapPixels, baseline});
             }
         }
     }
 
     void AddScaleBar() {
-        const double longest = std::min(g_longestBarPixels, Width() * 0.25);
+        const double longest = std::min(kLongestBarPixels, Width() * 0.25);
         const double metresPerPixel = m_navigator.UnitsPerPixel() * MetresPerUnit(m_units, m_area.Center().y);
         const ScaleBar bar = FindScaleBar(metresPerPixel, longest);
         const double textWidth = m_sizes.width(bar.text);
-        const double y = LowerEnd() + 2.0 * g_gapPixels;
-        const double baseline = y + g_tickPixels + g_gapPixels;
-        const double right = std::floor(Width() - 5.0 * g_gapPixels);
+        const double y = LowerEnd() + 2.0 * kGapPixels;
+        const double baseline = y + kTickPixels + kGapPixels;
+        const double right = std::floor(Width() - 5.0 * kGapPixels);
         const double left = std::round(right - bar.lengthPixels);
         const double textLeft = std::round((left + right - textWidth) * 0.5);
-        const bool hasRoom = baseline + m_sizes.ascent < UpperEnd() - g_arrowHeightPixels - m_rowHeight &&
-                             textLeft > Width() * 0.5 && textLeft + textWidth < Width() - g_gapPixels;
+        const bool hasRoom = baseline + m_sizes.ascent < UpperEnd() - kArrowHeightPixels - m_rowHeight &&
+                             textLeft > Width() * 0.5 && textLeft + textWidth < Width() - kGapPixels;
         if (!hasRoom) {
             return;
         }
         AddLine(left, y, right, y);
-        AddLine(left, y, left, y + g_tickPixels);
-        AddLine(right, y, right, y + g_tickPixels);
+        AddLine(left, y, left, y + kTickPixels);
+        AddLine(right, y, right, y + kTickPixels);
         m_furniture.texts.push_back({bar.text, textLeft, baseline});
     }
 
     void AddNorthArrow() {
         const std::string letter = "N";
-        const double middle = std::floor(Width() - 5.0 * g_gapPixels - g_arrowWidthPixels * 0.5);
+        const double middle = std::floor(Width() - 5.0 * kGapPixels - kArrowWidthPixels * 0.5);
         const double top = UpperEnd();
-        const double bottom = top - g_arrowHeightPixels;
-        const double baseline = bottom - g_gapPixels - m_sizes.ascent;
+        const double bottom = top - kArrowHeightPixels;
+        const double baseline = bottom - kGapPixels - m_sizes.ascent;
         if (baseline < Height() * 0.5 || middle < Width() * 0.75) {
             return;
         }
-        const double notch = bottom + g_arrowHeightPixels * 0.25;
+        const double notch = bottom + kArrowHeightPixels * 0.25;
         m_furniture.triangles.push_back({Position{middle, top, 0.0},
-                                         Position{middle - g_arrowWidthPixels * 0.5, bottom, 0.0},
+                                         Position{middle - kArrowWidthPixels * 0.5, bottom, 0.0},
                                          Position{middle, notch, 0.0}});
         m_furniture.triangles.push_back({Position{middle, top, 0.0}, Position{middle, notch, 0.0},
-                                         Position{middle + g_arrowWidthPixels * 0.5, bottom, 0.0}});
+                                         Position{middle + kArrowWidthPixels * 0.5, bottom, 0.0}});
         m_furniture.texts.push_back({letter, std::round(middle - m_sizes.width(letter) * 0.5), baseline});
     }
 
@@ -141,7 +141,7 @@ private:
 } // namespace
 
 MapFurniture LayOutMapFurniture(const MapNavigator& navigator, MapUnits units, const TextSizes& sizes) {
-    return CLayout(navigator, units, sizes).Build();
+    return FurnitureLayout(navigator, units, sizes).Build();
 }
 
 std::string FormatPosition(const Position& position, double unitsPerPixel) {
@@ -150,22 +150,21 @@ std::string FormatPosition(const Position& position, double unitsPerPixel) {
 }
 
 PixelText LayOutPosition(const MapNavigator& navigator, const Position& position, const TextSizes& sizes) {
-    const double left = g_tickPixels + g_gapPixels;
+    const double left = kTickPixels + kGapPixels;
     const std::string text = FormatPosition(position, navigator.UnitsPerPixel());
     const bool fits = left + sizes.width(text) <= navigator.Width();
     return {fits ? text : std::string(), left,
-            std::round(navigator.Height() - g_tickPixels - g_gapPixels - sizes.ascent)};
+            std::round(navigator.Height() - kTickPixels - kGapPixels - sizes.ascent)};
 }
 
 PixelText PlaceBesideLine(std::string text, double widthPixels, const Position& from, const Position& to,
                           int windowWidth, int windowHeight) {
-    constexpr double distance = 10.0;
-    constexpr double textHeight = 16.0;
-    const double left = to.x >= from.x ? to.x + distance : to.x - distance - widthPixels;
-    const double baseline = to.y >= from.y ? to.y + distance : to.y - distance - textHeight * 0.5;
-    return {std::move(text),
-            std::clamp(left, g_gapPixels, std::max(g_gapPixels, windowWidth - widthPixels - g_gapPixels)),
-            std::clamp(baseline, g_gapPixels, std::max(g_gapPixels, windowHeight - textHeight))};
+    constexpr double kDistance = 10.0;
+    constexpr double kTextHeight = 16.0;
+    const double left = to.x >= from.x ? to.x + kDistance : to.x - kDistance - widthPixels;
+    const double baseline = to.y >= from.y ? to.y + kDistance : to.y - kDistance - kTextHeight * 0.5;
+    return {std::move(text), std::clamp(left, kGapPixels, std::max(kGapPixels, windowWidth - widthPixels - kGapPixels)),
+            std::clamp(baseline, kGapPixels, std::max(kGapPixels, windowHeight - kTextHeight))};
 }
 
 } // namespace OrrinViewer

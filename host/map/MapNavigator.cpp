@@ -6,9 +6,9 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double g_marginFactor = 1.08;
-constexpr double g_smallestUnitsPerPixel = 1e-6;
-constexpr double g_largestUnitsPerPixel = 1e6;
+constexpr double kMarginFactor = 1.08;
+constexpr double kSmallestUnitsPerPixel = 1e-6;
+constexpr double kLargestUnitsPerPixel = 1e6;
 
 } // namespace
 
@@ -23,7 +23,7 @@ void MapNavigator::Fit(const Extent& extent) {
     }
     // A single position has no size to fit; any scale shows it.
     m_unitsPerPixel = 1.0;
-    ShowWithMargin(extent, g_marginFactor);
+    ShowWithMargin(extent, kMarginFactor);
 }
 
 void MapNavigator::Show(const Extent& area) {
@@ -40,7 +40,7 @@ void MapNavigator::ShowWithMargin(const Extent& extent, double marginFactor) {
     const double forHeight = (extent.high.y - extent.low.y) / m_height;
     const double needed = std::max(forWidth, forHeight) * marginFactor;
     if (needed > 0.0) {
-        m_unitsPerPixel = std::clamp(needed, g_smallestUnitsPerPixel, g_largestUnitsPerPixel);
+        m_unitsPerPixel = std::clamp(needed, kSmallestUnitsPerPixel, kLargestUnitsPerPixel);
     }
 }
 
@@ -51,7 +51,7 @@ void MapNavigator::Pan(double rightPixels, double downPixels) {
 
 void MapNavigator::Zoom(double factor, double xPixels, double yPixels) {
     const Position before = PositionAt(xPixels, yPixels);
-    m_unitsPerPixel = std::clamp(m_unitsPerPixel / factor, g_smallestUnitsPerPixel, g_largestUnitsPerPixel);
+    m_unitsPerPixel = std::clamp(m_unitsPerPixel / factor, kSmallestUnitsPerPixel, kLargestUnitsPerPixel);
     const Position after = PositionAt(xPixels, yPixels);
     m_centerX += before.x - after.x;
     m_centerY += before.y - after.y;

@@ -10,10 +10,10 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double g_earthRadiusMetres = 6371008.8;
-constexpr std::array<double, 3> g_niceDigits = {1.0, 2.0, 5.0};
+constexpr double kEarthRadiusMetres = 6371008.8;
+constexpr std::array<double, 3> kNiceDigits = {1.0, 2.0, 5.0};
 /// Steps that a division made a hair larger or smaller than they are still count as what they are.
-constexpr double g_slack = 1e-9;
+constexpr double kSlack = 1e-9;
 
 double Radians(double degrees) {
     return degrees * std::numbers::pi / 180.0;
@@ -35,8 +35,8 @@ std::string FormatShortly(double value, int decimals) {
 
 double FindNiceStep(double smallest) {
     const double power = std::pow(10.0, std::floor(std::log10(smallest)));
-    for (const double digit : g_niceDigits) {
-        if (digit * power >= smallest * (1.0 - g_slack)) {
+    for (const double digit : kNiceDigits) {
+        if (digit * power >= smallest * (1.0 - kSlack)) {
             return digit * power;
         }
     }
@@ -44,8 +44,8 @@ double FindNiceStep(double smallest) {
 }
 
 std::vector<double> FindTicks(double low, double high, double step) {
-    const double first = std::ceil(low / step - g_slack);
-    const double last = std::floor(high / step + g_slack);
+    const double first = std::ceil(low / step - kSlack);
+    const double last = std::floor(high / step + kSlack);
     std::vector<double> ticks;
     for (long long index = 0; first + static_cast<double>(index) <= last; ++index) {
         ticks.push_back((first + static_cast<double>(index)) * step);
@@ -54,7 +54,7 @@ std::vector<double> FindTicks(double low, double high, double step) {
 }
 
 int CountDecimals(double step) {
-    return static_cast<int>(std::max(0.0, std::ceil(-std::log10(step) - g_slack)));
+    return static_cast<int>(std::max(0.0, std::ceil(-std::log10(step) - kSlack)));
 }
 
 std::string FormatCoordinate(double value, int decimals) {
@@ -69,7 +69,7 @@ double MetresPerUnit(MapUnits units, double y) {
     if (units == MapUnits::Metres) {
         return 1.0;
     }
-    return g_earthRadiusMetres * Radians(1.0) * std::cos(Radians(std::clamp(y, -89.9, 89.9)));
+    return kEarthRadiusMetres * Radians(1.0) * std::cos(Radians(std::clamp(y, -89.9, 89.9)));
 }
 
 double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, double toY) {
@@ -80,7 +80,7 @@ double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, 
     const double acrossLongitudes = std::sin(Radians(toX - fromX) * 0.5);
     const double chord = acrossLatitudes * acrossLatitudes +
                          std::cos(Radians(fromY)) * std::cos(Radians(toY)) * acrossLongitudes * acrossLongitudes;
-    return 2.0 * g_earthRadiusMetres * std::asin(std::sqrt(std::clamp(chord, 0.0, 1.0)));
+    return 2.0 * kEarthRadiusMetres * std::asin(std::sqrt(std::clamp(chord, 0.0, 1.0)));
 }
 
 std::string FormatLength(double metres) {
@@ -95,8 +95,8 @@ ScaleBar FindScaleBar(double metresPerPixel, double longestPixels) {
     const double longest = metresPerPixel * longestPixels;
     const double power = std::pow(10.0, std::floor(std::log10(longest)));
     double metres = power;
-    for (const double digit : g_niceDigits) {
-        metres = digit * power <= longest * (1.0 + g_slack) ? digit * power : metres;
+    for (const double digit : kNiceDigits) {
+        metres = digit * power <= longest * (1.0 + kSlack) ? digit * power : metres;
     }
     return {metres / metresPerPixel, FormatLength(metres)};
 }

@@ -7,16 +7,16 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double g_firstAzimuthDegrees = 200.0;
-constexpr double g_firstElevationDegrees = 35.0;
-constexpr double g_lowestDegrees = 2.0;
-constexpr double g_highestDegrees = 89.0;
-constexpr double g_degreesPerPixel = 0.4;
-constexpr double g_marginFactor = 1.05;
-constexpr double g_closestRadii = 0.02;
-constexpr double g_farthestRadii = 40.0;
+constexpr double kFirstAzimuthDegrees = 200.0;
+constexpr double kFirstElevationDegrees = 35.0;
+constexpr double kLowestDegrees = 2.0;
+constexpr double kHighestDegrees = 89.0;
+constexpr double kDegreesPerPixel = 0.4;
+constexpr double kMarginFactor = 1.05;
+constexpr double kClosestRadii = 0.02;
+constexpr double kFarthestRadii = 40.0;
 /// The depth buffer tells little apart when the nearest distance is too small a part of the farthest.
-constexpr double g_smallestNearShare = 1.0 / 2000.0;
+constexpr double kSmallestNearShare = 1.0 / 2000.0;
 
 double Radians(double degrees) {
     return degrees * std::numbers::pi / 180.0;
@@ -37,8 +37,8 @@ void OrbitNavigator::Fit(const Extent& extent, double exaggeration) {
     const double diameter = std::hypot(extent.high.x - extent.low.x, extent.high.y - extent.low.y, height);
     // A single position has no size; any distance shows it.
     m_radius = diameter > 0.0 ? diameter * 0.5 : 1.0;
-    m_azimuthDegrees = g_firstAzimuthDegrees;
-    m_elevationDegrees = g_firstElevationDegrees;
+    m_azimuthDegrees = kFirstAzimuthDegrees;
+    m_elevationDegrees = kFirstElevationDegrees;
     m_distance = FindFittingDistance({extent.high.x - extent.low.x, extent.high.y - extent.low.y, height});
 }
 
@@ -47,8 +47,8 @@ void OrbitNavigator::Fit(const Extent& extent, double exaggeration) {
 double OrbitNavigator::FindFittingDistance(const Position& size) const {
     const double azimuth = Radians(m_azimuthDegrees);
     const double elevation = Radians(m_elevationDegrees);
-    const double halfTangent = std::tan(Radians(fieldOfViewDegrees) * 0.5);
-    double distance = m_radius * g_closestRadii;
+    const double halfTangent = std::tan(Radians(kFieldOfViewDegrees) * 0.5);
+    double distance = m_radius * kClosestRadii;
     for (const double x : {-size.x * 0.5, size.x * 0.5}) {
         for (const double y : {-size.y * 0.5, size.y * 0.5}) {
             for (const double z : {-size.z * 0.5, size.z * 0.5}) {
@@ -57,7 +57,7 @@ double OrbitNavigator::FindFittingDistance(const Position& size) const {
                 const double up = z * std::cos(elevation) - level * std::sin(elevation);
                 const double right = y * std::sin(azimuth) - x * std::cos(azimuth);
                 const double needed = std::max(std::abs(up), std::abs(right) / AspectRatio()) / halfTangent;
-                distance = std::max(distance, towardsEye + needed * g_marginFactor);
+                distance = std::max(distance, towardsEye + needed * kMarginFactor);
             }
         }
     }
@@ -65,14 +65,14 @@ double OrbitNavigator::FindFittingDistance(const Position& size) const {
 }
 
 void OrbitNavigator::Orbit(double rightPixels, double downPixels) {
-    const double turned = std::fmod(m_azimuthDegrees + rightPixels * g_degreesPerPixel, 360.0);
+    const double turned = std::fmod(m_azimuthDegrees + rightPixels * kDegreesPerPixel, 360.0);
     m_azimuthDegrees = turned < 0.0 ? turned + 360.0 : turned;
     m_elevationDegrees =
-        std::clamp(m_elevationDegrees + downPixels * g_degreesPerPixel, g_lowestDegrees, g_highestDegrees);
+        std::clamp(m_elevationDegrees + downPixels * kDegreesPerPixel, kLowestDegrees, kHighestDegrees);
 }
 
 void OrbitNavigator::Zoom(double factor) {
-    m_distance = std::clamp(m_distance / factor, m_radius * g_closestRadii, m_radius * g_farthestRadii);
+    m_distance = std::clamp(m_distance / factor, m_radius * kClosestRadii, m_radius * kFarthestRadii);
 }
 
 Position OrbitNavigator::Eye() const {
@@ -82,7 +82,7 @@ Position OrbitNavigator::Eye() const {
 }
 
 double OrbitNavigator::NearDistance() const {
-    return std::max(m_distance - m_radius, FarDistance() * g_smallestNearShare);
+    return std::max(m_distance - m_radius, FarDistance() * kSmallestNearShare);
 }
 
 double OrbitNavigator::FarDistance() const {

@@ -9,7 +9,7 @@ namespace OrrinViewer {
 class OrbitNavigator {
 public:
     /// Field of view from the window's lower to its upper edge.
-    static constexpr double fieldOfViewDegrees = 40.0;
+    static constexpr double kFieldOfViewDegrees = 40.0;
 
     /// Window size in pixels; at least one in each direction.
     void Resize(int widthPixels, int heightPixels);

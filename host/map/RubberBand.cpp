@@ -30,9 +30,9 @@ Extent RubberBand::Box() const {
 }
 
 bool RubberBand::IsLargeEnoughToZoom(double unitsPerPixel) const {
-    constexpr double smallestPixels = 4.0;
+    constexpr double kSmallestPixels = 4.0;
     const Extent box = Box();
-    const double smallest = smallestPixels * unitsPerPixel;
+    const double smallest = kSmallestPixels * unitsPerPixel;
     return box.high.x - box.low.x >= smallest && box.high.y - box.low.y >= smallest;
 }
 

@@ -9,7 +9,7 @@ namespace OrrinViewer {
 namespace {
 
 /// Between windows, which would otherwise hide each other where the system does not spread them.
-constexpr int g_offsetPixels = 40;
+constexpr int kOffsetPixels = 40;
 
 double FindMedian(std::vector<double> values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
@@ -50,7 +50,7 @@ bool ViewerSession::Open() {
     };
     for (int window = 0; window < m_options.windows; ++window) {
         m_windows.push_back(std::make_unique<ViewerWindow>(m_scene, m_options, closed));
-        if (!m_windows.back()->Open(window * g_offsetPixels)) {
+        if (!m_windows.back()->Open(window * kOffsetPixels)) {
             return false;
         }
         ++m_openWindows;

@@ -18,11 +18,11 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr wchar_t g_windowClass[] = L"OrrinViewer";
-constexpr double g_zoomPerNotch = 1.25;
-constexpr double g_panPixels = 60.0;
-constexpr Rgb g_bandColor{120, 180, 255};
-constexpr std::uint8_t g_bandOpacity = 50;
+constexpr wchar_t kWindowClass[] = L"OrrinViewer";
+constexpr double kZoomPerNotch = 1.25;
+constexpr double kPanPixels = 60.0;
+constexpr Rgb kBandColor{120, 180, 255};
+constexpr std::uint8_t kBandOpacity = 50;
 
 POINT CursorOf(LPARAM lParam) {
     return {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
@@ -57,12 +57,12 @@ bool ViewerWindow::Open(int offsetPixels) {
     windowClass.lpfnWndProc = WindowProcedure;
     windowClass.hInstance = GetModuleHandleW(nullptr);
     windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    windowClass.lpszClassName = g_windowClass;
+    windowClass.lpszClassName = kWindowClass;
     RegisterClassExW(&windowClass);
 
     RECT frame = {0, 0, m_options.widthPixels, m_options.heightPixels};
     AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
-    m_window = CreateWindowExW(0, g_windowClass, L"OrrinViewer", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
+    m_window = CreateWindowExW(0, kWindowClass, L"OrrinViewer", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                                frame.right - frame.left, frame.bottom - frame.top, nullptr, nullptr,
                                GetModuleHandleW(nullptr), this);
     if (!m_window) {
@@ -248,16 +248,16 @@ void ViewerWindow::HandleKey(WPARAM key) {
         m_band.Clear();
         break;
     case VK_LEFT:
-        Drag(g_panPixels, 0.0);
+        Drag(kPanPixels, 0.0);
         break;
     case VK_RIGHT:
-        Drag(-g_panPixels, 0.0);
+        Drag(-kPanPixels, 0.0);
         break;
     case VK_UP:
-        Drag(0.0, g_panPixels);
+        Drag(0.0, kPanPixels);
         break;
     case VK_DOWN:
-        Drag(0.0, -g_panPixels);
+        Drag(0.0, -kPanPixels);
         break;
     case VK_ESCAPE:
         PostQuitMessage(0);
@@ -273,7 +273,7 @@ void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
     POINT cursor = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
     ScreenToClient(m_window, &cursor);
     const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-    const double factor = std::pow(g_zoomPerNotch, notches);
+    const double factor = std::pow(kZoomPerNotch, notches);
     if (m_camera == Camera::Map) {
         m_navigator.Zoom(factor, cursor.x, cursor.y);
     } else {
@@ -341,7 +341,7 @@ void ViewerWindow::DrawRubberBand(std::vector<PixelText>& texts) {
     if (m_band.GetKind() == RubberBand::Kind::Zoom) {
         const Position right{to.x, from.y, 0.0};
         const Position up{from.x, to.y, 0.0};
-        DrawPixelTriangles(*m_view, {{from, right, to}, {from, to, up}}, g_bandColor, g_bandOpacity);
+        DrawPixelTriangles(*m_view, {{from, right, to}, {from, to, up}}, kBandColor, kBandOpacity);
         DrawEdgedLines(*m_view, {{from, right}, {right, to}, {to, up}, {up, from}});
     } else if (m_band.GetKind() == RubberBand::Kind::Measure) {
         DrawEdgedLines(*m_view, {{from, to}});

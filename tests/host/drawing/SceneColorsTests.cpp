@@ -61,7 +61,7 @@ TEST(SceneColors, AttributesThatFewPointsHave_AreNotChosen) {
     cloud.positions.resize(10);
     cloud.colors.assign(10, Rgb{});
     cloud.colors[3] = {255, 0, 0};
-    cloud.classes.assign(10, g_noClass);
+    cloud.classes.assign(10, kNoClass);
     cloud.classMeaning = ClassMeaning::Labels;
     EXPECT_EQ(ChooseColorMode(cloud), ColorMode::Elevation);
     cloud.classes.assign(10, 0);
@@ -76,9 +76,9 @@ TEST(SceneColors, ClassNumbersMeanWhatTheFileSays) {
     EXPECT_EQ(NameOfClass(17, ClassMeaning::Survey), "bridge deck");
     EXPECT_EQ(NameOfClass(200, ClassMeaning::Survey), "class 200");
     EXPECT_EQ(NameOfClass(2, ClassMeaning::Labels), "label 2");
-    EXPECT_EQ(NameOfClass(g_noClass, ClassMeaning::Labels), "no label");
+    EXPECT_EQ(NameOfClass(kNoClass, ClassMeaning::Labels), "no label");
     EXPECT_NE(ColorOfClass(0, ClassMeaning::Labels), ColorOfClass(1, ClassMeaning::Labels));
-    EXPECT_NE(ColorOfClass(0, ClassMeaning::Labels), ColorOfClass(g_noClass, ClassMeaning::Labels));
+    EXPECT_NE(ColorOfClass(0, ClassMeaning::Labels), ColorOfClass(kNoClass, ClassMeaning::Labels));
 }
 
 } // namespace

@@ -5,15 +5,15 @@
 namespace OrrinViewer {
 namespace {
 
-const std::string g_header = "ncols 3\r\nNROWS 2\r\nxllcorner 500000\r\nyllcorner 4500000\r\ncellsize 10\r\n";
+const std::string kHeader = "ncols 3\r\nNROWS 2\r\nxllcorner 500000\r\nyllcorner 4500000\r\ncellsize 10\r\n";
 
 ElevationGrid Read(const std::string& content) {
-    return ReadAsciiGridFile(CTemporaryFile(".asc", content).Path());
+    return ReadAsciiGridFile(TemporaryFile(".asc", content).Path());
 }
 
 // Half a cell of error, or a grid upside down, would lay the relief beside every other layer.
 TEST(AsciiGridFile, CellsLieWhereCornerOrCentreSay) {
-    const ElevationGrid byCorner = Read(g_header + "1 2\n3 4 5 6");
+    const ElevationGrid byCorner = Read(kHeader + "1 2\n3 4 5 6");
     EXPECT_EQ(byCorner.PositionAt(0, 0), (Position{500'005, 4'500'015, 1})) << "north-west";
     EXPECT_EQ(byCorner.PositionAt(2, 1), (Position{500'025, 4'500'005, 6})) << "south-east";
     EXPECT_EQ(byCorner.ElevationAt(500'026, 4'500'004), 6);
@@ -24,7 +24,7 @@ TEST(AsciiGridFile, CellsLieWhereCornerOrCentreSay) {
 }
 
 TEST(AsciiGridFile, NoDataCellsTakeNoPartInAnything) {
-    const ElevationGrid grid = Read(g_header + "NODATA_value -9999\n-9999 2 +3.5e0 4 nan 6\n");
+    const ElevationGrid grid = Read(kHeader + "NODATA_value -9999\n-9999 2 +3.5e0 4 nan 6\n");
     EXPECT_EQ(grid.CountCellsWithData(), 4U);
     EXPECT_EQ(grid.FindExtent().low.z, 2);
     const auto triangles = FindTriangles(grid);
@@ -37,7 +37,7 @@ TEST(AsciiGridFile, NoDataCellsTakeNoPartInAnything) {
 
 TEST(AsciiGridFile, NormalsStandOnThePlane) {
     // z = 2x + y: the normal of every cell is (-2, -1, 1), at the edges too.
-    const ElevationGrid grid = Read(g_header + "10 30 50 0 20 40");
+    const ElevationGrid grid = Read(kHeader + "10 30 50 0 20 40");
     for (std::size_t cell = 0; cell < 6; ++cell) {
         const Position normal = FindNormal(grid, cell % 3, cell / 3);
         EXPECT_NEAR(normal.x, -2 / std::sqrt(6.0), 1e-12);
@@ -51,9 +51,9 @@ TEST(AsciiGridFile, FaultsAreNamed) {
         std::string content;
         const char* complaint;
     } cases[] = {
-        {"truncated", g_header + "1 2 3 4 5", "ends after 5 of 6 cells"},
-        {"too many values", g_header + "1 2 3\n4 5 6\n7", "line 8: more values"},
-        {"no number", g_header + "1 2 3\n4 x5 6", "line 7: 'x5' is not a number"},
+        {"truncated", kHeader + "1 2 3 4 5", "ends after 5 of 6 cells"},
+        {"too many values", kHeader + "1 2 3\n4 5 6\n7", "line 8: more values"},
+        {"no number", kHeader + "1 2 3\n4 x5 6", "line 7: 'x5' is not a number"},
         {"promises what memory cannot hold", "ncols 1000000000 nrows 1000000000 xllcorner 0 yllcorner 0 cellsize 1 5",
          "promises 1000000000000000000 cells"},
         {"half a cell", "ncols 2.5 nrows 1 xllcorner 0 yllcorner 0 cellsize 1 5", "ncols is not a number of cells"},
@@ -67,7 +67,7 @@ TEST(AsciiGridFile, FaultsAreNamed) {
         const std::string complaint = Complaint(ReadAsciiGridFile, test.content, ".asc");
         EXPECT_NE(complaint.find(test.complaint), std::string::npos) << test.fault << ": " << complaint;
     }
-    EXPECT_GT(CountRefusedMutations(ReadAsciiGridFile, g_header + "1 2 3 4 5 6", ".asc"), 100);
+    EXPECT_GT(CountRefusedMutations(ReadAsciiGridFile, kHeader + "1 2 3 4 5 6", ".asc"), 100);
 }
 
 TEST(ElevationGrid, PointsAreAveragedInTheirCells) {

@@ -16,11 +16,11 @@
 namespace OrrinViewer {
 
 /// The contents of a test's file, put together value by value. Numbers are stored little-endian unless `bigEndian`.
-class CBytes {
+class FileBytes {
 public:
-    explicit CBytes(bool bigEndian = false) : m_bigEndian(bigEndian) {}
+    explicit FileBytes(bool bigEndian = false) : m_bigEndian(bigEndian) {}
 
-    template <typename Number> CBytes& Put(Number number) {
+    template <typename Number> FileBytes& Put(Number number) {
         char bytes[sizeof(Number)];
         std::memcpy(bytes, &number, sizeof(Number));
         m_content.append(m_bigEndian ? std::string(std::rbegin(bytes), std::rend(bytes))
@@ -28,13 +28,13 @@ public:
         return *this;
     }
 
-    CBytes& PutText(std::string_view text) {
+    FileBytes& PutText(std::string_view text) {
         m_content += text;
         return *this;
     }
 
     /// Zeros up to the offset.
-    CBytes& FillTo(std::size_t offset) {
+    FileBytes& FillTo(std::size_t offset) {
         m_content.resize(offset, '\0');
         return *this;
     }
@@ -47,9 +47,9 @@ private:
 };
 
 /// A file that exists as long as this does.
-class CTemporaryFile {
+class TemporaryFile {
 public:
-    CTemporaryFile(const std::filesystem::path& ending, std::string_view content)
+    TemporaryFile(const std::filesystem::path& ending, std::string_view content)
         : m_path(std::filesystem::temp_directory_path() / UniqueStem()) {
         m_path += ending;
         std::ofstream stream(m_path, std::ios::binary);
@@ -57,13 +57,13 @@ public:
         EXPECT_TRUE(stream.good()) << "cannot write a temporary file";
     }
 
-    ~CTemporaryFile() {
+    ~TemporaryFile() {
         std::error_code ignored;
         std::filesystem::remove(m_path, ignored);
     }
 
-    CTemporaryFile(const CTemporaryFile&) = delete;
-    CTemporaryFile& operator=(const CTemporaryFile&) = delete;
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const std::filesystem::path& Path() const { return m_path; }
 
@@ -80,7 +80,7 @@ private:
 /// What `read(path)` says about a file with the content, or "" when it accepts it. Any other exception than a
 /// FileError, and a message of several lines or without the file's name, fails the test.
 template <typename Read> std::string Complaint(Read read, std::string_view content, const char* ending) {
-    const CTemporaryFile file(ending, content);
+    const TemporaryFile file(ending, content);
     try {
         read(file.Path());
         return {};

@@ -8,7 +8,7 @@ namespace OrrinViewer {
 namespace {
 
 VectorLayer ReadContent(const std::string& content) {
-    const CTemporaryFile file(".geojson", content);
+    const TemporaryFile file(".geojson", content);
     return ReadGeoJsonFile(file.Path());
 }
 
@@ -16,20 +16,20 @@ std::string Geometry(const std::string& type, const std::string& coordinates) {
     return R"({"type": ")" + type + R"(", "coordinates": )" + coordinates + "}";
 }
 
-const std::string g_square = "[[0,0],[9,0],[9,9],[0,9],[0,0]]";
-const std::string g_hole = "[[2,2],[2,4],[4,4],[2,2]]";
-const std::string g_collection =
+const std::string kSquare = "[[0,0],[9,0],[9,9],[0,9],[0,0]]";
+const std::string kHole = "[[2,2],[2,4],[4,4],[2,2]]";
+const std::string kCollection =
     R"({"type": "FeatureCollection", "crs": {"type": "name", "properties": 5}, "features": [
     {"type": "Feature", "geometry": null, "properties": {"name": "lost"}},
     {"type": "Feature", "geometry": {"type": "Point", "coordinates": []}, "properties": null},
     {"type": "Feature", "properties": {"name": "Bär", "area": 12.5, "open": true, "by": null, "tags": ["a", 1]},
      "geometry": {"type": "GeometryCollection", "geometries": [
         {"type": "Polygon", "coordinates": [)" +
-    g_square + "," + g_hole + R"(]},
+    kSquare + "," + kHole + R"(]},
         {"type": "Point", "coordinates": [500000.25, 4500000.5, 812.75]}]}}]})";
 
 TEST(GeoJsonFile, Collection_KeepsShapesHolesAndPropertiesInOrder) {
-    const VectorLayer layer = ReadContent("\xEF\xBB\xBF" + g_collection);
+    const VectorLayer layer = ReadContent("\xEF\xBB\xBF" + kCollection);
     ASSERT_EQ(layer.features.size(), 1u);
     EXPECT_EQ(layer.skippedFeatures, 2u);
     EXPECT_TRUE(layer.hasElevations);
@@ -72,8 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ShapeCase{"Point", "[9,9]", 1, 0, 0}, ShapeCase{"MultiPoint", "[[9,9],[1,2]]", 2, 0, 0},
                     ShapeCase{"LineString", "[[0,0],[9,9]]", 0, 1, 0},
                     ShapeCase{"MultiLineString", "[[[0,0],[9,9]],[[1,1],[2,2],[3,3]]]", 0, 2, 0},
-                    ShapeCase{"Polygon", "[" + g_square + "]", 0, 0, 1},
-                    ShapeCase{"MultiPolygon", "[[" + g_square + "," + g_hole + "],[" + g_hole + "]]", 0, 0, 2}),
+                    ShapeCase{"Polygon", "[" + kSquare + "]", 0, 0, 1},
+                    ShapeCase{"MultiPolygon", "[[" + kSquare + "," + kHole + "],[" + kHole + "]]", 0, 0, 2}),
     [](const auto& tested) { return std::string(tested.param.type); });
 
 struct JsonDamage {
@@ -121,13 +121,13 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(GeoJsonFile, CutAnywhere_IsRefused) {
-    for (std::size_t length = 0; length < g_collection.size(); ++length) {
-        EXPECT_NE(Complaint(ReadGeoJsonFile, g_collection.substr(0, length), ".geojson"), "") << "cut to " << length;
+    for (std::size_t length = 0; length < kCollection.size(); ++length) {
+        EXPECT_NE(Complaint(ReadGeoJsonFile, kCollection.substr(0, length), ".geojson"), "") << "cut to " << length;
     }
 }
 
 TEST(GeoJsonFile, RandomDamage_NeverDoesMoreThanRefuse) {
-    EXPECT_GT(CountRefusedMutations(ReadGeoJsonFile, g_collection, ".geojson"), 0);
+    EXPECT_GT(CountRefusedMutations(ReadGeoJsonFile, kCollection, ".geojson"), 0);
 }
 
 } // namespace

@@ -16,7 +16,7 @@ struct FormatCase {
     std::size_t colorAt;
 };
 
-constexpr FormatCase g_formats[] = {
+constexpr FormatCase kFormats[] = {
     {0, 2, 20, 0}, {1, 2, 28, 0},  {2, 2, 26, 20}, {3, 2, 34, 28}, {4, 3, 57, 0},   {5, 3, 63, 28},
     {6, 4, 30, 0}, {7, 4, 36, 30}, {8, 4, 38, 30}, {9, 4, 59, 0},  {10, 4, 67, 30},
 };
@@ -29,7 +29,7 @@ struct LasPoint {
     std::uint16_t red, green, blue;
 };
 
-const std::vector<LasPoint> g_points = {
+const std::vector<LasPoint> kPoints = {
     {-2147483647, 450000000, 1234, 65535, 2, false, 0x1200, 0x3400, 0x5600},
     {50000000, 7, -500, 10, 31, true, 0xFFFF, 0xFFFF, 0xFFFF},
     {50000001, 450000001, 9999, 1, 9, false, 0xFF00, 0x00FF, 0x0100},
@@ -40,7 +40,7 @@ struct LasVariation {
     int minorVersion = 2;
     std::uint16_t extraBytes = 0; // appended to each record, as files may
     std::uint32_t gapBytes = 0;   // between header and points, where variable records stand
-    std::uint64_t promised = g_points.size();
+    std::uint64_t promised = kPoints.size();
     bool legacyCountOnly = false;
 };
 
@@ -53,7 +53,7 @@ std::string BuildLas(const FormatCase& format, const std::vector<LasPoint>& poin
     const std::size_t pointsAt = HeaderBytes(variation.minorVersion) + variation.gapBytes;
     const auto recordBytes = static_cast<std::uint16_t>(format.recordBytes + variation.extraBytes);
     const bool wideCount = variation.minorVersion == 4 && !variation.legacyCountOnly;
-    CBytes las;
+    FileBytes las;
     las.PutText("LASF").FillTo(24).Put<std::uint8_t>(1).Put(static_cast<std::uint8_t>(variation.minorVersion));
     las.FillTo(94).Put(static_cast<std::uint16_t>(HeaderBytes(variation.minorVersion)));
     las.Put(static_cast<std::uint32_t>(pointsAt)).Put<std::uint32_t>(0);
@@ -81,7 +81,7 @@ std::string BuildLas(const FormatCase& format, const std::vector<LasPoint>& poin
 }
 
 PointCloud ReadContent(const std::string& content) {
-    const CTemporaryFile file(".las", content);
+    const TemporaryFile file(".las", content);
     return ReadLasFile(file.Path());
 }
 
@@ -95,7 +95,7 @@ TEST_P(LasFormat, AllFieldsArriveAndWithheldPointsDoNot) {
     variation.minorVersion = format.minorVersion;
     variation.extraBytes = 3;
     variation.gapBytes = 54;
-    const PointCloud cloud = ReadContent(BuildLas(format, g_points, variation));
+    const PointCloud cloud = ReadContent(BuildLas(format, kPoints, variation));
 
     const std::vector<Position> expected = {{-2147483647 * 0.01 + 500000.0, 8500000.0, 1234 * 0.01 + 100.0},
                                             {50000001 * 0.01 + 500000.0, 450000001 * 0.01 + 4000000.0, 199.99}};
@@ -112,13 +112,13 @@ TEST_P(LasFormat, AllFieldsArriveAndWithheldPointsDoNot) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllFormats, LasFormat, testing::ValuesIn(g_formats),
+INSTANTIATE_TEST_SUITE_P(AllFormats, LasFormat, testing::ValuesIn(kFormats),
                          [](const auto& tested) { return "Format" + std::to_string(tested.param.format); });
 
 TEST(LasFile, ClassesAbove31_NeedTheNewerFormats) {
     LasVariation variation;
     variation.minorVersion = 4;
-    EXPECT_EQ(ReadContent(BuildLas(g_formats[6], {{1, 2, 3, 1, 200, false, 0, 0, 0}}, {4, 0, 0, 1})).classes[0], 200);
+    EXPECT_EQ(ReadContent(BuildLas(kFormats[6], {{1, 2, 3, 1, 200, false, 0, 0, 0}}, {4, 0, 0, 1})).classes[0], 200);
 }
 
 // Files of either habit look all black, or black but for the noise, when they are read in the other.
@@ -126,16 +126,16 @@ TEST(LasFile, EightBitColorsInSixteenBitFields_KeepTheirBrightness) {
     std::vector<LasPoint> points = {{0, 0, 0, 0, 0, false, 200, 255, 3}, {1, 1, 1, 0, 0, false, 0, 128, 1}};
     LasVariation variation;
     variation.promised = points.size();
-    const std::string narrow = BuildLas(g_formats[2], points, variation);
+    const std::string narrow = BuildLas(kFormats[2], points, variation);
     EXPECT_EQ(ReadContent(narrow).colors, (std::vector<Rgb>{{200, 255, 3}, {0, 128, 1}}));
 
     points[1].green = 0x8000;
-    const std::string wide = BuildLas(g_formats[2], points, variation);
+    const std::string wide = BuildLas(kFormats[2], points, variation);
     EXPECT_EQ(ReadContent(wide).colors, (std::vector<Rgb>{{0, 0, 0}, {0, 0x80, 0}}));
 }
 
 TEST(LasFile, AttributesThatAreZeroEverywhere_CountAsAbsent) {
-    const PointCloud cloud = ReadContent(BuildLas(g_formats[3], {{1, 2, 3, 0, 0, false, 0, 0, 0}}, {2, 0, 0, 1}));
+    const PointCloud cloud = ReadContent(BuildLas(kFormats[3], {{1, 2, 3, 0, 0, false, 0, 0, 0}}, {2, 0, 0, 1}));
     EXPECT_EQ(cloud.Count(), 1u);
     EXPECT_FALSE(cloud.HasColors() || cloud.HasClasses() || cloud.HasIntensities());
 }
@@ -144,7 +144,7 @@ TEST(LasFile, Version14WithOnlyTheOldCount_IsReadByIt) {
     LasVariation variation;
     variation.minorVersion = 4;
     variation.legacyCountOnly = true;
-    EXPECT_EQ(ReadContent(BuildLas(g_formats[1], g_points, variation)).Count(), 2u);
+    EXPECT_EQ(ReadContent(BuildLas(kFormats[1], kPoints, variation)).Count(), 2u);
 }
 
 /// A good file with bytes replaced, and what must be said about it.
@@ -160,7 +160,7 @@ class DamagedLas : public testing::TestWithParam<LasDamage> {};
 TEST_P(DamagedLas, IsRefusedWithItsReason) {
     LasVariation variation;
     variation.minorVersion = 4;
-    std::string content = BuildLas(g_formats[7], g_points, variation);
+    std::string content = BuildLas(kFormats[7], kPoints, variation);
     content.replace(GetParam().offset, GetParam().replacement.size(), GetParam().replacement);
     const std::string complaint = Complaint(ReadLasFile, content, ".las");
     EXPECT_NE(complaint.find(GetParam().complaint), std::string::npos) << complaint;
@@ -171,26 +171,26 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(LasDamage{"signature", 0, "LAZF", "not a LAS file"},
                     LasDamage{"version", 25, "\x05", "version 1.5"}, LasDamage{"compressed", 104, "\x87", "compressed"},
                     LasDamage{"format", 104, "\x0B", "point format 11"},
-                    LasDamage{"recordTooShort", 105, CBytes().Put<std::uint16_t>(35).Content(), "needs 36"},
-                    LasDamage{"pointsInHeader", 96, CBytes().Put<std::uint32_t>(374).Content(), "within its header"},
-                    LasDamage{"pointsBeyondEnd", 96, CBytes().Put(~0u).Content(), "from byte 4294967295"},
-                    LasDamage{"absurdCount", 247, CBytes().Put(~std::uint64_t{0}).Content(),
+                    LasDamage{"recordTooShort", 105, FileBytes().Put<std::uint16_t>(35).Content(), "needs 36"},
+                    LasDamage{"pointsInHeader", 96, FileBytes().Put<std::uint32_t>(374).Content(), "within its header"},
+                    LasDamage{"pointsBeyondEnd", 96, FileBytes().Put(~0u).Content(), "from byte 4294967295"},
+                    LasDamage{"absurdCount", 247, FileBytes().Put(~std::uint64_t{0}).Content(),
                               "promises 18446744073709551615 points but holds 3"},
-                    LasDamage{"zeroScale", 131, CBytes().Put(0.0).Content(), "scale"},
-                    LasDamage{"endlessOffset", 155, CBytes().Put(std::numeric_limits<double>::infinity()).Content(),
+                    LasDamage{"zeroScale", 131, FileBytes().Put(0.0).Content(), "scale"},
+                    LasDamage{"endlessOffset", 155, FileBytes().Put(std::numeric_limits<double>::infinity()).Content(),
                               "scale or offset"}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(LasFile, CutAnywhere_IsRefused) {
-    for (const FormatCase& format : {g_formats[2], g_formats[4], g_formats[10]}) {
+    for (const FormatCase& format : {kFormats[2], kFormats[4], kFormats[10]}) {
         LasVariation variation;
         variation.minorVersion = format.minorVersion;
-        const std::string content = BuildLas(format, g_points, variation);
+        const std::string content = BuildLas(format, kPoints, variation);
         for (std::size_t length = 0; length < content.size(); ++length) {
             EXPECT_NE(Complaint(ReadLasFile, content.substr(0, length), ".las"), "") << "cut to " << length;
         }
     }
-    const std::string oneShort = BuildLas(g_formats[0], g_points, {});
+    const std::string oneShort = BuildLas(kFormats[0], kPoints, {});
     EXPECT_NE(
         Complaint(ReadLasFile, oneShort.substr(0, oneShort.size() - 1), ".las").find("promises 3 points but holds 2"),
         std::string::npos);
@@ -199,7 +199,7 @@ TEST(LasFile, CutAnywhere_IsRefused) {
 TEST(LasFile, RandomDamage_NeverDoesMoreThanRefuse) {
     LasVariation variation;
     variation.minorVersion = 4;
-    const std::string content = BuildLas(g_formats[7], g_points, variation);
+    const std::string content = BuildLas(kFormats[7], kPoints, variation);
     EXPECT_GT(CountRefusedMutations(ReadLasFile, content, ".las"), 0);
 }
 

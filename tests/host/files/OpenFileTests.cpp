@@ -15,7 +15,7 @@ struct KindCase {
 class Kind : public testing::TestWithParam<KindCase> {};
 
 TEST_P(Kind, IsTakenFromTheContentAndOnlyThenFromTheName) {
-    const CTemporaryFile file(GetParam().ending, GetParam().content);
+    const TemporaryFile file(GetParam().ending, GetParam().content);
     EXPECT_EQ(DetectKind(file.Path()), GetParam().kind);
 }
 
@@ -37,11 +37,11 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Kind,
 // The viewer's users keep their data under names in their own languages.
 TEST(OpenFile, NameOutsideAnyCodePage_OpensAndIsReported) {
     const std::filesystem::path ending(u8"_Höhe_高さ.ply");
-    const CTemporaryFile good(ending, "ply\nformat ascii 1.0\nelement vertex 1\nproperty int x\nproperty int y\n"
-                                      "property int z\nend_header\n1 2 3\n");
+    const TemporaryFile good(ending, "ply\nformat ascii 1.0\nelement vertex 1\nproperty int x\nproperty int y\n"
+                                     "property int z\nend_header\n1 2 3\n");
     EXPECT_EQ(OpenPointCloud(good.Path()).positions.at(0), (Position{1, 2, 3}));
 
-    const CTemporaryFile bad(ending, "ply\n");
+    const TemporaryFile bad(ending, "ply\n");
     try {
         OpenPointCloud(bad.Path());
         FAIL() << "a file without a header was accepted";

@@ -9,7 +9,7 @@ namespace OrrinViewer {
 namespace {
 
 PointCloud ReadContent(const std::string& content) {
-    const CTemporaryFile file(".ply", content);
+    const TemporaryFile file(".ply", content);
     return ReadPlyFile(file.Path());
 }
 
@@ -17,10 +17,10 @@ std::string AsciiPly(const std::string& elements, const std::string& rows) {
     return "ply\nformat ascii 1.0\n" + elements + "end_header\n" + rows;
 }
 
-const std::string g_xyz = "property double x\nproperty double y\nproperty double z\n";
+const std::string kXyz = "property double x\nproperty double y\nproperty double z\n";
 
 /// Appends a value as one of the types by its name in the header.
-void PutAs(CBytes& bytes, const std::string& type, int value) {
+void PutAs(FileBytes& bytes, const std::string& type, int value) {
     if (type == "char" || type == "int8" || type == "uchar" || type == "uint8") {
         bytes.Put(static_cast<std::uint8_t>(value));
     } else if (type == "short" || type == "int16" || type == "ushort" || type == "uint16") {
@@ -37,7 +37,7 @@ void PutAs(CBytes& bytes, const std::string& type, int value) {
 /// One vertex with lists everywhere: in an element before it, in the vertex itself, and in an element after it. Its
 /// coordinates stand out of order and have the given type; they are 3, y and 100.
 std::string BuildBinaryPly(bool bigEndian, const std::string& type, int y) {
-    CBytes bytes(bigEndian);
+    FileBytes bytes(bigEndian);
     bytes.PutText(std::string("ply\r\nformat binary_") + (bigEndian ? "big" : "little") + "_endian 1.0\r\n");
     bytes.PutText("comment element vertex 7\r\nobj_info made by a test\r\n");
     bytes.PutText("element strip 2\r\nproperty ushort kind\r\nproperty list ushort short steps\r\n");
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(TypesAndOrders, BinaryPly, testing::ValuesIn(AllBinaryC
 TEST(PlyFile, AsciiRows_AreReadWithTheirLists) {
     const PointCloud cloud = ReadContent(
         AsciiPly("element edge 1\nproperty list uchar int ends\nelement vertex 3\nproperty list uchar float tags\n" +
-                     g_xyz + "property float nx\nproperty uchar classification\n",
+                     kXyz + "property float nx\nproperty uchar classification\n",
                  "2 0 1\n\n1 0.5 500000.123456789 +4e6 -1.5e-3 0 2\r\n0\t1 2 3\t0 255\n0 nan 2 3 0 9"));
     EXPECT_EQ(cloud.positions, (std::vector<Position>{{500000.123456789, 4000000.0, -0.0015}, {1.0, 2.0, 3.0}}));
     EXPECT_EQ(cloud.classes, (std::vector<std::uint8_t>{2, 255}));
@@ -115,7 +115,7 @@ class PlyColor : public testing::TestWithParam<ColorCase> {};
 
 TEST_P(PlyColor, BecomesEightBits) {
     const PointCloud cloud = ReadContent(
-        AsciiPly("element vertex 1\n" + g_xyz + GetParam().properties, std::string("1 2 3 ") + GetParam().row + "\n"));
+        AsciiPly("element vertex 1\n" + kXyz + GetParam().properties, std::string("1 2 3 ") + GetParam().row + "\n"));
     EXPECT_EQ(cloud.colors, std::vector<Rgb>{GetParam().expected});
 }
 
@@ -141,8 +141,8 @@ INSTANTIATE_TEST_SUITE_P(
 // Makers mark points that nobody labelled with -1.
 TEST(PlyFile, LabelsOutsideAByte_MeanNoClass) {
     const PointCloud cloud = ReadContent(
-        AsciiPly("element vertex 4\n" + g_xyz + "property int label\n", "0 0 0 -1\n0 0 0 0\n0 0 0 254\n0 0 0 4711\n"));
-    EXPECT_EQ(cloud.classes, (std::vector<std::uint8_t>{g_noClass, 0, 254, g_noClass}));
+        AsciiPly("element vertex 4\n" + kXyz + "property int label\n", "0 0 0 -1\n0 0 0 0\n0 0 0 254\n0 0 0 4711\n"));
+    EXPECT_EQ(cloud.classes, (std::vector<std::uint8_t>{kNoClass, 0, 254, kNoClass}));
 }
 
 struct PlyDamage {
@@ -158,7 +158,7 @@ TEST_P(DamagedPly, IsRefusedWithItsReason) {
     EXPECT_NE(complaint.find(GetParam().complaint), std::string::npos) << complaint;
 }
 
-const std::string g_littleHeader = "ply\nformat binary_little_endian 1.0\n";
+const std::string kLittleHeader = "ply\nformat binary_little_endian 1.0\n";
 
 INSTANTIATE_TEST_SUITE_P(
     Everywhere, DamagedPly,
@@ -176,20 +176,20 @@ INSTANTIATE_TEST_SUITE_P(
         PlyDamage{"noHeight", AsciiPly("element vertex 0\nproperty float x\nproperty float y\n", ""), "lack x, y or z"},
         PlyDamage{"fractionalCount", AsciiPly("element face 1\nproperty list float int v\n", ""),
                   "cannot be a fraction"},
-        PlyDamage{"word", AsciiPly("element vertex 1\n" + g_xyz, "1 2 three\n"), "line 8: 'three' is not a number"},
-        PlyDamage{"rowTooShort", AsciiPly("element vertex 2\n" + g_xyz, "1 2 3\n4 5\n6\n"), "line 9: no value for 'z'"},
-        PlyDamage{"rowTooLong", AsciiPly("element vertex 1\n" + g_xyz, "1 2 3 4\n"), "line 8: more values"},
-        PlyDamage{"rowsMissing", AsciiPly("element vertex 3\n" + g_xyz, "10 20 30\n40 50 60\n"), "ends after line 9"},
-        PlyDamage{"absurdAsciiCount", AsciiPly("element vertex 999999999999999\n" + g_xyz, "1 2 3\n"),
+        PlyDamage{"word", AsciiPly("element vertex 1\n" + kXyz, "1 2 three\n"), "line 8: 'three' is not a number"},
+        PlyDamage{"rowTooShort", AsciiPly("element vertex 2\n" + kXyz, "1 2 3\n4 5\n6\n"), "line 9: no value for 'z'"},
+        PlyDamage{"rowTooLong", AsciiPly("element vertex 1\n" + kXyz, "1 2 3 4\n"), "line 8: more values"},
+        PlyDamage{"rowsMissing", AsciiPly("element vertex 3\n" + kXyz, "10 20 30\n40 50 60\n"), "ends after line 9"},
+        PlyDamage{"absurdAsciiCount", AsciiPly("element vertex 999999999999999\n" + kXyz, "1 2 3\n"),
                   "promises 999999999999999 points but holds at most 1"},
         PlyDamage{"absurdBinaryCount",
-                  g_littleHeader + "element vertex 18446744073709551615\n" + g_xyz + "end_header\n" +
+                  kLittleHeader + "element vertex 18446744073709551615\n" + kXyz + "end_header\n" +
                       std::string(48, 'a'),
                   "promises 18446744073709551615 points but holds 2"},
         PlyDamage{"listLongerThanFile",
-                  g_littleHeader + "element face 1\nproperty list int double v\nend_header\n" + "\xFF\xFF\xFF\x7F",
+                  kLittleHeader + "element face 1\nproperty list int double v\nend_header\n" + "\xFF\xFF\xFF\x7F",
                   "the list 'v'"},
-        PlyDamage{"negativeList", g_littleHeader + "element face 1\nproperty list char double v\nend_header\n" + "\xFF",
+        PlyDamage{"negativeList", kLittleHeader + "element face 1\nproperty list char double v\nend_header\n" + "\xFF",
                   "the list 'v'"},
         PlyDamage{"endlessLine", "ply\n" + std::string(5000, 'c'), "line 2: the line goes on"}),
     [](const auto& tested) { return std::string(tested.param.name); });
@@ -201,7 +201,7 @@ TEST(PlyFile, CutAnywhereInItsVertices_IsRefused) {
         EXPECT_NE(Complaint(ReadPlyFile, binary.substr(0, length), ".ply"), "") << "cut to " << length;
     }
     // A text cut within its last number still is a number, so only cuts before that one can be told.
-    const std::string ascii = AsciiPly("element vertex 2\n" + g_xyz, "1 2 3\n4 5 678\n");
+    const std::string ascii = AsciiPly("element vertex 2\n" + kXyz, "1 2 3\n4 5 678\n");
     for (std::size_t length = 0; length < ascii.size() - 4; ++length) {
         EXPECT_NE(Complaint(ReadPlyFile, ascii.substr(0, length), ".ply"), "") << "cut to " << length;
     }
@@ -210,21 +210,21 @@ TEST(PlyFile, CutAnywhereInItsVertices_IsRefused) {
 TEST(PlyFile, RandomDamage_NeverDoesMoreThanRefuse) {
     EXPECT_GT(CountRefusedMutations(ReadPlyFile, BuildBinaryPly(true, "float", 1), ".ply"), 0);
     const std::string ascii =
-        AsciiPly("element vertex 2\n" + g_xyz + "property list uchar int v\n", "1 2 3 1 9\n4 5 6 0\n");
+        AsciiPly("element vertex 2\n" + kXyz + "property list uchar int v\n", "1 2 3 1 9\n4 5 6 0\n");
     EXPECT_GT(CountRefusedMutations(ReadPlyFile, ascii, ".ply"), 0);
 }
 
 // Rows run across the chunks in which a file is read.
 TEST(PlyFile, FileOfManyChunks_KeepsEachPoint) {
-    constexpr int count = 50000;
-    CBytes bytes;
-    bytes.PutText(g_littleHeader + "element vertex " + std::to_string(count) + "\n" + g_xyz + "end_header\n");
-    for (int index = 0; index < count; ++index) {
+    constexpr int kCount = 50000;
+    FileBytes bytes;
+    bytes.PutText(kLittleHeader + "element vertex " + std::to_string(kCount) + "\n" + kXyz + "end_header\n");
+    for (int index = 0; index < kCount; ++index) {
         bytes.Put<double>(index).Put<double>(-index).Put<double>(index * 0.5);
     }
     const PointCloud cloud = ReadContent(bytes.Content());
-    ASSERT_EQ(cloud.Count(), static_cast<std::size_t>(count));
-    for (int index = 0; index < count; ++index) {
+    ASSERT_EQ(cloud.Count(), static_cast<std::size_t>(kCount));
+    for (int index = 0; index < kCount; ++index) {
         ASSERT_EQ(cloud.positions[static_cast<std::size_t>(index)],
                   (Position{static_cast<double>(index), static_cast<double>(-index), index * 0.5}));
     }

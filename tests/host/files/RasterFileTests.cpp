@@ -9,36 +9,36 @@ namespace OrrinViewer {
 namespace {
 
 /// Red and green above, blue and white below.
-const std::vector<std::uint8_t> g_fourPixels = {250, 0, 0, 0, 250, 0, 0, 0, 250, 255, 255, 255};
+const std::vector<std::uint8_t> kFourPixels = {250, 0, 0, 0, 250, 0, 0, 0, 250, 255, 255, 255};
 
 std::string FourPixelPng() {
-    return PngOf(2, 2, g_fourPixels.data());
+    return PngOf(2, 2, kFourPixels.data());
 }
 
 /// A file beside an image, removed with this.
-class CBeside {
+class SidecarFile {
 public:
-    CBeside(std::filesystem::path image, const char* ending, std::string_view content) : m_path(std::move(image)) {
+    SidecarFile(std::filesystem::path image, const char* ending, std::string_view content) : m_path(std::move(image)) {
         m_path.replace_extension(ending);
         std::ofstream(m_path, std::ios::binary) << content;
     }
-    ~CBeside() {
+    ~SidecarFile() {
         std::error_code ignored;
         std::filesystem::remove(m_path, ignored);
     }
-    CBeside(const CBeside&) = delete;
-    CBeside& operator=(const CBeside&) = delete;
+    SidecarFile(const SidecarFile&) = delete;
+    SidecarFile& operator=(const SidecarFile&) = delete;
 
 private:
     std::filesystem::path m_path;
 };
 
-constexpr std::string_view g_halfMetrePixels = "0.5\r\n0\r\n0\r\n-0.5\r\n 500000.25 \r\n+4500000.75\r\n";
+constexpr std::string_view kHalfMetrePixels = "0.5\r\n0\r\n0\r\n-0.5\r\n 500000.25 \r\n+4500000.75\r\n";
 
 // A picture that is half a pixel off, upside down or mirrored makes every outline over it look wrong.
 TEST(RasterFile, ImageLiesWhereItsWorldFileSays) {
-    const CTemporaryFile image(".png", FourPixelPng());
-    const CBeside world(image.Path(), ".pgw", g_halfMetrePixels);
+    const TemporaryFile image(".png", FourPixelPng());
+    const SidecarFile world(image.Path(), ".pgw", kHalfMetrePixels);
     const Raster raster = OpenRaster(image.Path());
     EXPECT_EQ(raster.image.rgba,
               (std::vector<std::uint8_t>{250, 0, 0, 255, 0, 250, 0, 255, 0, 0, 250, 255, 255, 255, 255, 255}));
@@ -49,16 +49,16 @@ TEST(RasterFile, ImageLiesWhereItsWorldFileSays) {
 }
 
 TEST(RasterFile, EveryUsualEndingOfAWorldFileIsFound) {
-    const CTemporaryFile jpeg(".jpeg", "\xFF\xD8\xFF");
+    const TemporaryFile jpeg(".jpeg", "\xFF\xD8\xFF");
     for (const char* ending : {".jgw", ".jpegw", ".wld"}) {
-        const CBeside world(jpeg.Path(), ending, g_halfMetrePixels);
+        const SidecarFile world(jpeg.Path(), ending, kHalfMetrePixels);
         EXPECT_EQ(FindWorldFile(jpeg.Path()).extension(), ending);
     }
     EXPECT_THROW(FindWorldFile(jpeg.Path()), FileError);
 }
 
 TEST(RasterFile, TurnedImagesKeepTheirTurn) {
-    const CTemporaryFile world(".wld", "0\n1\n1\n0\n10.5\n20.5\n"); // columns go north, rows east
+    const TemporaryFile world(".wld", "0\n1\n1\n0\n10.5\n20.5\n"); // columns go north, rows east
     const PixelToMap pixelToMap = ReadWorldFile(world.Path());
     EXPECT_EQ(pixelToMap.At(0, 0), (Position{10, 20, 0}));
     EXPECT_EQ(pixelToMap.At(3, 0), (Position{10, 23, 0}));
@@ -75,8 +75,8 @@ struct BadRaster {
 class BadRasterFile : public testing::TestWithParam<BadRaster> {};
 
 TEST_P(BadRasterFile, IsRefusedWithItsReason) {
-    const CTemporaryFile image(".png", GetParam().image);
-    const CBeside world(image.Path(), ".pgw", GetParam().world);
+    const TemporaryFile image(".png", GetParam().image);
+    const SidecarFile world(image.Path(), ".pgw", GetParam().world);
     try {
         OpenRaster(image.Path());
         FAIL() << "it was accepted";
@@ -162,7 +162,7 @@ TEST(RasterFile, GridBecomesAPictureWithHolesWhereNothingWasMeasured) {
     grid.cellSize = 10.0;
     grid.westX = 105.0;
     grid.northY = 205.0;
-    grid.elevations = {0.0, g_noElevation, 50.0};
+    grid.elevations = {0.0, kNoElevation, 50.0};
     const Raster raster = MakeElevationRaster(grid);
     EXPECT_EQ(raster.Corners()[0], (Position{100, 210, 0}));
     EXPECT_EQ(raster.Corners()[2], (Position{130, 200, 0}));

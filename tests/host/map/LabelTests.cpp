@@ -14,29 +14,29 @@ VectorFeature Area(std::vector<Path> rings) {
     return feature;
 }
 
-const Path g_square = {{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 10, 0}};
-const Path g_hole = {{3, 3, 0}, {3, 7, 0}, {7, 7, 0}, {7, 3, 0}};
+const Path kSquare = {{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 10, 0}};
+const Path kHole = {{3, 3, 0}, {3, 7, 0}, {7, 7, 0}, {7, 3, 0}};
 /// Open to the north; the centroid is in the gap.
-const Path g_horseshoe = {{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {9, 10, 0}, {9, 1, 0}, {1, 1, 0}, {1, 10, 0}, {0, 10, 0}};
+const Path kHorseshoe = {{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {9, 10, 0}, {9, 1, 0}, {1, 1, 0}, {1, 10, 0}, {0, 10, 0}};
 
 TEST(LabelAnchor, NameOfAnAreaIsInsideIt) {
     const struct {
         const char* name;
         std::vector<Path> rings;
-    } cases[] = {{"square", {g_square}}, {"courtyard", {g_square, g_hole}}, {"horseshoe", {g_horseshoe}}};
+    } cases[] = {{"square", {kSquare}}, {"courtyard", {kSquare, kHole}}, {"horseshoe", {kHorseshoe}}};
     for (const auto& test : cases) {
         const VectorFeature feature = Area(test.rings);
         const Position anchor = FindLabelAnchor(feature);
         EXPECT_TRUE(IsInside(feature.polygons[0], anchor.x, anchor.y))
             << test.name << " " << anchor.x << " " << anchor.y;
     }
-    EXPECT_FALSE(IsInside(Area({g_square, g_hole}).polygons[0], 5, 5));
-    EXPECT_EQ(FindSignedArea(g_square), 100.0);
-    EXPECT_EQ(FindSignedArea(g_hole), -16.0);
+    EXPECT_FALSE(IsInside(Area({kSquare, kHole}).polygons[0], 5, 5));
+    EXPECT_EQ(FindSignedArea(kSquare), 100.0);
+    EXPECT_EQ(FindSignedArea(kHole), -16.0);
 }
 
 TEST(LabelAnchor, CentroidKeepsItsDigitsAtGridCoordinates) {
-    Path shifted = g_square;
+    Path shifted = kSquare;
     for (Position& corner : shifted) {
         corner.x = corner.x * 0.1 + 500'000;
         corner.y = corner.y * 0.1 + 4'500'000;
@@ -47,7 +47,7 @@ TEST(LabelAnchor, CentroidKeepsItsDigitsAtGridCoordinates) {
 }
 
 TEST(LabelAnchor, TakesTheLargestPartAndTheMiddleOfALine) {
-    VectorFeature islands = Area({g_hole});
+    VectorFeature islands = Area({kHole});
     islands.polygons.push_back({{{{100, 0, 0}, {120, 0, 0}, {120, 20, 0}, {100, 20, 0}}}});
     EXPECT_EQ(FindLabelAnchor(islands), (Position{110, 10, 0}));
 

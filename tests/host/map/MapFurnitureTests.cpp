@@ -11,7 +11,7 @@ namespace OrrinViewer {
 namespace {
 
 /// Letters of seven pixels, so that the test needs no font.
-const TextSizes g_sizes = {[](const std::string& text) { return 7.0 * static_cast<double>(text.size()); }, 9.0, 3.0};
+const TextSizes kSizes = {[](const std::string& text) { return 7.0 * static_cast<double>(text.size()); }, 9.0, 3.0};
 
 MapNavigator Navigate(int width, int height, double west, double south, double east, double north) {
     MapNavigator navigator;
@@ -34,25 +34,25 @@ class Furniture : public testing::TestWithParam<View> {};
 TEST_P(Furniture, TextsAreWholeApartAndWhereTheySay) {
     const View& view = GetParam();
     const MapNavigator navigator = Navigate(view.width, view.height, view.west, view.south, view.east, view.north);
-    const MapFurniture furniture = LayOutMapFurniture(navigator, MapUnits::Metres, g_sizes);
+    const MapFurniture furniture = LayOutMapFurniture(navigator, MapUnits::Metres, kSizes);
     std::vector<PixelText> texts = furniture.texts;
-    texts.push_back(LayOutPosition(navigator, navigator.PositionAt(1, 1), g_sizes));
+    texts.push_back(LayOutPosition(navigator, navigator.PositionAt(1, 1), kSizes));
     for (std::size_t one = 0; one < texts.size(); ++one) {
         const PixelText& text = texts[one];
-        const double right = text.x + g_sizes.width(text.text);
+        const double right = text.x + kSizes.width(text.text);
         EXPECT_GE(text.x, 0.0) << text.text;
-        EXPECT_GE(text.y - g_sizes.descent, 0.0) << text.text;
+        EXPECT_GE(text.y - kSizes.descent, 0.0) << text.text;
         EXPECT_LE(right, view.width) << text.text;
-        EXPECT_LE(text.y + g_sizes.ascent, view.height) << text.text;
+        EXPECT_LE(text.y + kSizes.ascent, view.height) << text.text;
         for (std::size_t other = 0; other < one; ++other) {
-            const bool apart = right < texts[other].x || texts[other].x + g_sizes.width(texts[other].text) < text.x ||
-                               std::abs(text.y - texts[other].y) >= g_sizes.ascent + g_sizes.descent;
+            const bool apart = right < texts[other].x || texts[other].x + kSizes.width(texts[other].text) < text.x ||
+                               std::abs(text.y - texts[other].y) >= kSizes.ascent + kSizes.descent;
             EXPECT_TRUE(apart) << text.text << " and " << texts[other].text;
         }
     }
     // A coordinate along the lower edge stands under its place on the map.
     const auto lower = std::count_if(furniture.texts.begin(), furniture.texts.end(), [&](const PixelText& text) {
-        const double middle = text.x + g_sizes.width(text.text) * 0.5;
+        const double middle = text.x + kSizes.width(text.text) * 0.5;
         return text.y == furniture.texts.front().y &&
                std::abs(navigator.PixelAt({std::stod(text.text), 0.0, 0.0}).x - middle) <= 1.0;
     });

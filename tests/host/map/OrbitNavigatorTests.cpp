@@ -32,7 +32,7 @@ TEST(OrbitNavigator, FitShowsAllCornersAndNoMuchMore) {
             const Position ahead{-eye.x / distance, -eye.y / distance, -eye.z / distance};
             const double level = std::hypot(ahead.x, ahead.y);
             const Position right{ahead.y / level, -ahead.x / level, 0.0};
-            const double halfTangent = std::tan(OrbitNavigator::fieldOfViewDegrees * std::numbers::pi / 360.0);
+            const double halfTangent = std::tan(OrbitNavigator::kFieldOfViewDegrees * std::numbers::pi / 360.0);
             double farthestOut = 0.0;
             for (int corner = 0; corner < 8; ++corner) {
                 const Position center = extent.Center();

@@ -12,31 +12,31 @@ namespace {
 
 using Color = std::array<int, 3>;
 
-constexpr Color g_upperLeft = {250, 0, 0};
-constexpr Color g_upperRight = {0, 250, 0};
-constexpr Color g_lowerLeft = {0, 0, 250};
-constexpr Color g_lowerRight = {250, 250, 250};
-constexpr Color g_outline = {255, 176, 64};
+constexpr Color kUpperLeft = {250, 0, 0};
+constexpr Color kUpperRight = {0, 250, 0};
+constexpr Color kLowerLeft = {0, 0, 250};
+constexpr Color kLowerRight = {250, 250, 250};
+constexpr Color kOutline = {255, 176, 64};
 /// Of the first feature's area.
-constexpr Color g_firstFill = {232, 120, 40};
+constexpr Color kFirstFill = {232, 120, 40};
 
 class ViewerMap : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
 protected:
     /// A picture of four colours, 100 m wide and high at national-grid coordinates, with its world file.
     fs::path WriteFourColors() const {
-        constexpr int side = 100;
+        constexpr int kSide = 100;
         std::vector<unsigned char> pixels;
-        for (int row = 0; row < side; ++row) {
-            for (int column = 0; column < side; ++column) {
-                const Color& color = row < side / 2 ? (column < side / 2 ? g_upperLeft : g_upperRight)
-                                                    : (column < side / 2 ? g_lowerLeft : g_lowerRight);
+        for (int row = 0; row < kSide; ++row) {
+            for (int column = 0; column < kSide; ++column) {
+                const Color& color = row < kSide / 2 ? (column < kSide / 2 ? kUpperLeft : kUpperRight)
+                                                     : (column < kSide / 2 ? kLowerLeft : kLowerRight);
                 for (const int channel : color) {
                     pixels.push_back(static_cast<unsigned char>(channel));
                 }
             }
         }
         Write("photo.pgw", "1\n0\n0\n-1\n500000.5\n4500099.5\n");
-        return Write("photo.png", PngOf(side, side, pixels.data()));
+        return Write("photo.png", PngOf(kSide, kSide, pixels.data()));
     }
     /// A square around the middle of that picture with a square hole, its rings in either direction.
     fs::path WriteParcel(bool clockwise) const {
@@ -69,15 +69,15 @@ TEST_P(ViewerMap, PictureShowsUnderFilledAreasAndThroughTheirHoles) {
         const Image image = Draw(WithPipeline(
             {photo, WriteParcel(clockwise).wstring(), L"--fill", L"100", L"--area", L"499990,4500010,500110,4500090"}));
         ASSERT_EQ(image.width, 240);
-        EXPECT_EQ(image.At(120 - 90, 80 - 70), g_upperLeft);
-        EXPECT_EQ(image.At(120 + 90, 80 - 70), g_upperRight);
-        EXPECT_EQ(image.At(120 - 90, 80 + 70), g_lowerLeft);
-        EXPECT_EQ(image.At(120 + 90, 80 + 70), g_lowerRight);
+        EXPECT_EQ(image.At(120 - 90, 80 - 70), kUpperLeft);
+        EXPECT_EQ(image.At(120 + 90, 80 - 70), kUpperRight);
+        EXPECT_EQ(image.At(120 - 90, 80 + 70), kLowerLeft);
+        EXPECT_EQ(image.At(120 + 90, 80 + 70), kLowerRight);
         EXPECT_EQ(image.At(120 - 105, 80), image.At(2, 2)) << "beside the picture there is background";
-        EXPECT_EQ(image.At(120 + 40, 80 + 3), g_firstFill);
-        EXPECT_EQ(image.At(120 - 10, 80 - 10), g_upperLeft) << "the hole";
-        EXPECT_EQ(image.At(120 + 10, 80 + 10), g_lowerRight) << "the hole";
-        EXPECT_TRUE(image.HasNear(120 + 60, 80, g_outline));
+        EXPECT_EQ(image.At(120 + 40, 80 + 3), kFirstFill);
+        EXPECT_EQ(image.At(120 - 10, 80 - 10), kUpperLeft) << "the hole";
+        EXPECT_EQ(image.At(120 + 10, 80 + 10), kLowerRight) << "the hole";
+        EXPECT_TRUE(image.HasNear(120 + 60, 80, kOutline));
     }
 }
 
