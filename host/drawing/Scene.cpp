@@ -1,9 +1,6 @@
 #include "Scene.h"
 
-#include "ElevationRaster.h"
 #include "PolygonFill.h"
-#include "files/FileError.h"
-#include "files/OpenFile.h"
 
 #include <cmath>
 #include <utility>
@@ -17,79 +14,26 @@ constexpr Rgb kOutline{255, 176, 64};
 constexpr float kOutlineWidthPixels = 1.0F;
 constexpr float kSymbolSizePixels = 5.0F;
 
-/// True where the positions can be longitudes and latitudes in degrees.
-bool FitsTheGlobe(const Extent& extent) {
-    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
-}
-
 } // namespace
 
-void Scene::Load(const ViewerOptions& options) {
-    m_pointSizePixels = options.pointSizePixels;
-    m_exaggeration = options.exaggeration;
-    m_fillOpacity = options.fillPercent / 100.0;
-    for (const std::filesystem::path& file : options.files) {
-        LoadFile(file, options);
-    }
-    m_origin = m_extent.Center();
-    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
-    const bool areDegrees = !m_layers.empty() && FitsTheGlobe(m_extent);
-    m_units = options.units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres);
-    CollectFeatureLabels(options.labelProperty);
-    if (!m_clouds.empty()) {
-        m_colorMode = options.colorMode.value_or(ChooseColorMode(m_clouds.front().Cloud()));
-    }
-    ColorAllClouds();
+void Scene::AddCloud(PointCloud cloud) {
+    Include(cloud.extent);
+    m_clouds.emplace_back(std::move(cloud));
 }
 
-void Scene::LoadFile(const std::filesystem::path& file, const ViewerOptions& options) {
-    switch (DetectKind(file)) {
-    case FileKind::GeoJson:
-        m_layers.push_back(OpenVectorLayer(file));
-        m_extent.Include(m_layers.back().extent);
-        return;
-    case FileKind::AsciiGrid:
-        LoadElevations(OpenElevationGrid(file), file, options.flat);
-        return;
-    case FileKind::Image:
-        m_rasters.emplace_back(OpenRaster(file), file.wstring(), true);
-        m_extent.Include(m_rasters.back().FindExtent());
-        return;
-    default:
-        break;
-    }
-    if (options.cloudCellSize) {
-        LoadElevations(GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
-        return;
-    }
-    m_clouds.emplace_back(OpenPointCloud(file));
-    m_extent.Include(m_clouds.back().Cloud().extent);
-}
-
-void Scene::LoadElevations(ElevationGrid grid, const std::filesystem::path& file, bool flat) {
-    if (flat) {
-        m_rasters.emplace_back(MakeElevationRaster(grid), file.wstring(), false);
-        m_extent.Include(m_rasters.back().FindExtent());
-        return;
-    }
+void Scene::AddSurface(ElevationGrid grid) {
+    Include(grid.FindExtent());
     m_surfaces.emplace_back(std::move(grid));
-    m_extent.Include(m_surfaces.back().Grid().FindExtent());
 }
 
-void Scene::CollectFeatureLabels(const std::string& property) {
-    if (property.empty()) {
-        return;
-    }
-    m_labels = CollectLabels(m_layers, property);
-    if (!m_labels.empty()) {
-        return;
-    }
-    std::string known;
-    for (const std::string& name : ListProperties(m_layers)) {
-        known += known.empty() ? name : ", " + name;
-    }
-    throw std::runtime_error("No feature has a property " + QuoteForMessage(property) + "; " +
-                             (known.empty() ? "none of them has any" : "there are: " + known));
+void Scene::AddRaster(Raster raster, std::wstring name, bool smooth) {
+    Include(raster.FindExtent());
+    m_rasters.emplace_back(std::move(raster), std::move(name), smooth);
+}
+
+void Scene::AddVectorLayer(VectorLayer layer) {
+    Include(layer.extent);
+    m_layers.push_back(std::move(layer));
 }
 
 std::size_t Scene::CountPoints() const {
@@ -122,6 +66,13 @@ std::size_t Scene::CountPixels() const {
         count += raster.CountPixels();
     }
     return count;
+}
+
+void Scene::ColorClouds(std::optional<ColorMode> mode) {
+    if (!m_clouds.empty()) {
+        m_colorMode = mode.value_or(ChooseColorMode(m_clouds.front().Cloud()));
+    }
+    ColorAllClouds();
 }
 
 const char* Scene::SwitchColors() {
@@ -176,6 +127,11 @@ void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
     for (CloudLayer& cloud : m_clouds) {
         cloud.ReleaseGLObjects(view);
     }
+}
+
+void Scene::Include(const Extent& extent) {
+    m_extent.Include(extent);
+    m_origin = m_extent.Center();
 }
 
 /// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;

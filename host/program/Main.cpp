@@ -1,11 +1,11 @@
+#include "LoadScene.h"
 #include "ShaderFolder.h"
 #include "ViewerOptions.h"
 #include "ViewerSession.h"
-#include "drawing/Scene.h"
 #include "drawing/WideText.h"
-#include "files/FileError.h"
 
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -18,8 +18,7 @@ int PrintMessageBox(const wchar_t* text, const wchar_t* caption, unsigned int /*
 }
 
 int ShowFiles(const OrrinViewer::ViewerOptions& options) {
-    OrrinViewer::Scene scene;
-    scene.Load(options);
+    OrrinViewer::Scene scene = OrrinViewer::LoadScene(options);
     const OrrinViewer::Extent& extent = scene.GetExtent();
     if (extent.IsEmpty()) {
         std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pictures.\n");
