@@ -1,6 +1,6 @@
 #include "CloudLayer.h"
 
-#include "Surface.h"
+#include "Programs.h"
 
 #include <utility>
 

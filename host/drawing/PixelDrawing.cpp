@@ -1,13 +1,8 @@
 #include "PixelDrawing.h"
 
+#include "SceneColors.h"
+
 namespace OrrinViewer {
-
-namespace {
-
-constexpr Rgb kLight{255, 255, 255};
-constexpr Rgb kDark{26, 30, 38};
-
-} // namespace
 
 void SetUpPixelCamera(KTR::COpenGLView& view, int widthPixels, int heightPixels) {
     view.Disable(GL_DEPTH_TEST);
@@ -45,7 +40,7 @@ void DrawPixelTriangles(KTR::COpenGLView& view, const std::vector<PixelTriangle>
 }
 
 void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines) {
-    DrawPixelLines(view, lines, kDark, 3.0);
+    DrawPixelLines(view, lines, kDarkEdge, 3.0);
     DrawPixelLines(view, lines, kLight, 1.0);
 }
 
@@ -56,7 +51,7 @@ void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture) {
         outlines.push_back({triangle[1], triangle[2]});
         outlines.push_back({triangle[2], triangle[0]});
     }
-    DrawPixelLines(view, outlines, kDark, 3.0);
+    DrawPixelLines(view, outlines, kDarkEdge, 3.0);
     DrawPixelLines(view, furniture.lines, kLight, 1.0);
     DrawPixelTriangles(view, furniture.triangles, kLight, 255);
 }

@@ -8,6 +8,10 @@
 
 namespace OrrinViewer {
 
+/// Texts and lines over the map are light with a dark edge, which shows on any ground.
+constexpr Rgb kLight{255, 255, 255};
+constexpr Rgb kDarkEdge{26, 30, 38};
+
 /// By what the points of a cloud are coloured.
 enum class ColorMode {
     Recorded,

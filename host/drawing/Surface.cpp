@@ -1,5 +1,6 @@
 #include "Surface.h"
 
+#include "Programs.h"
 #include "SceneColors.h"
 
 #include <utility>
@@ -41,11 +42,6 @@ void SwitchTwoLights(KTR::COpenGLView& view, bool on) {
 }
 
 } // namespace
-
-bool DrawsWithPrograms(const KTR::COpenGLView& view) {
-    return view.IsCurrentContextOpenGL4OrLater() &&
-           !view.GetContextRecord(view.GetCurrentContextType()).fixedFunctionOnly;
-}
 
 void SetUpSun(KTR::COpenGLView& view) {
     if (!DrawsWithPrograms(view)) {

@@ -9,9 +9,6 @@
 
 namespace OrrinViewer {
 
-/// True when the current context draws with the 4.x programs; not every 4.x context can.
-bool DrawsWithPrograms(const KTR::COpenGLView& view);
-
 /// Directs the sun for the lit surfaces that follow: from the north-west, half-way up. It stands still over the map, so
 /// call this with the camera in the modelview matrix and nothing else.
 void SetUpSun(KTR::COpenGLView& view);

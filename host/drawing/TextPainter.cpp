@@ -1,6 +1,7 @@
 #include "TextPainter.h"
 
-#include "Surface.h"
+#include "Programs.h"
+#include "SceneColors.h"
 #include "WideText.h"
 
 #include <algorithm>
@@ -9,8 +10,6 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr Rgb kTextColor{255, 255, 255};
-constexpr Rgb kEdgeColor{26, 30, 38};
 constexpr double kPointsPerInch = 72.0;
 
 } // namespace
@@ -70,8 +69,8 @@ void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& tex
     }
     static const std::vector<Position> around = {{-1, -1, 0}, {0, -1, 0}, {1, -1, 0}, {-1, 0, 0},
                                                  {1, 0, 0},   {-1, 1, 0}, {0, 1, 0},  {1, 1, 0}};
-    DrawShifted(view, texts, kEdgeColor, around);
-    DrawShifted(view, texts, kTextColor, {Position{}});
+    DrawShifted(view, texts, kDarkEdge, around);
+    DrawShifted(view, texts, kLight, {Position{}});
 }
 
 void TextPainter::DrawShifted(KTR::COpenGLView& view, const std::vector<PixelText>& texts, const Rgb& color,

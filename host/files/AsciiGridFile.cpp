@@ -2,10 +2,10 @@
 
 #include "FileError.h"
 #include "InputFile.h"
+#include "TextParsing.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -15,19 +15,8 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\v\f";
 /// A row of a hundred thousand cells is one line of the usual programs.
 constexpr std::size_t kLongestLine = 1u << 24;
-
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& character : lower) {
-        if (character >= 'A' && character <= 'Z') {
-            character = static_cast<char>(character - 'A' + 'a');
-        }
-    }
-    return lower;
-}
 
 struct HeaderEntry {
     std::string_view name;
@@ -148,29 +137,15 @@ private:
 
     /// Moves to the next word; at the end of the file there is none, and the word is empty.
     bool NextWord() {
-        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
-        while (m_rest.empty()) {
+        m_word = TakeWord(m_rest);
+        while (m_word.empty()) {
             if (!m_file.ReadLine(m_line, kLongestLine)) {
-                m_word = {};
                 return false;
             }
             m_rest = m_line;
-            m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
+            m_word = TakeWord(m_rest);
         }
-        m_word = m_rest.substr(0, m_rest.find_first_of(kBlanks));
-        m_rest.remove_prefix(m_word.size());
         return true;
-    }
-
-    /// from_chars reads the decimal point whatever the user's locale is, but knows no plus sign.
-    static std::optional<double> ParseNumber(std::string_view word) {
-        const std::string_view digits = word.substr(word.starts_with('+') ? 1 : 0);
-        double value = 0.0;
-        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        if (error != std::errc() || end != digits.data() + digits.size()) {
-            return std::nullopt;
-        }
-        return value;
     }
 
     InputFile m_file;

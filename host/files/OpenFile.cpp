@@ -7,6 +7,7 @@
 #include "InputFile.h"
 #include "LasFile.h"
 #include "PlyFile.h"
+#include "TextParsing.h"
 #include "WorldFile.h"
 
 #include <algorithm>
@@ -40,27 +41,23 @@ FileKind KindOfContent(std::string_view beginning) {
 }
 
 FileKind KindOfName(const std::filesystem::path& path) {
-    std::u8string ending = path.extension().u8string();
-    for (char8_t& character : ending) {
-        if (character >= u8'A' && character <= u8'Z') {
-            character = static_cast<char8_t>(character - u8'A' + u8'a');
-        }
-    }
-    if (ending == u8".las" || ending == u8".laz") {
+    const std::u8string extension = path.extension().u8string();
+    const std::string ending = LowerCase(std::string(extension.begin(), extension.end()));
+    if (ending == ".las" || ending == ".laz") {
         return FileKind::Las;
     }
-    if (ending == u8".ply") {
+    if (ending == ".ply") {
         return FileKind::Ply;
     }
-    if (ending == u8".asc") {
+    if (ending == ".asc") {
         return FileKind::AsciiGrid;
     }
-    for (const std::u8string_view imageEnding : {u8".png", u8".jpg", u8".jpeg", u8".tif", u8".tiff"}) {
+    for (const char* imageEnding : {".png", ".jpg", ".jpeg", ".tif", ".tiff"}) {
         if (ending == imageEnding) {
             return FileKind::Image;
         }
     }
-    return ending == u8".geojson" || ending == u8".json" ? FileKind::GeoJson : FileKind::Unknown;
+    return ending == ".geojson" || ending == ".json" ? FileKind::GeoJson : FileKind::Unknown;
 }
 
 } // namespace

@@ -4,11 +4,11 @@
 #include "FileError.h"
 #include "InputFile.h"
 #include "PlyHeader.h"
+#include "TextParsing.h"
 #include "WideColors.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <initializer_list>
 #include <optional>
@@ -32,14 +32,10 @@ struct VertexRoles {
 };
 
 /// The name in lower case and without the "scalar_" that some programs put before their own attributes.
-std::string PlainName(std::string name) {
-    for (char& character : name) {
-        if (character >= 'A' && character <= 'Z') {
-            character = static_cast<char>(character - 'A' + 'a');
-        }
-    }
-    constexpr std::string_view prefix = "scalar_";
-    return name.starts_with(prefix) ? name.substr(prefix.size()) : name;
+std::string PlainName(std::string_view name) {
+    constexpr std::string_view kPrefix = "scalar_";
+    const std::string lower = LowerCase(name);
+    return lower.starts_with(kPrefix) ? lower.substr(kPrefix.size()) : lower;
 }
 
 /// The first scalar property that has one of the names.
@@ -174,7 +170,7 @@ private:
                 values[index] = TakeNumber(property);
             }
         }
-        if (!TakeWord().empty()) {
+        if (!TakeWord(m_rest).empty()) {
             m_file.FailAtLine("more values than the element " + QuoteForMessage(element.name) + " has properties");
         }
     }
@@ -191,29 +187,17 @@ private:
         } while (m_rest.empty());
     }
 
-    std::string_view TakeWord() {
-        m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
-        const std::string_view word = m_rest.substr(0, m_rest.find_first_of(kBlanks));
-        m_rest.remove_prefix(word.size());
-        return word;
-    }
-
     double TakeNumber(const PlyProperty& property) {
-        const std::string_view word = TakeWord();
+        const std::string_view word = TakeWord(m_rest);
         if (word.empty()) {
             m_file.FailAtLine("no value for " + QuoteForMessage(property.name));
         }
-        // from_chars reads the decimal point whatever the user's locale is, but knows no plus sign.
-        const std::string_view digits = word.substr(word.front() == '+' ? 1 : 0);
-        double value = 0.0;
-        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        if (error != std::errc() || end != digits.data() + digits.size()) {
+        const std::optional<double> value = ParseNumber(word);
+        if (!value) {
             m_file.FailAtLine(QuoteForMessage(word) + " is not a number");
         }
-        return value;
+        return *value;
     }
-
-    static constexpr std::string_view kBlanks = " \t\r\v\f";
 
     InputFile& m_file;
     PlyEncoding m_encoding;

@@ -2,10 +2,11 @@
 
 #include "FileError.h"
 #include "InputFile.h"
+#include "TextParsing.h"
 
 #include <array>
-#include <charconv>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,24 +24,13 @@ std::array<std::u8string, 3> WorldFileEndings(const std::filesystem::path& image
     return {shortened, ending + u8"w", u8".wld"};
 }
 
-std::string_view TrimBlanks(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r";
-    const std::size_t first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-double ParseLine(const InputFile& file, const std::string& line) {
-    std::string_view text = TrimBlanks(line);
-    if (text.starts_with('+')) {
-        text.remove_prefix(1);
-    }
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) {
+double ParseLine(const InputFile& file, std::string_view line) {
+    std::string_view rest = line;
+    const std::optional<double> value = ParseNumber(TakeWord(rest));
+    if (!value || !std::isfinite(*value) || !TakeWord(rest).empty()) {
         file.FailAtLine(QuoteForMessage(line) + " is not a number");
     }
-    return value;
+    return *value;
 }
 
 } // namespace

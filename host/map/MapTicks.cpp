@@ -1,10 +1,11 @@
 #include "MapTicks.h"
 
+#include "Angles.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <numbers>
 
 namespace OrrinViewer {
 
@@ -14,10 +15,6 @@ constexpr double kEarthRadiusMetres = 6371008.8;
 constexpr std::array<double, 3> kNiceDigits = {1.0, 2.0, 5.0};
 /// Steps that a division made a hair larger or smaller than they are still count as what they are.
 constexpr double kSlack = 1e-9;
-
-double Radians(double degrees) {
-    return degrees * std::numbers::pi / 180.0;
-}
 
 /// A number with so many digits after the point; without the zeros at its end.
 std::string FormatShortly(double value, int decimals) {

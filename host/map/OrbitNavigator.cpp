@@ -1,7 +1,8 @@
 #include "OrbitNavigator.h"
 
+#include "Angles.h"
+
 #include <algorithm>
-#include <numbers>
 
 namespace OrrinViewer {
 
@@ -17,10 +18,6 @@ constexpr double kClosestRadii = 0.02;
 constexpr double kFarthestRadii = 40.0;
 /// The depth buffer tells little apart when the nearest distance is too small a part of the farthest.
 constexpr double kSmallestNearShare = 1.0 / 2000.0;
-
-double Radians(double degrees) {
-    return degrees * std::numbers::pi / 180.0;
-}
 
 } // namespace
 

@@ -1,9 +1,10 @@
 #include "ViewerOptions.h"
 
+#include "files/TextParsing.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <map>
 
@@ -19,12 +20,11 @@ std::filesystem::path PathFromUtf8(const std::string& text) {
 Extent AreaFromText(const std::string& text) {
     std::vector<double> numbers;
     for (const std::string& part : CLI::detail::split(text, ',')) {
-        double number = 0.0;
-        const auto [end, error] = std::from_chars(part.data(), part.data() + part.size(), number);
-        if (error != std::errc() || end != part.data() + part.size() || !std::isfinite(number)) {
+        const std::optional<double> number = ParseNumber(part);
+        if (!number || !std::isfinite(*number)) {
             throw CLI::ValidationError("--area", "'" + part + "' is not a number");
         }
-        numbers.push_back(number);
+        numbers.push_back(*number);
     }
     if (numbers.size() != 4) {
         throw CLI::ValidationError("--area", "needs four numbers: west,south,east,north");
@@ -47,15 +47,12 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::string area;
 
     CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
-                 "JPEG) and vectors "
-                 "(GeoJSON).",
+                 "JPEG) and vectors (GeoJSON).",
                  "OrrinViewer");
     app.footer(
-        "Mouse: wheel zooms, dragging pans, or turns the 3-D view; on the map Shift and dragging shows a rectangle "
-        "larger, Ctrl and dragging measures. Keys: M lets every dragging measure, V switches between map and 3-D view, "
-        "C "
-        "the colouring, + and - the point size, Home shows "
-        "everything, Esc ends.");
+        "Mouse: wheel zooms, dragging pans, or rotates the 3-D view; on the map Shift and dragging zooms to a "
+        "rectangle, Ctrl and dragging measures. Keys: M lets every dragging measure, V switches between map and 3-D "
+        "view, C the colouring, + and - the point size, Home shows everything, Esc ends.");
     app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
     app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
@@ -73,7 +70,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     app.add_option("--grid", options.cloudCellSize,
                    "Shows clouds as a shaded relief of cells of this size, in the file's units")
         ->check(CLI::PositiveNumber);
-    app.add_flag("--flat", options.flat, "Shows elevations as a coloured picture below everything, not as a relief");
+    app.add_flag("--flat", options.flat, "Shows elevations as a coloured raster below everything, not as a relief");
     app.add_option("--fill", options.fillPercent, "Fills areas; how opaque in percent")->check(CLI::Range(0.0, 100.0));
     app.add_option("--labels", options.labelProperty, "Labels features with this property");
     app.add_option("--font", options.font, "Font family of all texts");

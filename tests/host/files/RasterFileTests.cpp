@@ -1,7 +1,7 @@
 #include "FileTestSupport.h"
-#include "PngText.h"
 #include "drawing/ElevationRaster.h"
 #include "drawing/RasterTiles.h"
+#include "files/ImageFile.h"
 #include "files/OpenFile.h"
 #include "files/WorldFile.h"
 
@@ -12,7 +12,7 @@ namespace {
 const std::vector<std::uint8_t> kFourPixels = {250, 0, 0, 0, 250, 0, 0, 0, 250, 255, 255, 255};
 
 std::string FourPixelPng() {
-    return PngOf(2, 2, kFourPixels.data());
+    return EncodePng(2, 2, kFourPixels);
 }
 
 /// A file beside an image, removed with this.
@@ -48,7 +48,7 @@ TEST(RasterFile, ImageLiesWhereItsWorldFileSays) {
     EXPECT_EQ(raster.Corners()[0], (Position{500'000, 4'500'001, 0})) << "the first row is the northern one";
 }
 
-TEST(RasterFile, EveryUsualEndingOfAWorldFileIsFound) {
+TEST(RasterFile, WorldFileIsFoundUnderEveryUsualExtension) {
     const TemporaryFile jpeg(".jpeg", "\xFF\xD8\xFF");
     for (const char* ending : {".jgw", ".jpegw", ".wld"}) {
         const SidecarFile world(jpeg.Path(), ending, kHalfMetrePixels);
@@ -57,7 +57,7 @@ TEST(RasterFile, EveryUsualEndingOfAWorldFileIsFound) {
     EXPECT_THROW(FindWorldFile(jpeg.Path()), FileError);
 }
 
-TEST(RasterFile, TurnedImagesKeepTheirTurn) {
+TEST(RasterFile, RotatedImage_KeepsItsRotation) {
     const TemporaryFile world(".wld", "0\n1\n1\n0\n10.5\n20.5\n"); // columns go north, rows east
     const PixelToMap pixelToMap = ReadWorldFile(world.Path());
     EXPECT_EQ(pixelToMap.At(0, 0), (Position{10, 20, 0}));
@@ -94,13 +94,13 @@ INSTANTIATE_TEST_SUITE_P(
                     BadRaster{"flatPixels", FourPixelPng(), "1\n1\n1\n1\n0\n0\n", "area"}),
     [](const auto& tested) { return std::string(tested.param.name); });
 
-TEST(RasterFile, DamagedImagesAreRefusedOrReadButNeverCrash) {
+TEST(RasterFile, RandomDamage_NeverDoesMoreThanRefuse) {
     EXPECT_GT(
         CountRefusedMutations([](const std::filesystem::path& path) { OpenRaster(path); }, FourPixelPng(), ".png"), 0);
 }
 
 // A pixel that two tiles show, or none, is a seam across every large picture.
-TEST(RasterTiles, ShowEachPixelOnceAndHoldTheirNeighbours) {
+TEST(RasterTiles, EachPixelIsShownOnce_AndTexturesHoldTheNeighbours) {
     const struct {
         int width, height, largest;
         std::size_t tiles;
@@ -133,7 +133,7 @@ TEST(RasterTiles, ShowEachPixelOnceAndHoldTheirNeighbours) {
 }
 
 // Seen from far away: the picture stays in its place, and neither its edge nor its holes bleed.
-TEST(RasterTiles, SmallerVersionsStayInPlaceAndDoNotBleed) {
+TEST(RasterTiles, PyramidLevelsStayInPlaceAndDoNotBleed) {
     const RasterImage image{3, 2, {200, 0, 0, 255, 100, 0, 0, 255, 9, 9, 9, 255, 0, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 255}};
     const RasterImage half = HalveImage(image);
     EXPECT_EQ(half.width, 2);
@@ -155,7 +155,7 @@ TEST(RasterTiles, SmallerVersionsStayInPlaceAndDoNotBleed) {
 }
 
 // Cells without data must show what lies below, not the colour of elevation 0.
-TEST(RasterFile, GridBecomesAPictureWithHolesWhereNothingWasMeasured) {
+TEST(RasterFile, GridBecomesPixels_TransparentWhereNothingWasMeasured) {
     ElevationGrid grid;
     grid.columns = 3;
     grid.rows = 1;

@@ -1,7 +1,8 @@
 // The viewer as a map: pictures below areas, names, what is around the map, several windows.
 
-#include "../files/PngText.h"
 #include "ViewerProgram.h"
+
+#include "files/ImageFile.h"
 
 #include <array>
 #include <string>
@@ -36,7 +37,7 @@ protected:
             }
         }
         Write("photo.pgw", "1\n0\n0\n-1\n500000.5\n4500099.5\n");
-        return Write("photo.png", PngOf(kSide, kSide, pixels.data()));
+        return Write("photo.png", EncodePng(kSide, kSide, pixels));
     }
     /// A square around the middle of that picture with a square hole, its rings in either direction.
     fs::path WriteParcel(bool clockwise) const {
@@ -63,21 +64,21 @@ INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerMap, testing::Values(L"legacy", L"gl4"
 });
 
 // One metre is two pixels here, and the picture's middle is the window's.
-TEST_P(ViewerMap, PictureShowsUnderFilledAreasAndThroughTheirHoles) {
+TEST_P(ViewerMap, RasterShowsBesideFilledAreasAndThroughTheirHoles) {
     const std::wstring photo = WriteFourColors().wstring();
     for (const bool clockwise : {false, true}) {
-        const Image image = Draw(WithPipeline(
+        const Frame frame = Draw(WithPipeline(
             {photo, WriteParcel(clockwise).wstring(), L"--fill", L"100", L"--area", L"499990,4500010,500110,4500090"}));
-        ASSERT_EQ(image.width, 240);
-        EXPECT_EQ(image.At(120 - 90, 80 - 70), kUpperLeft);
-        EXPECT_EQ(image.At(120 + 90, 80 - 70), kUpperRight);
-        EXPECT_EQ(image.At(120 - 90, 80 + 70), kLowerLeft);
-        EXPECT_EQ(image.At(120 + 90, 80 + 70), kLowerRight);
-        EXPECT_EQ(image.At(120 - 105, 80), image.At(2, 2)) << "beside the picture there is background";
-        EXPECT_EQ(image.At(120 + 40, 80 + 3), kFirstFill);
-        EXPECT_EQ(image.At(120 - 10, 80 - 10), kUpperLeft) << "the hole";
-        EXPECT_EQ(image.At(120 + 10, 80 + 10), kLowerRight) << "the hole";
-        EXPECT_TRUE(image.HasNear(120 + 60, 80, kOutline));
+        ASSERT_EQ(frame.width, 240);
+        EXPECT_EQ(frame.At(120 - 90, 80 - 70), kUpperLeft);
+        EXPECT_EQ(frame.At(120 + 90, 80 - 70), kUpperRight);
+        EXPECT_EQ(frame.At(120 - 90, 80 + 70), kLowerLeft);
+        EXPECT_EQ(frame.At(120 + 90, 80 + 70), kLowerRight);
+        EXPECT_EQ(frame.At(120 - 105, 80), frame.At(2, 2)) << "beside the picture there is background";
+        EXPECT_EQ(frame.At(120 + 40, 80 + 3), kFirstFill);
+        EXPECT_EQ(frame.At(120 - 10, 80 - 10), kUpperLeft) << "the hole";
+        EXPECT_EQ(frame.At(120 + 10, 80 + 10), kLowerRight) << "the hole";
+        EXPECT_TRUE(frame.HasNear(120 + 60, 80, kOutline));
     }
 }
 
@@ -86,11 +87,11 @@ struct Box {
     int left = 10'000, top = 10'000, right = -1, bottom = -1;
 };
 
-Box FindWhite(const Image& image) {
+Box FindWhite(const Frame& frame) {
     Box box;
-    for (int y = 0; y < image.height; ++y) {
-        for (int x = 0; x < image.width; ++x) {
-            if (image.At(x, y) == Color{255, 255, 255}) {
+    for (int y = 0; y < frame.height; ++y) {
+        for (int x = 0; x < frame.width; ++x) {
+            if (frame.At(x, y) == Color{255, 255, 255}) {
                 box = {std::min(box.left, x), std::min(box.top, y), std::max(box.right, x), std::max(box.bottom, y)};
             }
         }
@@ -99,7 +100,7 @@ Box FindWhite(const Image& image) {
 }
 
 // A label that swims over the map while it is moved, or stands beside its area, is worse than none.
-TEST_P(ViewerMap, NameStandsInTheMiddleOfItsAreaAndMovesWithIt) {
+TEST_P(ViewerMap, LabelStandsInTheMiddleOfItsAreaAndMovesWithIt) {
     const fs::path parcel = Write("parcel.geojson", R"({"type": "Feature", "properties": {"NAME": "Hill", "SIZE": 2},
         "geometry": {"type": "Polygon", "coordinates": [[[0, 0], [100, 0], [100, 60], [0, 60], [0, 0]]]}})");
     const auto draw = [&](const wchar_t* area) {
@@ -121,13 +122,13 @@ TEST_P(ViewerMap, NameStandsInTheMiddleOfItsAreaAndMovesWithIt) {
 }
 
 // The coordinates, the scale bar and the arrow: each in its corner, over the same map.
-TEST_P(ViewerMap, FurnitureStandsAroundTheMapOnly) {
+TEST_P(ViewerMap, FurnitureStandsOnlyAroundTheMap) {
     const std::vector<std::wstring> arguments =
         WithPipeline({WriteFourColors().wstring(), L"--area", L"499900,4499950,500200,4500150"});
     std::vector<std::wstring> plainArguments = arguments;
     plainArguments.push_back(L"--plain");
-    const Image furnished = DrawMap(arguments, 600, 400);
-    const Image plain = DrawMap(plainArguments, 600, 400);
+    const Frame furnished = DrawMap(arguments, 600, 400);
+    const Frame plain = DrawMap(plainArguments, 600, 400);
     const auto countChanged = [&](int left, int top, int right, int bottom) {
         int changed = 0;
         for (int y = top; y < bottom; ++y) {
@@ -147,15 +148,16 @@ TEST_P(ViewerMap, FurnitureStandsAroundTheMapOnly) {
 // The second window finds the textures and programs of the first, and shows the same.
 TEST_P(ViewerMap, SeveralWindowsShowTheSame) {
     const fs::path first = Folder() / L"map.png";
-    const Outcome outcome = Run(WithPipeline(
-        {WriteFourColors().wstring(), WriteParcel(false).wstring(),
-         Write("points.ply", Square(500'000, 4'500'000)).wstring(), L"--labels", L"NAME", L"--fill", L"50", L"--width",
-         L"300", L"--height", L"200", L"--windows", L"3", L"--frames", L"2", L"--screenshot", first.wstring()}));
+    const Outcome outcome =
+        Run(WithPipeline({WriteFourColors().wstring(), WriteParcel(false).wstring(),
+                          Write("points.ply", SquareCloud(500'000, 4'500'000)).wstring(), L"--labels", L"NAME",
+                          L"--fill", L"50", L"--width", L"300", L"--height", L"200", L"--windows", L"3", L"--frames",
+                          L"2", L"--screenshot", first.wstring()}));
     ASSERT_EQ(outcome.exitCode, 0) << outcome.errors;
-    const Image image = ReadImage(first);
-    ASSERT_EQ(image.width, 300);
-    EXPECT_EQ(ReadImage(Folder() / L"map-2.png").pixels, image.pixels);
-    EXPECT_EQ(ReadImage(Folder() / L"map-3.png").pixels, image.pixels);
+    const Frame frame = ReadFrame(first);
+    ASSERT_EQ(frame.width, 300);
+    EXPECT_EQ(ReadFrame(Folder() / L"map-2.png").rgba, frame.rgba);
+    EXPECT_EQ(ReadFrame(Folder() / L"map-3.png").rgba, frame.rgba);
 }
 
 } // namespace

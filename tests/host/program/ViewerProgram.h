@@ -4,62 +4,32 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
+#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace OrrinViewer {
 
 namespace fs = std::filesystem;
 
-struct Image {
+/// A frame that the viewer saved.
+struct Frame {
     int width = 0;
     int height = 0;
-    std::vector<unsigned char> pixels; ///< RGB, upper row first
+    std::vector<std::uint8_t> rgba; ///< height × width × 4 bytes, upper row first
 
-    std::array<int, 3> At(int x, int y) const {
-        const std::size_t at =
-            (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 3;
-        return {pixels.at(at), pixels.at(at + 1), pixels.at(at + 2)};
-    }
-    /// Whether the colour occurs within two pixels of the place.
-    bool HasNear(int x, int y, const std::array<int, 3>& color) const {
-        for (int dy = -2; dy <= 2; ++dy) {
-            for (int dx = -2; dx <= 2; ++dx) {
-                if (At(x + dx, y + dy) == color) {
-                    return true;
-                }
-            }
-        }
-        return false;
-    }
+    std::array<int, 3> At(int x, int y) const;
+    /// Whether the colour occurs within two pixels of (x, y).
+    bool HasNear(int x, int y, const std::array<int, 3>& color) const;
 };
 
-/// Reads a PNG file; an image without pixels when there is none.
-Image ReadImage(const fs::path& path);
+/// Reads a PNG file; a frame without pixels when there is none.
+Frame ReadFrame(const fs::path& path);
 
-/// How far two pictures of one size differ: the share of pixels with a channel more than `tolerance` apart.
-inline double ShareOfDifferingPixels(const Image& one, const Image& other, int tolerance) {
-    int differing = 0;
-    for (int y = 0; y < one.height; ++y) {
-        for (int x = 0; x < one.width; ++x) {
-            const auto a = one.At(x, y);
-            const auto b = other.At(x, y);
-            differing += std::abs(a[0] - b[0]) > tolerance || std::abs(a[1] - b[1]) > tolerance ||
-                                 std::abs(a[2] - b[2]) > tolerance
-                             ? 1
-                             : 0;
-        }
-    }
-    return static_cast<double>(differing) / (one.width * one.height);
-}
+/// How far two frames of one size differ: the share of pixels with a channel more than `tolerance` apart.
+double ShareOfDifferingPixels(const Frame& one, const Frame& other, int tolerance);
 
 struct Outcome {
     int exitCode = -1;
@@ -71,96 +41,18 @@ struct Outcome {
 class ViewerProgram : public testing::Test {
 protected:
     ViewerProgram() { fs::create_directories(m_folder); }
-    ~ViewerProgram() override {
-        std::error_code someFileIsStillOpen;
-        fs::remove_all(m_folder, someFileIsStillOpen);
-    }
+    ~ViewerProgram() override;
 
-    fs::path Write(const std::string& name, const std::string& content) const {
-        std::ofstream(m_folder / name, std::ios::binary) << content;
-        return m_folder / name;
-    }
-    static std::string ReadText(const fs::path& path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    }
-    Outcome Run(const std::vector<std::wstring>& arguments) const {
-        // Each run has its own files: the system may hold those of the last one for a moment.
-        static int run = 0;
-        const fs::path outputFile = m_folder / (L"output" + std::to_wstring(++run));
-        const fs::path errorFile = m_folder / (L"errors" + std::to_wstring(run));
-        wchar_t path[MAX_PATH] = {};
-        GetModuleFileNameW(nullptr, path, MAX_PATH);
-        const fs::path viewer = fs::path(path).parent_path() / L"OrrinViewer.exe";
-        std::wstring commandLine = L"\"" + viewer.wstring() + L"\"";
-        for (const std::wstring& argument : arguments) {
-            commandLine += L" \"" + argument + L"\"";
-        }
-        SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-        const auto open = [&](const fs::path& file) {
-            return CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inherit,
-                               CREATE_ALWAYS, 0, nullptr);
-        };
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = open(outputFile);
-        startup.hStdError = open(errorFile);
-        PROCESS_INFORMATION process = {};
-        Outcome outcome;
-        if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                           &process)) {
-            DWORD exitCode = 0;
-            if (WaitForSingleObject(process.hProcess, 60'000) != WAIT_OBJECT_0) {
-                TerminateProcess(process.hProcess, 99);
-                WaitForSingleObject(process.hProcess, 5'000);
-            }
-            GetExitCodeProcess(process.hProcess, &exitCode);
-            outcome.exitCode = static_cast<int>(exitCode);
-            CloseHandle(process.hThread);
-            CloseHandle(process.hProcess);
-        }
-        CloseHandle(startup.hStdOutput);
-        CloseHandle(startup.hStdError);
-        outcome.output = ReadText(outputFile);
-        outcome.errors = ReadText(errorFile);
-        return outcome;
-    }
-    /// Draws files into a picture of 240 by 160 pixels, with nothing around the map.
-    Image Draw(std::vector<std::wstring> arguments) const {
-        arguments.insert(arguments.end(), {L"--plain"});
-        return DrawMap(std::move(arguments), 240, 160);
-    }
-    /// Draws files into a picture of that size, as the arguments say.
-    Image DrawMap(std::vector<std::wstring> arguments, int width, int height) const {
-        const fs::path picture = m_folder / L"picture.png";
-        arguments.insert(arguments.end(), {L"--width", std::to_wstring(width), L"--height", std::to_wstring(height),
-                                           L"--frames", L"2", L"--screenshot", picture.wstring()});
-        const Outcome outcome = Run(arguments);
-        EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
-        return ReadImage(picture);
-    }
     fs::path Folder() const { return m_folder; }
-    /// Four coloured points at the corners of a square of 100 m and one of a fifth colour in its middle.
-    static std::string Square(double x, double y) {
-        std::string text =
-            "ply\nformat ascii 1.0\nelement vertex 5\nproperty double x\nproperty double y\nproperty double "
-            "z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
-        const struct {
-            double dx, dy;
-            const char* color;
-        } points[] = {{0, 0, "250 0 0"},
-                      {100, 0, "0 250 0"},
-                      {0, 100, "0 0 250"},
-                      {100, 100, "250 250 0"},
-                      {50, 50, "0 250 250"}};
-        for (const auto& point : points) {
-            char line[128] = {};
-            std::snprintf(line, sizeof(line), "%.4f %.4f 10.0 %s\n", x + point.dx, y + point.dy, point.color);
-            text += line;
-        }
-        return text;
-    }
+    fs::path Write(const std::string& name, const std::string& content) const;
+    /// Runs the viewer to its end; a minute is enough for any of these.
+    Outcome Run(const std::vector<std::wstring>& arguments) const;
+    /// Draws files into a frame of 240 by 160 pixels, with nothing around the map.
+    Frame Draw(std::vector<std::wstring> arguments) const;
+    /// Draws files into a frame of that size, as the arguments say.
+    Frame DrawMap(std::vector<std::wstring> arguments, int width, int height) const;
+    /// A cloud of four coloured points at the corners of a square of 100 m, and one of a fifth colour in its middle.
+    static std::string SquareCloud(double x, double y);
 
 private:
     fs::path m_folder = fs::temp_directory_path() / (L"orrin_viewer_tests_" + std::to_wstring(GetCurrentProcessId()) +

@@ -9,43 +9,43 @@
 namespace OrrinViewer {
 namespace {
 
-TEST_F(ViewerProgram, DrawsPointsNorthUpInTheirPlacesAndColors) {
-    const Image image =
-        Draw({Write("square.ply", Square(596'000, 243'000)).wstring(), L"--color", L"recorded", L"--point-size", L"4"});
-    ASSERT_EQ(image.width, 240);
-    ASSERT_EQ(image.height, 160);
+TEST_F(ViewerProgram, PointsAreDrawnNorthUpInTheirPlacesAndColors) {
+    const Frame frame = Draw(
+        {Write("square.ply", SquareCloud(596'000, 243'000)).wstring(), L"--color", L"recorded", L"--point-size", L"4"});
+    ASSERT_EQ(frame.width, 240);
+    ASSERT_EQ(frame.height, 160);
     // The square fills the height less the margin: 160 / 1.08 pixels, half of it to each side of the middle.
-    EXPECT_TRUE(image.HasNear(120 - 74, 80 + 74, {250, 0, 0})) << "south-west";
-    EXPECT_TRUE(image.HasNear(120 + 74, 80 + 74, {0, 250, 0})) << "south-east";
-    EXPECT_TRUE(image.HasNear(120 - 74, 80 - 74, {0, 0, 250})) << "north-west";
-    EXPECT_TRUE(image.HasNear(120 + 74, 80 - 74, {250, 250, 0})) << "north-east";
-    EXPECT_TRUE(image.HasNear(120, 80, {0, 250, 250})) << "middle";
+    EXPECT_TRUE(frame.HasNear(120 - 74, 80 + 74, {250, 0, 0})) << "south-west";
+    EXPECT_TRUE(frame.HasNear(120 + 74, 80 + 74, {0, 250, 0})) << "south-east";
+    EXPECT_TRUE(frame.HasNear(120 - 74, 80 - 74, {0, 0, 250})) << "north-west";
+    EXPECT_TRUE(frame.HasNear(120 + 74, 80 - 74, {250, 250, 0})) << "north-east";
+    EXPECT_TRUE(frame.HasNear(120, 80, {0, 250, 250})) << "middle";
 }
 
 // At metres of a national grid, floats alone would move points by a quarter of a metre.
-TEST_F(ViewerProgram, SameSceneAtGridCoordinatesIsTheSamePicture) {
-    const Image here = Draw({Write("here.ply", Square(0, 0)).wstring()});
-    const Image there = Draw({Write("there.ply", Square(500'000, 4'500'000)).wstring()});
-    ASSERT_FALSE(here.pixels.empty());
-    EXPECT_EQ(here.pixels, there.pixels);
+TEST_F(ViewerProgram, SameSceneAtGridCoordinates_IsTheSameFrame) {
+    const Frame here = Draw({Write("here.ply", SquareCloud(0, 0)).wstring()});
+    const Frame there = Draw({Write("there.ply", SquareCloud(500'000, 4'500'000)).wstring()});
+    ASSERT_FALSE(here.rgba.empty());
+    EXPECT_EQ(here.rgba, there.rgba);
 }
 
-TEST_F(ViewerProgram, DrawsOutlinesWithHolesOverPoints) {
-    const fs::path points = Write("square.ply", Square(1000, 2000));
+TEST_F(ViewerProgram, OutlinesWithHoles_AreDrawnOverPoints) {
+    const fs::path points = Write("square.ply", SquareCloud(1000, 2000));
     const fs::path parcel = Write("parcel.geojson", R"({"type": "Polygon", "coordinates": [
         [[1000, 2000], [1100, 2000], [1100, 2100], [1000, 2100], [1000, 2000]],
         [[1030, 2030], [1070, 2030], [1070, 2070], [1030, 2070], [1030, 2030]]]})");
-    const Image image = Draw({points.wstring(), parcel.wstring()});
-    const auto background = image.At(2, 2);
-    EXPECT_TRUE(image.HasNear(120, 80 + 74, {255, 176, 64})) << "outer ring";
-    EXPECT_TRUE(image.HasNear(120, 80 + 30, {255, 176, 64})) << "hole";
-    EXPECT_TRUE(image.HasNear(120 - 74, 80, {255, 176, 64})) << "the edge that closes the ring";
-    EXPECT_EQ(image.At(120, 80 + 50), background);
+    const Frame frame = Draw({points.wstring(), parcel.wstring()});
+    const auto background = frame.At(2, 2);
+    EXPECT_TRUE(frame.HasNear(120, 80 + 74, {255, 176, 64})) << "outer ring";
+    EXPECT_TRUE(frame.HasNear(120, 80 + 30, {255, 176, 64})) << "hole";
+    EXPECT_TRUE(frame.HasNear(120 - 74, 80, {255, 176, 64})) << "the edge that closes the ring";
+    EXPECT_EQ(frame.At(120, 80 + 50), background);
 }
 
 // A hill with a hole in its side, lit by the sun: users compare the same relief on machines with and without a 4.x
 // driver.
-TEST_F(ViewerProgram, ReliefIsTheSamePictureOnBothPipelines) {
+TEST_F(ViewerProgram, ReliefIsTheSameFrameOnBothPipelines) {
     std::string grid = "ncols 21\nnrows 21\nxllcorner 500000\nyllcorner 4500000\ncellsize 10\nNODATA_value -1\n";
     for (int row = 0; row < 21; ++row) {
         for (int column = 0; column < 21; ++column) {
@@ -60,9 +60,9 @@ TEST_F(ViewerProgram, ReliefIsTheSamePictureOnBothPipelines) {
         const auto draw = [&](const wchar_t* pipeline) {
             return Draw({relief, L"--view", camera, L"--exaggeration", L"2", L"--pipeline", pipeline});
         };
-        const Image legacy = draw(L"legacy");
-        const Image programs = draw(L"gl4");
-        ASSERT_EQ(legacy.pixels.size(), programs.pixels.size());
+        const Frame legacy = draw(L"legacy");
+        const Frame programs = draw(L"gl4");
+        ASSERT_EQ(legacy.rgba.size(), programs.rgba.size());
         EXPECT_LT(ShareOfDifferingPixels(legacy, programs, 3), 0.002) << testing::PrintToString(camera);
         // The slope towards the sun in the north-west is lighter than the one in its lee, whatever their heights.
         const auto brightness = [&](int x, int y) {
@@ -74,25 +74,25 @@ TEST_F(ViewerProgram, ReliefIsTheSamePictureOnBothPipelines) {
 }
 
 // On a 4.x context the cloud is drawn from a buffer that is filled once; the picture must not tell.
-TEST_F(ViewerProgram, CloudIsTheSamePictureOnBothPipelinesAndTimed) {
-    const std::wstring cloud = Write("square.ply", Square(596'000, 243'000)).wstring();
+TEST_F(ViewerProgram, CloudIsTheSameFrameOnBothPipelinesAndTimed) {
+    const std::wstring cloud = Write("square.ply", SquareCloud(596'000, 243'000)).wstring();
     const std::vector<std::wstring> arguments = {cloud, L"--view", L"3d", L"--point-size", L"7", L"--pipeline"};
     const auto draw = [&](const wchar_t* pipeline) {
         std::vector<std::wstring> all = arguments;
         all.push_back(pipeline);
         return Draw(all);
     };
-    const Image legacy = draw(L"legacy");
-    const Image programs = draw(L"gl4");
-    ASSERT_FALSE(legacy.pixels.empty());
-    EXPECT_EQ(legacy.pixels, programs.pixels);
+    const Frame legacy = draw(L"legacy");
+    const Frame programs = draw(L"gl4");
+    ASSERT_FALSE(legacy.rgba.empty());
+    EXPECT_EQ(legacy.rgba, programs.rgba);
     EXPECT_TRUE(programs.HasNear(120, 80, {0, 250, 250})) << "the point in the middle";
     const Outcome timed = Run({cloud, L"--frames", L"3"});
     EXPECT_NE(timed.output.find("5 points per frame, "), std::string::npos) << timed.output;
 }
 
-TEST_F(ViewerProgram, BadFilesGiveOneClearLineAndAnErrorCode) {
-    std::string promised = Square(0, 0);
+TEST_F(ViewerProgram, DamagedFile_GivesOneClearLineAndAnErrorCode) {
+    std::string promised = SquareCloud(0, 0);
     promised.replace(promised.find("vertex 5"), 8, "vertex 9");
     const struct {
         const char* name;
@@ -114,15 +114,15 @@ TEST_F(ViewerProgram, BadFilesGiveOneClearLineAndAnErrorCode) {
 }
 
 TEST_F(ViewerProgram, UnwritableScreenshotIsAnError) {
-    const fs::path points = Write("square.ply", Square(0, 0));
+    const fs::path points = Write("square.ply", SquareCloud(0, 0));
     const Outcome outcome = Run({points.wstring(), L"--screenshot", L"no such folder\\picture.png"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_NE(outcome.errors.find("screenshot"), std::string::npos) << outcome.errors;
 }
 
-TEST_F(ViewerProgram, SaysWhatItShows) {
-    const Outcome outcome =
-        Run({Write("square.ply", Square(596'000, 243'000)).wstring(), L"--frames", L"1", L"--pipeline", L"legacy"});
+TEST_F(ViewerProgram, OutputTellsWhatIsShown) {
+    const Outcome outcome = Run(
+        {Write("square.ply", SquareCloud(596'000, 243'000)).wstring(), L"--frames", L"1", L"--pipeline", L"legacy"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
     EXPECT_NE(outcome.output.find("5 points, 0 features, x 596000.00 to 596100.00"), std::string::npos)
         << outcome.output;
