@@ -8,7 +8,7 @@ namespace OrrinViewer {
 namespace {
 
 /// 1000 points from 0 to 999 and one stray far above them.
-PointCloud SlopeWithAStray() {
+PointCloud SlopeWithAnOutlier() {
     PointCloud cloud;
     for (int z = 0; z < 1000; ++z) {
         cloud.positions.push_back({0.0, 0.0, static_cast<double>(z)});
@@ -21,8 +21,8 @@ int Brightness(const Rgb& color) {
     return color.red + color.green + color.blue;
 }
 
-TEST(SceneColors, ElevationRamp_IgnoresStraysAndGrowsBrighter) {
-    const PointCloud cloud = SlopeWithAStray();
+TEST(SceneColors, ElevationRamp_IgnoresOutliersAndGrowsBrighter) {
+    const PointCloud cloud = SlopeWithAnOutlier();
     const ElevationRange range = FindElevationRange(cloud);
     EXPECT_EQ(range.low, 20.0);
     EXPECT_EQ(range.high, 980.0);
@@ -35,7 +35,7 @@ TEST(SceneColors, ElevationRamp_IgnoresStraysAndGrowsBrighter) {
     EXPECT_EQ(ColorPoints(PointCloud{}, ColorMode::Elevation), std::vector<Rgb>{});
 }
 
-TEST(SceneColors, EachModeShowsItsAttribute_AndElevationsWhereItIsMissing) {
+TEST(SceneColors, EachModeShowsItsAttribute_ElevationsWhereItIsMissing) {
     PointCloud cloud;
     cloud.positions = {{0, 0, 0}, {0, 0, 5}};
     const std::vector<Rgb> byElevation = ColorPoints(cloud, ColorMode::Elevation);

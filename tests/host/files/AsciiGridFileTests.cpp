@@ -12,7 +12,7 @@ ElevationGrid Read(const std::string& content) {
 }
 
 // Half a cell of error, or a grid upside down, would lay the relief beside every other layer.
-TEST(AsciiGridFile, CellsLieWhereCornerOrCentreSay) {
+TEST(AsciiGridFile, CellsLieWhereCornerOrCentreSays) {
     const ElevationGrid byCorner = Read(kHeader + "1 2\n3 4 5 6");
     EXPECT_EQ(byCorner.PositionAt(0, 0), (Position{500'005, 4'500'015, 1})) << "north-west";
     EXPECT_EQ(byCorner.PositionAt(2, 1), (Position{500'025, 4'500'005, 6})) << "south-east";
@@ -23,7 +23,7 @@ TEST(AsciiGridFile, CellsLieWhereCornerOrCentreSay) {
     EXPECT_EQ(byCentre.PositionAt(0, 0), byCorner.PositionAt(0, 0));
 }
 
-TEST(AsciiGridFile, NoDataCellsTakeNoPartInAnything) {
+TEST(AsciiGridFile, CellsWithoutData_LeaveExtentTrianglesAndNormalsAlone) {
     const ElevationGrid grid = Read(kHeader + "NODATA_value -9999\n-9999 2 +3.5e0 4 nan 6\n");
     EXPECT_EQ(grid.CountCellsWithData(), 4U);
     EXPECT_EQ(grid.FindExtent().low.z, 2);
@@ -35,7 +35,7 @@ TEST(AsciiGridFile, NoDataCellsTakeNoPartInAnything) {
     }
 }
 
-TEST(AsciiGridFile, NormalsStandOnThePlane) {
+TEST(AsciiGridFile, NormalsOfAPlane_AreItsOwnUpToTheEdges) {
     // z = 2x + y: the normal of every cell is (-2, -1, 1), at the edges too.
     const ElevationGrid grid = Read(kHeader + "10 30 50 0 20 40");
     for (std::size_t cell = 0; cell < 6; ++cell) {
@@ -45,7 +45,7 @@ TEST(AsciiGridFile, NormalsStandOnThePlane) {
     }
 }
 
-TEST(AsciiGridFile, FaultsAreNamed) {
+TEST(AsciiGridFile, DamagedGrid_IsRefusedWithItsReason) {
     const struct {
         const char* fault;
         std::string content;
@@ -70,7 +70,7 @@ TEST(AsciiGridFile, FaultsAreNamed) {
     EXPECT_GT(CountRefusedMutations(ReadAsciiGridFile, kHeader + "1 2 3 4 5 6", ".asc"), 100);
 }
 
-TEST(ElevationGrid, PointsAreAveragedInTheirCells) {
+TEST(ElevationGrid, PointsOfACell_AreAveraged) {
     PointCloud cloud;
     cloud.positions = {{100, 195, 1}, {101, 195, 3}, {125, 200, 7}, {130, 220, 9}};
     for (const Position& position : cloud.positions) {

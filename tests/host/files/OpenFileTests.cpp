@@ -12,14 +12,14 @@ struct KindCase {
     FileKind kind;
 };
 
-class Kind : public testing::TestWithParam<KindCase> {};
+class FileKindDetection : public testing::TestWithParam<KindCase> {};
 
-TEST_P(Kind, IsTakenFromTheContentAndOnlyThenFromTheName) {
+TEST_P(FileKindDetection, IsTakenFromTheContentAndOnlyThenFromTheName) {
     const TemporaryFile file(GetParam().ending, GetParam().content);
     EXPECT_EQ(DetectKind(file.Path()), GetParam().kind);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, Kind,
+INSTANTIATE_TEST_SUITE_P(Kinds, FileKindDetection,
                          testing::Values(KindCase{"lasUnderAnotherName", ".ply", "LASF....", FileKind::Las},
                                          KindCase{"plyUnderAnotherName", ".json", "ply\r\nformat", FileKind::Ply},
                                          KindCase{"jsonUnderAnotherName", ".las", "\xEF\xBB\xBF \n {",

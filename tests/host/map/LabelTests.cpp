@@ -19,7 +19,7 @@ const Path kHole = {{3, 3, 0}, {3, 7, 0}, {7, 7, 0}, {7, 3, 0}};
 /// Open to the north; the centroid is in the gap.
 const Path kHorseshoe = {{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {9, 10, 0}, {9, 1, 0}, {1, 1, 0}, {1, 10, 0}, {0, 10, 0}};
 
-TEST(LabelAnchor, NameOfAnAreaIsInsideIt) {
+TEST(LabelAnchor, LabelOfAnArea_IsInsideIt) {
     const struct {
         const char* name;
         std::vector<Path> rings;
@@ -35,7 +35,7 @@ TEST(LabelAnchor, NameOfAnAreaIsInsideIt) {
     EXPECT_EQ(FindSignedArea(kHole), -16.0);
 }
 
-TEST(LabelAnchor, CentroidKeepsItsDigitsAtGridCoordinates) {
+TEST(LabelAnchor, CentroidAtGridCoordinates_KeepsItsDigits) {
     Path shifted = kSquare;
     for (Position& corner : shifted) {
         corner.x = corner.x * 0.1 + 500'000;
@@ -46,7 +46,7 @@ TEST(LabelAnchor, CentroidKeepsItsDigitsAtGridCoordinates) {
     EXPECT_NEAR(anchor.y, 4'500'000.5, 1e-6);
 }
 
-TEST(LabelAnchor, TakesTheLargestPartAndTheMiddleOfALine) {
+TEST(LabelAnchor, LargestPartAndMiddleOfALine_AreTaken) {
     VectorFeature islands = Area({kHole});
     islands.polygons.push_back({{{{100, 0, 0}, {120, 0, 0}, {120, 20, 0}, {100, 20, 0}}}});
     EXPECT_EQ(FindLabelAnchor(islands), (Position{110, 10, 0}));
@@ -69,7 +69,7 @@ bool Overlap(const LabelRequest& one, const LabelRequest& other, double unitsPer
 
 // The promise to the user, at many scales: no label covers another, none goes away while zooming in, and what is
 // missing has no room.
-TEST(LabelPlacement, NoLabelCoversAnotherAndNoRoomIsLeftAtAnyScale) {
+TEST(LabelPlacement, AtEveryScale_NoLabelCoversAnotherAndNoRoomIsLeft) {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> place(0.0, 1000.0);
     std::uniform_real_distribution<double> width(10.0, 90.0);
@@ -99,7 +99,7 @@ TEST(LabelPlacement, NoLabelCoversAnotherAndNoRoomIsLeftAtAnyScale) {
     EXPECT_EQ(shownAtLast, requests.size()) << "close enough, all are there";
 }
 
-TEST(LabelPlacement, EqualsShowInTheirOrderAndTheSameNameIsNotRepeatedNearby) {
+TEST(LabelPlacement, EqualLabelsShowInTheirOrder_AndTheSameTextIsNotRepeatedNearby) {
     const LabelRequest first{{0, 0, 0}, 20, 10};
     const LabelRequest same{{0, 0, 0}, 20, 10};
     const LabelRequest beside{{40, 0, 0}, 20, 10};

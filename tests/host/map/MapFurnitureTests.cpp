@@ -29,9 +29,9 @@ struct View {
     double west, south, east, north;
 };
 
-class Furniture : public testing::TestWithParam<View> {};
+class MapFurnitureLayout : public testing::TestWithParam<View> {};
 
-TEST_P(Furniture, TextsAreWholeApartAndWhereTheySay) {
+TEST_P(MapFurnitureLayout, TextsAreWhole_ApartAndWhereTheySay) {
     const View& view = GetParam();
     const MapNavigator navigator = Navigate(view.width, view.height, view.west, view.south, view.east, view.north);
     const MapFurniture furniture = LayOutMapFurniture(navigator, MapUnits::Metres, kSizes);
@@ -60,7 +60,7 @@ TEST_P(Furniture, TextsAreWholeApartAndWhereTheySay) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Windows, Furniture,
+    Windows, MapFurnitureLayout,
     testing::Values(View{"usual", 1200, 800, 290'000, 9'110'000, 300'000, 9'117'000},
                     View{"small", 240, 160, 290'000, 9'110'000, 300'000, 9'117'000}, View{"tiny", 64, 64, 0, 0, 1, 1},
                     View{"wide", 1900, 90, -180, -10, 180, 10}, View{"high", 100, 1500, -1, -10, 1, 10},
@@ -72,7 +72,7 @@ TEST(MapFurniture, PositionHasAsManyDigitsAsAPixelIsWorth) {
     EXPECT_EQ(FormatPosition({-78.5, 36.123456, 0}, 0.004), "-78.500  36.123");
 }
 
-TEST(FeatureLabels, AreOneShortLineAndLargeFeaturesComeFirst) {
+TEST(FeatureLabels, LabelsAreOneShortLine_ThoseOfLargeFeaturesFirst) {
     EXPECT_EQ(MakeLabelText("  two\r\nlines "), "two  lines");
     const std::string umlauts =
         MakeLabelText(std::string(40, '-') + "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC"
@@ -98,7 +98,7 @@ TEST(FeatureLabels, AreOneShortLineAndLargeFeaturesComeFirst) {
     EXPECT_EQ(ListProperties({layer, layer}), (std::vector<std::string>{"ID", "NAME"}));
 }
 
-TEST(RubberBand, LineStaysUntilTheNextClickAndARectangleDoesNot) {
+TEST(RubberBand, MeasuredLineStaysUntilTheNextClick_ARectangleDoesNot) {
     RubberBand band;
     band.Begin(RubberBand::Kind::Measure, {500'010, 20, 0});
     band.MoveTo({500'000, 10, 0});

@@ -13,7 +13,7 @@ Extent Box(double left, double bottom, double right, double top) {
     return extent;
 }
 
-TEST(MapNavigator, FitShowsEverythingInTheMiddleAndUndistorted) {
+TEST(MapNavigator, FitShowsEverythingCentredAndUndistorted) {
     MapNavigator navigator;
     navigator.Resize(800, 400);
     navigator.Fit(Box(500'000, 4'500'000, 501'000, 4'502'000));
@@ -25,7 +25,7 @@ TEST(MapNavigator, FitShowsEverythingInTheMiddleAndUndistorted) {
     EXPECT_NEAR((area.high.x - area.low.x) / (area.high.y - area.low.y), 2.0, 1e-9);
 }
 
-TEST(MapNavigator, SinglePositionAndEmptyExtentsDoNoHarm) {
+TEST(MapNavigator, SinglePositionAndEmptyExtent_DoNoHarm) {
     MapNavigator navigator;
     navigator.Resize(0, -5);
     navigator.Fit(Extent{});
@@ -63,7 +63,7 @@ TEST(MapNavigator, PanMovesTheMapWithTheMouse) {
 }
 
 // Zooming by a drawn rectangle: all of it shows, in the middle, whatever its shape.
-TEST(MapNavigator, ShownAreaFillsTheWindowOneWay) {
+TEST(MapNavigator, ShownAreaFillsTheWindowInOneDirection) {
     MapNavigator navigator;
     navigator.Resize(300, 200);
     navigator.Fit(Box(0, 0, 1000, 1000));

@@ -19,7 +19,7 @@ TEST(MapTicks, StepsAreOneTwoAndFiveAtEveryScale) {
 }
 
 // A tick that comes and goes at the window's edge, or reads 499999.99, is what users of a map notice first.
-TEST(MapTicks, TicksAreTheMultiplesInsideEndsIncluded) {
+TEST(MapTicks, TicksAreTheMultiplesInside_BothEndsIncluded) {
     EXPECT_EQ(FindTicks(499'990.0, 500'010.0, 10.0), (std::vector<double>{499'990.0, 500'000.0, 500'010.0}));
     EXPECT_EQ(FindTicks(-0.25, 0.31, 0.1).size(), 6U);
     EXPECT_TRUE(FindTicks(1.1, 1.9, 1.0).empty());
@@ -32,7 +32,7 @@ TEST(MapTicks, TicksAreTheMultiplesInsideEndsIncluded) {
     EXPECT_EQ(FormatCoordinate(9'116'067.78, 1), "9116067.8");
 }
 
-TEST(MapTicks, LengthsAndScaleBarsAreRoundAndHonest) {
+TEST(MapTicks, LengthsAndScaleBarsAreRound) {
     EXPECT_EQ(FormatLength(0.0), "0 m");
     EXPECT_EQ(FormatLength(0.25), "0.25 m");
     EXPECT_EQ(FormatLength(249.6), "250 m");
@@ -53,7 +53,7 @@ TEST(MapTicks, LengthsAndScaleBarsAreRoundAndHonest) {
     }
 }
 
-TEST(MapTicks, DegreesAreMeasuredOnTheGlobe) {
+TEST(MapTicks, DistancesInDegrees_AreMeasuredOnTheGlobe) {
     EXPECT_NEAR(DistanceInMetres(MapUnits::Degrees, 10, 0, 11, 0), 111'195.0, 1.0);
     EXPECT_NEAR(DistanceInMetres(MapUnits::Degrees, 179.5, 60, -179.5, 60), 55'597.0, 10.0);
     EXPECT_NEAR(MetresPerUnit(MapUnits::Degrees, 60.0), 55'597.0, 10.0);

@@ -21,7 +21,7 @@ double Length(const Position& position) {
 }
 
 // Whatever the shape of scene and window, no corner may be outside the picture, and the scene should nearly fill it.
-TEST(OrbitNavigator, FitShowsAllCornersAndNoMuchMore) {
+TEST(OrbitNavigator, FitShowsAllCornersAndNotMuchMore) {
     for (const auto& [width, height] : {std::pair{800, 400}, {300, 900}}) {
         for (const Extent& extent : {Box(1000, 1000, 50), Box(10, 3000, 5), Box(20, 10, 400)}) {
             OrbitNavigator navigator;
@@ -53,7 +53,7 @@ TEST(OrbitNavigator, FitShowsAllCornersAndNoMuchMore) {
     }
 }
 
-TEST(OrbitNavigator, DraggingTurnsAndNeverTipsOver) {
+TEST(OrbitNavigator, DraggingRotatesAndNeverTipsOver) {
     OrbitNavigator navigator;
     navigator.Resize(800, 600);
     navigator.Fit(Box(1000, 1000, 50), 1.0);
@@ -70,7 +70,7 @@ TEST(OrbitNavigator, DraggingTurnsAndNeverTipsOver) {
     EXPECT_NEAR(Length(navigator.Eye()), distance, distance * 1e-12) << "turning alone comes no closer";
 }
 
-TEST(OrbitNavigator, ZoomHasEndsAndDepthsStayUsable) {
+TEST(OrbitNavigator, ZoomHasLimitsAndDepthsStayUsable) {
     OrbitNavigator navigator;
     navigator.Resize(0, -1);
     navigator.Fit(Extent{}, 1.0);

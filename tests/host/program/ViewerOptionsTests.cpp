@@ -6,7 +6,7 @@ namespace {
 
 using namespace OrrinViewer;
 
-TEST(ViewerOptions, AreRead) {
+TEST(ViewerOptions, EveryOptionIsRead) {
     const ParsedCommandLine line = ParseCommandLine({"--pipeline", "legacy", "--color", "class", "--frames", "3",
                                                      "a b.las", "--screenshot", "x.png", "\xC3\xA9t\xC3\xA9.ply"});
     ASSERT_FALSE(line.exitCode);
@@ -19,7 +19,7 @@ TEST(ViewerOptions, AreRead) {
     EXPECT_EQ(line.options.screenshot, std::filesystem::path("x.png"));
 }
 
-TEST(ViewerOptions, ScreenshotAloneDrawsOneFrame) {
+TEST(ViewerOptions, ScreenshotAlone_DrawsOneFrame) {
     EXPECT_EQ(ParseCommandLine({"a.las", "--screenshot", "x.png"}).options.frames, 1);
     EXPECT_EQ(ParseCommandLine({"a.las"}).options.frames, 0);
     EXPECT_FALSE(ParseCommandLine({"a.las"}).options.colorMode);
@@ -36,7 +36,7 @@ TEST(ViewerOptions, AreaOfNegativeDegreesIsRead) {
     EXPECT_EQ(line.options.units, MapUnits::Degrees);
 }
 
-TEST(ViewerOptions, WrongOnesEndWithAnErrorAndHelpWithout) {
+TEST(ViewerOptions, WrongOptionsEndWithAnError_HelpDoesNot) {
     for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
                                                   {"a.las", "--pipeline", "vulkan"},
                                                   {"a.las", "--frames", "-1"},
