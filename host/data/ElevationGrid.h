@@ -29,7 +29,7 @@ struct ElevationGrid {
                 At(column, row)};
     }
     std::size_t CountCellsWithData() const;
-    /// The elevation of the cell that the place falls into; none outside the grid.
+    /// The elevation of the cell at (x, y); none outside the grid.
     double ElevationAt(double x, double y) const;
     /// The box around the centres of all cells with data.
     Extent FindExtent() const;

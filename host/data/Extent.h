@@ -5,7 +5,7 @@
 
 namespace OrrinViewer {
 
-/// A place in the file's own coordinate system, in its units. An array of these is `count × 3 doubles`, the shape in
+/// A position in the file's own coordinate system, in its units. An array of these is `count × 3 doubles`, the shape in
 /// which the library takes coordinates.
 struct Position {
     double x = 0.0;
@@ -21,7 +21,7 @@ inline bool IsFinite(const Position& position) {
     return std::isfinite(position.x) && std::isfinite(position.y) && std::isfinite(position.z);
 }
 
-/// The upright box around some positions. It starts empty: `low` above `high` until something is included.
+/// The axis-aligned box around some positions. It starts empty: `low` above `high` until something is included.
 struct Extent {
     Position low{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
                  std::numeric_limits<double>::infinity()};

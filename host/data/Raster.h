@@ -16,7 +16,7 @@ struct RasterImage {
     std::vector<std::uint8_t> rgba; ///< height × width × 4 bytes, the upper row first; opacity 0 where there is nothing
 };
 
-/// Where the pixels of an image lie on the map: column and row, counted from the outer corner of the upper left pixel,
+/// The affine transform from pixels to the map: column and row, counted from the outer corner of the upper left pixel,
 /// are multiplied by these steps.
 struct PixelToMap {
     double columnX = 1.0; ///< what x gains from one column to the next
@@ -31,12 +31,12 @@ struct PixelToMap {
     }
 };
 
-/// An image in its place on the map.
+/// An image with its place on the map.
 struct Raster {
     RasterImage image;
     PixelToMap pixelToMap;
 
-    /// Upper left, upper right, lower right and lower left as the image has them; on the map it may be turned.
+    /// Upper left, upper right, lower right and lower left as the image has them; on the map it may be rotated.
     std::array<Position, 4> Corners() const {
         const double width = image.width;
         const double height = image.height;

@@ -5,7 +5,7 @@
 
 namespace OrrinViewer {
 
-/// A grid as a flat picture: one pixel per cell, coloured from low to high, and transparent where no elevation was
+/// A grid as a raster: one pixel per cell, coloured from low to high, and transparent where no elevation was
 /// measured.
 Raster MakeElevationRaster(const ElevationGrid& grid);
 

@@ -17,7 +17,7 @@ void SetUpPixelCamera(KTR::COpenGLView& view, int widthPixels, int heightPixels)
 using PixelLine = std::array<Position, 2>;
 using PixelTriangle = std::array<Position, 3>;
 
-/// Lines through the middles of pixels, so that upright and level ones are sharp.
+/// Lines through the middles of pixels, so that vertical and horizontal ones are sharp.
 void DrawPixelLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines, const Rgb& color, double widthPixels);
 void DrawPixelTriangles(KTR::COpenGLView& view, const std::vector<PixelTriangle>& triangles, const Rgb& color,
                         std::uint8_t opacity);

@@ -7,7 +7,7 @@ namespace OrrinViewer {
 
 namespace {
 
-/// Small enough for every driver, and for a part of a picture to be thrown out of the cache on its own.
+/// Small enough for every driver, and for a part of a raster to be evicted from the cache on its own.
 constexpr int kLargestTile = 2048;
 constexpr int kBytesPerPixel = 4;
 constexpr unsigned int kTextureUnit = 0x84C0; // GL_TEXTURE0, which Windows' own header is too old for
@@ -16,7 +16,7 @@ constexpr unsigned int kTextureUnit = 0x84C0; // GL_TEXTURE0, which Windows' own
 
 RasterLayer::RasterLayer(Raster raster, std::wstring name, bool smooth) : m_name(std::move(name)), m_smooth(smooth) {
     if (smooth) {
-        m_levels = MakeLevels(std::move(raster));
+        m_levels = BuildPyramid(std::move(raster));
     } else {
         m_levels.push_back(std::move(raster));
     }
@@ -24,7 +24,7 @@ RasterLayer::RasterLayer(Raster raster, std::wstring name, bool smooth) : m_name
 
 void RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z, double unitsPerPixel) const {
     const int largestSide = std::min(kLargestTile, view.GetContextMaxTextureSize());
-    const std::size_t level = ChooseLevel(m_levels, unitsPerPixel);
+    const std::size_t level = ChoosePyramidLevel(m_levels, unitsPerPixel);
     const RasterImage& image = m_levels[level].image;
     for (const RasterTile& tile : SplitIntoTiles(image.width, image.height, largestSide)) {
         DrawTile(view, level, tile, origin, z);

@@ -10,10 +10,10 @@
 
 namespace OrrinViewer {
 
-/// A picture on the map. Its textures live in the library's cache, where all windows find them by name.
+/// A raster on the map. Its textures live in the library's cache, where all windows find them by name.
 class RasterLayer {
 public:
-    /// `name` tells it from all other pictures of the process. `smooth` blends between pixels; without it each pixel is
+    /// `name` tells it from all other rasters of the process. `smooth` blends between pixels; without it each pixel is
     /// a square of one colour, as cells of a grid are.
     RasterLayer(Raster raster, std::wstring name, bool smooth);
 
@@ -28,7 +28,7 @@ private:
     bool FindTexture(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, unsigned int& texture,
                      unsigned int& sampler) const;
 
-    std::vector<Raster> m_levels; ///< the picture itself, then smaller ones for smaller scales
+    std::vector<Raster> m_levels; ///< of its pyramid, the raster itself first
     std::wstring m_name;
     bool m_smooth;
 };

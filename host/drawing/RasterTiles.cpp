@@ -34,8 +34,8 @@ std::vector<Span> SplitSide(int length, int largestSide) {
     return spans;
 }
 
-/// Pictures of fewer pixels each way need no smaller version.
-constexpr int kSmallestLevel = 256;
+/// Rasters of fewer pixels each way need no coarser level.
+constexpr int kLargestTopLevel = 256;
 
 std::size_t PixelOffset(const RasterImage& image, int column, int row) {
     return (static_cast<std::size_t>(row) * static_cast<std::size_t>(image.width) + static_cast<std::size_t>(column)) *
@@ -105,10 +105,10 @@ RasterImage HalveImage(const RasterImage& image) {
     return half;
 }
 
-std::vector<Raster> MakeLevels(Raster raster) {
+std::vector<Raster> BuildPyramid(Raster raster) {
     std::vector<Raster> levels;
     levels.push_back(std::move(raster));
-    while (std::max(levels.back().image.width, levels.back().image.height) > kSmallestLevel) {
+    while (std::max(levels.back().image.width, levels.back().image.height) > kLargestTopLevel) {
         const Raster& last = levels.back();
         Raster next{HalveImage(last.image), last.pixelToMap};
         // Not quite two where the size is odd, so that the corners stay where they are.
@@ -123,7 +123,7 @@ std::vector<Raster> MakeLevels(Raster raster) {
     return levels;
 }
 
-std::size_t ChooseLevel(const std::vector<Raster>& levels, double unitsPerPixel) {
+std::size_t ChoosePyramidLevel(const std::vector<Raster>& levels, double unitsPerPixel) {
     // Odd sizes make the steps from level to level a little smaller or larger than two.
     constexpr double kSlack = 1.01;
     std::size_t level = 0;

@@ -32,12 +32,13 @@ std::vector<std::uint8_t> CopyTile(const RasterImage& image, const RasterTile& t
 /// column stays on its own. Both sizes become 1 at least.
 RasterImage HalveImage(const RasterImage& image);
 
-/// The picture itself, then smaller and smaller versions of it in the same place, down to a few pixels. Drawn from far
-/// away, the right one does not flicker as the full one would, of which most pixels are passed over.
-std::vector<Raster> MakeLevels(Raster raster);
+/// The pyramid of a raster: itself, then coarser and coarser levels in the same place, each half as many pixels wide
+/// and high, down to a few. Drawn from far away, the right level does not flicker as the full one would, of which most
+/// pixels are passed over.
+std::vector<Raster> BuildPyramid(Raster raster);
 
 /// Which level to draw where a pixel of the window stands for `unitsPerPixel`: the last whose pixels are no larger than
 /// the window's. 0 asks for the first.
-std::size_t ChooseLevel(const std::vector<Raster>& levels, double unitsPerPixel);
+std::size_t ChoosePyramidLevel(const std::vector<Raster>& levels, double unitsPerPixel);
 
 } // namespace OrrinViewer

@@ -140,7 +140,7 @@ void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double units
     SetUpSun(view);
     view.Scale(1.0, 1.0, m_exaggeration);
 
-    // Pictures are the ground below everything.
+    // Rasters are the ground below everything.
     view.Disable(GL_DEPTH_TEST);
     const double lowestZ = m_extent.low.z - m_origin.z;
     for (const RasterLayer& raster : m_rasters) {

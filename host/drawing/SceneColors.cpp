@@ -133,9 +133,9 @@ ElevationRange FindElevationRange(std::vector<double> elevations) {
 Rgb ColorOfElevation(double elevation, const ElevationRange& range) {
     const double span = range.high - range.low;
     const double share = span > 0.0 ? std::clamp((elevation - range.low) / span, 0.0, 1.0) : 0.5;
-    const double place = share * (kElevationRamp.size() - 1);
-    const auto below = std::min(static_cast<std::size_t>(place), kElevationRamp.size() - 2);
-    const double beyond = place - static_cast<double>(below);
+    const double step = share * (kElevationRamp.size() - 1);
+    const auto below = std::min(static_cast<std::size_t>(step), kElevationRamp.size() - 2);
+    const double beyond = step - static_cast<double>(below);
     const Rgb& from = kElevationRamp[below];
     const Rgb& to = kElevationRamp[below + 1];
     return {Blend(from.red, to.red, beyond), Blend(from.green, to.green, beyond), Blend(from.blue, to.blue, beyond)};

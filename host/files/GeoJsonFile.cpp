@@ -22,13 +22,13 @@ using Json = nlohmann::ordered_json;
 /// Deeper nesting than any map has, and shallow enough for functions that call themselves once per level.
 constexpr int kDeepestNesting = 64;
 
-/// What is wrong at one place of the document; the file's name is added where the file is known.
+/// What is wrong with one node of the document; the file's name is added where the file is known.
 class JsonFault : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A value together with its place in the document, so that a fault can name it. The value belongs to the document.
+/// A value together with its path in the document, so that a fault can name it. The value belongs to the document.
 class JsonNode {
 public:
     explicit JsonNode(const Json& document) : m_value(&document) {}
@@ -52,7 +52,7 @@ public:
         return {*member, *this, name};
     }
 
-    /// Calls `visit` with the place of each entry; a fault when this is no array.
+    /// Calls `visit` with the node of each entry; a fault when this is no array.
     template <typename Visit> void ForEach(Visit visit) const {
         if (!m_value->is_array()) {
             Fail("is not an array");
@@ -70,7 +70,7 @@ public:
     }
 
 private:
-    // The text of a place is put together only when a fault needs it: there is one place per coordinate.
+    // The path of a node is composed only when a fault needs it: there is one node per coordinate.
     JsonNode(const Json& value, const JsonNode& parent, const char* name)
         : m_value(&value), m_parent(&parent), m_name(name) {}
     JsonNode(const Json& value, const JsonNode& parent, std::size_t index)

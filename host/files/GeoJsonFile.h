@@ -10,7 +10,7 @@ namespace OrrinViewer {
 ///
 /// A geometry that is null or without coordinates is skipped, and so is a feature that has nothing else. Coordinates
 /// are taken as they stand; the "crs" member of older files is ignored. The document is held in memory while it is
-/// read. Throws FileError with the place in the document, such as /features/3/geometry/coordinates/0.
+/// read. Throws FileError with the path in the document, such as /features/3/geometry/coordinates/0.
 VectorLayer ReadGeoJsonFile(const std::filesystem::path& path);
 
 } // namespace OrrinViewer

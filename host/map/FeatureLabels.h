@@ -8,11 +8,11 @@
 
 namespace OrrinViewer {
 
-/// The name of a feature and where it goes.
+/// The label of a feature and where it goes.
 struct FeatureLabel {
     std::string text; ///< UTF-8, one line
     Position anchor;
-    /// Width of the area that is named, in units of the map; 0 for points and lines, whose names may be wider.
+    /// Width of the area that it labels, in units of the map; 0 for points and lines, whose labels may be wider.
     double areaWidth = 0.0;
 };
 

@@ -7,7 +7,7 @@ namespace OrrinViewer {
 /// The area of a ring; positive when it goes counter-clockwise.
 double FindSignedArea(const Path& ring);
 
-/// True for a place inside the polygon and outside its holes.
+/// True for a position inside the polygon and outside its holes.
 bool IsInside(const Polygon& polygon, double x, double y);
 
 /// The polygon of the feature with the largest outer ring; null when it has none.

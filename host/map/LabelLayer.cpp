@@ -14,7 +14,7 @@ namespace {
 
 /// Room that a label keeps around itself.
 constexpr double kRoomPixels = 4.0;
-/// A name may stick out of its area by so much; one that is far wider than its area belongs to nothing.
+/// A label may stick out of its area by so much; one that is far wider than its area belongs to nothing.
 constexpr double kWidestShareOfArea = 1.5;
 
 /// What a text covers in the window, its room included.

@@ -8,7 +8,7 @@
 
 namespace OrrinViewer {
 
-/// The names on the map, laid out for one font: which of them show at a scale depends on how wide they come out.
+/// The labels on the map, laid out for one font: which of them show at a scale depends on how wide they come out.
 class LabelLayer {
 public:
     LabelLayer() = default;

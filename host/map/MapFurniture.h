@@ -10,7 +10,7 @@
 
 namespace OrrinViewer {
 
-/// A string in the window. Its place is the left end of its baseline, in pixels from the window's lower left, as OpenGL
+/// A string in the window. (x, y) is the left end of its baseline, in pixels from the window's lower left, as OpenGL
 /// counts.
 struct PixelText {
     std::string text; ///< UTF-8

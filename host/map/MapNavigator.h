@@ -26,7 +26,7 @@ public:
     /// The position under a pixel; its z is 0.
     Position PositionAt(double xPixels, double yPixels) const;
 
-    /// The pixel at which a position is, as a place within the window or outside.
+    /// The pixel at which a position is, within the window or outside.
     Position PixelAt(const Position& position) const;
 
     /// What the window shows; the z range is empty.

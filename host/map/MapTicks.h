@@ -27,7 +27,7 @@ enum class MapUnits {
 /// Length on the ground of one unit from west to east at the height `y` on the map.
 double MetresPerUnit(MapUnits units, double y);
 
-/// Metres between two places: on the plane, or the shorter way around the globe.
+/// Metres between two positions: on the plane, or the shorter way around the globe.
 double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, double toY);
 
 /// A length in words, such as "250 m" or "12.4 km"; three digits at least are right.

@@ -39,7 +39,7 @@ void OrbitNavigator::Fit(const Extent& extent, double exaggeration) {
     m_distance = FindFittingDistance({extent.high.x - extent.low.x, extent.high.y - extent.low.y, height});
 }
 
-/// The distance from which each corner of a box around the middle is in the picture. A corner is as far from the line
+/// The distance from which each corner of a box around the middle is in the frame. A corner is as far from the line
 /// of sight as it is from every distance; the nearer it lies to the eye, the farther away the eye must be.
 double OrbitNavigator::FindFittingDistance(const Position& size) const {
     const double azimuth = Radians(m_azimuthDegrees);
@@ -62,8 +62,8 @@ double OrbitNavigator::FindFittingDistance(const Position& size) const {
 }
 
 void OrbitNavigator::Orbit(double rightPixels, double downPixels) {
-    const double turned = std::fmod(m_azimuthDegrees + rightPixels * kDegreesPerPixel, 360.0);
-    m_azimuthDegrees = turned < 0.0 ? turned + 360.0 : turned;
+    const double azimuth = std::fmod(m_azimuthDegrees + rightPixels * kDegreesPerPixel, 360.0);
+    m_azimuthDegrees = azimuth < 0.0 ? azimuth + 360.0 : azimuth;
     m_elevationDegrees =
         std::clamp(m_elevationDegrees + downPixels * kDegreesPerPixel, kLowestDegrees, kHighestDegrees);
 }
@@ -83,7 +83,7 @@ double OrbitNavigator::NearDistance() const {
 }
 
 double OrbitNavigator::FarDistance() const {
-    // A little beyond the ball, so that what touches it is not cut off.
+    // A little beyond the sphere, so that what touches it is not cut off.
     return (m_distance + m_radius) * 1.01;
 }
 

@@ -18,7 +18,7 @@ public:
     /// multiplied by `exaggeration`.
     void Fit(const Extent& extent, double exaggeration);
 
-    /// Turns the scene along with the mouse, by so many pixels to the right and down. It never tips over: the camera
+    /// Rotates the scene along with the mouse, by so many pixels to the right and down. It never tips over: the camera
     /// stays above the horizon and short of straight down, where north would have no direction.
     void Orbit(double rightPixels, double downPixels);
 
@@ -41,7 +41,7 @@ private:
 
     int m_width = 1;
     int m_height = 1;
-    double m_radius = 1.0; ///< of the ball around the scene
+    double m_radius = 1.0; ///< of the sphere around the scene
     double m_azimuthDegrees = 0.0;
     double m_elevationDegrees = 0.0;
     double m_distance = 1.0;

@@ -21,7 +21,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     OrrinViewer::Scene scene = OrrinViewer::LoadScene(options);
     const OrrinViewer::Extent& extent = scene.GetExtent();
     if (extent.IsEmpty()) {
-        std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pictures.\n");
+        std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pixels.\n");
         return 1;
     }
     std::printf("%zu points, %zu features, x %.2f to %.2f, y %.2f to %.2f, z %.2f to %.2f\n", scene.CountPoints(),
@@ -31,7 +31,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
         std::printf("%zu cells of relief\n", scene.CountCells());
     }
     if (scene.CountPixels() > 0) {
-        std::printf("%zu pixels of pictures\n", scene.CountPixels());
+        std::printf("%zu pixels of rasters\n", scene.CountPixels());
     }
     std::fflush(stdout);
 

@@ -20,7 +20,7 @@ enum class Pipeline {
 /// From where the scene is seen.
 enum class Camera {
     Map,         ///< from above, north up
-    Perspective, ///< from the side; the mouse turns it
+    Perspective, ///< from the side; the mouse rotates it
 };
 
 /// What the command line asks for.
@@ -32,7 +32,7 @@ struct ViewerOptions {
     Camera camera = Camera::Map;
     double exaggeration = 1.0;           ///< of heights
     std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
-    bool flat = false;                   ///< elevations are shown as pictures, not as surfaces
+    bool flat = false;                   ///< elevations are shown as rasters, not as surfaces
     double fillPercent = 0.0;            ///< opacity of filled areas
     std::string labelProperty;           ///< UTF-8; empty: no labels
     std::string font = "Arial";          ///< UTF-8, a family that the system knows

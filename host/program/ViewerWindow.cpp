@@ -295,7 +295,7 @@ void ViewerWindow::ShowEverything() {
     m_orbit.Fit(m_scene.GetExtent(), m_scene.GetExaggeration());
 }
 
-/// The font, and the places of all labels, which depend on how wide the font makes them.
+/// The font, and the placement of all labels, which depends on how wide the font makes them.
 void ViewerWindow::LoadTexts() {
     const bool needed = !m_options.plain || !m_scene.GetLabels().empty();
     if (needed && m_texts.Load(*m_view)) {
@@ -356,12 +356,12 @@ void ViewerWindow::DrawFrame() {
     if (!m_ready) {
         return;
     }
-    if (!m_isSceneKept || !RestoreScene()) {
+    if (!m_isSceneStored || !RestoreScene()) {
         m_frameMilliseconds = DrawScene();
         UpdateTitle();
         // While the map moves under the mouse, the next frame is another one.
         const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
-        m_isSceneKept =
+        m_isSceneStored =
             !m_dragging && SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK, 0, 0,
                                                               m_navigator.Width(), m_navigator.Height()));
     }
@@ -369,7 +369,7 @@ void ViewerWindow::DrawFrame() {
     Present();
 }
 
-/// Puts the kept frame into the back buffer.
+/// Puts the stored frame into the back buffer.
 bool ViewerWindow::RestoreScene() {
     if (!m_view->MakeCurrent(KTR::GLContextMain)) {
         return false;
@@ -381,7 +381,7 @@ bool ViewerWindow::RestoreScene() {
 }
 
 void ViewerWindow::Redraw() {
-    m_isSceneKept = false;
+    m_isSceneStored = false;
     RedrawOverlay();
 }
 

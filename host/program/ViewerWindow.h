@@ -18,10 +18,11 @@
 
 namespace OrrinViewer {
 
-/// A window: it owns a view, feeds it the scene and turns mouse and keys into navigation.
+/// A window: it owns a view, feeds it the scene and makes navigation of mouse and keys.
 ///
 /// A frame has two layers. The scene is drawn only when it or the camera changes, and the view then keeps the finished
-/// frame. What follows the mouse is drawn over the kept frame, however long the scene itself takes.
+/// frame in its backing store. What follows the mouse is drawn over the restored frame, however long the scene itself
+/// takes.
 class ViewerWindow {
 public:
     /// `closed` is called when the user closes the window; it is hidden then, and still the caller's to destroy.
@@ -50,7 +51,7 @@ private:
     void HandleMouseLeave();
     void HandleKey(WPARAM key);
     void HandleWheel(WPARAM wParam, LPARAM lParam);
-    /// Moves the map, or turns the scene, by so many pixels to the right and down.
+    /// Moves the map, or rotates the scene, by so many pixels to the right and down.
     void Drag(double rightPixels, double downPixels);
     void ShowEverything();
 
@@ -77,7 +78,7 @@ private:
     LabelLayer m_labels;
     HWND m_window = nullptr;
     bool m_ready = false;
-    bool m_isSceneKept = false;       ///< the view keeps the scene as it has to be shown
+    bool m_isSceneStored = false;     ///< the backing store has the scene as it has to be shown
     double m_frameMilliseconds = 0.0; ///< of the last frame; 0 before the first
     bool m_dragging = false;
     bool m_everyDragMeasures = false;

@@ -35,7 +35,7 @@ private:
 
 constexpr std::string_view kHalfMetrePixels = "0.5\r\n0\r\n0\r\n-0.5\r\n 500000.25 \r\n+4500000.75\r\n";
 
-// A picture that is half a pixel off, upside down or mirrored makes every outline over it look wrong.
+// A raster that is half a pixel off, upside down or mirrored makes every outline over it look wrong.
 TEST(RasterFile, ImageLiesWhereItsWorldFileSays) {
     const TemporaryFile image(".png", FourPixelPng());
     const SidecarFile world(image.Path(), ".pgw", kHalfMetrePixels);
@@ -99,7 +99,7 @@ TEST(RasterFile, RandomDamage_NeverDoesMoreThanRefuse) {
         CountRefusedMutations([](const std::filesystem::path& path) { OpenRaster(path); }, FourPixelPng(), ".png"), 0);
 }
 
-// A pixel that two tiles show, or none, is a seam across every large picture.
+// A pixel that two tiles show, or none, is a seam across every large raster.
 TEST(RasterTiles, EachPixelIsShownOnce_AndTexturesHoldTheNeighbours) {
     const struct {
         int width, height, largest;
@@ -132,7 +132,7 @@ TEST(RasterTiles, EachPixelIsShownOnce_AndTexturesHoldTheNeighbours) {
     }
 }
 
-// Seen from far away: the picture stays in its place, and neither its edge nor its holes bleed.
+// Seen from far away: the raster stays in its place, and neither its edge nor its holes bleed.
 TEST(RasterTiles, PyramidLevelsStayInPlaceAndDoNotBleed) {
     const RasterImage image{3, 2, {200, 0, 0, 255, 100, 0, 0, 255, 9, 9, 9, 255, 0, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 255}};
     const RasterImage half = HalveImage(image);
@@ -142,16 +142,16 @@ TEST(RasterTiles, PyramidLevelsStayInPlaceAndDoNotBleed) {
 
     Raster raster{{1001, 300, std::vector<std::uint8_t>(1001 * 300 * 4, 50)}, {2, 0, 0, -2, 500'000, 4'500'000}};
     const Extent extent = raster.FindExtent();
-    const std::vector<Raster> levels = MakeLevels(std::move(raster));
+    const std::vector<Raster> levels = BuildPyramid(std::move(raster));
     ASSERT_EQ(levels.size(), 3U);
     for (const Raster& level : levels) {
         EXPECT_NEAR(level.FindExtent().high.x, extent.high.x, 1e-6);
         EXPECT_NEAR(level.FindExtent().low.y, extent.low.y, 1e-6);
     }
-    EXPECT_EQ(ChooseLevel(levels, 0.0), 0U);
-    EXPECT_EQ(ChooseLevel(levels, 3.0), 0U);
-    EXPECT_EQ(ChooseLevel(levels, 4.0), 1U);
-    EXPECT_EQ(ChooseLevel(levels, 1000.0), 2U);
+    EXPECT_EQ(ChoosePyramidLevel(levels, 0.0), 0U);
+    EXPECT_EQ(ChoosePyramidLevel(levels, 3.0), 0U);
+    EXPECT_EQ(ChoosePyramidLevel(levels, 4.0), 1U);
+    EXPECT_EQ(ChoosePyramidLevel(levels, 1000.0), 2U);
 }
 
 // Cells without data must show what lies below, not the colour of elevation 0.

@@ -20,7 +20,7 @@ double Length(const Position& position) {
     return std::hypot(position.x, position.y, position.z);
 }
 
-// Whatever the shape of scene and window, no corner may be outside the picture, and the scene should nearly fill it.
+// Whatever the shape of scene and window, no corner may be outside the frame, and the scene should nearly fill it.
 TEST(OrbitNavigator, FitShowsAllCornersAndNotMuchMore) {
     for (const auto& [width, height] : {std::pair{800, 400}, {300, 900}}) {
         for (const Extent& extent : {Box(1000, 1000, 50), Box(10, 3000, 5), Box(20, 10, 400)}) {

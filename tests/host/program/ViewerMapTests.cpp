@@ -1,4 +1,4 @@
-// The viewer as a map: pictures below areas, names, what is around the map, several windows.
+// The viewer as a map: rasters below areas, labels, what is around the map, several windows.
 
 #include "ViewerProgram.h"
 
@@ -23,7 +23,7 @@ constexpr Color kFirstFill = {232, 120, 40};
 
 class ViewerMap : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
 protected:
-    /// A picture of four colours, 100 m wide and high at national-grid coordinates, with its world file.
+    /// An image of four colours, 100 m wide and high at national-grid coordinates, with its world file.
     fs::path WriteFourColors() const {
         constexpr int kSide = 100;
         std::vector<unsigned char> pixels;
@@ -39,7 +39,7 @@ protected:
         Write("photo.pgw", "1\n0\n0\n-1\n500000.5\n4500099.5\n");
         return Write("photo.png", EncodePng(kSide, kSide, pixels));
     }
-    /// A square around the middle of that picture with a square hole, its rings in either direction.
+    /// A square around the middle of that image with a square hole, its rings in either direction.
     fs::path WriteParcel(bool clockwise) const {
         const std::string counterclockwise =
             R"([[500020, 4500020], [500080, 4500020], [500080, 4500080], [500020, 4500080], [500020, 4500020]],
@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerMap, testing::Values(L"legacy", L"gl4"
     return std::string(name.begin(), name.end());
 });
 
-// One metre is two pixels here, and the picture's middle is the window's.
+// One metre is two pixels here, and the raster's middle is the window's.
 TEST_P(ViewerMap, RasterShowsBesideFilledAreasAndThroughTheirHoles) {
     const std::wstring photo = WriteFourColors().wstring();
     for (const bool clockwise : {false, true}) {
@@ -74,7 +74,7 @@ TEST_P(ViewerMap, RasterShowsBesideFilledAreasAndThroughTheirHoles) {
         EXPECT_EQ(frame.At(120 + 90, 80 - 70), kUpperRight);
         EXPECT_EQ(frame.At(120 - 90, 80 + 70), kLowerLeft);
         EXPECT_EQ(frame.At(120 + 90, 80 + 70), kLowerRight);
-        EXPECT_EQ(frame.At(120 - 105, 80), frame.At(2, 2)) << "beside the picture there is background";
+        EXPECT_EQ(frame.At(120 - 105, 80), frame.At(2, 2)) << "beside the raster there is background";
         EXPECT_EQ(frame.At(120 + 40, 80 + 3), kFirstFill);
         EXPECT_EQ(frame.At(120 - 10, 80 - 10), kUpperLeft) << "the hole";
         EXPECT_EQ(frame.At(120 + 10, 80 + 10), kLowerRight) << "the hole";
@@ -107,7 +107,7 @@ TEST_P(ViewerMap, LabelStandsInTheMiddleOfItsAreaAndMovesWithIt) {
         return Draw(WithPipeline({parcel.wstring(), L"--units", L"metres", L"--labels", L"NAME", L"--area", area}));
     };
     const Box middle = FindWhite(draw(L"-10,-10,110,70"));
-    ASSERT_GE(middle.right, middle.left) << "there is a name";
+    ASSERT_GE(middle.right, middle.left) << "there is a label";
     EXPECT_NEAR((middle.left + middle.right) / 2.0, 120.0, 2.0);
     EXPECT_NEAR((middle.top + middle.bottom) / 2.0, 80.0, 3.0);
     const Box moved = FindWhite(draw(L"0,-20,120,60")); // by 20 pixels each way

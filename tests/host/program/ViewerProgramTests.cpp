@@ -73,7 +73,7 @@ TEST_F(ViewerProgram, ReliefIsTheSameFrameOnBothPipelines) {
     }
 }
 
-// On a 4.x context the cloud is drawn from a buffer that is filled once; the picture must not tell.
+// On a 4.x context the cloud is drawn from a buffer that is filled once; the frame must not tell.
 TEST_F(ViewerProgram, CloudIsTheSameFrameOnBothPipelinesAndTimed) {
     const std::wstring cloud = Write("square.ply", SquareCloud(596'000, 243'000)).wstring();
     const std::vector<std::wstring> arguments = {cloud, L"--view", L"3d", L"--point-size", L"7", L"--pipeline"};
@@ -115,7 +115,7 @@ TEST_F(ViewerProgram, DamagedFile_GivesOneClearLineAndAnErrorCode) {
 
 TEST_F(ViewerProgram, UnwritableScreenshotIsAnError) {
     const fs::path points = Write("square.ply", SquareCloud(0, 0));
-    const Outcome outcome = Run({points.wstring(), L"--screenshot", L"no such folder\\picture.png"});
+    const Outcome outcome = Run({points.wstring(), L"--screenshot", L"no such folder\\frame.png"});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_NE(outcome.errors.find("screenshot"), std::string::npos) << outcome.errors;
 }
