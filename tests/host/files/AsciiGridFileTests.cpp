@@ -35,16 +35,6 @@ TEST(AsciiGridFile, CellsWithoutData_LeaveExtentTrianglesAndNormalsAlone) {
     }
 }
 
-TEST(AsciiGridFile, NormalsOfAPlane_AreItsOwnUpToTheEdges) {
-    // z = 2x + y: the normal of every cell is (-2, -1, 1), at the edges too.
-    const ElevationGrid grid = Read(kHeader + "10 30 50 0 20 40");
-    for (std::size_t cell = 0; cell < 6; ++cell) {
-        const Position normal = FindNormal(grid, cell % 3, cell / 3);
-        EXPECT_NEAR(normal.x, -2 / std::sqrt(6.0), 1e-12);
-        EXPECT_NEAR(normal.y, -1 / std::sqrt(6.0), 1e-12);
-    }
-}
-
 TEST(AsciiGridFile, DamagedGrid_IsRefusedWithItsReason) {
     const struct {
         const char* fault;
@@ -68,21 +58,6 @@ TEST(AsciiGridFile, DamagedGrid_IsRefusedWithItsReason) {
         EXPECT_NE(complaint.find(test.complaint), std::string::npos) << test.fault << ": " << complaint;
     }
     EXPECT_GT(CountRefusedMutations(ReadAsciiGridFile, kHeader + "1 2 3 4 5 6", ".asc"), 100);
-}
-
-TEST(ElevationGrid, PointsOfACell_AreAveraged) {
-    PointCloud cloud;
-    cloud.positions = {{100, 195, 1}, {101, 195, 3}, {125, 200, 7}, {130, 220, 9}};
-    for (const Position& position : cloud.positions) {
-        cloud.extent.Include(position);
-    }
-    const ElevationGrid grid = GridPoints(cloud, 10);
-    EXPECT_EQ(grid.columns, 4U);
-    EXPECT_EQ(grid.rows, 3U);
-    EXPECT_EQ(grid.ElevationAt(104, 196), 2) << "the mean of two";
-    EXPECT_EQ(grid.ElevationAt(125, 200), 7);
-    EXPECT_EQ(grid.ElevationAt(130, 220), 9) << "the point on the outermost edge";
-    EXPECT_EQ(grid.CountCellsWithData(), 3U);
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "map/FeatureLabels.h"
 #include "map/LabelAnchor.h"
 #include "map/LabelPlacement.h"
 
@@ -108,6 +109,32 @@ TEST(LabelPlacement, EqualLabelsShowInTheirOrder_AndTheSameTextIsNotRepeatedNear
     const LabelRequest otherPart{{110, 0, 0}, 20, 10, 1e300, 7};
     const LabelRequest neighbour{{110, 40, 0}, 20, 10, 1e300, 8};
     EXPECT_EQ(PlaceLabels({part, otherPart, neighbour}), (std::vector<double>{1e300, 0.5, 5.5}));
+}
+
+TEST(FeatureLabels, LabelsAreOneShortLine_ThoseOfLargeFeaturesFirst) {
+    EXPECT_EQ(MakeLabelText("  two\r\nlines "), "two  lines");
+    const std::string umlauts =
+        MakeLabelText(std::string(40, '-') + "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC"
+                                             "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC");
+    EXPECT_EQ(umlauts, std::string(40, '-') + "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC...")
+        << "no character is cut in half";
+
+    const auto square = [](double size, const char* name) {
+        VectorFeature feature;
+        feature.polygons.push_back({{{{0, 0, 0}, {size, 0, 0}, {size, size, 0}, {0, size, 0}}}});
+        feature.extent.Include(Position{0, 0, 0});
+        feature.extent.Include(Position{size, size, 0});
+        feature.properties = {{"ID", "1"}, {"NAME", name}};
+        return feature;
+    };
+    VectorLayer layer;
+    layer.features = {square(1, "small"), square(9, "large"), square(5, ""), square(7, "null")};
+    const std::vector<FeatureLabel> labels = CollectLabels({layer}, "NAME");
+    ASSERT_EQ(labels.size(), 2U);
+    EXPECT_EQ(labels[0].text, "large");
+    EXPECT_EQ(labels[0].areaWidth, 9.0);
+    EXPECT_EQ(labels[1].anchor, (Position{0.5, 0.5, 0}));
+    EXPECT_EQ(ListProperties({layer, layer}), (std::vector<std::string>{"ID", "NAME"}));
 }
 
 } // namespace

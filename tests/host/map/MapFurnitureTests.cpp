@@ -1,6 +1,4 @@
-#include "map/FeatureLabels.h"
 #include "map/MapFurniture.h"
-#include "map/RubberBand.h"
 
 #include <gtest/gtest.h>
 
@@ -70,49 +68,6 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(MapFurniture, PositionHasAsManyDigitsAsAPixelIsWorth) {
     EXPECT_EQ(FormatPosition({294'542.9327, 9'116'067.7818, 0}, 8.3), "294543  9116068");
     EXPECT_EQ(FormatPosition({-78.5, 36.123456, 0}, 0.004), "-78.500  36.123");
-}
-
-TEST(FeatureLabels, LabelsAreOneShortLine_ThoseOfLargeFeaturesFirst) {
-    EXPECT_EQ(MakeLabelText("  two\r\nlines "), "two  lines");
-    const std::string umlauts =
-        MakeLabelText(std::string(40, '-') + "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC"
-                                             "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC");
-    EXPECT_EQ(umlauts, std::string(40, '-') + "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC...")
-        << "no character is cut in half";
-
-    const auto square = [](double size, const char* name) {
-        VectorFeature feature;
-        feature.polygons.push_back({{{{0, 0, 0}, {size, 0, 0}, {size, size, 0}, {0, size, 0}}}});
-        feature.extent.Include(Position{0, 0, 0});
-        feature.extent.Include(Position{size, size, 0});
-        feature.properties = {{"ID", "1"}, {"NAME", name}};
-        return feature;
-    };
-    VectorLayer layer;
-    layer.features = {square(1, "small"), square(9, "large"), square(5, ""), square(7, "null")};
-    const std::vector<FeatureLabel> labels = CollectLabels({layer}, "NAME");
-    ASSERT_EQ(labels.size(), 2U);
-    EXPECT_EQ(labels[0].text, "large");
-    EXPECT_EQ(labels[0].areaWidth, 9.0);
-    EXPECT_EQ(labels[1].anchor, (Position{0.5, 0.5, 0}));
-    EXPECT_EQ(ListProperties({layer, layer}), (std::vector<std::string>{"ID", "NAME"}));
-}
-
-TEST(RubberBand, MeasuredLineStaysUntilTheNextClick_ARectangleDoesNot) {
-    RubberBand band;
-    band.Begin(RubberBand::Kind::Measure, {500'010, 20, 0});
-    band.MoveTo({500'000, 10, 0});
-    band.Drop();
-    band.MoveTo({7, 7, 0});
-    EXPECT_EQ(band.GetKind(), RubberBand::Kind::Measure);
-    EXPECT_EQ(band.To(), (Position{500'000, 10, 0}));
-    EXPECT_EQ(band.Box().low, (Position{500'000, 10, 0}));
-    EXPECT_TRUE(band.IsLargeEnoughToZoom(1.0));
-    EXPECT_FALSE(band.IsLargeEnoughToZoom(3.0));
-    band.Begin(RubberBand::Kind::Zoom, {0, 0, 0});
-    band.MoveTo({9, 9, 0});
-    band.Drop();
-    EXPECT_EQ(band.GetKind(), RubberBand::Kind::None);
 }
 
 } // namespace
