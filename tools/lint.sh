@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Checks the format of all sources, reads them with clang-tidy, and compares the generated tables with their catalogue.
+# Checks the format of all sources and the contents list of the view's header, compares the generated tables with their
+# catalogue, and reads the sources with clang-tidy.
 source "$(dirname "$0")/common.sh"
 cd "$root"
 
 mapfile -t formatted < <(git ls-files '*.h' '*.cpp' | grep -v '/generated/')
 step clang-format "Checking the format of ${#formatted[@]} files" clang-format --dry-run -Werror "${formatted[@]}"
+step check-header "Checking the contents list of the view's header" tools/check-header.sh
 step generated "Checking the generated tables" python3 cmake/generate_entry_points.py --check
 
 # The commands of the build, read with the target's headers. Driver and tests follow other habits and are left out.

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "data/PointCloud.h"
+#include "map/MapFurniture.h"
+
+#include <OrrinDisplay.h>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace OrrinViewer {
+
+/// What follows is drawn in pixels from the window's lower left, on top of everything.
+void SetUpPixelCamera(KTR::COpenGLView& view, int widthPixels, int heightPixels);
+
+using PixelLine = std::array<Position, 2>;
+using PixelTriangle = std::array<Position, 3>;
+
+/// Lines through the middles of pixels, so that vertical and horizontal ones are sharp.
+void DrawPixelLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines, const Rgb& color, double widthPixels);
+void DrawPixelTriangles(KTR::COpenGLView& view, const std::vector<PixelTriangle>& triangles, const Rgb& color,
+                        std::uint8_t opacity);
+
+/// White lines with a dark edge, which show on any ground.
+void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines);
+
+/// Ticks, scale bar and north arrow without their texts.
+void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture);
+
+} // namespace OrrinViewer

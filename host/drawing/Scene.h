@@ -1,0 +1,94 @@
+#pragma once
+
+#include "CloudLayer.h"
+#include "RasterLayer.h"
+#include "SceneColors.h"
+#include "Surface.h"
+#include "data/VectorLayer.h"
+#include "map/FeatureLabels.h"
+#include "map/MapNavigator.h"
+#include "map/MapTicks.h"
+#include "map/OrbitNavigator.h"
+
+#include <OrrinDisplay.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace OrrinViewer {
+
+/// The data that all windows show, and how it is drawn. This is the part to read for how a host uses the library.
+class Scene {
+public:
+    // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, clouds, vectors. Add
+    // everything before the first frame.
+
+    void AddCloud(PointCloud cloud);
+    void AddSurface(ElevationGrid grid);
+    /// `name` tells it from all other rasters of the process; `smooth` blends between its pixels.
+    void AddRaster(Raster raster, std::wstring name, bool smooth);
+    void AddVectorLayer(VectorLayer layer);
+    const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
+
+    const Extent& GetExtent() const { return m_extent; }
+    std::size_t CountPoints() const;
+    std::size_t CountFeatures() const;
+    std::size_t CountCells() const;
+    std::size_t CountPixels() const;
+
+    void SetUnits(MapUnits units) { m_units = units; }
+    MapUnits GetUnits() const { return m_units; }
+    void SetLabels(std::vector<FeatureLabel> labels) { m_labels = std::move(labels); }
+    /// Those of large features first.
+    const std::vector<FeatureLabel>& GetLabels() const { return m_labels; }
+
+    void SetPointSize(double pixels) { m_pointSizePixels = pixels; }
+    double GetPointSize() const { return m_pointSizePixels; }
+    /// Colours all clouds; without a mode, by the one that suits the first cloud.
+    void ColorClouds(std::optional<ColorMode> mode);
+    /// Switches to the next colouring; the name of the new one.
+    const char* SwitchColors();
+    const char* NameOfColors() const;
+    /// Heights are multiplied by this, for the relief of flat country to show.
+    void SetExaggeration(double factor) { m_exaggeration = factor; }
+    double GetExaggeration() const { return m_exaggeration; }
+    /// From 0, areas are not filled, to 1, nothing shows through them.
+    void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
+
+    /// Draws one frame into the view's back buffer, from above or in perspective. The view's main context must be
+    /// current.
+    void Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
+    void Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
+    /// Deletes what was put into the view's context, which must be current. Textures stay in the library's cache.
+    void ReleaseGLObjects(KTR::COpenGLView& view);
+
+private:
+    void Include(const Extent& extent);
+    void ColorAllClouds();
+    void SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
+    void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
+    void DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel);
+    Position OnTheGround(const Position& position) const;
+    void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
+    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
+    void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
+
+    std::vector<CloudLayer> m_clouds;
+    std::vector<Surface> m_surfaces;
+    std::vector<RasterLayer> m_rasters;
+    std::vector<VectorLayer> m_layers;
+    std::vector<FeatureLabel> m_labels;
+    Extent m_extent;
+    /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
+    /// metres of a national grid.
+    Position m_origin;
+    MapUnits m_units = MapUnits::Metres;
+    ColorMode m_colorMode = ColorMode::Elevation;
+    double m_pointSizePixels = 2.0;
+    double m_exaggeration = 1.0;
+    double m_fillOpacity = 0.0;
+};
+
+} // namespace OrrinViewer

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "data/ElevationGrid.h"
+
+#include <OrrinDisplay.h>
+
+#include <array>
+#include <vector>
+
+namespace OrrinViewer {
+
+/// Directs the sun for the lit surfaces that follow: from the north-west, half-way up. It stands still over the map, so
+/// call this with the camera in the modelview matrix and nothing else.
+void SetUpSun(KTR::COpenGLView& view);
+
+/// A shaded relief: the elevations of a grid as lit triangles, coloured from low to high.
+class Surface {
+public:
+    explicit Surface(ElevationGrid grid);
+
+    const ElevationGrid& Grid() const { return m_grid; }
+    /// Draws it relative to the origin.
+    void Draw(KTR::COpenGLView& view, const Position& origin) const;
+
+private:
+    ElevationGrid m_grid;
+    std::vector<std::array<GridCorner, 3>> m_triangles;
+    std::vector<Position> m_normals; ///< one per cell
+    std::vector<Rgb> m_colors;       ///< one per cell
+};
+
+} // namespace OrrinViewer

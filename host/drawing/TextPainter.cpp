@@ -1,0 +1,91 @@
+#include "TextPainter.h"
+
+#include "SceneColors.h"
+#include "WideText.h"
+
+#include <algorithm>
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr double kPointsPerInch = 72.0;
+
+} // namespace
+
+TextPainter::TextPainter(const std::wstring& face, int points) : m_deviceContext(CreateCompatibleDC(nullptr)) {
+    // Rounded down: the library goes back from pixels to points and rounds up.
+    const int pixels = static_cast<int>(points * GetDeviceCaps(m_deviceContext, LOGPIXELSY) / kPointsPerInch);
+    m_font = CreateFontW(-pixels, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
+                         CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, face.c_str());
+    m_previousFont = SelectObject(m_deviceContext, m_font);
+    GetTextMetricsW(m_deviceContext, &m_metrics);
+}
+
+TextPainter::~TextPainter() {
+    SelectObject(m_deviceContext, m_previousFont);
+    DeleteObject(m_font);
+    DeleteDC(m_deviceContext);
+}
+
+bool TextPainter::Load(KTR::COpenGLView& view) {
+    // The lists are made through the device context that the window's rendering context is current on.
+    const HDC deviceContext = view.GetContextRecord(view.GetCurrentContextType()).deviceContext;
+    m_loaded = SUCCEEDED(view.RefreshRasterFont(deviceContext, m_lists, m_font, RGB(255, 255, 255)));
+    return m_loaded;
+}
+
+void TextPainter::Release(KTR::COpenGLView& view) {
+    view.DeleteFont(m_lists);
+    m_loaded = false;
+}
+
+TextSizes TextPainter::Sizes(const KTR::COpenGLView& view) const {
+    TextSizes sizes;
+    sizes.width = [this, &view](const std::string& text) { return MeasureWidth(view, text); };
+    sizes.ascent = m_metrics.tmAscent - m_metrics.tmInternalLeading;
+    sizes.descent = m_metrics.tmDescent;
+    return sizes;
+}
+
+double TextPainter::MeasureWidth(const KTR::COpenGLView& view, const std::string& text) const {
+    const std::wstring wide = WideText(text);
+    if (view.DrawsWithPrograms()) {
+        std::size_t length = 0;
+        double width = 0.0;
+        double height = 0.0;
+        view.GetTextStringDimensions(wide.c_str(), length, width, height);
+        return width;
+    }
+    SIZE size = {};
+    GetTextExtentPoint32W(m_deviceContext, wide.c_str(), static_cast<int>(wide.size()), &size);
+    return size.cx;
+}
+
+void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& texts) const {
+    if (!m_loaded || texts.empty()) {
+        return;
+    }
+    static const std::vector<Position> around = {{-1, -1, 0}, {0, -1, 0}, {1, -1, 0}, {-1, 0, 0},
+                                                 {1, 0, 0},   {-1, 1, 0}, {0, 1, 0},  {1, 1, 0}};
+    DrawShifted(view, texts, kDarkEdge, around);
+    DrawShifted(view, texts, kLight, {Position{}});
+}
+
+void TextPainter::DrawShifted(KTR::COpenGLView& view, const std::vector<PixelText>& texts, const Rgb& color,
+                              const std::vector<Position>& shifts) const {
+    // Without programs text is drawn at the raster position, which has to be set for each string.
+    const bool atRasterPosition = !view.DrawsWithPrograms();
+    view.Color(color.red, color.green, color.blue, 255);
+    view.DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+    for (const PixelText& text : texts) {
+        const std::wstring wide = WideText(text.text);
+        for (const Position& shift : shifts) {
+            view.DrawTextString(m_lists, wide.c_str(), nullptr, atRasterPosition, false, false, text.x + shift.x,
+                                text.y + shift.y, 0.0);
+        }
+    }
+    view.DrawTeardownFontAtlasText(false, false);
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "data/PointCloud.h"
+#include "map/MapFurniture.h"
+
+#include <OrrinDisplay.h>
+
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+
+/// Writes strings into a window in one font. The same calls serve both pipelines: a context with programs draws from
+/// the library's glyph atlas, another from display lists.
+class TextPainter {
+public:
+    /// Makes the font; `points` is its size on the screen.
+    TextPainter(const std::wstring& face, int points);
+    ~TextPainter();
+    TextPainter(const TextPainter&) = delete;
+    TextPainter& operator=(const TextPainter&) = delete;
+
+    /// Gives the font to the view's current context. False when that is not possible; nothing is drawn then.
+    bool Load(KTR::COpenGLView& view);
+    /// Deletes what Load made, with the same context current.
+    void Release(KTR::COpenGLView& view);
+
+    /// Measures text as it will be drawn. Refers to this object and to the view.
+    TextSizes Sizes(const KTR::COpenGLView& view) const;
+
+    /// Draws strings with a thin dark edge, which keeps them readable on any ground. Set up the pixel camera first.
+    void Draw(KTR::COpenGLView& view, const std::vector<PixelText>& texts) const;
+
+private:
+    double MeasureWidth(const KTR::COpenGLView& view, const std::string& text) const;
+    void DrawShifted(KTR::COpenGLView& view, const std::vector<PixelText>& texts, const Rgb& color,
+                     const std::vector<Position>& shifts) const;
+
+    HDC m_deviceContext = nullptr; ///< has the font selected
+    HFONT m_font = nullptr;
+    HGDIOBJ m_previousFont = nullptr;
+    TEXTMETRICW m_metrics{};
+    unsigned int m_lists = 0; ///< on contexts without programs
+    bool m_loaded = false;
+};
+
+} // namespace OrrinViewer

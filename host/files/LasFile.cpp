@@ -1,0 +1,221 @@
+#include "LasFile.h"
+
+#include "ByteOrder.h"
+#include "InputFile.h"
+#include "WideColors.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+
+namespace {
+
+/// Where the fields of a point record stand, in bytes from its start. All formats begin with x, y, z as 32-bit integers
+/// and a 16-bit intensity.
+struct PointLayout {
+    std::size_t recordBytes; // the least that a record of the format has; files may append their own
+    std::size_t classAt;
+    std::uint8_t classMask; // formats 0 to 5 keep flags in the upper three bits of the class byte
+    std::size_t flagsAt;
+    std::uint8_t withheldMask;
+    std::size_t colorAt; // 0 where the format has no colour
+};
+
+constexpr std::array<PointLayout, 11> kLayouts = {{
+    {20, 15, 0x1F, 15, 0x80, 0},
+    {28, 15, 0x1F, 15, 0x80, 0},  // time
+    {26, 15, 0x1F, 15, 0x80, 20}, // colour
+    {34, 15, 0x1F, 15, 0x80, 28}, // time, colour
+    {57, 15, 0x1F, 15, 0x80, 0},  // time, wave packet
+    {63, 15, 0x1F, 15, 0x80, 28}, // time, colour, wave packet
+    {30, 16, 0xFF, 15, 0x04, 0},  // time, from here on always
+    {36, 16, 0xFF, 15, 0x04, 30}, // colour
+    {38, 16, 0xFF, 15, 0x04, 30}, // colour, near infrared
+    {59, 16, 0xFF, 15, 0x04, 0},  // wave packet
+    {67, 16, 0xFF, 15, 0x04, 30}, // colour, near infrared, wave packet
+}};
+
+constexpr std::size_t kIntensityAt = 12;
+
+/// The header's fields that matter here; the rest of it describes the survey.
+struct LasHeader {
+    std::uint64_t pointsAt = 0;
+    std::uint64_t pointCount = 0;
+    std::size_t recordBytes = 0;
+    std::size_t pointFormat = 0;
+    std::array<double, 3> scale{};
+    std::array<double, 3> offset{};
+};
+
+constexpr std::size_t kCommonHeaderBytes = 227; // version 1.2; later ones append fields
+
+std::size_t HeaderBytesOfVersion(int minorVersion) {
+    switch (minorVersion) {
+    case 4:
+        return 375;
+    case 3:
+        return 235;
+    default:
+        return kCommonHeaderBytes;
+    }
+}
+
+void RequireSignature(const InputFile& file, const std::uint8_t* header) {
+    if (std::memcmp(header, "LASF", 4) != 0) {
+        file.Fail("is not a LAS file: it does not begin with 'LASF'");
+    }
+}
+
+/// The point format, refused where this program cannot read it.
+std::size_t TakePointFormat(const InputFile& file, std::uint8_t formatByte) {
+    if (formatByte >= 128) {
+        file.Fail("holds compressed points (LAZ); unpack it to LAS first");
+    }
+    if (formatByte >= kLayouts.size()) {
+        file.Fail("has point format " + std::to_string(formatByte) + " at byte 104; formats 0 to 10 are known");
+    }
+    return formatByte;
+}
+
+/// Version 1.4 counts in 64 bits and keeps the 32-bit count for older readers, where it fits. Some writers fill in only
+/// the old one.
+std::uint64_t TakePointCount(const std::vector<std::uint8_t>& header, int minorVersion) {
+    const std::uint64_t legacyCount = LoadLittleEndian<std::uint32_t>(&header[107]);
+    if (minorVersion < 4) {
+        return legacyCount;
+    }
+    const auto count = LoadLittleEndian<std::uint64_t>(&header[247]);
+    return count != 0 ? count : legacyCount;
+}
+
+void RequireUsableTransform(const InputFile& file, const LasHeader& header) {
+    constexpr double kLargestStored = 2147483648.0;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double reach = std::abs(header.offset[axis]) + std::abs(header.scale[axis]) * kLargestStored;
+        if (header.scale[axis] == 0.0 || !std::isfinite(reach)) {
+            file.Fail("has an unusable scale or offset for its coordinates (bytes 131 to 178)");
+        }
+    }
+}
+
+/// The header is believed only as far as the file's size bears it out; nothing is allocated before.
+void RequireAllPoints(const InputFile& file, const LasHeader& header) {
+    if (header.pointsAt > file.Size()) {
+        file.Fail("promises points from byte " + std::to_string(header.pointsAt) + " on but ends at byte " +
+                  std::to_string(file.Size()));
+    }
+    const std::uint64_t held = (file.Size() - header.pointsAt) / header.recordBytes;
+    if (header.pointCount > held) {
+        file.Fail("promises " + std::to_string(header.pointCount) + " points but holds " + std::to_string(held));
+    }
+}
+
+LasHeader ReadHeader(InputFile& file) {
+    std::vector<std::uint8_t> bytes(kCommonHeaderBytes);
+    const auto signatureBytes = std::min<std::uint64_t>(4, file.Size());
+    file.Read({bytes.data(), static_cast<std::size_t>(signatureBytes)});
+    RequireSignature(file, bytes.data());
+    if (file.Size() < kCommonHeaderBytes) {
+        file.Fail("ends at byte " + std::to_string(file.Size()) + ", within its header");
+    }
+    file.Read(std::span(bytes).subspan(4));
+
+    const int majorVersion = bytes[24];
+    const int minorVersion = bytes[25];
+    if (majorVersion != 1 || minorVersion < 2 || minorVersion > 4) {
+        file.Fail("has version " + std::to_string(majorVersion) + "." + std::to_string(minorVersion) +
+                  " at byte 24; LAS 1.2 to 1.4 are known");
+    }
+    const std::size_t headerBytes = HeaderBytesOfVersion(minorVersion);
+    if (file.Size() < headerBytes) {
+        file.Fail("ends at byte " + std::to_string(file.Size()) + ", within its header");
+    }
+    bytes.resize(headerBytes);
+    file.Read(std::span(bytes).subspan(kCommonHeaderBytes));
+
+    LasHeader header;
+    header.pointFormat = TakePointFormat(file, bytes[104]);
+    header.recordBytes = LoadLittleEndian<std::uint16_t>(&bytes[105]);
+    header.pointsAt = LoadLittleEndian<std::uint32_t>(&bytes[96]);
+    header.pointCount = TakePointCount(bytes, minorVersion);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        header.scale[axis] = LoadLittleEndian<double>(&bytes[131 + 8 * axis]);
+        header.offset[axis] = LoadLittleEndian<double>(&bytes[155 + 8 * axis]);
+    }
+
+    if (header.recordBytes < kLayouts[header.pointFormat].recordBytes) {
+        file.Fail("has point records of " + std::to_string(header.recordBytes) + " bytes at byte 105; format " +
+                  std::to_string(header.pointFormat) + " needs " +
+                  std::to_string(kLayouts[header.pointFormat].recordBytes));
+    }
+    if (header.pointsAt < headerBytes) {
+        file.Fail("places its points at byte " + std::to_string(header.pointsAt) + ", within its header of " +
+                  std::to_string(headerBytes) + " bytes");
+    }
+    RequireUsableTransform(file, header);
+    RequireAllPoints(file, header);
+    return header;
+}
+
+Position TakePosition(const std::uint8_t* record, const LasHeader& header) {
+    const auto coordinate = [&](std::size_t axis) {
+        return LoadLittleEndian<std::int32_t>(record + 4 * axis) * header.scale[axis] + header.offset[axis];
+    };
+    return {coordinate(0), coordinate(1), coordinate(2)};
+}
+
+template <typename Value> void DropWhenAllZero(std::vector<Value>& values) {
+    const bool filled = std::any_of(values.begin(), values.end(), [](const Value& value) { return value != Value{}; });
+    if (!filled) {
+        values = {};
+    }
+}
+
+} // namespace
+
+PointCloud ReadLasFile(const std::filesystem::path& path) {
+    InputFile file(path);
+    const LasHeader header = ReadHeader(file);
+    const PointLayout& layout = kLayouts[header.pointFormat];
+    file.Skip(header.pointsAt - file.Offset());
+
+    PointCloud cloud;
+    const auto count = static_cast<std::size_t>(header.pointCount);
+    cloud.positions.reserve(count);
+    cloud.classes.reserve(count);
+    cloud.intensities.reserve(count);
+    if (layout.colorAt != 0) {
+        cloud.colors.reserve(count);
+    }
+
+    WideColors colors(cloud.colors);
+    std::vector<std::uint8_t> record(header.recordBytes);
+    for (std::size_t index = 0; index < count; ++index) {
+        file.Read(record);
+        if ((record[layout.flagsAt] & layout.withheldMask) != 0) {
+            ++cloud.skippedPoints;
+            continue;
+        }
+        const Position position = TakePosition(record.data(), header);
+        cloud.positions.push_back(position);
+        cloud.extent.Include(position);
+        cloud.classes.push_back(static_cast<std::uint8_t>(record[layout.classAt] & layout.classMask));
+        cloud.intensities.push_back(LoadLittleEndian<std::uint16_t>(&record[kIntensityAt]));
+        if (layout.colorAt != 0) {
+            const std::uint8_t* color = &record[layout.colorAt];
+            colors.Add(LoadLittleEndian<std::uint16_t>(color), LoadLittleEndian<std::uint16_t>(color + 2),
+                       LoadLittleEndian<std::uint16_t>(color + 4));
+        }
+    }
+    DropWhenAllZero(cloud.colors);
+    DropWhenAllZero(cloud.classes);
+    DropWhenAllZero(cloud.intensities);
+    return cloud;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "data/PointCloud.h"
+
+#include <filesystem>
+
+namespace OrrinViewer {
+
+/// Reads a LAS file, versions 1.2 to 1.4, point formats 0 to 10, uncompressed.
+///
+/// Points flagged as withheld are left out and counted as skipped. Colours, classes and intensities that every point
+/// leaves at zero were never filled in, and are dropped. Throws FileError.
+PointCloud ReadLasFile(const std::filesystem::path& path);
+
+} // namespace OrrinViewer

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "data/PointCloud.h"
+
+#include <filesystem>
+
+namespace OrrinViewer {
+
+/// Reads the vertices of a PLY 1.0 file, ASCII or binary in either byte order, as points; faces and all else are passed
+/// over.
+///
+/// x, y and z are required, of any type and in any place. Taken where they are: colours (`red green blue` or `r g b`;
+/// fractions count as 0 to 1), `intensity`, and a class (`class`, `label` or `classification`), each also with
+/// "scalar_" before its name and in any case. A point whose position is not finite, as scanners record where nothing
+/// came back, is left out and counted as skipped. Throws FileError.
+PointCloud ReadPlyFile(const std::filesystem::path& path);
+
+} // namespace OrrinViewer

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "MapNavigator.h"
+#include "MapTicks.h"
+
+#include <array>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+
+/// A string in the window. (x, y) is the left end of its baseline, in pixels from the window's lower left, as OpenGL
+/// counts.
+struct PixelText {
+    std::string text; ///< UTF-8
+    double x = 0.0;
+    double y = 0.0;
+};
+
+/// How large strings come out, in pixels.
+struct TextSizes {
+    std::function<double(const std::string&)> width;
+    double ascent = 0.0;  ///< height of capital letters above the baseline
+    double descent = 0.0; ///< depth of letters below it
+};
+
+/// What lies around and over the map, in pixels from the window's lower left.
+struct MapFurniture {
+    std::vector<std::array<Position, 2>> lines;
+    std::vector<std::array<Position, 3>> triangles;
+    std::vector<PixelText> texts;
+};
+
+/// Coordinates along the window's edges, a scale bar in its lower right corner and a north arrow in its upper right
+/// one. What has no room is left out. No two texts touch, and the row at the top edge stays free for the position under
+/// the mouse.
+MapFurniture LayOutMapFurniture(const MapNavigator& navigator, MapUnits units, const TextSizes& sizes);
+
+/// The position in words, with as many digits as a pixel is worth.
+std::string FormatPosition(const Position& position, double unitsPerPixel);
+
+/// The position under the mouse and where it is told; an empty text in a window too narrow for it.
+PixelText LayOutPosition(const MapNavigator& navigator, const Position& position, const TextSizes& sizes);
+
+/// Puts a text of this width beside the end `to` of a line, on the side where the line does not go, and whole within
+/// the window.
+PixelText PlaceBesideLine(std::string text, double widthPixels, const Position& from, const Position& to,
+                          int windowWidth, int windowHeight);
+
+} // namespace OrrinViewer

@@ -1,0 +1,101 @@
+#include "MapTicks.h"
+
+#include "Angles.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr double kEarthRadiusMetres = 6371008.8;
+constexpr std::array<double, 3> kNiceDigits = {1.0, 2.0, 5.0};
+/// Steps that a division made a hair larger or smaller than they are still count as what they are.
+constexpr double kSlack = 1e-9;
+
+/// A number with so many digits after the point; without the zeros at its end.
+std::string FormatShortly(double value, int decimals) {
+    std::string text = FormatCoordinate(value, decimals);
+    if (decimals > 0) {
+        text.erase(text.find_last_not_of('0') + 1);
+        if (text.back() == '.') {
+            text.pop_back();
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+double FindNiceStep(double smallest) {
+    const double power = std::pow(10.0, std::floor(std::log10(smallest)));
+    for (const double digit : kNiceDigits) {
+        if (digit * power >= smallest * (1.0 - kSlack)) {
+            return digit * power;
+        }
+    }
+    return 10.0 * power;
+}
+
+std::vector<double> FindTicks(double low, double high, double step) {
+    const double first = std::ceil(low / step - kSlack);
+    const double last = std::floor(high / step + kSlack);
+    std::vector<double> ticks;
+    for (long long index = 0; first + static_cast<double>(index) <= last; ++index) {
+        ticks.push_back((first + static_cast<double>(index)) * step);
+    }
+    return ticks;
+}
+
+int CountDecimals(double step) {
+    return static_cast<int>(std::max(0.0, std::ceil(-std::log10(step) - kSlack)));
+}
+
+std::string FormatCoordinate(double value, int decimals) {
+    std::array<char, 64> text{};
+    const int length = std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
+    std::string formatted(text.data(), static_cast<std::size_t>(std::clamp<int>(length, 0, text.size() - 1)));
+    const bool isZero = formatted.find_first_not_of("-0.") == std::string::npos;
+    return isZero && formatted.starts_with('-') ? formatted.substr(1) : formatted;
+}
+
+double MetresPerUnit(MapUnits units, double y) {
+    if (units == MapUnits::Metres) {
+        return 1.0;
+    }
+    return kEarthRadiusMetres * Radians(1.0) * std::cos(Radians(std::clamp(y, -89.9, 89.9)));
+}
+
+double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, double toY) {
+    if (units == MapUnits::Metres) {
+        return std::hypot(toX - fromX, toY - fromY);
+    }
+    const double acrossLatitudes = std::sin(Radians(toY - fromY) * 0.5);
+    const double acrossLongitudes = std::sin(Radians(toX - fromX) * 0.5);
+    const double chord = acrossLatitudes * acrossLatitudes +
+                         std::cos(Radians(fromY)) * std::cos(Radians(toY)) * acrossLongitudes * acrossLongitudes;
+    return 2.0 * kEarthRadiusMetres * std::asin(std::sqrt(std::clamp(chord, 0.0, 1.0)));
+}
+
+std::string FormatLength(double metres) {
+    const bool isLong = metres >= 1000.0;
+    const double value = isLong ? metres / 1000.0 : metres;
+    const int decimals =
+        value >= 100.0 || value <= 0.0 ? 0 : CountDecimals(std::pow(10.0, std::floor(std::log10(value)) - 2.0));
+    return FormatShortly(value, decimals) + (isLong ? " km" : " m");
+}
+
+ScaleBar FindScaleBar(double metresPerPixel, double longestPixels) {
+    const double longest = metresPerPixel * longestPixels;
+    const double power = std::pow(10.0, std::floor(std::log10(longest)));
+    double metres = power;
+    for (const double digit : kNiceDigits) {
+        metres = digit * power <= longest * (1.0 + kSlack) ? digit * power : metres;
+    }
+    return {metres / metresPerPixel, FormatLength(metres)};
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+
+/// The smallest of 1, 2 and 5 times a power of ten that is at least `smallest` (above 0).
+double FindNiceStep(double smallest);
+
+/// The multiples of `step` from `low` to `high`, both included. Each is computed on its own, so that it does not depend
+/// on where the map begins.
+std::vector<double> FindTicks(double low, double high, double step);
+
+/// Digits after the point that tell multiples of `step` apart.
+int CountDecimals(double step);
+
+/// A coordinate with so many digits after the point, and never "-0".
+std::string FormatCoordinate(double value, int decimals);
+
+/// The size of the units in which a map's coordinates are.
+enum class MapUnits {
+    Metres,
+    Degrees, ///< of longitude and latitude
+};
+
+/// Length on the ground of one unit from west to east at the height `y` on the map.
+double MetresPerUnit(MapUnits units, double y);
+
+/// Metres between two positions: on the plane, or the shorter way around the globe.
+double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, double toY);
+
+/// A length in words, such as "250 m" or "12.4 km"; three digits at least are right.
+std::string FormatLength(double metres);
+
+struct ScaleBar {
+    double lengthPixels = 0.0;
+    std::string text; ///< what the whole bar stands for
+};
+
+/// The longest bar of a round length that is not longer than `longestPixels`.
+ScaleBar FindScaleBar(double metresPerPixel, double longestPixels);
+
+} // namespace OrrinViewer

@@ -1,0 +1,81 @@
+#include "LoadScene.h"
+
+#include "drawing/ElevationRaster.h"
+#include "files/FileError.h"
+#include "files/OpenFile.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace OrrinViewer {
+
+namespace {
+
+/// True where the positions can be longitudes and latitudes in degrees.
+bool FitsTheGlobe(const Extent& extent) {
+    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
+}
+
+void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, bool flat) {
+    if (flat) {
+        scene.AddRaster(MakeElevationRaster(grid), file.wstring(), false);
+    } else {
+        scene.AddSurface(std::move(grid));
+    }
+}
+
+void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOptions& options) {
+    switch (DetectKind(file)) {
+    case FileKind::GeoJson:
+        scene.AddVectorLayer(OpenVectorLayer(file));
+        return;
+    case FileKind::AsciiGrid:
+        AddElevations(scene, OpenElevationGrid(file), file, options.flat);
+        return;
+    case FileKind::Image:
+        scene.AddRaster(OpenRaster(file), file.wstring(), true);
+        return;
+    default:
+        break;
+    }
+    if (options.cloudCellSize) {
+        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
+    } else {
+        scene.AddCloud(OpenPointCloud(file));
+    }
+}
+
+std::vector<FeatureLabel> CollectLabelsOrExplain(const std::vector<VectorLayer>& layers, const std::string& property) {
+    std::vector<FeatureLabel> labels = CollectLabels(layers, property);
+    if (!labels.empty()) {
+        return labels;
+    }
+    std::string known;
+    for (const std::string& name : ListProperties(layers)) {
+        known += known.empty() ? name : ", " + name;
+    }
+    throw std::runtime_error("No feature has a property " + QuoteForMessage(property) + "; " +
+                             (known.empty() ? "none of them has any" : "there are: " + known));
+}
+
+} // namespace
+
+Scene LoadScene(const ViewerOptions& options) {
+    Scene scene;
+    for (const std::filesystem::path& file : options.files) {
+        AddFile(scene, file, options);
+    }
+    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
+    const bool areDegrees = !scene.GetVectorLayers().empty() && FitsTheGlobe(scene.GetExtent());
+    scene.SetUnits(options.units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres));
+    if (!options.labelProperty.empty()) {
+        scene.SetLabels(CollectLabelsOrExplain(scene.GetVectorLayers(), options.labelProperty));
+    }
+    scene.ColorClouds(options.colorMode);
+    scene.SetPointSize(options.pointSizePixels);
+    scene.SetExaggeration(options.exaggeration);
+    scene.SetFillOpacity(options.fillPercent / 100.0);
+    return scene;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,119 @@
+#include "ViewerOptions.h"
+
+#include "files/TextParsing.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace OrrinViewer {
+
+namespace {
+
+std::filesystem::path PathFromUtf8(const std::string& text) {
+    return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+/// "west,south,east,north". One text rather than four numbers: a list would also take the file names behind it.
+Extent AreaFromText(const std::string& text) {
+    std::vector<double> numbers;
+    for (const std::string& part : CLI::detail::split(text, ',')) {
+        const std::optional<double> number = ParseNumber(part);
+        if (!number || !std::isfinite(*number)) {
+            throw CLI::ValidationError("--area", "'" + part + "' is not a number");
+        }
+        numbers.push_back(*number);
+    }
+    if (numbers.size() != 4) {
+        throw CLI::ValidationError("--area", "needs four numbers: west,south,east,north");
+    }
+    if (!(numbers[0] < numbers[2] && numbers[1] < numbers[3])) {
+        throw CLI::ValidationError("--area", "west must be below east, south below north");
+    }
+    return {{numbers[0], numbers[1], 0.0}, {numbers[2], numbers[3], 0.0}};
+}
+
+} // namespace
+
+ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
+    ParsedCommandLine result;
+    ViewerOptions& options = result.options;
+    std::vector<std::string> files;
+    std::string screenshot;
+    ColorMode colorMode = ColorMode::Recorded;
+    MapUnits units = MapUnits::Metres;
+    std::string area;
+
+    CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
+                 "JPEG) and vectors (GeoJSON).",
+                 "OrrinViewer");
+    app.footer(
+        "Mouse: wheel zooms, dragging pans, or rotates the 3-D view; on the map Shift and dragging zooms to a "
+        "rectangle, Ctrl and dragging measures. Keys: M lets every dragging measure, V switches between map and 3-D "
+        "view, C the colouring, + and - the point size, Home shows everything, Esc ends.");
+    app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
+    app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
+            {"auto", Pipeline::Automatic}, {"legacy", Pipeline::Legacy}, {"gl4", Pipeline::OpenGL4}}));
+    const CLI::Option* colorOption =
+        app.add_option("--color", colorMode, "recorded, elevation, class or intensity")
+            ->transform(CLI::CheckedTransformer(std::map<std::string, ColorMode>{{"recorded", ColorMode::Recorded},
+                                                                                 {"elevation", ColorMode::Elevation},
+                                                                                 {"class", ColorMode::Class},
+                                                                                 {"intensity", ColorMode::Intensity}}));
+    app.add_option("--view", options.camera, "map (from above, north up) or 3d")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, Camera>{{"map", Camera::Map}, {"3d", Camera::Perspective}}));
+    app.add_option("--exaggeration", options.exaggeration, "Multiplies heights")->check(CLI::Range(0.01, 1000.0));
+    app.add_option("--grid", options.cloudCellSize,
+                   "Shows clouds as a shaded relief of cells of this size, in the file's units")
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--flat", options.flat, "Shows elevations as a coloured raster below everything, not as a relief");
+    app.add_option("--fill", options.fillPercent, "Fills areas; how opaque in percent")->check(CLI::Range(0.0, 100.0));
+    app.add_option("--labels", options.labelProperty, "Labels features with this property");
+    app.add_option("--font", options.font, "Font family of all texts");
+    app.add_option("--font-size", options.fontPoints, "Its size in points")->check(CLI::Range(6, 72));
+    app.add_flag("--plain", options.plain, "Leaves out coordinates, scale bar and north arrow");
+    const CLI::Option* unitsOption =
+        app.add_option("--units", units, "metres or degrees, for lengths; otherwise what the coordinates look like")
+            ->transform(CLI::CheckedTransformer(
+                std::map<std::string, MapUnits>{{"metres", MapUnits::Metres}, {"degrees", MapUnits::Degrees}}));
+    app.add_option("--area", area, "What the map shows first: west,south,east,north");
+    app.add_option("--windows", options.windows, "Number of windows on the same data")->check(CLI::Range(1, 8));
+    app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels")->check(CLI::Range(1.0, 64.0));
+    app.add_option("--width", options.widthPixels, "Width of the window in pixels")->check(CLI::Range(64, 8192));
+    app.add_option("--height", options.heightPixels, "Height of the window in pixels")->check(CLI::Range(64, 8192));
+    app.add_option("--frames", options.frames, "Ends after so many frames")->check(CLI::Range(1, 1'000'000));
+    app.add_option("--screenshot", screenshot,
+                   "Saves the last frame as a PNG file and ends; of further windows too, with -2, -3, ... in the name");
+
+    // The parser takes the arguments from the back.
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    try {
+        app.parse(reversed);
+        if (!area.empty()) {
+            options.area = AreaFromText(area);
+        }
+    } catch (const CLI::ParseError& error) {
+        result.exitCode = app.exit(error);
+        return result;
+    }
+    for (const std::string& file : files) {
+        options.files.push_back(PathFromUtf8(file));
+    }
+    if (colorOption->count() > 0) {
+        options.colorMode = colorMode;
+    }
+    if (unitsOption->count() > 0) {
+        options.units = units;
+    }
+    if (!screenshot.empty()) {
+        options.screenshot = PathFromUtf8(screenshot);
+        options.frames = std::max(options.frames, 1);
+    }
+    return result;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "data/Extent.h"
+#include "drawing/SceneColors.h"
+#include "map/MapTicks.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+
+enum class Pipeline {
+    Automatic, ///< what the library's policy chooses for the driver
+    Legacy,
+    OpenGL4,
+};
+
+/// From where the scene is seen.
+enum class Camera {
+    Map,         ///< from above, north up
+    Perspective, ///< from the side; the mouse rotates it
+};
+
+/// What the command line asks for.
+struct ViewerOptions {
+    std::vector<std::filesystem::path> files;
+    Pipeline pipeline = Pipeline::Automatic;
+    std::optional<ColorMode> colorMode; ///< not set: what suits the cloud
+    double pointSizePixels = 2.0;
+    Camera camera = Camera::Map;
+    double exaggeration = 1.0;           ///< of heights
+    std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
+    bool flat = false;                   ///< elevations are shown as rasters, not as surfaces
+    double fillPercent = 0.0;            ///< opacity of filled areas
+    std::string labelProperty;           ///< UTF-8; empty: no labels
+    std::string font = "Arial";          ///< UTF-8, a family that the system knows
+    int fontPoints = 10;
+    bool plain = false;            ///< without coordinates, scale bar and north arrow
+    std::optional<MapUnits> units; ///< not set: degrees where the coordinates look like them
+    std::optional<Extent> area;    ///< what the map shows first; not set: everything
+    int windows = 1;
+    int widthPixels = 1200;
+    int heightPixels = 800;
+    int frames = 0; ///< 0: until the window is closed
+    std::filesystem::path screenshot;
+};
+
+/// The outcome of reading a command line: options, or an exit code after help or an error was printed.
+struct ParsedCommandLine {
+    ViewerOptions options;
+    std::optional<int> exitCode;
+};
+
+/// Reads the arguments (UTF-8, without the program's name).
+ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments);
+
+} // namespace OrrinViewer

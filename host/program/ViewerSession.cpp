@@ -1,0 +1,104 @@
+#include "ViewerSession.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+namespace OrrinViewer {
+
+namespace {
+
+/// Between windows, which would otherwise hide each other where the system does not spread them.
+constexpr int kOffsetPixels = 40;
+
+double FindMedian(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// "map.png" for the first window, "map-2.png" for the second.
+std::filesystem::path NameForWindow(const std::filesystem::path& path, std::size_t window) {
+    if (window == 0) {
+        return path;
+    }
+    std::filesystem::path name = path;
+    name.replace_filename(path.stem());
+    name += "-" + std::to_string(window + 1);
+    name += path.extension();
+    return name;
+}
+
+} // namespace
+
+ViewerSession::~ViewerSession() {
+    const bool hadViews = !m_windows.empty();
+    // The others share with the first.
+    while (!m_windows.empty()) {
+        m_windows.pop_back();
+    }
+    if (hadViews) {
+        KTR::COpenGLView::FinalShutDownDestroyClassCriticalSection();
+    }
+}
+
+bool ViewerSession::Open() {
+    const auto closed = [this] {
+        if (--m_openWindows == 0) {
+            PostQuitMessage(0);
+        }
+    };
+    for (int window = 0; window < m_options.windows; ++window) {
+        m_windows.push_back(std::make_unique<ViewerWindow>(m_scene, m_options, closed));
+        if (!m_windows.back()->Open(window * kOffsetPixels)) {
+            return false;
+        }
+        ++m_openWindows;
+    }
+    return true;
+}
+
+void ViewerSession::Run() {
+    if (m_options.frames > 0) {
+        DrawFrames();
+        return;
+    }
+    MSG message = {};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+void ViewerSession::DrawFrames() {
+    MSG message = {};
+    std::vector<double> milliseconds;
+    for (int frame = 1; frame <= m_options.frames; ++frame) {
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            DispatchMessageW(&message);
+        }
+        for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+            milliseconds.push_back(window->DrawScene());
+            if (frame < m_options.frames) {
+                window->Present();
+            }
+        }
+    }
+    SaveScreenshots();
+    if (m_options.frames > 1) {
+        std::printf("%zu points per frame, %.2f ms per frame (median of %zu)\n", m_scene.CountPoints(),
+                    FindMedian(milliseconds), milliseconds.size());
+    }
+}
+
+/// The last frames are still in the back buffers.
+void ViewerSession::SaveScreenshots() {
+    for (std::size_t index = 0; index < m_windows.size(); ++index) {
+        if (!m_options.screenshot.empty()) {
+            m_windows[index]->SaveFrame(NameForWindow(m_options.screenshot, index));
+        }
+        m_windows[index]->Present();
+    }
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "ViewerOptions.h"
+#include "drawing/Scene.h"
+#include "drawing/TextPainter.h"
+#include "map/LabelLayer.h"
+#include "map/MapNavigator.h"
+#include "map/OrbitNavigator.h"
+#include "map/RubberBand.h"
+
+#include <OrrinDisplay.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace OrrinViewer {
+
+/// A window: it owns a view, feeds it the scene and makes navigation of mouse and keys.
+///
+/// A frame has two layers. The scene is drawn only when it or the camera changes, and the view then keeps the finished
+/// frame in its backing store. What follows the mouse is drawn over the restored frame, however long the scene itself
+/// takes.
+class ViewerWindow {
+public:
+    /// `closed` is called when the user closes the window; it is hidden then, and still the caller's to destroy.
+    ViewerWindow(Scene& scene, const ViewerOptions& options, std::function<void()> closed);
+    ~ViewerWindow();
+    ViewerWindow(const ViewerWindow&) = delete;
+    ViewerWindow& operator=(const ViewerWindow&) = delete;
+
+    /// Opens the window and makes it ready to draw; false when there is no OpenGL to draw with. It stands
+    /// `offsetPixels` to the right of and below where the system puts it.
+    bool Open(int offsetPixels);
+
+    /// Draws the scene into the back buffer. Returns the milliseconds until OpenGL was done with it.
+    double DrawScene();
+    /// Shows the back buffer.
+    void Present();
+    /// Saves the back buffer. Throws FileError when the file cannot be written.
+    void SaveFrame(const std::filesystem::path& path);
+
+private:
+    static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    void HandleButtonDown(WPARAM keys, POINT cursor);
+    void HandleButtonUp();
+    void HandleMouseMove(POINT cursor);
+    void HandleMouseLeave();
+    void HandleKey(WPARAM key);
+    void HandleWheel(WPARAM wParam, LPARAM lParam);
+    /// Moves the map, or rotates the scene, by so many pixels to the right and down.
+    void Drag(double rightPixels, double downPixels);
+    void ShowEverything();
+
+    void LoadTexts();
+    void DrawMapTexts();
+    void DrawOverlay();
+    void DrawRubberBand(std::vector<PixelText>& texts);
+    void DrawFrame();
+    bool RestoreScene();
+    /// The scene has to be drawn anew.
+    void Redraw();
+    /// Only what lies over it has changed.
+    void RedrawOverlay() const { InvalidateRect(m_window, nullptr, FALSE); }
+    void UpdateTitle() const;
+
+    Scene& m_scene;
+    const ViewerOptions& m_options;
+    std::function<void()> m_closed;
+    MapNavigator m_navigator;
+    OrbitNavigator m_orbit;
+    Camera m_camera = Camera::Map;
+    std::unique_ptr<KTR::COpenGLView> m_view;
+    TextPainter m_texts;
+    LabelLayer m_labels;
+    HWND m_window = nullptr;
+    bool m_ready = false;
+    bool m_isSceneStored = false;     ///< the backing store has the scene as it has to be shown
+    double m_frameMilliseconds = 0.0; ///< of the last frame; 0 before the first
+    bool m_dragging = false;
+    bool m_everyDragMeasures = false;
+    RubberBand m_band;
+    std::optional<POINT> m_cursor; ///< where the mouse is in the window
+};
+
+} // namespace OrrinViewer

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "files/FileError.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <string_view>
+
+namespace OrrinViewer {
+
+/// The contents of a test's file, put together value by value. Numbers are stored little-endian unless `bigEndian`.
+class FileBytes {
+public:
+    explicit FileBytes(bool bigEndian = false) : m_bigEndian(bigEndian) {}
+
+    template <typename Number> FileBytes& Put(Number number) {
+        char bytes[sizeof(Number)];
+        std::memcpy(bytes, &number, sizeof(Number));
+        m_content.append(m_bigEndian ? std::string(std::rbegin(bytes), std::rend(bytes))
+                                     : std::string(std::begin(bytes), std::end(bytes)));
+        return *this;
+    }
+
+    FileBytes& PutText(std::string_view text) {
+        m_content += text;
+        return *this;
+    }
+
+    /// Zeros up to the offset.
+    FileBytes& FillTo(std::size_t offset) {
+        m_content.resize(offset, '\0');
+        return *this;
+    }
+
+    const std::string& Content() const { return m_content; }
+
+private:
+    bool m_bigEndian;
+    std::string m_content;
+};
+
+/// A file that exists as long as this does.
+class TemporaryFile {
+public:
+    TemporaryFile(const std::filesystem::path& ending, std::string_view content)
+        : m_path(std::filesystem::temp_directory_path() / UniqueStem()) {
+        m_path += ending;
+        std::ofstream stream(m_path, std::ios::binary);
+        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+        EXPECT_TRUE(stream.good()) << "cannot write a temporary file";
+    }
+
+    ~TemporaryFile() {
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
+    }
+
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+
+private:
+    static std::string UniqueStem() {
+        static const unsigned run = std::random_device{}();
+        static unsigned count = 0;
+        return "orrin_viewer_" + std::to_string(run) + "_" + std::to_string(++count);
+    }
+
+    std::filesystem::path m_path;
+};
+
+/// What `read(path)` says about a file with the content, or "" when it accepts it. Any other exception than a
+/// FileError, and a message of several lines or without the file's name, fails the test.
+template <typename Read> std::string Complaint(Read read, std::string_view content, const char* ending) {
+    const TemporaryFile file(ending, content);
+    try {
+        read(file.Path());
+        return {};
+    } catch (const FileError& error) {
+        const std::string message = error.what();
+        EXPECT_NE(message.find(file.Path().filename().string()), std::string::npos) << message;
+        EXPECT_EQ(message.find_first_of("\r\n"), std::string::npos) << message;
+        return message.substr(message.find(ending) + std::string_view(ending).size());
+    } catch (const std::exception& error) {
+        ADD_FAILURE() << "not a FileError: " << error.what();
+        return "another exception";
+    }
+}
+
+/// Reads several hundred copies of the content, each with a few bytes changed at random, the same on each run. Returns
+/// how many of them were refused.
+template <typename Read> int CountRefusedMutations(Read read, const std::string& content, const char* ending) {
+    std::mt19937 random(20261121);
+    int refused = 0;
+    for (int round = 0; round < 400; ++round) {
+        std::string mutated = content;
+        for (unsigned change = random() % 4 + 1; change > 0; --change) {
+            mutated[random() % mutated.size()] = static_cast<char>(random());
+        }
+        refused += Complaint(read, mutated, ending).empty() ? 0 : 1;
+    }
+    return refused;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,101 @@
+#include "FileTestSupport.h"
+#include "files/ImageFile.h"
+#include "files/OpenFile.h"
+#include "files/WorldFile.h"
+
+namespace OrrinViewer {
+namespace {
+
+/// Red and green above, blue and white below.
+const std::vector<std::uint8_t> kFourPixels = {250, 0, 0, 0, 250, 0, 0, 0, 250, 255, 255, 255};
+
+std::string FourPixelPng() {
+    return EncodePng(2, 2, kFourPixels);
+}
+
+/// A file beside an image, removed with this.
+class SidecarFile {
+public:
+    SidecarFile(std::filesystem::path image, const char* ending, std::string_view content) : m_path(std::move(image)) {
+        m_path.replace_extension(ending);
+        std::ofstream(m_path, std::ios::binary) << content;
+    }
+    ~SidecarFile() {
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
+    }
+    SidecarFile(const SidecarFile&) = delete;
+    SidecarFile& operator=(const SidecarFile&) = delete;
+
+private:
+    std::filesystem::path m_path;
+};
+
+constexpr std::string_view kHalfMetrePixels = "0.5\r\n0\r\n0\r\n-0.5\r\n 500000.25 \r\n+4500000.75\r\n";
+
+// A raster that is half a pixel off, upside down or mirrored makes every outline over it look wrong.
+TEST(RasterFile, ImageLiesWhereItsWorldFileSays) {
+    const TemporaryFile image(".png", FourPixelPng());
+    const SidecarFile world(image.Path(), ".pgw", kHalfMetrePixels);
+    const Raster raster = OpenRaster(image.Path());
+    EXPECT_EQ(raster.image.rgba,
+              (std::vector<std::uint8_t>{250, 0, 0, 255, 0, 250, 0, 255, 0, 0, 250, 255, 255, 255, 255, 255}));
+    const Extent extent = raster.FindExtent();
+    EXPECT_EQ(extent.low, (Position{500'000, 4'500'000, 0}));
+    EXPECT_EQ(extent.high, (Position{500'001, 4'500'001, 0}));
+    EXPECT_EQ(raster.Corners()[0], (Position{500'000, 4'500'001, 0})) << "the first row is the northern one";
+}
+
+TEST(RasterFile, WorldFileIsFoundUnderEveryUsualExtension) {
+    const TemporaryFile jpeg(".jpeg", "\xFF\xD8\xFF");
+    for (const char* ending : {".jgw", ".jpegw", ".wld"}) {
+        const SidecarFile world(jpeg.Path(), ending, kHalfMetrePixels);
+        EXPECT_EQ(FindWorldFile(jpeg.Path()).extension(), ending);
+    }
+    EXPECT_THROW(FindWorldFile(jpeg.Path()), FileError);
+}
+
+TEST(RasterFile, RotatedImage_KeepsItsRotation) {
+    const TemporaryFile world(".wld", "0\n1\n1\n0\n10.5\n20.5\n"); // columns go north, rows east
+    const PixelToMap pixelToMap = ReadWorldFile(world.Path());
+    EXPECT_EQ(pixelToMap.At(0, 0), (Position{10, 20, 0}));
+    EXPECT_EQ(pixelToMap.At(3, 0), (Position{10, 23, 0}));
+    EXPECT_EQ(pixelToMap.At(0, 2), (Position{12, 20, 0}));
+}
+
+struct BadRaster {
+    const char* name;
+    std::string image;
+    const char* world;
+    const char* complaint;
+};
+
+class BadRasterFile : public testing::TestWithParam<BadRaster> {};
+
+TEST_P(BadRasterFile, IsRefusedWithItsReason) {
+    const TemporaryFile image(".png", GetParam().image);
+    const SidecarFile world(image.Path(), ".pgw", GetParam().world);
+    try {
+        OpenRaster(image.Path());
+        FAIL() << "it was accepted";
+    } catch (const FileError& error) {
+        EXPECT_NE(std::string(error.what()).find(GetParam().complaint), std::string::npos) << error.what();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, BadRasterFile,
+    testing::Values(BadRaster{"cutShort", FourPixelPng().substr(0, 50), "1\n0\n0\n-1\n0\n0\n", "damaged"},
+                    BadRaster{"tiff", std::string("II*\0....", 8), "1\n0\n0\n-1\n0\n0\n", "TIFF"},
+                    BadRaster{"wordInWorldFile", FourPixelPng(), "1\n0\nnorth\n-1\n0\n0\n", "line 3"},
+                    BadRaster{"worldFileCutShort", FourPixelPng(), "1\n0\n0\n-1\n0\n", "sixth"},
+                    BadRaster{"flatPixels", FourPixelPng(), "1\n1\n1\n1\n0\n0\n", "area"}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST(RasterFile, RandomDamage_NeverDoesMoreThanRefuse) {
+    EXPECT_GT(
+        CountRefusedMutations([](const std::filesystem::path& path) { OpenRaster(path); }, FourPixelPng(), ".png"), 0);
+}
+
+} // namespace
+} // namespace OrrinViewer

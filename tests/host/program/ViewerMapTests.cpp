@@ -1,0 +1,164 @@
+// The viewer as a map: rasters below areas, labels, what is around the map, several windows.
+
+#include "ViewerProgram.h"
+
+#include "files/ImageFile.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+namespace {
+
+using Color = std::array<int, 3>;
+
+constexpr Color kUpperLeft = {250, 0, 0};
+constexpr Color kUpperRight = {0, 250, 0};
+constexpr Color kLowerLeft = {0, 0, 250};
+constexpr Color kLowerRight = {250, 250, 250};
+constexpr Color kOutline = {255, 176, 64};
+/// Of the first feature's area.
+constexpr Color kFirstFill = {232, 120, 40};
+
+class ViewerMap : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
+protected:
+    /// An image of four colours, 100 m wide and high at national-grid coordinates, with its world file.
+    fs::path WriteFourColors() const {
+        constexpr int kSide = 100;
+        std::vector<unsigned char> pixels;
+        for (int row = 0; row < kSide; ++row) {
+            for (int column = 0; column < kSide; ++column) {
+                const Color& color = row < kSide / 2 ? (column < kSide / 2 ? kUpperLeft : kUpperRight)
+                                                     : (column < kSide / 2 ? kLowerLeft : kLowerRight);
+                for (const int channel : color) {
+                    pixels.push_back(static_cast<unsigned char>(channel));
+                }
+            }
+        }
+        Write("photo.pgw", "1\n0\n0\n-1\n500000.5\n4500099.5\n");
+        return Write("photo.png", EncodePng(kSide, kSide, pixels));
+    }
+    /// A square around the middle of that image with a square hole, its rings in either direction.
+    fs::path WriteParcel(bool clockwise) const {
+        const std::string counterclockwise =
+            R"([[500020, 4500020], [500080, 4500020], [500080, 4500080], [500020, 4500080], [500020, 4500020]],
+               [[500040, 4500040], [500060, 4500040], [500060, 4500060], [500040, 4500060], [500040, 4500040]])";
+        const std::string reversed =
+            R"([[500020, 4500020], [500020, 4500080], [500080, 4500080], [500080, 4500020], [500020, 4500020]],
+               [[500040, 4500040], [500040, 4500060], [500060, 4500060], [500060, 4500040], [500040, 4500040]])";
+        return Write("parcel.geojson",
+                     R"({"type": "Feature", "properties": {"NAME": "Hill"}, "geometry": {"type": "Polygon",
+                        "coordinates": [)" +
+                         (clockwise ? reversed : counterclockwise) + "]}}");
+    }
+    std::vector<std::wstring> WithPipeline(std::vector<std::wstring> arguments) const {
+        arguments.insert(arguments.end(), {L"--pipeline", GetParam()});
+        return arguments;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerMap, testing::Values(L"legacy", L"gl4"), [](const auto& tested) {
+    const std::wstring name = tested.param;
+    return std::string(name.begin(), name.end());
+});
+
+// One metre is two pixels here, and the raster's middle is the window's.
+TEST_P(ViewerMap, RasterShowsBesideFilledAreasAndThroughTheirHoles) {
+    const std::wstring photo = WriteFourColors().wstring();
+    for (const bool clockwise : {false, true}) {
+        const Frame frame = Draw(WithPipeline(
+            {photo, WriteParcel(clockwise).wstring(), L"--fill", L"100", L"--area", L"499990,4500010,500110,4500090"}));
+        ASSERT_EQ(frame.width, 240);
+        EXPECT_EQ(frame.At(120 - 90, 80 - 70), kUpperLeft);
+        EXPECT_EQ(frame.At(120 + 90, 80 - 70), kUpperRight);
+        EXPECT_EQ(frame.At(120 - 90, 80 + 70), kLowerLeft);
+        EXPECT_EQ(frame.At(120 + 90, 80 + 70), kLowerRight);
+        EXPECT_EQ(frame.At(120 - 105, 80), frame.At(2, 2)) << "beside the raster there is background";
+        EXPECT_EQ(frame.At(120 + 40, 80 + 3), kFirstFill);
+        EXPECT_EQ(frame.At(120 - 10, 80 - 10), kUpperLeft) << "the hole";
+        EXPECT_EQ(frame.At(120 + 10, 80 + 10), kLowerRight) << "the hole";
+        EXPECT_TRUE(frame.HasNear(120 + 60, 80, kOutline));
+    }
+}
+
+/// The box around all pixels that are white.
+struct Box {
+    int left = 10'000, top = 10'000, right = -1, bottom = -1;
+};
+
+Box FindWhite(const Frame& frame) {
+    Box box;
+    for (int y = 0; y < frame.height; ++y) {
+        for (int x = 0; x < frame.width; ++x) {
+            if (frame.At(x, y) == Color{255, 255, 255}) {
+                box = {std::min(box.left, x), std::min(box.top, y), std::max(box.right, x), std::max(box.bottom, y)};
+            }
+        }
+    }
+    return box;
+}
+
+// A label that swims over the map while it is moved, or stands beside its area, is worse than none.
+TEST_P(ViewerMap, LabelStandsInTheMiddleOfItsAreaAndMovesWithIt) {
+    const fs::path parcel = Write("parcel.geojson", R"({"type": "Feature", "properties": {"NAME": "Hill", "SIZE": 2},
+        "geometry": {"type": "Polygon", "coordinates": [[[0, 0], [100, 0], [100, 60], [0, 60], [0, 0]]]}})");
+    const auto draw = [&](const wchar_t* area) {
+        return Draw(WithPipeline({parcel.wstring(), L"--units", L"metres", L"--labels", L"NAME", L"--area", area}));
+    };
+    const Box middle = FindWhite(draw(L"-10,-10,110,70"));
+    ASSERT_GE(middle.right, middle.left) << "there is a label";
+    EXPECT_NEAR((middle.left + middle.right) / 2.0, 120.0, 2.0);
+    EXPECT_NEAR((middle.top + middle.bottom) / 2.0, 80.0, 3.0);
+    const Box moved = FindWhite(draw(L"0,-20,120,60")); // by 20 pixels each way
+    EXPECT_EQ(moved.left, middle.left - 20);
+    EXPECT_EQ(moved.right, middle.right - 20);
+    EXPECT_EQ(moved.top, middle.top - 20);
+    EXPECT_EQ(moved.bottom, middle.bottom - 20);
+
+    const Outcome unknown = Run({parcel.wstring(), L"--labels", L"TITLE", L"--frames", L"1"});
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_NE(unknown.errors.find("'TITLE'; there are: NAME, SIZE"), std::string::npos) << unknown.errors;
+}
+
+// The coordinates, the scale bar and the arrow: each in its corner, over the same map.
+TEST_P(ViewerMap, FurnitureStandsOnlyAroundTheMap) {
+    const std::vector<std::wstring> arguments =
+        WithPipeline({WriteFourColors().wstring(), L"--area", L"499900,4499950,500200,4500150"});
+    std::vector<std::wstring> plainArguments = arguments;
+    plainArguments.push_back(L"--plain");
+    const Frame furnished = DrawMap(arguments, 600, 400);
+    const Frame plain = DrawMap(plainArguments, 600, 400);
+    const auto countChanged = [&](int left, int top, int right, int bottom) {
+        int changed = 0;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = left; x < right; ++x) {
+                changed += furnished.At(x, y) != plain.At(x, y) ? 1 : 0;
+            }
+        }
+        return changed;
+    };
+    EXPECT_GT(countChanged(0, 375, 600, 400), 300) << "coordinates below";
+    EXPECT_GT(countChanged(0, 40, 70, 370), 200) << "coordinates at the left";
+    EXPECT_GT(countChanged(420, 340, 600, 375), 150) << "scale bar";
+    EXPECT_GT(countChanged(560, 15, 600, 90), 150) << "north arrow";
+    EXPECT_EQ(countChanged(100, 20, 500, 330), 0) << "the map itself";
+}
+
+// The second window finds the textures and programs of the first, and shows the same.
+TEST_P(ViewerMap, SeveralWindowsShowTheSame) {
+    const fs::path first = Folder() / L"map.png";
+    const Outcome outcome =
+        Run(WithPipeline({WriteFourColors().wstring(), WriteParcel(false).wstring(),
+                          Write("points.ply", SquareCloud(500'000, 4'500'000)).wstring(), L"--labels", L"NAME",
+                          L"--fill", L"50", L"--width", L"300", L"--height", L"200", L"--windows", L"3", L"--frames",
+                          L"2", L"--screenshot", first.wstring()}));
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.errors;
+    const Frame frame = ReadFrame(first);
+    ASSERT_EQ(frame.width, 300);
+    EXPECT_EQ(ReadFrame(Folder() / L"map-2.png").rgba, frame.rgba);
+    EXPECT_EQ(ReadFrame(Folder() / L"map-3.png").rgba, frame.rgba);
+}
+
+} // namespace
+} // namespace OrrinViewer

@@ -1,0 +1,150 @@
+#include "ViewerProgram.h"
+
+#include "files/FileError.h"
+#include "files/ImageFile.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+namespace OrrinViewer {
+
+namespace {
+
+std::string ReadText(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+} // namespace
+
+std::array<int, 3> Frame::At(int x, int y) const {
+    const std::size_t at =
+        (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 4;
+    return {rgba.at(at), rgba.at(at + 1), rgba.at(at + 2)};
+}
+
+bool Frame::HasNear(int x, int y, const std::array<int, 3>& color) const {
+    for (int dy = -2; dy <= 2; ++dy) {
+        for (int dx = -2; dx <= 2; ++dx) {
+            if (At(x + dx, y + dy) == color) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+Frame ReadFrame(const fs::path& path) {
+    try {
+        RasterImage image = ReadImageFile(path);
+        return {image.width, image.height, std::move(image.rgba)};
+    } catch (const FileError&) {
+        return {};
+    }
+}
+
+double ShareOfDifferingPixels(const Frame& one, const Frame& other, int tolerance) {
+    int differing = 0;
+    for (int y = 0; y < one.height; ++y) {
+        for (int x = 0; x < one.width; ++x) {
+            const auto a = one.At(x, y);
+            const auto b = other.At(x, y);
+            differing += std::abs(a[0] - b[0]) > tolerance || std::abs(a[1] - b[1]) > tolerance ||
+                                 std::abs(a[2] - b[2]) > tolerance
+                             ? 1
+                             : 0;
+        }
+    }
+    return static_cast<double>(differing) / (one.width * one.height);
+}
+
+ViewerProgram::~ViewerProgram() {
+    std::error_code someFileIsStillOpen;
+    fs::remove_all(m_folder, someFileIsStillOpen);
+}
+
+fs::path ViewerProgram::Write(const std::string& name, const std::string& content) const {
+    std::ofstream(m_folder / name, std::ios::binary) << content;
+    return m_folder / name;
+}
+
+Outcome ViewerProgram::Run(const std::vector<std::wstring>& arguments) const {
+    // Each run has its own files: the system may hold those of the last one for a moment.
+    static int run = 0;
+    const fs::path outputFile = m_folder / (L"output" + std::to_wstring(++run));
+    const fs::path errorFile = m_folder / (L"errors" + std::to_wstring(run));
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const fs::path viewer = fs::path(path).parent_path() / L"OrrinViewer.exe";
+    std::wstring commandLine = L"\"" + viewer.wstring() + L"\"";
+    for (const std::wstring& argument : arguments) {
+        commandLine += L" \"" + argument + L"\"";
+    }
+    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
+    const auto open = [&](const fs::path& file) {
+        return CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inherit, CREATE_ALWAYS, 0,
+                           nullptr);
+    };
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = open(outputFile);
+    startup.hStdError = open(errorFile);
+    PROCESS_INFORMATION process = {};
+    Outcome outcome;
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+        DWORD exitCode = 0;
+        if (WaitForSingleObject(process.hProcess, 60'000) != WAIT_OBJECT_0) {
+            TerminateProcess(process.hProcess, 99);
+            WaitForSingleObject(process.hProcess, 5'000);
+        }
+        GetExitCodeProcess(process.hProcess, &exitCode);
+        outcome.exitCode = static_cast<int>(exitCode);
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+    }
+    CloseHandle(startup.hStdOutput);
+    CloseHandle(startup.hStdError);
+    outcome.output = ReadText(outputFile);
+    outcome.errors = ReadText(errorFile);
+    return outcome;
+}
+
+Frame ViewerProgram::Draw(std::vector<std::wstring> arguments) const {
+    arguments.insert(arguments.end(), {L"--plain"});
+    return DrawMap(std::move(arguments), 240, 160);
+}
+
+Frame ViewerProgram::DrawMap(std::vector<std::wstring> arguments, int width, int height) const {
+    // A file of its own for each, so that what an earlier run left does not pass for this run's.
+    static int frames = 0;
+    const fs::path screenshot = m_folder / (L"frame" + std::to_wstring(++frames) + L".png");
+    arguments.insert(arguments.end(), {L"--width", std::to_wstring(width), L"--height", std::to_wstring(height),
+                                       L"--frames", L"2", L"--screenshot", screenshot.wstring()});
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    Frame frame = ReadFrame(screenshot);
+    EXPECT_EQ(frame.rgba.size(), static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
+    return frame;
+}
+
+std::string ViewerProgram::SquareCloud(double x, double y) {
+    std::string text = "ply\nformat ascii 1.0\nelement vertex 5\nproperty double x\nproperty double y\nproperty double "
+                       "z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
+    const struct {
+        double dx, dy;
+        const char* color;
+    } points[] = {
+        {0, 0, "250 0 0"}, {100, 0, "0 250 0"}, {0, 100, "0 0 250"}, {100, 100, "250 250 0"}, {50, 50, "0 250 250"}};
+    for (const auto& point : points) {
+        char line[128] = {};
+        std::snprintf(line, sizeof(line), "%.4f %.4f 10.0 %s\n", x + point.dx, y + point.dy, point.color);
+        text += line;
+    }
+    return text;
+}
+
+} // namespace OrrinViewer

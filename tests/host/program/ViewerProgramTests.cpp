@@ -1,0 +1,132 @@
+// The viewer with points, outlines and reliefs, and with what it cannot show.
+
+#include "ViewerProgram.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+namespace {
+
+TEST_F(ViewerProgram, PointsAreDrawnNorthUpInTheirPlacesAndColors) {
+    const Frame frame = Draw(
+        {Write("square.ply", SquareCloud(596'000, 243'000)).wstring(), L"--color", L"recorded", L"--point-size", L"4"});
+    ASSERT_EQ(frame.width, 240);
+    ASSERT_EQ(frame.height, 160);
+    // The square fills the height less the margin: 160 / 1.08 pixels, half of it to each side of the middle.
+    EXPECT_TRUE(frame.HasNear(120 - 74, 80 + 74, {250, 0, 0})) << "south-west";
+    EXPECT_TRUE(frame.HasNear(120 + 74, 80 + 74, {0, 250, 0})) << "south-east";
+    EXPECT_TRUE(frame.HasNear(120 - 74, 80 - 74, {0, 0, 250})) << "north-west";
+    EXPECT_TRUE(frame.HasNear(120 + 74, 80 - 74, {250, 250, 0})) << "north-east";
+    EXPECT_TRUE(frame.HasNear(120, 80, {0, 250, 250})) << "middle";
+}
+
+// At metres of a national grid, floats alone would move points by a quarter of a metre.
+TEST_F(ViewerProgram, SameSceneAtGridCoordinates_IsTheSameFrame) {
+    const Frame here = Draw({Write("here.ply", SquareCloud(0, 0)).wstring()});
+    const Frame there = Draw({Write("there.ply", SquareCloud(500'000, 4'500'000)).wstring()});
+    ASSERT_FALSE(here.rgba.empty());
+    EXPECT_EQ(here.rgba, there.rgba);
+}
+
+TEST_F(ViewerProgram, OutlinesWithHoles_AreDrawnOverPoints) {
+    const fs::path points = Write("square.ply", SquareCloud(1000, 2000));
+    const fs::path parcel = Write("parcel.geojson", R"({"type": "Polygon", "coordinates": [
+        [[1000, 2000], [1100, 2000], [1100, 2100], [1000, 2100], [1000, 2000]],
+        [[1030, 2030], [1070, 2030], [1070, 2070], [1030, 2070], [1030, 2030]]]})");
+    const Frame frame = Draw({points.wstring(), parcel.wstring()});
+    const auto background = frame.At(2, 2);
+    EXPECT_TRUE(frame.HasNear(120, 80 + 74, {255, 176, 64})) << "outer ring";
+    EXPECT_TRUE(frame.HasNear(120, 80 + 30, {255, 176, 64})) << "hole";
+    EXPECT_TRUE(frame.HasNear(120 - 74, 80, {255, 176, 64})) << "the edge that closes the ring";
+    EXPECT_EQ(frame.At(120, 80 + 50), background);
+}
+
+// A hill with a hole in its side, lit by the sun: users compare the same relief on machines with and without a 4.x
+// driver.
+TEST_F(ViewerProgram, ReliefIsTheSameFrameOnBothPipelines) {
+    std::string grid = "ncols 21\nnrows 21\nxllcorner 500000\nyllcorner 4500000\ncellsize 10\nNODATA_value -1\n";
+    for (int row = 0; row < 21; ++row) {
+        for (int column = 0; column < 21; ++column) {
+            const int squaredRadius = (row - 10) * (row - 10) + (column - 10) * (column - 10);
+            const bool isHole = row == 14 && column == 8;
+            grid += isHole ? "-1 " : std::to_string(60.0 - 0.3 * squaredRadius) + " ";
+        }
+        grid += '\n';
+    }
+    const std::wstring relief = Write("hill.asc", grid).wstring();
+    for (const wchar_t* camera : {L"map", L"3d"}) {
+        const auto draw = [&](const wchar_t* pipeline) {
+            return Draw({relief, L"--view", camera, L"--exaggeration", L"2", L"--pipeline", pipeline});
+        };
+        const Frame legacy = draw(L"legacy");
+        const Frame programs = draw(L"gl4");
+        ASSERT_EQ(legacy.rgba.size(), programs.rgba.size());
+        EXPECT_LT(ShareOfDifferingPixels(legacy, programs, 3), 0.002) << testing::PrintToString(camera);
+        // The slope towards the sun in the north-west is lighter than the one in its lee, whatever their heights.
+        const auto brightness = [&](int x, int y) {
+            const auto color = programs.At(x, y);
+            return color[0] + color[1] + color[2];
+        };
+        EXPECT_GT(brightness(120 - 25, 80 - 25), brightness(120 + 25, 80 + 25) + 60) << testing::PrintToString(camera);
+    }
+}
+
+// On a 4.x context the cloud is drawn from a buffer that is filled once; the frame must not tell.
+TEST_F(ViewerProgram, CloudIsTheSameFrameOnBothPipelinesAndTimed) {
+    const std::wstring cloud = Write("square.ply", SquareCloud(596'000, 243'000)).wstring();
+    const std::vector<std::wstring> arguments = {cloud, L"--view", L"3d", L"--point-size", L"7", L"--pipeline"};
+    const auto draw = [&](const wchar_t* pipeline) {
+        std::vector<std::wstring> all = arguments;
+        all.push_back(pipeline);
+        return Draw(all);
+    };
+    const Frame legacy = draw(L"legacy");
+    const Frame programs = draw(L"gl4");
+    ASSERT_FALSE(legacy.rgba.empty());
+    EXPECT_EQ(legacy.rgba, programs.rgba);
+    EXPECT_TRUE(programs.HasNear(120, 80, {0, 250, 250})) << "the point in the middle";
+    const Outcome timed = Run({cloud, L"--frames", L"3"});
+    EXPECT_NE(timed.output.find("5 points per frame, "), std::string::npos) << timed.output;
+}
+
+TEST_F(ViewerProgram, DamagedFile_GivesOneClearLineAndAnErrorCode) {
+    std::string promised = SquareCloud(0, 0);
+    promised.replace(promised.find("vertex 5"), 8, "vertex 9");
+    const struct {
+        const char* name;
+        const char* content;
+    } cases[] = {{"empty.las", ""},
+                 {"truncated.las", "LASF\x01"},
+                 {"promised.ply", promised.c_str()},
+                 {"broken.geojson", "{\"type\": \"Polygon\", \"coordinates\": [[[1, "},
+                 {"truncated.asc", "ncols 2\nnrows 2\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 3"},
+                 {"nowhere.png", "\x89PNG\r\n\x1A\n"},
+                 {"noise.bin", "\x01\x02\x03 this is nothing"}};
+    for (const auto& test : cases) {
+        const Outcome outcome = Run({Write(test.name, test.content).wstring(), L"--frames", L"1"});
+        EXPECT_EQ(outcome.exitCode, 1) << test.name;
+        EXPECT_NE(outcome.errors.find(test.name), std::string::npos) << outcome.errors;
+        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+    }
+    EXPECT_EQ(Run({L"does not exist.las", L"--frames", L"1"}).exitCode, 1);
+}
+
+TEST_F(ViewerProgram, UnwritableScreenshotIsAnError) {
+    const fs::path points = Write("square.ply", SquareCloud(0, 0));
+    const Outcome outcome = Run({points.wstring(), L"--screenshot", L"no such folder\\frame.png"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.errors.find("screenshot"), std::string::npos) << outcome.errors;
+}
+
+TEST_F(ViewerProgram, OutputTellsWhatIsShown) {
+    const Outcome outcome = Run(
+        {Write("square.ply", SquareCloud(596'000, 243'000)).wstring(), L"--frames", L"1", L"--pipeline", L"legacy"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_NE(outcome.output.find("5 points, 0 features, x 596000.00 to 596100.00"), std::string::npos)
+        << outcome.output;
+}
+
+} // namespace
+} // namespace OrrinViewer
