@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "ProgramBinding.h"
 #include "StockPrograms.h"
 
 #include <algorithm>
@@ -43,8 +44,8 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
     }
     if (!IsStockProgram(shader)) {
         CurrentObjects().boundProgram = 0; // nothing is drawn
-    } else if (NeedsBinding(shader)) {
-        BindStockProgram(shader);
+    } else if (NeedsBinding(*this, shader)) {
+        BindStockProgram(*this, shader);
     }
 }
 
@@ -157,7 +158,7 @@ void COpenGLView::DrawBatch(int count) {
 
 /// Draws `count` records from `start` through the ring.
 void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
-    RestoreUniforms(gl);
+    RestoreUniforms(*this, gl);
     VertexRing& ring = CurrentObjects().ring;
     const auto size = static_cast<std::size_t>(count);
     std::memcpy(ring.Claim(), m_batch.batchVertexPointer + start, size * sizeof(GLDrawGeometry));

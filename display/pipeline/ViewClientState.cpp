@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "ProgramBinding.h"
 
 #include <GL/glext.h>
 
@@ -20,7 +21,7 @@ const void* FieldOf(const GLDrawGeometry* vertices, std::size_t offset) {
 
 void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool texture, GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
-        BindStockProgram(shader);
+        BindStockProgram(*this, shader);
         return;
     }
     outputGlError(L"EnableClientState: BEGIN  4 bool version");
@@ -43,7 +44,7 @@ void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool t
 void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, bool color, bool texture,
                                                    GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
-        BindStockProgram(shader);
+        BindStockProgram(*this, shader);
         return;
     }
     DisableClientState();
@@ -74,7 +75,7 @@ void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, boo
 void COpenGLView::EnableClientStateInternalVertexAndColors(int vertexSize, unsigned int vertexType, int colorSize,
                                                            unsigned int colorType, GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
-        BindStockProgram(shader);
+        BindStockProgram(*this, shader);
         return;
     }
     const GLDrawGeometry* vertices = m_batchStorage.batchVertices;
@@ -93,7 +94,7 @@ void COpenGLView::EnableClientStateInternalVertexAndTexture(int vertexSize, unsi
         } else {
             m_textureRequest.shaderTexture = texture;
         }
-        BindStockProgram(shader);
+        BindStockProgram(*this, shader);
         return;
     }
     const GLDrawGeometry* vertices = m_batchStorage.batchVertices;

@@ -60,6 +60,29 @@ template <typename Function> void FetchExtension(Function& function, const char*
     function = reinterpret_cast<Function>(reinterpret_cast<void*>(address));
 }
 
+/// A plain fixed-function context on the bootstrap's window, or null after a message box.
+HGLRC CreateBootstrapContext(HDC deviceContext, CString& message) {
+    const PIXELFORMATDESCRIPTOR request = PixelFormatRequest(true, 32, 24);
+    const int format = ChoosePixelFormat(deviceContext, &request);
+    if (format == 0) {
+        message.Format(L"Couldn't Choose a suitable OpenGL Pixel Format to intialize GLCement");
+        ShowMessageBox(FrameworkMainWindow(), message.GetString(), kFatalError, MB_ICONERROR);
+        return nullptr;
+    }
+    if (!SetPixelFormat(deviceContext, format, &request)) {
+        message.Format(L"Couldn't Set a suitable OpenGL Pixel Format to intialize GLCement");
+        ShowMessageBox(FrameworkMainWindow(), message.GetString(), kFatalError, MB_ICONERROR);
+        return nullptr;
+    }
+    const HGLRC context = wglCreateContext(deviceContext);
+    if (!context) {
+        message.Format(L"Couldn't Create a suitable OpenGL context to intialize GLCement");
+        ShowMessageBox(FrameworkMainWindow(), message.GetString(), kFatalError, MB_ICONERROR);
+        SendToDebugger(message.GetString());
+    }
+    return context;
+}
+
 } // namespace
 
 bool COpenGLView::IsContextOpenGL4OrLater(GLRenderingContextTypes type) {
@@ -179,7 +202,7 @@ int COpenGLView::InitializeGLCement() {
     }
 
     // From here on failures show their box and still run to the end with 1: the process then draws with the defaults.
-    const HGLRC context = CreateBootstrapContext(window.DeviceContext());
+    const HGLRC context = CreateBootstrapContext(window.DeviceContext(), m_message);
     GLRenderingContextRecord& record = m_contexts[GLContextMain];
     if (context) {
         wglMakeCurrent(window.DeviceContext(), context);
@@ -222,29 +245,6 @@ int COpenGLView::CreateContextThroughGLCement(HDC deviceContext, GLRenderingCont
     // A bitmap's context goes into the record of bitmaps, and only there.
     GLRenderingContextRecord& record = m_contexts[WindowFromDC(deviceContext) ? type : GLContextLegacy];
     return CreateContextAndMakeCurrent(deviceContext, type, record.deviceContext, record.renderingContext);
-}
-
-/// A plain fixed-function context on the bootstrap's window, or null after a message box.
-HGLRC COpenGLView::CreateBootstrapContext(HDC deviceContext) {
-    const PIXELFORMATDESCRIPTOR request = PixelFormatRequest(true, 32, 24);
-    const int format = ChoosePixelFormat(deviceContext, &request);
-    if (format == 0) {
-        m_message.Format(L"Couldn't Choose a suitable OpenGL Pixel Format to intialize GLCement");
-        ShowMessageBox(FrameworkMainWindow(), m_message.GetString(), kFatalError, MB_ICONERROR);
-        return nullptr;
-    }
-    if (!SetPixelFormat(deviceContext, format, &request)) {
-        m_message.Format(L"Couldn't Set a suitable OpenGL Pixel Format to intialize GLCement");
-        ShowMessageBox(FrameworkMainWindow(), m_message.GetString(), kFatalError, MB_ICONERROR);
-        return nullptr;
-    }
-    const HGLRC context = wglCreateContext(deviceContext);
-    if (!context) {
-        m_message.Format(L"Couldn't Create a suitable OpenGL context to intialize GLCement");
-        ShowMessageBox(FrameworkMainWindow(), m_message.GetString(), kFatalError, MB_ICONERROR);
-        SendToDebugger(m_message.GetString());
-    }
-    return context;
 }
 
 /// Settles the version from the driver whose context is current, and fetches the WGL extensions.

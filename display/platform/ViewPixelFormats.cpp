@@ -25,6 +25,27 @@ bool IsFirstFit(const PIXELFORMATDESCRIPTOR& format, int colorBits, bool drawToW
     return suitsDriver && suitsSurface;
 }
 
+/// A window's format is set once for its life; a record that is asked for the same window again takes what is there.
+void AdoptWindowPixelFormat(HDC deviceContext, GLRenderingContextRecord& record, int format) {
+    if (record.pixelFormatNumber != format) {
+        record.pixelFormatNumber = format;
+        DescribePixelFormat(deviceContext, format, sizeof(record.pixelFormat), &record.pixelFormat);
+    }
+}
+
+void ShowPixelFormatFailure(const COpenGLView& view, const CString& beginning, const GLRenderingContextRecord& record,
+                            unsigned int available) {
+    const DWORD lastError = GetLastError();
+    const unsigned int glError = view.GetError();
+    const unsigned int glErrorAgain = view.GetError();
+    CString message;
+    message.Format(L"%s : %ld of %ld available\n\nglGetError: %8lx or  %ld  GetError: %ld", beginning.GetString(),
+                   static_cast<long>(record.pixelFormatNumber), static_cast<long>(available),
+                   static_cast<unsigned long>(glError), static_cast<long>(glErrorAgain), static_cast<long>(lastError));
+    SendToDebugger(message.GetString());
+    ShowFrameworkMessageBox(message.GetString());
+}
+
 } // namespace
 
 int COpenGLView::SearchAllPixelFormats(HDC deviceContext, bool drawToWindow, bool hardware,
@@ -54,9 +75,14 @@ int COpenGLView::SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderin
     const HWND window = WindowFromDC(deviceContext);
     const int current = GetPixelFormat(deviceContext);
     if (window && record.window == window && record.pixelFormatSet && current != 0) {
-        return AdoptWindowPixelFormat(deviceContext, record, current);
+        AdoptWindowPixelFormat(deviceContext, record, current);
+        return 1;
     }
 
+    const HWND windowBefore = record.window;
+    const bool setBefore = record.pixelFormatSet;
+    const int numberBefore = record.pixelFormatNumber;
+    const PIXELFORMATDESCRIPTOR formatBefore = record.pixelFormat;
     record.window = reinterpret_cast<HWND>(INVALID_HANDLE_VALUE);
     record.pixelFormatSet = false;
     record.pixelFormat.nSize = sizeof(record.pixelFormat);
@@ -77,7 +103,7 @@ int COpenGLView::SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderin
                                            record.pixelFormatNumber, colorBits);
         }
         if (!result) {
-            ShowPixelFormatFailure(L"SetPixelFormat Search Failed:  Format", record, available);
+            ShowPixelFormatFailure(*this, L"SetPixelFormat Search Failed:  Format", record, available);
         }
     } else {
         result = SearchAllPixelFormats(deviceContext, drawToWindow, hardware, record.pixelFormat,
@@ -86,12 +112,19 @@ int COpenGLView::SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderin
             CString beginning;
             beginning.Format(L"wglChoosePixelFormatARB Search Failed:  Draw To Window: %d  hdc: %p \nFormat",
                              drawToWindow ? 1 : 0, static_cast<void*>(deviceContext));
-            ShowPixelFormatFailure(beginning, record, available);
+            ShowPixelFormatFailure(*this, beginning, record, available);
         }
     }
     if (!result) {
         // No format is no format: a later try must not take the last one looked at for the window's own.
         record.pixelFormatNumber = 0;
+        if (record.renderingContext) {
+            // The context that the record has already still draws in its own window.
+            record.window = windowBefore;
+            record.pixelFormatSet = setBefore;
+            record.pixelFormatNumber = numberBefore;
+            record.pixelFormat = formatBefore;
+        }
         return 0;
     }
     record.drawToWindow = drawToWindow;
@@ -110,28 +143,6 @@ int COpenGLView::CheckDCPixelFormat(HDC deviceContext, GLRenderingContextTypes t
         return 1;
     }
     return SetPixelFormat(deviceContext, record.pixelFormatNumber, &record.pixelFormat);
-}
-
-/// A window's format is set once for its life; a record that is asked for the same window again takes what is there.
-int COpenGLView::AdoptWindowPixelFormat(HDC deviceContext, GLRenderingContextRecord& record, int format) {
-    if (record.pixelFormatNumber != format) {
-        record.pixelFormatNumber = format;
-        DescribePixelFormat(deviceContext, format, sizeof(record.pixelFormat), &record.pixelFormat);
-    }
-    return 1;
-}
-
-void COpenGLView::ShowPixelFormatFailure(const CString& beginning, const GLRenderingContextRecord& record,
-                                         unsigned int available) {
-    const DWORD lastError = GetLastError();
-    const unsigned int glError = GetError();
-    const unsigned int glErrorAgain = GetError();
-    CString message;
-    message.Format(L"%s : %ld of %ld available\n\nglGetError: %8lx or  %ld  GetError: %ld", beginning.GetString(),
-                   static_cast<long>(record.pixelFormatNumber), static_cast<long>(available),
-                   static_cast<unsigned long>(glError), static_cast<long>(glErrorAgain), static_cast<long>(lastError));
-    SendToDebugger(message.GetString());
-    ShowFrameworkMessageBox(message.GetString());
 }
 
 } // namespace KTR

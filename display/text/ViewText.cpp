@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../pipeline/ProgramBinding.h"
 #include "../platform/GLCalls.h"
 
 #include "../platform/Notice.h"
@@ -256,7 +257,7 @@ void COpenGLView::OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs) {
     if (DrawsWithPrograms()) {
         UploadFontTexture(font);
         const TextBinding wanted = BindingForText(font, plainGlyphs);
-        const bool bound = !NeedsBinding(GLShaderText) && wanted == m_text.bound &&
+        const bool bound = !NeedsBinding(*this, GLShaderText) && wanted == m_text.bound &&
                            CurrentRecord().objects.fontAtlasTexture == wanted.texture;
         if (bound && m_batch.waiting) {
             return;

@@ -25,7 +25,6 @@ class logger;
 namespace KTR {
 
 class GLCalls;
-class UniformWriter;
 struct ImageRows;
 struct TextExtent;
 struct TextFrame;
@@ -806,10 +805,6 @@ private:
     void ReleaseGLObjects(HWND window, GLRenderingContextTypes type);
 
     void ReadDriverVersion();
-    HGLRC CreateBootstrapContext(HDC deviceContext);
-    int AdoptWindowPixelFormat(HDC deviceContext, GLRenderingContextRecord& record, int format);
-    void ShowPixelFormatFailure(const CString& beginning, const GLRenderingContextRecord& record,
-                                unsigned int available);
     HGLRC CreateSharedContext(HDC deviceContext, GLRenderingContextTypes type);
     bool SelectNewContext(HDC deviceContext, HGLRC context, GLRenderingContextTypes type);
     bool HoldContext(GLRenderingContextTypes type, HGLRC context);
@@ -822,20 +817,6 @@ private:
 
     void LeaveStockPrograms(HGLRC context, bool contextIsCurrent);
     void ReleaseObjectsOfContext(GLRenderingContextTypes type);
-
-    long BindStockProgram(GLShaderTypes type);
-    void UseProgram(GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
-    bool TakeProgram(const GLCalls& gl, ShaderData& data);
-    bool NeedsBinding(GLShaderTypes type) const;
-    void RestoreUniforms(const GLCalls& gl);
-    bool BindVertexStorage(const GLCalls& gl, ShaderData& data, GLVBO& vbo);
-    void LeaveProgramState();
-
-    void BindMatrices(GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
-                      const UniformWriter& writer);
-    void GatherUniforms(GLRenderingContextTypes context, ProgramUniforms& uniforms) const;
-    void PrepareContextFor(GLShaderTypes type);
-    void SetPointSprites(bool on);
 
     const void* TextureGroup() const;
     void DeleteCachedTexture(GLTextureObject* entry, POSITION position);

@@ -1,5 +1,6 @@
 #include "OpenGLView.h"
 
+#include "../pipeline/ProgramBinding.h"
 #include "../platform/GLCalls.h"
 
 #include <utility>
@@ -79,7 +80,7 @@ void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
 GLCalls COpenGLView::CallGL() {
     DrawWaitingVertices();
     if (CurrentObjects().programStateBound && !DrawsWithPrograms()) {
-        LeaveProgramState();
+        LeaveProgramState(*this);
     }
     return CurrentGL();
 }

@@ -1,0 +1,255 @@
+#include "ProgramBinding.h"
+
+#include "../view/ViewAccess.h"
+#include "ProgramThread.h"
+#include "StockPrograms.h"
+#include "UniformWriter.h"
+
+#include <GL/glext.h>
+
+#include <glm/gtc/matrix_inverse.hpp>
+
+#include <atomic>
+#include <exception>
+
+namespace KTR {
+
+namespace {
+
+struct VertexAttribute {
+    GLuint location;
+    GLint components;
+    GLenum type;
+    GLboolean normalized;
+    GLuint offset;
+};
+
+constexpr VertexAttribute kVertexAttributes[] = {
+    {VertexAttribPosition, 3, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, x)},
+    {VertexAttribNormal, 3, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, nx)},
+    {VertexAttribTexture, 2, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, s)},
+    {VertexAttribColor, 4, GL_UNSIGNED_BYTE, GL_TRUE, offsetof(GLDrawGeometry, r)},
+};
+
+/// Texture unit that the stock programs read images and glyphs from.
+constexpr unsigned int kImageUnit = 0;
+
+constexpr float kByteToFloat = 1.0F / 255.0F;
+
+glm::vec4 FloatColor(const GLRGBAColor& color, float alpha) {
+    return {static_cast<float>(color.r) * kByteToFloat, static_cast<float>(color.g) * kByteToFloat,
+            static_cast<float>(color.b) * kByteToFloat, alpha};
+}
+
+unsigned long long NextContextNumber() {
+    static std::atomic<unsigned long long> s_last{0};
+    return ++s_last;
+}
+
+bool IsStockProgram(const ShaderSet& set, const ShaderData& data) {
+    return &data >= set.programs && &data < set.programs + kShaderCount;
+}
+
+/// The place of a context's vertex array for a program. Programs are shared between contexts, vertex arrays are not.
+/// Null when there is no memory to remember it.
+unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const ShaderData& data) {
+    for (std::size_t slot = 0; slot < kShaderCount; ++slot) {
+        if (&set.programs[slot] == &data) {
+            return &objects.vertexArrays[slot];
+        }
+    }
+    for (ContextObjects::HostVertexArray& host : objects.hostVertexArrays) {
+        if (host.program == data.program) {
+            return &host.vertexArray;
+        }
+    }
+    try {
+        return &objects.hostVertexArrays.emplace_back(ContextObjects::HostVertexArray{data.program, 0}).vertexArray;
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+/// NOTE: a compatibility context gives fragments their place in the point only while this is on. Square points keep it
+/// off: it also changes which pixels a point covers, and they cover those of the fixed-function pipeline.
+void SetPointSprites(COpenGLView& view, bool on) {
+    bool& current = ViewAccess::CurrentObjects(view).pointSprites;
+    if (current == on) {
+        return;
+    }
+    current = on;
+    const GLCalls gl = ViewAccess::CallGL(view);
+    if (on) {
+        gl.glEnable(GL_POINT_SPRITE);
+    } else {
+        gl.glDisable(GL_POINT_SPRITE);
+    }
+}
+
+/// Takes from a context's state what programs want, beside the matrices.
+void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramUniforms& uniforms) {
+    const GLAttributes& attributes = ViewAccess::Record(view, context).attributes;
+    uniforms.pointSize = attributes.pointSize;
+    uniforms.pointSmoothing = view.IsOpenGLStateEnabled(GL_POINT_SMOOTH) ? 1.0F : 0.0F;
+    uniforms.stipplePattern = attributes.lineStipplePattern;
+    uniforms.stippleFactor = static_cast<float>(attributes.lineStippleFactor);
+    uniforms.viewport = {attributes.viewport[0], attributes.viewport[1], attributes.viewport[2],
+                         attributes.viewport[3]};
+    uniforms.light = attributes.light;
+    uniforms.textureTransparency = attributes.textureTransparency;
+    const float alpha = static_cast<float>(attributes.currentColor.a) * kByteToFloat;
+    uniforms.currentColor = FloatColor(attributes.currentColor, alpha);
+    uniforms.textColor =
+        FloatColor(attributes.currentColor, alpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
+}
+
+/// State of the context, not of the program, that the program `type` draws wrong without.
+void PrepareContextFor(COpenGLView& view, GLShaderTypes type) {
+    const StockProgram& stock = StockProgramOf(type);
+    if (stock.points) {
+        if (!view.IsOpenGLStateEnabled(GL_PROGRAM_POINT_SIZE)) {
+            view.Enable(GL_PROGRAM_POINT_SIZE);
+        }
+        SetPointSprites(view, stock.pointSprites);
+    }
+    if (stock.texture == ProgramTexture::Image) {
+        const auto& request = ViewAccess::TextureRequest(view);
+        BindImage(ViewAccess::CallGL(view), request.shaderTexture, request.shaderSampler);
+    } else if (stock.texture == ProgramTexture::Font) {
+        view.BindFontAtlasTexture();
+    }
+}
+
+/// Makes the program current and writes down that its uniforms are about to be this context's. True when another
+/// context's have been in it meanwhile.
+bool TakeProgram(const GLCalls& gl, ContextObjects& objects, ShaderData& data) {
+    CheckProgramThread();
+    if (objects.number == 0) {
+        objects.number = NextContextNumber();
+    }
+    gl.glUseProgram(data.program);
+    objects.boundProgram = data.program;
+    objects.boundIsStock = IsStockProgram(ViewAccess::StockPrograms(), data);
+    const bool takenOver = data.uniformsOfContext != 0 && data.uniformsOfContext != objects.number;
+    data.uniformsOfContext = objects.number;
+    return takenOver;
+}
+
+} // namespace
+
+/// False when there is no memory to remember the vertex array.
+bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& data, GLVBO& vbo) {
+    gl.Label(L"BindVAOAndVBOBufferData: Begin");
+    unsigned int* const vertexArray = VertexArrayOf(objects, ViewAccess::StockPrograms(), data);
+    if (!vertexArray) {
+        return false;
+    }
+    if (*vertexArray == 0) {
+        gl.glGenVertexArrays(1, vertexArray);
+    }
+    objects.programStateBound = true;
+    gl.glBindVertexArray(*vertexArray);
+    if (vbo.vertexBuffer == 0) {
+        gl.glGenBuffers(1, &vbo.vertexBuffer);
+    }
+    gl.glBindBuffer(GL_ARRAY_BUFFER, vbo.vertexBuffer);
+    for (const VertexAttribute& attribute : kVertexAttributes) {
+        gl.glEnableVertexAttribArray(attribute.location);
+        gl.glVertexAttribFormat(attribute.location, attribute.components, attribute.type, attribute.normalized,
+                                attribute.offset);
+        gl.glVertexAttribBinding(attribute.location, 0);
+    }
+    gl.glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
+    return true;
+}
+
+/// Gives the program the matrices of a context; the current program must be the writer's.
+void BindMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
+                  const UniformWriter& writer) {
+    gl.Label(L"BindMatricesToShaderProgram: BEGIN");
+    ProgramUniforms& uniforms = ViewAccess::CurrentObjects(view).boundUniforms;
+    const MatrixSet& matrices = ViewAccess::Matrices(view, context);
+    // The product is formed in double precision: large translations in the two matrices cancel before they are rounded.
+    uniforms.projectionTimesModelview = glm::mat4(matrices.projection * matrices.modelview);
+    if (StockProgramOf(type).lit) {
+        uniforms.modelview = glm::mat4(matrices.modelview);
+        uniforms.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(matrices.modelview)));
+    }
+    writer.WriteMatrix(uniforms);
+    gl.Label(L"BindMatricesToShaderProgram: END");
+}
+
+void UseProgram(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data) {
+    const GLCalls gl = ViewAccess::CallGL(view);
+    gl.Label(L"BindVariablesToShaderProgram: BEGIN");
+    ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    objects.currentShader = type;
+    const UniformWriter writer(gl, data, TakeProgram(gl, objects, data));
+    BindMatrices(view, context, type, gl, writer);
+    view.SetPolygonFillMode(type);
+    PrepareContextFor(view, type);
+    GatherUniforms(view, context, objects.boundUniforms);
+    writer.WriteStockUniforms(type, objects.boundUniforms);
+}
+
+long BindStockProgram(COpenGLView& view, GLShaderTypes type) {
+    return IsStockProgram(type) ? view.BindVariablesToShaderProgram(view.GetCurrentContextType(), type,
+                                                                    ViewAccess::StockPrograms().programs[type])
+                                : E_INVALIDARG;
+}
+
+/// Makes the programs read `texture` through `sampler`; without a sampler the texture's own settings hold.
+void BindImage(const GLCalls& gl, unsigned int texture, unsigned int sampler) {
+    gl.glActiveTexture(GL_TEXTURE0 + kImageUnit);
+    gl.glBindTexture(GL_TEXTURE_2D, texture);
+    gl.glBindSampler(kImageUnit, sampler);
+}
+
+/// True when BeginArrays has to bind the stock program: another type is bound, nothing is, or it was built anew. A
+/// host's own program of the type stays bound.
+bool NeedsBinding(COpenGLView& view, GLShaderTypes type) {
+    const ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    return objects.currentShader != type || objects.boundProgram == 0 ||
+           (objects.boundIsStock && objects.boundProgram != ViewAccess::StockPrograms().programs[type].program);
+}
+
+/// Called before each draw: when another context has drawn with the program since it was bound here, its uniforms hold
+/// that context's values. They are given again what they were given when it was bound, not what the state says now, so
+/// that the frame does not depend on what other views did in between. What a host's own program was given the host
+/// alone knows.
+void RestoreUniforms(COpenGLView& view, const GLCalls& gl) {
+    ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    if (!objects.boundIsStock || objects.boundProgram == 0) {
+        return;
+    }
+    ShaderData& data = ViewAccess::StockPrograms().programs[objects.currentShader];
+    if (data.program != objects.boundProgram || data.uniformsOfContext == objects.number) {
+        return;
+    }
+    const UniformWriter writer(gl, data, TakeProgram(gl, objects, data));
+    writer.WriteMatrix(objects.boundUniforms);
+    writer.WriteStockUniforms(objects.currentShader, objects.boundUniforms);
+}
+
+/// For a context that drew with programs and now draws with fixed functions, since the process has changed pipelines:
+/// what programs left bound goes, and OpenGL's own matrices and state follow the view's.
+void LeaveProgramState(COpenGLView& view) {
+    ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    objects.programStateBound = false;
+    objects.boundProgram = 0;
+    objects.currentShader = GLShaderUnknown;
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    gl.glUseProgram(0);
+    gl.glBindVertexArray(0);
+    gl.glBindBuffer(GL_ARRAY_BUFFER, 0);
+    for (const unsigned int unit : {0U, 1U}) {
+        gl.glBindSampler(unit, 0);
+    }
+    SetPointSprites(view, false);
+    const unsigned int mode = ViewAccess::CurrentRecord(view).attributes.matrixMode;
+    view.LoadCurrentMatrices();
+    view.MatrixMode(mode);
+    view.LoadCurrentGLState();
+}
+
+} // namespace KTR

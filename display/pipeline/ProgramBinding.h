@@ -1,0 +1,32 @@
+#pragma once
+
+#include "../view/RenderingContextRecord.h"
+
+namespace KTR {
+
+class COpenGLView;
+class GLCalls;
+class UniformWriter;
+
+// Programs in use on a view's current context: what the exported operations of binding share.
+
+/// Makes the program of `data` current and gives it what the stock program `type` takes.
+void UseProgram(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
+/// The whole binding, with the view's own vertex storage. E_INVALIDARG for a type that is none.
+long BindStockProgram(COpenGLView& view, GLShaderTypes type);
+/// True when BeginArrays has to bind the stock program.
+bool NeedsBinding(COpenGLView& view, GLShaderTypes type);
+/// To be called before each draw: gives the program this context's uniforms again if another context's are in it.
+void RestoreUniforms(COpenGLView& view, const GLCalls& gl);
+/// Binds the vertex array of a program, and a buffer that all its inputs are read from; makes both where they are not
+/// there. False when there is no memory to remember the vertex array.
+bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& data, GLVBO& vbo);
+/// Gives the program in use, the writer's, the matrices of a context.
+void BindMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
+                  const UniformWriter& writer);
+/// Makes the programs read `texture` through `sampler`; without a sampler the texture's own settings hold.
+void BindImage(const GLCalls& gl, unsigned int texture, unsigned int sampler);
+/// For a context that drew with programs and now draws with fixed functions.
+void LeaveProgramState(COpenGLView& view);
+
+} // namespace KTR
