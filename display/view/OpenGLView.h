@@ -70,8 +70,9 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// at its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a
 /// full batch.
 ///
-/// **Threads.** A view belongs to one thread, the one that has its context current. Construct the first view of the
-/// process before any other thread constructs one.
+/// **Threads.** A view belongs to one thread, the one that has its context current. Draw with programs (4.x contexts) on
+/// one thread only: views share them, and would draw each other's frames. Construct the first view of the process before
+/// any other thread constructs one.
 ///
 /// **Size.** A view holds its vertex arrays, about 1.3 MB; do not put it on a stack.
 class ORRIN_DISPLAY_API COpenGLView {
@@ -116,8 +117,8 @@ public:
     GLTesselator* GetTesselator() const { return m_tesselator; }
     /// 0 for the first view of the process; never used again after a view is gone.
     int GetManagerIndex() const { return m_managerIndex; }
-    /// 0 when the main context is the one that all others share with, positive when it shares with that, -1 when it was
-    /// not made through attributes.
+    /// 0 when the main context is the one that all others share with, positive when it shares with that, -1 when there is
+    /// none or it was not made through attributes.
     int GetMasterContextIndex() const;
 
     // ---- 2. Records and settings. Implemented in ViewRecords.cpp
@@ -197,7 +198,8 @@ public:
 
     /// Creates the context `type` on a window's or a memory bitmap's device context and makes it current. 1 on success.
     /// The record takes the device context over: it is released when the rendering context is deleted. `colorBits`
-    /// below 1 means the device context's own depth. AccelerationSoftware switches the whole process to version 1.1.
+    /// below 1 means the device context's own depth. AccelerationSoftware switches the whole process to version 1.1. A
+    /// context that the view has of this kind is replaced and deleted; on failure it stays.
     int CreateContext(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name,
                       int colorBits, OpenGLHardwareAcceleration acceleration);
     int CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingContextTypes type, HDC& deviceContextOut,
@@ -205,11 +207,14 @@ public:
     int CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type, const wchar_t* name,
                                int colorBits, OpenGLHardwareAcceleration acceleration);
     int SetUpLegacyContext(HDC deviceContext, int format, GLRenderingContextTypes type);
-    /// Builds the stock programs again; only on the view that GetMasterContextIndex names 0. An HRESULT.
+    /// Builds the stock programs again; only on the view that GetMasterContextIndex names 0, others do nothing. An
+    /// HRESULT; E_FAIL when its context is not current.
     long InitializeMasterContextSharedResources();
 
     /// Selects a context. The calls return 0 on failure; `type` becomes the current kind even then. A device context
-    /// without a window is always served by the legacy context.
+    /// without a window is always served by the legacy context. A context that the host made itself may be given; it is
+    /// drawn to with fixed functions and stays the host's to delete. The one that it takes the place of comes back when
+    /// it is given again, or goes with the view.
     int MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type);
     int MakeCurrent(HDC deviceContext, GLRenderingContextTypes type);
     int MakeCurrent(GLRenderingContextTypes type);
