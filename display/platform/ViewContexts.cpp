@@ -190,15 +190,6 @@ long COpenGLView::InitializeMasterContextSharedResources() {
     return BuildStockShaders();
 }
 
-int COpenGLView::GetMasterContextIndex() const {
-    const HGLRC main = m_contexts[GLContextMain].renderingContext;
-    const LibraryContext known = ShareGroup::Find(main);
-    if (!known.shares || known.owner != this) {
-        return m_copiedMasterIndex;
-    }
-    return ShareGroup::IsMaster(main) ? 0 : static_cast<int>(std::max(known.number, 1L));
-}
-
 int COpenGLView::MakeCurrent(HDC deviceContext, HGLRC renderingContext, GLRenderingContextTypes type) {
     DrawWaitingVertices();
     const GLRenderingContextTypes kind = KindFor(deviceContext, type);

@@ -6,6 +6,7 @@
 #include "../platform/Notice.h"
 #include "../platform/ShareGroup.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -191,6 +192,15 @@ void COpenGLView::LeaveManagerCriticalSection() {
         LeaveCriticalSection(&m_managerSection);
     }
     m_inManagerSection = false;
+}
+
+int COpenGLView::GetMasterContextIndex() const {
+    const HGLRC main = m_contexts[GLContextMain].renderingContext;
+    const LibraryContext known = ShareGroup::Find(main);
+    if (!known.shares || known.owner != this) {
+        return m_copiedMasterIndex;
+    }
+    return ShareGroup::IsMaster(main) ? 0 : static_cast<int>(std::max(known.number, 1L));
 }
 
 /// Takes over what a copy shares with its source. Records, arrays and locks stay this view's own, and so does what it
