@@ -295,8 +295,9 @@ public:
     void LoadGLState(unsigned int capability, unsigned char on);
     /// The state that a new context starts with. The context must be current.
     void GetInitialGLAttributes(GLAttributes& attributes);
-    /// The state that OpenGL reports now, for state that was changed behind the library's back. What is fixed-function
-    /// only is taken from the cache on a 4.x context. Leaves an invalid-enum error with OpenGL.
+    /// The state that OpenGL reports now, for state that was changed behind the library's back. On a 4.x context OpenGL
+    /// is never told the current colour, the matrix mode and the raster position: it reports its own. Leaves an
+    /// invalid-enum error with OpenGL.
     void GetCurrentGLAttributes(GLAttributes& attributes);
     /// Sends the whole cached state to OpenGL again.
     void LoadCurrentGLState();
@@ -318,17 +319,19 @@ public:
     void LogicOp(unsigned int operation);
     /// `factor` repeats each bit of `pattern` (low bit first) that many pixels.
     void LineStipple(int factor, unsigned short pattern);
-    // On a 4.x context ShadeModel, LineStippleOnOff, TexEnv, DisableLightingState and DisableLightsAndTextures do
-    // nothing: there the program decides.
-    void ShadeModel(unsigned int mode);
+    /// Does nothing on a 4.x context: there the stipple program is for stippled lines.
     void LineStippleOnOff(bool on);
+    // ShadeModel, TexEnv and Light reach OpenGL on every context, for what a host draws there without a program; the
+    // stock programs ask for none of it.
+    void ShadeModel(unsigned int mode);
     void TexEnv(unsigned int target, unsigned int name, int value);
     void TexParameter(unsigned int target, unsigned int name, int value);
     /// `values` is what `name` wants: 4 floats for colours and GL_POSITION. The lit programs take the diffuse colour of
-    /// GL_LIGHT0 and the direction to it.
+    /// GL_LIGHT0 and the direction to it, from the view's copy.
     void Light(unsigned int light, unsigned int name, const float* values);
-    /// Diffuse colour of a light, 4 floats, asked of OpenGL. Fixed-function contexts only.
+    /// Diffuse colour of a light, 4 floats, asked of OpenGL.
     void GetLightColor(unsigned int light, float* color) const;
+    /// These two do nothing on a 4.x context, where lighting is the program's.
     void DisableLightingState();
     void DisableLightsAndTextures();
     /// Each pair keeps one value per view; a second save replaces the first.

@@ -82,31 +82,24 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
         attributes.capabilities[static_cast<std::size_t>(position)] = gl.glIsEnabled(capability) != 0;
     };
     const auto askTracked = [&](unsigned int capability) { ask(capability, CapabilityFlagPosition(capability)); };
-    // A 4.x context is not asked for what only fixed functions have; there the cached values stand.
-    const bool fixedFunctions = !DrawsWithPrograms();
     askTracked(GL_BLEND);
     askTracked(GL_COLOR_LOGIC_OP);
-    if (fixedFunctions) {
-        askTracked(GL_COLOR_MATERIAL);
-    }
+    askTracked(GL_COLOR_MATERIAL);
     ask(GL_CULL_FACE, kCullFacePosition);
     askTracked(GL_DEPTH_TEST);
     // NOTE: the depth mask is no capability; drivers answer no and keep an invalid-enum error. Hosts know it from here.
     ask(GL_DEPTH_WRITEMASK, kDepthWritePosition);
-    if (fixedFunctions) {
-        for (const unsigned int capability :
-             {GL_LIGHT0, GL_LINE_STIPPLE, GL_POINT_SMOOTH, GL_TEXTURE_1D, GL_TEXTURE_2D}) {
-            askTracked(capability);
-        }
-        float color[4] = {};
-        gl.glGetFloatv(GL_CURRENT_COLOR, color);
-        attributes.currentColor = {ColorByte(color[0]), ColorByte(color[1]), ColorByte(color[2]), ColorByte(color[3])};
-        float rasterColor[4] = {};
-        gl.glGetFloatv(GL_CURRENT_RASTER_COLOR, rasterColor);
-        double rasterPosition[4] = {};
-        gl.glGetDoublev(GL_CURRENT_RASTER_POSITION, rasterPosition);
-        std::copy_n(rasterPosition, attributes.rasterPosition.size(), attributes.rasterPosition.begin());
+    for (const unsigned int capability : {GL_LIGHT0, GL_LINE_STIPPLE, GL_POINT_SMOOTH, GL_TEXTURE_1D, GL_TEXTURE_2D}) {
+        askTracked(capability);
     }
+    float color[4] = {};
+    gl.glGetFloatv(GL_CURRENT_COLOR, color);
+    attributes.currentColor = {ColorByte(color[0]), ColorByte(color[1]), ColorByte(color[2]), ColorByte(color[3])};
+    float rasterColor[4] = {};
+    gl.glGetFloatv(GL_CURRENT_RASTER_COLOR, rasterColor);
+    double rasterPosition[4] = {};
+    gl.glGetDoublev(GL_CURRENT_RASTER_POSITION, rasterPosition);
+    std::copy_n(rasterPosition, attributes.rasterPosition.size(), attributes.rasterPosition.begin());
     const auto integer = [&](unsigned int name) {
         GLint values[4] = {};
         gl.glGetIntegerv(name, values);
@@ -116,18 +109,14 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
     gl.glGetFloatv(GL_LINE_WIDTH, &attributes.lineWidth);
     attributes.polygonMode = integer(GL_POLYGON_MODE);
     attributes.polygonModeFace = GL_FRONT_AND_BACK;
-    if (fixedFunctions) {
-        attributes.matrixMode = integer(GL_MATRIX_MODE);
-    }
+    attributes.matrixMode = integer(GL_MATRIX_MODE);
     gl.glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
     attributes.logicOp = integer(GL_LOGIC_OP_MODE);
     attributes.blendSource = integer(GL_BLEND_SRC_RGB);
     attributes.blendDestination = integer(GL_BLEND_DST_RGB);
     integer(GL_BLEND_SRC_ALPHA);
     integer(GL_BLEND_DST_ALPHA);
-    if (fixedFunctions) {
-        GetLightColor(GL_LIGHT0, attributes.light.color.data());
-    }
+    GetLightColor(GL_LIGHT0, attributes.light.color.data());
     outputGlError(L"GetCurrentGLAttributes END: ");
 }
 
@@ -243,18 +232,14 @@ void COpenGLView::LogicOp(unsigned int operation) {
 }
 
 void COpenGLView::ShadeModel(unsigned int mode) {
-    if (!DrawsWithPrograms()) {
-        CallGL().glShadeModel(mode);
-    }
+    CallGL().glShadeModel(mode);
 }
 
 void COpenGLView::LineStipple(int factor, unsigned short pattern) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.lineStippleFactor = factor;
     attributes.lineStipplePattern = pattern;
-    if (!DrawsWithPrograms()) {
-        CallGL().glLineStipple(factor, pattern);
-    }
+    CallGL().glLineStipple(factor, pattern);
 }
 
 void COpenGLView::LineStippleOnOff(bool on) {
@@ -264,9 +249,7 @@ void COpenGLView::LineStippleOnOff(bool on) {
 }
 
 void COpenGLView::TexEnv(unsigned int target, unsigned int name, int value) {
-    if (!DrawsWithPrograms()) {
-        CallGL().glTexEnvi(target, name, value);
-    }
+    CallGL().glTexEnvi(target, name, value);
 }
 
 void COpenGLView::TexParameter(unsigned int target, unsigned int name, int value) {
@@ -286,9 +269,7 @@ void COpenGLView::Light(unsigned int light, unsigned int name, const float* valu
                                 static_cast<float>(eye.w)};
         }
     }
-    if (!DrawsWithPrograms()) {
-        CallGL().As(L"Light: END").glLightfv(light, name, values);
-    }
+    CallGL().As(L"Light: END").glLightfv(light, name, values);
 }
 
 void COpenGLView::GetLightColor(unsigned int light, float* color) const {
@@ -324,11 +305,7 @@ void COpenGLView::SaveLightingState() {
 }
 
 void COpenGLView::RestoreLightingState() {
-    if (DrawsWithPrograms()) {
-        EnableDisableGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
-    } else {
-        LoadGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
-    }
+    LoadGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
 }
 
 void COpenGLView::RasterPosition(double x, double y, double z) {
