@@ -307,9 +307,10 @@ public:
     /// The whole state is saved, whatever `mask` says.
     void PushAttributes(unsigned int mask, const wchar_t* label);
     void PopAttributes(const wchar_t* label);
-    /// Attributes, projection and modelview.
+    /// Attributes, projection and modelview; the matrix mode is the one of the attributes.
     void PopAttributesAndMatrices(const wchar_t* label);
-    /// What the flags say; a `drawBuffer` other than 0 is selected afterwards.
+    /// The same of what the flags say; a `drawBuffer` other than 0 is selected afterwards. Without attributes the mode
+    /// of the last matrix popped stays.
     void PopMatricesAndAttributes(bool projection, bool modelview, bool attributes, unsigned int drawBuffer,
                                   const wchar_t* label);
     void BlendFunc(unsigned int source, unsigned int destination);

@@ -187,14 +187,15 @@ void COpenGLView::PopAttributesAndMatrices(const wchar_t* label) {
 
 void COpenGLView::PopMatricesAndAttributes(bool projection, bool modelview, bool attributes, unsigned int drawBuffer,
                                            const wchar_t* label) {
-    if (attributes) {
-        PopAttributes(label);
-    }
     if (projection) {
         PopMatrix(GL_PROJECTION, label);
     }
     if (modelview) {
         PopMatrix(GL_MODELVIEW, label);
+    }
+    // Last, because popping a matrix selects its mode, and because the raster position goes through the matrices.
+    if (attributes) {
+        PopAttributes(label);
     }
     if (drawBuffer != 0) {
         DrawBuffer(drawBuffer);

@@ -107,6 +107,24 @@ TEST_P(State, LightIsKeptInEyeCoordinates) {
     EXPECT_NEAR(Cached().light.direction[1], 1.0, 1e-6) << "only the first light is the programs'";
 }
 
+// What the host set last is the texture mode; the matrices that come back with it must not change that.
+TEST_P(State, PoppedMatricesLeaveTheRestoredMode) {
+    for (const bool byFlags : {false, true}) {
+        View().MatrixMode(GL_TEXTURE);
+        View().PushAttributes(0, L"");
+        View().PushBothMatrices(L"");
+        if (byFlags) {
+            View().PopMatricesAndAttributes(true, true, true, GL_BACK, L"");
+        } else {
+            View().PopAttributesAndMatrices(L"");
+        }
+        EXPECT_EQ(Cached().matrixMode, static_cast<unsigned>(GL_TEXTURE));
+        GLint mode = 0;
+        glGetIntegerv(GL_MATRIX_MODE, &mode);
+        EXPECT_EQ(mode, GetParam() ? GL_MODELVIEW : GL_TEXTURE) << "a 4.x context is not sent the mode";
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Pipelines, State, testing::Bool(), PipelineName);
 
 } // namespace
