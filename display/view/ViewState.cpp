@@ -1,10 +1,8 @@
 #include "OpenGLView.h"
 
 #include "../platform/GLCalls.h"
-
 #include "../values/BoundedStack.h"
-
-#include <GL/glext.h>
+#include "../values/Capabilities.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,10 +10,6 @@
 namespace KTR {
 
 namespace {
-
-/// Places in the capability flags for two answers of OpenGL that nothing else in the cache keeps.
-constexpr std::size_t kCullFacePosition = 3;
-constexpr std::size_t kDepthWritePosition = 5;
 
 unsigned char ColorByte(float channel) {
     return static_cast<unsigned char>(std::lround(std::clamp(channel, 0.0F, 1.0F) * 255.0F));
@@ -78,19 +72,10 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
     outputGlError(L"GetCurrentGLAttributes BEGIN: ");
     attributes = CurrentRecord().attributes;
     const GLCalls gl = CallGL();
-    const auto ask = [&](unsigned int capability, int position) {
-        attributes.capabilities[static_cast<std::size_t>(position)] = gl.glIsEnabled(capability) != 0;
-    };
-    const auto askTracked = [&](unsigned int capability) { ask(capability, CapabilityFlagPosition(capability)); };
-    askTracked(GL_BLEND);
-    askTracked(GL_COLOR_LOGIC_OP);
-    askTracked(GL_COLOR_MATERIAL);
-    ask(GL_CULL_FACE, kCullFacePosition);
-    askTracked(GL_DEPTH_TEST);
-    // NOTE: the depth mask is no capability; drivers answer no and keep an invalid-enum error. Hosts know it from here.
-    ask(GL_DEPTH_WRITEMASK, kDepthWritePosition);
-    for (const unsigned int capability : {GL_LIGHT0, GL_LINE_STIPPLE, GL_POINT_SMOOTH, GL_TEXTURE_1D, GL_TEXTURE_2D}) {
-        askTracked(capability);
+    for (const Capability& capability : kCapabilities) {
+        if (capability.asked) {
+            attributes.capabilities[static_cast<std::size_t>(capability.flag)] = gl.glIsEnabled(capability.name) != 0;
+        }
     }
     float color[4] = {};
     gl.glGetFloatv(GL_CURRENT_COLOR, color);
@@ -122,9 +107,13 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
 
 void COpenGLView::LoadCurrentGLState() {
     const GLAttributes attributes = CurrentRecord().attributes;
-    for (const unsigned int capability :
-         {GL_BLEND, GL_COLOR_LOGIC_OP, GL_DEPTH_TEST, GL_LINE_SMOOTH, GL_SCISSOR_TEST}) {
-        LoadGLState(capability, IsOpenGLStateEnabled(capability));
+    const auto send = [this](const Capability& capability) {
+        LoadGLState(capability.name, IsOpenGLStateEnabled(capability.name));
+    };
+    for (const Capability& capability : kCapabilities) {
+        if (capability.sent == kSentToEveryContext) {
+            send(capability);
+        }
     }
     PolygonMode(attributes.polygonModeFace, attributes.polygonMode);
     LineWidth(attributes.lineWidth);
@@ -134,12 +123,8 @@ void COpenGLView::LoadCurrentGLState() {
     SetUpViewport(attributes.viewport[0], attributes.viewport[1], attributes.viewport[2], attributes.viewport[3]);
     Color(attributes.currentColor);
     RasterPosition(attributes.rasterPosition[0], attributes.rasterPosition[1], attributes.rasterPosition[2]);
-    if (!IsCurrentContextLegacyOpenGL11() && !CurrentRecord().fixedFunctionOnly) {
-        return;
-    }
-    for (const unsigned int capability : {GL_LINE_STIPPLE, GL_LIGHTING, GL_LIGHT0, GL_LIGHT1, GL_COLOR_MATERIAL,
-                                          GL_POINT_SMOOTH, GL_PROGRAM_POINT_SIZE, GL_TEXTURE_2D, GL_TEXTURE_1D}) {
-        LoadGLState(capability, IsOpenGLStateEnabled(capability));
+    if (IsCurrentContextLegacyOpenGL11() || CurrentRecord().fixedFunctionOnly) {
+        std::ranges::for_each(FixedFunctionCapabilities(), send);
     }
 }
 
