@@ -140,6 +140,14 @@ bool COpenGLView::PopAttributesFromStack(CircularAttributeStack& stack, GLAttrib
     LoadCurrentGLState();
     // What that does not send has to follow where it changed, or the next matrix would land in another mode's.
     const GLAttributes& after = CurrentRecord().attributes;
+    if (DrawsWithPrograms()) {
+        for (const Capability& capability : FixedFunctionCapabilities()) {
+            const auto flag = static_cast<std::size_t>(capability.flag);
+            if (after.capabilities[flag] != before.capabilities[flag]) {
+                LoadGLState(capability.name, after.capabilities[flag] ? 1 : 0);
+            }
+        }
+    }
     if (after.lineStippleFactor != before.lineStippleFactor || after.lineStipplePattern != before.lineStipplePattern) {
         LineStipple(after.lineStippleFactor, after.lineStipplePattern);
     }

@@ -125,6 +125,16 @@ TEST_P(State, PoppedMatricesLeaveTheRestoredMode) {
     }
 }
 
+// What a host draws without a program on a 4.x context looks different with lighting left on.
+TEST_P(State, PoppedCapabilitiesAreOpenGLsToo) {
+    View().Enable(GL_LIGHTING);
+    View().PushAttributes(0, L"");
+    View().Disable(GL_LIGHTING);
+    View().PopAttributes(L"");
+    EXPECT_EQ(View().IsOpenGLStateEnabled(GL_LIGHTING), 1);
+    EXPECT_TRUE(glIsEnabled(GL_LIGHTING));
+}
+
 INSTANTIATE_TEST_SUITE_P(Pipelines, State, testing::Bool(), PipelineName);
 
 } // namespace
