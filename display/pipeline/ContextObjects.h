@@ -18,7 +18,10 @@ struct ContextObjects {
     std::array<unsigned int, kShaderCount> vertexArrays{}; ///< of this context, by stock program; 0 until first bound
     ProgramUniforms boundUniforms{};                       ///< what the bound program was given
     bool fillForced = false;           ///< GL fills although the host asked for another polygon mode
-    bool pointSprites = false;         ///< fragments know their place in the point
+    // What GL has otherwise than the host asked, for the program in use (see ForcedState.h).
+    bool pointSizeForced = false;
+    bool pointSpritesForced = false;
+    bool lineStippleForced = false;
     unsigned int fontAtlasTexture = 0; ///< what the text program reads
     unsigned int fontAtlasSampler = 0;
     TextLists textLists;

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "ForcedState.h"
 
 #include <GL/glext.h>
 
@@ -155,6 +156,7 @@ void COpenGLView::DisableClientState() {
         DisableShaderVertexAttribArrays(record.objects.currentShader);
         CallGL().glUseProgram(0);
         record.objects.boundProgram = 0;
+        ForceStateFor(*this, GLShaderUnknown);
     } else {
         const GLCalls gl = CallGL();
         for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {

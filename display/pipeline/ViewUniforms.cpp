@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "ForcedState.h"
 
 #include <GL/glext.h>
 
@@ -235,14 +236,8 @@ void COpenGLView::SendLitSurface(ShaderData& data, const ProgramUniforms& unifor
 
 /// State of the context, not of the program, that the program `type` draws wrong without.
 void COpenGLView::PrepareContextFor(GLShaderTypes type) {
+    ForceStateFor(*this, type);
     switch (type) {
-    case GLShaderPoint:
-    case GLShaderPointSmooth:
-        if (!IsOpenGLStateEnabled(GL_PROGRAM_POINT_SIZE)) {
-            Enable(GL_PROGRAM_POINT_SIZE);
-        }
-        SetPointSprites(type == GLShaderPointSmooth);
-        break;
     case GLShaderShadedTexture:
     case GLShaderTextureDecal:
     case GLShaderTextureDecalFusion:
@@ -255,21 +250,6 @@ void COpenGLView::PrepareContextFor(GLShaderTypes type) {
         break;
     default:
         break;
-    }
-}
-
-/// NOTE: a compatibility context gives fragments their place in the point only while this is on. Square points keep it
-/// off: it also changes which pixels a point covers, and they cover those of the fixed-function pipeline.
-void COpenGLView::SetPointSprites(bool on) {
-    bool& current = CurrentRecord().objects.pointSprites;
-    if (current == on) {
-        return;
-    }
-    current = on;
-    if (on) {
-        CallGL().glEnable(GL_POINT_SPRITE);
-    } else {
-        CallGL().glDisable(GL_POINT_SPRITE);
     }
 }
 

@@ -526,7 +526,9 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     record.objects.boundProgram = 0;
     record.objects.number = 0;
     record.objects.fillForced = false;
-    record.objects.pointSprites = false;
+    record.objects.pointSizeForced = false;
+    record.objects.pointSpritesForced = false;
+    record.objects.lineStippleForced = false;
 }
 
 /// After a context is gone no record of this view may still name it as borrowed.

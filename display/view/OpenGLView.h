@@ -831,7 +831,6 @@ private:
     void SendUniforms(GLShaderTypes type, ShaderData& data, const ProgramUniforms& uniforms);
     void SendLitSurface(ShaderData& data, const ProgramUniforms& uniforms);
     void PrepareContextFor(GLShaderTypes type);
-    void SetPointSprites(bool on);
     void BindImage(unsigned int texture, unsigned int sampler);
     int LocationOf(ShaderData& data, StockUniform uniform);
     int LocationOf(ShaderData& data, const char* name);

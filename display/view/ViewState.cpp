@@ -1,5 +1,6 @@
 #include "OpenGLView.h"
 
+#include "../pipeline/ForcedState.h"
 #include "../platform/GLCalls.h"
 #include "../values/BoundedStack.h"
 #include "../values/Capabilities.h"
@@ -45,6 +46,7 @@ void COpenGLView::LoadGLState(unsigned int capability, unsigned char on) {
         CallGL().glDisable(capability);
     }
     EnableDisableGLState(capability, enable ? 1 : 0);
+    ForceStateAgain(*this, capability);
 }
 
 void COpenGLView::GetInitialGLAttributes(GLAttributes& attributes) {

@@ -1,4 +1,4 @@
-#include "support/ViewFixture.h"
+#include "support/Picture.h"
 
 namespace {
 
@@ -136,5 +136,107 @@ TEST_P(State, PoppedCapabilitiesAreOpenGLsToo) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Pipelines, State, testing::Bool(), PipelineName);
+
+/// State that a program needs otherwise than the host has set it.
+class StateOfPrograms : public FreshProcessTest {
+protected:
+    StateOfPrograms() { live.Clear(); }
+    void Begin(unsigned int mode, GLShaderTypes shader) {
+        live->EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, shader);
+        live->BeginArrays(mode, shader);
+    }
+    void AddPoint() { live->AddIndex2DVertexRGBA(64.0, 64.0, 255, 255, 255, 255); }
+    /// Lines whose pixels OpenGL and the program count differently: along the longer axis, and along the line.
+    void AddLines() {
+        for (int line = 0; line < 12; ++line) {
+            live->AddIndex2DVertexRGBA(4.5, 4.5 + line * 3, 255, 255, 0, 255);
+            live->AddIndex2DVertexRGBA(120.5 - line * 5, 30.5 + line * 8, 255, 255, 0, 255);
+        }
+    }
+    Picture Taken() { return TakePicture(*live.view, 128, 128); }
+    static bool InOpenGL(unsigned int capability) { return glIsEnabled(capability) != 0; }
+
+    std::unique_ptr<COpenGLView> first = ChoosePrograms();
+    LiveView live;
+};
+
+// The dashes of a boundary would be cut into dots.
+TEST_F(StateOfPrograms, LinesAreStippledOnceWhenOpenGLStipplesToo) {
+    const struct {
+        const char* name;
+        void (*before)(COpenGLView& view);
+        void (*bound)(COpenGLView& view);
+    } cases[] = {
+        {"never", [](COpenGLView&) {}, [](COpenGLView&) {}},
+        {"before", [](COpenGLView& view) { view.Enable(GL_LINE_STIPPLE); }, [](COpenGLView&) {}},
+        {"while bound", [](COpenGLView&) {}, [](COpenGLView& view) { view.LoadGLState(GL_LINE_STIPPLE, 1); }},
+        {"popped",
+         [](COpenGLView& view) {
+             view.Enable(GL_LINE_STIPPLE);
+             view.PushAttributes(0, L"");
+             view.Disable(GL_LINE_STIPPLE);
+         },
+         [](COpenGLView& view) { view.PopAttributes(L""); }},
+    };
+    live->LineStipple(3, 0x0F35);
+    Picture wanted;
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        const bool asked = &test != &cases[0];
+        live->Disable(GL_LINE_STIPPLE);
+        live.Clear();
+        test.before(*live.view);
+        Begin(GL_LINES, GLShaderLineStipple);
+        test.bound(*live.view);
+        AddLines();
+        live->EndArrays();
+        EXPECT_EQ(live->IsOpenGLStateEnabled(GL_LINE_STIPPLE), asked ? 1 : 0) << "what the host asked";
+        if (asked) {
+            EXPECT_EQ(Taken().pixels, wanted.pixels);
+        } else {
+            wanted = Taken();
+            EXPECT_GT(wanted.CountDrawn(), 200);
+        }
+        // OpenGL has it again for every other program, and for the host's own drawing.
+        Begin(GL_LINES, GLShaderLine);
+        EXPECT_EQ(InOpenGL(GL_LINE_STIPPLE), asked);
+        live->DisableClientState();
+        Begin(GL_LINES, GLShaderLineStipple);
+        live->DisableClientState();
+        EXPECT_EQ(InOpenGL(GL_LINE_STIPPLE), asked);
+    }
+}
+
+TEST_F(StateOfPrograms, PointsHaveTheirSizeWhateverTheHostAsks) {
+    live->PointSize(9.0F);
+    const struct {
+        const char* name;
+        void (*bound)(COpenGLView& view);
+        bool asked;
+    } cases[] = {
+        {"never asked", [](COpenGLView&) {}, false},
+        {"disabled", [](COpenGLView& view) { view.Disable(GL_PROGRAM_POINT_SIZE); }, false},
+        {"loaded", [](COpenGLView& view) { view.LoadGLState(GL_PROGRAM_POINT_SIZE, 0); }, false},
+        {"pushed and popped",
+         [](COpenGLView& view) {
+             view.PushAttributes(0, L"");
+             view.PopAttributes(L"");
+         },
+         false},
+        {"enabled", [](COpenGLView& view) { view.Enable(GL_PROGRAM_POINT_SIZE); }, true},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        live.Clear();
+        Begin(GL_POINTS, GLShaderPoint);
+        test.bound(*live.view);
+        AddPoint();
+        live->EndArrays();
+        EXPECT_EQ(live.CountDrawn(), 81);
+        EXPECT_EQ(live->IsOpenGLStateEnabled(GL_PROGRAM_POINT_SIZE), test.asked ? 1 : 0);
+        live->DisableClientState();
+        EXPECT_EQ(InOpenGL(GL_PROGRAM_POINT_SIZE), test.asked) << "for the host's own points";
+    }
+}
 
 } // namespace
