@@ -19,9 +19,7 @@ GLAttributes DefaultGLAttributes() {
     attributes.textTransparency = 255;
     attributes.noDataIsTransparent = 1;
     attributes.applyNoDataColor = 1;
-    attributes.imageContrast = 1.0F;
-    attributes.imageBrightness = 1.0F;
-    attributes.imageGamma = 1.0F;
+    attributes.reserved.fill(1.0F);
     return attributes;
 }
 

@@ -913,9 +913,11 @@ private:
     void DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position, const glm::dvec3& scale,
                           double angleDegrees);
 
-    /// Settings that a copy takes over, beside the batch, the texture request and the strings.
-    struct ScalarState {
-        unsigned __int64 leading[5] = {};
+    /// State without a settled meaning: a view has it, a copy takes it over, and nothing reads it.
+    struct Reserved {
+        unsigned __int64 numbers[5] = {};
+        CString labels[3];
+        bool flag = true;
     };
     struct BackingStore {
         int saved = 0;
@@ -957,7 +959,7 @@ private:
         bool lock = false;
     };
 
-    ScalarState m_state;
+    Reserved m_reserved;
     unsigned short m_savedLighting = 0;
     unsigned short m_savedDepthTest = 0;
     HDC m_exitingDeviceContext = nullptr;
@@ -973,7 +975,6 @@ private:
     GLTextureObject m_requestedTexture;
     GLTesselator* m_tesselator = nullptr;
     bool m_loadNewTexture[2] = {};
-    bool m_redrawNeeded = true;
     bool m_inManagerSection = false;
     bool m_delayedSwap = false;
     int m_delayedLayerCount = 0;
@@ -982,7 +983,6 @@ private:
     GLRenderingContextTypes m_currentContext = GLContextMain;
     const GLRGBAColor* m_currentColor = &m_contexts[GLContextMain].attributes.currentColor; ///< of the current record
     CString m_message; ///< scratch text that several diagnostics compose
-    CString m_labels[3];
     CRITICAL_SECTION m_managerSection{};
     unsigned __int64 m_gpuWaits = 0;
     unsigned int m_contextCreations = 0; ///< attribute-based ones
