@@ -395,8 +395,10 @@ COpenGLView::ImageDrawing COpenGLView::BeginImageDrawing(const glm::dvec3& origi
     }
     DrawSetupSetShaderTexture(texture, sampler);
     EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
-    // Fixed functions take the transparency from the vertices, programs from the context.
-    TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+    if (!DrawsWithPrograms()) {
+        // Fixed functions take the transparency from the vertices, programs from the context.
+        TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+    }
     return before;
 }
 

@@ -29,9 +29,12 @@ struct ContextObjects {
     bool boundIsStock = false;                     ///< it is the stock program of its type, not a host's own
     /// A vertex array and an array buffer are bound, and perhaps more that fixed functions would trip over.
     bool programStateBound = false;
-    ProgramUniforms boundUniforms{};   ///< what the bound program was given
-    bool fillForced = false;           ///< GL fills although the host asked for another polygon mode
-    bool pointSprites = false;         ///< fragments know their place in the point
+    ProgramUniforms boundUniforms{}; ///< what the bound program was given
+    bool fillForced = false;         ///< GL fills although the host asked for another polygon mode
+    // What GL has otherwise than the host asked, for the program in use (see ForcedState.h).
+    bool pointSizeForced = false;
+    bool pointSpritesForced = false;
+    bool lineStippleForced = false;
     unsigned int fontAtlasTexture = 0; ///< what the text program reads
     unsigned int fontAtlasSampler = 0;
     TextLists textLists;

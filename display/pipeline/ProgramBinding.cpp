@@ -1,6 +1,7 @@
 #include "ProgramBinding.h"
 
 #include "../view/ViewAccess.h"
+#include "ForcedState.h"
 #include "ProgramThread.h"
 #include "StockPrograms.h"
 #include "UniformWriter.h"
@@ -70,22 +71,6 @@ unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const
     }
 }
 
-/// NOTE: a compatibility context gives fragments their place in the point only while this is on. Square points keep it
-/// off: it also changes which pixels a point covers, and they cover those of the fixed-function pipeline.
-void SetPointSprites(COpenGLView& view, bool on) {
-    bool& current = ViewAccess::CurrentObjects(view).pointSprites;
-    if (current == on) {
-        return;
-    }
-    current = on;
-    const GLCalls gl = ViewAccess::CallGL(view);
-    if (on) {
-        gl.glEnable(GL_POINT_SPRITE);
-    } else {
-        gl.glDisable(GL_POINT_SPRITE);
-    }
-}
-
 /// Takes from a context's state what programs want, beside the matrices.
 void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramUniforms& uniforms) {
     const GLAttributes& attributes = ViewAccess::Record(view, context).attributes;
@@ -105,13 +90,8 @@ void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramU
 
 /// State of the context, not of the program, that the program `type` draws wrong without.
 void PrepareContextFor(COpenGLView& view, GLShaderTypes type) {
+    ForceStateFor(view, type);
     const StockProgram& stock = StockProgramOf(type);
-    if (stock.points) {
-        if (!view.IsOpenGLStateEnabled(GL_PROGRAM_POINT_SIZE)) {
-            view.Enable(GL_PROGRAM_POINT_SIZE);
-        }
-        SetPointSprites(view, stock.pointSprites);
-    }
     if (stock.texture == ProgramTexture::Image) {
         const auto& request = ViewAccess::TextureRequest(view);
         BindImage(ViewAccess::CallGL(view), request.shaderTexture, request.shaderSampler);
@@ -245,7 +225,7 @@ void LeaveProgramState(COpenGLView& view) {
     for (const unsigned int unit : {0U, 1U}) {
         gl.glBindSampler(unit, 0);
     }
-    SetPointSprites(view, false);
+    ForceStateFor(view, GLShaderUnknown);
     const unsigned int mode = ViewAccess::CurrentRecord(view).attributes.matrixMode;
     view.LoadCurrentMatrices();
     view.MatrixMode(mode);

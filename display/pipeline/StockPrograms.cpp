@@ -38,6 +38,7 @@ const StockProgram kStockPrograms[kShaderCount] = {
      .geometryFile = L"OrrinLineStipple.geom",
      .fragmentFile = L"OrrinLineStipple.frag",
      .drawMode = GL_LINE,
+     .stipples = true,
      .uniforms = {UniformStipplePattern, UniformStippleBits, UniformStippleFactor, UniformViewport}},
     {.slot = GLShaderColorPassThrough,
      .type = GLShaderColorPassThrough,

@@ -24,6 +24,7 @@ struct StockProgram {
     GLenum drawMode;
     bool points = false;       ///< sets the size of its points itself
     bool pointSprites = false; ///< its fragments ask for their place in the point
+    bool stipples = false;     ///< cuts its lines itself
     bool lit = false;          ///< takes modelview and normal matrix and the light
     bool alwaysFilled = false; ///< draws quads that stand for something else: their outlines are never meant
     ProgramTexture texture = ProgramTexture::None;

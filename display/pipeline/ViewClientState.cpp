@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "ForcedState.h"
 #include "ProgramBinding.h"
 
 #include <GL/glext.h>
@@ -158,6 +159,7 @@ void COpenGLView::DisableClientState() {
         DisableShaderVertexAttribArrays(objects.currentShader);
         gl.glUseProgram(0);
         objects.boundProgram = 0;
+        ForceStateFor(*this, GLShaderUnknown);
     } else {
         for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
             gl.glDisableClientState(array);

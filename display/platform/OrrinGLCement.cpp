@@ -21,6 +21,15 @@ static_assert(std::size(kLookedUpNames) == kGLEntryPointsLookedUp);
 #include "generated/GLEntryPointNames.inc"
 #undef ORRIN_GL_ENTRY_POINT
 
+/// The module that this library's WGL functions come from, which makes its contexts.
+HMODULE ModuleOfContexts() {
+    HMODULE module = nullptr;
+    // The reference count stays as it is: the module is in the process for as long as this library imports from it.
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<const wchar_t*>(&wglGetProcAddress), &module);
+    return module;
+}
+
 PROC* SlotsOf(GLEntryPoints& table) {
     return reinterpret_cast<PROC*>(&table);
 }
@@ -77,8 +86,8 @@ PROC COrrinGLCement::glGetProcAddress(HINSTANCE module, const char* name) {
 }
 
 int COrrinGLCement::LoadOpenGLExtensionFunctions() {
-    // The module is in the process already, since the library imports its WGL functions from it.
-    const HMODULE module = GetModuleHandleW(L"OpenGL32.dll");
+    // Not the module of the name: where a host brings an OpenGL of its own, two have it.
+    const HMODULE module = ModuleOfContexts();
     PROC* slots = SlotsOf(*this);
     for (const EntryPointName& entry : kLookedUpNames) {
         slots[entry.slot] = glGetProcAddress(module, entry.name);

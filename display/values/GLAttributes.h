@@ -42,9 +42,8 @@ struct GLAttributes {
     GLRGBAColor noDataMarker{};
     GLRGBAColor noDataPaint{};     ///< what they show where they are not transparent
     std::array<int, 4> viewport{}; ///< x, y, width, height in window pixels
-    float imageContrast = 0.0F;
-    float imageBrightness = 0.0F;
-    float imageGamma = 0.0F;
+    /// Numbers without a settled meaning, 1 in a new record: saved and restored with the rest, and nothing reads them.
+    std::array<float, 3> reserved{};
     int lineStippleFactor = 0;             ///< 1 to 256
     unsigned short lineStipplePattern = 0; ///< low bit first
     std::array<double, 3> rasterPosition{};

@@ -81,16 +81,12 @@ void COpenGLView::Initialize() {
     SelectRecord(GLContextMain);
     m_name.Empty();
     m_message.Empty();
-    for (CString& label : m_labels) {
-        label.Empty();
-    }
     m_loadNewTexture[0] = false;
     m_loadNewTexture[1] = false;
-    m_redrawNeeded = true;
     m_delayedSwap = false;
     m_delayedLayerCount = 0;
     m_batch = VertexBatchState{};
-    m_state = ScalarState{};
+    m_reserved = Reserved{};
     m_batchStorage.Clear();
     m_backingStore = BackingStore{};
     LoadCurrentGLBuffers();
@@ -120,7 +116,7 @@ void COpenGLView::InitializeOpenGLContextStruct() {
         record = GLRenderingContextRecord{};
         record.hardwareAccelerated = type == GLContextMain;
         record.doubleBuffered = type == GLContextMain;
-        record.depthBuffered = type == GLContextMain;
+        record.reserved.ofMainContext = type == GLContextMain;
         record.math = new (std::nothrow) COpenGLMath;
         if (!record.math) {
             ShowFrameworkMessageBox(L"Out of Memory. Unable to create new OpenGL Math object.  Fatal Error");
@@ -206,20 +202,16 @@ int COpenGLView::GetMasterContextIndex() const {
 /// Takes over what a copy shares with its source. Records, arrays and locks stay this view's own, and so does what it
 /// has to free: the members copied here only point.
 void COpenGLView::CopySettings(const COpenGLView& other) {
-    m_state = other.m_state;
+    m_reserved = other.m_reserved;
     m_batch = other.m_batch;
     m_backingStore = other.m_backingStore;
     m_name = other.m_name;
     m_message = other.m_message;
-    for (int index = 0; index < 3; ++index) {
-        m_labels[index] = other.m_labels[index];
-    }
     m_textureRequest = other.m_textureRequest;
     m_requestedTexture = other.m_requestedTexture;
     m_tesselator = other.m_tesselator;
     m_loadNewTexture[0] = other.m_loadNewTexture[0];
     m_loadNewTexture[1] = other.m_loadNewTexture[1];
-    m_redrawNeeded = other.m_redrawNeeded;
     m_inManagerSection = other.m_inManagerSection;
     m_delayedSwap = other.m_delayedSwap;
     m_delayedLayerCount = other.m_delayedLayerCount;

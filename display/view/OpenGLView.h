@@ -70,9 +70,9 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// at its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a
 /// full batch.
 ///
-/// **Threads.** A view belongs to one thread, the one that has its context current. Draw with programs (4.x contexts) on
-/// one thread only: views share them, and would draw each other's frames. Construct the first view of the process before
-/// any other thread constructs one.
+/// **Threads.** A view belongs to one thread, the one that has its context current. Draw with programs (4.x contexts)
+/// on one thread only: views share them, and would draw each other's frames. Construct the first view of the process
+/// before any other thread constructs one.
 ///
 /// **Size.** A view holds its vertex arrays, about 1.3 MB; do not put it on a stack.
 class ORRIN_DISPLAY_API COpenGLView {
@@ -117,8 +117,8 @@ public:
     GLTesselator* GetTesselator() const { return m_tesselator; }
     /// 0 for the first view of the process; never used again after a view is gone.
     int GetManagerIndex() const { return m_managerIndex; }
-    /// 0 when the main context is the one that all others share with, positive when it shares with that, -1 when there is
-    /// none or it was not made through attributes.
+    /// 0 when the main context is the one that all others share with, positive when it shares with that, -1 when there
+    /// is none or it was not made through attributes.
     int GetMasterContextIndex() const;
 
     // ---- 2. Records and settings. Implemented in ViewRecords.cpp
@@ -301,8 +301,9 @@ public:
     void LoadGLState(unsigned int capability, unsigned char on);
     /// The state that a new context starts with. The context must be current.
     void GetInitialGLAttributes(GLAttributes& attributes);
-    /// The state that OpenGL reports now, for state that was changed behind the library's back. What is fixed-function
-    /// only is taken from the cache on a 4.x context. Leaves an invalid-enum error with OpenGL.
+    /// The state that OpenGL reports now, for state that was changed behind the library's back. On a 4.x context OpenGL
+    /// is never told the current colour, the matrix mode and the raster position: it reports its own. Leaves an
+    /// invalid-enum error with OpenGL.
     void GetCurrentGLAttributes(GLAttributes& attributes);
     /// Sends the whole cached state to OpenGL again.
     void LoadCurrentGLState();
@@ -312,9 +313,10 @@ public:
     /// The whole state is saved, whatever `mask` says.
     void PushAttributes(unsigned int mask, const wchar_t* label);
     void PopAttributes(const wchar_t* label);
-    /// Attributes, projection and modelview.
+    /// Attributes, projection and modelview; the matrix mode is the one of the attributes.
     void PopAttributesAndMatrices(const wchar_t* label);
-    /// What the flags say; a `drawBuffer` other than 0 is selected afterwards.
+    /// The same of what the flags say; a `drawBuffer` other than 0 is selected afterwards. Without attributes the mode
+    /// of the last matrix popped stays.
     void PopMatricesAndAttributes(bool projection, bool modelview, bool attributes, unsigned int drawBuffer,
                                   const wchar_t* label);
     void BlendFunc(unsigned int source, unsigned int destination);
@@ -324,17 +326,19 @@ public:
     void LogicOp(unsigned int operation);
     /// `factor` repeats each bit of `pattern` (low bit first) that many pixels.
     void LineStipple(int factor, unsigned short pattern);
-    // On a 4.x context ShadeModel, LineStippleOnOff, TexEnv, DisableLightingState and DisableLightsAndTextures do
-    // nothing: there the program decides.
-    void ShadeModel(unsigned int mode);
+    /// Does nothing on a 4.x context: there the stipple program is for stippled lines.
     void LineStippleOnOff(bool on);
+    // ShadeModel, TexEnv and Light reach OpenGL on every context, for what a host draws there without a program; the
+    // stock programs ask for none of it.
+    void ShadeModel(unsigned int mode);
     void TexEnv(unsigned int target, unsigned int name, int value);
     void TexParameter(unsigned int target, unsigned int name, int value);
     /// `values` is what `name` wants: 4 floats for colours and GL_POSITION. The lit programs take the diffuse colour of
-    /// GL_LIGHT0 and the direction to it.
+    /// GL_LIGHT0 and the direction to it, from the view's copy.
     void Light(unsigned int light, unsigned int name, const float* values);
-    /// Diffuse colour of a light, 4 floats, asked of OpenGL. Fixed-function contexts only.
+    /// Diffuse colour of a light, 4 floats, asked of OpenGL.
     void GetLightColor(unsigned int light, float* color) const;
+    /// These two do nothing on a 4.x context, where lighting is the program's.
     void DisableLightingState();
     void DisableLightsAndTextures();
     /// Each pair keeps one value per view; a second save replaces the first.
@@ -894,9 +898,11 @@ private:
     void DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position, const glm::dvec3& scale,
                           double angleDegrees);
 
-    /// Settings that a copy takes over, beside the batch, the texture request and the strings.
-    struct ScalarState {
-        unsigned __int64 leading[5] = {};
+    /// State without a settled meaning: a view has it, a copy takes it over, and nothing reads it.
+    struct Reserved {
+        unsigned __int64 numbers[5] = {};
+        CString labels[3];
+        bool flag = true;
     };
     struct BackingStore {
         int saved = 0;
@@ -938,7 +944,7 @@ private:
         bool lock = false;
     };
 
-    ScalarState m_state;
+    Reserved m_reserved;
     unsigned short m_savedLighting = 0;
     unsigned short m_savedDepthTest = 0;
     HDC m_exitingDeviceContext = nullptr;
@@ -960,7 +966,6 @@ private:
     GLTextureObject m_requestedTexture;
     GLTesselator* m_tesselator = nullptr;
     bool m_loadNewTexture[2] = {};
-    bool m_redrawNeeded = true;
     bool m_inManagerSection = false;
     bool m_delayedSwap = false;
     int m_delayedLayerCount = 0;
@@ -969,7 +974,6 @@ private:
     GLRenderingContextTypes m_currentContext = GLContextMain;
     const GLRGBAColor* m_currentColor = &m_contexts[GLContextMain].attributes.currentColor; ///< of the current record
     CString m_message; ///< scratch text that several diagnostics compose
-    CString m_labels[3];
     CRITICAL_SECTION m_managerSection{};
     unsigned __int64 m_gpuWaits = 0;
     unsigned int m_contextCreations = 0; ///< attribute-based ones

@@ -30,11 +30,9 @@ struct GLRenderingContextRecord {
     bool drawToWindow = true;
     bool hardwareAccelerated = false;
     bool doubleBuffered = false;
-    bool depthBuffered = false;
     bool stereo = false;
     bool pixelFormatSet = false; ///< `window` has the format `pixelFormatNumber`
     bool initialized = false;    ///< a context has been created
-    bool releasesDeviceContext = true;
     bool rasterFontReady = false;
     bool batchOpen = false;
     bool current = false; ///< made current by this view, and not deselected since
@@ -49,7 +47,12 @@ struct GLRenderingContextRecord {
     glm::dvec3 up{0.0, 1.0, 0.0};
     double coordinateOffsetX = 0.0;
     double coordinateOffsetY = 0.0;
-    double viewVolume[4] = {};
+    /// State without a settled meaning: a record has it and starts with it, and nothing reads it.
+    struct Reserved {
+        bool ofMainContext = false; ///< true in the main context's record
+        bool flag = true;
+        double numbers[4] = {};
+    } reserved;
     COLORREF backgroundColor = 0;
     GLAttributes attributes{};
     int modelviewPushDepth = 0;

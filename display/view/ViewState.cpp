@@ -1,10 +1,9 @@
 #include "OpenGLView.h"
 
+#include "../pipeline/ForcedState.h"
 #include "../platform/GLCalls.h"
-
 #include "../values/BoundedStack.h"
-
-#include <GL/glext.h>
+#include "../values/Capabilities.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,10 +11,6 @@
 namespace KTR {
 
 namespace {
-
-/// Places in the capability flags for two answers of OpenGL that nothing else in the cache keeps.
-constexpr std::size_t kCullFacePosition = 3;
-constexpr std::size_t kDepthWritePosition = 5;
 
 unsigned char ColorByte(float channel) {
     return static_cast<unsigned char>(std::lround(std::clamp(channel, 0.0F, 1.0F) * 255.0F));
@@ -51,6 +46,7 @@ void COpenGLView::LoadGLState(unsigned int capability, unsigned char on) {
         CallGL().glDisable(capability);
     }
     EnableDisableGLState(capability, enable ? 1 : 0);
+    ForceStateAgain(*this, capability);
 }
 
 void COpenGLView::GetInitialGLAttributes(GLAttributes& attributes) {
@@ -78,35 +74,19 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
     outputGlError(L"GetCurrentGLAttributes BEGIN: ");
     attributes = CurrentRecord().attributes;
     const GLCalls gl = CallGL();
-    const auto ask = [&](unsigned int capability, int position) {
-        attributes.capabilities[static_cast<std::size_t>(position)] = gl.glIsEnabled(capability) != 0;
-    };
-    const auto askTracked = [&](unsigned int capability) { ask(capability, CapabilityFlagPosition(capability)); };
-    // A 4.x context is not asked for what only fixed functions have; there the cached values stand.
-    const bool fixedFunctions = !DrawsWithPrograms();
-    askTracked(GL_BLEND);
-    askTracked(GL_COLOR_LOGIC_OP);
-    if (fixedFunctions) {
-        askTracked(GL_COLOR_MATERIAL);
-    }
-    ask(GL_CULL_FACE, kCullFacePosition);
-    askTracked(GL_DEPTH_TEST);
-    // NOTE: the depth mask is no capability; drivers answer no and keep an invalid-enum error. Hosts know it from here.
-    ask(GL_DEPTH_WRITEMASK, kDepthWritePosition);
-    if (fixedFunctions) {
-        for (const unsigned int capability :
-             {GL_LIGHT0, GL_LINE_STIPPLE, GL_POINT_SMOOTH, GL_TEXTURE_1D, GL_TEXTURE_2D}) {
-            askTracked(capability);
+    for (const Capability& capability : kCapabilities) {
+        if (capability.asked) {
+            attributes.capabilities[static_cast<std::size_t>(capability.flag)] = gl.glIsEnabled(capability.name) != 0;
         }
-        float color[4] = {};
-        gl.glGetFloatv(GL_CURRENT_COLOR, color);
-        attributes.currentColor = {ColorByte(color[0]), ColorByte(color[1]), ColorByte(color[2]), ColorByte(color[3])};
-        float rasterColor[4] = {};
-        gl.glGetFloatv(GL_CURRENT_RASTER_COLOR, rasterColor);
-        double rasterPosition[4] = {};
-        gl.glGetDoublev(GL_CURRENT_RASTER_POSITION, rasterPosition);
-        std::copy_n(rasterPosition, attributes.rasterPosition.size(), attributes.rasterPosition.begin());
     }
+    float color[4] = {};
+    gl.glGetFloatv(GL_CURRENT_COLOR, color);
+    attributes.currentColor = {ColorByte(color[0]), ColorByte(color[1]), ColorByte(color[2]), ColorByte(color[3])};
+    float rasterColor[4] = {};
+    gl.glGetFloatv(GL_CURRENT_RASTER_COLOR, rasterColor);
+    double rasterPosition[4] = {};
+    gl.glGetDoublev(GL_CURRENT_RASTER_POSITION, rasterPosition);
+    std::copy_n(rasterPosition, attributes.rasterPosition.size(), attributes.rasterPosition.begin());
     const auto integer = [&](unsigned int name) {
         GLint values[4] = {};
         gl.glGetIntegerv(name, values);
@@ -116,26 +96,26 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
     gl.glGetFloatv(GL_LINE_WIDTH, &attributes.lineWidth);
     attributes.polygonMode = integer(GL_POLYGON_MODE);
     attributes.polygonModeFace = GL_FRONT_AND_BACK;
-    if (fixedFunctions) {
-        attributes.matrixMode = integer(GL_MATRIX_MODE);
-    }
+    attributes.matrixMode = integer(GL_MATRIX_MODE);
     gl.glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
     attributes.logicOp = integer(GL_LOGIC_OP_MODE);
     attributes.blendSource = integer(GL_BLEND_SRC_RGB);
     attributes.blendDestination = integer(GL_BLEND_DST_RGB);
     integer(GL_BLEND_SRC_ALPHA);
     integer(GL_BLEND_DST_ALPHA);
-    if (fixedFunctions) {
-        GetLightColor(GL_LIGHT0, attributes.light.color.data());
-    }
+    GetLightColor(GL_LIGHT0, attributes.light.color.data());
     outputGlError(L"GetCurrentGLAttributes END: ");
 }
 
 void COpenGLView::LoadCurrentGLState() {
     const GLAttributes attributes = CurrentRecord().attributes;
-    for (const unsigned int capability :
-         {GL_BLEND, GL_COLOR_LOGIC_OP, GL_DEPTH_TEST, GL_LINE_SMOOTH, GL_SCISSOR_TEST}) {
-        LoadGLState(capability, IsOpenGLStateEnabled(capability));
+    const auto send = [this](const Capability& capability) {
+        LoadGLState(capability.name, IsOpenGLStateEnabled(capability.name));
+    };
+    for (const Capability& capability : kCapabilities) {
+        if (capability.sent == kSentToEveryContext) {
+            send(capability);
+        }
     }
     PolygonMode(attributes.polygonModeFace, attributes.polygonMode);
     LineWidth(attributes.lineWidth);
@@ -145,12 +125,8 @@ void COpenGLView::LoadCurrentGLState() {
     SetUpViewport(attributes.viewport[0], attributes.viewport[1], attributes.viewport[2], attributes.viewport[3]);
     Color(attributes.currentColor);
     RasterPosition(attributes.rasterPosition[0], attributes.rasterPosition[1], attributes.rasterPosition[2]);
-    if (!IsCurrentContextLegacyOpenGL11() && !CurrentRecord().fixedFunctionOnly) {
-        return;
-    }
-    for (const unsigned int capability : {GL_LINE_STIPPLE, GL_LIGHTING, GL_LIGHT0, GL_LIGHT1, GL_COLOR_MATERIAL,
-                                          GL_POINT_SMOOTH, GL_PROGRAM_POINT_SIZE, GL_TEXTURE_2D, GL_TEXTURE_1D}) {
-        LoadGLState(capability, IsOpenGLStateEnabled(capability));
+    if (IsCurrentContextLegacyOpenGL11() || CurrentRecord().fixedFunctionOnly) {
+        std::ranges::for_each(FixedFunctionCapabilities(), send);
     }
 }
 
@@ -166,6 +142,14 @@ bool COpenGLView::PopAttributesFromStack(CircularAttributeStack& stack, GLAttrib
     LoadCurrentGLState();
     // What that does not send has to follow where it changed, or the next matrix would land in another mode's.
     const GLAttributes& after = CurrentRecord().attributes;
+    if (DrawsWithPrograms()) {
+        for (const Capability& capability : FixedFunctionCapabilities()) {
+            const auto flag = static_cast<std::size_t>(capability.flag);
+            if (after.capabilities[flag] != before.capabilities[flag]) {
+                LoadGLState(capability.name, after.capabilities[flag] ? 1 : 0);
+            }
+        }
+    }
     if (after.lineStippleFactor != before.lineStippleFactor || after.lineStipplePattern != before.lineStipplePattern) {
         LineStipple(after.lineStippleFactor, after.lineStipplePattern);
     }
@@ -198,14 +182,15 @@ void COpenGLView::PopAttributesAndMatrices(const wchar_t* label) {
 
 void COpenGLView::PopMatricesAndAttributes(bool projection, bool modelview, bool attributes, unsigned int drawBuffer,
                                            const wchar_t* label) {
-    if (attributes) {
-        PopAttributes(label);
-    }
     if (projection) {
         PopMatrix(GL_PROJECTION, label);
     }
     if (modelview) {
         PopMatrix(GL_MODELVIEW, label);
+    }
+    // Last, because popping a matrix selects its mode, and because the raster position goes through the matrices.
+    if (attributes) {
+        PopAttributes(label);
     }
     if (drawBuffer != 0) {
         DrawBuffer(drawBuffer);
@@ -243,18 +228,14 @@ void COpenGLView::LogicOp(unsigned int operation) {
 }
 
 void COpenGLView::ShadeModel(unsigned int mode) {
-    if (!DrawsWithPrograms()) {
-        CallGL().glShadeModel(mode);
-    }
+    CallGL().glShadeModel(mode);
 }
 
 void COpenGLView::LineStipple(int factor, unsigned short pattern) {
     GLAttributes& attributes = CurrentRecord().attributes;
     attributes.lineStippleFactor = factor;
     attributes.lineStipplePattern = pattern;
-    if (!DrawsWithPrograms()) {
-        CallGL().glLineStipple(factor, pattern);
-    }
+    CallGL().glLineStipple(factor, pattern);
 }
 
 void COpenGLView::LineStippleOnOff(bool on) {
@@ -264,9 +245,7 @@ void COpenGLView::LineStippleOnOff(bool on) {
 }
 
 void COpenGLView::TexEnv(unsigned int target, unsigned int name, int value) {
-    if (!DrawsWithPrograms()) {
-        CallGL().glTexEnvi(target, name, value);
-    }
+    CallGL().glTexEnvi(target, name, value);
 }
 
 void COpenGLView::TexParameter(unsigned int target, unsigned int name, int value) {
@@ -286,9 +265,7 @@ void COpenGLView::Light(unsigned int light, unsigned int name, const float* valu
                                 static_cast<float>(eye.w)};
         }
     }
-    if (!DrawsWithPrograms()) {
-        CallGL().As(L"Light: END").glLightfv(light, name, values);
-    }
+    CallGL().As(L"Light: END").glLightfv(light, name, values);
 }
 
 void COpenGLView::GetLightColor(unsigned int light, float* color) const {
@@ -324,11 +301,7 @@ void COpenGLView::SaveLightingState() {
 }
 
 void COpenGLView::RestoreLightingState() {
-    if (DrawsWithPrograms()) {
-        EnableDisableGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
-    } else {
-        LoadGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
-    }
+    LoadGLState(GL_LIGHTING, static_cast<unsigned char>(m_savedLighting));
 }
 
 void COpenGLView::RasterPosition(double x, double y, double z) {

@@ -37,6 +37,35 @@ private:
     std::uint32_t m_liveContextsBefore = driver.LiveContexts();
 };
 
+/// A test with a view on one of the pipelines, which is reached as the policy does: by the driver's version text. Its
+/// views leave no GL object behind.
+class RecordedViewTest : public RecordedTest {
+protected:
+    explicit RecordedViewTest(bool programs) {
+        driver.SetVersionText(programs ? "4.6.0 NVIDIA 551.23" : "2.0");
+        live = std::make_unique<LiveView>();
+    }
+    ~RecordedViewTest() override {
+        live.reset();
+        EXPECT_EQ(driver.LeakReport(), "");
+    }
+    COpenGLView& View() const { return *live->view; }
+
+    std::unique_ptr<LiveView> live;
+};
+
+/// On the 4.x pipeline.
+class ProgramsTest : public RecordedViewTest {
+protected:
+    ProgramsTest() : RecordedViewTest(true) {}
+};
+
+/// On each of the two in turn: INSTANTIATE_TEST_SUITE_P(Pipelines, Suite, testing::Bool(), PipelineName).
+class BothPipelinesTest : public RecordedViewTest, public testing::WithParamInterface<bool> {
+protected:
+    BothPipelinesTest() : RecordedViewTest(GetParam()) {}
+};
+
 inline const OpenGLVersionData& Version() {
     return COpenGLView::m_gsOpenGLVersionData;
 }

@@ -54,6 +54,11 @@ inline std::unique_ptr<COpenGLView> ChoosePrograms() {
     return first;
 }
 
+/// Names the cases of a test that runs on both pipelines: true is the 4.x one.
+inline std::string PipelineName(const testing::TestParamInfo<bool>& test) {
+    return test.param ? "Programs" : "FixedFunctions";
+}
+
 struct Pixel {
     unsigned char r, g, b, a;
     bool operator==(const Pixel&) const = default;
