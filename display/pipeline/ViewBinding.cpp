@@ -176,6 +176,9 @@ long COpenGLView::DisableShaderVertexAttribArrays(GLShaderTypes type) {
 long COpenGLView::DeleteAttributeBuffers() {
     const GLCalls gl = CallGL();
     gl.Label(L"DeleteAttributeBuffers: BEGIN");
+    if (!HasCurrentContext()) {
+        return S_OK;
+    }
     ContextObjects& objects = CurrentObjects();
     for (unsigned int& vertexArray : objects.vertexArrays) {
         if (vertexArray != 0) {
@@ -187,10 +190,8 @@ long COpenGLView::DeleteAttributeBuffers() {
         gl.glDeleteVertexArrays(1, &host.vertexArray);
     }
     objects.hostVertexArrays.clear();
-    if (HasCurrentContext()) {
-        m_gpuWaits += objects.ring.ReleaseFences(gl);
-        objects.ring.Release(gl);
-    }
+    m_gpuWaits += objects.ring.ReleaseFences(gl);
+    objects.ring.Release(gl);
     // The next batch binds its program again, with new arrays and buffers.
     objects.boundProgram = 0;
     gl.Label(L"DeleteAttributeBuffers: END");
@@ -198,6 +199,10 @@ long COpenGLView::DeleteAttributeBuffers() {
 }
 
 void COpenGLView::DeleteVBO(GLVBO& vbo) {
+    const bool holdsBuffers = vbo.vertexBuffer != 0 || vbo.indexBuffer != 0;
+    if (holdsBuffers && !HasCurrentContext()) {
+        return;
+    }
     const GLCalls gl = CallGL();
     for (const unsigned int buffer : {vbo.vertexBuffer, vbo.indexBuffer}) {
         if (buffer != 0) {

@@ -457,7 +457,7 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
         LeaveStockPrograms(record.renderingContext, false);
     }
     if (!released) {
-        LeaveBehind(record.objects.ring);
+        LeaveBehind(record.objects.ring, true);
     }
     m_textureRequest.activeTexture = 0;
     m_textureRequest.activeSampler = 0;
@@ -471,33 +471,35 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
     record.objects = {};
 }
 
-/// Leaves the ring of a context that cannot be made current, and the backing store's textures that came with it, to the
-/// others of the share group. Where one of them is current on this thread they are deleted at once.
-void COpenGLView::LeaveBehind(VertexRing& ring) {
+/// Leaves the ring of a context that cannot be made current, and with it the backing store's textures if they go too, to
+/// the others of the share group. Where one of them is current on this thread they are deleted at once.
+void COpenGLView::LeaveBehind(VertexRing& ring, bool withBackingStore) {
+    SharedNames names;
+    const auto add = [](std::vector<unsigned int>& list, unsigned int name) {
+        if (name != 0) {
+            list.push_back(name);
+        }
+    };
     try {
-        SharedNames names;
         const GLVBO& buffers = ring.Buffers();
         for (const GLVBO::Segment& segment : buffers.segments) {
             if (segment.fence) {
                 names.fences.push_back(segment.fence);
             }
         }
-        const auto add = [](std::vector<unsigned int>& list, unsigned int name) {
-            if (name != 0) {
-                list.push_back(name);
-            }
-        };
         add(names.buffers, buffers.vertexBuffer);
         add(names.buffers, buffers.indexBuffer);
-        add(names.textures, m_keptFrame.colorTexture);
-        add(names.textures, m_keptFrame.depthTexture);
-        add(names.samplers, m_keptFrame.colorSampler);
-        add(names.samplers, m_keptFrame.depthSampler);
-        ShareGroup::LeaveBehind(names);
+        if (withBackingStore) {
+            add(names.textures, m_keptFrame.colorTexture);
+            add(names.textures, m_keptFrame.depthTexture);
+            add(names.samplers, m_keptFrame.colorSampler);
+            add(names.samplers, m_keptFrame.depthSampler);
+        }
     } catch (const std::exception&) {
-        return; // Without memory for their names they go with the group.
+        // Without memory for their names they go with the group.
     }
     ring = {};
+    ShareGroup::LeaveBehind(names);
     const LibraryContext current = ShareGroup::Find(wglGetCurrentContext());
     if (current.owner && current.owner != this) {
         current.owner->DeleteLeftBehind();
@@ -562,7 +564,7 @@ ContextObjects COpenGLView::TakeParked(HGLRC context) {
 /// Deletes a context of this view that no record names any more.
 int COpenGLView::DeleteParkedContext(HGLRC context) {
     ContextObjects objects = TakeParked(context);
-    LeaveBehind(objects.ring);
+    LeaveBehind(objects.ring, false);
     LeaveStockPrograms(context, HasCurrentContext());
     const int result = EndContext(context);
     DeleteLeftBehind();

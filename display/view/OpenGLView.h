@@ -483,13 +483,15 @@ public:
     /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with
     /// an index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
     void DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices);
-    /// Deletes a caller's buffers and empties the record, so that new geometry can be given.
+    /// Deletes a caller's buffers and empties the record, so that new geometry can be given. While the view's context is
+    /// not current the buffers stay.
     void DeleteVBO(GLVBO& vbo);
     /// One input of the vertex array in use, where the program reads it.
     void EnableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data);
     void DisableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data);
     long DisableShaderVertexAttribArrays(GLShaderTypes type);
-    /// Deletes the current context's vertex arrays and the view's own buffers; the next batch makes new ones. 0.
+    /// Deletes the current context's vertex arrays and the view's own buffers; the next batch makes new ones. 0, also
+    /// while the view's context is not current, when they stay.
     long DeleteAttributeBuffers();
     /// Puts a fence behind everything drawn so far; an old fence is deleted.
     void LockGPUBuffer(GLsync& fence);
@@ -821,7 +823,7 @@ private:
     int DeleteParkedContext(HGLRC context);
     void DeleteParkedContexts();
     int EndContext(HGLRC context);
-    void LeaveBehind(VertexRing& ring);
+    void LeaveBehind(VertexRing& ring, bool withBackingStore);
     void DeleteLeftBehind();
 
     void LeaveStockPrograms(HGLRC context, bool contextIsCurrent);

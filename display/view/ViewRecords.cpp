@@ -79,7 +79,7 @@ void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
 
 GLCalls COpenGLView::CallGL() {
     DrawWaitingVertices();
-    if (CurrentObjects().programStateBound && !DrawsWithPrograms()) {
+    if (CurrentObjects().programStateBound && !DrawsWithPrograms() && HasCurrentContext()) {
         LeaveProgramState(*this);
     }
     return CurrentGL();
