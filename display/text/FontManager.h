@@ -8,8 +8,6 @@ namespace KTR {
 /// Fonts that can be loaded at a time.
 inline constexpr int kFontSlots = 10;
 
-} // namespace KTR
-
 /// The process's fonts and the screen measurements that font sizes depend on. One instance serves all views
 /// (COpenGLView::m_gFontManager); it lives from the load of the library to its unload and is used by the thread that
 /// draws. It is not locked and makes no GL call: names that must be deleted wait here for a view with a current
@@ -103,7 +101,9 @@ private:
     int FreeSlot();
 
     int m_currentFont = 0;
-    CFTGLFontAtlas* m_atlases[KTR::kFontSlots] = {}; ///< owned
+    CFTGLFontAtlas* m_atlases[kFontSlots] = {}; ///< owned
     unsigned int m_taggedTexture = 0;
     unsigned int m_taggedSampler = 0;
 };
+
+} // namespace KTR

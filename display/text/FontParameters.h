@@ -6,6 +6,8 @@
 
 #include <richedit.h>
 
+namespace KTR {
+
 /// The rich-edit description that a new font request carries: every attribute valid, default character set.
 inline CHARFORMATW DefaultCharacterFormat(COLORREF textColor) {
     CHARFORMATW format = {};
@@ -83,3 +85,5 @@ struct FontAtlasGlyphMetrics {
     unsigned short characterMap[65536]; ///< cell of each UTF-16 unit; 0, the first cell, for one that the font lacks
     FontAtlasGlyph* glyphs;             ///< malloc; one for each cell
 };
+
+} // namespace KTR
