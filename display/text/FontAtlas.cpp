@@ -145,6 +145,9 @@ FontAtlasGlyph DescribeGlyph(const FT_GlyphSlot slot, long long x, long long y, 
 
 FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maximumTextureSize) {
     FontGrid grid;
+    if (characters < 1 || cellWidth < 1 || cellHeight < 1) {
+        return grid;
+    }
     // A cell that is wider than the texture may be still makes one column, which then does not fit.
     grid.columns = std::max(maximumTextureSize / cellWidth, 1);
     grid.rows = (characters + grid.columns - 1) / grid.columns;

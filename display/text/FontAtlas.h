@@ -25,8 +25,8 @@ struct FontGrid {
     bool fits = false;           ///< neither side exceeds the largest texture
 };
 
-/// Lays out `characters` cells (at least 1) of `cellWidth` × `cellHeight` pixels (each at least 1) in a texture whose
-/// sides may have `maximumTextureSize` pixels.
+/// Lays out `characters` cells of `cellWidth` × `cellHeight` pixels in a texture whose sides may have
+/// `maximumTextureSize` pixels. Without cells, or without pixels in them, the grid is empty and does not fit.
 ORRIN_DISPLAY_API FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maximumTextureSize);
 
 /// Every character of one font at one size, drawn side by side into an 8-bit coverage texture (0 or 255), with the
