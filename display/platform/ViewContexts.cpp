@@ -2,6 +2,7 @@
 
 #include "GLCalls.h"
 
+#include "../text/FontTextures.h"
 #include "CriticalSectionLock.h"
 #include "Notice.h"
 
@@ -362,7 +363,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         if (!ShareGroup::AnyMember()) {
             // Programs, font textures and cached textures, if there still are some, go with the last context that has
             // them.
-            DeleteFontTextures(false);
+            DeleteFontTextures(*this, false);
             m_gShaderSet = ShaderSet{};
             m_gStockProgramsTried = false;
             ForgetTextureGroup(nullptr);
@@ -471,7 +472,7 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
         DeleteTexturesAndSamplers();
         DeleteShaderSet(m_gShaderSet);
     }
-    DeleteFontTextures(mayDelete);
+    DeleteFontTextures(*this, mayDelete);
     m_gShaderSet = ShaderSet{};
     m_gStockProgramsTried = false;
     m_gMasterContext = nullptr;

@@ -3,9 +3,14 @@
 #include "../platform/GLCalls.h"
 
 #include "CodePage.h"
+#include "FontTextures.h"
+#include "ListDrawing.h"
+#include "MatrixScope.h"
+#include "StringDrawing.h"
 
 #include <GL/glext.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -16,6 +21,8 @@
 namespace KTR {
 
 namespace {
+
+constexpr double kRadiansPerDegree = 0.017453292519943295;
 
 /// A GDI object in a device context while it lives.
 class SelectedObject {
@@ -36,6 +43,69 @@ double EmHeight(HFONT font) {
     LOGFONTW logicalFont = {};
     GetObjectW(font, sizeof(logicalFont), &logicalFont);
     return std::abs(logicalFont.lfHeight);
+}
+
+/// HACK: in Mesa's lists a bitmap without pixels does not move on, so that words run into each other; one empty pixel
+/// does. Blanks are recorded anew with that. Seen as strings without their blanks; BitmapsStandOnTheRasterPosition
+/// fails without it.
+void MakeBlankLists(const GLCalls& gl, HDC deviceContext, unsigned int listBase) {
+    const unsigned char noInk[4] = {};
+    for (const char* blank : {" ", "\xA0"}) {
+        SIZE size = {};
+        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
+        gl.glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
+        gl.glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
+        gl.glEndList();
+    }
+}
+
+/// On the 4.x pipeline a GDI font stands for a font request.
+long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
+    FontParameters request;
+    LOGFONTW& logicalFont = request.logicalFont;
+    if (!GetObjectW(font, sizeof(logicalFont), &logicalFont)) {
+        return E_INVALIDARG;
+    }
+    logicalFont.lfHeight = std::abs(logicalFont.lfHeight);
+    request.faceName = logicalFont.lfFaceName;
+    request.bold = logicalFont.lfWeight == FW_BOLD;
+    request.italic = logicalFont.lfItalic != 0;
+    request.underline = logicalFont.lfUnderline != 0;
+    request.strikeout = logicalFont.lfStrikeOut != 0;
+    request.characterSet = DEFAULT_CHARSET;
+    request.textColor = static_cast<COLORREF>(color);
+    request.weight = logicalFont.lfWeight;
+    const int dpi = GetDeviceCaps(deviceContext, LOGPIXELSY);
+    if (dpi <= 0) {
+        return E_INVALIDARG;
+    }
+    request.pointSize = static_cast<int>(std::ceil(logicalFont.lfHeight * 72.0 / dpi));
+    return view.SetUpNewFont(request);
+}
+
+void CallLists(const GLCalls& gl, unsigned int listBase, const char* text) {
+    gl.glListBase(listBase);
+    gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
+}
+
+/// Draws outlines whose em is `scale` units.
+void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text, const glm::dvec3& place,
+                      const glm::dvec3& scale, double angleDegrees) {
+    if (!text || *text == '\0') {
+        return;
+    }
+    const unsigned int mode = ViewAccess::CurrentRecord(view).attributes.matrixMode;
+    view.Color(view.GetCurrentColor());
+    view.PushMatrix(GL_MODELVIEW, L"DrawOutlineText");
+    view.Translate(place.x, place.y, place.z);
+    view.Rotate(angleDegrees, 0.0, 0.0, 1.0);
+    view.Scale(scale.x, scale.y, scale.z);
+    // The lists move the matrix along.
+    CallLists(ViewAccess::CallGL(view), listBase, text);
+    view.PopMatrix(GL_MODELVIEW, L"DrawOutlineText");
+    if (mode != GL_MODELVIEW) {
+        view.MatrixMode(mode);
+    }
 }
 
 } // namespace
@@ -72,29 +142,9 @@ std::unique_ptr<wchar_t[]> WideText(const char* text) {
     return wide;
 }
 
-long COpenGLView::DrawTextString(unsigned int listBase, const wchar_t* text, const char* ansiText,
-                                 bool atRasterPosition, bool project, bool flag, double x, double y, double z) {
-    if (DrawsWithPrograms()) {
-        if (atRasterPosition) {
-            const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
-            return DrawFontAtlasText(text, position[0], position[1], position[2], project, flag);
-        }
-        return DrawFontAtlasText(text, x, y, z, project, flag);
-    }
-    if (atRasterPosition) {
-        RasterPosition(x, y, z);
-    }
-    if (!text) {
-        DrawGLText(listBase, ansiText);
-        return S_OK;
-    }
-    DrawGLText(listBase, NarrowText(text).data());
-    return S_OK;
-}
-
 long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
     if (DrawsWithPrograms()) {
-        return LoadGdiFont(deviceContext, font, color);
+        return LoadGdiFont(*this, deviceContext, font, color);
     }
     if (!font || !deviceContext) {
         return E_INVALIDARG;
@@ -108,29 +158,14 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
     }
     const SelectedObject selected(deviceContext, font);
     record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
-    MakeBlankLists(deviceContext, listBase);
+    MakeBlankLists(CallGL(), deviceContext, listBase);
     record.objects.textLists.raster = listBase;
     return record.rasterFontReady ? S_OK : E_FAIL;
 }
 
-/// HACK: in Mesa's lists a bitmap without pixels does not move on, so that words run into each other; one empty pixel
-/// does. Blanks are recorded anew with that. Seen as strings without their blanks; BitmapsStandOnTheRasterPosition
-/// fails without it.
-void COpenGLView::MakeBlankLists(HDC deviceContext, unsigned int listBase) {
-    const GLCalls gl = CallGL();
-    const unsigned char noInk[4] = {};
-    for (const char* blank : {" ", "\xA0"}) {
-        SIZE size = {};
-        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
-        gl.glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
-        gl.glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
-        gl.glEndList();
-    }
-}
-
 long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
     if (DrawsWithPrograms()) {
-        return LoadGdiFont(deviceContext, font, color);
+        return LoadGdiFont(*this, deviceContext, font, color);
     }
     if (!font || !deviceContext) {
         return E_INVALIDARG;
@@ -146,9 +181,9 @@ long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, 
                              metrics.data())) {
         return E_FAIL;
     }
-    GLRenderingContextRecord& record = CurrentRecord();
-    record.objects.textLists.outline = listBase;
-    record.objects.textLists.outlineHeight = EmHeight(font);
+    TextLists& lists = CurrentRecord().objects.textLists;
+    lists.outline = listBase;
+    lists.outlineHeight = EmHeight(font);
     return S_OK;
 }
 
@@ -161,9 +196,7 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         DrawFontAtlasText(WideText(text).get(), position[0], position[1], position[2], false, false);
         return;
     }
-    const GLCalls gl = CallGL();
-    gl.glListBase(listBase);
-    gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
+    CallLists(CallGL(), listBase, text);
 }
 
 void COpenGLView::DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z) {
@@ -178,39 +211,22 @@ void COpenGLView::DrawOutlineText(unsigned int listBase, const char* text, doubl
     if (!text || *text == '\0') {
         return;
     }
-    if (DrawsWithPrograms()) {
-        const FontParameters* font = m_gFontManager.GetCurrentFontAtlasParameters();
-        const double em = font ? font->pointSize * CFTGLFontManager::m_giDPI / 72.0 : 1.0;
-        const double glyphScale = scale / std::max(em, 1.0);
-        DrawFontAtlasScaledRotatedTextString(nullptr, text, false, false, x, y, z, glyphScale, glyphScale, glyphScale,
-                                             angleDegrees);
+    if (!DrawsWithPrograms()) {
+        DrawOutlineLists(*this, listBase, text, {x, y, z}, glm::dvec3(scale), angleDegrees);
         return;
     }
-    DrawOutlineLists(listBase, text, {x, y, z}, glm::dvec3(scale), angleDegrees);
-}
-
-/// The lists move the modelview matrix along; it is put back afterwards.
-void COpenGLView::DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position,
-                                   const glm::dvec3& scale, double angleDegrees) {
-    const unsigned int mode = CurrentRecord().attributes.matrixMode;
-    Color(GetCurrentColor());
-    PushMatrix(GL_MODELVIEW, L"DrawOutlineText");
-    Translate(position.x, position.y, position.z);
-    Rotate(angleDegrees, 0.0, 0.0, 1.0);
-    Scale(scale.x, scale.y, scale.z);
-    DrawGLText(listBase, text);
-    PopMatrix(GL_MODELVIEW, L"DrawOutlineText");
-    if (mode != GL_MODELVIEW) {
-        MatrixMode(mode);
-    }
+    const FontParameters* font = m_gFontManager.GetCurrentFontAtlasParameters();
+    const double em = font ? font->pointSize * CFTGLFontManager::m_giDPI / 72.0 : 1.0;
+    const double glyphScale = scale / std::max(em, 1.0);
+    DrawFontAtlasScaledRotatedTextString(nullptr, text, false, false, x, y, z, glyphScale, glyphScale, glyphScale,
+                                         angleDegrees);
 }
 
 void COpenGLView::InitializeDisplayList(unsigned int& listBase) {
     DeleteFont(listBase);
-    if (DrawsWithPrograms()) {
-        return;
+    if (!DrawsWithPrograms()) {
+        listBase = CallGL().glGenLists(kListCharacters);
     }
-    listBase = CallGL().glGenLists(kListCharacters);
 }
 
 void COpenGLView::DeleteFont(unsigned int& listBase) {
@@ -229,28 +245,15 @@ void COpenGLView::DeleteFont(unsigned int& listBase) {
     listBase = 0;
 }
 
-/// On the 4.x pipeline a GDI font stands for a font request.
-long COpenGLView::LoadGdiFont(HDC deviceContext, HFONT font, unsigned long color) {
-    FontParameters request;
-    LOGFONTW& logicalFont = request.logicalFont;
-    if (!GetObjectW(font, sizeof(logicalFont), &logicalFont)) {
-        return E_INVALIDARG;
+long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& place, const glm::dvec3& scale,
+                         double angleDegrees) {
+    const TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
+    if (lists.outline != 0) {
+        DrawOutlineLists(view, lists.outline, text, place, scale * lists.outlineHeight, angleDegrees);
+        return S_OK;
     }
-    logicalFont.lfHeight = std::abs(logicalFont.lfHeight);
-    request.faceName = logicalFont.lfFaceName;
-    request.bold = logicalFont.lfWeight == FW_BOLD;
-    request.italic = logicalFont.lfItalic != 0;
-    request.underline = logicalFont.lfUnderline != 0;
-    request.strikeout = logicalFont.lfStrikeOut != 0;
-    request.characterSet = DEFAULT_CHARSET;
-    request.textColor = static_cast<COLORREF>(color);
-    request.weight = logicalFont.lfWeight;
-    const int dpi = GetDeviceCaps(deviceContext, LOGPIXELSY);
-    if (dpi <= 0) {
-        return E_INVALIDARG;
-    }
-    request.pointSize = static_cast<int>(std::ceil(logicalFont.lfHeight * 72.0 / dpi));
-    return SetUpNewFont(request);
+    view.DrawRasterText(lists.raster, text, place.x, place.y, place.z);
+    return S_OK;
 }
 
 } // namespace KTR

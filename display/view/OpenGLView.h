@@ -25,8 +25,6 @@ namespace KTR {
 
 class GLCalls;
 struct ImageRows;
-struct TextExtent;
-struct TextFrame;
 struct TileSpan;
 
 /// Signatures of the WGL extension functions that the library uses.
@@ -53,7 +51,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  10. Client state              display/pipeline/ViewClientState.cpp
 ///  11. Programs and buffers      display/pipeline/ViewShaders.cpp, ViewBinding.cpp, ViewUniforms.cpp
 ///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
-///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewTurnedText.cpp, ViewRasterText.cpp
+///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Kept frames               display/images/ViewBackingStore.cpp
 ///
@@ -554,7 +552,8 @@ public:
     /// GetFontAtlasTextSetup.
     ///
     /// Strings of a run that look alike wait in the batch and share a draw. Whatever else the view does draws them
-    /// first, so that nothing but speed tells; OpenGL calls of the host's own should wait for the teardown.
+    /// first, so that nothing but speed tells; OpenGL calls of the host's own should wait for the teardown, or come
+    /// after Flush.
     void DrawSetupFontAtlasText(bool pixelProjection, bool enableClientState, unsigned int value, double a, double b);
     /// What the last setup was given.
     void GetFontAtlasTextSetup(unsigned int& value, double& a, double& b) const;
@@ -581,15 +580,15 @@ public:
     long DrawTextString(unsigned int listBase, const wchar_t* text, const char* ansiText, bool atRasterPosition,
                         bool project, bool flag, double x, double y, double z);
 
-    // Strings of any size and direction. Implemented in ViewTurnedText.cpp
+    // Strings of any size and direction. Implemented in ViewText.cpp
 
-    /// Draws a string that is scaled, then turned about its place by `angleDegrees` against the clock. Elsewhere than
+    /// Draws a string that is scaled, then rotated about its place by `angleDegrees` against the clock. Elsewhere than
     /// on a 4.x context the outline lists made last draw it, or the raster lists, upright and unscaled. The other
     /// parameters are those of DrawTextString. Between setup and teardown such strings share draws too.
     long DrawFontAtlasScaledRotatedTextString(const wchar_t* text, const char* ansiText, bool atRasterPosition,
                                               bool project, double x, double y, double z, double scaleX, double scaleY,
                                               double scaleZ, double angleDegrees);
-    /// Opens a run of strings in a frame of its own: there (0, 0, 0) is (x, y, z), everything is scaled and turned
+    /// Opens a run of strings in a frame of its own: there (0, 0, 0) is (x, y, z), everything is scaled and rotated
     /// about it. `alignment` moves the origin along `text`: 0 puts its left end on (x, y, z), 0.5 its middle, 1 its
     /// right end; a null `text` is not moved. DrawTeardownFontAtlasText takes the frame back. Nothing happens without a
     /// 4.x context.
@@ -612,7 +611,7 @@ public:
     void DrawGLText(unsigned int listBase, const char* text);
     /// Sets the raster position, then draws there. The string takes the colour that is current here.
     void DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z);
-    /// Draws outlines at (x, y, z), one em `scale` units high, turned by `angleDegrees` against the clock.
+    /// Draws outlines at (x, y, z), one em `scale` units high, rotated by `angleDegrees` against the clock.
     void DrawOutlineText(unsigned int listBase, const char* text, double x, double y, double z, double scale,
                          double angleDegrees);
     /// Gives `listBase` 256 new, empty lists; old ones are deleted. 0 where OpenGL has none and on a 4.x context.
@@ -895,20 +894,6 @@ private:
     inline bool TriangleFits(int index) const;
 
     void DrawWaitingVertices();
-    bool SelectUsableFont();
-    void UploadFontTexture(FontAtlasGlyphMetrics& font);
-    void DeleteTaggedFontNames();
-    void DeleteFontTextures(bool contextIsCurrent);
-    TextBinding BindingForText(const FontAtlasGlyphMetrics& font, bool plainGlyphs) const;
-    bool MapsToPixels() const;
-    void BindFont(const TextBinding& binding);
-    void OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs);
-    void CloseTextBatch(bool mayWait);
-    void DrawTextLines(const FontParameters& font, const TextExtent& extent, const TextFrame& frame);
-    long LoadGdiFont(HDC deviceContext, HFONT font, unsigned long color);
-    void MakeBlankLists(HDC deviceContext, unsigned int listBase);
-    void DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position, const glm::dvec3& scale,
-                          double angleDegrees);
 
     /// Settings that a copy takes over, beside the batch, the texture request and the strings.
     struct ScalarState {
@@ -986,7 +971,6 @@ private:
     OwnedObjects m_owned;
     TextState m_text;
 
-    static unsigned long long m_gFontTextures; ///< made and deleted so far
     static ShaderSet m_gShaderSet;
     static bool
         m_gStockProgramsTried; ///< the set was built for the present contexts, or tried and shown to have failed

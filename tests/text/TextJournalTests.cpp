@@ -1,7 +1,7 @@
-#include "support/FontFile.h"
 #include "support/Loggers.h"
 #include "support/Picture.h"
 #include "support/RecordedFixture.h"
+#include "support/TextFixture.h"
 
 #include <functional>
 
@@ -37,14 +37,20 @@ protected:
     void DrawString(const wchar_t* text, double x, double y) const {
         EXPECT_EQ(View().DrawFontAtlasText(text, x, y, 0.0, false, false), S_OK);
     }
-    static void UseFont(COpenGLView& view, int points, unsigned char underline = 0, unsigned char strikeout = 0) {
-        FontParameters request = FontRequest(L"arial", points);
-        request.underline = underline;
-        request.strikeout = strikeout;
-        request.logicalFont.lfUnderline = underline;
-        request.logicalFont.lfStrikeOut = strikeout;
-        EXPECT_EQ(view.SetUpNewFont(request), S_OK);
+    /// The quarter of the window whose lower left corner is (left, bottom), the upper row first.
+    std::string Quarter(int left, int bottom) const {
+        const Picture picture = TakePicture(View(), 128, 128);
+        std::string rows;
+        for (int y = bottom + 63; y >= bottom; --y) {
+            for (int x = left; x < left + 64; ++x) {
+                rows += picture.At(x, y) == kBlack ? '.' : '#';
+            }
+            rows.erase(rows.find_last_not_of('.') + 1);
+            rows += '\n';
+        }
+        return rows;
     }
+    const COrrinGLCement& Functions() const { return *View().GetContextRecord(GLContextMain).glCement; }
     /// Mode and count of each draw.
     std::vector<std::pair<int, int>> Draws() const {
         std::vector<std::pair<int, int>> draws;
@@ -223,7 +229,7 @@ class TextLines : public Text, public testing::WithParamInterface<LineCase> {};
 
 TEST_P(TextLines, SpanTheStringInItsColor) {
     const LineCase& test = GetParam();
-    UseFont(View(), 14, test.underline, test.strikeout);
+    UseFont(View(), 14, test.underline != 0, test.strikeout != 0);
     View().Color(10, 20, 30, 200);
     View().DrawSetupTextTransparency(128);
     Setup();
@@ -422,8 +428,7 @@ protected:
         live.Clear();
         live->Color(255, 255, 255);
     }
-    ~ListText() override { DeleteObject(font); }
-    HFONT font = CreateFontW(-16, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, ANSI_CHARSET, 0, 0, 0, 0, L"Arial");
+    GdiArial font;
     LiveView live;
     unsigned int lists = 0;
 };
@@ -512,7 +517,7 @@ TEST_F(ListText, BitmapsStandOnTheRasterPosition) {
 }
 
 // The quarter turn and the doubled size must hold on the fixed-function pipeline too, for what outlines can do.
-TEST_F(ListText, OutlinesAreScaledAndTurnedAboutTheirPlace) {
+TEST_F(ListText, OutlinesAreScaledAndRotatedAboutTheirPlace) {
     ASSERT_EQ(live->RefreshOutlineFont(live.window.DeviceContext(), lists, font, 0), S_OK);
     const glm::dmat4 before = live->GetMatrix(GL_MODELVIEW);
     EXPECT_EQ(

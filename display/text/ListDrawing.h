@@ -1,0 +1,14 @@
+#pragma once
+
+// Strings from display lists, the fonts of fixed-function contexts.
+
+#include "../view/OpenGLView.h"
+
+namespace KTR {
+
+/// A string from the outline lists made last, scaled and rotated against the clock about its place; where there are
+/// none from the raster lists, upright and in their own size.
+long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& place, const glm::dvec3& scale,
+                         double angleDegrees);
+
+} // namespace KTR
