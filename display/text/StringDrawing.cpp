@@ -107,7 +107,8 @@ glm::dvec3 OriginAt(const COpenGLView& /*view*/, const glm::dvec3& /*place*/) {
     return {};
 }
 
-/// Makes the text program current with everything that it reads.
+/// Makes the text program current with everything that it reads. Nothing that is bound already counts: only strings
+/// that wait know that nobody has used OpenGL since.
 void BindFont(COpenGLView& view, const TextBinding& binding, const glm::dvec3& origin) {
     const MatrixScope matrices(view, ClipMatrixFrom(view, origin));
     ViewAccess::CurrentRecord(view).objects.fontAtlasSampler = binding.sampler;
@@ -126,16 +127,11 @@ glm::dvec3 OpenTextBatch(COpenGLView& view, const FontAtlasGlyphMetrics& font, c
     }
     TextState& text = ViewAccess::Text(view);
     const TextBinding wanted = BindingFor(view, font, frame.plain);
-    const ContextObjects& objects = ViewAccess::CurrentRecord(view).objects;
-    const bool bound = objects.currentShader == GLShaderText && objects.boundProgram != 0 && wanted == text.bound &&
-                       objects.fontAtlasTexture == wanted.texture;
-    if (bound && ViewAccess::Batch(view).waiting) {
+    if (ViewAccess::Batch(view).waiting && wanted == text.bound) {
         return text.origin;
     }
-    if (!bound) {
-        ViewAccess::CallGL(view);
-        BindFont(view, wanted, OriginAt(view, frame.place));
-    }
+    ViewAccess::CallGL(view);
+    BindFont(view, wanted, OriginAt(view, frame.place));
     view.BeginArrays(GL_TRIANGLES, GLShaderText);
     return text.origin;
 }

@@ -355,6 +355,63 @@ TEST_F(Text, FontThatGoesWhileAnotherViewHasItBoundIsNotMistakenForItsSuccessor)
     EXPECT_EQ(driver.LiveObjects(DriverObject::Sampler), 1U) << "the old font's are gone";
 }
 
+// A map loads an image between two labels. What binds the texture unit of the strings must not become their font.
+TEST_F(Text, WhateverElseUsesTheTextureUnitLeavesStringsTheirFont) {
+    struct Case {
+        const char* name;
+        std::function<void(COpenGLView&, unsigned int texture, unsigned int sampler)> act;
+    };
+    const std::vector<Pixel> white(64, kWhite);
+    const PointXYZ corners[] = {{70, 70, 0}, {72, 70, 0}, {72, 72, 0}, {70, 72, 0}};
+    const Case cases[] = {
+        {"image loaded",
+         [&](COpenGLView& view, unsigned int texture, unsigned int sampler) {
+             view.LoadGLImage(GL_TEXTURE0, GL_RGBA, 8, 8, 1, GL_LINEAR, white.data(), texture, sampler);
+         }},
+        {"image drawn",
+         [&](COpenGLView& view, unsigned int, unsigned int) {
+             view.DrawImage(70, 70, 78, 78, 0, GL_RGBA, 8, 8, 1, GL_NEAREST, white.data());
+         }},
+        {"quadrilateral",
+         [&](COpenGLView& view, unsigned int texture, unsigned int sampler) {
+             view.DrawTexturedQuadrilateral(texture, sampler, corners, nullptr);
+         }},
+        {"texture of the host's own",
+         [](COpenGLView& view, unsigned int texture, unsigned int) {
+             view.Flush();
+             view.GetContextRecord(GLContextMain).glCement->glBindTexture(GL_TEXTURE_2D, texture);
+         }},
+        {"font texture of another size",
+         [](COpenGLView& view, unsigned int texture, unsigned int) {
+             view.EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, texture, GLShaderText);
+         }},
+    };
+    unsigned int texture = 0;
+    unsigned int sampler = 0;
+    ASSERT_EQ(View().LoadGLImage(GL_TEXTURE0, GL_RGBA, 8, 8, 1, GL_NEAREST, white.data(), texture, sampler), S_OK);
+    for (const Case& test : cases) {
+        live->Clear();
+        Setup();
+        DrawString(L"Ab", 4.0, 4.0);
+        test.act(View(), texture, sampler);
+        DrawString(L"Ab", 4.0, 68.0);
+        Teardown();
+        EXPECT_EQ(Quarter(0, 64), Quarter(0, 0)) << test.name;
+    }
+    View().DeleteTextureAndSamplerNames(texture, sampler);
+}
+
+// A host that draws with a program of its own between two strings finds neither of them drawn with it.
+TEST_F(Text, StringWithoutARunIsDrawnWithTheTextProgram) {
+    View().Enable(GL_BLEND);
+    View().BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    DrawString(L"Ab", 4.0, 4.0);
+    Functions().glUseProgram(0);
+    DrawString(L"Ab", 4.0, 68.0);
+    EXPECT_EQ(Quarter(0, 64), Quarter(0, 0));
+    View().DisableClientState();
+}
+
 TEST_F(Text, NamesOfAnEvictedFontWaitForAContext) {
     UseFont(View(), 20);
     Setup();
