@@ -54,7 +54,9 @@ public:
     long GetFontParameters(FontParameters& parameters) const;
     /// Size in pixels and the bytes of the current texture, which stay the atlas's. E_INVALIDARG without one.
     long GetCurrentFontTexture(int& width, int& height, unsigned char** bytes) const;
-    /// GL names that the drawer keeps with the current atlas. E_INVALIDARG without one.
+    /// GL names that strings in the current font are drawn with; E_INVALIDARG without one. The first string makes them
+    /// where there are none. Names that are set are the library's to delete from then on; those that they take the
+    /// place of become the caller's.
     long GetCurrentFontTextureAndSamplerId(unsigned int& texture, unsigned int& sampler) const;
     long SetCurrentFontTextureAndSamplerId(unsigned int texture, unsigned int sampler);
 

@@ -66,7 +66,6 @@ long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas) {
     const GLCalls gl = ViewAccess::CallGL(view);
     font.textureName = MakeTexture(view, gl, font, atlas.GetRawTexture());
     font.samplerName = MakeSampler(gl);
-    font.boundTexture = font.textureName;
     ++g_fontTextureChanges;
     return S_OK;
 }

@@ -87,7 +87,7 @@ TextBinding BindingFor(COpenGLView& view, const FontAtlasGlyphMetrics& font, boo
     const GLAttributes& attributes = ViewAccess::CurrentRecord(view).attributes;
     const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
     TextBinding binding;
-    binding.texture = font.boundTexture;
+    binding.texture = font.textureName;
     binding.fontTextures = FontTextureChanges();
     binding.modelview = matrices.modelview;
     binding.projection = matrices.projection;
@@ -109,10 +109,11 @@ glm::dvec3 OriginAt(const COpenGLView& /*view*/, const glm::dvec3& /*place*/) {
 
 /// Makes the text program current with everything that it reads. Nothing that is bound already counts: only strings
 /// that wait know that nobody has used OpenGL since.
-void BindFont(COpenGLView& view, const TextBinding& binding, const glm::dvec3& origin) {
+void BindFont(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextBinding& binding, const glm::dvec3& origin) {
     const MatrixScope matrices(view, ClipMatrixFrom(view, origin));
     ViewAccess::CurrentRecord(view).objects.fontAtlasSampler = binding.sampler;
     view.EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, binding.texture, GLShaderText);
+    font.boundTexture = binding.texture;
     TextState& text = ViewAccess::Text(view);
     text.bound = binding;
     text.origin = origin;
@@ -120,7 +121,7 @@ void BindFont(COpenGLView& view, const TextBinding& binding, const glm::dvec3& o
 
 /// Opens the batch for a string and returns the origin of its positions there. On a 4.x context it goes on behind the
 /// strings that wait there, when they look alike.
-glm::dvec3 OpenTextBatch(COpenGLView& view, const FontAtlasGlyphMetrics& font, const TextFrame& frame) {
+glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextFrame& frame) {
     if (!view.DrawsWithPrograms()) {
         view.BeginArrays(GL_TRIANGLES, GLShaderText);
         return {};
@@ -131,7 +132,7 @@ glm::dvec3 OpenTextBatch(COpenGLView& view, const FontAtlasGlyphMetrics& font, c
         return text.origin;
     }
     ViewAccess::CallGL(view);
-    BindFont(view, wanted, OriginAt(view, frame.place));
+    BindFont(view, font, wanted, OriginAt(view, frame.place));
     view.BeginArrays(GL_TRIANGLES, GLShaderText);
     return text.origin;
 }
@@ -285,8 +286,8 @@ bool BindCurrentFont(COpenGLView& view) {
     if (!atlas || UploadFontTexture(view, *atlas) != S_OK) {
         return false;
     }
-    const FontAtlasGlyphMetrics& font = *atlas->GetAtlasMetrics();
-    BindFont(view, BindingFor(view, font, true), glm::dvec3(0.0));
+    FontAtlasGlyphMetrics& font = *atlas->GetAtlasMetrics();
+    BindFont(view, font, BindingFor(view, font, true), glm::dvec3(0.0));
     return true;
 }
 

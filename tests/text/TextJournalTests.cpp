@@ -412,6 +412,37 @@ TEST_F(Text, StringWithoutARunIsDrawnWithTheTextProgram) {
     View().DisableClientState();
 }
 
+// A host that makes glyph textures itself hands over their names.
+TEST_F(Text, StringsAreDrawnWithTheNamesThatTheFontWasGiven) {
+    const FontAtlasGlyphMetrics& font = *COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics();
+    const FontAtlasGlyph& glyph = font.glyphs[font.characterMap[L'H']];
+    const int boxPixels = static_cast<int>(glyph.width * glyph.height);
+    const std::vector<unsigned char> ink(64, 255);
+    for (const bool uploadedBefore : {false, true}) {
+        if (uploadedBefore) {
+            Setup();
+            DrawString(L"H", 4.0, 4.0);
+            Teardown();
+        }
+        unsigned int oldTexture = 0;
+        unsigned int oldSampler = 0;
+        COpenGLView::m_gFontManager.GetCurrentFontTextureAndSamplerId(oldTexture, oldSampler);
+        View().DeleteTextureAndSamplerNames(oldTexture, oldSampler);
+        unsigned int texture = 0;
+        unsigned int sampler = 0;
+        ASSERT_EQ(View().LoadGLImage(GL_TEXTURE0, GL_RED, 8, 8, 1, GL_NEAREST, ink.data(), texture, sampler), S_OK);
+        ASSERT_EQ(COpenGLView::m_gFontManager.SetCurrentFontTextureAndSamplerId(texture, sampler), S_OK);
+        live->Clear();
+        Setup();
+        DrawString(L"H", 4.0, 4.0);
+        Teardown();
+        EXPECT_EQ(live->CountDrawn(), boxPixels) << "a texture full of ink";
+        EXPECT_EQ(font.boundTexture, texture);
+        View().DeleteTextureAndSamplerNames(texture, sampler);
+        COpenGLView::m_gFontManager.SetCurrentFontTextureAndSamplerId(0, 0);
+    }
+}
+
 TEST_F(Text, NamesOfAnEvictedFontWaitForAContext) {
     UseFont(View(), 20);
     Setup();
