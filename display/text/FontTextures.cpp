@@ -59,13 +59,19 @@ long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas) {
     if (atlas.GetAtlasMetrics()->textureName != 0) {
         return S_OK;
     }
-    if (!atlas.GetRawTexture()) {
-        return S_OK;
+    const bool released = !atlas.GetRawTexture();
+    if (released) {
+        if (const long result = atlas.BuildFontAtlas(true); result != S_OK) {
+            return result;
+        }
     }
     FontAtlasGlyphMetrics& font = *atlas.GetAtlasMetrics();
     const GLCalls gl = ViewAccess::CallGL(view);
     font.textureName = MakeTexture(view, gl, font, atlas.GetRawTexture());
     font.samplerName = MakeSampler(gl);
+    if (released) {
+        atlas.ReleaseRawTexture();
+    }
     ++g_fontTextureChanges;
     return S_OK;
 }

@@ -6,7 +6,8 @@
 
 namespace KTR {
 
-/// Makes a font's texture and sampler, if it has none yet.
+/// Makes the current font's texture and sampler, if it has none yet. A font whose bytes were released is built again
+/// for that; a result other than S_OK tells that this failed, and the font has no record any more.
 long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas);
 
 /// Deletes the names of a font that had to go. They wait as long as no context of the share group is current.

@@ -443,6 +443,25 @@ TEST_F(Text, StringsAreDrawnWithTheNamesThatTheFontWasGiven) {
     }
 }
 
+// Hosts free the texture bytes once they are uploaded. The next share group needs them once more.
+TEST_F(Text, FontWhoseBytesWereReleasedIsBuiltAgainForTheNextContexts) {
+    Setup();
+    DrawString(L"Ab", 4.0, 4.0);
+    Teardown();
+    const int wanted = live->CountDrawn();
+    CFTGLFontAtlas& atlas = *COpenGLView::m_gFontManager.GetFontAtlas(0);
+    for (const bool enableClientState : {true, false}) {
+        atlas.ReleaseRawTexture();
+        live.reset();
+        live = Open();
+        View().DrawSetupFontAtlasText(true, enableClientState, 0, 0.0, 0.0);
+        DrawString(L"Ab", 4.0, 4.0);
+        Teardown();
+        EXPECT_EQ(live->CountDrawn(), wanted);
+        EXPECT_EQ(atlas.GetRawTexture(), nullptr) << "as the host wanted it";
+    }
+}
+
 TEST_F(Text, NamesOfAnEvictedFontWaitForAContext) {
     UseFont(View(), 20);
     Setup();
