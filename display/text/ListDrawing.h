@@ -7,7 +7,8 @@
 namespace KTR {
 
 /// A string from the outline lists made last, scaled and rotated against the clock about its place; where there are
-/// none from the raster lists, upright and in their own size.
+/// none from the raster lists, upright and in their own size. E_INVALIDARG without any: list base 0 would run whatever
+/// lists the host has there.
 long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& place, const glm::dvec3& scale,
                          double angleDegrees);
 

@@ -225,12 +225,12 @@ void COpenGLView::DrawOutlineText(unsigned int listBase, const char* text, doubl
 void COpenGLView::InitializeDisplayList(unsigned int& listBase) {
     DeleteFont(listBase);
     if (!DrawsWithPrograms()) {
-        listBase = CallGL().glGenLists(kListCharacters);
+        listBase = CallGL().As(L"initializeDisplayList(): END").glGenLists(kListCharacters);
     }
 }
 
 void COpenGLView::DeleteFont(unsigned int& listBase) {
-    if (listBase == 0 || DrawsWithPrograms()) {
+    if (listBase == 0) {
         return;
     }
     CallGL().glDeleteLists(listBase, kListCharacters);
@@ -251,6 +251,9 @@ long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& 
     if (lists.outline != 0) {
         DrawOutlineLists(view, lists.outline, text, place, scale * lists.outlineHeight, angleDegrees);
         return S_OK;
+    }
+    if (lists.raster == 0) {
+        return E_INVALIDARG;
     }
     view.DrawRasterText(lists.raster, text, place.x, place.y, place.z);
     return S_OK;

@@ -616,7 +616,7 @@ public:
                          double angleDegrees);
     /// Gives `listBase` 256 new, empty lists; old ones are deleted. 0 where OpenGL has none and on a 4.x context.
     void InitializeDisplayList(unsigned int& listBase);
-    /// Deletes the lists and clears the name.
+    /// Deletes 256 lists of the current context's and clears the name; 0 does nothing.
     void DeleteFont(unsigned int& listBase);
 
     // ---- 14. Textures and images

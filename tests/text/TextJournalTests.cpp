@@ -2,6 +2,10 @@
 #include "support/Picture.h"
 #include "support/RecordedFixture.h"
 #include "support/TextFixture.h"
+#include "support/TextSink.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/spdlog.h>
 
 #include <functional>
 
@@ -462,6 +466,21 @@ TEST_F(Text, FontWhoseBytesWereReleasedIsBuiltAgainForTheNextContexts) {
     }
 }
 
+// Lists that a host made for its other context are its to delete wherever it is.
+TEST_F(Text, ListsAreDeletedOnEveryContext) {
+    for (const bool initialize : {true, false}) {
+        unsigned int lists = Functions().glGenLists(256);
+        ASSERT_EQ(driver.LiveObjects(DriverObject::DisplayList), 256U);
+        if (initialize) {
+            View().InitializeDisplayList(lists);
+        } else {
+            View().DeleteFont(lists);
+        }
+        EXPECT_EQ(lists, 0U);
+        EXPECT_EQ(driver.LiveObjects(DriverObject::DisplayList), 0U);
+    }
+}
+
 TEST_F(Text, NamesOfAnEvictedFontWaitForAContext) {
     UseFont(View(), 20);
     Setup();
@@ -592,6 +611,27 @@ TEST_F(ListText, SetupTurnsOffTextureAndBlendingAndTeardownCrossesTheFactors) {
     live->DrawTeardownFontAtlasText(false, true);
     EXPECT_EQ(driver.JournalText(), (Lines{"glDisable(3553)", "glDisable(3042)", "glBlendFunc(1, 770)",
                                            "glBlendFunc(770, 1)", "glDisable(3553)", "glDisable(3042)"}));
+}
+
+// Without lists there is no font. List base 0 would run whatever lists the host has there.
+TEST_F(ListText, ScaledStringWithoutListsDrawsNothing) {
+    driver.JournalOnly({"glCallLists"});
+    driver.StartJournal();
+    EXPECT_EQ(
+        live->DrawFontAtlasScaledRotatedTextString(L"AB", nullptr, false, false, 6.0, 2.0, 0.0, 2.0, 2.0, 1.0, 90.0),
+        E_INVALIDARG);
+    EXPECT_EQ(driver.JournalText(), Lines{});
+}
+
+TEST_F(ListText, NewListsAreInTheTrace) {
+    const auto sink = std::make_shared<TextSink>();
+    const auto logger = std::make_shared<spdlog::logger>("OrrinLogger", sink);
+    logger->set_level(spdlog::level::trace);
+    COpenGLView::RegisterLogger(logger);
+    live->InitializeDisplayList(lists);
+    live->DeleteFont(lists);
+    spdlog::drop("OrrinLogger");
+    EXPECT_EQ(sink->texts, (Lines{"initializeDisplayList(): END", "glDeleteLists: END"}));
 }
 
 // Bounds of what is drawn, from the lower left.
