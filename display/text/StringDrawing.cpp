@@ -18,6 +18,9 @@ constexpr double kUnderlineGap = 2.0;
 /// How far a matrix may be off and still put each glyph's texel on a pixel of its own.
 constexpr double kPixelTolerance = 1e-6;
 
+/// A place so many half windows from the middle of the view still counts as shown: its string may reach into it.
+constexpr double kShownHalfWindows = 2.0;
+
 /// How far the quad of a rotated glyph reaches beyond its pixels, in pixels: half of one, over which the filter lets
 /// the edge fade.
 constexpr double kFade = 0.5;
@@ -102,9 +105,20 @@ TextBinding BindingFor(COpenGLView& view, const FontAtlasGlyphMetrics& font, boo
     return binding;
 }
 
-/// The origin for strings at and around a place.
-glm::dvec3 OriginAt(const COpenGLView& /*view*/, const glm::dvec3& /*place*/) {
-    return {};
+bool Shows(const COpenGLView& view, const glm::dvec3& place) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const glm::dvec4 clip = matrices.projection * (matrices.modelview * glm::dvec4(place, 1.0));
+    const double reach = kShownHalfWindows * clip.w;
+    return clip.w > 0.0 && std::abs(clip.x) <= reach && std::abs(clip.y) <= reach;
+}
+
+/// The origin for strings at and around a place. Where z only decides what hides what it stays out of it: depths must
+/// come out as those of the host's own geometry at the same z.
+glm::dvec3 OriginAt(const COpenGLView& view, const glm::dvec3& place) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const glm::dvec4 zInClip = matrices.projection * matrices.modelview[2];
+    const bool zMoves = zInClip.x != 0.0 || zInClip.y != 0.0 || zInClip.w != 0.0;
+    return {place.x, place.y, zMoves ? place.z : 0.0};
 }
 
 /// Makes the text program current with everything that it reads. Nothing that is bound already counts: only strings
@@ -121,6 +135,10 @@ void BindFont(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextBinding&
 
 /// Opens the batch for a string and returns the origin of its positions there. On a 4.x context it goes on behind the
 /// strings that wait there, when they look alike.
+///
+/// Positions become floats relative to an origin, or labels of a national grid would stand up to half a metre off. The
+/// first string's place serves all that follow: those in the view are near enough to it, and where the others are does
+/// not show. Only when it does not show itself, the first string that does begins another draw.
 glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextFrame& frame) {
     if (!view.DrawsWithPrograms()) {
         view.BeginArrays(GL_TRIANGLES, GLShaderText);
@@ -128,11 +146,13 @@ glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const T
     }
     TextState& text = ViewAccess::Text(view);
     const TextBinding wanted = BindingFor(view, font, frame.plain);
-    if (ViewAccess::Batch(view).waiting && wanted == text.bound) {
+    const bool looksAlike = ViewAccess::Batch(view).waiting && wanted == text.bound;
+    if (looksAlike && (text.originShows || !Shows(view, frame.place))) {
         return text.origin;
     }
     ViewAccess::CallGL(view);
     BindFont(view, font, wanted, OriginAt(view, frame.place));
+    text.originShows = Shows(view, frame.place);
     view.BeginArrays(GL_TRIANGLES, GLShaderText);
     return text.origin;
 }

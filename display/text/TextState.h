@@ -46,6 +46,7 @@ struct TextState {
     int currentFont = 0; ///< the manager's index when this view last chose a font
     TextBinding bound;
     glm::dvec3 origin{0.0};   ///< in the batch positions are relative to this place of the model
+    bool originShows = false; ///< it lies in the view or near it
 
     /// Whether strings may wait for others.
     bool IsRunOpen() const { return open; }

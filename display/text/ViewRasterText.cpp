@@ -94,18 +94,13 @@ void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text
     if (!text || *text == '\0') {
         return;
     }
-    const unsigned int mode = ViewAccess::CurrentRecord(view).attributes.matrixMode;
     view.Color(view.GetCurrentColor());
-    view.PushMatrix(GL_MODELVIEW, L"DrawOutlineText");
-    view.Translate(place.x, place.y, place.z);
-    view.Rotate(angleDegrees, 0.0, 0.0, 1.0);
-    view.Scale(scale.x, scale.y, scale.z);
-    // The lists move the matrix along.
-    CallLists(ViewAccess::CallGL(view), listBase, text);
-    view.PopMatrix(GL_MODELVIEW, L"DrawOutlineText");
-    if (mode != GL_MODELVIEW) {
-        view.MatrixMode(mode);
-    }
+    const GLCalls gl = ViewAccess::CallGL(view);
+    glm::dmat4 clip = ClipMatrixFrom(view, place);
+    clip = glm::rotate(clip, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
+    // The lists move the matrix along; the scope puts it back.
+    const MatrixScope matrices(view, glm::scale(clip, scale));
+    CallLists(gl, listBase, text);
 }
 
 } // namespace

@@ -520,8 +520,9 @@ public:
     void Flush();
 
     // ---- 13. Text
-    // Coordinates have y growing upwards; a string's place is the left end of its baseline. Any UTF-16 text may be
-    // given; a character that the font lacks shows as the font's first. HRESULTs are results of CFTGLFontAtlas.
+    // Coordinates have y growing upwards; a string's place is the left end of its baseline. Places may lie as far from
+    // the origin as those of national grids. Any UTF-16 text may be given; a character that the font lacks shows as the
+    // font's first. HRESULTs are results of CFTGLFontAtlas.
     //
     // Fonts of the 4.x pipeline and what they measure. All views draw with the manager's current font. Implemented in
     // ViewFonts.cpp

@@ -257,7 +257,7 @@ TEST_P(TextLines, SpanTheStringInItsColor) {
     std::vector<double> wanted;
     for (const double y : {lowest - 2.0, (lowest + highest) * 0.5}) {
         if (y < lowest ? test.underline : test.strikeout) {
-            wanted.insert(wanted.end(), {20.0, y, 0.0, right, y, 0.0});
+            wanted.insert(wanted.end(), {0.0, y - 40.0, 0.0, right - 20.0, y - 40.0, 0.0});
         }
     }
     const std::vector<DriverCall> draws = driver.Journal("glDrawArrays");
@@ -464,6 +464,48 @@ TEST_F(Text, FontWhoseBytesWereReleasedIsBuiltAgainForTheNextContexts) {
         EXPECT_EQ(live->CountDrawn(), wanted);
         EXPECT_EQ(atlas.GetRawTexture(), nullptr) << "as the host wanted it";
     }
+}
+
+// A string of a large map is drawn wherever the view looks, and shares its draw with all others.
+TEST_F(Text, StringsShareADrawWhereverTheyStand) {
+    View().MatrixMode(GL_PROJECTION);
+    View().Ortho(500'000.0, 500'128.0, 4'500'000.0, 4'500'128.0, -1.0, 1.0);
+    driver.JournalOnly({"glDrawArrays"});
+    const auto drawsOf = [&](const std::vector<std::pair<double, double>>& places) {
+        driver.StartJournal();
+        View().DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+        for (const auto& [x, y] : places) {
+            DrawString(L"H", x, y);
+        }
+        Teardown();
+        return Draws().size();
+    };
+    EXPECT_EQ(drawsOf({{500'010.0, 4'500'010.0}, {500'100.0, 4'500'010.0}, {0.0, 0.0}, {900'000.0, 5'000'000.0}}), 1U);
+    EXPECT_EQ(drawsOf({{0.0, 0.0}, {1.0, 1.0}, {900'000.0, 5'000'000.0}}), 1U) << "nothing of them shows";
+    const std::string alone = [&] {
+        live->Clear();
+        drawsOf({{500'010.0, 4'500'010.0}});
+        return Quarter(0, 0);
+    }();
+    live->Clear();
+    EXPECT_EQ(drawsOf({{0.0, 0.0}, {500'010.0, 4'500'010.0}, {500'100.0, 4'500'100.0}, {0.0, 0.0}}), 2U)
+        << "one for what came before the first that shows";
+    EXPECT_EQ(Quarter(0, 0), alone) << "a float near 4,500,000 is half a pixel off";
+}
+
+// What a host draws after a string stands where its matrices say.
+TEST_F(Text, PlaceOfAStringIsNotThatOfWhatFollows) {
+    UseFont(View(), 12, true);
+    driver.JournalOnly({"glDrawArrays"});
+    Setup();
+    DrawString(L"H", 40.0, 40.0);
+    live->Clear();
+    View().BeginArrays(GL_LINES, GLShaderLine);
+    View().AddIndex2DVertexRGBA(0.0, 10.5, 255, 0, 0, 255);
+    View().AddIndex2DVertexRGBA(128.0, 10.5, 255, 0, 0, 255);
+    View().EndArrays();
+    EXPECT_EQ(live->At(64, 10), kRed);
+    Teardown();
 }
 
 // Lists that a host made for its other context are its to delete wherever it is.

@@ -1,0 +1,141 @@
+// Where strings stand: at any coordinates, and at the same place on both pipelines.
+
+#include "support/CoveragePicture.h"
+#include "support/TextFixture.h"
+
+#include <functional>
+
+namespace {
+
+constexpr int kWidth = 200;
+constexpr int kHeight = 96;
+constexpr double kEast = 500'000.0;
+constexpr double kNorth = 4'500'000.0;
+
+/// A view that draws white on black, on either pipeline.
+class TextPlaces : public FreshProcessTest {
+protected:
+    ~TextPlaces() override {
+        live.reset();
+        COpenGLView::m_gFontManager.DeleteFontLibrary();
+    }
+    void Open(bool programs) {
+        if (programs) {
+            first = ChoosePrograms();
+        }
+        live = std::make_unique<LiveView>(kWidth, kHeight);
+        ASSERT_EQ(View().DrawsWithPrograms(), programs);
+        if (programs) {
+            View().InitializeFontManager();
+            return;
+        }
+        ASSERT_EQ(View().RefreshOutlineFont(live->window.DeviceContext(), outlines, font, 0), S_OK);
+        ASSERT_EQ(View().RefreshRasterFont(live->window.DeviceContext(), bitmaps, font, 0), S_OK);
+    }
+    COpenGLView& View() const { return *live->view; }
+    /// (east, north) is the lower left corner: by the projection, or by the modelview matrix as hosts pan.
+    void LookAt(double east, double north, bool pan, double zoom) const {
+        const double left = pan ? 0.0 : east;
+        const double bottom = pan ? 0.0 : north;
+        View().MatrixMode(GL_PROJECTION);
+        View().Ortho(left, left + kWidth / zoom, bottom, bottom + kHeight / zoom, -1.0, 1.0);
+        View().MatrixMode(GL_MODELVIEW);
+        View().LoadIdentity();
+        if (pan) {
+            View().Translate(-east, -north, 0.0);
+        }
+    }
+    Picture Taken() const { return TakePicture(View(), kWidth, kHeight); }
+    void Begin() const {
+        live->Clear();
+        View().Color(255, 255, 255);
+    }
+
+    GdiArial font;
+    unsigned int outlines = 0;
+    unsigned int bitmaps = 0;
+    std::unique_ptr<COpenGLView> first;
+    std::unique_ptr<LiveView> live;
+};
+
+struct Lists {
+    unsigned int outlines, bitmaps;
+};
+
+struct PlaceCase {
+    const char* name;
+    bool programs;
+    std::function<void(COpenGLView&, const Lists&, double east, double north)> draw;
+};
+
+class NationalGrid : public TextPlaces, public testing::WithParamInterface<PlaceCase> {};
+
+// Map labels are placed in metres of a national grid, where neighbouring floats are half a metre apart.
+TEST_P(NationalGrid, FrameIsThatOfTheOrigin) {
+    const PlaceCase& test = GetParam();
+    Open(test.programs);
+    for (const double zoom : {1.0, 1.28}) {
+        std::vector<std::string> wanted;
+        for (const bool pan : {false, true}) {
+            for (const auto& [east, north] : {std::pair{0.0, 0.0}, std::pair{kEast, kNorth}}) {
+                Begin();
+                LookAt(east, north, pan, zoom);
+                test.draw(View(), {outlines, bitmaps}, east, north);
+                const std::vector<std::string> rows = CoverageRows(Taken());
+                if (wanted.empty()) {
+                    wanted = rows;
+                    EXPECT_GT(Taken().CountDrawn(), 60);
+                }
+                EXPECT_EQ(rows, wanted) << east << (pan ? " panned" : "") << " at " << zoom;
+            }
+        }
+    }
+}
+
+void DrawPlain(COpenGLView& view, const Lists&, double east, double north) {
+    view.DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+    EXPECT_EQ(view.DrawFontAtlasText(L"Hof", east + 11.0, north + 13.0, 0.25, false, false), S_OK);
+    EXPECT_EQ(view.DrawFontAtlasText(L"Rain", east + 90.3, north + 53.7, 0.0, false, false), S_OK);
+    view.DrawTeardownFontAtlasText(false, false);
+}
+
+void DrawRotated(COpenGLView& view, const Lists&, double east, double north) {
+    view.DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+    for (const double angle : {30.0, 90.0}) {
+        EXPECT_EQ(view.DrawFontAtlasScaledRotatedTextString(L"Bach", nullptr, false, false, east + 20.5 + angle,
+                                                            north + 13.25, 0.0, 1.5, 1.5, 1.0, angle),
+                  S_OK);
+    }
+    view.DrawTeardownFontAtlasText(false, false);
+}
+
+void DrawOutlined(COpenGLView& view, const Lists& lists, double east, double north) {
+    view.DrawOutlineText(lists.outlines, "Egg", east + 30.25, north + 20.5, 0.0, 24.0, 20.0);
+}
+
+void DrawInFrame(COpenGLView& view, const Lists& lists, double east, double north) {
+    view.DrawSetupText(east + 100.5, north + 40.25, 0.0, L"Mitte", 1.5, 1.5, 1.0, 15.0, 0.5);
+    EXPECT_EQ(view.DrawTextString(lists.outlines, L"Mitte", nullptr, false, false, false, 0.0, 0.0, 0.0), S_OK);
+    view.DrawTeardownFontAtlasText(false, false);
+}
+
+void DrawRaster(COpenGLView& view, const Lists& lists, double east, double north) {
+    view.DrawRasterText(lists.bitmaps, "Ufer 12", east + 20.25, north + 33.5, 0.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Strings, NationalGrid,
+    testing::Values(PlaceCase{"plain", true, DrawPlain}, PlaceCase{"rotated", true, DrawRotated},
+                    PlaceCase{"lines", true,
+                              [](COpenGLView& view, const Lists& lists, double east, double north) {
+                                  UseFont(view, 14, true, true);
+                                  DrawPlain(view, lists, east, north);
+                                  DrawRotated(view, lists, east, north);
+                              }},
+                    PlaceCase{"outlines", true, DrawOutlined}, PlaceCase{"outline_lists", false, DrawOutlined},
+                    PlaceCase{"frame", true, DrawInFrame}, PlaceCase{"frame_of_lists", false, DrawInFrame},
+                    PlaceCase{"rotated_lists", false, DrawRotated}, PlaceCase{"raster", true, DrawRaster},
+                    PlaceCase{"raster_lists", false, DrawRaster}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+} // namespace
