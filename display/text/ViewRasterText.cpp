@@ -24,6 +24,9 @@ namespace {
 
 constexpr double kRadiansPerDegree = 0.017453292519943295;
 
+/// A raster position so little left of a pixel's border, or below it, is meant to be on it.
+constexpr double kRasterTolerance = 1e-4;
+
 /// A GDI object in a device context while it lives.
 class SelectedObject {
 public:
@@ -101,6 +104,41 @@ void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text
     // The lists move the matrix along; the scope puts it back.
     const MatrixScope matrices(view, glm::scale(clip, scale));
     CallLists(gl, listBase, text);
+}
+
+/// As RasterPosition on a fixed-function context, but for the precision: OpenGL multiplies floats.
+void PlaceRaster(COpenGLView& view, const glm::dvec3& place) {
+    {
+        const MatrixScope matrices(view, ClipMatrixFrom(view, place));
+        view.RasterPosition(0.0, 0.0, 0.0);
+    }
+    ViewAccess::CurrentRecord(view).attributes.rasterPosition = {place.x, place.y, place.z};
+}
+
+/// Matrices that take the window's coordinates, depth included, to clip coordinates.
+glm::dmat4 WindowToClip(const glm::dvec4& viewport) {
+    return COpenGLMath::OrthoMatrix(viewport.x, viewport.x + std::max(viewport.z, 1.0), viewport.y,
+                                    viewport.y + std::max(viewport.w, 1.0), 0.0, -1.0);
+}
+
+/// On a 4.x context: draws a string as bitmaps are drawn, in pixels of the window from the pixel that the raster
+/// position lies in, and moves that to the string's end. Behind the eye it lies nowhere.
+void DrawStringAtRasterPosition(COpenGLView& view, const wchar_t* text) {
+    std::array<double, 3>& position = ViewAccess::CurrentRecord(view).attributes.rasterPosition;
+    const glm::dvec4 clip = ClipMatrixFrom(view, {position[0], position[1], position[2]})[3];
+    if (!(clip.w > 0.0)) {
+        return;
+    }
+    glm::dvec3 window(0.0);
+    view.Project(position[0], position[1], position[2], &window.x, &window.y, &window.z, false);
+    TextFrame frame;
+    frame.place = {std::floor(window.x + kRasterTolerance), std::floor(window.y + kRasterTolerance), window.z};
+    double advance = 0.0;
+    {
+        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
+        DrawString(view, text, frame, &advance);
+    }
+    view.UnProject(window.x + advance, window.y, window.z, &position[0], &position[1], &position[2], false);
 }
 
 } // namespace
@@ -187,17 +225,22 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         return;
     }
     if (DrawsWithPrograms()) {
-        const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
-        DrawFontAtlasText(WideText(text).get(), position[0], position[1], position[2], false, false);
+        if (const std::unique_ptr<wchar_t[]> wide = WideText(text)) {
+            DrawStringAtRasterPosition(*this, wide.get());
+        }
         return;
     }
     CallLists(CallGL(), listBase, text);
 }
 
 void COpenGLView::DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z) {
-    // The raster position takes the colour of its moment along; SetCurrentColor has not told OpenGL about it.
-    Color(GetCurrentColor());
-    RasterPosition(x, y, z);
+    if (DrawsWithPrograms()) {
+        RasterPosition(x, y, z);
+    } else {
+        // The raster position takes the colour of its moment along; SetCurrentColor has not told OpenGL about it.
+        Color(GetCurrentColor());
+        PlaceRaster(*this, {x, y, z});
+    }
     DrawGLText(listBase, text);
 }
 

@@ -608,9 +608,10 @@ public:
     long RefreshRasterFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color);
     /// Makes lists of filled outlines, one em high 1 unit. On a 4.x context as RefreshRasterFont.
     long RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color);
-    /// Draws at the raster position.
+    /// Draws at the raster position, in pixels of the window whatever the matrices are, and moves that to the end of
+    /// the string. On a 4.x context the matrices of this moment say where in the window it lies.
     void DrawGLText(unsigned int listBase, const char* text);
-    /// Sets the raster position, then draws there. The string takes the colour that is current here.
+    /// Sets the raster position, then draws there as DrawGLText. The string takes the colour that is current here.
     void DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z);
     /// Draws outlines at (x, y, z), one em `scale` units high, rotated by `angleDegrees` against the clock.
     void DrawOutlineText(unsigned int listBase, const char* text, double x, double y, double z, double scale,

@@ -12,6 +12,24 @@ constexpr int kHeight = 96;
 constexpr double kEast = 500'000.0;
 constexpr double kNorth = 4'500'000.0;
 
+/// What surrounds the drawn pixels, from the lower left.
+struct Bounds {
+    int left = kWidth, bottom = kHeight, right = -1, top = -1;
+};
+
+Bounds BoundsOf(const Picture& picture) {
+    Bounds bounds;
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            if (picture.At(x, y) != kBlack) {
+                bounds = {std::min(bounds.left, x), std::min(bounds.bottom, y), std::max(bounds.right, x),
+                          std::max(bounds.top, y)};
+            }
+        }
+    }
+    return bounds;
+}
+
 /// A view that draws white on black, on either pipeline.
 class TextPlaces : public FreshProcessTest {
 protected:
@@ -137,5 +155,53 @@ INSTANTIATE_TEST_SUITE_P(
                     PlaceCase{"rotated_lists", false, DrawRotated}, PlaceCase{"raster", true, DrawRaster},
                     PlaceCase{"raster_lists", false, DrawRaster}),
     [](const auto& tested) { return std::string(tested.param.name); });
+
+class BothPipelines : public TextPlaces, public testing::WithParamInterface<bool> {
+protected:
+    BothPipelines() {
+        Open(GetParam());
+        if (View().DrawsWithPrograms()) {
+            UseFont(View(), 12); // 16 pixels at 96 dots an inch, as the lists
+        }
+        Begin();
+    }
+    void ExpectDrawn(const Bounds& wanted, int step) const {
+        const Bounds bounds = BoundsOf(Taken());
+        EXPECT_NEAR(bounds.left, wanted.left, step);
+        EXPECT_NEAR(bounds.bottom, wanted.bottom, step);
+        EXPECT_NEAR(bounds.right, wanted.right, step);
+        EXPECT_NEAR(bounds.top, wanted.top, step);
+    }
+};
+
+// A host marks a place of its model with a text of readable size, whatever the scale of the map.
+TEST_P(BothPipelines, RasterTextStandsInPixelsOnTheProjectedPlace) {
+    View().MatrixMode(GL_PROJECTION);
+    View().Ortho(0.0, kWidth * 0.25, 0.0, kHeight * 0.25, -1.0, 1.0);
+    View().DrawRasterText(bitmaps, "HH", 10.0, 5.0, 0.0);
+    ExpectDrawn({41, 20, 40 + 21, 20 + 11}, 2);
+    EXPECT_EQ(BoundsOf(Taken()).bottom, 20) << "the baseline";
+}
+
+TEST_P(BothPipelines, StringAtTheRasterPositionGoesOnWhereTheLastOneEnded) {
+    View().DrawRasterText(bitmaps, "HH", 20.0, 30.0, 0.0);
+    View().DrawGLText(bitmaps, "HH");
+    ExpectDrawn({21, 30, 20 + 43, 41}, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, BothPipelines, testing::Bool(),
+                         [](const auto& tested) { return tested.param ? "programs" : "fixed_functions"; });
+
+// A raster position behind the eye has no place in the window.
+TEST_F(TextPlaces, RasterTextBehindTheEyeIsNotDrawn) {
+    Open(true);
+    Begin();
+    View().Perspective(60.0, 2.0, 1.0, 100.0);
+    View().DrawRasterText(0, "HH", 0.0, 0.0, -10.0);
+    EXPECT_GT(live->CountDrawn(), 10);
+    live->Clear();
+    View().DrawRasterText(0, "HH", 0.0, 0.0, 10.0);
+    EXPECT_EQ(live->CountDrawn(), 0);
+}
 
 } // namespace
