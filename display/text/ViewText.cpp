@@ -180,16 +180,13 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
     if (!text && !ansiText) {
         return E_INVALIDARG;
     }
-    if (!DrawsWithPrograms() && atRasterPosition) {
-        RasterPosition(x, y, z);
-    }
-    if (!DrawsWithPrograms() || atRasterPosition) {
+    if (atRasterPosition) {
         const std::array<double, 3>& position = CurrentRecord().attributes.rasterPosition;
         x = position[0];
         y = position[1];
         z = position[2];
     }
-    if (DrawsWithPrograms() && project) {
+    if (project) {
         Project(x, y, z, &x, &y, &z, false);
     }
     if (!DrawsWithPrograms()) {

@@ -583,9 +583,11 @@ public:
 
     // Strings of any size and direction. Implemented in ViewText.cpp
 
-    /// Draws a string that is scaled, then rotated about its place by `angleDegrees` against the clock. Elsewhere than
-    /// on a 4.x context the outline lists made last draw it, or the raster lists, upright and unscaled. The other
-    /// parameters are those of DrawTextString. Between setup and teardown such strings share draws too.
+    /// Draws a string that is scaled, then rotated about its place by `angleDegrees` against the clock, at the raster
+    /// position with `atRasterPosition` and at (x, y, z) without, on either pipeline. `project` takes the place from
+    /// model to window coordinates first; `ansiText` counts where `text` is null. On a 4.x context the current font is
+    /// drawn with, and between setup and teardown such strings share draws too. Elsewhere the outline lists made last
+    /// draw it, or the raster lists, upright and unscaled. E_INVALIDARG without a text or without a font or lists.
     long DrawFontAtlasScaledRotatedTextString(const wchar_t* text, const char* ansiText, bool atRasterPosition,
                                               bool project, double x, double y, double z, double scaleX, double scaleY,
                                               double scaleZ, double angleDegrees);

@@ -710,7 +710,7 @@ TEST_F(ListText, OutlinesAreScaledAndRotatedAboutTheirPlace) {
     ASSERT_EQ(live->RefreshOutlineFont(live.window.DeviceContext(), lists, font, 0), S_OK);
     const glm::dmat4 before = live->GetMatrix(GL_MODELVIEW);
     EXPECT_EQ(
-        live->DrawFontAtlasScaledRotatedTextString(L"HHH", nullptr, true, false, 60.0, 20.0, 0.0, 2.0, 2.0, 1.0, 90.0),
+        live->DrawFontAtlasScaledRotatedTextString(L"HHH", nullptr, false, false, 60.0, 20.0, 0.0, 2.0, 2.0, 1.0, 90.0),
         S_OK);
     EXPECT_EQ(live->GetMatrix(GL_MODELVIEW), before);
     const Picture picture = TakePicture(*live.view, 128, 128);

@@ -189,6 +189,25 @@ TEST_P(BothPipelines, StringAtTheRasterPositionGoesOnWhereTheLastOneEnded) {
     ExpectDrawn({21, 30, 20 + 43, 41}, 2);
 }
 
+TEST_P(BothPipelines, OneCallPlacesScalesAndRotatesAString) {
+    View().RasterPosition(5.0, 5.0, 0.0);
+    const auto draw = [&](bool atRasterPosition, bool project) {
+        Begin();
+        EXPECT_EQ(View().DrawFontAtlasScaledRotatedTextString(L"HHH", nullptr, atRasterPosition, project, 60.0, 20.0,
+                                                              0.0, 2.0, 1.5, 1.0, 90.0),
+                  S_OK);
+    };
+    // Across the string lies its height of 11.5 pixels, 1.5-fold; along it three letters, doubled: 64 pixels here, 67
+    // there.
+    draw(false, false);
+    ExpectDrawn({60 - 17, 20 + 2, 60, 20 + 66}, 3);
+    draw(true, false);
+    ExpectDrawn({0, 5 + 2, 5, 5 + 66}, 3);
+    View().Translate(30.0, 10.0, 0.0);
+    draw(false, true); // the window's (90, 30) is taken for a place of the model
+    ExpectDrawn({120 - 17, 40 + 2, 120, kHeight - 1}, 3);
+}
+
 INSTANTIATE_TEST_SUITE_P(Pipelines, BothPipelines, testing::Bool(),
                          [](const auto& tested) { return tested.param ? "programs" : "fixed_functions"; });
 
