@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../values/BasicTypes.h"
+#include "../values/MatrixStack.h"
 
 #include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
@@ -33,10 +34,16 @@ struct TextSetup {
     std::optional<glm::dmat4> replacedProjection; ///< by the pixel projection
 };
 
+/// The setups that no teardown has ended yet, the innermost on top. A bounded stack.
+struct TextSetupStack {
+    int count = 0;
+    int top = -1;
+    TextSetup entries[kStackDepth];
+};
+
 /// What a view keeps of text.
 struct TextState {
-    bool open = false; ///< between setup and teardown
-    TextSetup setup;
+    TextSetupStack setups;
     // What the last setup was given; the two numbers and the value are the host's.
     unsigned char pixelProjection = 0;
     unsigned char clientState = 0;
@@ -49,7 +56,7 @@ struct TextState {
     bool originShows = false; ///< it lies in the view or near it
 
     /// Whether strings may wait for others.
-    bool IsRunOpen() const { return open; }
+    bool IsRunOpen() const { return setups.count > 0; }
 };
 
 /// Display lists made from a GDI font, by the context that has them. They belong to the host.

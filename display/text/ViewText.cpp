@@ -3,6 +3,7 @@
 #include "../platform/GLCalls.h"
 
 #include "../platform/Notice.h"
+#include "../values/BoundedStack.h"
 #include "CodePage.h"
 #include "ListDrawing.h"
 #include "StringDrawing.h"
@@ -72,8 +73,7 @@ void COpenGLView::DrawSetupFontAtlasText(bool pixelProjection, bool enableClient
             DrawFontAtlasEnableClientState();
         }
     }
-    m_text.setup = setup;
-    m_text.open = true;
+    PushOnBoundedStack(m_text.setups, setup);
     m_text.b = b;
     m_text.a = a;
     m_text.clientState = enableClientState;
@@ -121,9 +121,8 @@ void COpenGLView::DrawTeardownFontAtlasText(bool swap, bool checkErrors) {
     FlushArrays();
     DisableClientState();
     GLRenderingContextRecord& record = CurrentRecord();
-    const TextSetup setup = m_text.setup;
-    m_text.setup.replacedProjection.reset();
-    m_text.open = false;
+    TextSetup setup;
+    const bool open = PopFromBoundedStack(m_text.setups, setup);
     if (DrawsWithPrograms()) {
         if (record.textMatrixPushDepth > 0) {
             --record.textMatrixPushDepth;
@@ -139,13 +138,18 @@ void COpenGLView::DrawTeardownFontAtlasText(bool swap, bool checkErrors) {
             outputGlError(L"DrawTeardownFontAtlasText");
         }
     }
-    // Crossed: the destination of before becomes the source. Put back straight, what hosts draw after a run of strings
-    // would be blended by other factors than they have allowed for.
-    BlendFunc(setup.savedBlendDestination, setup.savedBlendSource);
-    if (!DrawsWithPrograms() && !setup.textureWasOn) {
+    if (m_text.IsRunOpen()) {
+        // The strings of the setup around this one go on.
+        BlendFunc(setup.savedBlendSource, setup.savedBlendDestination);
+    } else if (open) {
+        // Crossed: the destination of before becomes the source. Put back straight, what hosts draw after a run of
+        // strings would be blended by other factors than they have allowed for.
+        BlendFunc(setup.savedBlendDestination, setup.savedBlendSource);
+    }
+    if (open && !DrawsWithPrograms() && !setup.textureWasOn) {
         Disable(GL_TEXTURE_2D);
     }
-    if (!setup.blendWasOn) {
+    if (open && !setup.blendWasOn) {
         Disable(GL_BLEND);
     }
     if (swap) {

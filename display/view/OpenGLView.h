@@ -554,7 +554,8 @@ public:
     ///
     /// Strings of a run that look alike wait in the batch and share a draw. Whatever else the view does draws them
     /// first, so that nothing but speed tells; OpenGL calls of the host's own should wait for the teardown, or come
-    /// after Flush.
+    /// after Flush. A setup within another one has a teardown of its own, after which the outer run goes on; 16 may
+    /// be open at a time.
     void DrawSetupFontAtlasText(bool pixelProjection, bool enableClientState, unsigned int value, double a, double b);
     /// What the last setup was given.
     void GetFontAtlasTextSetup(unsigned int& value, double& a, double& b) const;
@@ -569,10 +570,10 @@ public:
     /// E_INVALIDARG for a null text or without a current font.
     long DrawFontAtlasText(const wchar_t* text, double x, double y, double z, bool project, bool flag);
     /// Ends a run of strings: draws what is pending, takes the matrices back and turns off what was off. `swap`
-    /// presents the frame.
+    /// presents the frame. Without a setup it only draws and presents.
     ///
     /// NOTE: the blend factors of before come back crossed, source as destination and destination as source. Hosts
-    /// written against this rely on it.
+    /// written against this rely on it. Only a run within another one gives that its own factors back.
     void DrawTeardownFontAtlasText(bool swap, bool checkErrors);
     /// One string on either pipeline. On a 4.x context `text` is drawn from the current font, at the context's raster
     /// position with `atRasterPosition` and at (x, y, z) without. Elsewhere the 256 display lists at `listBase` draw

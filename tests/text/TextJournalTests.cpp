@@ -508,6 +508,43 @@ TEST_F(Text, PlaceOfAStringIsNotThatOfWhatFollows) {
     Teardown();
 }
 
+// A layer that draws its labels calls one that does the same.
+TEST_F(Text, SetupWithinASetupGivesTheOuterOneEverythingBack) {
+    View().BlendFunc(GL_ONE, GL_ZERO);
+    View().MatrixMode(GL_PROJECTION);
+    View().Ortho(-1000.0, 1000.0, -500.0, 500.0, -1.0, 1.0);
+    View().MatrixMode(GL_MODELVIEW);
+    View().Translate(7.0, 0.0, 0.0);
+    const auto state = [this] {
+        const GLAttributes& attributes = View().GetContextRecord(GLContextMain).attributes;
+        return std::tuple{View().GetMatrix(GL_PROJECTION), View().GetMatrix(GL_MODELVIEW), attributes.blendSource,
+                          attributes.blendDestination, int{View().IsOpenGLStateEnabled(GL_BLEND)}};
+    };
+    const auto host = state();
+    Setup();
+    const auto outer = state();
+    DrawString(L"Ab", 4.0, 4.0);
+    View().DrawSetupText(60.0, 80.0, 0.0, L"x", 2.0, 2.0, 1.0, 30.0, 0.5);
+    DrawString(L"x", 0.0, 0.0);
+    Setup();
+    Teardown();
+    Teardown();
+    EXPECT_EQ(state(), outer);
+    DrawString(L"Ab", 68.0, 4.0);
+    Teardown();
+    EXPECT_EQ(Quarter(64, 0), Quarter(0, 0));
+    EXPECT_EQ(std::get<0>(state()), std::get<0>(host));
+    EXPECT_EQ(std::get<1>(state()), std::get<1>(host));
+    EXPECT_EQ(View().GetContextRecord(GLContextMain).attributes.blendSource, static_cast<unsigned>(GL_ZERO))
+        << "crossed";
+    EXPECT_EQ(std::get<4>(state()), 0);
+    EXPECT_EQ(View().GetContextRecord(GLContextMain).modelviewPushDepth, 0);
+    driver.JournalOnly({"glBlendFunc", "glDisable"});
+    driver.StartJournal();
+    Teardown();
+    EXPECT_EQ(driver.JournalText(), Lines{}) << "there is nothing to give back";
+}
+
 // Lists that a host made for its other context are its to delete wherever it is.
 TEST_F(Text, ListsAreDeletedOnEveryContext) {
     for (const bool initialize : {true, false}) {
