@@ -12,4 +12,7 @@ namespace KTR {
 long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& place, const glm::dvec3& scale,
                          double angleDegrees);
 
+/// Pixels that a string takes in the outline font at scale 1; 0 for a null one.
+double WidthFromOutlines(const TextLists& lists, const wchar_t* text);
+
 } // namespace KTR

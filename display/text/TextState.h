@@ -32,6 +32,7 @@ struct TextSetup {
     unsigned int savedBlendDestination = 0;
     unsigned int savedBlendSource = 0;
     std::optional<glm::dmat4> replacedProjection; ///< by the pixel projection
+    std::optional<glm::dmat4> replacedModelview;  ///< by the frame of DrawSetupText, where it is not on the stack
 };
 
 /// The setups that no teardown has ended yet, the innermost on top. A bounded stack.
@@ -64,6 +65,7 @@ struct TextLists {
     unsigned int raster = 0;                  ///< RefreshRasterFont's last; 0 for none
     unsigned int outline = 0;                 ///< RefreshOutlineFont's last; 0 for none
     double outlineHeight = 0.0;               ///< pixels that one em of the outline font has at scale 1
+    std::array<float, 256> outlineAdvances{}; ///< ems from each character to the next
 };
 
 } // namespace KTR

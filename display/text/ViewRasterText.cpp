@@ -91,6 +91,11 @@ void CallLists(const GLCalls& gl, unsigned int listBase, const char* text) {
     gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
 }
 
+/// Between DrawSetupText and its teardown, where outline lists draw.
+bool IsInFrameOfText(const TextState& text) {
+    return text.IsRunOpen() && text.setups.entries[text.setups.top].replacedModelview.has_value();
+}
+
 /// Draws outlines whose em is `scale` units.
 void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text, const glm::dvec3& place,
                       const glm::dvec3& scale, double angleDegrees) {
@@ -217,6 +222,8 @@ long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, 
     TextLists& lists = CurrentRecord().objects.textLists;
     lists.outline = listBase;
     lists.outlineHeight = EmHeight(font);
+    std::transform(metrics.begin(), metrics.end(), lists.outlineAdvances.begin(),
+                   [](const GLYPHMETRICSFLOAT& glyph) { return glyph.gmfCellIncX; });
     return S_OK;
 }
 
@@ -228,6 +235,12 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         if (const std::unique_ptr<wchar_t[]> wide = WideText(text)) {
             DrawStringAtRasterPosition(*this, wide.get());
         }
+        return;
+    }
+    const TextLists& lists = CurrentRecord().objects.textLists;
+    if (listBase == lists.outline && IsInFrameOfText(m_text)) {
+        // There a unit is a pixel of the font, not its em.
+        DrawOutlineLists(*this, listBase, text, glm::dvec3(0.0), glm::dvec3(lists.outlineHeight), 0.0);
         return;
     }
     CallLists(CallGL(), listBase, text);
@@ -295,6 +308,20 @@ long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& 
     }
     view.DrawRasterText(lists.raster, text, place.x, place.y, place.z);
     return S_OK;
+}
+
+double WidthFromOutlines(const TextLists& lists, const wchar_t* text) {
+    if (!text) {
+        return 0.0;
+    }
+    double ems = 0.0;
+    for (const char character : NarrowText(text)) {
+        if (character == '\0') {
+            break;
+        }
+        ems += lists.outlineAdvances[static_cast<unsigned char>(character)];
+    }
+    return ems * lists.outlineHeight;
 }
 
 } // namespace KTR

@@ -137,6 +137,11 @@ void COpenGLView::DrawTeardownFontAtlasText(bool swap, bool checkErrors) {
         if (checkErrors) {
             outputGlError(L"DrawTeardownFontAtlasText");
         }
+    } else if (setup.replacedModelview) {
+        const unsigned int mode = record.attributes.matrixMode;
+        MatrixMode(GL_MODELVIEW);
+        ReplaceCurrentMatrix(*setup.replacedModelview);
+        MatrixMode(mode);
     }
     if (m_text.IsRunOpen()) {
         // The strings of the setup around this one go on.
@@ -229,7 +234,19 @@ void COpenGLView::DrawSetupText(double x, double y, double z, const wchar_t* tex
         return;
     }
     DrawSetupFontAtlasText(false, false, 0, 0.0, 0.0);
-    RasterPosition(x, y, z);
+    const TextLists& lists = CurrentRecord().objects.textLists;
+    if (lists.outline == 0) {
+        RasterPosition(x, y, z);
+        return;
+    }
+    const unsigned int mode = CurrentRecord().attributes.matrixMode;
+    const glm::dmat4 modelview = GetMatrix(GL_MODELVIEW);
+    m_text.setups.entries[m_text.setups.top].replacedModelview = modelview;
+    MatrixMode(GL_MODELVIEW);
+    ReplaceCurrentMatrix(FrameWithin(modelview, {x, y, z}, {scaleX, scaleY, scaleZ}, angleDegrees,
+                                     alignment * WidthFromOutlines(lists, text)));
+    MatrixMode(mode);
+    RasterPosition(0.0, 0.0, 0.0);
 }
 
 /// Draws the strings that wait for others. Everything else that the view does comes after them, so each operation that

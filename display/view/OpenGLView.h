@@ -598,7 +598,9 @@ public:
     /// 4.x context.
     void DrawSetupTextOGL4(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY,
                            double scaleZ, double angleDegrees, double alignment);
-    /// The same on either pipeline; elsewhere than on a 4.x context it only sets the raster position to (x, y, z).
+    /// The same on either pipeline. Elsewhere than on a 4.x context the frame is for the outline lists made last, whose
+    /// base DrawTextString and DrawGLText are then given: they draw at the frame's origin. Without such lists this only
+    /// sets the raster position to (x, y, z).
     void DrawSetupText(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY, double scaleZ,
                        double angleDegrees, double alignment);
 

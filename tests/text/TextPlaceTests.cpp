@@ -208,6 +208,20 @@ TEST_P(BothPipelines, OneCallPlacesScalesAndRotatesAString) {
     ExpectDrawn({120 - 17, 40 + 2, 120, kHeight - 1}, 3);
 }
 
+TEST_P(BothPipelines, FrameOfTextHonorsScaleAngleAndAlignment) {
+    for (const double alignment : {0.0, 0.5, 1.0}) {
+        live->Clear();
+        const glm::dmat4 modelview = View().GetMatrix(GL_MODELVIEW);
+        View().DrawSetupText(100.0, 48.0, 0.0, L"HHH", 1.3, 1.3, 1.0, 90.0, alignment);
+        EXPECT_EQ(View().DrawTextString(outlines, L"HHH", nullptr, false, false, false, 0.0, 0.0, 0.0), S_OK);
+        View().DrawTeardownFontAtlasText(false, false);
+        EXPECT_EQ(View().GetMatrix(GL_MODELVIEW), modelview);
+        const int length = 45;
+        const int bottom = 48 - static_cast<int>(alignment * length);
+        ExpectDrawn({100 - 15, bottom + 1, 100, bottom + length - 1}, 3);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Pipelines, BothPipelines, testing::Bool(),
                          [](const auto& tested) { return tested.param ? "programs" : "fixed_functions"; });
 
