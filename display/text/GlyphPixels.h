@@ -38,8 +38,9 @@ private:
         GLenum name;
         GLint value;
     };
-    static constexpr Setting kSettings[] = {
-        {GL_UNPACK_ALIGNMENT, 1}, {GL_UNPACK_ROW_LENGTH, 0}, {GL_UNPACK_SKIP_ROWS, 0}, {GL_UNPACK_SKIP_PIXELS, 0}};
+    static constexpr Setting kSettings[] = {{GL_UNPACK_ALIGNMENT, 1},  {GL_UNPACK_ROW_LENGTH, 0},
+                                            {GL_UNPACK_SKIP_ROWS, 0},  {GL_UNPACK_SKIP_PIXELS, 0},
+                                            {GL_UNPACK_SWAP_BYTES, 0}, {GL_UNPACK_LSB_FIRST, 0}};
 
     const GLCalls& m_gl;
     GLint m_before[std::size(kSettings)] = {};

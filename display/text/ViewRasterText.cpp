@@ -4,6 +4,7 @@
 
 #include "CodePage.h"
 #include "FontTextures.h"
+#include "GlyphPixels.h"
 #include "ListDrawing.h"
 #include "MatrixScope.h"
 #include "StringDrawing.h"
@@ -91,6 +92,31 @@ void CallLists(const GLCalls& gl, unsigned int listBase, const char* text) {
     gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
 }
 
+/// Polygons filled while it lives. Outlines of glyphs are made of them.
+class FilledPolygons {
+public:
+    explicit FilledPolygons(const GLCalls& gl) : m_gl(gl) {
+        m_gl.glGetIntegerv(GL_POLYGON_MODE, m_before);
+        m_changes = m_before[0] != GL_FILL || m_before[1] != GL_FILL;
+        if (m_changes) {
+            m_gl.glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+        }
+    }
+    ~FilledPolygons() {
+        if (m_changes) {
+            m_gl.glPolygonMode(GL_FRONT, static_cast<GLenum>(m_before[0]));
+            m_gl.glPolygonMode(GL_BACK, static_cast<GLenum>(m_before[1]));
+        }
+    }
+    FilledPolygons(const FilledPolygons&) = delete;
+    FilledPolygons& operator=(const FilledPolygons&) = delete;
+
+private:
+    const GLCalls& m_gl;
+    GLint m_before[2] = {GL_FILL, GL_FILL};
+    bool m_changes = false;
+};
+
 /// Between DrawSetupText and its teardown, where outline lists draw.
 bool IsInFrameOfText(const TextState& text) {
     return text.IsRunOpen() && text.setups.entries[text.setups.top].replacedModelview.has_value();
@@ -104,6 +130,7 @@ void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text
     }
     view.Color(view.GetCurrentColor());
     const GLCalls gl = ViewAccess::CallGL(view);
+    const FilledPolygons filled(gl);
     glm::dmat4 clip = ClipMatrixFrom(view, place);
     clip = glm::rotate(clip, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
     // The lists move the matrix along; the scope puts it back.
@@ -195,8 +222,13 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
         return E_FAIL;
     }
     const SelectedObject selected(deviceContext, font);
-    record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
-    MakeBlankLists(CallGL(), deviceContext, listBase);
+    const GLCalls gl = CallGL();
+    {
+        // The system takes the host's settings for its bitmaps, but for the alignment.
+        const GlyphPixels pixels(gl);
+        record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
+        MakeBlankLists(gl, deviceContext, listBase);
+    }
     record.objects.textLists.raster = listBase;
     return record.rasterFontReady ? S_OK : E_FAIL;
 }

@@ -618,7 +618,8 @@ public:
     void DrawGLText(unsigned int listBase, const char* text);
     /// Sets the raster position, then draws there as DrawGLText. The string takes the colour that is current here.
     void DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z);
-    /// Draws outlines at (x, y, z), one em `scale` units high, rotated by `angleDegrees` against the clock.
+    /// Draws outlines at (x, y, z), one em `scale` units high, rotated by `angleDegrees` against the clock and filled
+    /// whatever the polygon mode is.
     void DrawOutlineText(unsigned int listBase, const char* text, double x, double y, double z, double scale,
                          double angleDegrees);
     /// Gives `listBase` 256 new, empty lists; old ones are deleted. 0 where OpenGL has none and on a 4.x context.

@@ -545,6 +545,60 @@ TEST_F(Text, SetupWithinASetupGivesTheOuterOneEverythingBack) {
     EXPECT_EQ(driver.JournalText(), Lines{}) << "there is nothing to give back";
 }
 
+/// Makes every kind of state that says how pixels are read from memory differ from what glyphs want.
+void MisreadPixels(const COrrinGLCement& gl, unsigned int& buffer) {
+    gl.glPixelStorei(GL_UNPACK_ALIGNMENT, 8);
+    gl.glPixelStorei(GL_UNPACK_ROW_LENGTH, 77);
+    gl.glPixelStorei(GL_UNPACK_SKIP_ROWS, 3);
+    gl.glPixelStorei(GL_UNPACK_SKIP_PIXELS, 5);
+    gl.glPixelStorei(GL_UNPACK_LSB_FIRST, GL_TRUE);
+    gl.glPixelStorei(GL_UNPACK_SWAP_BYTES, GL_TRUE);
+    gl.glGenBuffers(1, &buffer);
+    gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, buffer);
+    gl.glBufferData(GL_PIXEL_UNPACK_BUFFER, 4096, nullptr, GL_STATIC_DRAW);
+}
+
+void ExpectMisreading(const COrrinGLCement& gl, unsigned int buffer) {
+    const struct {
+        unsigned int name;
+        int value;
+    } settings[] = {{GL_UNPACK_ALIGNMENT, 8},
+                    {GL_UNPACK_ROW_LENGTH, 77},
+                    {GL_UNPACK_SKIP_ROWS, 3},
+                    {GL_UNPACK_SKIP_PIXELS, 5},
+                    {GL_UNPACK_LSB_FIRST, 1},
+                    {GL_UNPACK_SWAP_BYTES, 1},
+                    {GL_PIXEL_UNPACK_BUFFER_BINDING, static_cast<int>(buffer)}};
+    for (const auto& setting : settings) {
+        int value = -1;
+        gl.glGetIntegerv(setting.name, &value);
+        EXPECT_EQ(value, setting.value) << std::hex << setting.name;
+    }
+    gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
+    gl.glDeleteBuffers(1, &buffer);
+}
+
+TEST_F(Text, HostsPixelStateAndPolygonModeChangeNoGlyph) {
+    Setup();
+    DrawString(L"Ab", 4.0, 4.0);
+    Teardown();
+    const std::string wanted = Quarter(0, 0);
+    unsigned int texture = 0;
+    unsigned int sampler = 0;
+    COpenGLView::m_gFontManager.GetCurrentFontTextureAndSamplerId(texture, sampler);
+    View().DeleteTextureAndSamplerNames(texture, sampler);
+    COpenGLView::m_gFontManager.SetCurrentFontTextureAndSamplerId(0, 0);
+    unsigned int buffer = 0;
+    MisreadPixels(Functions(), buffer);
+    View().PolygonMode(GL_FRONT_AND_BACK, GL_LINE);
+    live->Clear();
+    Setup();
+    DrawString(L"Ab", 4.0, 4.0);
+    Teardown();
+    ExpectMisreading(Functions(), buffer);
+    EXPECT_EQ(Quarter(0, 0), wanted);
+}
+
 // Lists that a host made for its other context are its to delete wherever it is.
 TEST_F(Text, ListsAreDeletedOnEveryContext) {
     for (const bool initialize : {true, false}) {
@@ -711,6 +765,25 @@ TEST_F(ListText, NewListsAreInTheTrace) {
     live->DeleteFont(lists);
     spdlog::drop("OrrinLogger");
     EXPECT_EQ(sink->texts, (Lines{"initializeDisplayList(): END", "glDeleteLists: END"}));
+}
+
+TEST_F(ListText, HostsPixelStateChangesNoBitmap) {
+    const auto draw = [this] {
+        EXPECT_EQ(live->RefreshRasterFont(live.window.DeviceContext(), lists, font, 0), S_OK);
+        live.Clear();
+        live->DrawRasterText(lists, "A b", 20.0, 30.0, 0.0);
+        return TakePicture(*live.view, 128, 128).pixels;
+    };
+    const std::vector<Pixel> wanted = draw();
+    const COrrinGLCement& gl = *live->GetContextRecord(GLContextMain).glCement;
+    unsigned int buffer = 0;
+    MisreadPixels(gl, buffer);
+    ASSERT_EQ(live->RefreshRasterFont(live.window.DeviceContext(), lists, font, 0), S_OK);
+    ExpectMisreading(gl, buffer);
+    live.Clear();
+    live->DrawRasterText(lists, "A b", 20.0, 30.0, 0.0);
+    EXPECT_EQ(TakePicture(*live.view, 128, 128).pixels, wanted);
+    live->DeleteFont(lists);
 }
 
 // Bounds of what is drawn, from the lower left.

@@ -237,4 +237,18 @@ TEST_F(TextPlaces, RasterTextBehindTheEyeIsNotDrawn) {
     EXPECT_EQ(live->CountDrawn(), 0);
 }
 
+// Lists of outlines are polygons; the host's polygon mode is for its own.
+TEST_F(TextPlaces, OutlinesAreFilledWhateverThePolygonModeIs) {
+    Open(false);
+    const auto draw = [&] {
+        Begin();
+        View().DrawOutlineText(outlines, "Bo", 20.0, 20.0, 0.0, 60.0, 0.0);
+        return CoverageRows(Taken());
+    };
+    const std::vector<std::string> wanted = draw();
+    View().PolygonMode(GL_FRONT_AND_BACK, GL_LINE);
+    EXPECT_EQ(draw(), wanted);
+    EXPECT_EQ(View().GetContextRecord(GLContextMain).attributes.polygonMode, static_cast<unsigned>(GL_LINE));
+}
+
 } // namespace
