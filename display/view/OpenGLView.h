@@ -572,8 +572,8 @@ public:
     /// Ends a run of strings: draws what is pending, takes the matrices back and turns off what was off. `swap`
     /// presents the frame. Without a setup it only draws and presents.
     ///
-    /// NOTE: the blend factors of before come back crossed, source as destination and destination as source. Hosts
-    /// written against this rely on it. Only a run within another one gives that its own factors back.
+    /// NOTE: the blend factors of before come back crossed, source as destination and destination as source: set your
+    /// own afterwards. Only a run within another one gives that its own factors back.
     void DrawTeardownFontAtlasText(bool swap, bool checkErrors);
     /// One string on either pipeline. On a 4.x context `text` is drawn from the current font, at the context's raster
     /// position with `atRasterPosition` and at (x, y, z) without. Elsewhere the 256 display lists at `listBase` draw
