@@ -10,7 +10,7 @@
 
 namespace {
 
-using KTR::COpenGLView;
+using namespace KTR;
 
 struct BenchFont {
     const wchar_t* face;

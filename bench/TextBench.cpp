@@ -96,7 +96,7 @@ void ShortLabels(benchmark::State& state) {
 }
 BENCHMARK(ShortLabels);
 
-void ShortTurnedLabels(benchmark::State& state) {
+void ShortRotatedLabels(benchmark::State& state) {
     COpenGLView& view = View<GLContextMain>();
     for (auto _ : state) {
         view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
@@ -108,7 +108,7 @@ void ShortTurnedLabels(benchmark::State& state) {
     }
     ReportPerGlyph(state, kLabels * kLabelGlyphs);
 }
-BENCHMARK(ShortTurnedLabels);
+BENCHMARK(ShortRotatedLabels);
 
 /// Display lists of a context, kept for all benchmarks.
 unsigned int Lists(COpenGLView& view) {

@@ -3,6 +3,7 @@
 #include "GLCalls.h"
 
 #include "../pipeline/ProgramThread.h"
+#include "../text/FontTextures.h"
 #include "CriticalSectionLock.h"
 #include "Notice.h"
 #include "ShareGroup.h"
@@ -419,7 +420,7 @@ void COpenGLView::LeaveStockPrograms(HGLRC context, bool contextIsCurrent) {
         DeleteTexturesAndSamplers();
         DeleteShaderSet(m_gShaderSet);
     }
-    DeleteFontTextures(mayDelete);
+    DeleteFontTextures(*this, mayDelete);
     m_gShaderSet = ShaderSet{};
     ForgetProgramThread();
 }
@@ -471,8 +472,8 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
     record.objects = {};
 }
 
-/// Leaves the ring of a context that cannot be made current, and with it the backing store's textures if they go too, to
-/// the others of the share group. Where one of them is current on this thread they are deleted at once.
+/// Leaves the ring of a context that cannot be made current, and with it the backing store's textures if they go too,
+/// to the others of the share group. Where one of them is current on this thread they are deleted at once.
 void COpenGLView::LeaveBehind(VertexRing& ring, bool withBackingStore) {
     SharedNames names;
     const auto add = [](std::vector<unsigned int>& list, unsigned int name) {
@@ -577,7 +578,7 @@ int COpenGLView::EndContext(HGLRC context) {
     if (!ShareGroup::HasMembers()) {
         // Programs, font textures and cached textures, if there still are some, go with the last context that has
         // them.
-        DeleteFontTextures(false);
+        DeleteFontTextures(*this, false);
         m_gShaderSet = ShaderSet{};
         ForgetProgramThread();
         ForgetTextureGroup(nullptr);

@@ -18,6 +18,8 @@
 #include <string>
 #include <type_traits>
 
+namespace KTR {
+
 namespace {
 
 // Sampling exactly on the border between two cells may fall to either side; this keeps a glyph's outer pixels in.
@@ -143,6 +145,9 @@ FontAtlasGlyph DescribeGlyph(const FT_GlyphSlot slot, long long x, long long y, 
 
 FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maximumTextureSize) {
     FontGrid grid;
+    if (characters < 1 || cellWidth < 1 || cellHeight < 1) {
+        return grid;
+    }
     // A cell that is wider than the texture may be still makes one column, which then does not fit.
     grid.columns = std::max(maximumTextureSize / cellWidth, 1);
     grid.rows = (characters + grid.columns - 1) / grid.columns;
@@ -189,9 +194,9 @@ void CFTGLFontAtlas::ReleaseFontLibrary() {
     }
 }
 
-KTR::KerningCache* CFTGLFontAtlas::GetKerning() {
+KerningCache* CFTGLFontAtlas::GetKerning() {
     if (!m_kerning && m_face && FT_HAS_KERNING(m_face)) {
-        m_kerning = new (std::nothrow) KTR::KerningCache(m_face);
+        m_kerning = new (std::nothrow) KerningCache(m_face);
     }
     return m_kerning;
 }
@@ -344,14 +349,14 @@ long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
         m_library = nullptr;
         return E_FAIL;
     }
-    const long found = KTR::FindFontFile(KTR::FontLookUpName(request), m_path);
+    const long found = FindFontFile(FontLookUpName(request), m_path);
     if (found != S_OK) {
         return found;
     }
     const FT_Error error = FT_New_Face(m_library, InThreadCodePage(m_path).c_str(), 0, &m_face);
     if (error != 0) {
         m_face = nullptr;
-        return error == FT_Err_Unknown_File_Format ? KTR::kNotAFontFile : E_INVALIDARG;
+        return error == FT_Err_Unknown_File_Format ? kNotAFontFile : E_INVALIDARG;
     }
     const auto dpi = static_cast<FT_UInt>(CFTGLFontManager::m_giDPI);
     const FT_F26Dot6 points = FixedPoints(request.pointSize);
@@ -411,7 +416,7 @@ long CFTGLFontAtlas::LayOut() {
     if (!metrics.glyphs) {
         return E_OUTOFMEMORY;
     }
-    const int maximumTextureSize = KTR::COpenGLView::GetMaximumTextureSize();
+    const int maximumTextureSize = COpenGLView::GetMaximumTextureSize();
     const FontGrid grid =
         LayOutFontGrid(metrics.renderedCharacters, metrics.cellWidth, metrics.cellHeight, maximumTextureSize);
     if (!grid.fits) {
@@ -421,7 +426,7 @@ long CFTGLFontAtlas::LayOut() {
                        L"characters.\n",
                        m_parameters.faceName.GetString(), static_cast<long>(metrics.glyphCount), grid.textureBytes,
                        static_cast<long>(maximumTextureSize));
-        KTR::ShowFrameworkMessageBox(message.GetString());
+        ShowFrameworkMessageBox(message.GetString());
         return E_FAIL;
     }
     metrics.columns = static_cast<int>(grid.columns);
@@ -504,3 +509,5 @@ double CFTGLFontAtlas::KerningOf(const wchar_t* text) const {
     }
     return kerning;
 }
+
+} // namespace KTR

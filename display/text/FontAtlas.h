@@ -9,15 +9,11 @@ struct FT_LibraryRec_;
 struct FT_FaceRec_;
 
 namespace KTR {
-class KerningCache;
-}
 
-namespace KTR {
+class KerningCache;
 
 /// Result for a file that the look-up found but that is no font.
 inline constexpr long kNotAFontFile = static_cast<long>(0x80548204UL);
-
-} // namespace KTR
 
 /// How the cells of an atlas lie in its texture: equal cells without padding, filled row by row.
 struct FontGrid {
@@ -29,15 +25,15 @@ struct FontGrid {
     bool fits = false;           ///< neither side exceeds the largest texture
 };
 
-/// Lays out `characters` cells (at least 1) of `cellWidth` × `cellHeight` pixels (each at least 1) in a texture whose
-/// sides may have `maximumTextureSize` pixels.
+/// Lays out `characters` cells of `cellWidth` × `cellHeight` pixels in a texture whose sides may have
+/// `maximumTextureSize` pixels. Without cells, or without pixels in them, the grid is empty and does not fit.
 ORRIN_DISPLAY_API FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maximumTextureSize);
 
 /// Every character of one font at one size, drawn side by side into an 8-bit coverage texture (0 or 255), with the
 /// measures that text is laid out by. The atlas finds the font file, opens it with FreeType at the screen's DPI and
 /// keeps the face open for kerning.
 ///
-/// Results are HRESULTs: S_OK, E_INVALIDARG, E_FAIL, E_OUTOFMEMORY, or KTR::kNotAFontFile. After a failed build there
+/// Results are HRESULTs: S_OK, E_INVALIDARG, E_FAIL, E_OUTOFMEMORY, or kNotAFontFile. After a failed build there
 /// is no record and no texture. Not locked; used by the thread that draws. Needs no current context.
 class ORRIN_DISPLAY_API CFTGLFontAtlas {
 public:
@@ -86,7 +82,7 @@ public:
     /// The open face, or null.
     FT_FaceRec_* GetFontFace() const { return m_face; }
     /// Kerning of the open face; null when it has none, or when out of memory.
-    KTR::KerningCache* GetKerning();
+    KerningCache* GetKerning();
     /// The request that the atlas was last asked to build.
     FontParameters& GetFontParameters() { return m_parameters; }
     const FontParameters& GetFontParameters() const { return m_parameters; }
@@ -106,7 +102,9 @@ private:
     unsigned char* m_rawTexture = nullptr;      ///< malloc
     FT_LibraryRec_* m_library = nullptr;
     FT_FaceRec_* m_face = nullptr;
-    KTR::KerningCache* m_kerning = nullptr; ///< owned; of m_face, made when first asked for
+    KerningCache* m_kerning = nullptr; ///< owned; of m_face, made when first asked for
     FontParameters m_parameters;
     CString m_path;
 };
+
+} // namespace KTR

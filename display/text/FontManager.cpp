@@ -10,6 +10,8 @@
 #include <cwchar>
 #include <new>
 
+namespace KTR {
+
 int CFTGLFontManager::m_giLogicalDisplayWidth = 0;
 int CFTGLFontManager::m_giLogicalDisplayHeight = 0;
 int CFTGLFontManager::m_giLogicalDiagonalPixels = 0;
@@ -62,7 +64,7 @@ void CFTGLFontManager::DeleteFontAtlas(CFTGLFontAtlas** atlas) {
 }
 
 long CFTGLFontManager::CreateDefaultFont() {
-    if (!KTR::COpenGLView::m_gsOpenGLVersionData.bOpenGL4OrLater) {
+    if (!COpenGLView::m_gsOpenGLVersionData.bOpenGL4OrLater) {
         return S_OK;
     }
     constexpr COLORREF color = 0xFF00FFFF;
@@ -76,7 +78,7 @@ long CFTGLFontManager::CreateDefaultFont() {
 }
 
 long CFTGLFontManager::SetUpNewFont(FontParameters& request) {
-    for (int slot = 0; slot < KTR::kFontSlots; ++slot) {
+    for (int slot = 0; slot < kFontSlots; ++slot) {
         if (m_atlases[slot] && m_atlases[slot]->IsFontRequestSameAsCurrentFont(request)) {
             m_currentFont = slot;
             return S_OK;
@@ -104,7 +106,7 @@ long CFTGLFontManager::SetCurrentFontIndex(int& index) {
 }
 
 CFTGLFontAtlas* CFTGLFontManager::GetFontAtlas(int slot) const {
-    return slot >= 0 && slot < KTR::kFontSlots ? m_atlases[slot] : nullptr;
+    return slot >= 0 && slot < kFontSlots ? m_atlases[slot] : nullptr;
 }
 
 FontAtlasGlyphMetrics* CFTGLFontManager::GetCurrentFontAtlasMetrics() const {
@@ -258,5 +260,7 @@ int CFTGLFontManager::FreeSlot() {
     DeleteFontAtlas(&m_atlases[kFirstToGo]);
     // The current index is left alone: it names slots, and the caller settles it when the new font is there.
     std::rotate(std::begin(m_atlases) + kFirstToGo, std::begin(m_atlases) + kFirstToGo + 1, std::end(m_atlases));
-    return KTR::kFontSlots - 1;
+    return kFontSlots - 1;
 }
+
+} // namespace KTR

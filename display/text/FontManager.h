@@ -8,8 +8,6 @@ namespace KTR {
 /// Fonts that can be loaded at a time.
 inline constexpr int kFontSlots = 10;
 
-} // namespace KTR
-
 /// The process's fonts and the screen measurements that font sizes depend on. One instance serves all views
 /// (COpenGLView::m_gFontManager); it lives from the load of the library to its unload and is used by the thread that
 /// draws. It is not locked and makes no GL call: names that must be deleted wait here for a view with a current
@@ -56,7 +54,9 @@ public:
     long GetFontParameters(FontParameters& parameters) const;
     /// Size in pixels and the bytes of the current texture, which stay the atlas's. E_INVALIDARG without one.
     long GetCurrentFontTexture(int& width, int& height, unsigned char** bytes) const;
-    /// GL names that the drawer keeps with the current atlas. E_INVALIDARG without one.
+    /// GL names that strings in the current font are drawn with; E_INVALIDARG without one. The first string makes them
+    /// where there are none. Names that are set are the library's to delete from then on; those that they take the
+    /// place of become the caller's.
     long GetCurrentFontTextureAndSamplerId(unsigned int& texture, unsigned int& sampler) const;
     long SetCurrentFontTextureAndSamplerId(unsigned int texture, unsigned int sampler);
 
@@ -103,7 +103,9 @@ private:
     int FreeSlot();
 
     int m_currentFont = 0;
-    CFTGLFontAtlas* m_atlases[KTR::kFontSlots] = {}; ///< owned
+    CFTGLFontAtlas* m_atlases[kFontSlots] = {}; ///< owned
     unsigned int m_taggedTexture = 0;
     unsigned int m_taggedSampler = 0;
 };
+
+} // namespace KTR

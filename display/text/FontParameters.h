@@ -6,6 +6,8 @@
 
 #include <richedit.h>
 
+namespace KTR {
+
 /// The rich-edit description that a new font request carries: every attribute valid, default character set.
 inline CHARFORMATW DefaultCharacterFormat(COLORREF textColor) {
     CHARFORMATW format = {};
@@ -63,7 +65,7 @@ struct FontAtlasGlyph {
 
 /// What is known of a built atlas. Owned by its CFTGLFontAtlas.
 struct FontAtlasGlyphMetrics {
-    unsigned int boundTexture; ///< texture that the drawer binds; 0 after the build
+    unsigned int boundTexture; ///< texture that strings were drawn with last; 0 after the build
     int ready;                 ///< 1 once the atlas is complete
     int faceIndex;             ///< of the face in its file
     int glyphCount;            ///< glyphs in the font file, drawable or not
@@ -78,8 +80,10 @@ struct FontAtlasGlyphMetrics {
     double averageWidth;  ///< fraction of the em
     double averageHeight; ///< fraction of the em
     long long textureBytes;
-    unsigned int textureName;           ///< given by the drawer; 0 after the build
-    unsigned int samplerName;           ///< given by the drawer; 0 after the build
+    unsigned int textureName;           ///< what strings are drawn with; 0 after the build
+    unsigned int samplerName;           ///< for strings of their own size; 0 after the build
     unsigned short characterMap[65536]; ///< cell of each UTF-16 unit; 0, the first cell, for one that the font lacks
     FontAtlasGlyph* glyphs;             ///< malloc; one for each cell
 };
+
+} // namespace KTR

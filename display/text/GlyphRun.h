@@ -1,7 +1,6 @@
 #pragma once
 
-// How a string becomes quads: the pen's way along the glyphs, and the six records of a quad in the batch. Shared by the
-// upright and the turned strings.
+// How a string becomes quads: the pen's way along the glyphs, and the six records of a quad in the batch.
 
 #include "../pipeline/VertexBatch.h"
 #include "../view/OpenGLView.h"
@@ -16,7 +15,7 @@ namespace KTR {
 
 inline constexpr int kGlyphVertices = 6;
 
-/// One glyph as it goes into the batch: corners in model coordinates, texture coordinates with t growing downwards.
+/// One glyph as it goes into the batch: corners relative to its origin, texture coordinates with t growing downwards.
 struct GlyphQuad {
     glm::vec2 lowerLeft;
     glm::vec2 lowerRight;
@@ -26,7 +25,7 @@ struct GlyphQuad {
     float s0, s1, t0, t1;
 };
 
-/// What a string covered, relative to its place.
+/// What a string covered, in its own pixels from its place.
 struct TextExtent {
     double right = 0.0; ///< end of the last quad
     double lowest = 0.0;
@@ -41,12 +40,15 @@ struct TextExtent {
 
 /// Where a string's own pixels lie in model coordinates.
 struct TextFrame {
-    glm::dvec2 origin{0.0};
+    glm::dvec3 place{0.0};      ///< left end of the baseline
     glm::dvec2 along{1.0, 0.0}; ///< one pixel to the right
     glm::dvec2 up{0.0, 1.0};    ///< one pixel up
-    double z = 0.0;
+    bool plain = true;          ///< a pixel of the string is a unit of the model, and `place` a whole one
 
-    glm::dvec2 At(double x, double y) const { return origin + x * along + y * up; }
+    /// A point of the string relative to an origin; the difference is formed in double precision.
+    glm::dvec2 At(double x, double y, const glm::dvec3& origin) const {
+        return glm::dvec2(place - origin) + x * along + y * up;
+    }
 };
 
 /// The coordinates go out in pairs: the stores are what a glyph costs.
@@ -91,9 +93,9 @@ inline void AddGlyphQuad(COpenGLView& view, VertexBatchState& batch, const Glyph
 }
 
 /// Calls `place(glyph, left, bottom)` for each character, with the lower left corner of its quad in pixels from the
-/// start of the string.
+/// start of the string. Returns where the pen ends.
 template <typename Place>
-void WalkGlyphs(const FontAtlasGlyphMetrics& font, KerningCache* kerning, const wchar_t* text, Place place) {
+double WalkGlyphs(const FontAtlasGlyphMetrics& font, KerningCache* kerning, const wchar_t* text, Place place) {
     double pen = 0.0;
     unsigned short previous = 0;
     for (const wchar_t* character = text; *character != L'\0'; ++character) {
@@ -106,6 +108,7 @@ void WalkGlyphs(const FontAtlasGlyphMetrics& font, KerningCache* kerning, const 
         place(glyph, pen + glyph.xOffset, glyph.descent);
         pen += glyph.advance;
     }
+    return pen;
 }
 
 } // namespace KTR

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "../values/BasicTypes.h"
+#include "../values/MatrixStack.h"
 
 #include <glm/mat4x4.hpp>
+#include <glm/vec3.hpp>
 
 #include <array>
 #include <optional>
@@ -12,8 +14,8 @@ namespace KTR {
 /// Everything that decides how strings look while the text program is bound. Strings that agree in it share a draw.
 struct TextBinding {
     unsigned int texture = 0;
-    unsigned int sampler = 0;            ///< 0 where glyphs are scaled or turned: the texture's own filter holds
-    unsigned long long fontTextures = 0; ///< count of textures made and deleted so far: names are used again
+    unsigned int sampler = 0;            ///< 0 where glyphs are scaled or rotated: the texture's own filter holds
+    unsigned long long fontTextures = 0; ///< FontTextureChanges: names are used again
     glm::dmat4 modelview{1.0};
     glm::dmat4 projection{1.0};
     std::array<int, 4> viewport{};
@@ -23,28 +25,47 @@ struct TextBinding {
     bool operator==(const TextBinding&) const = default;
 };
 
-/// What a view keeps between the setup and the teardown of text.
-struct TextState {
+/// What a setup of text changes, for its teardown.
+struct TextSetup {
     int textureWasOn = 0;
     int blendWasOn = 0;
     unsigned int savedBlendDestination = 0;
     unsigned int savedBlendSource = 0;
+    std::optional<glm::dmat4> replacedProjection; ///< by the pixel projection
+    std::optional<glm::dmat4> replacedModelview;  ///< by the frame of DrawSetupText, where it is not on the stack
+};
+
+/// The setups that no teardown has ended yet, the innermost on top. A bounded stack.
+struct TextSetupStack {
+    int count = 0;
+    int top = -1;
+    TextSetup entries[kStackDepth];
+};
+
+/// What a view keeps of text.
+struct TextState {
+    TextSetupStack setups;
+    // What the last setup was given; the two numbers and the value are the host's.
     unsigned char pixelProjection = 0;
     unsigned char clientState = 0;
-    unsigned int value = 0; ///< the host's, as the two numbers are
+    unsigned int value = 0;
     double a = 0.0;
     double b = 0.0;
     int currentFont = 0; ///< the manager's index when this view last chose a font
-    bool open = false;   ///< between setup and teardown, where strings may wait for each other
     TextBinding bound;
-    std::optional<glm::dmat4> replacedProjection; ///< by the pixel projection
+    glm::dvec3 origin{0.0};   ///< in the batch positions are relative to this place of the model
+    bool originShows = false; ///< it lies in the view or near it
+
+    /// Whether strings may wait for others.
+    bool IsRunOpen() const { return setups.count > 0; }
 };
 
 /// Display lists made from a GDI font, by the context that has them. They belong to the host.
 struct TextLists {
-    unsigned int raster = 0;    ///< RefreshRasterFont's last; 0 for none
-    unsigned int outline = 0;   ///< RefreshOutlineFont's last; 0 for none
-    double outlineHeight = 0.0; ///< pixels that one em of the outline font has at scale 1
+    unsigned int raster = 0;                  ///< RefreshRasterFont's last; 0 for none
+    unsigned int outline = 0;                 ///< RefreshOutlineFont's last; 0 for none
+    double outlineHeight = 0.0;               ///< pixels that one em of the outline font has at scale 1
+    std::array<float, 256> outlineAdvances{}; ///< ems from each character to the next
 };
 
 } // namespace KTR

@@ -1,67 +1,21 @@
 #include "../view/OpenGLView.h"
 
-#include "../platform/GLCalls.h"
-
-#include <GL/glext.h>
+#include "FontTextures.h"
 
 #include <cwchar>
 
 namespace KTR {
 
-namespace {
-
-/// How pixels are read from memory. While it lives they lie close together, whatever the host has set.
-class ClosePixelRows {
-public:
-    explicit ClosePixelRows(const GLCalls& gl) : m_gl(gl) {
-        for (std::size_t index = 0; index < std::size(kSettings); ++index) {
-            m_gl.glGetIntegerv(kSettings[index].name, &m_before[index]);
-            m_gl.glPixelStorei(kSettings[index].name, kSettings[index].value);
-        }
-        // With a buffer bound, addresses would be taken for offsets into it.
-        if (m_gl.Has(&GLEntryPoints::glBindBuffer)) {
-            m_gl.glGetIntegerv(GL_PIXEL_UNPACK_BUFFER_BINDING, &m_bufferBefore);
-            m_gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-        }
-    }
-    ~ClosePixelRows() {
-        for (std::size_t index = 0; index < std::size(kSettings); ++index) {
-            m_gl.glPixelStorei(kSettings[index].name, m_before[index]);
-        }
-        if (m_gl.Has(&GLEntryPoints::glBindBuffer)) {
-            m_gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(m_bufferBefore));
-        }
-    }
-    ClosePixelRows(const ClosePixelRows&) = delete;
-    ClosePixelRows& operator=(const ClosePixelRows&) = delete;
-
-private:
-    struct Setting {
-        GLenum name;
-        GLint value;
-    };
-    static constexpr Setting kSettings[] = {
-        {GL_UNPACK_ALIGNMENT, 1}, {GL_UNPACK_ROW_LENGTH, 0}, {GL_UNPACK_SKIP_ROWS, 0}, {GL_UNPACK_SKIP_PIXELS, 0}};
-
-    const GLCalls& m_gl;
-    GLint m_before[std::size(kSettings)] = {};
-    GLint m_bufferBefore = 0;
-};
-
-} // namespace
-
-unsigned long long COpenGLView::m_gFontTextures = 0;
-
 long COpenGLView::SetUpNewFont(FontParameters& request) {
     DrawWaitingVertices();
     // A font that has to go puts its names where an earlier one's may still wait.
-    DeleteTaggedFontNames();
+    DeleteTaggedFontNames(*this);
     const long result = m_gFontManager.SetUpNewFont(request);
     if (result != S_OK) {
         return result;
     }
     m_text.currentFont = m_gFontManager.GetCurrentFontIndex();
-    DeleteTaggedFontNames();
+    DeleteTaggedFontNames(*this);
     return S_OK;
 }
 
@@ -103,107 +57,6 @@ void COpenGLView::DrawSetupTextTransparency(unsigned char transparency) {
 
 unsigned char COpenGLView::GetTextTransparancy() const {
     return CurrentRecord().attributes.textTransparency;
-}
-
-/// Sees to it that the current font can be drawn with: when it was not built, the default font becomes current. False
-/// without that.
-bool COpenGLView::SelectUsableFont() {
-    if (m_gFontManager.GetCurrentFontAtlasMetrics()) {
-        return true;
-    }
-    int defaultFont = 0;
-    const CFTGLFontAtlas* atlas = m_gFontManager.GetFontAtlas(defaultFont);
-    if (!atlas || !atlas->GetAtlasMetrics()) {
-        return false;
-    }
-    m_gFontManager.SetCurrentFontIndex(defaultFont);
-    m_text.currentFont = defaultFont;
-    return true;
-}
-
-/// Makes the texture and the sampler of the current font, if it has none yet. The share group keeps them, so that each
-/// view finds them there.
-///
-/// The sampler takes the nearest texel, which draws glyphs as sharp as they are; the texture's own filter, which holds
-/// without a sampler, is for glyphs that are scaled or turned.
-void COpenGLView::UploadFontTexture(FontAtlasGlyphMetrics& font) {
-    int width = 0;
-    int height = 0;
-    unsigned char* coverage = nullptr;
-    m_gFontManager.GetCurrentFontTexture(width, height, &coverage);
-    if (font.textureName != 0 || !coverage) {
-        return;
-    }
-    const GLCalls gl = CallGL();
-    unsigned int texture = 0;
-    unsigned int sampler = 0;
-    gl.glActiveTexture(GL_TEXTURE0);
-    gl.glGenTextures(1, &texture);
-    gl.glBindTexture(GL_TEXTURE_2D, texture);
-    {
-        const ClosePixelRows rows(gl);
-        gl.glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, width, height, 0, GL_RED, GL_UNSIGNED_BYTE, coverage);
-    }
-    TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    if (gl.Has(&GLEntryPoints::glGenerateMipmap)) {
-        // Glyphs down to a quarter of their size. In coarser levels neighbouring cells would run into each other.
-        TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 2);
-        TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-        gl.glGenerateMipmap(GL_TEXTURE_2D);
-    }
-    for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-        // Beyond the texture there is no ink.
-        TexParameter(GL_TEXTURE_2D, wrap, GL_CLAMP_TO_BORDER);
-    }
-    if (gl.Has(&GLEntryPoints::glGenSamplers) && gl.Has(&GLEntryPoints::glSamplerParameteri)) {
-        gl.glGenSamplers(1, &sampler);
-        for (const unsigned int filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
-            gl.glSamplerParameteri(sampler, filter, GL_NEAREST);
-        }
-        for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-            gl.glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
-        }
-    }
-    m_gFontManager.SetCurrentFontTextureAndSamplerId(texture, sampler);
-    font.boundTexture = texture;
-    ++m_gFontTextures;
-}
-
-/// Deletes the names of a font that had to go. They wait as long as no context of the share group is current.
-void COpenGLView::DeleteTaggedFontNames() {
-    unsigned int texture = 0;
-    unsigned int sampler = 0;
-    const bool current = DrawsWithPrograms() && IsMyContextCurrent(m_currentContext);
-    if (!current || !m_gFontManager.GetTagedForDeletionTextureAndSamplerNames(texture, sampler)) {
-        return;
-    }
-    DeleteTextureAndSamplerNames(texture, sampler);
-    m_gFontManager.ClearTaggedForDeletionTextureAndSamplerNames();
-    ++m_gFontTextures;
-}
-
-/// The fonts stay loaded, but have to be uploaded again: their share group goes. Without a current context of the group
-/// the names are only forgotten and go with it.
-void COpenGLView::DeleteFontTextures(bool contextIsCurrent) {
-    if (contextIsCurrent) {
-        DeleteTaggedFontNames();
-    }
-    m_gFontManager.ClearTaggedForDeletionTextureAndSamplerNames();
-    for (int slot = 0; slot < kFontSlots; ++slot) {
-        const CFTGLFontAtlas* atlas = m_gFontManager.GetFontAtlas(slot);
-        FontAtlasGlyphMetrics* font = atlas ? atlas->GetAtlasMetrics() : nullptr;
-        if (!font) {
-            continue;
-        }
-        if (contextIsCurrent) {
-            DeleteTextureAndSamplerNames(font->textureName, font->samplerName);
-        }
-        font->boundTexture = 0;
-        font->textureName = 0;
-        font->samplerName = 0;
-    }
-    ++m_gFontTextures;
 }
 
 } // namespace KTR

@@ -3,9 +3,15 @@
 #include "../platform/GLCalls.h"
 
 #include "CodePage.h"
+#include "FontTextures.h"
+#include "GlyphPixels.h"
+#include "ListDrawing.h"
+#include "MatrixScope.h"
+#include "StringDrawing.h"
 
 #include <GL/glext.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -16,6 +22,11 @@
 namespace KTR {
 
 namespace {
+
+constexpr double kRadiansPerDegree = 0.017453292519943295;
+
+/// A raster position so little left of a pixel's border, or below it, is meant to be on it.
+constexpr double kRasterTolerance = 1e-4;
 
 /// A GDI object in a device context while it lives.
 class SelectedObject {
@@ -36,6 +47,130 @@ double EmHeight(HFONT font) {
     LOGFONTW logicalFont = {};
     GetObjectW(font, sizeof(logicalFont), &logicalFont);
     return std::abs(logicalFont.lfHeight);
+}
+
+/// HACK: in Mesa's lists a bitmap without pixels does not move on, so that words run into each other; one empty pixel
+/// does. Blanks are recorded anew with that. Seen as strings without their blanks; BitmapsStandOnTheRasterPosition
+/// fails without it.
+void MakeBlankLists(const GLCalls& gl, HDC deviceContext, unsigned int listBase) {
+    const unsigned char noInk[4] = {};
+    for (const char* blank : {" ", "\xA0"}) {
+        SIZE size = {};
+        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
+        gl.glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
+        gl.glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
+        gl.glEndList();
+    }
+}
+
+/// On the 4.x pipeline a GDI font stands for a font request.
+long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
+    FontParameters request;
+    LOGFONTW& logicalFont = request.logicalFont;
+    if (!GetObjectW(font, sizeof(logicalFont), &logicalFont)) {
+        return E_INVALIDARG;
+    }
+    logicalFont.lfHeight = std::abs(logicalFont.lfHeight);
+    request.faceName = logicalFont.lfFaceName;
+    request.bold = logicalFont.lfWeight == FW_BOLD;
+    request.italic = logicalFont.lfItalic != 0;
+    request.underline = logicalFont.lfUnderline != 0;
+    request.strikeout = logicalFont.lfStrikeOut != 0;
+    request.characterSet = DEFAULT_CHARSET;
+    request.textColor = static_cast<COLORREF>(color);
+    request.weight = logicalFont.lfWeight;
+    const int dpi = GetDeviceCaps(deviceContext, LOGPIXELSY);
+    if (dpi <= 0) {
+        return E_INVALIDARG;
+    }
+    request.pointSize = static_cast<int>(std::ceil(logicalFont.lfHeight * 72.0 / dpi));
+    return view.SetUpNewFont(request);
+}
+
+void CallLists(const GLCalls& gl, unsigned int listBase, const char* text) {
+    gl.glListBase(listBase);
+    gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
+}
+
+/// Polygons filled while it lives. Outlines of glyphs are made of them.
+class FilledPolygons {
+public:
+    explicit FilledPolygons(const GLCalls& gl) : m_gl(gl) {
+        m_gl.glGetIntegerv(GL_POLYGON_MODE, m_before);
+        m_changes = m_before[0] != GL_FILL || m_before[1] != GL_FILL;
+        if (m_changes) {
+            m_gl.glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+        }
+    }
+    ~FilledPolygons() {
+        if (m_changes) {
+            m_gl.glPolygonMode(GL_FRONT, static_cast<GLenum>(m_before[0]));
+            m_gl.glPolygonMode(GL_BACK, static_cast<GLenum>(m_before[1]));
+        }
+    }
+    FilledPolygons(const FilledPolygons&) = delete;
+    FilledPolygons& operator=(const FilledPolygons&) = delete;
+
+private:
+    const GLCalls& m_gl;
+    GLint m_before[2] = {GL_FILL, GL_FILL};
+    bool m_changes = false;
+};
+
+/// Between DrawSetupText and its teardown, where outline lists draw.
+bool IsInFrameOfText(const TextState& text) {
+    return text.IsRunOpen() && text.setups.entries[text.setups.top].replacedModelview.has_value();
+}
+
+/// Draws outlines whose em is `scale` units.
+void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text, const glm::dvec3& place,
+                      const glm::dvec3& scale, double angleDegrees) {
+    if (!text || *text == '\0') {
+        return;
+    }
+    view.Color(view.GetCurrentColor());
+    const GLCalls gl = ViewAccess::CallGL(view);
+    const FilledPolygons filled(gl);
+    glm::dmat4 clip = ClipMatrixFrom(view, place);
+    clip = glm::rotate(clip, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
+    // The lists move the matrix along; the scope puts it back.
+    const MatrixScope matrices(view, glm::scale(clip, scale));
+    CallLists(gl, listBase, text);
+}
+
+/// As RasterPosition on a fixed-function context, but for the precision: OpenGL multiplies floats.
+void PlaceRaster(COpenGLView& view, const glm::dvec3& place) {
+    {
+        const MatrixScope matrices(view, ClipMatrixFrom(view, place));
+        view.RasterPosition(0.0, 0.0, 0.0);
+    }
+    ViewAccess::CurrentRecord(view).attributes.rasterPosition = {place.x, place.y, place.z};
+}
+
+/// Matrices that take the window's coordinates, depth included, to clip coordinates.
+glm::dmat4 WindowToClip(const glm::dvec4& viewport) {
+    return COpenGLMath::OrthoMatrix(viewport.x, viewport.x + std::max(viewport.z, 1.0), viewport.y,
+                                    viewport.y + std::max(viewport.w, 1.0), 0.0, -1.0);
+}
+
+/// On a 4.x context: draws a string as bitmaps are drawn, in pixels of the window from the pixel that the raster
+/// position lies in, and moves that to the string's end. Behind the eye it lies nowhere.
+void DrawStringAtRasterPosition(COpenGLView& view, const wchar_t* text) {
+    std::array<double, 3>& position = ViewAccess::CurrentRecord(view).attributes.rasterPosition;
+    const glm::dvec4 clip = ClipMatrixFrom(view, {position[0], position[1], position[2]})[3];
+    if (!(clip.w > 0.0)) {
+        return;
+    }
+    glm::dvec3 window(0.0);
+    view.Project(position[0], position[1], position[2], &window.x, &window.y, &window.z, false);
+    TextFrame frame;
+    frame.place = {std::floor(window.x + kRasterTolerance), std::floor(window.y + kRasterTolerance), window.z};
+    double advance = 0.0;
+    {
+        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
+        DrawString(view, text, frame, &advance);
+    }
+    view.UnProject(window.x + advance, window.y, window.z, &position[0], &position[1], &position[2], false);
 }
 
 } // namespace
@@ -72,29 +207,9 @@ std::unique_ptr<wchar_t[]> WideText(const char* text) {
     return wide;
 }
 
-long COpenGLView::DrawTextString(unsigned int listBase, const wchar_t* text, const char* ansiText,
-                                 bool atRasterPosition, bool project, bool flag, double x, double y, double z) {
-    if (DrawsWithPrograms()) {
-        if (atRasterPosition) {
-            const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
-            return DrawFontAtlasText(text, position[0], position[1], position[2], project, flag);
-        }
-        return DrawFontAtlasText(text, x, y, z, project, flag);
-    }
-    if (atRasterPosition) {
-        RasterPosition(x, y, z);
-    }
-    if (!text) {
-        DrawGLText(listBase, ansiText);
-        return S_OK;
-    }
-    DrawGLText(listBase, NarrowText(text).data());
-    return S_OK;
-}
-
 long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
     if (DrawsWithPrograms()) {
-        return LoadGdiFont(deviceContext, font, color);
+        return LoadGdiFont(*this, deviceContext, font, color);
     }
     if (!font || !deviceContext) {
         return E_INVALIDARG;
@@ -107,30 +222,20 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
         return E_FAIL;
     }
     const SelectedObject selected(deviceContext, font);
-    record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
-    MakeBlankLists(deviceContext, listBase);
+    const GLCalls gl = CallGL();
+    {
+        // The system takes the host's settings for its bitmaps, but for the alignment.
+        const GlyphPixels pixels(gl);
+        record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
+        MakeBlankLists(gl, deviceContext, listBase);
+    }
     record.objects.textLists.raster = listBase;
     return record.rasterFontReady ? S_OK : E_FAIL;
 }
 
-/// HACK: in Mesa's lists a bitmap without pixels does not move on, so that words run into each other; one empty pixel
-/// does. Blanks are recorded anew with that. Seen as strings without their blanks; BitmapsStandOnTheRasterPosition
-/// fails without it.
-void COpenGLView::MakeBlankLists(HDC deviceContext, unsigned int listBase) {
-    const GLCalls gl = CallGL();
-    const unsigned char noInk[4] = {};
-    for (const char* blank : {" ", "\xA0"}) {
-        SIZE size = {};
-        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
-        gl.glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
-        gl.glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
-        gl.glEndList();
-    }
-}
-
 long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color) {
     if (DrawsWithPrograms()) {
-        return LoadGdiFont(deviceContext, font, color);
+        return LoadGdiFont(*this, deviceContext, font, color);
     }
     if (!font || !deviceContext) {
         return E_INVALIDARG;
@@ -146,9 +251,11 @@ long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, 
                              metrics.data())) {
         return E_FAIL;
     }
-    GLRenderingContextRecord& record = CurrentRecord();
-    record.objects.textLists.outline = listBase;
-    record.objects.textLists.outlineHeight = EmHeight(font);
+    TextLists& lists = CurrentRecord().objects.textLists;
+    lists.outline = listBase;
+    lists.outlineHeight = EmHeight(font);
+    std::transform(metrics.begin(), metrics.end(), lists.outlineAdvances.begin(),
+                   [](const GLYPHMETRICSFLOAT& glyph) { return glyph.gmfCellIncX; });
     return S_OK;
 }
 
@@ -157,19 +264,28 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         return;
     }
     if (DrawsWithPrograms()) {
-        const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
-        DrawFontAtlasText(WideText(text).get(), position[0], position[1], position[2], false, false);
+        if (const std::unique_ptr<wchar_t[]> wide = WideText(text)) {
+            DrawStringAtRasterPosition(*this, wide.get());
+        }
         return;
     }
-    const GLCalls gl = CallGL();
-    gl.glListBase(listBase);
-    gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
+    const TextLists& lists = CurrentRecord().objects.textLists;
+    if (listBase == lists.outline && IsInFrameOfText(m_text)) {
+        // There a unit is a pixel of the font, not its em.
+        DrawOutlineLists(*this, listBase, text, glm::dvec3(0.0), glm::dvec3(lists.outlineHeight), 0.0);
+        return;
+    }
+    CallLists(CallGL(), listBase, text);
 }
 
 void COpenGLView::DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z) {
-    // The raster position takes the colour of its moment along; SetCurrentColor has not told OpenGL about it.
-    Color(GetCurrentColor());
-    RasterPosition(x, y, z);
+    if (DrawsWithPrograms()) {
+        RasterPosition(x, y, z);
+    } else {
+        // The raster position takes the colour of its moment along; SetCurrentColor has not told OpenGL about it.
+        Color(GetCurrentColor());
+        PlaceRaster(*this, {x, y, z});
+    }
     DrawGLText(listBase, text);
 }
 
@@ -178,43 +294,26 @@ void COpenGLView::DrawOutlineText(unsigned int listBase, const char* text, doubl
     if (!text || *text == '\0') {
         return;
     }
-    if (DrawsWithPrograms()) {
-        const FontParameters* font = m_gFontManager.GetCurrentFontAtlasParameters();
-        const double em = font ? font->pointSize * CFTGLFontManager::m_giDPI / 72.0 : 1.0;
-        const double glyphScale = scale / std::max(em, 1.0);
-        DrawFontAtlasScaledRotatedTextString(nullptr, text, false, false, x, y, z, glyphScale, glyphScale, glyphScale,
-                                             angleDegrees);
+    if (!DrawsWithPrograms()) {
+        DrawOutlineLists(*this, listBase, text, {x, y, z}, glm::dvec3(scale), angleDegrees);
         return;
     }
-    DrawOutlineLists(listBase, text, {x, y, z}, glm::dvec3(scale), angleDegrees);
-}
-
-/// The lists move the modelview matrix along; it is put back afterwards.
-void COpenGLView::DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position,
-                                   const glm::dvec3& scale, double angleDegrees) {
-    const unsigned int mode = CurrentRecord().attributes.matrixMode;
-    Color(GetCurrentColor());
-    PushMatrix(GL_MODELVIEW, L"DrawOutlineText");
-    Translate(position.x, position.y, position.z);
-    Rotate(angleDegrees, 0.0, 0.0, 1.0);
-    Scale(scale.x, scale.y, scale.z);
-    DrawGLText(listBase, text);
-    PopMatrix(GL_MODELVIEW, L"DrawOutlineText");
-    if (mode != GL_MODELVIEW) {
-        MatrixMode(mode);
-    }
+    const FontParameters* font = m_gFontManager.GetCurrentFontAtlasParameters();
+    const double em = font ? font->pointSize * CFTGLFontManager::m_giDPI / 72.0 : 1.0;
+    const double glyphScale = scale / std::max(em, 1.0);
+    DrawFontAtlasScaledRotatedTextString(nullptr, text, false, false, x, y, z, glyphScale, glyphScale, glyphScale,
+                                         angleDegrees);
 }
 
 void COpenGLView::InitializeDisplayList(unsigned int& listBase) {
     DeleteFont(listBase);
-    if (DrawsWithPrograms()) {
-        return;
+    if (!DrawsWithPrograms()) {
+        listBase = CallGL().As(L"initializeDisplayList(): END").glGenLists(kListCharacters);
     }
-    listBase = CallGL().glGenLists(kListCharacters);
 }
 
 void COpenGLView::DeleteFont(unsigned int& listBase) {
-    if (listBase == 0 || DrawsWithPrograms()) {
+    if (listBase == 0) {
         return;
     }
     CallGL().glDeleteLists(listBase, kListCharacters);
@@ -229,28 +328,32 @@ void COpenGLView::DeleteFont(unsigned int& listBase) {
     listBase = 0;
 }
 
-/// On the 4.x pipeline a GDI font stands for a font request.
-long COpenGLView::LoadGdiFont(HDC deviceContext, HFONT font, unsigned long color) {
-    FontParameters request;
-    LOGFONTW& logicalFont = request.logicalFont;
-    if (!GetObjectW(font, sizeof(logicalFont), &logicalFont)) {
+long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& place, const glm::dvec3& scale,
+                         double angleDegrees) {
+    const TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
+    if (lists.outline != 0) {
+        DrawOutlineLists(view, lists.outline, text, place, scale * lists.outlineHeight, angleDegrees);
+        return S_OK;
+    }
+    if (lists.raster == 0) {
         return E_INVALIDARG;
     }
-    logicalFont.lfHeight = std::abs(logicalFont.lfHeight);
-    request.faceName = logicalFont.lfFaceName;
-    request.bold = logicalFont.lfWeight == FW_BOLD;
-    request.italic = logicalFont.lfItalic != 0;
-    request.underline = logicalFont.lfUnderline != 0;
-    request.strikeout = logicalFont.lfStrikeOut != 0;
-    request.characterSet = DEFAULT_CHARSET;
-    request.textColor = static_cast<COLORREF>(color);
-    request.weight = logicalFont.lfWeight;
-    const int dpi = GetDeviceCaps(deviceContext, LOGPIXELSY);
-    if (dpi <= 0) {
-        return E_INVALIDARG;
+    view.DrawRasterText(lists.raster, text, place.x, place.y, place.z);
+    return S_OK;
+}
+
+double WidthFromOutlines(const TextLists& lists, const wchar_t* text) {
+    if (!text) {
+        return 0.0;
     }
-    request.pointSize = static_cast<int>(std::ceil(logicalFont.lfHeight * 72.0 / dpi));
-    return SetUpNewFont(request);
+    double ems = 0.0;
+    for (const char character : NarrowText(text)) {
+        if (character == '\0') {
+            break;
+        }
+        ems += lists.outlineAdvances[static_cast<unsigned char>(character)];
+    }
+    return ems * lists.outlineHeight;
 }
 
 } // namespace KTR

@@ -4,25 +4,30 @@
 #include "../platform/GLCalls.h"
 
 #include "../platform/Notice.h"
-#include "GlyphRun.h"
+#include "../values/BoundedStack.h"
+#include "CodePage.h"
+#include "ListDrawing.h"
+#include "StringDrawing.h"
 
 #include <GL/glext.h>
 
-#include <cmath>
+#include <glm/gtc/matrix_transform.hpp>
 
 namespace KTR {
 
 namespace {
 
-/// How far a matrix may be off and still put each glyph's texel on a pixel of its own.
-constexpr double kPixelTolerance = 1e-6;
+constexpr double kRadiansPerDegree = 0.017453292519943295;
 
-bool IsNear(double value, double wanted) {
-    return std::abs(value - wanted) <= kPixelTolerance;
+/// A frame of its own within the model: `place` is its origin, scaled and rotated about it, and `shift` units to the
+/// left of there lies what is its origin in the end.
+glm::dmat4 FrameWithin(const glm::dmat4& modelview, const glm::dvec3& place, const glm::dvec3& scale,
+                       double angleDegrees, double shift) {
+    glm::dmat4 frame = glm::translate(modelview, place);
+    frame = glm::rotate(frame, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
+    frame = glm::scale(frame, scale);
+    return glm::translate(frame, glm::dvec3(-shift, 0.0, 0.0));
 }
-
-/// Distance of the underline from the lowest pixels of a string.
-constexpr double kUnderlineGap = 2.0;
 
 } // namespace
 
@@ -30,27 +35,25 @@ void COpenGLView::DrawSetupFontAtlasText(bool pixelProjection, bool enableClient
                                          double b) {
     const GLCalls gl = CallGL();
     GLRenderingContextRecord& record = CurrentRecord();
-    GLint blend = 0;
     GLint destination = 0;
     GLint source = 0;
-    gl.glGetIntegerv(GL_BLEND, &blend);
+    TextSetup setup;
+    gl.glGetIntegerv(GL_BLEND, &setup.blendWasOn);
     gl.glGetIntegerv(GL_BLEND_DST, &destination);
     gl.glGetIntegerv(GL_BLEND_SRC, &source);
-    m_text.blendWasOn = blend;
-    m_text.savedBlendDestination = static_cast<unsigned int>(destination);
-    m_text.savedBlendSource = static_cast<unsigned int>(source);
-    m_text.replacedProjection.reset();
+    setup.savedBlendDestination = static_cast<unsigned int>(destination);
+    setup.savedBlendSource = static_cast<unsigned int>(source);
 
     if (!DrawsWithPrograms()) {
-        m_text.textureWasOn = IsOpenGLStateEnabled(GL_TEXTURE_2D);
-        if (m_text.textureWasOn) {
+        setup.textureWasOn = IsOpenGLStateEnabled(GL_TEXTURE_2D);
+        if (setup.textureWasOn) {
             Disable(GL_TEXTURE_2D);
         }
-        if (m_text.blendWasOn) {
+        if (setup.blendWasOn) {
             Disable(GL_BLEND);
         }
     } else {
-        if (!m_text.blendWasOn) {
+        if (!setup.blendWasOn) {
             Enable(GL_BLEND);
         }
         BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
@@ -62,7 +65,7 @@ void COpenGLView::DrawSetupFontAtlasText(bool pixelProjection, bool enableClient
             int width = 0;
             int height = 0;
             GetWindowDimensions(width, height);
-            m_text.replacedProjection = matrices.projection;
+            setup.replacedProjection = matrices.projection;
             // A minimised window has no area; nothing of it shows, but the matrix must stay finite.
             Ortho(0.0, std::max(width, 1), 0.0, std::max(height, 1), -1.0, 1.0);
             LoadIdentityMatrix(matrices.modelview);
@@ -71,7 +74,7 @@ void COpenGLView::DrawSetupFontAtlasText(bool pixelProjection, bool enableClient
             DrawFontAtlasEnableClientState();
         }
     }
-    m_text.open = true;
+    PushOnBoundedStack(m_text.setups, setup);
     m_text.b = b;
     m_text.a = a;
     m_text.clientState = enableClientState;
@@ -86,21 +89,12 @@ void COpenGLView::GetFontAtlasTextSetup(unsigned int& value, double& a, double& 
 }
 
 void COpenGLView::DrawFontAtlasEnableClientState() {
-    if (!DrawsWithPrograms()) {
-        return;
-    }
-    DrawWaitingVertices();
-    DeleteTaggedFontNames();
-    if (!SelectUsableFont()) {
+    if (DrawsWithPrograms() && !BindCurrentFont(*this)) {
         ShowMessageBox(nullptr,
                        L"Requested Font not found, attempted to use default Arial font.  DEFAULT ARIAL FONT NOT "
                        L"LOADED.  Critical Error.",
                        L"ERROR BAD FONT", MB_OK);
-        return;
     }
-    FontAtlasGlyphMetrics& font = *m_gFontManager.GetCurrentFontAtlasMetrics();
-    UploadFontTexture(font);
-    BindFont(BindingForText(font, true));
 }
 
 void COpenGLView::DrawFontAtlasDisableClientState() {
@@ -115,51 +109,21 @@ long COpenGLView::DrawFontAtlasText(const wchar_t* text, double x, double y, dou
     if (project) {
         Project(x, y, z, &x, &y, &z, flag);
     }
-    TextFrame frame;
-    frame.origin = {std::trunc(x + 0.5), std::trunc(y + 0.5)};
-    frame.z = z;
     const double textScale = GetTextScale();
-    outputGlError(L"DrawFontAtlasText: BEFORE BeginArrays");
-    CFTGLFontAtlas* atlas = m_gFontManager.GetFontAtlas(m_gFontManager.GetCurrentFontIndex());
-    FontAtlasGlyphMetrics* font = atlas ? atlas->GetAtlasMetrics() : nullptr;
-    if (!font || !atlas->GetFontFace()) {
-        return E_INVALIDARG;
-    }
-
-    OpenTextBatch(*font, true);
-    TextExtent extent;
-    WalkGlyphs(*font, atlas->GetKerning(), text, [&](const FontAtlasGlyph& glyph, double left, double bottom) {
-        const double right = left + glyph.width;
-        const double top = bottom + glyph.height;
-        extent.Include(right, bottom, top);
-        const glm::vec2 lower(frame.origin.x + left, frame.origin.y + bottom);
-        const glm::vec2 upper(frame.origin.x + right, frame.origin.y + top);
-        AddGlyphQuad(*this, m_batch,
-                     {lower,
-                      {upper.x, lower.y},
-                      {lower.x, upper.y},
-                      upper,
-                      static_cast<float>(z),
-                      static_cast<float>(glyph.s0),
-                      static_cast<float>(glyph.s1),
-                      static_cast<float>(glyph.t0),
-                      static_cast<float>(glyph.t1)});
-    });
-    CloseTextBatch(*text != L'\0');
-    outputGlError(L"DrawFontAtlasText: AFTER  EndArrays");
-    DrawTextLines(atlas->GetFontParameters(), extent, frame);
-    if (textScale != 1.0) {
+    const long result = DrawString(*this, text, PlainFrame(x, y, z));
+    if (result == S_OK && textScale != 1.0) {
         PopMatrix(GL_MODELVIEW, L"DrawFontAtlasText");
     }
-    return S_OK;
+    return result;
 }
 
 void COpenGLView::DrawTeardownFontAtlasText(bool swap, bool checkErrors) {
     outputGlError(L"DrawTeardownFontAtlasText BEGIN:");
     FlushArrays();
     DisableClientState();
-    m_text.open = false;
     GLRenderingContextRecord& record = CurrentRecord();
+    TextSetup setup;
+    const bool open = PopFromBoundedStack(m_text.setups, setup);
     if (DrawsWithPrograms()) {
         if (record.textMatrixPushDepth > 0) {
             --record.textMatrixPushDepth;
@@ -168,20 +132,30 @@ void COpenGLView::DrawTeardownFontAtlasText(bool swap, bool checkErrors) {
                 PopCurrentMatrixFromStack(GL_MODELVIEW, record.matrixStacks);
             }
         }
-        if (m_text.replacedProjection) {
-            CurrentMath().Matrices().projection = *m_text.replacedProjection;
-            m_text.replacedProjection.reset();
+        if (setup.replacedProjection) {
+            CurrentMath().Matrices().projection = *setup.replacedProjection;
         }
         if (checkErrors) {
             outputGlError(L"DrawTeardownFontAtlasText");
         }
+    } else if (setup.replacedModelview) {
+        const unsigned int mode = record.attributes.matrixMode;
+        MatrixMode(GL_MODELVIEW);
+        ReplaceCurrentMatrix(*setup.replacedModelview);
+        MatrixMode(mode);
     }
-    // Crossed: the destination of before becomes the source. Hosts written against this rely on it.
-    BlendFunc(m_text.savedBlendDestination, m_text.savedBlendSource);
-    if (!DrawsWithPrograms() && !m_text.textureWasOn) {
+    if (m_text.IsRunOpen()) {
+        // The strings of the setup around this one go on.
+        BlendFunc(setup.savedBlendSource, setup.savedBlendDestination);
+    } else if (open) {
+        // Crossed: the destination of before becomes the source. Put back straight, what hosts draw after a run of
+        // strings would be blended by other factors than they have allowed for.
+        BlendFunc(setup.savedBlendDestination, setup.savedBlendSource);
+    }
+    if (open && !DrawsWithPrograms() && !setup.textureWasOn) {
         Disable(GL_TEXTURE_2D);
     }
-    if (!m_text.blendWasOn) {
+    if (open && !setup.blendWasOn) {
         Disable(GL_BLEND);
     }
     if (swap) {
@@ -190,8 +164,94 @@ void COpenGLView::DrawTeardownFontAtlasText(bool swap, bool checkErrors) {
     outputGlError(L"DrawTeardownFontAtlasText END:");
 }
 
+long COpenGLView::DrawTextString(unsigned int listBase, const wchar_t* text, const char* ansiText,
+                                 bool atRasterPosition, bool project, bool flag, double x, double y, double z) {
+    if (DrawsWithPrograms()) {
+        if (atRasterPosition) {
+            const std::array<double, 3> position = CurrentRecord().attributes.rasterPosition;
+            return DrawFontAtlasText(text, position[0], position[1], position[2], project, flag);
+        }
+        return DrawFontAtlasText(text, x, y, z, project, flag);
+    }
+    if (atRasterPosition) {
+        RasterPosition(x, y, z);
+    }
+    if (!text) {
+        DrawGLText(listBase, ansiText);
+        return S_OK;
+    }
+    DrawGLText(listBase, NarrowText(text).data());
+    return S_OK;
+}
+
+long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, const char* ansiText, bool atRasterPosition,
+                                                       bool project, double x, double y, double z, double scaleX,
+                                                       double scaleY, double scaleZ, double angleDegrees) {
+    if (!text && !ansiText) {
+        return E_INVALIDARG;
+    }
+    if (atRasterPosition) {
+        const std::array<double, 3>& position = CurrentRecord().attributes.rasterPosition;
+        x = position[0];
+        y = position[1];
+        z = position[2];
+    }
+    if (project) {
+        Project(x, y, z, &x, &y, &z, false);
+    }
+    if (!DrawsWithPrograms()) {
+        const std::array<char, kListTextBytes> narrow = text ? NarrowText(text) : std::array<char, kListTextBytes>{};
+        return DrawStringFromLists(*this, text ? narrow.data() : ansiText, {x, y, z}, {scaleX, scaleY, scaleZ},
+                                   angleDegrees);
+    }
+    const std::unique_ptr<wchar_t[]> wide = text ? nullptr : WideText(ansiText);
+    const wchar_t* characters = text ? text : wide.get();
+    if (!characters) {
+        return E_OUTOFMEMORY;
+    }
+    return DrawString(*this, characters, RotatedFrame({x, y, z}, scaleX, scaleY, angleDegrees));
+}
+
+void COpenGLView::DrawSetupTextOGL4(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY,
+                                    double scaleZ, double angleDegrees, double alignment) {
+    if (!DrawsWithPrograms()) {
+        return;
+    }
+    DrawSetupFontAtlasText(false, false, 0, 0.0, 0.0);
+    std::size_t length = 0;
+    double width = 0.0;
+    double height = 0.0;
+    GetTextStringDimensions(text, length, width, height);
+    glm::dmat4& modelview = CurrentMath().Matrices().modelview;
+    modelview = FrameWithin(modelview, {x, y, z}, {scaleX, scaleY, scaleZ}, angleDegrees, alignment * width);
+    DrawFontAtlasEnableClientState();
+    m_text.clientState = true;
+}
+
+void COpenGLView::DrawSetupText(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY,
+                                double scaleZ, double angleDegrees, double alignment) {
+    if (DrawsWithPrograms()) {
+        DrawSetupTextOGL4(x, y, z, text, scaleX, scaleY, scaleZ, angleDegrees, alignment);
+        return;
+    }
+    DrawSetupFontAtlasText(false, false, 0, 0.0, 0.0);
+    const TextLists& lists = CurrentRecord().objects.textLists;
+    if (lists.outline == 0) {
+        RasterPosition(x, y, z);
+        return;
+    }
+    const unsigned int mode = CurrentRecord().attributes.matrixMode;
+    const glm::dmat4 modelview = GetMatrix(GL_MODELVIEW);
+    m_text.setups.entries[m_text.setups.top].replacedModelview = modelview;
+    MatrixMode(GL_MODELVIEW);
+    ReplaceCurrentMatrix(FrameWithin(modelview, {x, y, z}, {scaleX, scaleY, scaleZ}, angleDegrees,
+                                     alignment * WidthFromOutlines(lists, text)));
+    MatrixMode(mode);
+    RasterPosition(0.0, 0.0, 0.0);
+}
+
 /// Draws the strings that wait for others. Everything else that the view does comes after them, so each operation that
-/// changes the batch or the current context calls this first, and CurrentGL does for all the others.
+/// changes the batch or the current context calls this first, and CallGL does for all the others.
 void COpenGLView::DrawWaitingVertices() {
     if (!m_batch.waiting) {
         return;
@@ -199,108 +259,16 @@ void COpenGLView::DrawWaitingVertices() {
     const GLRenderingContextRecord& record = CurrentRecord();
     const HGLRC current = wglGetCurrentContext();
     if (current == record.renderingContext) {
-        FlushArrays();
+        FlushStrings(*this);
         return;
     }
     // Another view has taken the thread's context in the meantime.
     const HDC currentDeviceContext = wglGetCurrentDC();
     if (wglMakeCurrent(record.deviceContext, record.renderingContext)) {
-        FlushArrays();
+        FlushStrings(*this);
         wglMakeCurrent(currentDeviceContext, current);
     }
     m_batch.waiting = false;
-}
-
-/// What a string has to be drawn with now. Glyphs that land on the pixels as they are get the sharp sampler.
-TextBinding COpenGLView::BindingForText(const FontAtlasGlyphMetrics& font, bool plainGlyphs) const {
-    const GLAttributes& attributes = CurrentRecord().attributes;
-    const MatrixSet& matrices = CurrentMath().Matrices();
-    TextBinding binding;
-    binding.texture = font.boundTexture;
-    binding.fontTextures = m_gFontTextures;
-    binding.modelview = matrices.modelview;
-    binding.projection = matrices.projection;
-    binding.viewport = attributes.viewport;
-    const TextBinding& bound = m_text.bound;
-    const bool sameView = binding.modelview == bound.modelview && binding.projection == bound.projection &&
-                          binding.viewport == bound.viewport;
-    binding.mapsToPixels = sameView ? bound.mapsToPixels : MapsToPixels();
-    binding.sampler = plainGlyphs && binding.mapsToPixels ? font.samplerName : 0;
-    binding.color = attributes.currentColor;
-    binding.transparency = attributes.textTransparency;
-    return binding;
-}
-
-/// Whether one unit of the model is one pixel, with x to the right and y upwards.
-bool COpenGLView::MapsToPixels() const {
-    const MatrixSet& matrices = CurrentMath().Matrices();
-    const std::array<int, 4>& viewport = CurrentRecord().attributes.viewport;
-    const glm::dmat4 clip = matrices.projection * matrices.modelview;
-    const double halfWidth = viewport[2] * 0.5;
-    const double halfHeight = viewport[3] * 0.5;
-    const bool flat = clip[0][3] == 0.0 && clip[1][3] == 0.0 && IsNear(clip[3][3], 1.0);
-    return flat && IsNear(clip[0][0] * halfWidth, 1.0) && IsNear(clip[0][1] * halfHeight, 0.0) &&
-           IsNear(clip[1][0] * halfWidth, 0.0) && IsNear(clip[1][1] * halfHeight, 1.0);
-}
-
-void COpenGLView::BindFont(const TextBinding& binding) {
-    DrawWaitingVertices();
-    CurrentRecord().objects.fontAtlasSampler = binding.sampler;
-    EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, binding.texture, GLShaderText);
-    m_text.bound = binding;
-}
-
-/// Opens the batch for a string in the current font. On a 4.x context it goes on behind the strings that wait there,
-/// when they look alike; where the font, the colour or a matrix has changed, they are drawn and the program is given
-/// the new values.
-void COpenGLView::OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs) {
-    if (DrawsWithPrograms()) {
-        UploadFontTexture(font);
-        const TextBinding wanted = BindingForText(font, plainGlyphs);
-        const bool bound = !NeedsBinding(*this, GLShaderText) && wanted == m_text.bound &&
-                           CurrentRecord().objects.fontAtlasTexture == wanted.texture;
-        if (bound && m_batch.waiting) {
-            return;
-        }
-        if (!bound) {
-            BindFont(wanted);
-        }
-    }
-    BeginArrays(GL_TRIANGLES, GLShaderText);
-}
-
-/// Ends a string. Within a run it stays in the batch for others to join.
-void COpenGLView::CloseTextBatch(bool mayWait) {
-    if (mayWait && m_text.open && DrawsWithPrograms()) {
-        m_batch.waiting = true;
-        return;
-    }
-    FlushArrays();
-}
-
-/// The lines under and through a string, as its font asks for them.
-void COpenGLView::DrawTextLines(const FontParameters& font, const TextExtent& extent, const TextFrame& frame) {
-    if (!font.underline && !font.strikeout) {
-        return;
-    }
-    LineWidth(1.0F);
-    BeginArrays(GL_LINES, GLShaderLine);
-    const GLAttributes& attributes = CurrentRecord().attributes;
-    const GLRGBAColor color = attributes.currentColor;
-    const auto alpha = static_cast<unsigned char>(color.a * attributes.textTransparency / 255);
-    const auto addLine = [&](double height) {
-        for (const double end : {0.0, extent.right}) {
-            const glm::dvec2 point = frame.At(end, height);
-            AddIndex3DVertexRGBA(point.x, point.y, frame.z, color.r, color.g, color.b, alpha);
-        }
-    };
-    if (font.underline) {
-        addLine(extent.lowest - kUnderlineGap);
-    }
-    if (font.strikeout) {
-        addLine((extent.lowest + extent.highest) * 0.5);
-    }
-    FlushArrays();
 }
 
 } // namespace KTR

@@ -26,8 +26,6 @@ namespace KTR {
 
 class GLCalls;
 struct ImageRows;
-struct TextExtent;
-struct TextFrame;
 struct TileSpan;
 
 /// Signatures of the WGL extension functions that the library uses.
@@ -54,7 +52,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  10. Client state              display/pipeline/ViewClientState.cpp
 ///  11. Programs and buffers      display/pipeline/ViewShaders.cpp, ViewBinding.cpp, ViewUniforms.cpp
 ///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
-///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewTurnedText.cpp, ViewRasterText.cpp
+///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Kept frames               display/images/ViewBackingStore.cpp
 ///
@@ -534,8 +532,9 @@ public:
     void Flush();
 
     // ---- 13. Text
-    // Coordinates have y growing upwards; a string's place is the left end of its baseline. Any UTF-16 text may be
-    // given; a character that the font lacks shows as the font's first. HRESULTs are results of CFTGLFontAtlas.
+    // Coordinates have y growing upwards; a string's place is the left end of its baseline. Places may lie as far from
+    // the origin as those of national grids. Any UTF-16 text may be given; a character that the font lacks shows as the
+    // font's first. HRESULTs are results of CFTGLFontAtlas.
     //
     // Fonts of the 4.x pipeline and what they measure. All views draw with the manager's current font. Implemented in
     // ViewFonts.cpp
@@ -566,7 +565,9 @@ public:
     /// GetFontAtlasTextSetup.
     ///
     /// Strings of a run that look alike wait in the batch and share a draw. Whatever else the view does draws them
-    /// first, so that nothing but speed tells; OpenGL calls of the host's own should wait for the teardown.
+    /// first, so that nothing but speed tells; OpenGL calls of the host's own should wait for the teardown, or come
+    /// after Flush. A setup within another one has a teardown of its own, after which the outer run goes on; 16 may
+    /// be open at a time.
     void DrawSetupFontAtlasText(bool pixelProjection, bool enableClientState, unsigned int value, double a, double b);
     /// What the last setup was given.
     void GetFontAtlasTextSetup(unsigned int& value, double& a, double& b) const;
@@ -581,10 +582,10 @@ public:
     /// E_INVALIDARG for a null text or without a current font.
     long DrawFontAtlasText(const wchar_t* text, double x, double y, double z, bool project, bool flag);
     /// Ends a run of strings: draws what is pending, takes the matrices back and turns off what was off. `swap`
-    /// presents the frame.
+    /// presents the frame. Without a setup it only draws and presents.
     ///
-    /// NOTE: the blend factors of before come back crossed, source as destination and destination as source. Hosts
-    /// written against this rely on it.
+    /// NOTE: the blend factors of before come back crossed, source as destination and destination as source: set your
+    /// own afterwards. Only a run within another one gives that its own factors back.
     void DrawTeardownFontAtlasText(bool swap, bool checkErrors);
     /// One string on either pipeline. On a 4.x context `text` is drawn from the current font, at the context's raster
     /// position with `atRasterPosition` and at (x, y, z) without. Elsewhere the 256 display lists at `listBase` draw
@@ -593,21 +594,25 @@ public:
     long DrawTextString(unsigned int listBase, const wchar_t* text, const char* ansiText, bool atRasterPosition,
                         bool project, bool flag, double x, double y, double z);
 
-    // Strings of any size and direction. Implemented in ViewTurnedText.cpp
+    // Strings of any size and direction. Implemented in ViewText.cpp
 
-    /// Draws a string that is scaled, then turned about its place by `angleDegrees` against the clock. Elsewhere than
-    /// on a 4.x context the outline lists made last draw it, or the raster lists, upright and unscaled. The other
-    /// parameters are those of DrawTextString. Between setup and teardown such strings share draws too.
+    /// Draws a string that is scaled, then rotated about its place by `angleDegrees` against the clock, at the raster
+    /// position with `atRasterPosition` and at (x, y, z) without, on either pipeline. `project` takes the place from
+    /// model to window coordinates first; `ansiText` counts where `text` is null. On a 4.x context the current font is
+    /// drawn with, and between setup and teardown such strings share draws too. Elsewhere the outline lists made last
+    /// draw it, or the raster lists, upright and unscaled. E_INVALIDARG without a text or without a font or lists.
     long DrawFontAtlasScaledRotatedTextString(const wchar_t* text, const char* ansiText, bool atRasterPosition,
                                               bool project, double x, double y, double z, double scaleX, double scaleY,
                                               double scaleZ, double angleDegrees);
-    /// Opens a run of strings in a frame of its own: there (0, 0, 0) is (x, y, z), everything is scaled and turned
+    /// Opens a run of strings in a frame of its own: there (0, 0, 0) is (x, y, z), everything is scaled and rotated
     /// about it. `alignment` moves the origin along `text`: 0 puts its left end on (x, y, z), 0.5 its middle, 1 its
     /// right end; a null `text` is not moved. DrawTeardownFontAtlasText takes the frame back. Nothing happens without a
     /// 4.x context.
     void DrawSetupTextOGL4(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY,
                            double scaleZ, double angleDegrees, double alignment);
-    /// The same on either pipeline; elsewhere than on a 4.x context it only sets the raster position to (x, y, z).
+    /// The same on either pipeline. Elsewhere than on a 4.x context the frame is for the outline lists made last, whose
+    /// base DrawTextString and DrawGLText are then given: they draw at the frame's origin. Without such lists this only
+    /// sets the raster position to (x, y, z).
     void DrawSetupText(double x, double y, double z, const wchar_t* text, double scaleX, double scaleY, double scaleZ,
                        double angleDegrees, double alignment);
 
@@ -620,16 +625,18 @@ public:
     long RefreshRasterFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color);
     /// Makes lists of filled outlines, one em high 1 unit. On a 4.x context as RefreshRasterFont.
     long RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, HFONT font, unsigned long color);
-    /// Draws at the raster position.
+    /// Draws at the raster position, in pixels of the window whatever the matrices are, and moves that to the end of
+    /// the string. On a 4.x context the matrices of this moment say where in the window it lies.
     void DrawGLText(unsigned int listBase, const char* text);
-    /// Sets the raster position, then draws there. The string takes the colour that is current here.
+    /// Sets the raster position, then draws there as DrawGLText. The string takes the colour that is current here.
     void DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z);
-    /// Draws outlines at (x, y, z), one em `scale` units high, turned by `angleDegrees` against the clock.
+    /// Draws outlines at (x, y, z), one em `scale` units high, rotated by `angleDegrees` against the clock and filled
+    /// whatever the polygon mode is.
     void DrawOutlineText(unsigned int listBase, const char* text, double x, double y, double z, double scale,
                          double angleDegrees);
     /// Gives `listBase` 256 new, empty lists; old ones are deleted. 0 where OpenGL has none and on a 4.x context.
     void InitializeDisplayList(unsigned int& listBase);
-    /// Deletes the lists and clears the name.
+    /// Deletes 256 lists of the current context's and clears the name; 0 does nothing.
     void DeleteFont(unsigned int& listBase);
 
     // ---- 14. Textures and images
@@ -885,20 +892,6 @@ private:
     inline bool TriangleFits(int index) const;
 
     void DrawWaitingVertices();
-    bool SelectUsableFont();
-    void UploadFontTexture(FontAtlasGlyphMetrics& font);
-    void DeleteTaggedFontNames();
-    void DeleteFontTextures(bool contextIsCurrent);
-    TextBinding BindingForText(const FontAtlasGlyphMetrics& font, bool plainGlyphs) const;
-    bool MapsToPixels() const;
-    void BindFont(const TextBinding& binding);
-    void OpenTextBatch(FontAtlasGlyphMetrics& font, bool plainGlyphs);
-    void CloseTextBatch(bool mayWait);
-    void DrawTextLines(const FontParameters& font, const TextExtent& extent, const TextFrame& frame);
-    long LoadGdiFont(HDC deviceContext, HFONT font, unsigned long color);
-    void MakeBlankLists(HDC deviceContext, unsigned int listBase);
-    void DrawOutlineLists(unsigned int listBase, const char* text, const glm::dvec3& position, const glm::dvec3& scale,
-                          double angleDegrees);
 
     /// State without a settled meaning: a view has it, a copy takes it over, and nothing reads it.
     struct Reserved {
@@ -982,7 +975,6 @@ private:
     OwnedObjects m_owned;
     TextState m_text;
 
-    static unsigned long long m_gFontTextures; ///< made and deleted so far
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;
     static HGLRC m_gCurrentRenderingContext; ///< the pair that the library made current last

@@ -18,8 +18,8 @@
 using FontBytes = std::vector<unsigned char>;
 
 /// A request as a host makes it from a GDI font.
-inline FontParameters FontRequest(const wchar_t* face, int points, bool bold = false, bool italic = false) {
-    FontParameters request;
+inline KTR::FontParameters FontRequest(const wchar_t* face, int points, bool bold = false, bool italic = false) {
+    KTR::FontParameters request;
     request.faceName = face;
     request.pointSize = points;
     request.bold = bold;

@@ -33,7 +33,11 @@ INSTANTIATE_TEST_SUITE_P(Fonts, Grid,
                                          GridCase{"one_row_is_as_wide_as_many", 1, 30, 20, 100, 90, 20, 1800, true},
                                          GridCase{"cell_wider_than_the_texture", 3, 65, 1, 64, 65, 3, 195, false},
                                          GridCase{"beyond_32_bits", 1'114'112, 32'767, 32'767, 32'768, 32'767,
-                                                  36'506'107'904, 1'196'195'637'690'368, false}),
+                                                  36'506'107'904, 1'196'195'637'690'368, false},
+                                         GridCase{"cell_without_width", 10, 0, 10, 100, 0, 0, 0, false},
+                                         GridCase{"cell_without_height", 10, 10, 0, 100, 0, 0, 0, false},
+                                         GridCase{"no_characters", 0, 10, 10, 100, 0, 0, 0, false},
+                                         GridCase{"negative", 10, -3, -3, 100, 0, 0, 0, false}),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
 constexpr FT_Int32 kDrawnFlags = FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT | FT_LOAD_TARGET_MONO;

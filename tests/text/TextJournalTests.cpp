@@ -1,7 +1,11 @@
-#include "support/FontFile.h"
 #include "support/Loggers.h"
 #include "support/Picture.h"
 #include "support/RecordedFixture.h"
+#include "support/TextFixture.h"
+#include "support/TextSink.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/spdlog.h>
 
 #include <functional>
 
@@ -37,14 +41,20 @@ protected:
     void DrawString(const wchar_t* text, double x, double y) const {
         EXPECT_EQ(View().DrawFontAtlasText(text, x, y, 0.0, false, false), S_OK);
     }
-    static void UseFont(COpenGLView& view, int points, unsigned char underline = 0, unsigned char strikeout = 0) {
-        FontParameters request = FontRequest(L"arial", points);
-        request.underline = underline;
-        request.strikeout = strikeout;
-        request.logicalFont.lfUnderline = underline;
-        request.logicalFont.lfStrikeOut = strikeout;
-        EXPECT_EQ(view.SetUpNewFont(request), S_OK);
+    /// The quarter of the window whose lower left corner is (left, bottom), the upper row first.
+    std::string Quarter(int left, int bottom) const {
+        const Picture picture = TakePicture(View(), 128, 128);
+        std::string rows;
+        for (int y = bottom + 63; y >= bottom; --y) {
+            for (int x = left; x < left + 64; ++x) {
+                rows += picture.At(x, y) == kBlack ? '.' : '#';
+            }
+            rows.erase(rows.find_last_not_of('.') + 1);
+            rows += '\n';
+        }
+        return rows;
     }
+    const COrrinGLCement& Functions() const { return *View().GetContextRecord(GLContextMain).glCement; }
     /// Mode and count of each draw.
     std::vector<std::pair<int, int>> Draws() const {
         std::vector<std::pair<int, int>> draws;
@@ -223,7 +233,7 @@ class TextLines : public Text, public testing::WithParamInterface<LineCase> {};
 
 TEST_P(TextLines, SpanTheStringInItsColor) {
     const LineCase& test = GetParam();
-    UseFont(View(), 14, test.underline, test.strikeout);
+    UseFont(View(), 14, test.underline != 0, test.strikeout != 0);
     View().Color(10, 20, 30, 200);
     View().DrawSetupTextTransparency(128);
     Setup();
@@ -247,7 +257,7 @@ TEST_P(TextLines, SpanTheStringInItsColor) {
     std::vector<double> wanted;
     for (const double y : {lowest - 2.0, (lowest + highest) * 0.5}) {
         if (y < lowest ? test.underline : test.strikeout) {
-            wanted.insert(wanted.end(), {20.0, y, 0.0, right, y, 0.0});
+            wanted.insert(wanted.end(), {0.0, y - 40.0, 0.0, right - 20.0, y - 40.0, 0.0});
         }
     }
     const std::vector<DriverCall> draws = driver.Journal("glDrawArrays");
@@ -348,6 +358,261 @@ TEST_F(Text, FontThatGoesWhileAnotherViewHasItBoundIsNotMistakenForItsSuccessor)
     EXPECT_EQ(driver.LiveObjects(DriverObject::Sampler), 1U) << "the old font's are gone";
 }
 
+// A map loads an image between two labels. What binds the texture unit of the strings must not become their font.
+TEST_F(Text, WhateverElseUsesTheTextureUnitLeavesStringsTheirFont) {
+    struct Case {
+        const char* name;
+        std::function<void(COpenGLView&, unsigned int texture, unsigned int sampler)> act;
+    };
+    const std::vector<Pixel> white(64, kWhite);
+    const PointXYZ corners[] = {{70, 70, 0}, {72, 70, 0}, {72, 72, 0}, {70, 72, 0}};
+    const Case cases[] = {
+        {"image loaded",
+         [&](COpenGLView& view, unsigned int texture, unsigned int sampler) {
+             view.LoadGLImage(GL_TEXTURE0, GL_RGBA, 8, 8, 1, GL_LINEAR, white.data(), texture, sampler);
+         }},
+        {"image drawn",
+         [&](COpenGLView& view, unsigned int, unsigned int) {
+             view.DrawImage(70, 70, 78, 78, 0, GL_RGBA, 8, 8, 1, GL_NEAREST, white.data());
+         }},
+        {"quadrilateral",
+         [&](COpenGLView& view, unsigned int texture, unsigned int sampler) {
+             view.DrawTexturedQuadrilateral(texture, sampler, corners, nullptr);
+         }},
+        {"texture of the host's own",
+         [](COpenGLView& view, unsigned int texture, unsigned int) {
+             view.Flush();
+             view.GetContextRecord(GLContextMain).glCement->glBindTexture(GL_TEXTURE_2D, texture);
+         }},
+        {"font texture of another size",
+         [](COpenGLView& view, unsigned int texture, unsigned int) {
+             view.EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, texture, GLShaderText);
+         }},
+    };
+    unsigned int texture = 0;
+    unsigned int sampler = 0;
+    ASSERT_EQ(View().LoadGLImage(GL_TEXTURE0, GL_RGBA, 8, 8, 1, GL_NEAREST, white.data(), texture, sampler), S_OK);
+    for (const Case& test : cases) {
+        live->Clear();
+        Setup();
+        DrawString(L"Ab", 4.0, 4.0);
+        test.act(View(), texture, sampler);
+        DrawString(L"Ab", 4.0, 68.0);
+        Teardown();
+        EXPECT_EQ(Quarter(0, 64), Quarter(0, 0)) << test.name;
+    }
+    View().DeleteTextureAndSamplerNames(texture, sampler);
+}
+
+// A host that draws with a program of its own between two strings finds neither of them drawn with it.
+TEST_F(Text, StringWithoutARunIsDrawnWithTheTextProgram) {
+    View().Enable(GL_BLEND);
+    View().BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    DrawString(L"Ab", 4.0, 4.0);
+    Functions().glUseProgram(0);
+    DrawString(L"Ab", 4.0, 68.0);
+    EXPECT_EQ(Quarter(0, 64), Quarter(0, 0));
+    View().DisableClientState();
+}
+
+// A host that makes glyph textures itself hands over their names.
+TEST_F(Text, StringsAreDrawnWithTheNamesThatTheFontWasGiven) {
+    const FontAtlasGlyphMetrics& font = *COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics();
+    const FontAtlasGlyph& glyph = font.glyphs[font.characterMap[L'H']];
+    const int boxPixels = static_cast<int>(glyph.width * glyph.height);
+    const std::vector<unsigned char> ink(64, 255);
+    for (const bool uploadedBefore : {false, true}) {
+        if (uploadedBefore) {
+            Setup();
+            DrawString(L"H", 4.0, 4.0);
+            Teardown();
+        }
+        unsigned int oldTexture = 0;
+        unsigned int oldSampler = 0;
+        COpenGLView::m_gFontManager.GetCurrentFontTextureAndSamplerId(oldTexture, oldSampler);
+        View().DeleteTextureAndSamplerNames(oldTexture, oldSampler);
+        unsigned int texture = 0;
+        unsigned int sampler = 0;
+        ASSERT_EQ(View().LoadGLImage(GL_TEXTURE0, GL_RED, 8, 8, 1, GL_NEAREST, ink.data(), texture, sampler), S_OK);
+        ASSERT_EQ(COpenGLView::m_gFontManager.SetCurrentFontTextureAndSamplerId(texture, sampler), S_OK);
+        live->Clear();
+        Setup();
+        DrawString(L"H", 4.0, 4.0);
+        Teardown();
+        EXPECT_EQ(live->CountDrawn(), boxPixels) << "a texture full of ink";
+        EXPECT_EQ(font.boundTexture, texture);
+        View().DeleteTextureAndSamplerNames(texture, sampler);
+        COpenGLView::m_gFontManager.SetCurrentFontTextureAndSamplerId(0, 0);
+    }
+}
+
+// Hosts free the texture bytes once they are uploaded. The next share group needs them once more.
+TEST_F(Text, FontWhoseBytesWereReleasedIsBuiltAgainForTheNextContexts) {
+    Setup();
+    DrawString(L"Ab", 4.0, 4.0);
+    Teardown();
+    const int wanted = live->CountDrawn();
+    CFTGLFontAtlas& atlas = *COpenGLView::m_gFontManager.GetFontAtlas(0);
+    for (const bool enableClientState : {true, false}) {
+        atlas.ReleaseRawTexture();
+        live.reset();
+        live = Open();
+        View().DrawSetupFontAtlasText(true, enableClientState, 0, 0.0, 0.0);
+        DrawString(L"Ab", 4.0, 4.0);
+        Teardown();
+        EXPECT_EQ(live->CountDrawn(), wanted);
+        EXPECT_EQ(atlas.GetRawTexture(), nullptr) << "as the host wanted it";
+    }
+}
+
+// A string of a large map is drawn wherever the view looks, and shares its draw with all others.
+TEST_F(Text, StringsShareADrawWhereverTheyStand) {
+    View().MatrixMode(GL_PROJECTION);
+    View().Ortho(500'000.0, 500'128.0, 4'500'000.0, 4'500'128.0, -1.0, 1.0);
+    driver.JournalOnly({"glDrawArrays"});
+    const auto drawsOf = [&](const std::vector<std::pair<double, double>>& places) {
+        driver.StartJournal();
+        View().DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+        for (const auto& [x, y] : places) {
+            DrawString(L"H", x, y);
+        }
+        Teardown();
+        return Draws().size();
+    };
+    EXPECT_EQ(drawsOf({{500'010.0, 4'500'010.0}, {500'100.0, 4'500'010.0}, {0.0, 0.0}, {900'000.0, 5'000'000.0}}), 1U);
+    EXPECT_EQ(drawsOf({{0.0, 0.0}, {1.0, 1.0}, {900'000.0, 5'000'000.0}}), 1U) << "nothing of them shows";
+    const std::string alone = [&] {
+        live->Clear();
+        drawsOf({{500'010.0, 4'500'010.0}});
+        return Quarter(0, 0);
+    }();
+    live->Clear();
+    EXPECT_EQ(drawsOf({{0.0, 0.0}, {500'010.0, 4'500'010.0}, {500'100.0, 4'500'100.0}, {0.0, 0.0}}), 2U)
+        << "one for what came before the first that shows";
+    EXPECT_EQ(Quarter(0, 0), alone) << "a float near 4,500,000 is half a pixel off";
+}
+
+// What a host draws after a string stands where its matrices say.
+TEST_F(Text, PlaceOfAStringIsNotThatOfWhatFollows) {
+    UseFont(View(), 12, true);
+    driver.JournalOnly({"glDrawArrays"});
+    Setup();
+    DrawString(L"H", 40.0, 40.0);
+    live->Clear();
+    View().BeginArrays(GL_LINES, GLShaderLine);
+    View().AddIndex2DVertexRGBA(0.0, 10.5, 255, 0, 0, 255);
+    View().AddIndex2DVertexRGBA(128.0, 10.5, 255, 0, 0, 255);
+    View().EndArrays();
+    EXPECT_EQ(live->At(64, 10), kRed);
+    Teardown();
+}
+
+// A layer that draws its labels calls one that does the same.
+TEST_F(Text, SetupWithinASetupGivesTheOuterOneEverythingBack) {
+    View().BlendFunc(GL_ONE, GL_ZERO);
+    View().MatrixMode(GL_PROJECTION);
+    View().Ortho(-1000.0, 1000.0, -500.0, 500.0, -1.0, 1.0);
+    View().MatrixMode(GL_MODELVIEW);
+    View().Translate(7.0, 0.0, 0.0);
+    const auto state = [this] {
+        const GLAttributes& attributes = View().GetContextRecord(GLContextMain).attributes;
+        return std::tuple{View().GetMatrix(GL_PROJECTION), View().GetMatrix(GL_MODELVIEW), attributes.blendSource,
+                          attributes.blendDestination, int{View().IsOpenGLStateEnabled(GL_BLEND)}};
+    };
+    const auto host = state();
+    Setup();
+    const auto outer = state();
+    DrawString(L"Ab", 4.0, 4.0);
+    View().DrawSetupText(60.0, 80.0, 0.0, L"x", 2.0, 2.0, 1.0, 30.0, 0.5);
+    DrawString(L"x", 0.0, 0.0);
+    Setup();
+    Teardown();
+    Teardown();
+    EXPECT_EQ(state(), outer);
+    DrawString(L"Ab", 68.0, 4.0);
+    Teardown();
+    EXPECT_EQ(Quarter(64, 0), Quarter(0, 0));
+    EXPECT_EQ(std::get<0>(state()), std::get<0>(host));
+    EXPECT_EQ(std::get<1>(state()), std::get<1>(host));
+    EXPECT_EQ(View().GetContextRecord(GLContextMain).attributes.blendSource, static_cast<unsigned>(GL_ZERO))
+        << "crossed";
+    EXPECT_EQ(std::get<4>(state()), 0);
+    EXPECT_EQ(View().GetContextRecord(GLContextMain).modelviewPushDepth, 0);
+    driver.JournalOnly({"glBlendFunc", "glDisable"});
+    driver.StartJournal();
+    Teardown();
+    EXPECT_EQ(driver.JournalText(), Lines{}) << "there is nothing to give back";
+}
+
+/// Makes every kind of state that says how pixels are read from memory differ from what glyphs want.
+void MisreadPixels(const COrrinGLCement& gl, unsigned int& buffer) {
+    gl.glPixelStorei(GL_UNPACK_ALIGNMENT, 8);
+    gl.glPixelStorei(GL_UNPACK_ROW_LENGTH, 77);
+    gl.glPixelStorei(GL_UNPACK_SKIP_ROWS, 3);
+    gl.glPixelStorei(GL_UNPACK_SKIP_PIXELS, 5);
+    gl.glPixelStorei(GL_UNPACK_LSB_FIRST, GL_TRUE);
+    gl.glPixelStorei(GL_UNPACK_SWAP_BYTES, GL_TRUE);
+    gl.glGenBuffers(1, &buffer);
+    gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, buffer);
+    gl.glBufferData(GL_PIXEL_UNPACK_BUFFER, 4096, nullptr, GL_STATIC_DRAW);
+}
+
+void ExpectMisreading(const COrrinGLCement& gl, unsigned int buffer) {
+    const struct {
+        unsigned int name;
+        int value;
+    } settings[] = {{GL_UNPACK_ALIGNMENT, 8},
+                    {GL_UNPACK_ROW_LENGTH, 77},
+                    {GL_UNPACK_SKIP_ROWS, 3},
+                    {GL_UNPACK_SKIP_PIXELS, 5},
+                    {GL_UNPACK_LSB_FIRST, 1},
+                    {GL_UNPACK_SWAP_BYTES, 1},
+                    {GL_PIXEL_UNPACK_BUFFER_BINDING, static_cast<int>(buffer)}};
+    for (const auto& setting : settings) {
+        int value = -1;
+        gl.glGetIntegerv(setting.name, &value);
+        EXPECT_EQ(value, setting.value) << std::hex << setting.name;
+    }
+    gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
+    gl.glDeleteBuffers(1, &buffer);
+}
+
+TEST_F(Text, HostsPixelStateAndPolygonModeChangeNoGlyph) {
+    Setup();
+    DrawString(L"Ab", 4.0, 4.0);
+    Teardown();
+    const std::string wanted = Quarter(0, 0);
+    unsigned int texture = 0;
+    unsigned int sampler = 0;
+    COpenGLView::m_gFontManager.GetCurrentFontTextureAndSamplerId(texture, sampler);
+    View().DeleteTextureAndSamplerNames(texture, sampler);
+    COpenGLView::m_gFontManager.SetCurrentFontTextureAndSamplerId(0, 0);
+    unsigned int buffer = 0;
+    MisreadPixels(Functions(), buffer);
+    View().PolygonMode(GL_FRONT_AND_BACK, GL_LINE);
+    live->Clear();
+    Setup();
+    DrawString(L"Ab", 4.0, 4.0);
+    Teardown();
+    ExpectMisreading(Functions(), buffer);
+    EXPECT_EQ(Quarter(0, 0), wanted);
+}
+
+// Lists that a host made for its other context are its to delete wherever it is.
+TEST_F(Text, ListsAreDeletedOnEveryContext) {
+    for (const bool initialize : {true, false}) {
+        unsigned int lists = Functions().glGenLists(256);
+        ASSERT_EQ(driver.LiveObjects(DriverObject::DisplayList), 256U);
+        if (initialize) {
+            View().InitializeDisplayList(lists);
+        } else {
+            View().DeleteFont(lists);
+        }
+        EXPECT_EQ(lists, 0U);
+        EXPECT_EQ(driver.LiveObjects(DriverObject::DisplayList), 0U);
+    }
+}
+
 TEST_F(Text, NamesOfAnEvictedFontWaitForAContext) {
     UseFont(View(), 20);
     Setup();
@@ -421,8 +686,7 @@ protected:
         live.Clear();
         live->Color(255, 255, 255);
     }
-    ~ListText() override { DeleteObject(font); }
-    HFONT font = CreateFontW(-16, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, ANSI_CHARSET, 0, 0, 0, 0, L"Arial");
+    GdiArial font;
     LiveView live;
     unsigned int lists = 0;
 };
@@ -481,6 +745,46 @@ TEST_F(ListText, SetupTurnsOffTextureAndBlendingAndTeardownCrossesTheFactors) {
                                            "glBlendFunc(770, 1)", "glDisable(3553)", "glDisable(3042)"}));
 }
 
+// Without lists there is no font. List base 0 would run whatever lists the host has there.
+TEST_F(ListText, ScaledStringWithoutListsDrawsNothing) {
+    driver.JournalOnly({"glCallLists"});
+    driver.StartJournal();
+    EXPECT_EQ(
+        live->DrawFontAtlasScaledRotatedTextString(L"AB", nullptr, false, false, 6.0, 2.0, 0.0, 2.0, 2.0, 1.0, 90.0),
+        E_INVALIDARG);
+    EXPECT_EQ(driver.JournalText(), Lines{});
+}
+
+TEST_F(ListText, NewListsAreInTheTrace) {
+    const auto sink = std::make_shared<TextSink>();
+    const auto logger = std::make_shared<spdlog::logger>("OrrinLogger", sink);
+    logger->set_level(spdlog::level::trace);
+    COpenGLView::RegisterLogger(logger);
+    live->InitializeDisplayList(lists);
+    live->DeleteFont(lists);
+    spdlog::drop("OrrinLogger");
+    EXPECT_EQ(sink->texts, (Lines{"initializeDisplayList(): END", "glDeleteLists: END"}));
+}
+
+TEST_F(ListText, HostsPixelStateChangesNoBitmap) {
+    const auto draw = [this] {
+        EXPECT_EQ(live->RefreshRasterFont(live.window.DeviceContext(), lists, font, 0), S_OK);
+        live.Clear();
+        live->DrawRasterText(lists, "A b", 20.0, 30.0, 0.0);
+        return TakePicture(*live.view, 128, 128).pixels;
+    };
+    const std::vector<Pixel> wanted = draw();
+    const COrrinGLCement& gl = *live->GetContextRecord(GLContextMain).glCement;
+    unsigned int buffer = 0;
+    MisreadPixels(gl, buffer);
+    ASSERT_EQ(live->RefreshRasterFont(live.window.DeviceContext(), lists, font, 0), S_OK);
+    ExpectMisreading(gl, buffer);
+    live.Clear();
+    live->DrawRasterText(lists, "A b", 20.0, 30.0, 0.0);
+    EXPECT_EQ(TakePicture(*live.view, 128, 128).pixels, wanted);
+    live->DeleteFont(lists);
+}
+
 // Bounds of what is drawn, from the lower left.
 struct Bounds {
     int left = 128, bottom = 128, right = -1, top = -1;
@@ -511,11 +815,11 @@ TEST_F(ListText, BitmapsStandOnTheRasterPosition) {
 }
 
 // The quarter turn and the doubled size must hold on the fixed-function pipeline too, for what outlines can do.
-TEST_F(ListText, OutlinesAreScaledAndTurnedAboutTheirPlace) {
+TEST_F(ListText, OutlinesAreScaledAndRotatedAboutTheirPlace) {
     ASSERT_EQ(live->RefreshOutlineFont(live.window.DeviceContext(), lists, font, 0), S_OK);
     const glm::dmat4 before = live->GetMatrix(GL_MODELVIEW);
     EXPECT_EQ(
-        live->DrawFontAtlasScaledRotatedTextString(L"HHH", nullptr, true, false, 60.0, 20.0, 0.0, 2.0, 2.0, 1.0, 90.0),
+        live->DrawFontAtlasScaledRotatedTextString(L"HHH", nullptr, false, false, 60.0, 20.0, 0.0, 2.0, 2.0, 1.0, 90.0),
         S_OK);
     EXPECT_EQ(live->GetMatrix(GL_MODELVIEW), before);
     const Picture picture = TakePicture(*live.view, 128, 128);

@@ -1,5 +1,5 @@
 #include "support/CoveragePicture.h"
-#include "support/FontFile.h"
+#include "support/TextFixture.h"
 #include "support/TextSink.h"
 
 #include <ft2build.h>
@@ -33,12 +33,6 @@ protected:
     static void Begin(const LiveView& view) {
         view.Clear();
         view->Color(255, 255, 255);
-    }
-    /// One string, pixel by pixel, from `x`, `y`.
-    static void DrawOn(COpenGLView& view, const wchar_t* text, double x, double y) {
-        view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
-        EXPECT_EQ(view.DrawFontAtlasText(text, x, y, 0.0, false, false), S_OK);
-        view.DrawTeardownFontAtlasText(false, true);
     }
     Picture Taken() const { return TakePicture(View(), kWidth, kHeight); }
 
@@ -90,7 +84,7 @@ TEST_P(PlainText, HasTheAtlasPixelsAtThePlacesThatTheMeasuresName) {
     const FontCase& test = GetParam();
     FontParameters request = FontRequest(test.face, test.points, test.bold, test.italic);
     ASSERT_EQ(View().SetUpNewFont(request), S_OK);
-    DrawOn(View(), test.text.c_str(), 10.4, 39.5);
+    DrawInPixels(View(), test.text.c_str(), 10.4, 39.5);
     const Picture drawn = Taken();
     EXPECT_GT(drawn.CountDrawn(), 40);
     EXPECT_EQ(CoverageRows(drawn), CoverageRows(ExpectedText(test.text, 10, 40)));
@@ -112,7 +106,7 @@ TEST_F(TextPictures, StepsOfAStringAreInTheTrace) {
     const auto logger = std::make_shared<spdlog::logger>("OrrinLogger", sink);
     logger->set_level(spdlog::level::trace);
     COpenGLView::RegisterLogger(logger);
-    DrawOn(View(), L"a", 10.0, 10.0);
+    DrawInPixels(View(), L"a", 10.0, 10.0);
     EXPECT_EQ(View().DrawFontAtlasText(nullptr, 0.0, 0.0, 0.0, false, false), E_INVALIDARG);
     spdlog::drop("OrrinLogger");
     std::vector<std::string> steps;
@@ -134,7 +128,7 @@ TEST_F(TextPictures, KernedPairsMoveTogether) {
     ASSERT_EQ(COpenGLView::m_gFontManager.DoesCurrentFontHaveKerning(), 1);
     for (int time = 0; time < 2; ++time) {
         live->Clear();
-        DrawOn(View(), L"AVAV", 10.0, 40.0);
+        DrawInPixels(View(), L"AVAV", 10.0, 40.0);
         const Picture apart = ExpectedText(L"AVAV", 10, 40);
         const Picture drawn = Taken();
         const auto rightmost = [](const Picture& picture) {
@@ -162,26 +156,11 @@ struct GoldenCase {
     Drawing draw;
 };
 
-void UseFont(COpenGLView& view, bool underline, bool strikeout) {
-    FontParameters request = FontRequest(L"arial", 14);
-    request.underline = underline;
-    request.strikeout = strikeout;
-    request.logicalFont.lfUnderline = underline;
-    request.logicalFont.lfStrikeOut = strikeout;
-    ASSERT_EQ(view.SetUpNewFont(request), S_OK);
-}
-
-void DrawTurned(COpenGLView& view, const wchar_t* text, double x, double y, double scale, double angleDegrees) {
+void DrawRotated(COpenGLView& view, const wchar_t* text, double x, double y, double scale, double angleDegrees) {
     view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
     EXPECT_EQ(view.DrawFontAtlasScaledRotatedTextString(text, nullptr, false, false, x, y, 0.0, scale, scale, 1.0,
                                                         angleDegrees),
               S_OK);
-    view.DrawTeardownFontAtlasText(false, true);
-}
-
-void DrawPlain(COpenGLView& view, const wchar_t* text, double x, double y) {
-    view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
-    EXPECT_EQ(view.DrawFontAtlasText(text, x, y, 0.0, false, false), S_OK);
     view.DrawTeardownFontAtlasText(false, true);
 }
 
@@ -193,31 +172,31 @@ TEST_P(GoldenText, LooksAsItDid) {
 }
 
 const GoldenCase kGoldenCases[] = {
-    {"plain", 0, [](COpenGLView& view) { DrawPlain(view, L"Agj\u00c4 1:500", 8, 40); }},
+    {"plain", 0, [](COpenGLView& view) { DrawInPixels(view, L"Agj\u00c4 1:500", 8, 40); }},
     {"underlined", 0,
      [](COpenGLView& view) {
-         UseFont(view, true, false);
-         DrawPlain(view, L"Via Appia", 8, 40);
+         UseFont(view, 14, true, false);
+         DrawInPixels(view, L"Via Appia", 8, 40);
      }},
     {"struck_out", 0,
      [](COpenGLView& view) {
-         UseFont(view, false, true);
-         DrawPlain(view, L"Via Appia", 8, 40);
+         UseFont(view, 14, false, true);
+         DrawInPixels(view, L"Via Appia", 8, 40);
      }},
     {"transparent", 0,
      [](COpenGLView& view) {
          view.DrawSetupTextTransparency(128);
-         DrawPlain(view, L"Dunst", 8, 40);
+         DrawInPixels(view, L"Dunst", 8, 40);
      }},
-    {"turned_30", 1, [](COpenGLView& view) { DrawTurned(view, L"Rhein 210 m", 20, 10, 1.0, 30.0); }},
-    {"turned_90", 0, [](COpenGLView& view) { DrawTurned(view, L"Rhein", 40, 10, 1.0, 90.0); }},
-    {"turned_200_underlined", 1,
+    {"rotated_30", 1, [](COpenGLView& view) { DrawRotated(view, L"Rhein 210 m", 20, 10, 1.0, 30.0); }},
+    {"rotated_90", 0, [](COpenGLView& view) { DrawRotated(view, L"Rhein", 40, 10, 1.0, 90.0); }},
+    {"rotated_200_underlined", 1,
      [](COpenGLView& view) {
-         UseFont(view, true, true);
-         DrawTurned(view, L"Rhein km 3", 140, 70, 1.0, 200.0);
+         UseFont(view, 14, true, true);
+         DrawRotated(view, L"Rhein km 3", 140, 70, 1.0, 200.0);
      }},
-    {"scaled_2_5", 1, [](COpenGLView& view) { DrawTurned(view, L"Rg\u00e9", 8, 30, 2.5, 0.0); }},
-    {"scaled_0_6_turned", 1, [](COpenGLView& view) { DrawTurned(view, L"Kirchgasse 17", 20, 70, 0.6, -20.0); }},
+    {"scaled_2_5", 1, [](COpenGLView& view) { DrawRotated(view, L"Rg\u00e9", 8, 30, 2.5, 0.0); }},
+    {"scaled_0_6_rotated", 1, [](COpenGLView& view) { DrawRotated(view, L"Kirchgasse 17", 20, 70, 0.6, -20.0); }},
     {"frame_centred", 1,
      [](COpenGLView& view) {
          view.DrawSetupText(100, 40, 0, L"Mitte", 1.5, 1.5, 1.0, 15.0, 0.5);

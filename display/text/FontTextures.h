@@ -1,0 +1,23 @@
+#pragma once
+
+// The texture and the sampler of each font. The share group keeps them, so that each view finds them there.
+
+#include "../view/OpenGLView.h"
+
+namespace KTR {
+
+/// Makes the current font's texture and sampler, if it has none yet. A font whose bytes were released is built again
+/// for that; a result other than S_OK tells that this failed, and the font has no record any more.
+long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas);
+
+/// Deletes the names of a font that had to go. They wait as long as no context of the share group is current.
+void DeleteTaggedFontNames(COpenGLView& view);
+
+/// The fonts stay loaded, but have to be uploaded again: their share group goes. Without a current context of the group
+/// the names are only forgotten and go with it.
+void DeleteFontTextures(COpenGLView& view, bool contextIsCurrent);
+
+/// Font textures made and deleted so far. Names are used again; a name from before a change is not to be trusted.
+unsigned long long FontTextureChanges();
+
+} // namespace KTR

@@ -1,0 +1,314 @@
+#include "StringDrawing.h"
+
+#include "../view/ViewAccess.h"
+#include "FontTextures.h"
+#include "MatrixScope.h"
+
+#include <cmath>
+
+namespace KTR {
+
+namespace {
+
+constexpr double kRadiansPerDegree = 0.017453292519943295;
+
+/// Distance of the underline from the lowest pixels of a string.
+constexpr double kUnderlineGap = 2.0;
+
+/// How far a matrix may be off and still put each glyph's texel on a pixel of its own.
+constexpr double kPixelTolerance = 1e-6;
+
+/// A place so many half windows from the middle of the view still counts as shown: its string may reach into it.
+constexpr double kShownHalfWindows = 2.0;
+
+/// How far the quad of a rotated glyph reaches beyond its pixels, in pixels: half of one, over which the filter lets
+/// the edge fade.
+constexpr double kFade = 0.5;
+
+bool IsNear(double value, double wanted) {
+    return std::abs(value - wanted) <= kPixelTolerance;
+}
+
+/// Quarters of a turn, when the angle is a whole number of them; -1 otherwise.
+int QuarterTurns(double angleDegrees) {
+    const double quarters = angleDegrees / 90.0;
+    if (quarters != std::floor(quarters)) {
+        return -1;
+    }
+    return static_cast<int>(quarters - 4.0 * std::floor(quarters / 4.0));
+}
+
+/// Cosine and sine; exact for quarter turns, so that glyphs rotated by them can stay on the pixels.
+glm::dvec2 DirectionOf(double angleDegrees) {
+    constexpr glm::dvec2 quarters[] = {{1.0, 0.0}, {0.0, 1.0}, {-1.0, 0.0}, {0.0, -1.0}};
+    if (const int turns = QuarterTurns(angleDegrees); turns >= 0) {
+        return quarters[turns];
+    }
+    const double radians = angleDegrees * kRadiansPerDegree;
+    return {std::cos(radians), std::sin(radians)};
+}
+
+glm::dvec2 RoundedToUnits(double x, double y) {
+    return {std::trunc(x + 0.5), std::trunc(y + 0.5)};
+}
+
+/// The sides of a cell whose neighbour has ink right behind them, where a quad must not reach over.
+struct GlyphMargins {
+    double left = 0.0;
+    double right = 0.0;
+    double below = 0.0;
+    double above = 0.0;
+};
+
+GlyphMargins MarginsOf(const FontAtlasGlyphMetrics& font, const FontAtlasGlyph& glyph) {
+    const auto cell = static_cast<int>(&glyph - font.glyphs);
+    const bool inkOnTheLeft = cell % font.columns != 0 && (&glyph)[-1].width >= font.cellWidth;
+    const bool inkAbove = cell >= font.columns && (&glyph)[-font.columns].height >= font.cellHeight;
+    return {inkOnTheLeft ? 0.0 : kFade, glyph.width >= font.cellWidth ? 0.0 : kFade,
+            glyph.height >= font.cellHeight ? 0.0 : kFade, inkAbove ? 0.0 : kFade};
+}
+
+CFTGLFontAtlas* CurrentAtlas() {
+    const CFTGLFontManager& fonts = COpenGLView::m_gFontManager;
+    return fonts.GetFontAtlas(fonts.GetCurrentFontIndex());
+}
+
+/// Whether one unit of the model is one pixel, with x to the right and y upwards.
+bool MapsToPixels(const COpenGLView& view) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const std::array<int, 4>& viewport = ViewAccess::CurrentRecord(view).attributes.viewport;
+    const glm::dmat4 clip = matrices.projection * matrices.modelview;
+    const double halfWidth = viewport[2] * 0.5;
+    const double halfHeight = viewport[3] * 0.5;
+    const bool flat = clip[0][3] == 0.0 && clip[1][3] == 0.0 && IsNear(clip[3][3], 1.0);
+    return flat && IsNear(clip[0][0] * halfWidth, 1.0) && IsNear(clip[0][1] * halfHeight, 0.0) &&
+           IsNear(clip[1][0] * halfWidth, 0.0) && IsNear(clip[1][1] * halfHeight, 1.0);
+}
+
+/// What a string has to be drawn with now. Glyphs that land on the pixels as they are get the sharp sampler.
+TextBinding BindingFor(COpenGLView& view, const FontAtlasGlyphMetrics& font, bool plain) {
+    const GLAttributes& attributes = ViewAccess::CurrentRecord(view).attributes;
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    TextBinding binding;
+    binding.texture = font.textureName;
+    binding.fontTextures = FontTextureChanges();
+    binding.modelview = matrices.modelview;
+    binding.projection = matrices.projection;
+    binding.viewport = attributes.viewport;
+    const TextBinding& bound = ViewAccess::Text(view).bound;
+    const bool sameView = binding.modelview == bound.modelview && binding.projection == bound.projection &&
+                          binding.viewport == bound.viewport;
+    binding.mapsToPixels = sameView ? bound.mapsToPixels : MapsToPixels(view);
+    binding.sampler = plain && binding.mapsToPixels ? font.samplerName : 0;
+    binding.color = attributes.currentColor;
+    binding.transparency = attributes.textTransparency;
+    return binding;
+}
+
+bool Shows(const COpenGLView& view, const glm::dvec3& place) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const glm::dvec4 clip = matrices.projection * (matrices.modelview * glm::dvec4(place, 1.0));
+    const double reach = kShownHalfWindows * clip.w;
+    return clip.w > 0.0 && std::abs(clip.x) <= reach && std::abs(clip.y) <= reach;
+}
+
+/// The origin for strings at and around a place. Where z only decides what hides what it stays out of it: depths must
+/// come out as those of the host's own geometry at the same z.
+glm::dvec3 OriginAt(const COpenGLView& view, const glm::dvec3& place) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const glm::dvec4 zInClip = matrices.projection * matrices.modelview[2];
+    const bool zMoves = zInClip.x != 0.0 || zInClip.y != 0.0 || zInClip.w != 0.0;
+    return {place.x, place.y, zMoves ? place.z : 0.0};
+}
+
+/// Makes the text program current with everything that it reads. Nothing that is bound already counts: only strings
+/// that wait know that nobody has used OpenGL since.
+void BindFont(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextBinding& binding, const glm::dvec3& origin) {
+    const MatrixScope matrices(view, ClipMatrixFrom(view, origin));
+    ViewAccess::CurrentRecord(view).objects.fontAtlasSampler = binding.sampler;
+    view.EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, binding.texture, GLShaderText);
+    font.boundTexture = binding.texture;
+    TextState& text = ViewAccess::Text(view);
+    text.bound = binding;
+    text.origin = origin;
+}
+
+/// Opens the batch for a string and returns the origin of its positions there. On a 4.x context it goes on behind the
+/// strings that wait there, when they look alike.
+///
+/// Positions become floats relative to an origin, or labels of a national grid would stand up to half a metre off. The
+/// first string's place serves all that follow: those in the view are near enough to it, and where the others are does
+/// not show. Only when it does not show itself, the first string that does begins another draw.
+glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextFrame& frame) {
+    if (!view.DrawsWithPrograms()) {
+        view.BeginArrays(GL_TRIANGLES, GLShaderText);
+        return {};
+    }
+    TextState& text = ViewAccess::Text(view);
+    const TextBinding wanted = BindingFor(view, font, frame.plain);
+    const bool looksAlike = ViewAccess::Batch(view).waiting && wanted == text.bound;
+    if (looksAlike && (text.originShows || !Shows(view, frame.place))) {
+        return text.origin;
+    }
+    ViewAccess::CallGL(view);
+    BindFont(view, font, wanted, OriginAt(view, frame.place));
+    text.originShows = Shows(view, frame.place);
+    view.BeginArrays(GL_TRIANGLES, GLShaderText);
+    return text.origin;
+}
+
+/// Ends a string. Within a run it stays in the batch for others to join.
+void CloseTextBatch(COpenGLView& view, bool mayWait) {
+    if (mayWait && ViewAccess::Text(view).IsRunOpen() && view.DrawsWithPrograms()) {
+        ViewAccess::Batch(view).waiting = true;
+        return;
+    }
+    FlushStrings(view);
+}
+
+/// The quads of a string. Those of characters without pixels are left out where a quad reaches beyond its glyph: the
+/// neighbours' ink would show there.
+TextExtent AddGlyphs(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text, const TextFrame& frame,
+                     const glm::dvec3& origin, double* advance) {
+    const FontAtlasGlyphMetrics& font = *atlas.GetAtlasMetrics();
+    VertexBatchState& batch = ViewAccess::Batch(view);
+    const auto z = static_cast<float>(frame.place.z - origin.z);
+    const double texelWidth = 1.0 / font.textureWidth;
+    const double texelHeight = 1.0 / font.textureHeight;
+    TextExtent extent;
+    const double end = WalkGlyphs(font, atlas.GetKerning(), text, [&](const FontAtlasGlyph& glyph, double x, double y) {
+        extent.Include(x + glyph.width, y, y + glyph.height);
+        GlyphMargins margins;
+        if (!frame.plain) {
+            if (glyph.width == 0.0 || glyph.height == 0.0) {
+                return;
+            }
+            margins = MarginsOf(font, glyph);
+        }
+        const glm::dvec2 corner = frame.At(x - margins.left, y - margins.below, origin);
+        const glm::dvec2 across = frame.along * (margins.left + glyph.width + margins.right);
+        const glm::dvec2 upwards = frame.up * (margins.below + glyph.height + margins.above);
+        AddGlyphQuad(view, batch,
+                     {corner, corner + across, corner + upwards, corner + across + upwards, z,
+                      static_cast<float>(glyph.s0 - margins.left * texelWidth),
+                      static_cast<float>(glyph.s1 + margins.right * texelWidth),
+                      static_cast<float>(glyph.t0 - margins.above * texelHeight),
+                      static_cast<float>(glyph.t1 + margins.below * texelHeight)});
+    });
+    if (advance) {
+        *advance = end;
+    }
+    return extent;
+}
+
+/// The lines under and through a string, as its font asks for them.
+void DrawTextLines(COpenGLView& view, const FontParameters& font, const TextExtent& extent, const TextFrame& frame) {
+    if (!font.underline && !font.strikeout) {
+        return;
+    }
+    view.LineWidth(1.0F);
+    const bool programs = view.DrawsWithPrograms();
+    const glm::dvec3 origin = programs ? OriginAt(view, frame.place) : glm::dvec3(0.0);
+    if (programs) {
+        const MatrixScope matrices(view, ClipMatrixFrom(view, origin));
+        view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderLine);
+    }
+    view.BeginArrays(GL_LINES, GLShaderLine);
+    const GLAttributes& attributes = ViewAccess::CurrentRecord(view).attributes;
+    const GLRGBAColor color = attributes.currentColor;
+    const auto alpha = static_cast<unsigned char>(color.a * attributes.textTransparency / 255);
+    const auto addLine = [&](double height) {
+        for (const double end : {0.0, extent.right}) {
+            const glm::dvec2 point = frame.At(end, height, origin);
+            view.AddIndex3DVertexRGBA(point.x, point.y, frame.place.z - origin.z, color.r, color.g, color.b, alpha);
+        }
+    };
+    if (font.underline) {
+        addLine(extent.lowest - kUnderlineGap);
+    }
+    if (font.strikeout) {
+        addLine((extent.lowest + extent.highest) * 0.5);
+    }
+    view.FlushArrays();
+    if (programs) {
+        // The host's next lines stand where its matrices say.
+        view.BindMatricesToShaderProgram(view.GetCurrentContextType(), GLShaderLine);
+    }
+}
+
+/// Sees to it that the current font can be drawn with: when it was not built, the default font becomes current. Null
+/// without that.
+CFTGLFontAtlas* UsableFont(COpenGLView& view) {
+    CFTGLFontManager& fonts = COpenGLView::m_gFontManager;
+    if (CFTGLFontAtlas* atlas = CurrentAtlas(); atlas && atlas->GetAtlasMetrics()) {
+        return atlas;
+    }
+    int defaultFont = 0;
+    CFTGLFontAtlas* atlas = fonts.GetFontAtlas(defaultFont);
+    if (!atlas || !atlas->GetAtlasMetrics()) {
+        return nullptr;
+    }
+    fonts.SetCurrentFontIndex(defaultFont);
+    ViewAccess::Text(view).currentFont = defaultFont;
+    return atlas;
+}
+
+} // namespace
+
+TextFrame PlainFrame(double x, double y, double z) {
+    TextFrame frame;
+    frame.place = glm::dvec3(RoundedToUnits(x, y), z);
+    return frame;
+}
+
+TextFrame RotatedFrame(const glm::dvec3& place, double scaleX, double scaleY, double angleDegrees) {
+    const glm::dvec2 direction = DirectionOf(angleDegrees);
+    TextFrame frame;
+    frame.plain = scaleX == 1.0 && scaleY == 1.0 && QuarterTurns(angleDegrees) >= 0;
+    frame.place = frame.plain ? glm::dvec3(RoundedToUnits(place.x, place.y), place.z) : place;
+    frame.along = direction * scaleX;
+    frame.up = glm::dvec2(-direction.y, direction.x) * scaleY;
+    return frame;
+}
+
+long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, double* advance) {
+    view.outputGlError(L"DrawFontAtlasText: BEFORE BeginArrays");
+    CFTGLFontAtlas* atlas = CurrentAtlas();
+    if (!atlas || !atlas->GetAtlasMetrics() || !atlas->GetFontFace()) {
+        return E_INVALIDARG;
+    }
+    if (view.DrawsWithPrograms()) {
+        if (const long result = UploadFontTexture(view, *atlas); result != S_OK) {
+            return result;
+        }
+    }
+    const glm::dvec3 origin = OpenTextBatch(view, *atlas->GetAtlasMetrics(), frame);
+    const TextExtent extent = AddGlyphs(view, *atlas, text, frame, origin, advance);
+    CloseTextBatch(view, *text != L'\0');
+    view.outputGlError(L"DrawFontAtlasText: AFTER  EndArrays");
+    DrawTextLines(view, atlas->GetFontParameters(), extent, frame);
+    return S_OK;
+}
+
+void FlushStrings(COpenGLView& view) {
+    view.FlushArrays();
+    const ContextObjects& objects = ViewAccess::CurrentRecord(view).objects;
+    const bool displaced = ViewAccess::Text(view).origin != glm::dvec3(0.0);
+    if (displaced && view.DrawsWithPrograms() && objects.currentShader == GLShaderText && objects.boundProgram != 0) {
+        view.BindMatricesToShaderProgram(view.GetCurrentContextType(), GLShaderText);
+    }
+}
+
+bool BindCurrentFont(COpenGLView& view) {
+    ViewAccess::CallGL(view);
+    DeleteTaggedFontNames(view);
+    CFTGLFontAtlas* atlas = UsableFont(view);
+    if (!atlas || UploadFontTexture(view, *atlas) != S_OK) {
+        return false;
+    }
+    FontAtlasGlyphMetrics& font = *atlas->GetAtlasMetrics();
+    BindFont(view, font, BindingFor(view, font, true), glm::dvec3(0.0));
+    return true;
+}
+
+} // namespace KTR

@@ -1,0 +1,25 @@
+#pragma once
+
+// The one way of strings into the batch, upright or rotated, with the lines under and through them. Strings are drawn
+// in the manager's current font and the view's current colour.
+
+#include "GlyphRun.h"
+
+namespace KTR {
+
+/// A place rounded to whole units, half upwards, and the string's pixels as units of the model.
+TextFrame PlainFrame(double x, double y, double z);
+/// Scaled, then rotated against the clock about its place. A string of its own size along the axes is plain.
+TextFrame RotatedFrame(const glm::dvec3& place, double scaleX, double scaleY, double angleDegrees);
+
+/// E_INVALIDARG without a current font. `advance` receives the pixels from the string's place to that of the next.
+long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, double* advance = nullptr);
+
+/// Draws the strings that are pending, and gives the text program the matrices that hold for everybody else.
+void FlushStrings(COpenGLView& view);
+
+/// Binds the current font, for strings of their own size. False when there is none and no default font to take its
+/// place.
+bool BindCurrentFont(COpenGLView& view);
+
+} // namespace KTR
