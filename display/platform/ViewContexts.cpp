@@ -443,7 +443,7 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
         if (type == GLContextMain) {
-            DeleteKeptFrameTextures();
+            DeleteBackingStoreTextures(*this);
             const CriticalSectionLock lock(m_gcsOpenGLConstructor);
             LeaveStockPrograms(true);
         }
@@ -481,7 +481,7 @@ void COpenGLView::LeaveStockPrograms(bool contextIsCurrent) {
 /// current any more; then its objects are left to go with it.
 void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
-    ForgetKeptFrameOf(type);
+    ForgetBackingStoreFrame(*this, type);
     if (type != GLContextMain || !record.renderingContext || record.borrowedContext) {
         return;
     }
@@ -489,7 +489,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     const bool holdsArrays = std::any_of(record.objects.vertexArrays.begin(), record.objects.vertexArrays.end(),
                                          [](unsigned int vertexArray) { return vertexArray != 0; });
     const bool isMaster = record.renderingContext == m_gMasterContext;
-    const bool holdsFrame = m_keptFrame.colorTexture != 0;
+    const bool holdsFrame = m_backingStoreFrame.colorTexture != 0;
     if (m_batch.ring.vertexBuffer != 0 || holdsArrays || holdsFrame || (isMaster && m_gStockProgramsTried)) {
         const HDC previousDeviceContext = wglGetCurrentDC();
         const HGLRC previousContext = wglGetCurrentContext();
@@ -502,7 +502,7 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
         record.current = record.current || current;
         if (current) {
             DeleteAttributeBuffers();
-            DeleteKeptFrameTextures();
+            DeleteBackingStoreTextures(*this);
         }
         LeaveStockPrograms(current);
         SelectRecord(previousType);
@@ -518,10 +518,10 @@ void COpenGLView::ReleaseObjectsOfDyingContext(GLRenderingContextTypes type) {
     m_textureRequest.textureSampler = 0;
     m_requestedTexture.texture = 0;
     m_requestedTexture.sampler = 0;
-    m_keptFrame.colorTexture = 0;
-    m_keptFrame.colorSampler = 0;
-    m_keptFrame.depthTexture = 0;
-    m_keptFrame.depthSampler = 0;
+    m_backingStoreFrame.colorTexture = 0;
+    m_backingStoreFrame.colorSampler = 0;
+    m_backingStoreFrame.depthTexture = 0;
+    m_backingStoreFrame.depthSampler = 0;
     record.objects.vertexArrays = {};
     record.objects.boundProgram = 0;
     record.objects.number = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../Export.h"
+#include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../pipeline/ShaderData.h"
 #include "../pipeline/Tesselator.h"
@@ -24,10 +25,8 @@ class logger;
 namespace KTR {
 
 class GLCalls;
-struct ImageRows;
 struct TextExtent;
 struct TextFrame;
-struct TileSpan;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -843,47 +842,10 @@ private:
     void DeleteCachedTexturesOfGroup();
     static void ForgetTextureGroup(const void* shareGroup);
 
-    long UploadImage(const ImageRows& rows, unsigned int textureUnit, unsigned int filter, unsigned int& texture,
-                     unsigned int& sampler);
-    bool FillTexture(const ImageRows& rows, unsigned int filter);
-    void SetUpSampler(unsigned int sampler, unsigned int filter);
-    long LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool pads, unsigned int filter,
-                  unsigned int& texture, unsigned int& sampler);
-    long DrawTiles(const ImageRows& image, double modelWidth, double modelHeight, unsigned int filter);
-    void DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool padded, double modelWidth,
-                  double modelHeight);
-    bool HasContext() const;
-    struct ImageDrawing;
-    ImageDrawing BeginImageDrawing(const glm::dvec3& origin, unsigned int texture, unsigned int sampler);
-    void DrawQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
-    void EndImageDrawing(const ImageDrawing& before);
-    void SetMatrices(const glm::dmat4& projection, const glm::dmat4& modelview);
-
     static void NumberSegments(GLVBO& vbo);
     void ReleaseRingFences();
     void DrawBatch(int count);
     void DrawBatchFromRing(int start, int count);
-
-    struct DrawingState;
-    /// A rectangle of the kept frame and the window pixel of its lower left corner.
-    struct FramePart {
-        int sourceX = 0;
-        int sourceY = 0;
-        int width = 0;
-        int height = 0;
-        int targetX = 0;
-        int targetY = 0;
-    };
-    void FreeBackingStore();
-    void ForgetKeptFrameOf(GLRenderingContextTypes type);
-    void DeleteKeptFrameTextures();
-    long KeepFrame(int x, int y, int width, int height);
-    bool FrameFits(unsigned long sizeInBytes) const;
-    void DrawFrameWithPrograms(const FramePart& part, bool depth);
-    void DrawFrameWithFixedFunctions(const FramePart& part);
-    DrawingState KeepDrawingState();
-    void ReturnDrawingState(const DrawingState& state);
-    void BindTextureUnit(unsigned int unit, unsigned int texture, unsigned int sampler);
 
     friend class GLTesselator;
     void AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
@@ -914,30 +876,6 @@ private:
     struct ScalarState {
         unsigned __int64 leading[5] = {};
     };
-    struct BackingStore {
-        int saved = 0;
-        int allocatedWidth = 0;
-        int allocatedHeight = 0;
-        int requestedWidth = 0;
-        int requestedHeight = 0;
-        unsigned __int64 rgbaBytes = 0;
-        unsigned __int64 secondBytes = 0;
-        unsigned char* rgba = nullptr;   ///< malloc
-        unsigned char* second = nullptr; ///< malloc
-    };
-    /// What the backing store holds, and what it was taken from. A copy of a view has no such frame.
-    struct KeptFrame {
-        int width = 0;
-        int height = 0;
-        int windowWidth = 0; ///< client size when it was kept
-        int windowHeight = 0;
-        HGLRC context = nullptr; ///< where it was drawn; null when there is no frame
-        bool depth = false;      ///< the depths are kept too
-        unsigned int colorTexture = 0;
-        unsigned int colorSampler = 0;
-        unsigned int depthTexture = 0;
-        unsigned int depthSampler = 0;
-    };
     struct TextureRequest {
         bool requested = false; ///< a texture was asked of the cache
         unsigned int activeTexture = 0;
@@ -964,7 +902,7 @@ private:
     VertexBatchState m_batch;
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
-    KeptFrame m_keptFrame;
+    BackingStoreFrame m_backingStoreFrame;
     CString m_name; ///< given to the creation calls
     TextureRequest m_textureRequest;
     GLTextureObject m_requestedTexture;

@@ -17,6 +17,19 @@ struct ViewAccess {
     static GLCalls CurrentGL(const COpenGLView& view) { return view.CurrentGL(); }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
+    /// True when the thread's context is the one that the view selected last. Asked of the system: of another view's
+    /// selection, of a failed one and of a window that is gone the record knows nothing. What deletes or loads GL
+    /// objects asks here first.
+    static bool HasCurrentContext(const COpenGLView& view) {
+        const HGLRC context = view.CurrentRecord().renderingContext;
+        return context && wglGetCurrentContext() == context;
+    }
+    static COpenGLMath& CurrentMath(const COpenGLView& view) { return view.CurrentMath(); }
+    static const ShaderData& StockProgram(GLShaderTypes type) { return COpenGLView::m_gShaderSet.programs[type]; }
+    static auto& Textures(COpenGLView& view) { return view.m_textureRequest; }
+    static auto& Owned(COpenGLView& view) { return view.m_owned; }
+    static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
+    static BackingStoreFrame& StoredFrame(COpenGLView& view) { return view.m_backingStoreFrame; }
 };
 
 } // namespace KTR
