@@ -1,54 +1,13 @@
 #include "../view/OpenGLView.h"
 
-#include "../platform/GLCalls.h"
+#include "../pipeline/PixelStoreScope.h"
+#include "../view/ViewAccess.h"
 
 #include <GL/glext.h>
 
 #include <cwchar>
 
 namespace KTR {
-
-namespace {
-
-/// How pixels are read from memory. While it lives they lie close together, whatever the host has set.
-class ClosePixelRows {
-public:
-    explicit ClosePixelRows(const GLCalls& gl) : m_gl(gl) {
-        for (std::size_t index = 0; index < std::size(kSettings); ++index) {
-            m_gl.glGetIntegerv(kSettings[index].name, &m_before[index]);
-            m_gl.glPixelStorei(kSettings[index].name, kSettings[index].value);
-        }
-        // With a buffer bound, addresses would be taken for offsets into it.
-        if (m_gl.Has(&GLEntryPoints::glBindBuffer)) {
-            m_gl.glGetIntegerv(GL_PIXEL_UNPACK_BUFFER_BINDING, &m_bufferBefore);
-            m_gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-        }
-    }
-    ~ClosePixelRows() {
-        for (std::size_t index = 0; index < std::size(kSettings); ++index) {
-            m_gl.glPixelStorei(kSettings[index].name, m_before[index]);
-        }
-        if (m_gl.Has(&GLEntryPoints::glBindBuffer)) {
-            m_gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(m_bufferBefore));
-        }
-    }
-    ClosePixelRows(const ClosePixelRows&) = delete;
-    ClosePixelRows& operator=(const ClosePixelRows&) = delete;
-
-private:
-    struct Setting {
-        GLenum name;
-        GLint value;
-    };
-    static constexpr Setting kSettings[] = {
-        {GL_UNPACK_ALIGNMENT, 1}, {GL_UNPACK_ROW_LENGTH, 0}, {GL_UNPACK_SKIP_ROWS, 0}, {GL_UNPACK_SKIP_PIXELS, 0}};
-
-    const GLCalls& m_gl;
-    GLint m_before[std::size(kSettings)] = {};
-    GLint m_bufferBefore = 0;
-};
-
-} // namespace
 
 unsigned long long COpenGLView::m_gFontTextures = 0;
 
@@ -141,7 +100,7 @@ void COpenGLView::UploadFontTexture(FontAtlasGlyphMetrics& font) {
     gl.glGenTextures(1, &texture);
     gl.glBindTexture(GL_TEXTURE_2D, texture);
     {
-        const ClosePixelRows rows(gl);
+        const PixelStoreScope rows(gl, PixelDirection::Unpack, {});
         gl.glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, width, height, 0, GL_RED, GL_UNSIGNED_BYTE, coverage);
     }
     TexParameter(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
