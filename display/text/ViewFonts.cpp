@@ -133,7 +133,7 @@ void COpenGLView::UploadFontTexture(FontAtlasGlyphMetrics& font) {
 void COpenGLView::DeleteTaggedFontNames() {
     unsigned int texture = 0;
     unsigned int sampler = 0;
-    const bool current = DrawsWithPrograms() && IsMyContextCurrent(m_currentContext);
+    const bool current = DrawsWithPrograms() && ViewAccess::HasCurrentContext(*this);
     if (!current || !m_gFontManager.GetTagedForDeletionTextureAndSamplerNames(texture, sampler)) {
         return;
     }

@@ -3,6 +3,7 @@
 #include "../Export.h"
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
+#include "../images/TextureRequest.h"
 #include "../pipeline/ShaderData.h"
 #include "../pipeline/Tesselator.h"
 #include "../pipeline/VertexBatch.h"
@@ -836,12 +837,6 @@ private:
     void Uniform4f(int location, const glm::vec4& value);
     void Uniform4fv(int location, const float* values);
 
-    const void* TextureGroup() const;
-    void DeleteCachedTexture(GLTextureObject* entry, POSITION position);
-    bool TakeFromCache(const GLTextureObject& entry, bool makeActive);
-    void DeleteCachedTexturesOfGroup();
-    static void ForgetTextureGroup(const void* shareGroup);
-
     static void NumberSegments(GLVBO& vbo);
     void ReleaseRingFences();
     void DrawBatch(int count);
@@ -876,14 +871,6 @@ private:
     struct ScalarState {
         unsigned __int64 leading[5] = {};
     };
-    struct TextureRequest {
-        bool requested = false; ///< a texture was asked of the cache
-        unsigned int activeTexture = 0;
-        unsigned int activeSampler = 0;  ///< of fixed-function contexts
-        unsigned int textureSampler = 0; ///< what programs read the active texture through
-        unsigned int shaderTexture = 0;
-        unsigned int shaderSampler = 0;
-    };
     /// What the destructor frees, whatever an assignment has put into the visible members.
     struct OwnedObjects {
         GLTesselator* tesselator = nullptr;
@@ -904,6 +891,7 @@ private:
     BackingStore m_backingStore;
     BackingStoreFrame m_backingStoreFrame;
     CString m_name; ///< given to the creation calls
+    TextureUser m_textureUser{*this};
     TextureRequest m_textureRequest;
     GLTextureObject m_requestedTexture;
     GLTesselator* m_tesselator = nullptr;

@@ -26,7 +26,8 @@ struct ViewAccess {
     }
     static COpenGLMath& CurrentMath(const COpenGLView& view) { return view.CurrentMath(); }
     static const ShaderData& StockProgram(GLShaderTypes type) { return COpenGLView::m_gShaderSet.programs[type]; }
-    static auto& Textures(COpenGLView& view) { return view.m_textureRequest; }
+    static TextureRequest& Textures(COpenGLView& view) { return view.m_textureRequest; }
+    static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
     static auto& Owned(COpenGLView& view) { return view.m_owned; }
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
     static BackingStoreFrame& StoredFrame(COpenGLView& view) { return view.m_backingStoreFrame; }
