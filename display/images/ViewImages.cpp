@@ -6,13 +6,16 @@
 #include "DrawingStateScope.h"
 #include "ImageRows.h"
 #include "ImageUpload.h"
+#include "TexturedQuadrilateral.h"
 
 #include <GL/glext.h>
 
 #include <glm/gtc/matrix_transform.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <exception>
+#include <span>
 
 namespace KTR {
 
@@ -30,7 +33,7 @@ constexpr GLTexCoords kWholeTexture[] = {{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.
 class ImageDrawing {
 public:
     ImageDrawing(COpenGLView& view, const glm::dvec3& origin, unsigned int texture, unsigned int sampler)
-        : m_state(view, DrawnThing::Image) {
+        : m_view(view), m_state(view, DrawnThing::Image) {
         m_state.PrepareForDrawing();
         // One matrix, formed in double precision: map coordinates and the view's offset cancel before they are rounded.
         MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
@@ -51,7 +54,18 @@ public:
     ImageDrawing(const ImageDrawing&) = delete;
     ImageDrawing& operator=(const ImageDrawing&) = delete;
 
+    /// What is drawn from now on shows another texture.
+    void UseTexture(unsigned int texture, unsigned int sampler) const {
+        const GLCalls gl = ViewAccess::CallGL(m_view);
+        if (m_view.DrawsWithPrograms()) {
+            BindTextureUnit(gl, 0, texture, sampler);
+        } else {
+            gl.glBindTexture(GL_TEXTURE_2D, texture);
+        }
+    }
+
 private:
+    COpenGLView& m_view;
     DrawingStateScope m_state;
 };
 
@@ -59,7 +73,7 @@ void BeginQuadrilaterals(COpenGLView& view) {
     view.BeginArrays(GL_TRIANGLES, GLShaderTextureDecal);
 }
 
-/// Positions are relative to the origin of ImageDrawing.
+/// Adds one whose positions are relative to the origin of ImageDrawing.
 void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoords* coordinates) {
     const float transparency = ViewAccess::CurrentRecord(view).attributes.textureTransparency;
     const auto alpha = static_cast<unsigned char>(std::lround(transparency * 255.0F));
@@ -67,6 +81,26 @@ void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoo
         view.AddTextureDataCurrentIndex(coordinates[corner].s, coordinates[corner].t);
         view.AddIndex3DVertexRGBA(corners[corner].x, corners[corner].y, corners[corner].z, 255, 255, 255, alpha);
     }
+}
+
+/// The same for positions that are not yet.
+void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoords* coordinates,
+                      const glm::dvec3& origin) {
+    PointXYZ relative[4];
+    for (int corner = 0; corner < 4; ++corner) {
+        relative[corner] = {corners[corner].x - origin.x, corners[corner].y - origin.y, corners[corner].z - origin.z};
+    }
+    AddQuadrilateral(view, relative, coordinates);
+}
+
+/// The point in the middle of what the view shows, where its matrices have one. A layer may reach far beyond the
+/// window; what is seen of it is near this point, and keeps its digits.
+glm::dvec3 OriginInView(const COpenGLView& view, const PointXYZ& otherwise) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const glm::dvec4 middle = glm::inverse(matrices.projection * matrices.modelview) * glm::dvec4(0.0, 0.0, 0.0, 1.0);
+    const glm::dvec3 origin = glm::dvec3(middle) / middle.w;
+    const bool finite = std::isfinite(origin.x) && std::isfinite(origin.y) && std::isfinite(origin.z);
+    return finite ? origin : glm::dvec3(otherwise.x, otherwise.y, otherwise.z);
 }
 
 /// Loads what a tile's texture holds of an image, pixels without data treated. With `pads` the texture's sides become
@@ -193,14 +227,41 @@ long COpenGLView::DrawTexturedQuadrilateral(unsigned int texture, unsigned int s
     if (!ViewAccess::HasCurrentContext(*this)) {
         return E_FAIL;
     }
-    const PointXYZ& origin = corners[0];
-    PointXYZ relative[4];
-    for (int corner = 0; corner < 4; ++corner) {
-        relative[corner] = {corners[corner].x - origin.x, corners[corner].y - origin.y, corners[corner].z - origin.z};
-    }
-    const ImageDrawing drawing(*this, {origin.x, origin.y, origin.z}, texture, sampler);
+    const glm::dvec3 origin(corners[0].x, corners[0].y, corners[0].z);
+    const ImageDrawing drawing(*this, origin, texture, sampler);
     BeginQuadrilaterals(*this);
-    AddQuadrilateral(*this, relative, coordinates ? coordinates : kWholeTexture);
+    AddQuadrilateral(*this, corners, coordinates ? coordinates : kWholeTexture, origin);
+    EndArrays();
+    return S_OK;
+}
+
+long COpenGLView::DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadrilaterals, std::size_t count) {
+    if (count == 0) {
+        return S_OK;
+    }
+    if (!quadrilaterals) {
+        return E_INVALIDARG;
+    }
+    const std::span all(quadrilaterals, count);
+    if (std::any_of(all.begin(), all.end(), [](const TexturedQuadrilateral& one) { return one.texture == 0; })) {
+        return E_INVALIDARG;
+    }
+    if (!ViewAccess::HasCurrentContext(*this)) {
+        return E_FAIL;
+    }
+    const glm::dvec3 origin = OriginInView(*this, all.front().corners[0]);
+    const TexturedQuadrilateral* before = &all.front();
+    const ImageDrawing drawing(*this, origin, before->texture, before->sampler);
+    BeginQuadrilaterals(*this);
+    for (const TexturedQuadrilateral& one : all) {
+        if (one.texture != before->texture || one.sampler != before->sampler) {
+            EndArrays();
+            drawing.UseTexture(one.texture, one.sampler);
+            BeginQuadrilaterals(*this);
+        }
+        AddQuadrilateral(*this, one.corners, one.coordinates, origin);
+        before = &one;
+    }
     EndArrays();
     return S_OK;
 }

@@ -28,6 +28,7 @@ namespace KTR {
 class GLCalls;
 struct TextExtent;
 struct TextFrame;
+struct TexturedQuadrilateral;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -705,10 +706,14 @@ public:
     /// Draws a texture over a quadrilateral: 4 corners in order around it, in model coordinates, and their 4 texture
     /// coordinates (null: the whole texture, its lower left at the first corner, counter-clockwise). It is drawn as two
     /// triangles that meet between the first and third corner; cut what is no parallelogram into small pieces.
-    /// E_INVALIDARG for no texture and no corners.
+    /// E_INVALIDARG for no texture and no corners, E_FAIL without a current context.
     long DrawTexturedQuadrilateral(unsigned int texture, unsigned int sampler, const PointXYZ* corners,
                                    const GLTexCoords* coordinates);
-    /// The same with the active texture of the cache.
+    /// Draws several, for layers of many tiles: one set-up for all, and one draw for those of one texture and sampler
+    /// that follow each other, so order them by texture where they do not overlap. S_OK for none. E_INVALIDARG, before
+    /// anything is drawn, for a null pointer to some and where one has no texture.
+    long DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadrilaterals, std::size_t count);
+    /// DrawTexturedQuadrilateral with the active texture of the cache.
     long Draw2DTextureOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
     /// What images drawn or loaded from now on show where a pixel has exactly the colour `marker`: nothing, or the
     /// colour `paint`. Before the first call no colour is a marker.
