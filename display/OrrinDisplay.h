@@ -3,6 +3,7 @@
 /// Everything that a host needs to draw with OrrinDisplay.dll. The way in is KTR::COpenGLView.
 
 #include "images/BitmapFile.h"
+#include "images/TexturedQuadrilateral.h"
 #include "pipeline/ShaderFiles.h"
 #include "platform/Notice.h"
 #include "platform/OrrinGLCement.h"

@@ -1,6 +1,11 @@
 #include "../view/OpenGLView.h"
 
-#include "../platform/GLCalls.h"
+#include "../pipeline/PixelStoreScope.h"
+#include "../pipeline/TextureUnit.h"
+#include "../view/ViewAccess.h"
+
+#include "BackingStore.h"
+#include "DrawingStateScope.h"
 
 #include <GL/glext.h>
 
@@ -55,49 +60,138 @@ Span VisibleSpan(int first, int size, int frameSize, float raster, int windowFir
     return span;
 }
 
-/// How rows lie in memory while pixels are read; the former values come back when it goes.
-class PackState {
-public:
-    PackState(COpenGLView& view, const GLCalls& gl, int rowPixels) : m_view(view) {
-        const GLint wanted[kSettings] = {1, rowPixels, 0, 0};
-        for (int index = 0; index < kSettings; ++index) {
-            gl.glGetIntegerv(kNames[index], &m_before[index]);
-            m_view.PixelStore(kNames[index], wanted[index]);
-        }
-    }
-    ~PackState() {
-        for (int index = 0; index < kSettings; ++index) {
-            m_view.PixelStore(kNames[index], m_before[index]);
-        }
-    }
-    PackState(const PackState&) = delete;
-    PackState& operator=(const PackState&) = delete;
-
-private:
-    static constexpr int kSettings = 4;
-    static constexpr GLenum kNames[kSettings] = {GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_ROWS,
-                                                 GL_PACK_SKIP_PIXELS};
-    COpenGLView& m_view;
-    GLint m_before[kSettings] = {};
+/// A rectangle of the frame and the window pixel of its lower left corner.
+struct FramePart {
+    int sourceX = 0;
+    int sourceY = 0;
+    int width = 0;
+    int height = 0;
+    int targetX = 0;
+    int targetY = 0;
 };
+
+/// Frees what the view owns and forgets what it shares with the source of a copy. Textures stay for the next frame.
+void FreeBackingStore(COpenGLView& view) {
+    auto& owned = ViewAccess::Owned(view);
+    std::free(owned.backingStore);
+    std::free(owned.backingStoreSecond);
+    owned.backingStore = nullptr;
+    owned.backingStoreSecond = nullptr;
+    ViewAccess::Store(view) = BackingStore{};
+    ViewAccess::StoredFrame(view).context = nullptr;
+}
+
+/// Reads the frame from the selected buffer, and has the programs' context keep it as textures too.
+long SaveFrame(COpenGLView& view, int x, int y, int width, int height) {
+    const GLRenderingContextRecord& record = ViewAccess::CurrentRecord(view);
+    const bool programs = view.DrawsWithPrograms();
+    BackingStore& store = ViewAccess::Store(view);
+    BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
+    frame.context = nullptr;
+    frame.depth = false;
+    store.saved = 0;
+    {
+        const PixelStoreScope rows(ViewAccess::CallGL(view), PixelDirection::Pack, {1, width, 0, 0});
+        view.ReadPixels(x, y, width, height, GL_RGBA, GL_UNSIGNED_BYTE, store.rgba);
+        if (programs && record.pixelFormat.cDepthBits != 0) {
+            view.ReadPixels(x, y, width, height, GL_DEPTH_COMPONENT, GL_FLOAT, store.second);
+            frame.depth = true;
+        }
+    }
+    if (programs) {
+        long loaded = view.LoadGLImage(GL_TEXTURE0, GL_RGBA, width, height, 1, GL_NEAREST, store.rgba,
+                                       frame.colorTexture, frame.colorSampler);
+        if (loaded == S_OK && frame.depth) {
+            loaded = view.LoadGLImage(GL_TEXTURE1, GL_DEPTH_COMPONENT, width, height, 1, GL_NEAREST, store.second,
+                                      frame.depthTexture, frame.depthSampler);
+        }
+        if (loaded != S_OK) {
+            return loaded;
+        }
+    }
+    frame.width = width;
+    frame.height = height;
+    view.GetWindowDimensions(frame.windowWidth, frame.windowHeight);
+    frame.context = record.renderingContext;
+    store.saved = 1;
+    return S_OK;
+}
+
+/// True when the stored frame is the current context's, this window's, and of the size that the host means.
+bool FrameFits(COpenGLView& view, unsigned long sizeInBytes) {
+    const BackingStore& store = ViewAccess::Store(view);
+    const BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
+    const bool own = store.saved != 0 && store.rgba && store.rgba == ViewAccess::Owned(view).backingStore;
+    if (!own || !frame.context || frame.context != ViewAccess::CurrentRecord(view).renderingContext) {
+        return false;
+    }
+    int windowWidth = 0;
+    int windowHeight = 0;
+    view.GetWindowDimensions(windowWidth, windowHeight);
+    const unsigned long long bytes =
+        static_cast<unsigned long long>(frame.width) * static_cast<unsigned long long>(frame.height) * kBytesPerPixel;
+    return windowWidth == frame.windowWidth && windowHeight == frame.windowHeight &&
+           (sizeInBytes == 0 || sizeInBytes == bytes);
+}
+
+void DrawFrameWithPrograms(COpenGLView& view, const FramePart& part, bool depth) {
+    if (ViewAccess::StockPrograms().programs[GLShaderBackingStore].program == 0) {
+        return; // it could not be built
+    }
+    const GLCalls gl = ViewAccess::CallGL(view);
+    const BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
+    // The quad covers its pixels exactly: one unit is one pixel, and each samples the middle of its own texel.
+    MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    matrices.projection = COpenGLMath::OrthoMatrix(0.0, part.width, 0.0, part.height, -1.0, 1.0);
+    matrices.modelview = glm::dmat4(1.0);
+    view.Enable(GL_DEPTH_TEST);
+    gl.glDepthFunc(GL_ALWAYS);
+    gl.glDepthMask(depth && frame.depth ? GL_TRUE : GL_FALSE);
+    BindTextureUnit(gl, 1, frame.depthTexture, frame.depthSampler);
+    view.DrawSetupSetShaderTexture(frame.colorTexture, frame.colorSampler);
+    view.EnableClientStateInternalBuffers(true, false, false, true, GLShaderBackingStore);
+    view.BeginArrays(GL_TRIANGLES, GLShaderBackingStore);
+    for (const auto& [right, up] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}}) {
+        const double left = part.sourceX + right * part.width;
+        const double lower = part.sourceY + up * part.height;
+        view.AddIndex2DVertexTexCoords(right * part.width, up * part.height, left / frame.width, lower / frame.height);
+    }
+    view.EndArrays();
+}
+
+/// NOTE: pixels are not textured: a driver of OpenGL 1.1 need not have textures of a window's size.
+void DrawFrameWithFixedFunctions(COpenGLView& view, const FramePart& part) {
+    const GLCalls gl = ViewAccess::CallGL(view);
+    view.MatrixMode(GL_MODELVIEW);
+    view.LoadIdentity();
+    view.MatrixMode(GL_PROJECTION);
+    view.Ortho(0.0, part.width, 0.0, part.height, -1.0, 1.0);
+    // The raster position of before may have been set under matrices that are long gone: only the stack gives it back.
+    gl.glPushAttrib(GL_CURRENT_BIT | GL_PIXEL_MODE_BIT);
+    // A quarter of a pixel inside, so that rounding takes the position neither out of the viewport, where nothing would
+    // be drawn, nor into the next pixel.
+    gl.glRasterPos2f(0.25F, 0.25F);
+    gl.glPixelZoom(1.0F, 1.0F);
+    {
+        const PixelStoreScope rows(gl, PixelDirection::Unpack,
+                                   {1, ViewAccess::StoredFrame(view).width, part.sourceY, part.sourceX});
+        gl.glDrawPixels(part.width, part.height, GL_RGBA, GL_UNSIGNED_BYTE, ViewAccess::Store(view).rgba);
+    }
+    gl.glPopAttrib();
+}
+
+void DrawFrame(COpenGLView& view, DrawingStateScope& state, const FramePart& part, bool depth) {
+    state.PrepareForDrawing();
+    view.SetUpViewport(part.targetX, part.targetY, part.width, part.height);
+    if (view.DrawsWithPrograms()) {
+        DrawFrameWithPrograms(view, part, depth);
+    } else {
+        DrawFrameWithFixedFunctions(view, part);
+    }
+    state.EndDrawing();
+}
 
 } // namespace
-
-/// What a save or a restore changes of a 4.x context; the fixed functions have a stack for theirs.
-struct COpenGLView::DrawingState {
-    GLAttributes attributes;
-    MatrixSet matrices;
-    bool capabilities[kHindrances] = {}; ///< in the order of the programs' list
-    bool depthTest = false;
-    GLint drawBuffer = 0;
-    GLint depthFunction = GL_LESS;
-    GLboolean depthMask = GL_TRUE;
-    GLint activeTexture = GL_TEXTURE0;
-    struct Unit {
-        GLint texture = 0;
-        GLint sampler = 0;
-    } units[2]; ///< of the colours and the depths
-};
 
 /// A negative size counts as a small one.
 long COpenGLView::AllocateBackingStore(int width, int height) {
@@ -111,11 +205,11 @@ long COpenGLView::AllocateBackingStore(int width, int height) {
         m_backingStore.requestedHeight = height;
         return S_OK;
     }
-    FreeBackingStore();
+    FreeBackingStore(*this);
     m_owned.backingStore = static_cast<unsigned char*>(std::calloc(bytes, 1));
     m_owned.backingStoreSecond = static_cast<unsigned char*>(std::calloc(bytes, 1));
     if (!m_owned.backingStore || !m_owned.backingStoreSecond) {
-        FreeBackingStore();
+        FreeBackingStore(*this);
         return E_OUTOFMEMORY;
     }
     m_backingStore.rgba = m_owned.backingStore;
@@ -138,10 +232,9 @@ unsigned __int64 COpenGLView::GetRGBABackingStoreSizeInBytes() const {
 }
 
 void COpenGLView::DeleteBackingStore() {
-    FreeBackingStore();
-    const HGLRC context = m_contexts[GLContextMain].renderingContext;
-    if (m_currentContext == GLContextMain && context && wglGetCurrentContext() == context) {
-        DeleteKeptFrameTextures();
+    FreeBackingStore(*this);
+    if (m_currentContext == GLContextMain && ViewAccess::HasCurrentContext(*this)) {
+        DeleteBackingStoreTextures(*this);
     }
 }
 
@@ -162,19 +255,19 @@ long COpenGLView::SaveBackingStore(HDC deviceContext, GLRenderingContextTypes ty
     if (allocated != S_OK) {
         return allocated;
     }
-    const DrawingState before = KeepDrawingState();
-    PushBothMatrices(L"SaveBackingStore");
-    ReadBuffer(readBuffer);
-    Disable(GL_BLEND);
-    Disable(GL_COLOR_LOGIC_OP);
-    SetUpViewport(0, 0, width, height);
-    MatrixMode(GL_PROJECTION);
-    Ortho(0.0, width, 0.0, height, 0.0, 1.0);
-
-    const long result = KeepFrame(x, y, width, height);
-
-    PopBothMatrices(L"SaveBackingStore");
-    ReturnDrawingState(before);
+    long result = S_OK;
+    {
+        const DrawingStateScope state(*this, DrawnThing::Frame);
+        PushBothMatrices(L"SaveBackingStore");
+        ReadBuffer(readBuffer);
+        Disable(GL_BLEND);
+        Disable(GL_COLOR_LOGIC_OP);
+        SetUpViewport(0, 0, width, height);
+        MatrixMode(GL_PROJECTION);
+        Ortho(0.0, width, 0.0, height, 0.0, 1.0);
+        result = SaveFrame(*this, x, y, width, height);
+        PopBothMatrices(L"SaveBackingStore");
+    }
     outputGlError(L"SaveBackingStore: END");
     return result;
 }
@@ -183,248 +276,51 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
                                       int x, int y, int width, int height, int windowX, int windowY, int windowWidth,
                                       int windowHeight, bool clear, bool depth, bool frontBuffer) {
     outputGlError(L"RestoreBackingStore");
-    const bool programs = DrawsWithPrograms();
-    const DrawingState before = KeepDrawingState();
-    const bool onlyFront = m_currentContext == GLContextLegacy || !GetDoubleBufferSetting(m_currentContext);
-    DrawBuffer(frontBuffer || onlyFront ? GL_FRONT : GL_BACK);
-    if (clear) {
-        Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    }
-    for (const GLenum capability : programs ? kHindrancesOfPrograms : kHindrancesOfFixedFunctions) {
-        Disable(capability);
-    }
-    if (!programs) {
-        Disable(GL_DEPTH_TEST);
-    }
-    if (format == GL_RGBA && FrameFits(sizeInBytes) && !std::isnan(rasterX) && !std::isnan(rasterY)) {
-        const Span columns = VisibleSpan(x, width, m_keptFrame.width, rasterX, windowX, windowWidth);
-        const Span rows = VisibleSpan(y, height, m_keptFrame.height, rasterY, windowY, windowHeight);
-        if (columns.size > 0 && rows.size > 0) {
-            const FramePart part{static_cast<int>(columns.source), static_cast<int>(rows.source),
-                                 static_cast<int>(columns.size),   static_cast<int>(rows.size),
-                                 static_cast<int>(columns.target), static_cast<int>(rows.target)};
-            if (programs) {
-                DrawFrameWithPrograms(part, depth);
-            } else {
-                DrawFrameWithFixedFunctions(part);
+    if (ViewAccess::HasCurrentContext(*this)) {
+        DrawingStateScope state(*this, DrawnThing::Frame);
+        const bool programs = DrawsWithPrograms();
+        const bool onlyFront = m_currentContext == GLContextLegacy || !GetDoubleBufferSetting(m_currentContext);
+        DrawBuffer(frontBuffer || onlyFront ? GL_FRONT : GL_BACK);
+        if (clear) {
+            Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        }
+        for (const GLenum capability : programs ? kHindrancesOfPrograms : kHindrancesOfFixedFunctions) {
+            Disable(capability);
+        }
+        if (!programs) {
+            Disable(GL_DEPTH_TEST);
+        }
+        if (format == GL_RGBA && FrameFits(*this, sizeInBytes) && !std::isnan(rasterX) && !std::isnan(rasterY)) {
+            const Span columns = VisibleSpan(x, width, m_backingStoreFrame.width, rasterX, windowX, windowWidth);
+            const Span rows = VisibleSpan(y, height, m_backingStoreFrame.height, rasterY, windowY, windowHeight);
+            if (columns.size > 0 && rows.size > 0) {
+                const FramePart part{static_cast<int>(columns.source), static_cast<int>(rows.source),
+                                     static_cast<int>(columns.size),   static_cast<int>(rows.size),
+                                     static_cast<int>(columns.target), static_cast<int>(rows.target)};
+                DrawFrame(*this, state, part, depth);
             }
         }
+        if (programs) {
+            // They draw with the test on, for depths are written only then.
+            Disable(GL_DEPTH_TEST);
+        }
+        Flush();
     }
-    if (programs) {
-        // They draw with the test on, for depths are written only then.
-        Disable(GL_DEPTH_TEST);
-    }
-    Flush();
-    ReturnDrawingState(before);
     outputGlError(L"RestoreBackingStore: END");
 }
 
-/// Frees what this view owns and forgets what it shares with the source of a copy. Textures stay for the next frame.
-void COpenGLView::FreeBackingStore() {
-    std::free(m_owned.backingStore);
-    std::free(m_owned.backingStoreSecond);
-    m_owned.backingStore = nullptr;
-    m_owned.backingStoreSecond = nullptr;
-    m_backingStore = BackingStore{};
-    m_keptFrame.context = nullptr;
-}
-
-/// After its context is gone: the next one may get the same handle, but not the frame.
-void COpenGLView::ForgetKeptFrameOf(GLRenderingContextTypes type) {
-    if (m_keptFrame.context == m_contexts[type].renderingContext) {
-        m_keptFrame.context = nullptr;
+void ForgetBackingStoreFrame(COpenGLView& view, GLRenderingContextTypes type) {
+    BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
+    if (frame.context == view.GetContextRecord(type).renderingContext) {
+        frame.context = nullptr;
     }
 }
 
-/// The context that they were made in, or one of its share group, has to be current.
-void COpenGLView::DeleteKeptFrameTextures() {
-    DeleteTextureAndSamplerNames(m_keptFrame.colorTexture, m_keptFrame.colorSampler);
-    DeleteTextureAndSamplerNames(m_keptFrame.depthTexture, m_keptFrame.depthSampler);
-    ForgetKeptFrameOf(GLContextMain);
-}
-
-/// Reads the frame from the selected buffer, and has the programs' context keep it as textures too.
-long COpenGLView::KeepFrame(int x, int y, int width, int height) {
-    const GLRenderingContextRecord& record = CurrentRecord();
-    KeptFrame& frame = m_keptFrame;
-    frame.context = nullptr;
-    frame.depth = false;
-    m_backingStore.saved = 0;
-    {
-        const PackState rows(*this, CallGL(), width);
-        ReadPixels(x, y, width, height, GL_RGBA, GL_UNSIGNED_BYTE, m_backingStore.rgba);
-        if (DrawsWithPrograms() && record.pixelFormat.cDepthBits != 0) {
-            ReadPixels(x, y, width, height, GL_DEPTH_COMPONENT, GL_FLOAT, m_backingStore.second);
-            frame.depth = true;
-        }
-    }
-    if (DrawsWithPrograms()) {
-        long loaded = LoadGLImage(GL_TEXTURE0, GL_RGBA, width, height, 1, GL_NEAREST, m_backingStore.rgba,
-                                  frame.colorTexture, frame.colorSampler);
-        if (loaded == S_OK && frame.depth) {
-            loaded = LoadGLImage(GL_TEXTURE1, GL_DEPTH_COMPONENT, width, height, 1, GL_NEAREST, m_backingStore.second,
-                                 frame.depthTexture, frame.depthSampler);
-        }
-        if (loaded != S_OK) {
-            return loaded;
-        }
-    }
-    frame.width = width;
-    frame.height = height;
-    GetWindowDimensions(frame.windowWidth, frame.windowHeight);
-    frame.context = record.renderingContext;
-    m_backingStore.saved = 1;
-    return S_OK;
-}
-
-/// True when the kept frame is this window's and of the size that the host means.
-bool COpenGLView::FrameFits(unsigned long sizeInBytes) const {
-    const KeptFrame& frame = m_keptFrame;
-    const bool kept = m_backingStore.saved != 0 && m_backingStore.rgba && m_backingStore.rgba == m_owned.backingStore;
-    if (!kept || !frame.context || frame.context != CurrentRecord().renderingContext ||
-        frame.context != wglGetCurrentContext()) {
-        return false;
-    }
-    int windowWidth = 0;
-    int windowHeight = 0;
-    GetWindowDimensions(windowWidth, windowHeight);
-    const unsigned long long bytes =
-        static_cast<unsigned long long>(frame.width) * static_cast<unsigned long long>(frame.height) * kBytesPerPixel;
-    return windowWidth == frame.windowWidth && windowHeight == frame.windowHeight &&
-           (sizeInBytes == 0 || sizeInBytes == bytes);
-}
-
-void COpenGLView::DrawFrameWithPrograms(const FramePart& part, bool depth) {
-    ShaderData& data = m_gShaderSet.programs[GLShaderBackingStore];
-    if (data.program == 0) {
-        return; // it could not be built
-    }
-    const GLCalls gl = CallGL();
-    GLRenderingContextRecord& record = CurrentRecord();
-    // The quad covers its pixels exactly: one unit is one pixel, and each samples the middle of its own texel.
-    SetUpViewport(part.targetX, part.targetY, part.width, part.height);
-    CurrentMath().Matrices().projection = COpenGLMath::OrthoMatrix(0.0, part.width, 0.0, part.height, -1.0, 1.0);
-    CurrentMath().Matrices().modelview = glm::dmat4(1.0);
-    Enable(GL_DEPTH_TEST);
-    gl.glDepthFunc(GL_ALWAYS);
-    gl.glDepthMask(depth && m_keptFrame.depth ? GL_TRUE : GL_FALSE);
-    BindTextureUnit(GL_TEXTURE1, m_keptFrame.depthTexture, m_keptFrame.depthSampler);
-    const TextureRequest request = m_textureRequest;
-    const bool fillForced = record.objects.fillForced;
-    DrawSetupSetShaderTexture(m_keptFrame.colorTexture, m_keptFrame.colorSampler);
-    BindVariablesToShaderProgram(m_currentContext, GLShaderBackingStore, data);
-    BeginArrays(GL_TRIANGLES, GLShaderBackingStore);
-    for (const auto& [right, up] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}}) {
-        const double left = part.sourceX + right * part.width;
-        const double lower = part.sourceY + up * part.height;
-        AddIndex2DVertexTexCoords(right * part.width, up * part.height, left / m_keptFrame.width,
-                                  lower / m_keptFrame.height);
-    }
-    // Not DisableClientState, which waits for the GPU: the overlay can be drawn at once.
-    EndArrays();
-    m_textureRequest = request;
-    if (!fillForced) {
-        SetPolygonFillMode(GLShaderColorPassThrough);
-    }
-    gl.glUseProgram(0);
-    record.objects.boundProgram = 0;
-}
-
-/// NOTE: pixels are not textured: a driver of OpenGL 1.1 need not have textures of a window's size.
-void COpenGLView::DrawFrameWithFixedFunctions(const FramePart& part) {
-    const GLCalls gl = CallGL();
-    SetUpViewport(part.targetX, part.targetY, part.width, part.height);
-    MatrixMode(GL_MODELVIEW);
-    LoadIdentity();
-    MatrixMode(GL_PROJECTION);
-    Ortho(0.0, part.width, 0.0, part.height, -1.0, 1.0);
-    // A quarter of a pixel inside, so that rounding takes the position neither out of the viewport, where nothing would
-    // be drawn, nor into the next pixel.
-    gl.glRasterPos2f(0.25F, 0.25F);
-    gl.glPixelZoom(1.0F, 1.0F);
-    PixelStore(GL_UNPACK_ALIGNMENT, 1);
-    PixelStore(GL_UNPACK_ROW_LENGTH, m_keptFrame.width);
-    PixelStore(GL_UNPACK_SKIP_ROWS, part.sourceY);
-    PixelStore(GL_UNPACK_SKIP_PIXELS, part.sourceX);
-    gl.glDrawPixels(part.width, part.height, GL_RGBA, GL_UNSIGNED_BYTE, m_backingStore.rgba);
-}
-
-/// What ReturnDrawingState brings back, in the cache and in OpenGL alike.
-COpenGLView::DrawingState COpenGLView::KeepDrawingState() {
-    const GLCalls gl = CallGL();
-    DrawingState state;
-    state.attributes = CurrentRecord().attributes;
-    state.matrices = CurrentMath().Matrices();
-    if (!DrawsWithPrograms()) {
-        gl.glPushAttrib(GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT | GL_DEPTH_BUFFER_BIT | GL_ENABLE_BIT | GL_PIXEL_MODE_BIT |
-                        GL_TRANSFORM_BIT | GL_VIEWPORT_BIT);
-        gl.glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
-        return state;
-    }
-    for (int index = 0; index < kHindrances; ++index) {
-        state.capabilities[index] = gl.glIsEnabled(kHindrancesOfPrograms[index]) != 0;
-    }
-    state.depthTest = gl.glIsEnabled(GL_DEPTH_TEST) != 0;
-    gl.glGetIntegerv(GL_DRAW_BUFFER, &state.drawBuffer);
-    gl.glGetIntegerv(GL_DEPTH_FUNC, &state.depthFunction);
-    gl.glGetBooleanv(GL_DEPTH_WRITEMASK, &state.depthMask);
-    gl.glGetIntegerv(GL_ACTIVE_TEXTURE, &state.activeTexture);
-    for (unsigned int unit = 0; unit < 2; ++unit) {
-        gl.glActiveTexture(GL_TEXTURE0 + unit);
-        gl.glGetIntegerv(GL_TEXTURE_BINDING_2D, &state.units[unit].texture);
-        gl.glGetIntegerv(GL_SAMPLER_BINDING, &state.units[unit].sampler);
-    }
-    gl.glActiveTexture(static_cast<GLenum>(state.activeTexture));
-    return state;
-}
-
-void COpenGLView::ReturnDrawingState(const DrawingState& state) {
-    const GLCalls gl = CallGL();
-    GLRenderingContextRecord& record = CurrentRecord();
-    CurrentMath().Matrices() = state.matrices;
-    const std::array<int, 4>& viewport = state.attributes.viewport;
-    if (!DrawsWithPrograms()) {
-        gl.glPopClientAttrib();
-        gl.glPopAttrib();
-        LoadCurrentMatrices();
-        CurrentMath().SetViewport({viewport[0], viewport[1], viewport[2], viewport[3]});
-        MatrixMode(state.attributes.matrixMode);
-        record.attributes = state.attributes;
-        return;
-    }
-    const auto load = [&](GLenum capability, bool on) {
-        if ((gl.glIsEnabled(capability) != 0) != on) {
-            LoadGLState(capability, on ? 1 : 0);
-        }
-    };
-    for (int index = 0; index < kHindrances; ++index) {
-        load(kHindrancesOfPrograms[index], state.capabilities[index]);
-    }
-    load(GL_DEPTH_TEST, state.depthTest);
-    SetUpViewport(viewport[0], viewport[1], viewport[2], viewport[3]);
-    if (record.attributes.readBuffer != state.attributes.readBuffer) {
-        ReadBuffer(state.attributes.readBuffer);
-    }
-    GLint drawBuffer = 0;
-    gl.glGetIntegerv(GL_DRAW_BUFFER, &drawBuffer);
-    if (drawBuffer != state.drawBuffer) {
-        DrawBuffer(static_cast<unsigned int>(state.drawBuffer));
-    }
-    gl.glDepthFunc(static_cast<GLenum>(state.depthFunction));
-    gl.glDepthMask(state.depthMask);
-    for (unsigned int unit = 0; unit < 2; ++unit) {
-        BindTextureUnit(GL_TEXTURE0 + unit, static_cast<unsigned int>(state.units[unit].texture),
-                        static_cast<unsigned int>(state.units[unit].sampler));
-    }
-    gl.glActiveTexture(static_cast<GLenum>(state.activeTexture));
-    record.attributes = state.attributes;
-}
-
-void COpenGLView::BindTextureUnit(unsigned int unit, unsigned int texture, unsigned int sampler) {
-    const GLCalls gl = CallGL();
-    gl.glActiveTexture(unit);
-    gl.glBindTexture(GL_TEXTURE_2D, texture);
-    gl.glBindSampler(unit - GL_TEXTURE0, sampler);
+void DeleteBackingStoreTextures(COpenGLView& view) {
+    BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
+    view.DeleteTextureAndSamplerNames(frame.colorTexture, frame.colorSampler);
+    view.DeleteTextureAndSamplerNames(frame.depthTexture, frame.depthSampler);
+    ForgetBackingStoreFrame(view, GLContextMain);
 }
 
 } // namespace KTR

@@ -1,8 +1,9 @@
 #include "../view/OpenGLView.h"
 
-#include "../platform/GLCalls.h"
+#include "../view/ViewAccess.h"
 
-#include "../values/GLTypes.h"
+#include <exception>
+#include <vector>
 
 namespace KTR {
 
@@ -23,6 +24,96 @@ bool Assign(CString& target, const wchar_t* text) {
     } catch (...) { // MFC's strings throw an exception of MFC's own
         return false;
     }
+}
+
+const void* TextureGroup(const COpenGLView& view) {
+    return TextureGroupOf(ViewAccess::CurrentRecord(view));
+}
+
+/// The texture of an entry that left the cache while no context of its share group was current.
+struct WaitingTexture {
+    unsigned int name;
+    const void* shareGroup;
+};
+
+std::vector<WaitingTexture> g_waitingTextures;
+
+void DeleteWaitingTextures(COpenGLView& view) {
+    if (!ViewAccess::HasCurrentContext(view)) {
+        return;
+    }
+    std::erase_if(g_waitingTextures, [&view](const WaitingTexture& waiting) {
+        if (waiting.shareGroup != TextureGroup(view)) {
+            return false;
+        }
+        ViewAccess::CallGL(view).glDeleteTextures(1, &waiting.name);
+        return true;
+    });
+}
+
+/// Deletes the GL objects of an entry that leaves the cache, or has them wait for a context that can. A plain context's
+/// sampler waits for the end of its context.
+void DeleteNamesOf(COpenGLView& view, const GLTextureObject& entry) {
+    unsigned int texture = entry.texture;
+    unsigned int sampler = entry.sampler;
+    if (entry.shareGroup == TextureGroup(view)) {
+        view.DeleteTextureAndSamplerNames(texture, sampler);
+    }
+    if (texture != 0) {
+        try {
+            g_waitingTextures.push_back({texture, entry.shareGroup});
+        } catch (const std::exception&) {
+            texture = 0; // Without memory for its name it goes with its share group.
+        }
+    }
+    if (!entry.shareGroup) {
+        view.AddSamplerNameToDeleteStack(sampler);
+    }
+}
+
+/// Removes an entry with its GL objects; a null entry stands for a node that holds none. No view draws with it any
+/// more.
+void DeleteCachedTexture(COpenGLView& view, GLTextureObject* entry, POSITION position) {
+    if (entry) {
+        TextureUser::ForgetEverywhere(*entry);
+        DeleteNamesOf(view, *entry);
+    }
+    COpenGLView::m_gRasterTextureManager.DeleteTexture(entry, position);
+}
+
+/// Removes the entries of the current context's share group.
+void DeleteCachedTexturesOfGroup(COpenGLView& view) {
+    COpenGLViewTextureManager& cache = COpenGLView::m_gRasterTextureManager;
+    for (POSITION next = cache.GetHeadPosition(); next;) {
+        const POSITION at = next;
+        GLTextureObject* const entry = cache.GetNext(next);
+        if (entry && entry->shareGroup == TextureGroup(view)) {
+            DeleteCachedTexture(view, entry, at);
+        }
+    }
+}
+
+/// A hit: the entry becomes the requested texture.
+bool TakeFromCache(COpenGLView& view, const GLTextureObject& entry, bool makeActive) {
+    GLTextureObject& requested = ViewAccess::RequestedTexture(view);
+    requested.TakeValues(entry);
+    requested.texture = entry.texture;
+    requested.sampler = entry.sampler;
+    view.SetLoadNewTextureFlag(false, false);
+    if (!makeActive) {
+        return true;
+    }
+    TextureRequest& names = ViewAccess::Textures(view);
+    if (entry.texture != 0) {
+        names.activeTexture = entry.texture;
+        names.textureSampler = entry.sampler;
+    } else {
+        view.SetLoadNewTextureFlag(true, true);
+    }
+    if (entry.sampler != 0 && !view.IsCurrentContextOpenGL4OrLater()) {
+        names.activeSampler = entry.sampler;
+    }
+    return true;
 }
 
 } // namespace
@@ -57,17 +148,17 @@ bool COpenGLView::RequestTextureFromCache(const wchar_t* name, int imageWidth, i
         request.partial = textureWidth != imageWidth && textureHeight != imageHeight;
         request.texture = 0;
         request.sampler = 0;
-        request.shareGroup = TextureGroup();
+        request.shareGroup = TextureGroup(*this);
     }
     POSITION position = nullptr;
-    if (m_gRasterTextureManager.FindTextureByName(name, TextureGroup(), out, &position) == S_OK) {
+    if (m_gRasterTextureManager.FindTextureByName(name, TextureGroup(*this), out, &position) == S_OK) {
         if (recordRequest && Holds(**out, m_requestedTexture)) {
-            return TakeFromCache(**out, makeActive);
+            return TakeFromCache(*this, **out, makeActive);
         }
         if (!deleteOnMismatch) {
             return false;
         }
-        DeleteCachedTexture(*out, position);
+        DeleteCachedTexture(*this, *out, position);
         *out = nullptr;
     }
     SetLoadNewTextureFlag(missFlagA, missFlagB);
@@ -117,21 +208,26 @@ GLTextureObject* COpenGLView::GetTextureObjectAtPosition(POSITION position) cons
 long COpenGLView::DeleteTextureFromCache(const wchar_t* name) {
     GLTextureObject* entry = nullptr;
     POSITION position = nullptr;
-    const long result = m_gRasterTextureManager.FindTextureByName(name, TextureGroup(), &entry, &position);
+    if (!ViewAccess::HasCurrentContext(*this)) {
+        return E_INVALIDARG;
+    }
+    DeleteWaitingTextures(*this);
+    const long result = m_gRasterTextureManager.FindTextureByName(name, TextureGroup(*this), &entry, &position);
     if (result == S_OK) {
-        DeleteCachedTexture(entry, position);
+        DeleteCachedTexture(*this, entry, position);
     }
     return result;
 }
 
 long COpenGLView::LimitTextureCache(unsigned long long maximumBytes) {
     COpenGLViewTextureManager& cache = m_gRasterTextureManager;
-    if (IsMyContextCurrent(m_currentContext)) {
+    if (ViewAccess::HasCurrentContext(*this)) {
+        DeleteWaitingTextures(*this);
         for (POSITION next = cache.GetHeadPosition(); next && cache.GetTextureCacheSize() > maximumBytes;) {
             const POSITION at = next;
             GLTextureObject* const entry = cache.GetNext(next);
-            if (!entry || entry->shareGroup == TextureGroup()) {
-                DeleteCachedTexture(entry, at);
+            if (!entry || entry->shareGroup == TextureGroup(*this)) {
+                DeleteCachedTexture(*this, entry, at);
             }
         }
     }
@@ -139,8 +235,13 @@ long COpenGLView::LimitTextureCache(unsigned long long maximumBytes) {
 }
 
 void COpenGLView::DeleteDisplayTextureCache() {
-    DeleteCachedTexturesOfGroup();
-    m_gRasterTextureManager.DeleteTextureObjects();
+    DeleteWaitingTextures(*this);
+    COpenGLViewTextureManager& cache = m_gRasterTextureManager;
+    for (POSITION next = cache.GetHeadPosition(); next;) {
+        const POSITION at = next;
+        DeleteCachedTexture(*this, cache.GetNext(next), at);
+    }
+    cache.DeleteTextureObjects();
 }
 
 void COpenGLView::AddSamplerNameToDeleteStack(unsigned int sampler) {
@@ -156,23 +257,23 @@ void COpenGLView::AddSamplerNameToDeleteStack(unsigned int sampler) {
 }
 
 void COpenGLView::DeleteSamplerNameStack() {
+    DeleteWaitingTextures(*this);
     CArray<unsigned int>& samplers = m_gcaSamplersForWindowToDelete;
-    const GLCalls gl = CallGL();
-    if (samplers.IsEmpty() || !IsMyContextCurrent(m_currentContext) || TextureGroup() ||
-        !gl.Has(&GLEntryPoints::glDeleteSamplers)) {
+    if (samplers.IsEmpty() || TextureGroup(*this) || !ViewAccess::HasCurrentContext(*this) ||
+        !CurrentGL().Has(&GLEntryPoints::glDeleteSamplers)) {
         return;
     }
-    gl.glDeleteSamplers(static_cast<GLsizei>(samplers.GetSize()), samplers.GetData());
+    CallGL().glDeleteSamplers(static_cast<GLsizei>(samplers.GetSize()), samplers.GetData());
     samplers.RemoveAll();
 }
 
 void COpenGLView::DeleteTexturesAndSamplers() {
-    DeleteCachedTexturesOfGroup();
+    DeleteCachedTexturesOfGroup(*this);
     DeleteSamplerNameStack();
 }
 
 void COpenGLView::DeleteTextureAndSamplerNames(unsigned int& texture, unsigned int& sampler) {
-    if (!IsMyContextCurrent(m_currentContext)) {
+    if (!ViewAccess::HasCurrentContext(*this)) {
         return;
     }
     const GLCalls gl = CallGL();
@@ -186,77 +287,20 @@ void COpenGLView::DeleteTextureAndSamplerNames(unsigned int& texture, unsigned i
     }
 }
 
-/// Whose textures the current context can use: null for the contexts that share with each other; a context that shares
-/// with none stands for itself.
-const void* COpenGLView::TextureGroup() const {
-    const GLRenderingContextRecord& record = CurrentRecord();
-    return record.fixedFunctionOnly ? record.renderingContext : nullptr;
-}
-
-/// A hit: the entry becomes the requested texture.
-bool COpenGLView::TakeFromCache(const GLTextureObject& entry, bool makeActive) {
-    m_requestedTexture.TakeValues(entry);
-    m_requestedTexture.texture = entry.texture;
-    m_requestedTexture.sampler = entry.sampler;
-    SetLoadNewTextureFlag(false, false);
-    if (!makeActive) {
-        return true;
-    }
-    if (entry.texture != 0) {
-        m_textureRequest.activeTexture = entry.texture;
-        m_textureRequest.textureSampler = entry.sampler;
-    } else {
-        SetLoadNewTextureFlag(true, true);
-    }
-    if (entry.sampler != 0 && !IsCurrentContextOpenGL4OrLater()) {
-        m_textureRequest.activeSampler = entry.sampler;
-    }
-    return true;
-}
-
-/// Removes an entry of the current context's share group with its GL objects; a null entry stands for a node that holds
-/// none. What this view would still draw with is forgotten.
-void COpenGLView::DeleteCachedTexture(GLTextureObject* entry, POSITION position) {
-    if (entry) {
-        const auto forget = [](unsigned int& name, unsigned int gone) { name = name == gone ? 0 : name; };
-        forget(m_textureRequest.activeTexture, entry->texture);
-        forget(m_textureRequest.activeSampler, entry->sampler);
-        forget(m_textureRequest.textureSampler, entry->sampler);
-        forget(m_textureRequest.shaderTexture, entry->texture);
-        forget(m_textureRequest.shaderSampler, entry->sampler);
-        forget(m_requestedTexture.texture, entry->texture);
-        forget(m_requestedTexture.sampler, entry->sampler);
-        DeleteTextureAndSamplerNames(entry->texture, entry->sampler);
-        if (!TextureGroup()) {
-            AddSamplerNameToDeleteStack(entry->sampler);
-        }
-    }
-    m_gRasterTextureManager.DeleteTexture(entry, position);
-}
-
-void COpenGLView::DeleteCachedTexturesOfGroup() {
-    COpenGLViewTextureManager& cache = m_gRasterTextureManager;
-    for (POSITION next = cache.GetHeadPosition(); next;) {
-        const POSITION at = next;
-        GLTextureObject* const entry = cache.GetNext(next);
-        if (entry && entry->shareGroup == TextureGroup()) {
-            DeleteCachedTexture(entry, at);
-        }
-    }
-}
-
-/// The GL objects of a share group are gone with its last context: what is left of them in the books goes too.
-void COpenGLView::ForgetTextureGroup(const void* shareGroup) {
-    COpenGLViewTextureManager& cache = m_gRasterTextureManager;
+void ForgetTextureGroup(const void* shareGroup) {
+    COpenGLViewTextureManager& cache = COpenGLView::m_gRasterTextureManager;
     for (POSITION next = cache.GetHeadPosition(); next;) {
         const POSITION at = next;
         GLTextureObject* const entry = cache.GetNext(next);
         if (entry && entry->shareGroup == shareGroup) {
+            TextureUser::ForgetEverywhere(*entry);
             cache.DeleteTexture(entry, at);
         }
     }
+    std::erase_if(g_waitingTextures,
+                  [shareGroup](const WaitingTexture& waiting) { return waiting.shareGroup == shareGroup; });
     if (!shareGroup) {
-        m_gcaSamplersForWindowToDelete.RemoveAll();
+        COpenGLView::m_gcaSamplersForWindowToDelete.RemoveAll();
     }
 }
 

@@ -4,6 +4,7 @@
 #include "ForcedState.h"
 #include "ProgramThread.h"
 #include "StockPrograms.h"
+#include "TextureUnit.h"
 #include "UniformWriter.h"
 
 #include <GL/glext.h>
@@ -31,9 +32,6 @@ constexpr VertexAttribute kVertexAttributes[] = {
     {VertexAttribTexture, 2, GL_FLOAT, GL_FALSE, offsetof(GLDrawGeometry, s)},
     {VertexAttribColor, 4, GL_UNSIGNED_BYTE, GL_TRUE, offsetof(GLDrawGeometry, r)},
 };
-
-/// Texture unit that the stock programs read images and glyphs from.
-constexpr unsigned int kImageUnit = 0;
 
 constexpr float kByteToFloat = 1.0F / 255.0F;
 
@@ -93,8 +91,8 @@ void PrepareContextFor(COpenGLView& view, GLShaderTypes type) {
     ForceStateFor(view, type);
     const StockProgram& stock = StockProgramOf(type);
     if (stock.texture == ProgramTexture::Image) {
-        const auto& request = ViewAccess::TextureRequest(view);
-        BindImage(ViewAccess::CallGL(view), request.shaderTexture, request.shaderSampler);
+        const TextureRequest& request = ViewAccess::Textures(view);
+        BindTextureUnit(ViewAccess::CallGL(view), kImageUnit, request.shaderTexture, request.shaderSampler);
     } else if (stock.texture == ProgramTexture::Font) {
         view.BindFontAtlasTexture();
     }
@@ -176,13 +174,6 @@ long BindStockProgram(COpenGLView& view, GLShaderTypes type) {
     return IsStockProgram(type) ? view.BindVariablesToShaderProgram(view.GetCurrentContextType(), type,
                                                                     ViewAccess::StockPrograms().programs[type])
                                 : E_INVALIDARG;
-}
-
-/// Makes the programs read `texture` through `sampler`; without a sampler the texture's own settings hold.
-void BindImage(const GLCalls& gl, unsigned int texture, unsigned int sampler) {
-    gl.glActiveTexture(GL_TEXTURE0 + kImageUnit);
-    gl.glBindTexture(GL_TEXTURE_2D, texture);
-    gl.glBindSampler(kImageUnit, sampler);
 }
 
 /// True when BeginArrays has to bind the stock program: another type is bound, nothing is, or it was built anew. A

@@ -24,8 +24,6 @@ bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& d
 /// Gives the program in use, the writer's, the matrices of a context.
 void BindMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
                   const UniformWriter& writer);
-/// Makes the programs read `texture` through `sampler`; without a sampler the texture's own settings hold.
-void BindImage(const GLCalls& gl, unsigned int texture, unsigned int sampler);
 /// For a context that drew with programs and now draws with fixed functions.
 void LeaveProgramState(COpenGLView& view);
 

@@ -7,6 +7,10 @@
 
 namespace KTR {
 
+/// Texture units that the stock programs read images and glyphs from, and depths.
+inline constexpr unsigned int kImageUnit = 0;
+inline constexpr unsigned int kDepthUnit = 1;
+
 /// What a stock program reads through a sampler on unit 0.
 enum class ProgramTexture {
     None,

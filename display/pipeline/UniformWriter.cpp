@@ -38,10 +38,6 @@ constexpr const char* kUniformNames[kStockUniformCount] = {
 /// OpenGL's stipple patterns have 16 bits.
 constexpr unsigned int kStippleBits = 16;
 
-/// Texture units that the stock programs read.
-constexpr int kImageUnit = 0;
-constexpr int kDepthUnit = 1;
-
 // HACK: Mesa drops a glUniform whose value is what the program has already, also where another context gave it that
 // value and this one still draws with the one before: of two views with the same matrix the second shows its old one.
 // OpenGL called by hand does the same. A value that differs, written first, makes the update count. Programs of two
@@ -98,9 +94,9 @@ void UniformWriter::WriteStockUniform(StockUniform uniform, const ProgramUniform
     case UniformTexture:
     case UniformBitmapTexture:
     case UniformFontAtlasTexture:
-        return Write(location, kImageUnit);
+        return Write(location, static_cast<int>(kImageUnit));
     case UniformDepth:
-        return Write(location, kDepthUnit);
+        return Write(location, static_cast<int>(kDepthUnit));
     case UniformCurrentColor: {
         const glm::vec4& color = uniforms.currentColor;
         return WriteVector4(location, color.x, color.y, color.z, color.w);

@@ -3,6 +3,7 @@
 #include "../platform/GLCalls.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
+#include "TextureUnit.h"
 #include "UniformWriter.h"
 
 namespace KTR {
@@ -32,7 +33,7 @@ long COpenGLView::BindFontAtlasTexture() {
     gl.Label(L"BindFontAtlasTexture: BEGIN");
     const ContextObjects& objects = CurrentObjects();
     if (objects.fontAtlasTexture != 0) {
-        BindImage(gl, objects.fontAtlasTexture, objects.fontAtlasSampler);
+        BindTextureUnit(gl, kImageUnit, objects.fontAtlasTexture, objects.fontAtlasSampler);
     }
     return S_OK;
 }

@@ -400,7 +400,7 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
         if (type == GLContextMain) {
-            DeleteKeptFrameTextures();
+            DeleteBackingStoreTextures(*this);
             const CriticalSectionLock lock(m_gcsOpenGLConstructor);
             LeaveStockPrograms(m_contexts[type].renderingContext, true);
         }
@@ -429,12 +429,12 @@ void COpenGLView::LeaveStockPrograms(HGLRC context, bool contextIsCurrent) {
 /// be made current any more; then its shared objects are left to the others of its group, and the rest goes with it.
 void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
     GLRenderingContextRecord& record = m_contexts[type];
-    ForgetKeptFrameOf(type);
+    ForgetBackingStoreFrame(*this, type);
     if (type != GLContextMain || !record.renderingContext) {
         return;
     }
     m_batch.waiting = false;
-    const bool holdsFrame = m_keptFrame.colorTexture != 0;
+    const bool holdsFrame = m_backingStoreFrame.colorTexture != 0;
     const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
     bool released = false;
     if (record.objects.HoldsNames() || holdsFrame || holdsPrograms) {
@@ -447,7 +447,7 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
                                                       wglMakeCurrent(record.deviceContext, record.renderingContext)));
         if (released) {
             DeleteAttributeBuffers();
-            DeleteKeptFrameTextures();
+            DeleteBackingStoreTextures(*this);
         }
         LeaveStockPrograms(record.renderingContext, released);
         SelectRecord(previousType);
@@ -465,10 +465,10 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
     m_textureRequest.textureSampler = 0;
     m_requestedTexture.texture = 0;
     m_requestedTexture.sampler = 0;
-    m_keptFrame.colorTexture = 0;
-    m_keptFrame.colorSampler = 0;
-    m_keptFrame.depthTexture = 0;
-    m_keptFrame.depthSampler = 0;
+    m_backingStoreFrame.colorTexture = 0;
+    m_backingStoreFrame.colorSampler = 0;
+    m_backingStoreFrame.depthTexture = 0;
+    m_backingStoreFrame.depthSampler = 0;
     record.objects = {};
 }
 
@@ -491,10 +491,10 @@ void COpenGLView::LeaveBehind(VertexRing& ring, bool withBackingStore) {
         add(names.buffers, buffers.vertexBuffer);
         add(names.buffers, buffers.indexBuffer);
         if (withBackingStore) {
-            add(names.textures, m_keptFrame.colorTexture);
-            add(names.textures, m_keptFrame.depthTexture);
-            add(names.samplers, m_keptFrame.colorSampler);
-            add(names.samplers, m_keptFrame.depthSampler);
+            add(names.textures, m_backingStoreFrame.colorTexture);
+            add(names.textures, m_backingStoreFrame.depthTexture);
+            add(names.samplers, m_backingStoreFrame.colorSampler);
+            add(names.samplers, m_backingStoreFrame.depthSampler);
         }
     } catch (const std::exception&) {
         // Without memory for their names they go with the group.

@@ -1,7 +1,7 @@
 #include "FontTextures.h"
 
+#include "../pipeline/PixelStoreScope.h"
 #include "../view/ViewAccess.h"
-#include "GlyphPixels.h"
 
 #include <GL/glext.h>
 
@@ -19,7 +19,7 @@ unsigned int MakeTexture(COpenGLView& view, const GLCalls& gl, const FontAtlasGl
     gl.glGenTextures(1, &texture);
     gl.glBindTexture(GL_TEXTURE_2D, texture);
     {
-        const GlyphPixels pixels(gl);
+        const PixelStoreScope pixels(gl, PixelDirection::Unpack, {});
         gl.glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, font.textureWidth, font.textureHeight, 0, GL_RED, GL_UNSIGNED_BYTE,
                         coverage);
     }
@@ -80,7 +80,7 @@ void DeleteTaggedFontNames(COpenGLView& view) {
     CFTGLFontManager& fonts = COpenGLView::m_gFontManager;
     unsigned int texture = 0;
     unsigned int sampler = 0;
-    const bool current = view.DrawsWithPrograms() && view.IsMyContextCurrent(view.GetCurrentContextType());
+    const bool current = view.DrawsWithPrograms() && ViewAccess::HasCurrentContext(view);
     if (!current || !fonts.GetTagedForDeletionTextureAndSamplerNames(texture, sampler)) {
         return;
     }

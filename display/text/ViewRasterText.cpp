@@ -1,10 +1,10 @@
 #include "../view/OpenGLView.h"
 
+#include "../pipeline/PixelStoreScope.h"
 #include "../platform/GLCalls.h"
 
 #include "CodePage.h"
 #include "FontTextures.h"
-#include "GlyphPixels.h"
 #include "ListDrawing.h"
 #include "MatrixScope.h"
 #include "StringDrawing.h"
@@ -225,7 +225,7 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
     const GLCalls gl = CallGL();
     {
         // The system takes the host's settings for its bitmaps, but for the alignment.
-        const GlyphPixels pixels(gl);
+        const PixelStoreScope pixels(gl, PixelDirection::Unpack, {});
         record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
         MakeBlankLists(gl, deviceContext, listBase);
     }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "../Export.h"
+#include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
+#include "../images/TextureRequest.h"
 #include "../pipeline/ShaderData.h"
 #include "../pipeline/Tesselator.h"
 #include "../pipeline/VertexBatch.h"
@@ -25,8 +27,7 @@ class logger;
 namespace KTR {
 
 class GLCalls;
-struct ImageRows;
-struct TileSpan;
+struct TexturedQuadrilateral;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -481,8 +482,8 @@ public:
     /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with
     /// an index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
     void DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices);
-    /// Deletes a caller's buffers and empties the record, so that new geometry can be given. While the view's context is
-    /// not current the buffers stay.
+    /// Deletes a caller's buffers and empties the record, so that new geometry can be given. While the view's context
+    /// is not current the buffers stay.
     void DeleteVBO(GLVBO& vbo);
     /// One input of the vertex array in use, where the program reads it.
     void EnableVertexAttribArray(VertexAttribBufferType attribute, ShaderData& data);
@@ -724,10 +725,14 @@ public:
     /// Draws a texture over a quadrilateral: 4 corners in order around it, in model coordinates, and their 4 texture
     /// coordinates (null: the whole texture, its lower left at the first corner, counter-clockwise). It is drawn as two
     /// triangles that meet between the first and third corner; cut what is no parallelogram into small pieces.
-    /// E_INVALIDARG for no texture and no corners.
+    /// E_INVALIDARG for no texture and no corners, E_FAIL without a current context.
     long DrawTexturedQuadrilateral(unsigned int texture, unsigned int sampler, const PointXYZ* corners,
                                    const GLTexCoords* coordinates);
-    /// The same with the active texture of the cache.
+    /// Draws several, for layers of many tiles: one set-up for all, and one draw for those of one texture and sampler
+    /// that follow each other, so order them by texture where they do not overlap. S_OK for none. E_INVALIDARG, before
+    /// anything is drawn, for a null pointer to some and where one has no texture.
+    long DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadrilaterals, std::size_t count);
+    /// DrawTexturedQuadrilateral with the active texture of the cache.
     long Draw2DTextureOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
     /// What images drawn or loaded from now on show where a pixel has exactly the colour `marker`: nothing, or the
     /// colour `paint`. Before the first call no colour is a marker.
@@ -836,51 +841,8 @@ private:
     void LeaveStockPrograms(HGLRC context, bool contextIsCurrent);
     void ReleaseObjectsOfContext(GLRenderingContextTypes type);
 
-    const void* TextureGroup() const;
-    void DeleteCachedTexture(GLTextureObject* entry, POSITION position);
-    bool TakeFromCache(const GLTextureObject& entry, bool makeActive);
-    void DeleteCachedTexturesOfGroup();
-    static void ForgetTextureGroup(const void* shareGroup);
-
-    long UploadImage(const ImageRows& rows, unsigned int textureUnit, unsigned int filter, unsigned int& texture,
-                     unsigned int& sampler);
-    bool FillTexture(const ImageRows& rows, unsigned int filter);
-    void SetUpSampler(unsigned int sampler, unsigned int filter);
-    long LoadTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool pads, unsigned int filter,
-                  unsigned int& texture, unsigned int& sampler);
-    long DrawTiles(const ImageRows& image, double modelWidth, double modelHeight, unsigned int filter);
-    void DrawTile(const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool padded, double modelWidth,
-                  double modelHeight);
-    bool HasContext() const;
-    struct ImageDrawing;
-    ImageDrawing BeginImageDrawing(const glm::dvec3& origin, unsigned int texture, unsigned int sampler);
-    void DrawQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
-    void EndImageDrawing(const ImageDrawing& before);
-    void SetMatrices(const glm::dmat4& projection, const glm::dmat4& modelview);
-
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
-
-    struct DrawingState;
-    /// A rectangle of the kept frame and the window pixel of its lower left corner.
-    struct FramePart {
-        int sourceX = 0;
-        int sourceY = 0;
-        int width = 0;
-        int height = 0;
-        int targetX = 0;
-        int targetY = 0;
-    };
-    void FreeBackingStore();
-    void ForgetKeptFrameOf(GLRenderingContextTypes type);
-    void DeleteKeptFrameTextures();
-    long KeepFrame(int x, int y, int width, int height);
-    bool FrameFits(unsigned long sizeInBytes) const;
-    void DrawFrameWithPrograms(const FramePart& part, bool depth);
-    void DrawFrameWithFixedFunctions(const FramePart& part);
-    DrawingState KeepDrawingState();
-    void ReturnDrawingState(const DrawingState& state);
-    void BindTextureUnit(unsigned int unit, unsigned int texture, unsigned int sampler);
 
     friend class GLTesselator;
     void AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
@@ -898,38 +860,6 @@ private:
         unsigned __int64 numbers[5] = {};
         CString labels[3];
         bool flag = true;
-    };
-    struct BackingStore {
-        int saved = 0;
-        int allocatedWidth = 0;
-        int allocatedHeight = 0;
-        int requestedWidth = 0;
-        int requestedHeight = 0;
-        unsigned __int64 rgbaBytes = 0;
-        unsigned __int64 secondBytes = 0;
-        unsigned char* rgba = nullptr;   ///< malloc
-        unsigned char* second = nullptr; ///< malloc
-    };
-    /// What the backing store holds, and what it was taken from. A copy of a view has no such frame.
-    struct KeptFrame {
-        int width = 0;
-        int height = 0;
-        int windowWidth = 0; ///< client size when it was kept
-        int windowHeight = 0;
-        HGLRC context = nullptr; ///< where it was drawn; null when there is no frame
-        bool depth = false;      ///< the depths are kept too
-        unsigned int colorTexture = 0;
-        unsigned int colorSampler = 0;
-        unsigned int depthTexture = 0;
-        unsigned int depthSampler = 0;
-    };
-    struct TextureRequest {
-        bool requested = false; ///< a texture was asked of the cache
-        unsigned int activeTexture = 0;
-        unsigned int activeSampler = 0;  ///< of fixed-function contexts
-        unsigned int textureSampler = 0; ///< what programs read the active texture through
-        unsigned int shaderTexture = 0;
-        unsigned int shaderSampler = 0;
     };
     /// What the destructor frees, whatever an assignment has put into the visible members.
     struct OwnedObjects {
@@ -955,8 +885,9 @@ private:
     VertexBatchState m_batch;
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
-    KeptFrame m_keptFrame;
+    BackingStoreFrame m_backingStoreFrame;
     CString m_name; ///< given to the creation calls
+    TextureUser m_textureUser{*this};
     TextureRequest m_textureRequest;
     GLTextureObject m_requestedTexture;
     GLTesselator* m_tesselator = nullptr;

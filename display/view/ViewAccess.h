@@ -18,18 +18,23 @@ struct ViewAccess {
     static GLRenderingContextRecord& Record(COpenGLView& view, GLRenderingContextTypes type) {
         return view.m_contexts[type];
     }
-    static void SelectRecord(COpenGLView& view, GLRenderingContextTypes type) { view.SelectRecord(type); }
     static const MatrixSet& Matrices(const COpenGLView& view, GLRenderingContextTypes type) {
         return view.MathOf(type).Matrices();
     }
     /// The objects of the context that the current record names.
     static ContextObjects& CurrentObjects(COpenGLView& view) { return view.CurrentObjects(); }
+    /// Whether the context that the view selected last is the thread's current one. What deletes or loads GL objects
+    /// asks here first.
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
-    static void CountGpuWaits(COpenGLView& view, unsigned long long waits) { view.m_gpuWaits += waits; }
-    static const COpenGLView::TextureRequest& TextureRequest(const COpenGLView& view) { return view.m_textureRequest; }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
+    static COpenGLMath& CurrentMath(const COpenGLView& view) { return view.CurrentMath(); }
+    static TextureRequest& Textures(COpenGLView& view) { return view.m_textureRequest; }
+    static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
+    static auto& Owned(COpenGLView& view) { return view.m_owned; }
+    static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
+    static BackingStoreFrame& StoredFrame(COpenGLView& view) { return view.m_backingStoreFrame; }
 };
 
 } // namespace KTR

@@ -63,6 +63,44 @@ TEST_F(KeptFrames, ContextTakesTheTexturesAlong) {
     EXPECT_EQ(Names(), 0U);
 }
 
+// What is bound when a frame is saved or put back may have been deleted through another window. Bound again by its name
+// it would be an error, or a new texture that nobody deletes.
+TEST_F(KeptFrames, NamesDeletedElsewhereAreNotBoundAgain) {
+    LiveView other;
+    live->view->MakeCurrent(GLContextMain);
+    EXPECT_EQ(Save(), S_OK);
+    std::uint32_t textures[2] = {};
+    std::uint32_t samplers[2] = {};
+    for (const unsigned int unit : {0U, 1U}) {
+        EXPECT_EQ(live->view->LoadGLImage(GL_TEXTURE0 + unit, GL_RED, 1, 1, 1, GL_NEAREST, nullptr, textures[unit],
+                                          samplers[unit]),
+                  S_OK);
+    }
+    const unsigned int lastingTexture = textures[1];
+    const unsigned int lastingSampler = samplers[1];
+    other->MakeCurrent(GLContextMain);
+    unsigned int none = 0;
+    other->DeleteTextureAndSamplerNames(textures[0], none);
+    other->DeleteTextureAndSamplerNames(none, samplers[0]);
+    live->view->MakeCurrent(GLContextMain);
+    driver.JournalOnly({"glBindTexture", "glBindSampler", "glActiveTexture"});
+    for (const bool saves : {false, true}) {
+        driver.StartJournal();
+        saves ? static_cast<void>(Save()) : Restore();
+        driver.StopJournal();
+        std::vector<std::string> last = driver.JournalText();
+        ASSERT_GE(last.size(), 6U);
+        last.erase(last.begin(), last.end() - 6);
+        EXPECT_EQ(last, (std::vector<std::string>{
+                            "glActiveTexture(33985)", "glBindTexture(3553, " + std::to_string(lastingTexture) + ")",
+                            "glBindSampler(1, " + std::to_string(lastingSampler) + ")", "glActiveTexture(33984)",
+                            "glBindTexture(3553, 0)", "glBindSampler(0, 0)"}));
+        EXPECT_EQ(live->view->GetError(), 0U);
+    }
+    EXPECT_EQ(Names(), 33U);
+    live->view->DeleteTextureAndSamplerNames(textures[1], samplers[1]);
+}
+
 struct DriverFault {
     const char* name;
     const char* function;

@@ -189,6 +189,66 @@ TEST_F(TextureRequests, TexturesOutliveTheMasterAndGoWithTheLast) {
     EXPECT_EQ(driver.LiveObjects(DriverObject::Sampler), 1U);
 }
 
+// Two windows show one raster; the first one deletes its texture. The second must not draw with a name that is nobody's
+// any more, or is given to another image by then.
+TEST_F(TextureRequests, EveryViewForgetsATextureThatIsGone) {
+    for (const bool evicts : {false, true}) {
+        LiveView second;
+        View().MakeCurrent(GLContextMain);
+        EXPECT_FALSE(Request(L"dem"));
+        const GLTextureObject* const entry = LoadAndAdd(View());
+        second->MakeCurrent(GLContextMain);
+        EXPECT_TRUE(Request(*second.view, L"dem", {}, Options{}));
+        second->DrawSetupSetShaderTexture(entry->texture, entry->sampler);
+        View().MakeCurrent(GLContextMain);
+        if (evicts) {
+            EXPECT_EQ(View().LimitTextureCache(0), S_OK);
+        } else {
+            EXPECT_EQ(View().DeleteTextureFromCache(L"dem"), S_OK);
+        }
+        unsigned int texture = 0;
+        unsigned int sampler = 0;
+        EXPECT_EQ(View().LoadGLImage(GL_TEXTURE0, GL_RED, 1, 1, 1, GL_NEAREST, nullptr, texture, sampler), S_OK);
+        second->MakeCurrent(GLContextMain);
+        EXPECT_EQ(second->GetActiveTexture(), 0U);
+        EXPECT_EQ(second->GetRequestedTexture().texture, 0U);
+        EXPECT_EQ(second->MakeRequestedTextureActive(), E_INVALIDARG);
+        const PointXYZ corners[] = {{0, 0, 0}, {9, 0, 0}, {9, 9, 0}, {0, 9, 0}};
+        EXPECT_EQ(second->Draw2DTextureOnQuadrilateral(corners, nullptr), E_INVALIDARG);
+        driver.JournalOnly({"glBindTexture"});
+        driver.StartJournal();
+        second->EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
+        second->DisableClientState();
+        driver.StopJournal();
+        EXPECT_EQ(driver.JournalText(), std::vector<std::string>{"glBindTexture(3553, 0)"});
+        second->DeleteTextureAndSamplerNames(texture, sampler);
+    }
+}
+
+// With plain contexts the same number is another view's own texture: that one stays.
+TEST_F(TextureRequests, NameOfAnotherGroupIsNotForgotten) {
+    driver.SetVersionText("2.0");
+    driver.HideEntryPoint("wglCreateContextAttribsARB");
+    live.reset();
+    ForgetFirstView();
+    live = std::make_unique<LiveView>();
+    LiveView second;
+    for (COpenGLView* view : {live->view.get(), second.view.get()}) {
+        view->MakeCurrent(GLContextMain);
+        Request(*view, L"dem", {}, Options{});
+        LoadAndAdd(*view);
+        EXPECT_TRUE(Request(*view, L"dem", {}, Options{}));
+    }
+    const unsigned int texture = second->GetActiveTexture();
+    EXPECT_EQ(View().GetActiveTexture(), texture);
+    View().MakeCurrent(GLContextMain);
+    EXPECT_EQ(View().DeleteTextureFromCache(L"dem"), S_OK);
+    EXPECT_EQ(View().GetActiveTexture(), 0U);
+    EXPECT_EQ(second->GetActiveTexture(), texture);
+    second->MakeCurrent(GLContextMain);
+    EXPECT_EQ(second->DeleteTextureFromCache(L"dem"), S_OK);
+}
+
 // Without programs nothing is deleted before the contexts go. A window opened later must not find the dead names.
 TEST_F(TextureRequests, DeadContextsTexturesAreForgotten) {
     driver.SetVersionText("2.0");

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "../view/RenderingContextRecord.h"
+
+namespace KTR {
+
+class COpenGLView;
+
+/// The two buffers of a view's backing store; a copy of the view has its source's.
+struct BackingStore {
+    int saved = 0; ///< a frame is in it
+    int allocatedWidth = 0;
+    int allocatedHeight = 0;
+    int requestedWidth = 0;
+    int requestedHeight = 0;
+    unsigned __int64 rgbaBytes = 0;
+    unsigned __int64 secondBytes = 0;
+    unsigned char* rgba = nullptr;   ///< malloc
+    unsigned char* second = nullptr; ///< malloc; depths
+};
+
+/// The frame that the backing store holds, and what it was taken from. A copy of a view has none.
+struct BackingStoreFrame {
+    int width = 0;
+    int height = 0;
+    int windowWidth = 0; ///< client size when it was saved
+    int windowHeight = 0;
+    HGLRC context = nullptr; ///< where it was drawn; null when there is no frame
+    bool depth = false;      ///< the depths were saved too
+    // What the programs' context puts it back from. The names stay for the next frame.
+    unsigned int colorTexture = 0;
+    unsigned int colorSampler = 0;
+    unsigned int depthTexture = 0;
+    unsigned int depthSampler = 0;
+};
+
+/// After its context is gone: the next one may get the same handle, but not the frame.
+void ForgetBackingStoreFrame(COpenGLView& view, GLRenderingContextTypes type);
+
+/// The context that they were made in, or one of its share group, has to be current.
+void DeleteBackingStoreTextures(COpenGLView& view);
+
+} // namespace KTR

@@ -1,0 +1,176 @@
+#include "ImageUpload.h"
+
+#include "../pipeline/PixelStoreScope.h"
+#include "../view/ViewAccess.h"
+
+#include <GL/glext.h>
+
+namespace KTR {
+
+namespace {
+
+/// How a format of the host is kept.
+struct TextureFormat {
+    GLint internalFormat;
+    GLenum format;
+    GLenum type;
+};
+
+/// Grey and alpha are formats of the fixed functions. A program's texture keeps them in red and green and says with a
+/// swizzle what they mean, so that both pipelines read the same colours.
+TextureFormat FormatFor(unsigned int format, bool programs) {
+    switch (format) {
+    case GL_RGB:
+    case GL_BGR:
+        return {GL_RGB8, format, GL_UNSIGNED_BYTE};
+    case GL_LUMINANCE:
+        return programs ? TextureFormat{GL_R8, GL_RED, GL_UNSIGNED_BYTE}
+                        : TextureFormat{GL_LUMINANCE8, GL_LUMINANCE, GL_UNSIGNED_BYTE};
+    case GL_ALPHA:
+        return programs ? TextureFormat{GL_R8, GL_RED, GL_UNSIGNED_BYTE}
+                        : TextureFormat{GL_ALPHA8, GL_ALPHA, GL_UNSIGNED_BYTE};
+    case GL_LUMINANCE_ALPHA:
+        return programs ? TextureFormat{GL_RG8, GL_RG, GL_UNSIGNED_BYTE}
+                        : TextureFormat{GL_LUMINANCE8_ALPHA8, GL_LUMINANCE_ALPHA, GL_UNSIGNED_BYTE};
+    case GL_RED:
+        return {programs ? GL_R8 : GL_RGB8, GL_RED, GL_UNSIGNED_BYTE};
+    case GL_DEPTH_COMPONENT:
+        return {programs ? GL_DEPTH_COMPONENT32F : GL_DEPTH_COMPONENT24, GL_DEPTH_COMPONENT, GL_FLOAT};
+    default:
+        return {GL_RGBA8, format, GL_UNSIGNED_BYTE};
+    }
+}
+
+/// What a program reads as red, green, blue and alpha.
+struct Swizzle {
+    GLint r, g, b, a;
+};
+
+Swizzle SwizzleFor(unsigned int format) {
+    switch (format) {
+    case GL_LUMINANCE:
+        return {GL_RED, GL_RED, GL_RED, GL_ONE};
+    case GL_ALPHA:
+        return {GL_ONE, GL_ONE, GL_ONE, GL_RED};
+    case GL_LUMINANCE_ALPHA:
+        return {GL_RED, GL_RED, GL_RED, GL_GREEN};
+    default:
+        return {GL_RED, GL_GREEN, GL_BLUE, GL_ALPHA};
+    }
+}
+
+GLint LevelParameter(const GLCalls& gl, GLenum name) {
+    GLint value = 0;
+    gl.glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, name, &value);
+    return value;
+}
+
+/// Whether the current context can bind textures to a unit, given as GL_TEXTURE0 and up.
+bool IsTextureUnit(const GLCalls& gl, unsigned int unit) {
+    if (unit <= GL_TEXTURE0 || !gl.Has(&GLEntryPoints::glActiveTexture)) {
+        return unit == GL_TEXTURE0;
+    }
+    GLint count = 0;
+    gl.glGetIntegerv(
+        gl.Has(&GLEntryPoints::glCreateShader) ? GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS : GL_MAX_TEXTURE_UNITS, &count);
+    return unit - GL_TEXTURE0 < static_cast<unsigned int>(count);
+}
+
+/// Fills the bound texture. False when the driver has no room for it.
+bool FillTexture(const GLCalls& gl, const ImageRows& rows, unsigned int filter, bool programs) {
+    const TextureFormat kept = FormatFor(rows.format, programs);
+    const auto hasSize = [&] {
+        return LevelParameter(gl, GL_TEXTURE_WIDTH) == rows.width &&
+               LevelParameter(gl, GL_TEXTURE_HEIGHT) == rows.height;
+    };
+    // NOTE: a driver that has no room leaves the level as it was. Asking for its size afterwards tells so without
+    // taking OpenGL's errors away from the host.
+    const PixelStoreScope pixels(gl, PixelDirection::Unpack, {rows.rowAlignment, rows.rowLength, 0, 0});
+    if (hasSize() && LevelParameter(gl, GL_TEXTURE_INTERNAL_FORMAT) == kept.internalFormat) {
+        if (rows.pixels) {
+            gl.glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, rows.width, rows.height, kept.format, kept.type, rows.pixels);
+        }
+    } else {
+        gl.glTexImage2D(GL_TEXTURE_2D, 0, kept.internalFormat, rows.width, rows.height, 0, kept.format, kept.type,
+                        rows.pixels);
+        if (!hasSize()) {
+            return false;
+        }
+    }
+    const auto set = [&](GLenum name, GLint value) { gl.glTexParameteri(GL_TEXTURE_2D, name, value); };
+    // Clamping to the edge came with OpenGL 1.2, as did the function that tells.
+    const GLint clamp = gl.Has(&GLEntryPoints::glTexImage3D) ? GL_CLAMP_TO_EDGE : GL_CLAMP;
+    set(GL_TEXTURE_MIN_FILTER, static_cast<GLint>(filter));
+    set(GL_TEXTURE_MAG_FILTER, static_cast<GLint>(filter));
+    set(GL_TEXTURE_WRAP_S, clamp);
+    set(GL_TEXTURE_WRAP_T, clamp);
+    if (programs) {
+        const Swizzle swizzle = SwizzleFor(rows.format);
+        set(GL_TEXTURE_SWIZZLE_R, swizzle.r);
+        set(GL_TEXTURE_SWIZZLE_G, swizzle.g);
+        set(GL_TEXTURE_SWIZZLE_B, swizzle.b);
+        set(GL_TEXTURE_SWIZZLE_A, swizzle.a);
+    }
+    return true;
+}
+
+void SetUpSampler(const GLCalls& gl, unsigned int sampler, unsigned int filter) {
+    const auto set = [&](GLenum name, GLint value) { gl.glSamplerParameteri(sampler, name, value); };
+    set(GL_TEXTURE_MIN_FILTER, static_cast<GLint>(filter));
+    set(GL_TEXTURE_MAG_FILTER, static_cast<GLint>(filter));
+    set(GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    set(GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+}
+
+} // namespace
+
+long UploadImage(COpenGLView& view, const ImageRows& rows, unsigned int textureUnit, unsigned int filter,
+                 unsigned int& texture, unsigned int& sampler) {
+    if (!IsLoadable(rows) || (filter != GL_NEAREST && filter != GL_LINEAR)) {
+        return E_INVALIDARG;
+    }
+    if (!ViewAccess::HasCurrentContext(view)) {
+        return E_FAIL;
+    }
+    const GLCalls gl = ViewAccess::CallGL(view);
+    if (!IsTextureUnit(gl, textureUnit)) {
+        return E_INVALIDARG;
+    }
+    if (const int limit = view.GetContextMaxTextureSize(); rows.width > limit || rows.height > limit) {
+        view.outputGlError(L"Warning: OpenGL texture capability error. Texture too big");
+        return E_INVALIDARG;
+    }
+    const bool programs = view.DrawsWithPrograms();
+    const bool hasUnits = gl.Has(&GLEntryPoints::glActiveTexture);
+    unsigned int filled = texture;
+    unsigned int newSampler = 0;
+    if (filled == 0) {
+        gl.glGenTextures(1, &filled);
+    }
+    if (programs && sampler == 0) {
+        gl.glGenSamplers(1, &newSampler);
+    }
+    if (hasUnits) {
+        gl.glActiveTexture(textureUnit);
+    }
+    gl.glBindTexture(GL_TEXTURE_2D, filled);
+    const bool samplerThere = !programs || sampler != 0 || newSampler != 0;
+    const bool done = filled != 0 && samplerThere && FillTexture(gl, rows, filter, programs);
+    if (done && programs) {
+        sampler = sampler != 0 ? sampler : newSampler;
+        SetUpSampler(gl, sampler, filter);
+        gl.glBindSampler(textureUnit - GL_TEXTURE0, sampler);
+    }
+    if (hasUnits && textureUnit != GL_TEXTURE0) {
+        gl.glActiveTexture(GL_TEXTURE0);
+    }
+    if (!done) {
+        unsigned int newTexture = texture == 0 ? filled : 0;
+        view.DeleteTextureAndSamplerNames(newTexture, newSampler);
+        return E_OUTOFMEMORY;
+    }
+    texture = filled;
+    return S_OK;
+}
+
+} // namespace KTR
