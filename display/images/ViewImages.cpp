@@ -47,8 +47,10 @@ public:
         }
         view.DrawSetupSetShaderTexture(texture, sampler);
         view.EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
-        // Fixed functions take the transparency from the vertices, programs from the context.
-        view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+        if (!view.DrawsWithPrograms()) {
+            // They take the transparency from the vertices, programs from the context.
+            view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+        }
     }
     ~ImageDrawing() { m_state.EndDrawing(); }
     ImageDrawing(const ImageDrawing&) = delete;
