@@ -1,4 +1,4 @@
-// What an overlay costs: putting a kept frame back against drawing its scene again. And what filled polygons cost:
+// What an overlay costs: putting a stored frame back against drawing its scene again. And what filled polygons cost:
 // vertices a second through the view's tessellator against GLU alone, whose callbacks do nothing.
 
 #include "BenchView.h"

@@ -27,8 +27,7 @@ DrawingStateScope::DrawingStateScope(COpenGLView& view, DrawnThing thing)
       m_attributes(ViewAccess::CurrentRecord(view).attributes), m_matrices(ViewAccess::CurrentMatrices(view)),
       m_shaderTexture(ViewAccess::Textures(view).shaderTexture),
       m_shaderSampler(ViewAccess::Textures(view).shaderSampler),
-      m_fillForced(ViewAccess::CurrentRecord(view).objects.fillForced),
-      m_hasUnits(m_gl.Has(&GLEntryPoints::glActiveTexture)) {
+      m_fillForced(ViewAccess::CurrentObjects(view).fillForced), m_hasUnits(m_gl.Has(&GLEntryPoints::glActiveTexture)) {
     KeepUnits();
     for (std::size_t index = 0; index < Capabilities().size(); ++index) {
         m_capabilities[index] = m_gl.glIsEnabled(Capabilities()[index]) != 0;
@@ -36,7 +35,7 @@ DrawingStateScope::DrawingStateScope(COpenGLView& view, DrawnThing thing)
     m_gl.glGetIntegerv(GL_POLYGON_MODE, m_polygonMode);
     if (m_gl.Has(&GLEntryPoints::glUseProgram)) {
         const auto program = static_cast<GLuint>(IntegerOf(m_gl, GL_CURRENT_PROGRAM));
-        m_hostProgram = program == ViewAccess::CurrentRecord(view).objects.boundProgram ? 0 : program;
+        m_hostProgram = program == ViewAccess::CurrentObjects(view).boundProgram ? 0 : program;
     }
     if (m_thing == DrawnThing::Frame) {
         KeepFrameState();
@@ -58,7 +57,6 @@ DrawingStateScope::~DrawingStateScope() {
     } else {
         ReturnBlending();
     }
-    GLRenderingContextRecord& record = ViewAccess::CurrentRecord(m_view);
     if (m_polygonModeChanged) {
         const auto mode = [this](int face) { return static_cast<GLenum>(m_polygonMode[face]); };
         if (m_polygonMode[0] == m_polygonMode[1]) {
@@ -68,14 +66,14 @@ DrawingStateScope::~DrawingStateScope() {
             m_gl.glPolygonMode(GL_BACK, mode(1));
         }
     }
-    record.objects.fillForced = m_fillForced;
+    ViewAccess::CurrentObjects(m_view).fillForced = m_fillForced;
     ViewAccess::CurrentMatrices(m_view) = m_matrices;
     if (!m_programs) {
         m_view.LoadCurrentMatrices();
         m_view.MatrixMode(m_attributes.matrixMode);
     }
     ReturnUnits();
-    record.attributes = m_attributes;
+    ViewAccess::CurrentRecord(m_view).attributes = m_attributes;
 }
 
 void DrawingStateScope::PrepareForDrawing() {
@@ -86,7 +84,7 @@ void DrawingStateScope::PrepareForDrawing() {
         m_gl.glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
         m_polygonModeChanged = true;
     }
-    ViewAccess::CurrentRecord(m_view).objects.fillForced = true;
+    ViewAccess::CurrentObjects(m_view).fillForced = true;
     if (!m_programs && m_hostProgram != 0) {
         m_gl.glUseProgram(0);
     }
@@ -104,7 +102,7 @@ void DrawingStateScope::EndDrawing() {
         }
         return;
     }
-    ContextObjects& objects = ViewAccess::CurrentRecord(m_view).objects;
+    ContextObjects& objects = ViewAccess::CurrentObjects(m_view);
     m_view.DisableShaderVertexAttribArrays(objects.currentShader);
     m_gl.glUseProgram(program);
     objects.boundProgram = 0;

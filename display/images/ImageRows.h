@@ -59,7 +59,7 @@ struct NoDataTreatment {
 };
 
 /// The rectangle as GL_RGBA without row padding, the pixels of the marker's colour treated. A transparent pixel takes
-/// its colour from a neighbour with data, so that smoothing brings no fringe of the marker's colour into the picture.
+/// its colour from a neighbour with data, so that smoothing brings no fringe of the marker's colour into what is drawn.
 std::vector<unsigned char> TreatNoData(const ImageRows& rows, const NoDataTreatment& treatment);
 
 } // namespace KTR

@@ -9,7 +9,7 @@ namespace KTR {
 
 namespace {
 
-/// How a format of the host is kept.
+/// How an image of the host's format is stored.
 struct TextureFormat {
     GLint internalFormat;
     GLenum format;

@@ -40,8 +40,8 @@ struct ORRIN_DISPLAY_API GLTextureObject {
 ORRIN_DISPLAY_API int TextureBytes(std::initializer_list<int> factors);
 
 /// The process's cache of raster textures. One instance serves all views (COpenGLView::m_gRasterTextureManager); it
-/// lives from the load of the library to its unload. It keeps the books and makes no GL call: deleting the GL names is
-/// the view's work.
+/// lives from the load of the library to its unload. It does the bookkeeping and makes no GL call: deleting the GL
+/// names is the view's work.
 ///
 /// The entries are a list. New ones go to its tail, and the head counts as the one that was used longest ago; no
 /// look-up moves an entry, MakeTextureNewest does. There is no limit to the size: the host evicts.

@@ -40,7 +40,7 @@ private:
 /// stands for itself.
 const void* TextureGroupOf(const GLRenderingContextRecord& record);
 
-/// The GL objects of a share group are gone with its last context: what is left of them in the books goes too, and the
+/// The GL objects of a share group are gone with its last context: what is left of them in the cache goes too, and the
 /// views forget it.
 void ForgetTextureGroup(const void* shareGroup);
 

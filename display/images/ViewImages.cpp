@@ -48,7 +48,7 @@ public:
         view.DrawSetupSetShaderTexture(texture, sampler);
         view.EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
         if (!view.DrawsWithPrograms()) {
-            // Fixed functions take the transparency from the vertices, programs from the context.
+            // They take the transparency from the vertices, programs from the context.
             view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
         }
     }

@@ -55,7 +55,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  12. Trace and errors          display/diagnostics/ViewTrace.cpp
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
-///  15. Kept frames               display/images/ViewBackingStore.cpp
+///  15. Backing store             display/images/ViewBackingStore.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same picture:
 ///
@@ -675,31 +675,35 @@ public:
     /// The cache's entry at a position of its list; null where there is none.
     GLTextureObject* GetTextureObjectAtPosition(POSITION position) const;
     /// Removes the first entry of this name with its GL objects. E_INVALIDARG when there is none that this context can
-    /// delete.
+    /// delete, and when it is not the thread's current one. Every view forgets the names, as with each way that an
+    /// entry is removed by a view.
     long DeleteTextureFromCache(const wchar_t* name);
     /// Removes entries from the head of the list, with their GL objects, until no more than `maximumBytes` are left.
-    /// Call it with a context current, between frames. E_FAIL when more are left: what other share groups hold can be
-    /// deleted there only.
+    /// Call it with the view's context current, between frames. E_FAIL when more are left: what other share groups hold
+    /// can be deleted there only.
     long LimitTextureCache(unsigned long long maximumBytes);
-    /// Empties the cache. GL objects that the current context can reach are deleted.
+    /// Empties the cache. GL objects that the current context can reach are deleted; the others wait for a context of
+    /// their group.
     void DeleteDisplayTextureCache();
     /// Queues a sampler that cannot be deleted now because no context of its group is current; 0 is passed over.
     void AddSamplerNameToDeleteStack(unsigned int sampler);
-    /// Deletes the queued samplers. Without a current context of the share group they stay queued.
+    /// Deletes the queued samplers, and textures that wait likewise. Without a current context of the share group they
+    /// stay queued.
     void DeleteSamplerNameStack();
     /// Empties the cache and deletes the queued samplers, before the share group's last context goes.
     void DeleteTexturesAndSamplers();
     /// Deletes a texture and a sampler of the current context's share group and clears both names; 0 is passed over.
-    /// Without a current context the names stay as they are.
+    /// Where the view's context is not the thread's current one the names stay as they are.
     void DeleteTextureAndSamplerNames(unsigned int& texture, unsigned int& sampler);
 
     // Images: loading and drawing. Implemented in ViewImages.cpp
     // Row 0 of an image is its lower row, at texture coordinate t = 0.
 
     /// Loads an image into a texture, and leaves it bound to `textureUnit` (with its sampler, on a 4.x context). The
-    /// active unit is GL_TEXTURE0 afterwards; the pixel-store state is as before.
+    /// active unit is GL_TEXTURE0 afterwards. A host's pixel-store state, pixel transfer and pixel buffers change
+    /// nothing and are as before.
     ///
-    /// \param textureUnit   GL_TEXTURE0 and up
+    /// \param textureUnit   GL_TEXTURE0 and up, as many as the context has
     /// \param format        what a pixel is: GL_RGB, GL_RGBA, GL_BGR, GL_BGRA, GL_LUMINANCE, GL_LUMINANCE_ALPHA,
     ///                      GL_ALPHA, GL_RED in bytes, GL_DEPTH_COMPONENT in floats from 0 to 1
     /// \param width,height  pixels
@@ -719,7 +723,9 @@ public:
     /// Draws an image of bytes over a rectangle in model coordinates: row 0 along `bottom`, column 0 along `left`.
     /// Exchange `bottom` and `top` for an image whose row 0 is its upper row. An image that exceeds the largest texture
     /// is drawn in tiles; the seams do not show. Everything that is drawn textured obeys the texture transparency and
-    /// is blended by its alpha; an open batch is discarded, and no program is bound afterwards. Results as LoadGLImage.
+    /// is blended by its alpha. What a host has set for its own drawing (pixel storage and transfer, polygon mode, a
+    /// program) changes nothing and is put back; an open batch is discarded, and a program of the library's is in use
+    /// no longer. Results as LoadGLImage.
     long DrawImage(double left, double bottom, double right, double top, double z, unsigned int format, int width,
                    int height, int rowAlignment, unsigned int filter, const void* pixels);
     /// Draws a texture over a quadrilateral: 4 corners in order around it, in model coordinates, and their 4 texture
@@ -742,8 +748,8 @@ public:
     /// False shows such pixels as they are.
     void DrawSetupApplyNoDataColor(bool on);
 
-    // ---- 15. Kept frames. Implemented in ViewBackingStore.cpp
-    // A view keeps one finished frame, so that an overlay (a rubber band, a cursor) is drawn over it again and again
+    // ---- 15. Backing store. Implemented in ViewBackingStore.cpp
+    // A view stores one finished frame, so that an overlay (a rubber band, a cursor) is drawn over it again and again
     // without drawing the scene.
 
     /// Makes room for a frame of `width` × `height` pixels; never less than for 1024 × 768, and what is large enough
@@ -758,22 +764,24 @@ public:
     /// Frees the store and deletes its textures if a context that has them is current, else they go with the next save
     /// or the context.
     void DeleteBackingStore();
-    /// Makes the context `type` current on `deviceContext` and keeps a rectangle of its `readBuffer` (the legacy
+    /// Makes the context `type` current on `deviceContext` and stores a rectangle of its `readBuffer` (the legacy
     /// context's is the front buffer): the colours, and on a 4.x context the depths. `x` and `y` in window pixels from
-    /// the lower left. A zero size keeps nothing and changes nothing; results are S_OK, E_INVALIDARG for a negative
+    /// the lower left. A zero size stores nothing and changes nothing; results are S_OK, E_INVALIDARG for a negative
     /// size, E_FAIL when there is no such context to make current, and E_OUTOFMEMORY. State is as before afterwards.
     long SaveBackingStore(HDC deviceContext, GLRenderingContextTypes type, unsigned int readBuffer, int x, int y,
                           int width, int height);
-    /// Puts a part of the kept frame back into the current context's draw buffer, to the pixel: `width` × `height`
+    /// Puts a part of the stored frame back into the current context's draw buffer, to the pixel: `width` × `height`
     /// pixels of the frame from (`x`, `y`), both from its lower left, to (`rasterX`, `rasterY`) in window pixels,
     /// rounded to whole ones. What lies outside the frame, or outside the part of the window that `window...` gives
     /// (pixels from the lower left), is left out.
     ///
-    /// Nothing is put back when the window has another size than when the frame was kept, when another context is
-    /// current, or without a frame; `clear` clears all the same, so that a host sees a background instead of a frame
-    /// that no longer fits. An open batch is discarded. State is as before afterwards, with no program in use.
+    /// Nothing is put back when the window has another size than when the frame was saved, when it was saved from the
+    /// view's other context, or without a frame; `clear` clears all the same, so that a host sees a background instead
+    /// of a frame that no longer fits. Where the view's context is not the thread's current one nothing happens at all.
+    /// An open batch is discarded. State is as before afterwards, a host's own program included; one of the library's
+    /// is in use no longer.
     ///
-    /// \param format       GL_RGBA, the only format that is kept; any other puts nothing back
+    /// \param format       GL_RGBA, the only format that is stored; any other puts nothing back
     /// \param sizeInBytes  bytes of the frame that the host means, 4 a pixel; a frame of another size is not put
     ///                     back. 0 takes any
     /// \param clear        first clears colour and depth to the background, as Clear does: where the scissor test is

@@ -52,7 +52,7 @@ TEST_F(FrameFaults, TesselatorWithoutMemoryLeavesVerticesOut) {
 
 constexpr std::size_t kSmallestStore = 1024ULL * 768 * 4;
 
-// An overlay that cannot be kept: no half a store, and the next attempt works.
+// A frame that cannot be stored: no half a store, and the next attempt works.
 TEST_F(FrameFaults, BackingStoreIsThereWholeOrNotAtAll) {
     for (const bool programs : {false, true}) {
         ForgetFirstView();
@@ -74,7 +74,7 @@ TEST_F(FrameFaults, BackingStoreIsThereWholeOrNotAtAll) {
             EXPECT_EQ(live->GetRGBABackingStoreSizeInBytes(), 0U);
             live.Clear();
             live->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, 128, 128, 0, 0, 128, 128, false, true, false);
-            EXPECT_EQ(live.CountDrawn(), 0) << "nothing is kept";
+            EXPECT_EQ(live.CountDrawn(), 0) << "nothing is stored";
         }
         EXPECT_EQ(save(128), S_OK);
         EXPECT_EQ(live->GetRGBABackingStoreSizeInBytes(), kSmallestStore);
@@ -82,7 +82,7 @@ TEST_F(FrameFaults, BackingStoreIsThereWholeOrNotAtAll) {
     }
 }
 
-// A full disk leaves no file that looks like a picture; without memory for the padding the headers are all there is.
+// A full disk leaves no file that looks like an image; without memory for the padding the headers are all there is.
 TEST_F(FrameFaults, BitmapFileOnAFullDisk) {
     const std::filesystem::path path = std::filesystem::temp_directory_path() / "orrin_full_disk.bmp";
     std::string name = path.string();

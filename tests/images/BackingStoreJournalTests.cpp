@@ -2,14 +2,14 @@
 
 namespace {
 
-class KeptFrames : public RecordedTest {
+class StoredFrames : public RecordedTest {
 protected:
-    KeptFrames() {
+    StoredFrames() {
         driver.SetVersionText("4.6.0 NVIDIA 551.23");
         live = std::make_unique<LiveView>();
         driver.ForbidFixedFunction(0, true);
     }
-    ~KeptFrames() override {
+    ~StoredFrames() override {
         live.reset();
         EXPECT_EQ(driver.LeakReport(), "");
     }
@@ -25,8 +25,8 @@ protected:
     std::unique_ptr<LiveView> live;
 };
 
-// An overlay is kept and put back all day long: its two textures are made once, and go.
-TEST_F(KeptFrames, TexturesAreMadeOnceAndDeleted) {
+// A frame is stored and put back all day long: its two textures are made once, and go.
+TEST_F(StoredFrames, TexturesAreMadeOnceAndDeleted) {
     EXPECT_EQ(Save(), S_OK);
     EXPECT_EQ(Names(), 22U);
     EXPECT_EQ(Save(128, 128), S_OK);
@@ -51,7 +51,7 @@ TEST_F(KeptFrames, TexturesAreMadeOnceAndDeleted) {
 }
 
 // Whichever way the context goes, the textures go with it (the fixture looks for what is left).
-TEST_F(KeptFrames, ContextTakesTheTexturesAlong) {
+TEST_F(StoredFrames, ContextTakesTheTexturesAlong) {
     EXPECT_EQ(Save(), S_OK);
     live->view->RecreateContext(true, live->window.DeviceContext(), L"again");
     EXPECT_EQ(Names(), 0U);
@@ -65,7 +65,7 @@ TEST_F(KeptFrames, ContextTakesTheTexturesAlong) {
 
 // What is bound when a frame is saved or put back may have been deleted through another window. Bound again by its name
 // it would be an error, or a new texture that nobody deletes.
-TEST_F(KeptFrames, NamesDeletedElsewhereAreNotBoundAgain) {
+TEST_F(StoredFrames, NamesDeletedElsewhereAreNotBoundAgain) {
     LiveView other;
     live->view->MakeCurrent(GLContextMain);
     EXPECT_EQ(Save(), S_OK);
@@ -108,10 +108,10 @@ struct DriverFault {
     long result;
 };
 
-class KeptFrameFaults : public KeptFrames, public testing::WithParamInterface<DriverFault> {};
+class StoredFrameFaults : public StoredFrames, public testing::WithParamInterface<DriverFault> {};
 
-// A driver that runs out of something keeps no half a frame: nothing is put back, and the next save works.
-TEST_P(KeptFrameFaults, LeaveNoFrameAndNoNames) {
+// A driver that runs out of something stores no half a frame: nothing is put back, and the next save works.
+TEST_P(StoredFrameFaults, LeaveNoFrameAndNoNames) {
     driver.FailCall(GetParam().function, GetParam().nth);
     EXPECT_EQ(Save(), GetParam().result);
     driver.StartJournal();
@@ -126,7 +126,7 @@ TEST_P(KeptFrameFaults, LeaveNoFrameAndNoNames) {
     EXPECT_EQ(Names(), 22U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, KeptFrameFaults,
+INSTANTIATE_TEST_SUITE_P(Faults, StoredFrameFaults,
                          testing::Values(DriverFault{"NoColorTexture", "glGenTextures", 1, E_OUTOFMEMORY},
                                          DriverFault{"NoDepthTexture", "glGenTextures", 2, E_OUTOFMEMORY},
                                          DriverFault{"NoSampler", "glGenSamplers", 1, E_OUTOFMEMORY},

@@ -58,7 +58,7 @@ TEST_P(BackingStore, SceneComesBackUnderEachOverlay) {
     const Picture scene = Look();
     const std::vector<float> depths = Depths();
     ASSERT_EQ(Save(), S_OK);
-    EXPECT_EQ(Look().pixels, scene.pixels) << "keeping changes nothing on the screen";
+    EXPECT_EQ(Look().pixels, scene.pixels) << "saving changes nothing on the screen";
     for (unsigned int overlay = 2; overlay < 6; ++overlay) {
         live->Disable(GL_DEPTH_TEST);
         Draw(*live.view, overlay, 0.0);
@@ -103,7 +103,7 @@ constexpr Part kParts[] = {
     {"FarAway", 3e38F, -3e38F, {0, 0, 100, 90}},
     {"HugeRectangle", 0.0F, 0.0F, {INT_MIN, INT_MIN, INT_MAX, INT_MAX}, {INT_MAX, INT_MAX, INT_MAX, INT_MAX}},
     {"Nowhere", std::numeric_limits<float>::quiet_NaN(), 0.0F, {0, 0, 100, 90}},
-    {"Turned", 30.0F, 20.0F, {0, 0, -100, 90}},
+    {"Reversed", 30.0F, 20.0F, {0, 0, -100, 90}},
 };
 
 // Worked out pixel by pixel: no part may be off by one, torn, or written where it does not belong.
@@ -241,7 +241,7 @@ TEST_P(BackingStore, StateIsAsBefore) {
     glDeleteTextures(1, &texture);
 }
 
-// An old frame on a new window would be a picture of the wrong place.
+// An old frame on a new window would show the wrong place.
 TEST_P(BackingStore, FrameThatFitsNoMoreStaysAway) {
     const auto isLeftOut = [&](const char* why, auto&& restore) {
         SCOPED_TRACE(why);
@@ -254,7 +254,7 @@ TEST_P(BackingStore, FrameThatFitsNoMoreStaysAway) {
         live.Clear(RGB(90, 80, 70));
         ASSERT_EQ(Save(), S_OK);
     };
-    isLeftOut("nothing kept", [&] { Restore(); });
+    isLeftOut("nothing saved", [&] { Restore(); });
     save();
     isLeftOut("another format", [&] { Restore(false, true, GL_RGB); });
     isLeftOut("another size", [&] { Restore(false, true, GL_RGBA, kSide * kSide * 4 - 4); });

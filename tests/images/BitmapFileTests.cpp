@@ -71,7 +71,7 @@ TEST_F(BitmapFile, SizesFollowTheWidthAndTheFormat) {
     EXPECT_EQ(debugger.Text(), L"");
 }
 
-// A size that went wrong must not take an earlier picture with it.
+// A size that went wrong must not take an earlier image with it.
 TEST_F(BitmapFile, ImpossibleSizesTouchNothing) {
     Bytes pixels(64, 1);
     ASSERT_TRUE(Save(2, 2, GL_RGB, &pixels));

@@ -11,7 +11,7 @@ constexpr Pixel kGround{20, 40, 60, 255};
 using Bytes = std::vector<unsigned char>;
 
 /// Runs with each of the two pipelines in force.
-class ImagePictures : public FreshProcessTest {
+class ImageFrames : public FreshProcessTest {
 protected:
     template <typename Draw> Picture DrawWith(bool programs, Draw draw) {
         ForgetFirstView();
@@ -35,7 +35,7 @@ struct FormatCase {
     Pixel (*color)(const unsigned char* bytes);
 };
 
-class ImageFormats : public ImagePictures, public testing::WithParamInterface<FormatCase> {
+class ImageFormats : public ImageFrames, public testing::WithParamInterface<FormatCase> {
 protected:
     /// An image whose pixels and channels all differ, its row padding filled with what must never be seen.
     static Bytes Image(const FormatCase& test, int width, int height) {
@@ -63,7 +63,7 @@ TEST_P(ImageFormats, ShowEachPixelAtItsPlace) {
     const FormatCase& test = GetParam();
     constexpr int height = 3;
     for (const bool programs : {false, true}) {
-        const Picture picture = DrawWith(programs, [&](COpenGLView& view) {
+        const Picture frame = DrawWith(programs, [&](COpenGLView& view) {
             view.DrawSetupTextureTransparency(test.transparency);
             for (int width = 1, x = 0; width <= 5; x += width++ + 1) {
                 const Bytes image = Image(test, width, height);
@@ -82,13 +82,13 @@ TEST_P(ImageFormats, ShowEachPixelAtItsPlace) {
                     const Pixel expected = Blended(test.color(bytes), test.transparency);
                     for (const int corner : {0, kTexel - 1}) {
                         const Pixel drawn =
-                            picture.At((x + column) * kTexel + corner, (1 + row) * kTexel + kTexel - 1 - corner);
+                            frame.At((x + column) * kTexel + corner, (1 + row) * kTexel + kTexel - 1 - corner);
                         EXPECT_LE(LargestDifference(drawn, expected), 1)
                             << drawn << " instead of " << expected << ", width " << width << ", programs " << programs;
                     }
                 }
             }
-            EXPECT_EQ(picture.At((x + width) * kTexel, kTexel), kGround);
+            EXPECT_EQ(frame.At((x + width) * kTexel, kTexel), kGround);
         }
     }
 }
@@ -145,17 +145,17 @@ INSTANTIATE_TEST_SUITE_P(Formats, ImageFormats,
                          [](const auto& test) { return test.param.name; });
 
 // Smoothed images go on with their outermost pixels: no seam of another colour around them.
-TEST_F(ImagePictures, SmoothImageEndsInItsOutermostPixels) {
+TEST_F(ImageFrames, SmoothImageEndsInItsOutermostPixels) {
     const unsigned char image[] = {200, 0, 0, 0, 0, 100};
     for (const bool programs : {false, true}) {
-        const Picture picture = DrawWith(programs, [&](COpenGLView& view) {
+        const Picture frame = DrawWith(programs, [&](COpenGLView& view) {
             EXPECT_EQ(view.DrawImage(10, 10, 138, 74, 0.0, GL_RGB, 2, 1, 1, GL_LINEAR, image), S_OK);
         });
-        EXPECT_EQ(picture.At(10, 10), (Pixel{200, 0, 0, 255}));
-        EXPECT_EQ(picture.At(40, 73), (Pixel{200, 0, 0, 255}));
-        EXPECT_EQ(picture.At(137, 73), (Pixel{0, 0, 100, 255}));
-        EXPECT_LE(LargestDifference(picture.At(74, 40), {100, 0, 50, 255}), 2);
-        EXPECT_EQ(picture.At(138, 40), kGround);
+        EXPECT_EQ(frame.At(10, 10), (Pixel{200, 0, 0, 255}));
+        EXPECT_EQ(frame.At(40, 73), (Pixel{200, 0, 0, 255}));
+        EXPECT_EQ(frame.At(137, 73), (Pixel{0, 0, 100, 255}));
+        EXPECT_LE(LargestDifference(frame.At(74, 40), {100, 0, 50, 255}), 2);
+        EXPECT_EQ(frame.At(138, 40), kGround);
     }
 }
 
@@ -165,13 +165,13 @@ struct NoDataCase {
     Pixel shown; ///< where the image has no data
 };
 
-class NoData : public ImagePictures, public testing::WithParamInterface<NoDataCase> {};
+class NoData : public ImageFrames, public testing::WithParamInterface<NoDataCase> {};
 
 // The image is grey: what counts is the colour that it shows, whatever its format.
 TEST_P(NoData, ShowsWhatWasChosen) {
     const unsigned char image[] = {9, 8, 9, 10};
     for (const bool programs : {false, true}) {
-        const Picture picture = DrawWith(programs, [&](COpenGLView& view) {
+        const Picture frame = DrawWith(programs, [&](COpenGLView& view) {
             view.DrawSetupNoDataColor({9, 9, 9}, {250, 150, 50});
             view.DrawSetupApplyNoDataColor(GetParam().apply);
             view.DrawSetupNoDataIsTransparent(GetParam().transparent);
@@ -184,10 +184,10 @@ TEST_P(NoData, ShowsWhatWasChosen) {
             view.DeleteTextureAndSamplerNames(texture, sampler);
         });
         for (const int y : {8, 40}) {
-            EXPECT_EQ(picture.At(8, y), GetParam().shown);
-            EXPECT_EQ(picture.At(24, y), (Pixel{8, 8, 8, 255}));
-            EXPECT_EQ(picture.At(40, y), GetParam().shown);
-            EXPECT_EQ(picture.At(56, y), (Pixel{10, 10, 10, 255}));
+            EXPECT_EQ(frame.At(8, y), GetParam().shown);
+            EXPECT_EQ(frame.At(24, y), (Pixel{8, 8, 8, 255}));
+            EXPECT_EQ(frame.At(40, y), GetParam().shown);
+            EXPECT_EQ(frame.At(56, y), (Pixel{10, 10, 10, 255}));
         }
     }
 }
@@ -199,28 +199,28 @@ INSTANTIATE_TEST_SUITE_P(Choices, NoData,
                          [](const auto& test) { return test.param.name; });
 
 // Black no-data around bright terrain: smoothing must not draw a dark rim between the two.
-TEST_F(ImagePictures, SmoothedNoDataHasNoFringe) {
+TEST_F(ImageFrames, SmoothedNoDataHasNoFringe) {
     unsigned char image[8 * 3] = {};
     std::fill(image + 4 * 3, image + 8 * 3, static_cast<unsigned char>(250));
-    const Picture picture = DrawWith(true, [&](COpenGLView& view) {
+    const Picture frame = DrawWith(true, [&](COpenGLView& view) {
         view.SetBackgroundColor(RGB(250, 250, 250), true);
         view.DrawSetupNoDataColor({0, 0, 0}, {0, 0, 0});
         EXPECT_EQ(view.DrawImage(0, 0, 128, 16, 0.0, GL_RGB, 8, 1, 1, GL_LINEAR, image), S_OK);
     });
-    EXPECT_EQ(picture.CountDrawn({250, 250, 250, 255}), 0);
+    EXPECT_EQ(frame.CountDrawn({250, 250, 250, 255}), 0);
 }
 
 // Corners and texture coordinates belong together in the order given, and an image may stand on its head.
-TEST_F(ImagePictures, CornersKeepTheirOrder) {
+TEST_F(ImageFrames, CornersKeepTheirOrder) {
     const unsigned char image[] = {200, 0, 0, 0, 200, 0, 0, 0, 200, 200, 200, 0}; // lower row: red, green
     constexpr Pixel red{200, 0, 0, 255}, green{0, 200, 0, 255}, blue{0, 0, 200, 255}, yellow{200, 200, 0, 255};
     for (const bool programs : {false, true}) {
-        const Picture picture = DrawWith(programs, [&](COpenGLView& view) {
+        const Picture frame = DrawWith(programs, [&](COpenGLView& view) {
             unsigned int texture = 0;
             unsigned int sampler = 0;
             ASSERT_EQ(view.LoadGLImage(GL_TEXTURE0, GL_RGB, 2, 2, 1, GL_NEAREST, image, texture, sampler), S_OK);
-            const PointXYZ turned[] = {{32, 0, 0}, {32, 32, 0}, {0, 32, 0}, {0, 0, 0}};
-            EXPECT_EQ(view.DrawTexturedQuadrilateral(texture, sampler, turned, nullptr), S_OK);
+            const PointXYZ rotated[] = {{32, 0, 0}, {32, 32, 0}, {0, 32, 0}, {0, 0, 0}};
+            EXPECT_EQ(view.DrawTexturedQuadrilateral(texture, sampler, rotated, nullptr), S_OK);
             const PointXYZ upright[] = {{40, 0, 0}, {72, 0, 0}, {72, 32, 0}, {40, 32, 0}};
             const GLTexCoords rightHalf[] = {{0.5, 0}, {1, 0}, {1, 1}, {0.5, 1}};
             EXPECT_EQ(view.DrawTexturedQuadrilateral(texture, sampler, upright, rightHalf), S_OK);
@@ -230,8 +230,8 @@ TEST_F(ImagePictures, CornersKeepTheirOrder) {
             view.DeleteTextureAndSamplerNames(texture, sampler);
         });
         const auto quarters = [&](int x) {
-            return std::vector<Pixel>{picture.At(x + 8, 8), picture.At(x + 24, 8), picture.At(x + 8, 24),
-                                      picture.At(x + 24, 24)};
+            return std::vector<Pixel>{frame.At(x + 8, 8), frame.At(x + 24, 8), frame.At(x + 8, 24),
+                                      frame.At(x + 24, 24)};
         };
         EXPECT_EQ(quarters(0), (std::vector{blue, red, yellow, green}));
         EXPECT_EQ(quarters(40), (std::vector{green, green, yellow, yellow}));
@@ -239,8 +239,8 @@ TEST_F(ImagePictures, CornersKeepTheirOrder) {
     }
 }
 
-// Map coordinates have more digits than a float: far from the origin a picture must not shake or tear.
-TEST_F(ImagePictures, NationalGridCoordinatesGiveTheSamePicture) {
+// Map coordinates have more digits than a float: far from the origin an image must not shake or tear.
+TEST_F(ImageFrames, NationalGridCoordinatesGiveTheSameFrame) {
     Bytes image(32 * 32);
     for (std::size_t index = 0; index < image.size(); ++index) {
         image[index] = static_cast<unsigned char>(index * 37);

@@ -64,7 +64,7 @@ TEST_F(ImageUpload, SameSizeIsFilledInPlace) {
     }
 }
 
-// A depth image comes back from the texture as the same floats: a kept frame's depths must not drift.
+// A depth image comes back from the texture as the same floats: a stored frame's depths must not drift.
 TEST_F(ImageUpload, DepthsKeepTheirValuesOnAnyUnit) {
     Open(true);
     const std::vector<float> depths = {0.0F, 0.1F, 0.123456789F, 0.5F, 0.99999994F, 1.0F};
@@ -147,7 +147,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, RefusedImages,
                                          Refusal{"Alignment", GL_TEXTURE0, GL_RGB, 8, 8, 3, GL_LINEAR, ""},
                                          Refusal{"Format", GL_TEXTURE0, GL_COLOR_INDEX, 8, 8, 1, GL_LINEAR, ""},
                                          Refusal{"Filter", GL_TEXTURE0, GL_RGB, 8, 8, 1, GL_LINEAR_MIPMAP_LINEAR, ""},
-                                         Refusal{"Unit", 0, GL_RGB, 8, 8, 1, GL_LINEAR, ""}),
+                                         Refusal{"Unit", 0, GL_RGB, 8, 8, 1, GL_LINEAR, ""},
+                                         Refusal{"UnitThatIsNone", GL_TEXTURE0 + 5000, GL_RGB, 8, 8, 1, GL_LINEAR, ""}),
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(ImageUpload, DriverWithoutMemoryIsToldAndLeavesNothing) {
@@ -247,7 +248,7 @@ protected:
     }();
 };
 
-TEST_P(Tiles, GiveThePictureOfOneTexture) {
+TEST_P(Tiles, GiveTheFrameOfOneTexture) {
     for (const bool programs : {false, true}) {
         if (programs && GetParam().oldDriver) {
             continue;

@@ -18,7 +18,7 @@ GLTextureObject Texture(const wchar_t* name, int width, int height, int bytesPer
     return texture;
 }
 
-class TextureCacheBooks : public testing::Test {
+class TextureBookkeeping : public testing::Test {
 protected:
     GLTextureObject* Add(const wchar_t* name, unsigned int texture, int width = 2, int height = 3) {
         GLTextureObject* entry = nullptr;
@@ -42,7 +42,7 @@ protected:
     COpenGLViewTextureManager cache;
 };
 
-TEST_F(TextureCacheBooks, EntryIsACopyWithTheNamesGiven) {
+TEST_F(TextureBookkeeping, EntryIsACopyWithTheNamesGiven) {
     GLTextureObject source = Texture(L"ortho", 20, 30, 3);
     source.imageWidth = 40;
     source.imageHeight = 50;
@@ -73,7 +73,7 @@ TEST_F(TextureCacheBooks, EntryIsACopyWithTheNamesGiven) {
 }
 
 // A name that hosts build from the same parts must not find another layer's texture.
-TEST_F(TextureCacheBooks, NamesAreComparedWholeAndTheFirstFromTheHeadCounts) {
+TEST_F(TextureBookkeeping, NamesAreComparedWholeAndTheFirstFromTheHeadCounts) {
     for (const wchar_t* name : {L"layer 1", L"layer 10", L"Layer 1", L"", L"layer 1"}) {
         Add(name, static_cast<unsigned int>(cache.GetCount()) + 1);
     }
@@ -103,7 +103,7 @@ TEST_F(TextureCacheBooks, NamesAreComparedWholeAndTheFirstFromTheHeadCounts) {
     EXPECT_EQ(cache.DeleteTexture(L"layer 1"), E_INVALIDARG);
 }
 
-TEST_F(TextureCacheBooks, EveryWayOutTakesItsBytesAlong) {
+TEST_F(TextureBookkeeping, EveryWayOutTakesItsBytesAlong) {
     for (unsigned int texture = 1; texture <= 5; ++texture) {
         Add(std::to_wstring(texture).c_str(), texture, static_cast<int>(texture), 10);
     }
@@ -129,7 +129,7 @@ TEST_F(TextureCacheBooks, EveryWayOutTakesItsBytesAlong) {
     EXPECT_EQ(cache.GetCount(), 0);
 }
 
-TEST_F(TextureCacheBooks, NodeWithoutAnEntryIsSteppedOver) {
+TEST_F(TextureBookkeeping, NodeWithoutAnEntryIsSteppedOver) {
     GLTextureObject* first = Add(L"first", 1);
     GLTextureObject* second = Add(L"second", 2);
     EXPECT_EQ(cache.DeleteTexture(first, nullptr), E_INVALIDARG);
@@ -146,7 +146,7 @@ TEST_F(TextureCacheBooks, NodeWithoutAnEntryIsSteppedOver) {
     EXPECT_EQ(cache.DeleteTextureLRU(), S_OK);
 }
 
-TEST_F(TextureCacheBooks, WhatDoesNotBelongTogetherIsLeftAlone) {
+TEST_F(TextureBookkeeping, WhatDoesNotBelongTogetherIsLeftAlone) {
     GLTextureObject* first = Add(L"first", 1);
     GLTextureObject* second = Add(L"second", 2);
     GLTextureObject strange = Texture(L"first", 1, 1);
@@ -163,7 +163,7 @@ TEST_F(TextureCacheBooks, WhatDoesNotBelongTogetherIsLeftAlone) {
     EXPECT_EQ(Order(), "1-");
 }
 
-TEST_F(TextureCacheBooks, SizesAreReckonedWide) {
+TEST_F(TextureBookkeeping, SizesAreComputedWide) {
     constexpr int kLargest = std::numeric_limits<int>::max();
     GLTextureObject* entry = nullptr;
     EXPECT_EQ(cache.AddTexture(Texture(L"32768 squared", 32768, 32768), 1, 1, &entry), S_OK);
