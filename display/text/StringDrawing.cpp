@@ -21,10 +21,6 @@ constexpr double kPixelTolerance = 1e-6;
 /// A place so many half windows from the middle of the view still counts as shown: its string may reach into it.
 constexpr double kShownHalfWindows = 2.0;
 
-/// How far the quad of a rotated glyph reaches beyond its pixels, in pixels: half of one, over which the filter lets
-/// the edge fade.
-constexpr double kFade = 0.5;
-
 bool IsNear(double value, double wanted) {
     return std::abs(value - wanted) <= kPixelTolerance;
 }
@@ -50,22 +46,6 @@ glm::dvec2 DirectionOf(double angleDegrees) {
 
 glm::dvec2 RoundedToUnits(double x, double y) {
     return {std::trunc(x + 0.5), std::trunc(y + 0.5)};
-}
-
-/// The sides of a cell whose neighbour has ink right behind them, where a quad must not reach over.
-struct GlyphMargins {
-    double left = 0.0;
-    double right = 0.0;
-    double below = 0.0;
-    double above = 0.0;
-};
-
-GlyphMargins MarginsOf(const FontAtlasGlyphMetrics& font, const FontAtlasGlyph& glyph) {
-    const auto cell = static_cast<int>(&glyph - font.glyphs);
-    const bool inkOnTheLeft = cell % font.columns != 0 && (&glyph)[-1].width >= font.cellWidth;
-    const bool inkAbove = cell >= font.columns && (&glyph)[-font.columns].height >= font.cellHeight;
-    return {inkOnTheLeft ? 0.0 : kFade, glyph.width >= font.cellWidth ? 0.0 : kFade,
-            glyph.height >= font.cellHeight ? 0.0 : kFade, inkAbove ? 0.0 : kFade};
 }
 
 CFTGLFontAtlas* CurrentAtlas() {
@@ -166,43 +146,8 @@ void CloseTextBatch(COpenGLView& view, bool mayWait) {
     FlushStrings(view);
 }
 
-/// The quads of a string. Those of characters without pixels are left out where a quad reaches beyond its glyph: the
-/// neighbours' ink would show there.
-TextExtent AddGlyphs(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text, const TextFrame& frame,
-                     const glm::dvec3& origin, double* advance) {
-    const FontAtlasGlyphMetrics& font = *atlas.GetAtlasMetrics();
-    VertexBatchState& batch = ViewAccess::Batch(view);
-    const auto z = static_cast<float>(frame.place.z - origin.z);
-    const double texelWidth = 1.0 / font.textureWidth;
-    const double texelHeight = 1.0 / font.textureHeight;
-    TextExtent extent;
-    const double end = WalkGlyphs(font, atlas.GetKerning(), text, [&](const FontAtlasGlyph& glyph, double x, double y) {
-        extent.Include(x + glyph.width, y, y + glyph.height);
-        GlyphMargins margins;
-        if (!frame.plain) {
-            if (glyph.width == 0.0 || glyph.height == 0.0) {
-                return;
-            }
-            margins = MarginsOf(font, glyph);
-        }
-        const glm::dvec2 corner = frame.At(x - margins.left, y - margins.below, origin);
-        const glm::dvec2 across = frame.along * (margins.left + glyph.width + margins.right);
-        const glm::dvec2 upwards = frame.up * (margins.below + glyph.height + margins.above);
-        AddGlyphQuad(view, batch,
-                     {corner, corner + across, corner + upwards, corner + across + upwards, z,
-                      static_cast<float>(glyph.s0 - margins.left * texelWidth),
-                      static_cast<float>(glyph.s1 + margins.right * texelWidth),
-                      static_cast<float>(glyph.t0 - margins.above * texelHeight),
-                      static_cast<float>(glyph.t1 + margins.below * texelHeight)});
-    });
-    if (advance) {
-        *advance = end;
-    }
-    return extent;
-}
-
 /// The lines under and through a string, as its font asks for them.
-void DrawTextLines(COpenGLView& view, const FontParameters& font, const TextExtent& extent, const TextFrame& frame) {
+void DrawTextLines(COpenGLView& view, const FontParameters& font, const GlyphRun& run, const TextFrame& frame) {
     if (!font.underline && !font.strikeout) {
         return;
     }
@@ -218,16 +163,16 @@ void DrawTextLines(COpenGLView& view, const FontParameters& font, const TextExte
     const GLRGBAColor color = attributes.currentColor;
     const auto alpha = static_cast<unsigned char>(color.a * attributes.textTransparency / 255);
     const auto addLine = [&](double height) {
-        for (const double end : {0.0, extent.right}) {
+        for (const double end : {0.0, run.right}) {
             const glm::dvec2 point = frame.At(end, height, origin);
             view.AddIndex3DVertexRGBA(point.x, point.y, frame.place.z - origin.z, color.r, color.g, color.b, alpha);
         }
     };
     if (font.underline) {
-        addLine(extent.lowest - kUnderlineGap);
+        addLine(run.lowest - kUnderlineGap);
     }
     if (font.strikeout) {
-        addLine((extent.lowest + extent.highest) * 0.5);
+        addLine((run.lowest + run.highest) * 0.5);
     }
     view.FlushArrays();
     if (programs) {
@@ -283,10 +228,13 @@ long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, 
         }
     }
     const glm::dvec3 origin = OpenTextBatch(view, *atlas->GetAtlasMetrics(), frame);
-    const TextExtent extent = AddGlyphs(view, *atlas, text, frame, origin, advance);
+    const GlyphRun run = AddGlyphs(view, *atlas, text, frame, frame.place - origin);
+    if (advance) {
+        *advance = run.advance;
+    }
     CloseTextBatch(view, *text != L'\0');
     view.outputGlError(L"DrawFontAtlasText: AFTER  EndArrays");
-    DrawTextLines(view, atlas->GetFontParameters(), extent, frame);
+    DrawTextLines(view, atlas->GetFontParameters(), run, frame);
     return S_OK;
 }
 
