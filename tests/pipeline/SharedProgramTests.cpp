@@ -9,7 +9,7 @@ namespace {
 /// Several views of one process, all drawing with the shared programs; each test ends with nothing left behind.
 class SharedPrograms : public RecordedTest {
 protected:
-    SharedPrograms() { driver.SetVersionText("4.6.0 NVIDIA 551.23"); }
+    SharedPrograms() { driver.SetVersionText(kVersionOfPrograms); }
     ~SharedPrograms() override {
         first.reset();
         second.reset();
