@@ -17,7 +17,7 @@ struct ContextObjects {
     unsigned int boundProgram = 0;                         ///< the GL program in use; 0 after DisableClientState
     std::array<unsigned int, kShaderCount> vertexArrays{}; ///< of this context, by stock program; 0 until first bound
     ProgramUniforms boundUniforms{};                       ///< what the bound program was given
-    bool fillForced = false;           ///< GL fills although the host asked for another polygon mode
+    bool fillForced = false; ///< GL fills although the host asked for another polygon mode
     // What GL has otherwise than the host asked, for the program in use (see ForcedState.h).
     bool pointSizeForced = false;
     bool pointSpritesForced = false;
