@@ -5,6 +5,7 @@
 #include "images/BitmapFile.h"
 #include "images/TexturedQuadrilateral.h"
 #include "pipeline/ShaderFiles.h"
+#include "platform/DisplayApplication.h"
 #include "platform/Notice.h"
 #include "platform/OrrinGLCement.h"
 #include "platform/PixelFormat.h"

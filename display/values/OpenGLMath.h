@@ -16,13 +16,6 @@ public:
     const glm::dvec4& GetViewport() const { return m_viewport; }
     void SetViewport(const glm::dvec4& viewport) { m_viewport = viewport; }
 
-    const glm::dvec3& GetEyePoint() const { return m_eye; }
-    const glm::dvec3& GetTargetPoint() const { return m_target; }
-    const glm::dvec3& GetUpVector() const { return m_up; }
-    void SetEyePoint(const glm::dvec3& eye) { m_eye = eye; }
-    void SetTargetPoint(const glm::dvec3& target) { m_target = target; }
-    void SetUpVector(const glm::dvec3& up) { m_up = up; }
-
     /// Recomputes the product projection × modelview from the current matrices.
     void UpdateCompleteProjectionMatrix();
     /// The product as of the last update.
@@ -46,7 +39,4 @@ private:
     KTR::MatrixSet m_matrices;
     glm::dmat4 m_completeProjection{1.0};
     glm::dvec4 m_viewport{0.0};
-    glm::dvec3 m_eye{0.0, 0.0, 1.0};
-    glm::dvec3 m_target{0.0};
-    glm::dvec3 m_up{0.0, 1.0, 0.0};
 };

@@ -123,8 +123,8 @@ void COpenGLView::PushMatrix(const wchar_t* /*label*/) {
     GLRenderingContextRecord& record = CurrentRecord();
     const unsigned int mode = record.attributes.matrixMode;
     PushCurrentMatrixOnStack(mode, record.matrixStacks, GetCurrentMatrix());
-    // Texture and colour pushes count on the modelview depth, but their pops take nothing off it. Hosts mix the modes
-    // freely and rely on the depth never running out too early.
+    // Texture and colour pushes count on the modelview depth, but their pops take nothing off it: in whatever order a
+    // host mixes the modes, no matrix that it pushed is refused to it.
     if (mode == GL_PROJECTION) {
         ++record.projectionPushDepth;
     } else {

@@ -42,17 +42,14 @@ void COpenGLView::GetWindowDimensions(int& width, int& height) const {
 
 void COpenGLView::SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point) {
     m_contexts[type].target = point;
-    MathOf(type).SetTargetPoint(point);
 }
 
 void COpenGLView::SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point) {
     m_contexts[type].eye = point;
-    MathOf(type).SetEyePoint(point);
 }
 
 void COpenGLView::SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector) {
     m_contexts[type].up = vector;
-    MathOf(type).SetUpVector(vector);
 }
 
 void COpenGLView::SetCurrentCoordinateOffsets(double x, double y) {

@@ -2,17 +2,9 @@
 
 namespace {
 
-class StoredFrames : public RecordedTest {
+class StoredFrames : public ProgramsTest {
 protected:
-    StoredFrames() {
-        driver.SetVersionText("4.6.0 NVIDIA 551.23");
-        live = std::make_unique<LiveView>();
-        driver.ForbidFixedFunction(0, true);
-    }
-    ~StoredFrames() override {
-        live.reset();
-        EXPECT_EQ(driver.LeakReport(), "");
-    }
+    StoredFrames() { driver.ForbidFixedFunction(0, true); }
     long Save(int width = 100, int height = 90) {
         return live->view->SaveBackingStore(live->window.DeviceContext(), GLContextMain, GL_BACK, 0, 0, width, height);
     }
@@ -22,7 +14,6 @@ protected:
     unsigned int Names() const {
         return driver.LiveObjects(DriverObject::Texture) * 10 + driver.LiveObjects(DriverObject::Sampler);
     }
-    std::unique_ptr<LiveView> live;
 };
 
 // A frame is stored and put back all day long: its two textures are made once, and go.

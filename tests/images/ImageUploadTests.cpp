@@ -21,7 +21,7 @@ protected:
     void Open(bool programs) {
         live.reset();
         ForgetFirstView();
-        driver.SetVersionText(programs ? "4.6.0 NVIDIA 551.23" : "2.0");
+        driver.SetVersionText(programs ? kVersionOfPrograms : kVersionOfFixedFunctions);
         live = std::make_unique<LiveView>(96, 96);
         EXPECT_EQ((*live)->IsCurrentContextOpenGL4OrLater(), programs);
     }

@@ -7,19 +7,13 @@ struct Region {
 };
 
 /// A view on the 4.x pipeline with the process's cache, which starts and ends empty.
-class TextureRequests : public RecordedTest {
+class TextureRequests : public ProgramsTest {
 protected:
-    TextureRequests() {
-        driver.SetVersionText("4.6.0 NVIDIA 551.23");
-        live = std::make_unique<LiveView>();
-    }
     ~TextureRequests() override {
         live.reset();
-        EXPECT_EQ(driver.LeakReport(), "");
         EXPECT_EQ(Cache().GetCount(), 0);
         SetEnvironmentVariableW(L"ORRIN_TEXTURE_CACHE", nullptr);
     }
-    COpenGLView& View() const { return *live->view; }
     static COpenGLViewTextureManager& Cache() { return COpenGLView::m_gRasterTextureManager; }
 
     struct Options {
@@ -47,7 +41,6 @@ protected:
         return flags;
     }
 
-    std::unique_ptr<LiveView> live;
     GLTextureObject* found = nullptr;
 };
 

@@ -125,20 +125,4 @@ TEST_F(BatchPicture, CallersGeometryIsDrawnFromWhereItIs) {
     EXPECT_EQ(live->At(32, 40), (Pixel{0, 255, 0, 255}));
 }
 
-TEST_F(BatchPicture, SameSceneAtGridCoordinatesIsTheSamePicture) {
-    const auto draw = [this](double originX, double originY) {
-        live->Clear();
-        Begin(GL_LINE_LOOP, GLShaderLine);
-        for (int number = 0; number < 50; ++number) {
-            const PointXY point = OnCircle(number, 50);
-            View().AddIndex2DVertexRGBA(originX + point.x - originX, originY + point.y - originY, 255, 255, 255, 255);
-        }
-        View().EndArraysAndDisableClientState();
-        std::vector<unsigned char> pixels(128 * 128 * 4);
-        View().ReadPixels(0, 0, 128, 128, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-        return pixels;
-    };
-    EXPECT_EQ(draw(0, 0), draw(500'000, 4'500'000));
-}
-
 } // namespace

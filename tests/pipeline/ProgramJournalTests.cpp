@@ -7,21 +7,7 @@
 
 namespace {
 
-/// One view on the 4.x pipeline, reached as the policy does: by the driver's version text.
-class Programs : public RecordedTest {
-protected:
-    Programs() {
-        driver.SetVersionText("4.6.0 NVIDIA 551.23");
-        live = std::make_unique<LiveView>();
-    }
-    ~Programs() override {
-        live.reset();
-        EXPECT_EQ(driver.LeakReport(), "");
-    }
-    COpenGLView& View() const { return *live->view; }
-
-    std::unique_ptr<LiveView> live;
-};
+using Programs = ProgramsTest;
 
 TEST_F(Programs, AreBuiltOnceWithoutAWord) {
     EXPECT_TRUE(View().IsCurrentContextOpenGL4OrLater());

@@ -9,7 +9,7 @@ namespace {
 /// Several views of one process, all drawing with the shared programs; each test ends with nothing left behind.
 class SharedPrograms : public RecordedTest {
 protected:
-    SharedPrograms() { driver.SetVersionText("4.6.0 NVIDIA 551.23"); }
+    SharedPrograms() { driver.SetVersionText(kVersionOfPrograms); }
     ~SharedPrograms() override {
         first.reset();
         second.reset();
@@ -145,7 +145,7 @@ TEST_F(SharedPrograms, HourOfFlushesIsDrawnRightAndLeavesNothing) {
     ProcessFootprint before;
     for (int round = 0; round < rounds; ++round) {
         if (round == 100) {
-            before = ProcessFootprint();
+            before = ProcessFootprint::Take();
         }
         for (const auto& view : {&first, &second}) {
             if (!*view) {
@@ -174,9 +174,9 @@ TEST_F(SharedPrograms, HourOfFlushesIsDrawnRightAndLeavesNothing) {
         }
     }
     EXPECT_GE(driver.CallCount("glFenceSync"), 2U * rounds * batchesPerView);
-    const ProcessFootprint after;
+    const ProcessFootprint after = ProcessFootprint::Take();
     EXPECT_LE(after.handles, before.handles + 4);
-    EXPECT_LE(after.memory.PagefileUsage, before.memory.PagefileUsage + 16'000'000);
+    EXPECT_LE(after.memory, before.memory + 16'000'000);
     EXPECT_LE(driver.LiveObjects(DriverObject::Sync), 6U) << "three segments each";
 }
 

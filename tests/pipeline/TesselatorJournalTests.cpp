@@ -5,18 +5,7 @@ namespace {
 
 constexpr GLRGBAColor kFill{100, 60, 30, 255};
 
-class TesselatorCalls : public RecordedTest {
-protected:
-    TesselatorCalls() {
-        driver.SetVersionText("4.6.0 NVIDIA 551.23");
-        live = std::make_unique<LiveView>();
-    }
-    ~TesselatorCalls() override {
-        live.reset();
-        EXPECT_EQ(driver.LeakReport(), "");
-    }
-    std::unique_ptr<LiveView> live;
-};
+using TesselatorCalls = ProgramsTest;
 
 // Maps have thousands of polygons: each is a draw, not a change of program.
 TEST_F(TesselatorCalls, PolygonsInARowBindTheProgramOnce) {

@@ -52,7 +52,7 @@ INSTANTIATE_TEST_SUITE_P(Drivers, VersionPolicy,
                          [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST_F(Bootstrap, UserMayAskForOpenGL11) {
-    driver.SetVersionText("4.6.0 NVIDIA 551.23");
+    driver.SetVersionText(kVersionOfPrograms);
     SetEnvironmentVariableW(L"ORRIN_OPENGL_VERSION", L"11");
     SetEnvironmentVariableW(L"ORRIN_TEXTURE_CACHE", L"0");
     DebugOutput output;
@@ -72,7 +72,7 @@ TEST_F(Bootstrap, DriverWithoutKeyFunctionsFallsBack) {
     for (const char* missing : {"glCreateShader", "glMapBufferRange"}) {
         ForgetFirstView();
         driver.Reset();
-        driver.SetVersionText("4.6.0 NVIDIA 551.23");
+        driver.SetVersionText(kVersionOfPrograms);
         driver.HideEntryPoint(missing);
         DebugOutput output;
         const auto view = std::make_unique<COpenGLView>();

@@ -37,12 +37,16 @@ private:
     std::uint32_t m_liveContextsBefore = driver.LiveContexts();
 };
 
+/// Texts of drivers that bring the 4.x pipeline in force, and the fixed-function one.
+inline constexpr const char* kVersionOfPrograms = "4.6.0 NVIDIA 551.23";
+inline constexpr const char* kVersionOfFixedFunctions = "2.0";
+
 /// A test with a view on one of the pipelines, which is reached as the policy does: by the driver's version text. Its
 /// views leave no GL object behind.
 class RecordedViewTest : public RecordedTest {
 protected:
     explicit RecordedViewTest(bool programs) {
-        driver.SetVersionText(programs ? "4.6.0 NVIDIA 551.23" : "2.0");
+        driver.SetVersionText(programs ? kVersionOfPrograms : kVersionOfFixedFunctions);
         live = std::make_unique<LiveView>();
     }
     ~RecordedViewTest() override {

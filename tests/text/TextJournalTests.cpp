@@ -17,25 +17,23 @@ constexpr Pixel kWhite{255, 255, 255, 255};
 constexpr Pixel kRed{255, 0, 0, 255};
 
 /// Views on the 4.x pipeline, whose first has made the default font. Each test ends with nothing left behind.
-class Text : public RecordedTest {
+class Text : public ProgramsTest {
 protected:
-    Text() {
-        driver.SetVersionText("4.6.0 NVIDIA 551.23");
-        live = Open();
-    }
+    Text() { Begin(*live); }
     ~Text() override {
         live.reset();
         other.reset();
-        EXPECT_EQ(driver.LeakReport(), "");
         COpenGLView::m_gFontManager.DeleteFontLibrary();
     }
     static std::unique_ptr<LiveView> Open() {
         auto made = std::make_unique<LiveView>();
-        made->Clear();
-        made->view->Color(255, 255, 255);
+        Begin(*made);
         return made;
     }
-    COpenGLView& View() const { return *live->view; }
+    static void Begin(const LiveView& view) {
+        view.Clear();
+        view->Color(255, 255, 255);
+    }
     void Setup() const { View().DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0); }
     void Teardown() const { View().DrawTeardownFontAtlasText(false, false); }
     void DrawString(const wchar_t* text, double x, double y) const {
@@ -74,7 +72,6 @@ protected:
         return values;
     }
 
-    std::unique_ptr<LiveView> live;
     std::unique_ptr<LiveView> other;
 };
 
