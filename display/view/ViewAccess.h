@@ -10,7 +10,6 @@ namespace KTR {
 struct ViewAccess {
     static GLRenderingContextRecord& CurrentRecord(COpenGLView& view) { return view.CurrentRecord(); }
     static const GLRenderingContextRecord& CurrentRecord(const COpenGLView& view) { return view.CurrentRecord(); }
-    static ContextObjects& CurrentObjects(COpenGLView& view) { return view.CurrentRecord().objects; }
     static MatrixSet& CurrentMatrices(const COpenGLView& view) { return view.CurrentMath().Matrices(); }
     /// For who is about to change something: draws the vertices that wait.
     static GLCalls CallGL(COpenGLView& view) { return view.CallGL(); }
