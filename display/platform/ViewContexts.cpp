@@ -82,8 +82,11 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
             created = SetUpLegacyContext(deviceContext, format, type);
         }
     }
-    deviceContextOut = deviceContext;
-    renderingContextOut = created ? record.renderingContext : nullptr;
+    // Where none could be made, a context that the record has already stays in it, with its device context.
+    if (created || !record.renderingContext) {
+        deviceContextOut = deviceContext;
+    }
+    renderingContextOut = record.renderingContext;
     if (!created) {
         return 0;
     }
