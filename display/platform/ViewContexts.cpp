@@ -75,7 +75,8 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
                 return 0;
             }
             created = 1;
-            if (type == GLContextMain && ShareGroup::IsMaster(context)) {
+            // A context that takes over from another one of the group takes over its programs too.
+            if (type == GLContextMain && ShareGroup::IsMaster(context) && !ShareGroup::AreProgramsTried()) {
                 InitializeMasterContextSharedResources();
             }
         } else {
