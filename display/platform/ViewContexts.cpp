@@ -408,6 +408,9 @@ void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
     const HDC deviceContext = GetDC(window);
     if (!deviceContext) {
         return;
+    if (type == GLContextLegacy && !WindowFromDC(m_contexts[type].deviceContext)) {
+        return; // A bitmap's context has another pixel format than the window, and nothing to release.
+    }
     }
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
