@@ -429,7 +429,8 @@ void COpenGLView::LeaveStockPrograms(HGLRC context, bool contextIsCurrent) {
     if (ShareGroup::Leave(context) != ShareGroup::Leaving::Last) {
         return;
     }
-    const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
+    // Also where the process draws with fixed functions by now: the programs are there all the same.
+    const bool mayDelete = contextIsCurrent && !CurrentRecord().fixedFunctionOnly;
     if (mayDelete) {
         CallGL().glUseProgram(0);
         DeleteTexturesAndSamplers();
