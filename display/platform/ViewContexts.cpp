@@ -331,6 +331,9 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     if (held) {
         if (own) {
             ReleaseObjectsOfContext(type);
+        } else {
+            ForgetKeptFrameOf(type);
+            LeaveBehind(record.objects.ring, false);
         }
         record.renderingContext = nullptr;
         record.current = false;
@@ -405,12 +408,12 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
 
 /// Releases what the context `type` holds while its window still exists.
 void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
-    const HDC deviceContext = GetDC(window);
-    if (!deviceContext) {
-        return;
     if (type == GLContextLegacy && !WindowFromDC(m_contexts[type].deviceContext)) {
         return; // A bitmap's context has another pixel format than the window, and nothing to release.
     }
+    const HDC deviceContext = GetDC(window);
+    if (!deviceContext) {
+        return;
     }
     if (MakeCurrent(deviceContext, m_contexts[type].renderingContext, type) == 1) {
         DeleteAttributeBuffers();
@@ -474,7 +477,7 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
         LeaveStockPrograms(record.renderingContext, false);
     }
     if (!released) {
-        LeaveBehind(record.objects.ring);
+        LeaveBehind(record.objects.ring, true);
     }
     m_textureRequest.activeTexture = 0;
     m_textureRequest.activeSampler = 0;
@@ -488,28 +491,31 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
     record.objects = {};
 }
 
-/// Leaves the ring of a context that cannot be made current, and the backing store's textures that came with it, to the
+/// Leaves the ring of a context that cannot be made current, and with `frame` the backing store's textures, to the
 /// others of the share group. Where one of them is current on this thread they are deleted at once.
-void COpenGLView::LeaveBehind(VertexRing& ring) {
+void COpenGLView::LeaveBehind(VertexRing& ring, bool frame) {
     try {
         SharedNames names;
-        const GLVBO& buffers = ring.Buffers();
+        GLVBO& buffers = ring.Buffers();
         for (const GLVBO::Segment& segment : buffers.segments) {
             if (segment.fence) {
                 names.fences.push_back(segment.fence);
             }
         }
-        const auto add = [](std::vector<unsigned int>& list, unsigned int name) {
+        const auto leave = [](std::vector<unsigned int>& list, unsigned int& name) {
             if (name != 0) {
                 list.push_back(name);
+                name = 0;
             }
         };
-        add(names.buffers, buffers.vertexBuffer);
-        add(names.buffers, buffers.indexBuffer);
-        add(names.textures, m_keptFrame.colorTexture);
-        add(names.textures, m_keptFrame.depthTexture);
-        add(names.samplers, m_keptFrame.colorSampler);
-        add(names.samplers, m_keptFrame.depthSampler);
+        leave(names.buffers, buffers.vertexBuffer);
+        leave(names.buffers, buffers.indexBuffer);
+        if (frame) {
+            leave(names.textures, m_keptFrame.colorTexture);
+            leave(names.textures, m_keptFrame.depthTexture);
+            leave(names.samplers, m_keptFrame.colorSampler);
+            leave(names.samplers, m_keptFrame.depthSampler);
+        }
         ShareGroup::LeaveBehind(names);
     } catch (const std::exception&) {
         return; // Without memory for their names they go with the group.
@@ -579,7 +585,14 @@ ContextObjects COpenGLView::TakeParked(HGLRC context) {
 /// Deletes a context of this view that no record names any more.
 int COpenGLView::DeleteParkedContext(HGLRC context) {
     ContextObjects objects = TakeParked(context);
-    LeaveBehind(objects.ring);
+    // A frame that another context of the view has kept meanwhile stays; all else would be names that nobody has.
+    const GLRenderingContextRecord& main = m_contexts[GLContextMain];
+    const bool frameStays =
+        main.renderingContext && main.renderingContext == m_keptFrame.context && !main.fixedFunctionOnly;
+    LeaveBehind(objects.ring, !frameStays);
+    if (m_keptFrame.context == context) {
+        m_keptFrame.context = nullptr;
+    }
     LeaveStockPrograms(context, HasCurrentContext());
     const int result = EndContext(context);
     DeleteLeftBehind();

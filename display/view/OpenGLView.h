@@ -817,7 +817,7 @@ private:
     int DeleteParkedContext(HGLRC context);
     void DeleteParkedContexts();
     int EndContext(HGLRC context);
-    void LeaveBehind(VertexRing& ring);
+    void LeaveBehind(VertexRing& ring, bool frame);
     void DeleteLeftBehind();
 
     void LeaveStockPrograms(HGLRC context, bool contextIsCurrent);
