@@ -119,6 +119,9 @@ void UniformWriter::WriteLight(const GLLightParameters& light) const {
 }
 
 int UniformWriter::LocationOf(StockUniform uniform) const {
+    if (m_data.program == 0) {
+        return kUniformMissing; // the program could not be built
+    }
     int& location = m_data.uniformLocations[static_cast<std::size_t>(uniform)];
     if (location == kUniformNotAsked) {
         location = m_gl.glGetUniformLocation(m_data.program, kUniformNames[uniform]);
@@ -132,7 +135,7 @@ int UniformWriter::LocationOf(const char* name) const {
             return LocationOf(static_cast<StockUniform>(uniform));
         }
     }
-    return m_gl.glGetUniformLocation(m_data.program, name);
+    return m_data.program == 0 ? kUniformMissing : m_gl.glGetUniformLocation(m_data.program, name);
 }
 
 /// Samplers have the same unit in every context, so that there is nothing to lose.

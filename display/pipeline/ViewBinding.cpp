@@ -100,8 +100,9 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
     m_batch.Keep(0);
     CurrentRecord().loopContinued = false;
     if (DrawsWithPrograms()) {
-        if (IsStockProgram(type)) {
-            BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type], vbo, geometry, count);
+        if (!IsStockProgram(type) || BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type],
+                                                                  vbo, geometry, count) != S_OK) {
+            CurrentObjects().boundProgram = 0; // nothing is drawn, least of all with the program of the batch before
         }
         return;
     }

@@ -122,6 +122,7 @@ ShareGroup::Leaving ShareGroup::Leave(HGLRC context) {
 void ShareGroup::ForgetMaster() {
     const std::lock_guard lock(s_mutex);
     s_master = nullptr;
+    s_programsTried = false;
 }
 
 void ShareGroup::LeaveBehind(const SharedNames& names) {

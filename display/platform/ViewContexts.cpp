@@ -76,15 +76,19 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
                 return 0;
             }
             created = 1;
-            if (type == GLContextMain && ShareGroup::IsMaster(context)) {
+            // A context that takes over from another one of the group takes over its programs too.
+            if (type == GLContextMain && ShareGroup::IsMaster(context) && !ShareGroup::AreProgramsTried()) {
                 InitializeMasterContextSharedResources();
             }
         } else {
             created = SetUpLegacyContext(deviceContext, format, type);
         }
     }
-    deviceContextOut = deviceContext;
-    renderingContextOut = created ? record.renderingContext : nullptr;
+    // Where none could be made, a context that the record has already stays in it, with its device context.
+    if (created || !record.renderingContext) {
+        deviceContextOut = deviceContext;
+    }
+    renderingContextOut = record.renderingContext;
     if (!created) {
         return 0;
     }
@@ -319,6 +323,9 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     if (held) {
         if (own) {
             ReleaseObjectsOfContext(type);
+        } else {
+            ForgetKeptFrameOf(type);
+            LeaveBehind(record.objects.ring, false);
         }
         record.renderingContext = nullptr;
         record.current = false;
@@ -393,6 +400,9 @@ HGLRC COpenGLView::CreateSharedContext(HDC deviceContext, GLRenderingContextType
 
 /// Releases what the context `type` holds while its window still exists.
 void COpenGLView::ReleaseGLObjects(HWND window, GLRenderingContextTypes type) {
+    if (type == GLContextLegacy && !WindowFromDC(m_contexts[type].deviceContext)) {
+        return; // A bitmap's context has another pixel format than the window, and nothing to release.
+    }
     const HDC deviceContext = GetDC(window);
     if (!deviceContext) {
         return;
@@ -414,7 +424,8 @@ void COpenGLView::LeaveStockPrograms(HGLRC context, bool contextIsCurrent) {
     if (ShareGroup::Leave(context) != ShareGroup::Leaving::Last) {
         return;
     }
-    const bool mayDelete = contextIsCurrent && DrawsWithPrograms();
+    // Also where the process draws with fixed functions by now: the programs are there all the same.
+    const bool mayDelete = contextIsCurrent && !CurrentRecord().fixedFunctionOnly;
     if (mayDelete) {
         CallGL().glUseProgram(0);
         DeleteTexturesAndSamplers();
@@ -476,25 +487,26 @@ void COpenGLView::ReleaseObjectsOfContext(GLRenderingContextTypes type) {
 /// to the others of the share group. Where one of them is current on this thread they are deleted at once.
 void COpenGLView::LeaveBehind(VertexRing& ring, bool withBackingStore) {
     SharedNames names;
-    const auto add = [](std::vector<unsigned int>& list, unsigned int name) {
+    const auto leave = [](std::vector<unsigned int>& list, unsigned int& name) {
         if (name != 0) {
             list.push_back(name);
+            name = 0;
         }
     };
     try {
-        const GLVBO& buffers = ring.Buffers();
+        GLVBO& buffers = ring.Buffers();
         for (const GLVBO::Segment& segment : buffers.segments) {
             if (segment.fence) {
                 names.fences.push_back(segment.fence);
             }
         }
-        add(names.buffers, buffers.vertexBuffer);
-        add(names.buffers, buffers.indexBuffer);
+        leave(names.buffers, buffers.vertexBuffer);
+        leave(names.buffers, buffers.indexBuffer);
         if (withBackingStore) {
-            add(names.textures, m_backingStoreFrame.colorTexture);
-            add(names.textures, m_backingStoreFrame.depthTexture);
-            add(names.samplers, m_backingStoreFrame.colorSampler);
-            add(names.samplers, m_backingStoreFrame.depthSampler);
+            leave(names.textures, m_backingStoreFrame.colorTexture);
+            leave(names.textures, m_backingStoreFrame.depthTexture);
+            leave(names.samplers, m_backingStoreFrame.colorSampler);
+            leave(names.samplers, m_backingStoreFrame.depthSampler);
         }
     } catch (const std::exception&) {
         // Without memory for their names they go with the group.
@@ -565,7 +577,14 @@ ContextObjects COpenGLView::TakeParked(HGLRC context) {
 /// Deletes a context of this view that no record names any more.
 int COpenGLView::DeleteParkedContext(HGLRC context) {
     ContextObjects objects = TakeParked(context);
-    LeaveBehind(objects.ring, false);
+    // A frame that another context of the view has kept meanwhile stays; all else would be names that nobody has.
+    const GLRenderingContextRecord& main = m_contexts[GLContextMain];
+    const bool frameStays =
+        main.renderingContext && main.renderingContext == m_backingStoreFrame.context && !main.fixedFunctionOnly;
+    LeaveBehind(objects.ring, !frameStays);
+    if (m_backingStoreFrame.context == context) {
+        m_backingStoreFrame.context = nullptr;
+    }
     LeaveStockPrograms(context, HasCurrentContext());
     const int result = EndContext(context);
     DeleteLeftBehind();
