@@ -93,7 +93,6 @@ public:
     }
     void Leave() { m_painter->Leave(); }
     int Waits() const { return m_waits; }
-    const Way& Drawn() const { return m_way; }
 
 private:
     const Way& m_way;
