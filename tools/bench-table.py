@@ -17,6 +17,16 @@ def medians(path):
     return {tuple(run["label"].split("|")): {"ms": run["real_time"], "waits": run["waits"]} for run in runs}
 
 
+def spread(path):
+    """How far repetitions of one way lie apart: the coefficients of variation, in percent, by place."""
+    found = {place: [] for place in PLACES}
+    for run in json.loads(path.read_text())["benchmarks"]:
+        if run.get("aggregate_name") == "cv":
+            found[run["label"].split("|")[2]].append(100.0 * run["real_time"])
+    middle = [f"{place} {statistics.median(values):.0f} %" for place, values in found.items()]
+    print(f"\nStandard deviation of the repetitions, the middle one of all ways: {', '.join(middle)}.")
+
+
 def number(value):
     """Two digits behind the point below 10, one below 100, then none."""
     return f"{value:.2f}" if value < 10 else f"{value:.1f}" if value < 100 else f"{value:.0f}"
@@ -66,6 +76,7 @@ def starts(path):
 def main():
     folder = pathlib.Path(sys.argv[1])
     table(medians(folder / "driver.json"), medians(folder / "null.json"))
+    spread(folder / "driver.json")
     starts(folder / "start.txt")
 
 

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Measures what users wait for and prints it as Markdown: frames through the library against glBegin and against loops by
-# hand, and what happens once. Builds what it needs; about six minutes on two cores that have nothing else to do. --quick
+# hand, and what happens once. Builds what it needs; about four minutes on two cores that have nothing else to do. --quick
 # takes one, for development: fewer repetitions, and a tenth of the points that stand still.
 source "$(dirname "$0")/common.sh"
 cd "$root"
-repetitions=9 starts=5 seconds=0.05 frames=()
+repetitions=15 starts=5 seconds=0.05 frames=()
 case ${1:-} in
     "") ;;
     --quick) repetitions=3 starts=2 seconds=0.02 frames=(--quick) ;;
