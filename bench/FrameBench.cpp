@@ -1,246 +1,163 @@
-// Whole frames, from the first begin to the last flush, in four ways: through the library on both pipelines, by
-// glBegin, and by hand with a bare loop that fills the same records and copies them into a fenced, mapped ring. On the
-// machine's driver, or, with the stand-in in place of it, on a driver that swallows everything, so that only the
-// caller's cost is left.
+// Whole frames, from the first begin to the end of the GPU's work, through the library in several ways, by glBegin,
+// from client arrays and by hand: the table below has a row for each way, frames/Workloads.h says what is drawn. Each
+// frame is drawn clipped and visible: a driver that draws in software does next to nothing, waits for fences included,
+// as long as nothing is lit. On the machine's driver, or, with the stand-in in place of it, on a driver that swallows
+// everything, so that only the caller's cost is left.
+//
+// With --pictures[=FOLDER] nothing is measured: each way draws each workload once, the frames are compared with the
+// library's, and saved as PNG files where a folder is given. Exit code 1 when frames differ that should not.
 
-#include "BenchView.h"
+#include "frames/Painter.h"
+#include "frames/Pictures.h"
 
-#include <cstdio>
 #include <cstring>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace {
 
-using namespace KTR;
+using namespace Frames;
 
-constexpr int kInputs = 4096; // fits the cache
-
-/// What a frame draws: `batches` batches of `verticesPerBatch` vertices.
-struct Scene {
+struct Way {
     const char* name;
-    unsigned int mode;
-    GLShaderTypes shader;
-    int batches;
-    int verticesPerBatch;
-    bool textured;
-    /// Records of one copy of the bare loop: whole primitives, few enough for the second-level cache.
-    int recordsPerPiece;
+    const char* title;
+    bool programs;
+    /// Traits that a workload must have, all of them, for this way to say something new about it.
+    unsigned wants;
+    std::unique_ptr<Painter> (*make)();
 };
 
-constexpr Scene kScenes[] = {
-    {"points", GL_POINTS, GLShaderPoint, 1, 1'000'000, false, 8000},
-    {"lines", GL_LINES, GLShaderLine, 20, 20'000, false, 8000},
-    {"triangles", GL_TRIANGLES, GLShaderColorPassThrough, 1, 900'000, false, 8001},
-    {"quads", GL_TRIANGLES, GLShaderTextureDecal, 1, 600'000, true, 7998},
-    {"six_vertex_batches", GL_TRIANGLES, GLShaderColorPassThrough, 20'000, 6, false, 6},
+const Way kWays[] = {
+    {"glBegin", "glBegin", false, kAny, DrawByBegin},
+    {"client_arrays", "client arrays", false, kAny, DrawFromClientArrays},
+    {"by_hand", "by hand", true, kAny, [] { return DrawByHand(32'760); }},
+    {"by_hand_8000", "by hand, 8,000", true, kLong, [] { return DrawByHand(8'000); }},
+    {"fixed", "fixed-function", false, kAny, [] { return DrawWithLibrary({}); }},
+    {"4x", "4.x", true, kAny, [] { return DrawWithLibrary({}); }},
+    {"4x_each", "4.x, each batch bracketed", true, kManySmall,
+     [] { return DrawWithLibrary({.bracketsEachBatch = true}); }},
+    {"4x_logger", "4.x, quiet logger", true, kManyCalls, [] { return DrawWithLibrary({.quietLogger = true}); }},
 };
 
-struct Input {
-    PointXYZ position;
-    GLTexCoords texture;
-    GLRGBAColor color;
-};
-
-const Input* Inputs() {
-    static const std::vector<Input> inputs = [] {
-        std::vector<Input> made(kInputs);
-        for (int index = 0; index < kInputs; ++index) {
-            // Beyond the right edge of the view: the driver clips everything, so that pixels cost nothing.
-            const double number = index;
-            made[static_cast<std::size_t>(index)] = {{2.0 + number * 0.001, number * 0.0005, 0.0},
-                                                     {number / kInputs, 1.0 - number / kInputs},
-                                                     {static_cast<unsigned char>(index), 64, 128, 255}};
-        }
-        return made;
-    }();
-    return inputs.data();
+bool Suits(const Way& way, const Workload& workload) {
+    return (workload.traits & way.wants) == way.wants;
 }
 
-BenchView& FixedFunctions() {
-    return ViewFor<256, 256>(false);
-}
-
-BenchView& Programs() {
-    return ViewFor<256, 256>(true);
-}
-
-void DrawThroughLibrary(COpenGLView& view, const Scene& scene) {
-    const Input* inputs = Inputs();
-    view.EnableClientStateInternalBuffers(true, false, true, scene.textured, scene.shader);
-    int input = 0;
-    for (int batch = 0; batch < scene.batches; ++batch) {
-        view.BeginArrays(scene.mode, scene.shader);
-        if (scene.textured) {
-            for (int vertex = 0; vertex < scene.verticesPerBatch; ++vertex) {
-                const Input& in = inputs[input++ & (kInputs - 1)];
-                view.AddIndex3DVertexCurrentColorTexCoords(in.position.x, in.position.y, in.position.z, in.texture.s,
-                                                           in.texture.t, in.color.a);
-            }
-        } else {
-            for (int vertex = 0; vertex < scene.verticesPerBatch; ++vertex) {
-                const Input& in = inputs[input++ & (kInputs - 1)];
-                view.AddIndex3DVertexRGBA(in.position.x, in.position.y, in.position.z, in.color.r, in.color.g,
-                                          in.color.b, in.color.a);
-            }
-        }
-        view.EndArrays();
-    }
-    view.DisableClientState();
-}
-
-/// As programs of the nineties do it, through the exports of the system's module.
-void DrawByBegin(const Scene& scene) {
-    const Input* inputs = Inputs();
-    int input = 0;
-    for (int batch = 0; batch < scene.batches; ++batch) {
-        glBegin(scene.mode);
-        for (int vertex = 0; vertex < scene.verticesPerBatch; ++vertex) {
-            const Input& in = inputs[input++ & (kInputs - 1)];
-            glColor4ub(in.color.r, in.color.g, in.color.b, in.color.a);
-            if (scene.textured) {
-                glTexCoord2d(in.texture.s, in.texture.t);
-            }
-            glVertex3d(in.position.x, in.position.y, in.position.z);
-        }
-        glEnd();
-    }
-    glFlush();
-}
-
-/// The bare loop's own mapped ring, with a fence for each of its pieces.
-class HandMadeRing {
+/// Counts how often the library or a loop by hand waited for a fence to its end, in the 4.x context.
+class WaitCounter {
 public:
-    explicit HandMadeRing(const COrrinGLCement& gl) : m_gl(gl) {
-        constexpr GLbitfield kMapping = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT | GL_MAP_COHERENT_BIT;
-        m_gl.glGenBuffers(1, &m_buffer);
-        m_gl.glBindBuffer(GL_ARRAY_BUFFER, m_buffer);
-        m_gl.glBufferStorage(GL_ARRAY_BUFFER, kBytes, nullptr, kMapping);
-        m_mapped = static_cast<GLDrawGeometry*>(m_gl.glMapBufferRange(GL_ARRAY_BUFFER, 0, kBytes, kMapping));
+    WaitCounter() : m_functions(*Stage::Of(true).View().GetContextRecord(KTR::GLContextMain).glCement) {
+        s_waits = 0;
+        s_wait = m_functions.glClientWaitSync;
+        m_functions.glClientWaitSync = &Wait;
     }
-    void Bind() const { m_gl.glBindVertexBuffer(0, m_buffer, 0, sizeof(GLDrawGeometry)); }
-    /// Copies the records behind the ones before and draws them.
-    void Draw(unsigned int mode, const GLDrawGeometry* records, int count) {
-        if (m_next + count > kRecordsPerSegment) {
-            m_fences[m_segment] = m_gl.glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
-            m_segment = (m_segment + 1) % kSegments;
-            m_next = 0;
-            if (GLsync& fence = m_fences[m_segment]) {
-                while (m_gl.glClientWaitSync(fence, GL_SYNC_FLUSH_COMMANDS_BIT, 1'000'000) == GL_TIMEOUT_EXPIRED) {
-                }
-                m_gl.glDeleteSync(fence);
-                fence = nullptr;
-            }
-        }
-        const int first = m_segment * kRecordsPerSegment + m_next;
-        std::memcpy(m_mapped + first, records, static_cast<std::size_t>(count) * sizeof(GLDrawGeometry));
-        m_gl.glDrawArrays(mode, first, count);
-        m_next += count;
-    }
+    ~WaitCounter() { m_functions.glClientWaitSync = s_wait; }
+    WaitCounter(const WaitCounter&) = delete;
+    WaitCounter& operator=(const WaitCounter&) = delete;
+    int Count() const { return s_waits; }
 
 private:
-    static constexpr int kSegments = 3;
-    static constexpr int kRecordsPerSegment = 32'769;
-    static constexpr GLsizeiptr kBytes = GLsizeiptr{kSegments} * kRecordsPerSegment * sizeof(GLDrawGeometry);
+    static GLenum APIENTRY Wait(GLsync fence, GLbitfield flags, GLuint64 timeout) {
+        const GLenum result = s_wait(fence, flags, timeout);
+        s_waits += result == GL_ALREADY_SIGNALED || result == GL_CONDITION_SATISFIED ? 1 : 0;
+        return result;
+    }
 
-    const COrrinGLCement& m_gl;
-    GLuint m_buffer = 0;
-    GLDrawGeometry* m_mapped = nullptr;
-    GLsync m_fences[kSegments] = {};
-    int m_segment = 0;
-    int m_next = 0;
+    inline static int s_waits = 0;
+    inline static decltype(COrrinGLCement::glClientWaitSync) s_wait = nullptr;
+    COrrinGLCement& m_functions;
 };
 
-void DrawByHand(const COrrinGLCement& gl, HandMadeRing& ring, const Scene& scene) {
-    static std::vector<GLDrawGeometry> records(32'769);
-    const Input* inputs = Inputs();
-    int input = 0;
-    for (int batch = 0; batch < scene.batches; ++batch) {
-        for (int done = 0; done < scene.verticesPerBatch;) {
-            const int left = scene.verticesPerBatch - done;
-            const int piece = left < scene.recordsPerPiece ? left : scene.recordsPerPiece;
-            GLDrawGeometry* record = records.data();
-            for (int vertex = 0; vertex < piece; ++vertex, ++record) {
-                const Input& in = inputs[input++ & (kInputs - 1)];
-                record->x = static_cast<float>(in.position.x);
-                record->y = static_cast<float>(in.position.y);
-                record->z = static_cast<float>(in.position.z);
-                if (scene.textured) {
-                    record->s = static_cast<float>(in.texture.s);
-                    record->t = static_cast<float>(in.texture.t);
+/// One way of drawing one workload, made at its first frame and kept, as a host keeps what it draws by.
+class Show {
+public:
+    Show(const Way& way, const Workload& workload, bool visible)
+        : m_way(way), m_workload(workload), m_visible(visible) {}
+
+    void Prepare() {
+        Stage& stage = Stage::Of(m_way.programs);
+        stage.Set(m_visible);
+        if (!m_painter) {
+            m_painter = m_way.make();
+        }
+        m_painter->Prepare(stage, m_workload.Shown());
+        if (m_waits < 0) {
+            // The driver compiles and caches at the first frame.
+            const WaitCounter counter;
+            stage.Set(m_visible);
+            DrawFrame();
+            m_waits = counter.Count();
+        }
+    }
+    void DrawFrame() {
+        std::visit([this](const auto& content) { m_painter->Draw(content); }, m_workload.Shown());
+        glFinish();
+    }
+    void Leave() { m_painter->Leave(); }
+    int Waits() const { return m_waits; }
+
+private:
+    const Way& m_way;
+    const Workload& m_workload;
+    bool m_visible;
+    std::unique_ptr<Painter> m_painter;
+    int m_waits = -1; ///< for the GPU in a frame; below 0 before the first
+};
+
+void Measure(benchmark::State& state, Show& show, const std::string& label) {
+    show.Prepare();
+    for ([[maybe_unused]] auto _ : state) {
+        show.DrawFrame();
+    }
+    show.Leave();
+    state.counters["waits"] = show.Waits();
+    state.SetLabel(label);
+}
+
+void Register(const std::vector<Workload>& workloads, bool clippedOnly) {
+    for (const Workload& workload : workloads) {
+        for (const Way& way : kWays) {
+            for (const bool visible : {false, true}) {
+                if (!Suits(way, workload) || (visible && clippedOnly)) {
+                    continue;
                 }
-                std::memcpy(&record->r, &in.color, sizeof(in.color));
+                const char* const place = visible ? "visible" : "clipped";
+                const auto show = std::make_shared<Show>(way, workload, visible);
+                const std::string label = workload.title + "|" + way.title + "|" + place;
+                auto* registered = benchmark::RegisterBenchmark(
+                    (std::string(workload.name) + "/" + way.name + "/" + place).c_str(),
+                    [show, label](benchmark::State& state) { Measure(state, *show, label); });
+                registered->Unit(benchmark::kMillisecond)->UseRealTime();
+                if (workload.repetitions != 0) {
+                    registered->Iterations(1)->Repetitions(workload.repetitions);
+                }
             }
-            ring.Draw(scene.mode, records.data(), piece);
-            done += piece;
         }
     }
-    gl.glFlush();
 }
 
-void ReportPerVertex(benchmark::State& state, const Scene& scene) {
-    state.counters["per_vertex"] =
-        benchmark::Counter(static_cast<double>(scene.batches) * scene.verticesPerBatch,
-                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
-void LibraryOnPrograms(benchmark::State& state, const Scene& scene) {
-    COpenGLView& view = Programs().Take();
-    for (auto _ : state) {
-        DrawThroughLibrary(view, scene);
-    }
-    view.Finish();
-    ReportPerVertex(state, scene);
-}
-
-void LibraryOnFixedFunctions(benchmark::State& state, const Scene& scene) {
-    COpenGLView& view = FixedFunctions().Take();
-    for (auto _ : state) {
-        DrawThroughLibrary(view, scene);
-    }
-    view.Finish();
-    ReportPerVertex(state, scene);
-}
-
-void GlBegin(benchmark::State& state, const Scene& scene) {
-    COpenGLView& view = FixedFunctions().Take();
-    for (auto _ : state) {
-        DrawByBegin(scene);
-    }
-    view.Finish();
-    ReportPerVertex(state, scene);
-}
-
-void BareLoop(benchmark::State& state, const Scene& scene) {
-    COpenGLView& view = Programs().Take();
-    const COrrinGLCement& gl = Programs().Functions();
-    static HandMadeRing ring(gl);
-    view.EnableClientStateInternalBuffers(true, false, true, scene.textured, scene.shader);
-    ring.Bind();
-    for (auto _ : state) {
-        DrawByHand(gl, ring, scene);
-    }
-    view.DisableClientState();
-    view.Finish();
-    ReportPerVertex(state, scene);
-}
-
-void RegisterAll() {
-    const struct {
-        const char* name;
-        void (*run)(benchmark::State&, const Scene&);
-    } ways[] = {{"bare_loop", BareLoop},
-                {"library_4x", LibraryOnPrograms},
-                {"library_fixed", LibraryOnFixedFunctions},
-                {"glBegin", GlBegin}};
-    for (const Scene& scene : kScenes) {
-        for (const auto& way : ways) {
-            benchmark::RegisterBenchmark((std::string(scene.name) + "/" + way.name).c_str(),
-                                         [&scene, run = way.run](benchmark::State& state) { run(state, scene); })
-                ->Unit(benchmark::kMillisecond);
+/// Compares the frames of all ways with the library's on the 4.x pipeline. False when some differ that should not.
+bool ComparePictures(const std::vector<Workload>& workloads, const std::string& folder) {
+    bool agree = true;
+    for (const Workload& workload : workloads) {
+        std::vector<Frame> frames;
+        const Frame* reference = nullptr;
+        frames.reserve(std::size(kWays));
+        for (const Way& way : kWays) {
+            if (!Suits(way, workload)) {
+                continue;
+            }
+            Show show(way, workload, true);
+            show.Prepare();
+            KTR::COpenGLView& view = Stage::Of(way.programs).View();
+            view.Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+            show.DrawFrame();
+            show.Leave();
+            frames.push_back(TakeFrame(view, way.name));
+            SaveFrame(frames.back(), folder, workload.name);
+            reference = std::strcmp(way.name, "4x") == 0 ? &frames.back() : reference;
         }
+        agree = ReportAgreement(workload, frames, *reference) && agree;
     }
+    return agree;
 }
 
 } // namespace
@@ -252,9 +169,32 @@ int main(int argumentCount, char** arguments) {
         driver = std::make_unique<StandIn>();
         SwallowEverything(*driver);
     }
-    std::printf("%s\n", driver ? "Null driver: what the caller costs." : "The machine's driver, everything clipped.");
     benchmark::Initialize(&argumentCount, arguments);
-    RegisterAll();
+    bool quick = false;
+    bool pictures = false;
+    std::string folder;
+    for (int index = 1; index < argumentCount; ++index) {
+        const std::string argument = arguments[index];
+        if (argument == "--quick") {
+            quick = true;
+        } else if (argument.starts_with("--pictures")) {
+            pictures = true;
+            folder = argument.size() > 11 ? argument.substr(11) : "";
+        } else {
+            std::fprintf(stderr, "unknown argument %s\n", arguments[index]);
+            return 2;
+        }
+    }
+    const std::vector<Workload> workloads = MakeWorkloads(quick || pictures);
+    if (pictures) {
+        if (driver) {
+            std::fprintf(stderr, "The null driver draws no pictures.\n");
+            return 2;
+        }
+        return ComparePictures(workloads, folder) ? 0 : 1;
+    }
+    // Clipped or visible is one to a driver that swallows everything.
+    Register(workloads, driver != nullptr);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -14,15 +14,3 @@ void RecordStore::Store(double x, double y, double z, unsigned char r, unsigned 
         m_slot = 0;
     }
 }
-
-void RecordStore::StoreTextured(double x, double y, double z, double s, double t) {
-    KTR::GLDrawGeometry& record = m_records[m_slot];
-    record.x = static_cast<float>(x);
-    record.y = static_cast<float>(y);
-    record.z = static_cast<float>(z);
-    record.s = static_cast<float>(s);
-    record.t = static_cast<float>(t);
-    if (++m_slot == m_records.size()) {
-        m_slot = 0;
-    }
-}

@@ -9,7 +9,6 @@ class RecordStore {
 public:
     explicit RecordStore(int capacity) : m_records(static_cast<std::size_t>(capacity)) {}
     void Store(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b, unsigned char a);
-    void StoreTextured(double x, double y, double z, double s, double t);
 
 private:
     std::vector<KTR::GLDrawGeometry> m_records;

@@ -1,12 +1,14 @@
 // What text costs a host, on a driver that swallows everything: short labels and long strings on both pipelines, and
-// beside them a loop that lays the same glyphs out and adds their six vertices by one call each. Counter "per_glyph" is
-// the figure to read.
+// beside them a loop by hand that lays the same glyphs out with their kerning, fills records and copies them. Counter
+// "per_glyph" is the figure to read.
 
 #include "BenchView.h"
-#include "OutOfLineStore.h"
+#include "frames/Records.h"
 
+#include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -46,31 +48,39 @@ template <GLRenderingContextTypes type> COpenGLView& View() {
     return *view;
 }
 
-void SixCallsForEachGlyph(benchmark::State& state) {
+/// What a host's own loop does for the same picture: it looks up glyphs and kerning, fills records, and copies them
+/// away where a batch is full and at the end.
+void LoopByHand(benchmark::State& state, const std::vector<std::wstring>& texts, int glyphs) {
     View<GLContextMain>();
-    const FontAtlasGlyphMetrics& font = *COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics();
-    RecordStore store(kBatchRecords);
-    for (auto _ : state) {
-        double pen = 0.0;
-        for (const wchar_t character : LongText()) {
-            const FontAtlasGlyph& glyph = font.glyphs[font.characterMap[character]];
-            const double left = pen + glyph.xOffset;
-            const double right = left + glyph.width;
-            const double bottom = glyph.descent;
-            const double top = bottom + glyph.height;
-            store.StoreTextured(left, bottom, 0.0, glyph.s0, glyph.t1);
-            store.StoreTextured(right, bottom, 0.0, glyph.s1, glyph.t1);
-            store.StoreTextured(left, top, 0.0, glyph.s0, glyph.t0);
-            store.StoreTextured(right, bottom, 0.0, glyph.s1, glyph.t1);
-            store.StoreTextured(left, top, 0.0, glyph.s0, glyph.t0);
-            store.StoreTextured(right, top, 0.0, glyph.s1, glyph.t0);
-            pen += glyph.advance;
-        }
+    const Frames::TextLayout layout;
+    constexpr int kRecordsPerPiece = 32'760;
+    std::vector<GLDrawGeometry> records(kRecordsPerPiece);
+    std::vector<GLDrawGeometry> copied(kRecordsPerPiece);
+    Frames::RecordFiller filler(records, kRecordsPerPiece, [&](const GLDrawGeometry* piece, int count) {
+        std::memcpy(copied.data(), piece, static_cast<std::size_t>(count) * sizeof(GLDrawGeometry));
         benchmark::ClobberMemory();
+    });
+    for (auto _ : state) {
+        int label = 0;
+        for (const std::wstring& text : texts) {
+            layout.Walk(text, label % 200, label / 50,
+                        [&](const Frames::TextLayout::Quad& quad) { filler.AddGlyph(quad); });
+            ++label;
+        }
+        filler.Flush();
     }
-    ReportPerGlyph(state, kLongGlyphs);
+    ReportPerGlyph(state, glyphs);
 }
-BENCHMARK(SixCallsForEachGlyph);
+
+void LongStringByHand(benchmark::State& state) {
+    LoopByHand(state, {LongText()}, kLongGlyphs);
+}
+BENCHMARK(LongStringByHand);
+
+void ShortLabelsByHand(benchmark::State& state) {
+    LoopByHand(state, std::vector<std::wstring>(kLabels, kLabel), kLabels * kLabelGlyphs);
+}
+BENCHMARK(ShortLabelsByHand);
 
 void LongString(benchmark::State& state) {
     COpenGLView& view = View<GLContextMain>();

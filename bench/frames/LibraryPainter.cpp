@@ -1,0 +1,178 @@
+#include "Painter.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/null_sink.h>
+#include <spdlog/spdlog.h>
+
+namespace Frames {
+
+namespace {
+
+using namespace KTR;
+
+constexpr const char* kLoggerName = "OrrinLogger";
+
+class LibraryPainter final : public Painter {
+public:
+    explicit LibraryPainter(const LibraryUse& use) : m_use(use) {}
+
+    void Prepare(Stage& stage, const Content& content) override {
+        m_view = &stage.View();
+        if (const auto* batches = std::get_if<Batches>(&content); batches && batches->textured) {
+            const Texture& texture = stage.QuadTexture();
+            m_view->DrawSetupSetShaderTexture(texture.texture, texture.sampler);
+        } else if (const auto* tiles = std::get_if<Tiles>(&content)) {
+            m_tileTextures = &stage.TileTextures(*tiles);
+        } else if (const auto* labels = std::get_if<Labels>(&content)) {
+            m_view->Color(labels->color);
+            if (!m_view->DrawsWithPrograms()) {
+                MakeLists(stage);
+            }
+        }
+        if (m_use.quietLogger) {
+            auto logger =
+                std::make_shared<spdlog::logger>(kLoggerName, std::make_shared<spdlog::sinks::null_sink_mt>());
+            logger->set_level(spdlog::level::info);
+            COpenGLView::RegisterLogger(std::move(logger));
+        }
+    }
+
+    void Leave() override {
+        if (!m_view->DrawsWithPrograms()) {
+            m_view->Disable(GL_TEXTURE_2D);
+        }
+        if (m_use.quietLogger) {
+            spdlog::drop(kLoggerName);
+        }
+    }
+
+    void Draw(const Batches& content) override {
+        if (!m_use.bracketsEachBatch) {
+            Enable(content);
+        }
+        for (int batch = 0; batch < content.batches; ++batch) {
+            if (m_use.bracketsEachBatch) {
+                Enable(content);
+            }
+            m_view->BeginArrays(content.mode, content.shader);
+            content.Walk(batch, [&](const DrawnVertex* first, const DrawnVertex* last) {
+                if (content.textured) {
+                    AddTextured(first, last);
+                } else {
+                    AddColored(first, last);
+                }
+            });
+            if (m_use.bracketsEachBatch) {
+                m_view->EndArraysAndDisableClientState();
+            } else {
+                m_view->EndArrays();
+            }
+        }
+        if (!m_use.bracketsEachBatch) {
+            m_view->DisableClientState();
+        }
+    }
+
+    void Draw(const Polygons& content) override {
+        GLTesselator& filler = *m_view->GetTesselator();
+        if (!m_use.bracketsEachBatch) {
+            EnableColors(GLShaderColorPassThrough);
+        }
+        for (const Polygons::Polygon& polygon : content.polygons) {
+            if (m_use.bracketsEachBatch) {
+                EnableColors(GLShaderColorPassThrough);
+            }
+            const GLRGBAColor& color = polygon.color;
+            filler.BeginPolygon();
+            for (const std::vector<PointXY>& ring : polygon.rings) {
+                if (&ring != &polygon.rings.front()) {
+                    filler.BeginContour();
+                }
+                for (const PointXY& point : ring) {
+                    filler.AddIndex2DVertexRGBA(point.x, point.y, color.r, color.g, color.b, color.a);
+                }
+                filler.EndContour();
+            }
+            filler.EndPolygon();
+            if (m_use.bracketsEachBatch) {
+                m_view->DisableClientState();
+            }
+        }
+        if (!m_use.bracketsEachBatch) {
+            m_view->DisableClientState();
+        }
+    }
+
+    void Draw(const Labels& content) override {
+        m_view->DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+        for (const Labels::Label& label : content.labels) {
+            m_view->DrawTextString(m_lists, label.text.c_str(), nullptr, !m_view->DrawsWithPrograms(), false, false,
+                                   label.place.x, label.place.y, 0.0);
+        }
+        m_view->DrawTeardownFontAtlasText(false, false);
+    }
+
+    void Draw(const StaticPoints& content) override {
+        EnableColors(GLShaderPoint);
+        m_view->InitializeVBO(GL_POINTS, GLShaderPoint, VertexBuffer(), content.records.data(), content.records.size());
+        m_view->DrawArrays(GL_POINTS, static_cast<int>(content.records.size()), VertexBuffer(), nullptr);
+        m_view->EndVBOArraysAndDisableClientState();
+    }
+
+    void Draw(const Tiles& content) override {
+        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
+            const Texture& texture = (*m_tileTextures)[tile];
+            m_view->DrawTexturedQuadrilateral(texture.texture, texture.sampler, content.tiles[tile].corners, nullptr);
+        }
+    }
+
+private:
+    void Enable(const Batches& content) {
+        m_view->EnableClientStateInternalBuffers(true, false, true, content.textured, content.shader);
+    }
+    void EnableColors(GLShaderTypes shader) {
+        m_view->EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, shader);
+    }
+    void AddColored(const DrawnVertex* first, const DrawnVertex* last) {
+        COpenGLView& view = *m_view;
+        for (const DrawnVertex* in = first; in != last; ++in) {
+            view.AddIndex3DVertexRGBA(in->position.x, in->position.y, in->position.z, in->color.r, in->color.g,
+                                      in->color.b, in->color.a);
+        }
+    }
+    void AddTextured(const DrawnVertex* first, const DrawnVertex* last) {
+        COpenGLView& view = *m_view;
+        for (const DrawnVertex* in = first; in != last; ++in) {
+            view.AddIndex3DVertexCurrentColorTexCoords(in->position.x, in->position.y, in->position.z, in->texture.s,
+                                                       in->texture.t, in->color.a);
+        }
+    }
+    /// The caller's geometry, uploaded once for each pipeline.
+    GLVBO& VertexBuffer() {
+        static GLVBO buffers[2];
+        return buffers[m_view->DrawsWithPrograms() ? 1 : 0];
+    }
+    void MakeLists(Stage& stage) {
+        static unsigned int s_lists = 0;
+        if (s_lists == 0) {
+            const HFONT font =
+                CreateFontW(-16, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, ANSI_CHARSET, 0, 0, 0, 0, L"Arial");
+            m_view->RefreshRasterFont(stage.DeviceContext(), s_lists, font, 0);
+            DeleteObject(font);
+        }
+        m_lists = s_lists;
+    }
+
+    LibraryUse m_use;
+    COpenGLView* m_view = nullptr;
+    const std::vector<Texture>* m_tileTextures = nullptr;
+    unsigned int m_lists = 0; ///< the display lists that fixed functions draw text from
+};
+
+} // namespace
+
+std::unique_ptr<Painter> DrawWithLibrary(const LibraryUse& use) {
+    return std::make_unique<LibraryPainter>(use);
+}
+
+} // namespace Frames
