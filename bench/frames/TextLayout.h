@@ -39,7 +39,7 @@ public:
             const std::size_t code = static_cast<std::size_t>(character) % kCharacters;
             pen += m_kerning[previous * kCharacters + code];
             previous = code;
-            const FontAtlasGlyph& glyph = m_font.glyphs[m_font.characterMap[code]];
+            const KTR::FontAtlasGlyph& glyph = m_font.glyphs[m_font.characterMap[code]];
             const double left = pen + glyph.xOffset;
             const double bottom = y + glyph.descent;
             place(Quad{static_cast<float>(left), static_cast<float>(bottom), static_cast<float>(left + glyph.width),
@@ -52,7 +52,7 @@ public:
 private:
     static constexpr std::size_t kCharacters = 128;
 
-    const FontAtlasGlyphMetrics& m_font;
+    const KTR::FontAtlasGlyphMetrics& m_font;
     std::array<signed char, kCharacters * kCharacters> m_kerning{}; ///< whole pixels; none for the character 0
 };
 

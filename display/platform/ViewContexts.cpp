@@ -324,7 +324,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         if (own) {
             ReleaseObjectsOfContext(type);
         } else {
-            ForgetKeptFrameOf(type);
+            ForgetBackingStoreFrame(*this, type);
             LeaveBehind(record.objects.ring, false);
         }
         record.renderingContext = nullptr;

@@ -1,6 +1,5 @@
 #include "CloudLayer.h"
 
-
 #include <utility>
 
 namespace OrrinViewer {

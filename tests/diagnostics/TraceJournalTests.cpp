@@ -45,6 +45,7 @@ const std::set<std::pair<std::string, std::string>> kOwnLabels = {
     {"glEnableClientState", "EnableClientStateNormal END: "},
     {"glEnableClientState", "EnableClientStateVertex END: "},
     {"glFlush", "LockGPUBuffer: END"},
+    {"glGenLists", "initializeDisplayList(): END"},
     {"glLightfv", "Light: END"},
     {"glNormalPointer", "NormalPointer END: "},
     {"glTexCoordPointer", "TexCoordPointer END: "},
