@@ -17,6 +17,7 @@
 #include <afx.h>
 #include <afxtempl.h>
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -865,8 +866,8 @@ private:
 
     /// State without a settled meaning: a view has it, a copy takes it over, and nothing reads it.
     struct Reserved {
-        unsigned __int64 numbers[5] = {};
-        CString labels[3];
+        std::array<unsigned __int64, 5> numbers{};
+        std::array<CString, 3> labels;
         bool flag = true;
     };
     /// What the destructor frees, whatever an assignment has put into the visible members.
