@@ -9,6 +9,6 @@ struct GLDrawGeometry {
     float s, t;
     unsigned char r, g, b, a;
 };
-static_assert(sizeof(GLDrawGeometry) == 36, "the record has no padding; shaders and vertex pointers rely on it");
+static_assert(sizeof(GLDrawGeometry) == 36, "vertex pointers and attributes step by 36 bytes");
 
 } // namespace KTR

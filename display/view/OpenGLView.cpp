@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 
+#include "../platform/ContextLifecycle.h"
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
 #include "../platform/ShareGroup.h"
@@ -62,9 +63,9 @@ COpenGLView& COpenGLView::operator=(const COpenGLView& other) {
 }
 
 COpenGLView::~COpenGLView() {
-    ReleaseContextRecord(GLContextMain, L"Destructor:");
-    ReleaseContextRecord(GLContextLegacy, L"Destructor:");
-    DeleteParkedContexts();
+    ReleaseContextRecord(*this, GLContextMain, L"Destructor:");
+    ReleaseContextRecord(*this, GLContextLegacy, L"Destructor:");
+    DeleteParkedContexts(*this);
     if (m_owned.tesselator) {
         m_owned.tesselator->Destroy();
         delete m_owned.tesselator;
@@ -108,9 +109,9 @@ void COpenGLView::InitializeOpenGLContextStruct() {
     m_exitingContext = GLContextMain;
 
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
-        ReleaseContextRecord(type, L"Initialize:");
+        ReleaseContextRecord(*this, type, L"Initialize:");
     }
-    DeleteParkedContexts();
+    DeleteParkedContexts(*this);
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
         GLRenderingContextRecord& record = m_contexts[type];
         record = GLRenderingContextRecord{};
@@ -156,7 +157,7 @@ void COpenGLView::ShutDownOpenGLContexts(HWND window) {
     }
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
         if (m_contexts[type].renderingContext) {
-            ReleaseGLObjects(window, type);
+            ReleaseGLObjects(*this, window, type);
         }
     }
 }
@@ -218,25 +219,6 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_managerIndex = other.m_managerIndex;
     m_copiedMasterIndex = other.GetMasterContextIndex();
     SelectRecord(other.m_currentContext);
-}
-
-/// Frees what a record owns: its GL objects, its functions, its math and its context.
-void COpenGLView::ReleaseContextRecord(GLRenderingContextTypes type, const wchar_t* label) {
-    GLRenderingContextRecord& record = m_contexts[type];
-    if (record.renderingContext) {
-        DeleteContext(label, type, record.deviceContext, record.renderingContext, record.window);
-    }
-    delete record.glCement;
-    record.glCement = nullptr;
-    delete record.math;
-    record.math = nullptr;
-}
-
-/// Contexts that the view has made and that have dropped out of its records.
-void COpenGLView::DeleteParkedContexts() {
-    for (LibraryContext left = ShareGroup::AnyOwnedBy(this); left.context; left = ShareGroup::AnyOwnedBy(this)) {
-        DeleteParkedContext(left.context);
-    }
 }
 
 } // namespace KTR

@@ -58,7 +58,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
 ///
-/// **Order of calls for geometry.** On both pipelines the same order gives the same picture:
+/// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
 ///     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, shader);
 ///     view.BeginArrays(GL_LINES, shader);
@@ -228,8 +228,8 @@ public:
     void RestoreAsCurrentExitingDCAndGLRC();
     /// Deletes the main context and creates it anew. Always 0.
     int RecreateContext(bool makeCurrent, HDC deviceContext, const wchar_t* name);
-    /// Deletes a context and releases its device context. 1 when there was none or it was borrowed, otherwise the
-    /// system's result. The handles are cleared.
+    /// Deletes a context and releases its device context. 1 when there was none or it is not the view's own, otherwise
+    /// the system's result. The handles are cleared.
     int DeleteContext(const wchar_t* name, GLRenderingContextTypes type);
     int DeleteContext(const wchar_t* name, GLRenderingContextTypes type, HDC& deviceContext, HGLRC& renderingContext,
                       HWND& window);
@@ -512,7 +512,7 @@ public:
     long BindUniform3fv(ShaderData& data, const char* name, const float* values);
     long BindUniform4f(ShaderData& data, const char* name, float x, float y, float z, float w);
     long BindUniform4fv(ShaderData& data, const char* name, const float* values);
-    /// Lets the programs of pictures and glyphs fill whatever the polygon mode is, and the others follow it.
+    /// Lets the programs of images and glyphs fill whatever the polygon mode is, and the others follow it.
     void SetPolygonFillMode(GLShaderTypes type);
     /// Texture and sampler that the textured programs read; a sampler of 0 leaves the texture's own settings in force.
     void DrawSetupSetShaderTexture(unsigned int texture, unsigned int sampler);
@@ -833,22 +833,8 @@ private:
     COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
 
     void CopySettings(const COpenGLView& other);
-    void ReleaseContextRecord(GLRenderingContextTypes type, const wchar_t* label);
-    void ReleaseGLObjects(HWND window, GLRenderingContextTypes type);
 
     void ReadDriverVersion();
-    HGLRC CreateSharedContext(HDC deviceContext, GLRenderingContextTypes type);
-    bool SelectNewContext(HDC deviceContext, HGLRC context, GLRenderingContextTypes type);
-    bool HoldContext(GLRenderingContextTypes type, HGLRC context);
-    ContextObjects TakeParked(HGLRC context);
-    int DeleteParkedContext(HGLRC context);
-    void DeleteParkedContexts();
-    int EndContext(HGLRC context);
-    void LeaveBehind(VertexRing& ring, bool withBackingStore);
-    void DeleteLeftBehind();
-
-    void LeaveStockPrograms(HGLRC context, bool contextIsCurrent);
-    void ReleaseObjectsOfContext(GLRenderingContextTypes type);
 
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
@@ -885,11 +871,6 @@ private:
     HGLRC m_exitingRenderingContext = nullptr;
     GLRenderingContextTypes m_exitingContext = GLContextMain;
     GLRenderingContextRecord m_contexts[kContextTypes];
-    /// Objects of contexts that have dropped out of a record and may come back.
-    struct ParkedObjects {
-        HGLRC context = nullptr;
-        ContextObjects objects;
-    };
     std::vector<ParkedObjects> m_parkedObjects;
     VertexBatchState m_batch;
     VertexBatchStorage m_batchStorage;

@@ -78,4 +78,10 @@ struct GLRenderingContextRecord {
     GLDrawGeometry loopFirstVertex{}; ///< where the split line loop has to close
 };
 
+/// Objects of a context that has dropped out of a record and may come back.
+struct ParkedObjects {
+    HGLRC context = nullptr;
+    ContextObjects objects;
+};
+
 } // namespace KTR

@@ -18,6 +18,8 @@ struct ViewAccess {
     static GLRenderingContextRecord& Record(COpenGLView& view, GLRenderingContextTypes type) {
         return view.m_contexts[type];
     }
+    static void SelectRecord(COpenGLView& view, GLRenderingContextTypes type) { view.SelectRecord(type); }
+    static std::vector<ParkedObjects>& Parked(COpenGLView& view) { return view.m_parkedObjects; }
     static const MatrixSet& Matrices(const COpenGLView& view, GLRenderingContextTypes type) {
         return view.MathOf(type).Matrices();
     }

@@ -95,7 +95,7 @@ TEST_F(Allocation, ViewWithoutATesselatorLivesAndDies) {
     view->ShutDownOpenGLContexts(window.Window());
 }
 
-// A cache that runs out of memory tells so and keeps its books right.
+// A cache that runs out of memory tells so and keeps its bookkeeping right.
 TEST_F(Allocation, TextureCacheKeepsItsBooks) {
     LiveView live;
     COpenGLViewTextureManager& cache = COpenGLView::m_gRasterTextureManager;
