@@ -12,6 +12,27 @@ using namespace KTR;
 
 constexpr const char* kLoggerName = "OrrinLogger";
 
+/// Shared draws for the length of a frame, where the way asks for them.
+class Sharing {
+public:
+    Sharing(COpenGLView& view, bool on) : m_view(view), m_on(on) {
+        if (m_on) {
+            m_view.BeginSharedDraws();
+        }
+    }
+    ~Sharing() {
+        if (m_on) {
+            m_view.EndSharedDraws();
+        }
+    }
+    Sharing(const Sharing&) = delete;
+    Sharing& operator=(const Sharing&) = delete;
+
+private:
+    COpenGLView& m_view;
+    bool m_on;
+};
+
 class LibraryPainter final : public Painter {
 public:
     explicit LibraryPainter(const LibraryUse& use) : m_use(use) {}
@@ -47,6 +68,7 @@ public:
     }
 
     void Draw(const Batches& content) override {
+        const Sharing sharing(*m_view, m_use.sharesDraws);
         if (!m_use.bracketsEachBatch) {
             Enable(content);
         }
@@ -74,6 +96,7 @@ public:
     }
 
     void Draw(const Polygons& content) override {
+        const Sharing sharing(*m_view, m_use.sharesDraws);
         GLTesselator& filler = *m_view->GetTesselator();
         if (!m_use.bracketsEachBatch) {
             EnableColors(GLShaderColorPassThrough);
@@ -104,6 +127,7 @@ public:
     }
 
     void Draw(const Labels& content) override {
+        const Sharing sharing(*m_view, m_use.sharesDraws);
         m_view->DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
         for (const Labels::Label& label : content.labels) {
             m_view->DrawTextString(m_lists, label.text.c_str(), nullptr, !m_view->DrawsWithPrograms(), false, false,
@@ -113,6 +137,7 @@ public:
     }
 
     void Draw(const StaticPoints& content) override {
+        const Sharing sharing(*m_view, m_use.sharesDraws);
         EnableColors(GLShaderPoint);
         m_view->InitializeVBO(GL_POINTS, GLShaderPoint, VertexBuffer(), content.records.data(), content.records.size());
         m_view->DrawArrays(GL_POINTS, static_cast<int>(content.records.size()), VertexBuffer(), nullptr);
@@ -120,6 +145,7 @@ public:
     }
 
     void Draw(const Tiles& content) override {
+        const Sharing sharing(*m_view, m_use.sharesDraws);
         for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
             const Texture& texture = (*m_tileTextures)[tile];
             m_view->DrawTexturedQuadrilateral(texture.texture, texture.sampler, content.tiles[tile].corners, nullptr);

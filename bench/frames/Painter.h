@@ -31,6 +31,8 @@ struct LibraryUse {
     bool bracketsEachBatch = false;
     /// A logger is registered that takes nothing below the level info.
     bool quietLogger = false;
+    /// Between BeginSharedDraws and EndSharedDraws.
+    bool sharesDraws = false;
 };
 
 std::unique_ptr<Painter> DrawWithLibrary(const LibraryUse& use);

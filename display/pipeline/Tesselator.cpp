@@ -69,7 +69,13 @@ void GLTesselator::BeginPolygon() {
     const CriticalSectionLock lock(m_lock);
     initialize();
     m_usedCount = 0;
-    m_view->PolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+    // Sent where it is not set already would part the draws that this polygon could share.
+    const GLRenderingContextRecord& record = m_view->CurrentRecord();
+    const bool fills = record.attributes.polygonMode == GL_FILL &&
+                       record.attributes.polygonModeFace == GL_FRONT_AND_BACK && !m_view->CurrentObjects().fillForced;
+    if (!fills || !m_view->m_batch.SharesDraws()) {
+        m_view->PolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+    }
     if (m_tesselator) {
         gluTessBeginPolygon(m_tesselator, m_view);
         gluTessBeginContour(m_tesselator);
@@ -171,16 +177,49 @@ bool GLTesselator::GrowPool() {
 
 void CALLBACK GLTesselator::OnBegin(unsigned int mode, void* view) {
     if (view) {
-        static_cast<COpenGLView*>(view)->BeginArrays(mode, GLShaderColorPassThrough);
+        COpenGLView& drawn = *static_cast<COpenGLView*>(view);
+        GLTesselator& self = *drawn.m_owned.tesselator;
+        self.m_chain = Chain{mode, 0, {}};
+        drawn.BeginArrays(self.SplitsChains() ? GL_TRIANGLES : mode, GLShaderColorPassThrough);
     }
 }
 
 void CALLBACK GLTesselator::OnVertex(void* vertex, void* view) {
-    if (view) {
-        const Vertex& added = *static_cast<const Vertex*>(vertex);
-        static_cast<COpenGLView*>(view)->AddTesselatedVertex(added.position[0], added.position[1], added.position[2],
-                                                             added.r, added.g, added.b, added.a);
+    if (!view) {
+        return;
     }
+    COpenGLView& drawn = *static_cast<COpenGLView*>(view);
+    GLTesselator& self = *drawn.m_owned.tesselator;
+    const Vertex& added = *static_cast<const Vertex*>(vertex);
+    if (!self.SplitsChains()) {
+        Add(drawn, added);
+        return;
+    }
+    Chain& chain = self.m_chain;
+    if (chain.count >= 2) {
+        // Every second triangle of a strip goes the other way round.
+        const bool swapped = chain.mode == GL_TRIANGLE_STRIP && chain.count % 2 != 0;
+        Add(drawn, *chain.last[swapped ? 1 : 0]);
+        Add(drawn, *chain.last[swapped ? 0 : 1]);
+        Add(drawn, added);
+        if (chain.mode == GL_TRIANGLE_STRIP) {
+            chain.last[0] = chain.last[1];
+        }
+        chain.last[1] = &added;
+    } else {
+        chain.last[chain.count] = &added;
+    }
+    ++chain.count;
+}
+
+void GLTesselator::Add(COpenGLView& view, const Vertex& vertex) {
+    view.AddTesselatedVertex(vertex.position[0], vertex.position[1], vertex.position[2], vertex.r, vertex.g, vertex.b,
+                             vertex.a);
+}
+
+/// Triangles of one polygon can be drawn with those of the next, strips and fans cannot.
+bool GLTesselator::SplitsChains() const {
+    return m_view->m_batch.SharesDraws() && (m_chain.mode == GL_TRIANGLE_STRIP || m_chain.mode == GL_TRIANGLE_FAN);
 }
 
 void CALLBACK GLTesselator::OnEnd(void* view) {

@@ -75,8 +75,17 @@ private:
         unsigned char r, g, b, a;
     };
 
+    /// The strip or fan that GLU sends at the moment, where it is taken apart into triangles.
+    struct Chain {
+        unsigned int mode = 0;
+        int count = 0;              ///< vertices so far
+        const Vertex* last[2] = {}; ///< a fan's first vertex or a strip's last but one, and the last one
+    };
+
     void initialize();
     bool GrowPool();
+    bool SplitsChains() const;
+    static void Add(COpenGLView& view, const Vertex& vertex);
 
     static void CALLBACK OnBegin(unsigned int mode, void* view);
     static void CALLBACK OnVertex(void* vertex, void* view);
@@ -84,6 +93,7 @@ private:
 
     GLUtesselator* m_tesselator = nullptr;
     COpenGLView* m_view;
+    Chain m_chain;
     Vertex** m_vertexPool = nullptr;
     unsigned long long m_poolCapacity = 0;
     unsigned long long m_usedCount = 0;

@@ -18,9 +18,13 @@ struct VertexBatchState {
     /// Indices from here on are the identity. Only AddDataIndex stores others; the next batch puts them right, so that
     /// the adds of vertices need not store any.
     int strayIndices = 0;
-    /// The vertices wait for more that can be drawn with them. They are drawn before anything else that the view does.
-    bool waiting = false;
+    /// Vertices that wait for more that can be drawn with them. They are drawn before anything else that the view does.
+    int waitingCount = 0; ///< so many at the start; an open batch is behind them
+    int sharedDepth = 0;  ///< of BeginSharedDraws
+    bool sharesAlways = false;
     bool drawArraysOnly = true; ///< OpenGL 4.x: draw without indices
+
+    bool SharesDraws() const { return sharedDepth > 0 || sharesAlways; }
 
     /// Drops all but the first `count` vertices. The indices behind them become the identity again.
     void Keep(int count) {

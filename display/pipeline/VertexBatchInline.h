@@ -159,7 +159,15 @@ inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, 
     CountBatchVertices(slot + 1);
 }
 
+/// For adds that name records by their place in the batch, which must then begin with the first.
+inline void COpenGLView::BeginAtFirstRecord() {
+    if (m_batch.waitingCount > 0) {
+        DrawWaitingVertices();
+    }
+}
+
 inline void COpenGLView::AddDataIndex(unsigned int index) {
+    BeginAtFirstRecord();
     const int slot = NextBatchSlot();
     m_batch.batchIndexPointer[slot] = index;
     m_batch.strayIndices = slot + 1;
@@ -191,6 +199,7 @@ inline void COpenGLView::AddIndex3DTriangleVertexNormalRGBA(const PointXYZ* p0, 
                                                             const GLRGBColor* c1, const GLRGBColor* c2,
                                                             unsigned char alpha, double ox, double oy, double oz,
                                                             double shade, int index) {
+    BeginAtFirstRecord();
     if (!TriangleFits(index)) {
         return;
     }
@@ -211,6 +220,7 @@ inline void COpenGLView::AddIndex3DTriangleVertexNormalTexRGB(const PointXYZ* p0
                                                               const PointXYZ* p2, const PointXYZ* normal, double ox,
                                                               double oy, double oz, double s0, double t0, double sScale,
                                                               double tScale, int index) {
+    BeginAtFirstRecord();
     if (index > kBatchCapacity) {
         FlushArrays();
     }

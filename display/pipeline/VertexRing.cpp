@@ -90,11 +90,15 @@ void VertexRing::Fence(const GLCalls& gl) {
 }
 
 unsigned long long VertexRing::Advance(const GLCalls& gl) {
+    m_used = 0;
     m_buffers.currentSegment = (m_buffers.currentSegment + 1) % kRingSegments;
     return WaitForFence(gl, m_buffers.segments[m_buffers.currentSegment].fence);
 }
 
 unsigned long long VertexRing::ReleaseFences(const GLCalls& gl) {
+    if (IsShared()) {
+        Fence(gl);
+    }
     unsigned long long questions = 0;
     for (GLVBO::Segment& segment : m_buffers.segments) {
         if (segment.fence) {
@@ -104,6 +108,7 @@ unsigned long long VertexRing::ReleaseFences(const GLCalls& gl) {
         }
     }
     m_buffers.currentSegment = 0;
+    m_used = 0;
     return questions;
 }
 
@@ -119,6 +124,7 @@ void VertexRing::Release(const GLCalls& gl) {
         }
     }
     m_buffers = {};
+    m_used = 0;
 }
 
 } // namespace KTR

@@ -31,12 +31,18 @@ public:
     /// The same for indices; the buffer is made and bound to GL_ELEMENT_ARRAY_BUFFER.
     bool CreateIndices(const GLCalls& gl);
 
+    /// Whether the current segment has room for so many records more.
+    bool HasRoomFor(int count) const { return m_used + count <= kBatchRecords; }
     /// Where the CPU writes the records of the next draw; null without storage.
     GLDrawGeometry* Claim() const;
     /// Where it writes their indices; null without storage.
     unsigned int* ClaimIndices() const;
-    /// Number of the first record of the current segment.
-    int FirstVertex() const { return m_buffers.segments[m_buffers.currentSegment].firstVertex; }
+    /// Number of the record that Claim points to.
+    int FirstVertex() const { return m_buffers.segments[m_buffers.currentSegment].firstVertex + m_used; }
+    /// The next draw goes behind `count` records that were drawn from this segment, which gets its fence later.
+    void Share(int count) { m_used += count; }
+    /// Whether draws of the current segment have no fence behind them yet.
+    bool IsShared() const { return m_used != 0; }
     /// Puts a fence behind what was drawn from the current segment.
     void Fence(const GLCalls& gl);
     /// Goes on to the next segment once the GPU has finished with it. Returns how often it had to ask.
@@ -48,6 +54,7 @@ public:
 
 private:
     GLVBO m_buffers;
+    int m_used = 0; ///< records of the current segment that draws without a fence behind them read
 };
 
 } // namespace KTR

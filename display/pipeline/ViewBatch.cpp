@@ -1,11 +1,13 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../text/StringDrawing.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace KTR {
 
@@ -32,7 +34,64 @@ int VerticesPerPrimitive(unsigned int mode) {
 
 } // namespace
 
+void COpenGLView::BeginSharedDraws() {
+    ++m_batch.sharedDepth;
+}
+
+void COpenGLView::EndSharedDraws() {
+    m_batch.sharedDepth = std::max(m_batch.sharedDepth - 1, 0);
+    if (!m_batch.SharesDraws()) {
+        FinishSharedDraws();
+    }
+}
+
+void COpenGLView::SetSharedDraws(bool on) {
+    m_batch.sharesAlways = on;
+    if (!m_batch.SharesDraws()) {
+        FinishSharedDraws();
+    }
+}
+
+/// Draws what waits and puts a fence behind what shared a segment of the ring.
+void COpenGLView::FinishSharedDraws() {
+    DrawWaitingVertices();
+    VertexRing& ring = CurrentObjects().ring;
+    if (ring.IsShared() && HasCurrentContext()) {
+        const GLCalls gl = CallGL();
+        ring.Fence(gl);
+        m_gpuWaits += ring.Advance(gl);
+    }
+}
+
+/// Whether a batch may be drawn together with the one before it, whose vertices wait: nothing that the view did in
+/// between has changed anything, or it would have drawn them.
+bool COpenGLView::JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const {
+    if (!m_batch.SharesDraws() || m_batch.waitingCount == 0 || mode != m_batch.batchPrimitiveMode) {
+        return false;
+    }
+    const ContextObjects& objects = CurrentObjects();
+    return !DrawsWithPrograms() || (IsStockProgram(shader) && shader != GLShaderText && objects.boundProgram != 0 &&
+                                    objects.currentShader == shader);
+}
+
+/// Whether the open batch may wait for another one: whole primitives that share no vertices. What is drawn straight to
+/// the screen is meant to be seen now.
+bool COpenGLView::MayWait() const {
+    const int open = m_batch.batchVertexCount - m_batch.waitingCount;
+    const unsigned int mode = m_batch.batchPrimitiveMode;
+    const bool separate = mode == GL_POINTS || mode == GL_LINES || mode == GL_TRIANGLES;
+    return m_batch.SharesDraws() && separate && open > 0 && open % VerticesPerPrimitive(mode) == 0 &&
+           m_batch.batchVertexCount <= kBatchRecords && m_batch.strayIndices == 0 &&
+           m_currentContext == GLContextMain && CurrentObjects().currentShader != GLShaderText;
+}
+
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
+    if (JoinsWaitingVertices(mode, shader)) {
+        m_batch.Keep(m_batch.waitingCount);
+        CurrentRecord().loopContinued = false;
+        CurrentRecord().batchOpen = false;
+        return;
+    }
     DrawWaitingVertices();
     m_batch.batchPrimitiveMode = mode;
     m_batch.Keep(0);
@@ -57,6 +116,10 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader, GLVBO& vb
 }
 
 void COpenGLView::EndArrays() {
+    if (MayWait()) {
+        m_batch.waitingCount = m_batch.batchVertexCount;
+        return;
+    }
     FlushArrays();
 }
 
@@ -77,7 +140,12 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 /// each strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is
 /// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
-    m_batch.waiting = false;
+    if (m_batch.SharesDraws() && m_batch.waitingCount > 0 && m_batch.batchVertexCount > kBatchCapacity) {
+        // Room for the open batch, which must not be cut where it would not be cut alone.
+        DrawWaitingVertices();
+        return;
+    }
+    m_batch.waitingCount = 0;
     if (m_batch.batchVertexCount <= 0) {
         m_batch.Keep(0);
         return;
@@ -160,6 +228,10 @@ void COpenGLView::DrawBatch(int count) {
 void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
     RestoreUniforms(*this, gl);
     VertexRing& ring = CurrentObjects().ring;
+    if (!ring.HasRoomFor(count)) {
+        ring.Fence(gl);
+        m_gpuWaits += ring.Advance(gl);
+    }
     const auto size = static_cast<std::size_t>(count);
     std::memcpy(ring.Claim(), m_batch.batchVertexPointer + start, size * sizeof(GLDrawGeometry));
     if (m_batch.drawArraysOnly) {
@@ -170,8 +242,43 @@ void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
         gl.As(kDrawn).glDrawElementsBaseVertex(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, nullptr,
                                                ring.FirstVertex());
     }
+    if (m_batch.SharesDraws() && m_batch.drawArraysOnly) {
+        ring.Share(count);
+        return;
+    }
     ring.Fence(gl);
     m_gpuWaits += ring.Advance(gl);
+}
+
+/// Draws the first `count` vertices and keeps those behind them, of a batch that is still open.
+void COpenGLView::FlushWaitingVertices(int count) {
+    const int open = m_batch.batchVertexCount - count;
+    DrawBatch(count);
+    GLDrawGeometry* const vertices = m_batch.batchVertexPointer;
+    std::memmove(vertices, vertices + count, static_cast<std::size_t>(open) * sizeof(GLDrawGeometry));
+    m_batch.Keep(open);
+    ReturnTextMatrix(*this);
+}
+
+/// Draws the vertices that wait for others. Everything else that the view does comes after them, so each operation that
+/// changes the batch or the current context calls this first, and CallGL does for all the others.
+void COpenGLView::DrawWaitingVertices() {
+    const int waiting = std::exchange(m_batch.waitingCount, 0);
+    if (waiting == 0) {
+        return;
+    }
+    const GLRenderingContextRecord& record = CurrentRecord();
+    const HGLRC current = wglGetCurrentContext();
+    if (current == record.renderingContext) {
+        FlushWaitingVertices(waiting);
+        return;
+    }
+    // Another view has taken the thread's context in the meantime.
+    const HDC currentDeviceContext = wglGetCurrentDC();
+    if (wglMakeCurrent(record.deviceContext, record.renderingContext)) {
+        FlushWaitingVertices(waiting);
+        wglMakeCurrent(currentDeviceContext, current);
+    }
 }
 
 } // namespace KTR

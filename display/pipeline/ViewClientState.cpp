@@ -153,7 +153,7 @@ void COpenGLView::DisableClientState() {
     m_batch.Keep(0);
     if (DrawsWithPrograms()) {
         ContextObjects& objects = CurrentObjects();
-        if (HasCurrentContext()) {
+        if (HasCurrentContext() && !m_batch.SharesDraws()) {
             m_gpuWaits += objects.ring.ReleaseFences(gl);
         }
         DisableShaderVertexAttribArrays(objects.currentShader);

@@ -126,7 +126,10 @@ glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const T
     }
     TextState& text = ViewAccess::Text(view);
     const TextBinding wanted = BindingFor(view, font, frame.plain);
-    const bool looksAlike = ViewAccess::Batch(view).waiting && wanted == text.bound;
+    // What waits may also be a host's own batches.
+    const bool stringsWait =
+        ViewAccess::Batch(view).waitingCount > 0 && ViewAccess::CurrentObjects(view).currentShader == GLShaderText;
+    const bool looksAlike = stringsWait && wanted == text.bound;
     if (looksAlike && (text.originShows || !Shows(view, frame.place))) {
         return text.origin;
     }
@@ -140,7 +143,7 @@ glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const T
 /// Ends a string. Within a run it stays in the batch for others to join.
 void CloseTextBatch(COpenGLView& view, bool mayWait) {
     if (mayWait && ViewAccess::Text(view).IsRunOpen() && view.DrawsWithPrograms()) {
-        ViewAccess::Batch(view).waiting = true;
+        ViewAccess::Batch(view).waitingCount = ViewAccess::Batch(view).batchVertexCount;
         return;
     }
     FlushStrings(view);
@@ -240,6 +243,10 @@ long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, 
 
 void FlushStrings(COpenGLView& view) {
     view.FlushArrays();
+    ReturnTextMatrix(view);
+}
+
+void ReturnTextMatrix(COpenGLView& view) {
     const ContextObjects& objects = ViewAccess::CurrentRecord(view).objects;
     const bool displaced = ViewAccess::Text(view).origin != glm::dvec3(0.0);
     if (displaced && view.DrawsWithPrograms() && objects.currentShader == GLShaderText && objects.boundProgram != 0) {

@@ -17,6 +17,8 @@ long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, 
 
 /// Draws the strings that are pending, and gives the text program the matrices that hold for everybody else.
 void FlushStrings(COpenGLView& view);
+/// Gives the text program the matrices that hold for everybody else, after strings were drawn relative to their origin.
+void ReturnTextMatrix(COpenGLView& view);
 
 /// Binds the current font, for strings of their own size. False when there is none and no default font to take its
 /// place.

@@ -250,25 +250,4 @@ void COpenGLView::DrawSetupText(double x, double y, double z, const wchar_t* tex
     RasterPosition(0.0, 0.0, 0.0);
 }
 
-/// Draws the strings that wait for others. Everything else that the view does comes after them, so each operation that
-/// changes the batch or the current context calls this first, and CallGL does for all the others.
-void COpenGLView::DrawWaitingVertices() {
-    if (!m_batch.waiting) {
-        return;
-    }
-    const GLRenderingContextRecord& record = CurrentRecord();
-    const HGLRC current = wglGetCurrentContext();
-    if (current == record.renderingContext) {
-        FlushStrings(*this);
-        return;
-    }
-    // Another view has taken the thread's context in the meantime.
-    const HDC currentDeviceContext = wglGetCurrentDC();
-    if (wglMakeCurrent(record.deviceContext, record.renderingContext)) {
-        FlushStrings(*this);
-        wglMakeCurrent(currentDeviceContext, current);
-    }
-    m_batch.waiting = false;
-}
-
 } // namespace KTR

@@ -137,6 +137,8 @@ void Scene::Include(const Extent& extent) {
 /// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;
 /// `unitsPerPixel` is the scale of a map, 0 in perspective.
 void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel) {
+    // Parcels, outlines and small clouds are many batches that look alike.
+    const KTR::SharedDraws shared(view);
     SetUpSun(view);
     view.Scale(1.0, 1.0, m_exaggeration);
 

@@ -1,0 +1,210 @@
+#include "support/Outlines.h"
+#include "support/Picture.h"
+#include "support/RecordedFixture.h"
+
+#include <cmath>
+#include <functional>
+
+namespace {
+
+constexpr int kSide = 128;
+
+/// Batches that share draws, against the same batches one by one.
+class SharedDrawing : public BothPipelinesTest {
+protected:
+    void AddSquare(int place, unsigned char red) {
+        const double x = place % 12 * 10;
+        const double y = place / 12 % 12 * 10;
+        for (const auto& [right, up] : {std::pair{0, 0}, {8, 0}, {8, 8}, {0, 0}, {8, 8}, {0, 8}}) {
+            View().AddIndex2DVertexRGBA(x + right, y + up, red, 200, 50, 255);
+        }
+    }
+    void DrawSquare(int place) {
+        View().BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        AddSquare(place, static_cast<unsigned char>(place));
+        View().EndArrays();
+    }
+    void Enable(GLShaderTypes shader = GLShaderColorPassThrough) {
+        View().EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, shader);
+    }
+    Picture FrameOf(const std::function<void()>& draw) {
+        live->Clear();
+        Enable();
+        draw();
+        View().DisableClientState();
+        return TakePicture(View(), kSide, kSide);
+    }
+    std::size_t Draws() {
+        driver.StopJournal();
+        return driver.Journal("glDrawArrays").size() + driver.Journal("glDrawElements").size();
+    }
+    std::size_t Calls(const char* function) { return driver.Journal(function).size(); }
+};
+
+// A map of symbols: hundreds of small batches of one kind.
+TEST_P(SharedDrawing, SmallBatchesAreOneDrawAndTheSameFrame) {
+    const auto draw = [&] {
+        for (int place = 0; place < 144; ++place) {
+            DrawSquare(place);
+        }
+    };
+    const Picture single = FrameOf(draw);
+    EXPECT_GT(single.CountDrawn({0, 0, 0, 255}), 9'000);
+    driver.StartJournal();
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+        EXPECT_EQ(View().GetBatchVertexCount(), 0) << "no batch is open";
+    });
+    EXPECT_EQ(Draws(), 1U);
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
+// What changes between two batches must not reach the one before.
+TEST_P(SharedDrawing, WhatChangesInBetweenComesBehindTheBatchesBefore) {
+    const auto draw = [&] {
+        DrawSquare(0);
+        View().SetUpViewport(64, 0, 64, 64);
+        DrawSquare(1);
+        View().Enable(GL_BLEND);
+        View().BlendFunc(GL_ONE, GL_ONE);
+        DrawSquare(1);
+        View().Disable(GL_BLEND);
+        View().SetUpViewport(0, 0, kSide, kSide);
+        View().BeginArrays(GL_LINES, GLShaderColorPassThrough);
+        View().AddIndex2DVertexRGBA(3.5, 60.5, 255, 0, 0, 255);
+        View().AddIndex2DVertexRGBA(90.5, 60.5, 255, 0, 0, 255);
+        View().EndArrays();
+        View().BeginArrays(GL_LINE_LOOP, GLShaderColorPassThrough);
+        for (const auto& [x, y] : {std::pair{20.5, 70.5}, {60.5, 70.5}, {60.5, 110.5}}) {
+            View().AddIndex2DVertexRGBA(x, y, 0, 0, 255, 255);
+        }
+        View().EndArrays();
+        DrawSquare(100);
+    };
+    const Picture single = FrameOf(draw);
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+    });
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
+TEST_P(SharedDrawing, OpenBatchIsNotCutWhereTheArraysAreFull) {
+    const auto draw = [&] {
+        DrawSquare(0);
+        View().BeginArrays(GL_LINES, GLShaderColorPassThrough);
+        View().AddIndex2DVertexRGBA(1.5, 120.5, 255, 255, 255, 255);
+        View().AddIndex2DVertexRGBA(100.5, 120.5, 255, 255, 255, 255);
+        View().EndArrays();
+        // Odd and even ends of lines change places if the seam falls within a batch.
+        for (int batch = 0; batch < 11; ++batch) {
+            View().BeginArrays(GL_LINES, GLShaderColorPassThrough);
+            for (int line = 0; line < 1501; ++line) {
+                const double y = line % 100 + 0.5;
+                View().AddIndex2DVertexRGBA(10.5, y, 255, static_cast<unsigned char>(line), 0, 255);
+                View().AddIndex2DVertexRGBA(15.5 + batch, y, 255, static_cast<unsigned char>(line), 0, 255);
+            }
+            View().EndArrays();
+        }
+    };
+    const Picture single = FrameOf(draw);
+    driver.StartJournal();
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+    });
+    EXPECT_LE(Draws(), 4U);
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
+// Strings and batches in turn: neither may take the other's vertices for its own.
+TEST_P(SharedDrawing, StringsBetweenBatchesKeepTheirOrder) {
+    const auto draw = [&] {
+        DrawSquare(0);
+        View().DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+        View().DrawFontAtlasText(L"ab", 4.0, 4.0, 0.0, false, false);
+        View().DrawFontAtlasText(L"cd", 4.0, 30.0, 0.0, false, false);
+        View().DrawTeardownFontAtlasText(false, false);
+        Enable();
+        DrawSquare(12);
+    };
+    const Picture single = FrameOf(draw);
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+    });
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
+// A map of filled parcels: the fans and strips of each are taken apart into triangles that all share a draw.
+TEST_P(SharedDrawing, FilledPolygonsAreOneDrawAndTheSameFrame) {
+    const auto draw = [&] {
+        for (int parcel = 0; parcel < 36; ++parcel) {
+            const double x = 12 + parcel % 6 * 20;
+            const double y = 12 + parcel / 6 * 20;
+            AddOutline(*View().GetTesselator(),
+                       {RingAround(x, y, 5 + parcel, false,
+                                   [parcel](double angle) { return 7.0 + parcel % 3 * std::cos(5.0 * angle); }),
+                        RingAround(x, y, 4, true, [](double) { return 2.5; })},
+                       {static_cast<unsigned char>(7 * parcel), 200, 50, 255});
+        }
+    };
+    const Picture single = FrameOf(draw);
+    EXPECT_GT(single.CountDrawn({0, 0, 0, 255}), 3'000);
+    driver.StartJournal();
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+    });
+    EXPECT_LE(Draws(), 2U);
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
+TEST_P(SharedDrawing, DiscardedBatchIsNotDrawnAndThoseBeforeAre) {
+    const Picture single = FrameOf([&] { DrawSquare(0); });
+    const Picture shared = FrameOf([&] {
+        View().BeginSharedDraws();
+        View().BeginSharedDraws();
+        DrawSquare(0);
+        View().BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        AddSquare(5, 255);
+        EXPECT_EQ(View().GetBatchVertexCount(), 6);
+        View().BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        View().EndSharedDraws();
+        View().EndSharedDraws();
+        View().EndSharedDraws();
+    });
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, SharedDrawing, testing::Bool(), PipelineName);
+
+using SharedRing = ProgramsTest;
+
+// Draws that cannot join share the ring's segments: one fence where a segment is full, and one at the end.
+TEST_F(SharedRing, DrawsOfOneSegmentHaveOneFence) {
+    View().EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderLine);
+    driver.StartJournal();
+    {
+        const SharedDraws scope(View());
+        for (int strip = 0; strip < 1'000; ++strip) {
+            View().BeginArrays(GL_LINE_STRIP, GLShaderLine);
+            for (int vertex = 0; vertex < 50; ++vertex) {
+                View().AddIndex2DVertexRGBA(vertex, strip % 100, 255, 255, 255, 255);
+            }
+            View().EndArrays();
+        }
+    }
+    driver.StopJournal();
+    EXPECT_EQ(driver.Journal("glDrawArrays").size(), 1'000U);
+    EXPECT_EQ(driver.Journal("glFenceSync").size(), 2U) << "50,000 records of 32,769 a segment";
+    driver.StartJournal();
+    View().BeginArrays(GL_POINTS, GLShaderLine);
+    View().AddIndex2DVertexRGBA(1.0, 1.0, 255, 255, 255, 255);
+    View().EndArrays();
+    driver.StopJournal();
+    EXPECT_EQ(driver.Journal("glFenceSync").size(), 1U) << "outside all is as ever";
+}
+
+} // namespace
