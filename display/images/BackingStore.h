@@ -1,6 +1,7 @@
 #pragma once
 
-#include "../view/RenderingContextRecord.h"
+#include "../values/ContextTypes.h"
+#include "../values/GLTypes.h"
 
 namespace KTR {
 

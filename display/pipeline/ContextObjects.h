@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../text/TextState.h"
+#include "../values/TextLists.h"
 #include "ProgramUniforms.h"
 #include "ShaderData.h"
 #include "VertexRing.h"

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "../view/RenderingContextRecord.h"
+#include "../values/ContextTypes.h"
+#include "ContextObjects.h"
 
 namespace KTR {
 

@@ -2,9 +2,10 @@
 
 // The texture and the sampler of each font. The share group keeps them, so that each view finds them there.
 
-#include "../view/OpenGLView.h"
-
 namespace KTR {
+
+class CFTGLFontAtlas;
+class COpenGLView;
 
 /// Makes the current font's texture and sampler, if it has none yet. A font whose bytes were released is built again
 /// for that; a result other than S_OK tells that this failed, and the font has no record any more.

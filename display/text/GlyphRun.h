@@ -2,13 +2,15 @@
 
 // How a string becomes quads in the batch.
 
-#include "../view/OpenGLView.h"
-
 #include <glm/vec2.hpp>
+#include <glm/vec3.hpp>
 
 #include <algorithm>
 
 namespace KTR {
+
+class CFTGLFontAtlas;
+class COpenGLView;
 
 /// Where a string's own pixels lie in model coordinates.
 struct TextFrame {

@@ -2,9 +2,13 @@
 
 // Strings from display lists, the fonts of fixed-function contexts.
 
-#include "../view/OpenGLView.h"
+#include "../values/TextLists.h"
+
+#include <glm/vec3.hpp>
 
 namespace KTR {
+
+class COpenGLView;
 
 /// A string from the outline lists made last, scaled and rotated against the clock about its place; where there are
 /// none from the raster lists, upright and in their own size. E_INVALIDARG without any: list base 0 would run whatever

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <array>
+
+namespace KTR {
+
+/// Display lists made from a GDI font, by the context that has them. They belong to the host.
+struct TextLists {
+    unsigned int raster = 0;                  ///< RefreshRasterFont's last; 0 for none
+    unsigned int outline = 0;                 ///< RefreshOutlineFont's last; 0 for none
+    double outlineHeight = 0.0;               ///< pixels that one em of the outline font has at scale 1
+    std::array<float, 256> outlineAdvances{}; ///< ems from each character to the next
+};
+
+} // namespace KTR
