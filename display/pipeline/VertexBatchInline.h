@@ -64,7 +64,7 @@ inline unsigned char Shade(unsigned char channel, double shade) {
 /// The slot of the next vertex. A batch flushes when an add finds it beyond capacity.
 inline int COpenGLView::NextBatchSlot() {
     if (m_batch.batchVertexCount > kBatchCapacity) {
-        FlushArrays();
+        FlushFullBatch();
     }
     return m_batch.batchVertexCount;
 }

@@ -140,11 +140,6 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 /// each strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is
 /// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
-    if (m_batch.SharesDraws() && m_batch.waitingCount > 0 && m_batch.batchVertexCount > kBatchCapacity) {
-        // Room for the open batch, which must not be cut where it would not be cut alone.
-        DrawWaitingVertices();
-        return;
-    }
     m_batch.waitingCount = 0;
     if (m_batch.batchVertexCount <= 0) {
         m_batch.Keep(0);
@@ -176,6 +171,17 @@ void COpenGLView::FlushArrays() {
     }
     vertices[0] = vertices[count - 1];
     m_batch.Keep(1);
+}
+
+/// Makes room for an add. Batches that wait for others are drawn and the open one moves to the front: it must not be
+/// cut where it would not be cut alone.
+void COpenGLView::FlushFullBatch() {
+    if (m_batch.SharesDraws() && m_batch.waitingCount > 0) {
+        DrawWaitingVertices();
+    }
+    if (m_batch.batchVertexCount > kBatchCapacity) {
+        FlushArrays();
+    }
 }
 
 /// The adds of the tessellator. Its fans and strips are as long as the polygon wants, so unlike a host's they go on

@@ -852,6 +852,7 @@ private:
     bool JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const;
     bool MayWait() const;
     void FlushWaitingVertices(int count);
+    void FlushFullBatch();
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 

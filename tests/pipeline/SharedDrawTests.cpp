@@ -118,6 +118,29 @@ TEST_P(SharedDrawing, OpenBatchIsNotCutWhereTheArraysAreFull) {
     EXPECT_TRUE(shared.pixels == single.pixels);
 }
 
+// The last batch ends just where the arrays are full: it is to be drawn, not to make room for more.
+TEST_P(SharedDrawing, BatchThatEndsWhereTheArraysAreFullIsDrawn) {
+    const auto draw = [&] {
+        View().BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        for (int square = 0; square < 5461; ++square) {
+            AddSquare(square % 11, 100);
+        }
+        View().EndArrays();
+        View().BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        for (const auto& [x, y] : {std::pair{60.0, 60.0}, {120.0, 60.0}, {120.0, 120.0}}) {
+            View().AddIndex2DVertexRGBA(x, y, 250, 10, 10, 255);
+        }
+        View().EndArraysAndDisableClientState();
+    };
+    const Picture single = FrameOf(draw);
+    EXPECT_EQ(single.At(110, 80), (Pixel{250, 10, 10, 255}));
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+    });
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
 // Strings and batches in turn: neither may take the other's vertices for its own.
 TEST_P(SharedDrawing, StringsBetweenBatchesKeepTheirOrder) {
     const auto draw = [&] {
