@@ -89,6 +89,9 @@ bool KeptRecords::FillBuffer(const GLCalls& gl) {
         gl.glGenBuffers(1, &m_buffer);
         m_bufferGroup = ShareGroup::Number();
     }
+    if (m_buffer == 0) {
+        return false;
+    }
     const FilledBuffer bound(gl, m_buffer);
     const GLsizeiptr bytes = BytesOf(records.size());
     gl.glBufferData(GL_COPY_WRITE_BUFFER, bytes, records.data(), GL_STATIC_DRAW);
@@ -96,7 +99,7 @@ bool KeptRecords::FillBuffer(const GLCalls& gl) {
     // taking OpenGL's errors away from the host.
     GLint64 size = 0;
     gl.glGetBufferParameteri64v(GL_COPY_WRITE_BUFFER, GL_BUFFER_SIZE, &size);
-    if (m_buffer == 0 || size != bytes) {
+    if (size != bytes) {
         gl.glDeleteBuffers(1, &m_buffer);
         m_buffer = 0;
         return false;
