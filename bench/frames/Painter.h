@@ -33,6 +33,8 @@ struct LibraryUse {
     bool quietLogger = false;
     /// Between BeginSharedDraws and EndSharedDraws.
     bool sharesDraws = false;
+    /// As geometry that stays, which is added when first drawn.
+    bool keepsGeometry = false;
 };
 
 std::unique_ptr<Painter> DrawWithLibrary(const LibraryUse& use);
