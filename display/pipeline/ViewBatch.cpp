@@ -209,7 +209,7 @@ void COpenGLView::FlushFullBatch() {
 /// behind a full batch: a fan with its centre and the last vertex, a strip with the last two.
 void COpenGLView::AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
                                       unsigned char a) {
-    if (const int count = m_batch.batchVertexCount; count > kBatchCapacity) {
+    if (const int count = m_batch.batchVertexCount; count > kBatchCapacity && !m_filling) {
         FlushArrays();
         GLDrawGeometry* vertices = m_batch.batchVertexPointer;
         if (m_batch.batchPrimitiveMode == GL_TRIANGLE_FAN) {
