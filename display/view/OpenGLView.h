@@ -812,6 +812,8 @@ public:
                              bool clear, bool depth, bool frontBuffer);
 
     // ---- 16. Geometry that stays. Implemented in ViewGeometry.cpp
+    // For what is drawn more often than it changes: maps, reliefs, clouds. What is new in each frame goes through the
+    // batch, many small batches of it between BeginSharedDraws and EndSharedDraws.
 
     /// What is added from here on, by any of the adds, by the tessellator and in as many batches as wanted, goes into
     /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
