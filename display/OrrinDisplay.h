@@ -4,6 +4,7 @@
 
 #include "images/BitmapFile.h"
 #include "images/TexturedQuadrilateral.h"
+#include "pipeline/KeptGeometry.h"
 #include "pipeline/ShaderFiles.h"
 #include "platform/DisplayApplication.h"
 #include "platform/Notice.h"

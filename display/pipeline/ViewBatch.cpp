@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 #include "../text/StringDrawing.h"
+#include "GeometryFilling.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
 
@@ -80,7 +81,7 @@ bool COpenGLView::MayWait() const {
     const int open = m_batch.batchVertexCount - m_batch.waitingCount;
     const unsigned int mode = m_batch.batchPrimitiveMode;
     const bool separate = mode == GL_POINTS || mode == GL_LINES || mode == GL_TRIANGLES;
-    return m_batch.SharesDraws() && separate && open > 0 && open % VerticesPerPrimitive(mode) == 0 &&
+    return m_batch.SharesDraws() && !m_filling && separate && open > 0 && open % VerticesPerPrimitive(mode) == 0 &&
            m_batch.batchVertexCount <= kBatchRecords && m_batch.strayIndices == 0 &&
            m_currentContext == GLContextMain && CurrentObjects().currentShader != GLShaderText;
 }
@@ -98,6 +99,10 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
     GLRenderingContextRecord& record = CurrentRecord();
     record.loopContinued = false;
     record.batchOpen = false;
+    if (m_filling) {
+        m_filling->BeginBatch(mode);
+        return;
+    }
     if (!DrawsWithPrograms()) {
         return;
     }
@@ -140,6 +145,11 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 /// each strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is
 /// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
+    if (m_filling) {
+        KeepPendingVertices();
+        m_filling->EndBatch();
+        return;
+    }
     m_batch.waitingCount = 0;
     if (m_batch.batchVertexCount <= 0) {
         m_batch.Keep(0);
@@ -173,9 +183,20 @@ void COpenGLView::FlushArrays() {
     m_batch.Keep(1);
 }
 
+/// Hands the open batch to the geometry that is being filled.
+void COpenGLView::KeepPendingVertices() {
+    DrawWaitingVertices(); // of text, which is drawn as ever
+    m_filling->Add(m_batch);
+    m_batch.Keep(0);
+}
+
 /// Makes room for an add. Batches that wait for others are drawn and the open one moves to the front: it must not be
 /// cut where it would not be cut alone.
 void COpenGLView::FlushFullBatch() {
+    if (m_filling) {
+        KeepPendingVertices();
+        return;
+    }
     if (m_batch.SharesDraws() && m_batch.waitingCount > 0) {
         DrawWaitingVertices();
     }

@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 
+#include "../pipeline/GeometryFilling.h"
 #include "../platform/ContextLifecycle.h"
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
@@ -79,6 +80,7 @@ COpenGLView::~COpenGLView() {
 
 void COpenGLView::Initialize() {
     m_copiedMasterIndex = -1;
+    m_filling.reset();
     SelectRecord(GLContextMain);
     m_name.Empty();
     m_message.Empty();

@@ -27,7 +27,9 @@ class logger;
 
 namespace KTR {
 
+class GeometryFilling;
 class GLCalls;
+class GLGeometry;
 struct TexturedQuadrilateral;
 
 /// Signatures of the WGL extension functions that the library uses.
@@ -57,6 +59,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
+///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -495,6 +498,8 @@ public:
     /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with
     /// an index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
     void DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices);
+    /// The same from vertex `first` on, or with indices from the one at `first` on. A negative one draws nothing.
+    void DrawArrays(int mode, int first, int count, GLVBO& vbo, const unsigned int* indices);
     /// Deletes a caller's buffers and empties the record, so that new geometry can be given. While the view's context
     /// is not current the buffers stay.
     void DeleteVBO(GLVBO& vbo);
@@ -806,6 +811,29 @@ public:
                              int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
                              bool clear, bool depth, bool frontBuffer);
 
+    // ---- 16. Geometry that stays. Implemented in ViewGeometry.cpp
+
+    /// What is added from here on, by any of the adds, by the tessellator and in as many batches as wanted, goes into
+    /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
+    /// text and images are drawn as ever. E_FAIL where a geometry is being filled already; E_OUTOFMEMORY.
+    ///
+    /// \param origin  where the records' zero lies; without it, at the current coordinate offsets
+    long BeginGeometry(GLGeometry& geometry);
+    long BeginGeometry(GLGeometry& geometry, const PointXYZ& origin);
+    /// The geometry is filled; a batch that was not ended is discarded. E_FAIL without a beginning and where the
+    /// geometry is gone; E_INVALIDARG where batches did not agree in what GLGeometry keeps, or an index of AddDataIndex
+    /// was of no record; E_OUTOFMEMORY. On failure the geometry is empty.
+    long EndGeometry();
+    /// Draws all records, or `count` from `first` on, with the arrays or the program that an EnableClientState...
+    /// has bound, and with the matrices of this moment on both pipelines. Strips that a range cuts are drawn as far as
+    /// they lie in it; triangles and lines begin at `first`. It waits for nothing, and the state is as before.
+    ///
+    /// S_OK; E_INVALIDARG for a range that is not there; E_FAIL without a current context, where nothing is bound and
+    /// while the geometry is being filled; E_OUTOFMEMORY where the card has no room, when nothing is drawn; E_HANDLE
+    /// where the records were freed (GLGeometry::FreeRecordsAfterUpload) and are needed.
+    long DrawGeometry(const GLGeometry& geometry);
+    long DrawGeometry(const GLGeometry& geometry, int first, int count);
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -853,6 +881,7 @@ private:
     bool MayWait() const;
     void FlushWaitingVertices(int count);
     void FlushFullBatch();
+    void KeepPendingVertices();
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 
@@ -913,6 +942,7 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
+    std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

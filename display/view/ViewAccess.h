@@ -30,6 +30,7 @@ struct ViewAccess {
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
+    static auto& Filling(COpenGLView& view) { return view.m_filling; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
     static COpenGLMath& CurrentMath(const COpenGLView& view) { return view.CurrentMath(); }
     static TextureRequest& Textures(COpenGLView& view) { return view.m_textureRequest; }
