@@ -91,6 +91,7 @@ void DrawingStateScope::PrepareForDrawing() {
 }
 
 void DrawingStateScope::EndDrawing() {
+    ViewAccess::CallGL(m_view); // m_gl comes past what waits
     // NOTE: a program that was marked for deletion while in use is gone once another one was.
     const GLuint program = m_hostProgram != 0 && m_gl.glIsProgram(m_hostProgram) ? m_hostProgram : 0;
     if (!m_programs) {

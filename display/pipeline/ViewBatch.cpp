@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 #include "../text/StringDrawing.h"
+#include "ClientState.h"
 #include "GeometryFilling.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
@@ -32,6 +33,29 @@ int VerticesPerPrimitive(unsigned int mode) {
         return 1;
     }
 }
+
+/// Keeps a record's context current while it lives, where another view has taken the thread's context in the meantime.
+class SelectedContext {
+public:
+    explicit SelectedContext(const GLRenderingContextRecord& record) : m_previous(wglGetCurrentContext()) {
+        if (m_previous != record.renderingContext) {
+            m_previousDeviceContext = wglGetCurrentDC();
+            m_switched = wglMakeCurrent(record.deviceContext, record.renderingContext) != FALSE;
+        }
+    }
+    ~SelectedContext() {
+        if (m_switched) {
+            wglMakeCurrent(m_previousDeviceContext, m_previous);
+        }
+    }
+    SelectedContext(const SelectedContext&) = delete;
+    SelectedContext& operator=(const SelectedContext&) = delete;
+
+private:
+    HGLRC m_previous;
+    HDC m_previousDeviceContext = nullptr;
+    bool m_switched = false;
+};
 
 } // namespace
 
@@ -81,19 +105,27 @@ bool COpenGLView::MayWait() const {
     const int open = m_batch.batchVertexCount - m_batch.waitingCount;
     const unsigned int mode = m_batch.batchPrimitiveMode;
     const bool separate = mode == GL_POINTS || mode == GL_LINES || mode == GL_TRIANGLES;
-    return m_batch.SharesDraws() && !m_filling && separate && open > 0 && open % VerticesPerPrimitive(mode) == 0 &&
-           m_batch.batchVertexCount <= kBatchRecords && m_batch.strayIndices == 0 &&
-           m_currentContext == GLContextMain && CurrentObjects().currentShader != GLShaderText;
+    return m_batch.SharesDraws() && !m_batch.stateDisableWaits && !m_filling && separate && open > 0 &&
+           open % VerticesPerPrimitive(mode) == 0 && m_batch.batchVertexCount <= kBatchRecords &&
+           m_batch.strayIndices == 0 && m_currentContext == GLContextMain &&
+           CurrentObjects().currentShader != GLShaderText;
 }
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
+    if (m_batch.stateDisableWaits) {
+        if (DrawsWithPrograms() && IsStockProgram(shader)) {
+            BindStockProgram(*this, shader);
+        } else {
+            DrawWaitingVertices();
+        }
+    }
     if (JoinsWaitingVertices(mode, shader)) {
         m_batch.Keep(m_batch.waitingCount);
         CurrentRecord().loopContinued = false;
         CurrentRecord().batchOpen = false;
         return;
     }
-    DrawWaitingVertices();
+    DrawWaitingBatches();
     m_batch.batchPrimitiveMode = mode;
     m_batch.Keep(0);
     GLRenderingContextRecord& record = CurrentRecord();
@@ -129,7 +161,7 @@ void COpenGLView::EndArrays() {
 }
 
 void COpenGLView::EndArraysAndDisableClientState() {
-    FlushArrays();
+    EndArrays();
     DisableClientState();
 }
 
@@ -149,6 +181,9 @@ void COpenGLView::FlushArrays() {
         KeepPendingVertices();
         m_filling->EndBatch();
         return;
+    }
+    if (m_batch.stateDisableWaits) {
+        DrawWaitingVertices(); // what was added since finds it carried out
     }
     m_batch.waitingCount = 0;
     if (m_batch.batchVertexCount <= 0) {
@@ -198,7 +233,7 @@ void COpenGLView::FlushFullBatch() {
         return;
     }
     if (m_batch.SharesDraws() && m_batch.waitingCount > 0) {
-        DrawWaitingVertices();
+        DrawWaitingBatches();
     }
     if (m_batch.batchVertexCount > kBatchCapacity) {
         FlushArrays();
@@ -228,7 +263,8 @@ void COpenGLView::AddTesselatedVertex(double x, double y, double z, unsigned cha
 }
 
 void COpenGLView::DrawBatch(int count) {
-    const GLCalls gl = CallGL();
+    LeaveProgramState(*this);
+    const GLCalls gl = CurrentGL();
     if (!DrawsWithPrograms()) {
         gl.As(L"glDrawElements: AFTER:")
             .glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchIndexPointer);
@@ -287,24 +323,24 @@ void COpenGLView::FlushWaitingVertices(int count) {
     ReturnTextMatrix(*this);
 }
 
-/// Draws the vertices that wait for others. Everything else that the view does comes after them, so each operation that
-/// changes the batch or the current context calls this first, and CallGL does for all the others.
+/// Draws the batches that wait for others, and changes nothing else.
+void COpenGLView::DrawWaitingBatches() {
+    if (const int waiting = std::exchange(m_batch.waitingCount, 0); waiting > 0) {
+        const SelectedContext selected(CurrentRecord());
+        FlushWaitingVertices(waiting);
+    }
+}
+
+/// Draws the vertices that wait for others, and disables the client state if that waits. Everything else that the view
+/// does comes after both, so each operation that changes the batch or the current context calls this first, and CallGL
+/// does for all the others. From here on nothing is known of what is bound.
 void COpenGLView::DrawWaitingVertices() {
-    const int waiting = std::exchange(m_batch.waitingCount, 0);
-    if (waiting == 0) {
-        return;
-    }
-    const GLRenderingContextRecord& record = CurrentRecord();
-    const HGLRC current = wglGetCurrentContext();
-    if (current == record.renderingContext) {
-        FlushWaitingVertices(waiting);
-        return;
-    }
-    // Another view has taken the thread's context in the meantime.
-    const HDC currentDeviceContext = wglGetCurrentDC();
-    if (wglMakeCurrent(record.deviceContext, record.renderingContext)) {
-        FlushWaitingVertices(waiting);
-        wglMakeCurrent(currentDeviceContext, current);
+    m_batch.boundState.form = ClientStateRequest::Form::None;
+    const bool disables = std::exchange(m_batch.stateDisableWaits, false);
+    DrawWaitingBatches();
+    if (disables) {
+        const SelectedContext selected(CurrentRecord());
+        UnbindClientState(*this, CurrentGL());
     }
 }
 

@@ -186,7 +186,7 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
     if (type != GLContextMain || !record.renderingContext) {
         return;
     }
-    ViewAccess::Batch(view).waitingCount = 0;
+    ViewAccess::Batch(view).ForgetWaiting();
     const bool holdsFrame = ViewAccess::StoredFrame(view).colorTexture != 0;
     const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
     bool released = false;

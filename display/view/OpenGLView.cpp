@@ -207,7 +207,7 @@ int COpenGLView::GetMasterContextIndex() const {
 void COpenGLView::CopySettings(const COpenGLView& other) {
     m_reserved = other.m_reserved;
     m_batch = other.m_batch;
-    m_batch.waitingCount = 0;
+    m_batch.ForgetWaiting();
     m_batch.sharedDepth = 0;
     m_backingStore = other.m_backingStore;
     m_name = other.m_name;

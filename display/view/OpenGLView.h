@@ -393,9 +393,10 @@ public:
     /// Between these two calls, which may be nested, batches share draws and the ring's fences: a batch that agrees
     /// with the one before it in mode, program, matrices and state goes on behind it. Frames come out the same; only
     /// speed and the trace tell. Use it around many small batches (symbols, parcels, line strings): with it a batch of
-    /// six vertices costs a fraction of what it costs alone. Leave OpenGL calls of your own outside, and do not count
-    /// on fields of a record that an add does not write. Points, separate lines and triangles join; strips, loops and
-    /// fans are drawn one by one, but without a fence each.
+    /// six vertices costs a fraction of what it costs alone, also with EnableClientState... and DisableClientState
+    /// around each: what is bound already stays so. Leave OpenGL calls of your own outside, and do not count on fields
+    /// of a record that an add does not write. Points, separate lines and triangles join; strips, loops and fans are
+    /// drawn one by one, but without a fence each.
     void BeginSharedDraws();
     /// Draws what waits. An end without a beginning is passed over.
     void EndSharedDraws();
@@ -879,6 +880,7 @@ private:
     void FinishSharedDraws();
     bool JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const;
     bool MayWait() const;
+    void DrawWaitingBatches();
     void FlushWaitingVertices(int count);
     void FlushFullBatch();
     void KeepPendingVertices();

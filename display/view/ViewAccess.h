@@ -13,6 +13,8 @@ struct ViewAccess {
     static MatrixSet& CurrentMatrices(const COpenGLView& view) { return view.CurrentMath().Matrices(); }
     /// For who is about to change something: draws the vertices that wait.
     static GLCalls CallGL(COpenGLView& view) { return view.CallGL(); }
+    /// Draws the batches that wait, for who changes nothing else.
+    static void DrawWaitingBatches(COpenGLView& view) { view.DrawWaitingBatches(); }
     /// For questions.
     static GLCalls CurrentGL(const COpenGLView& view) { return view.CurrentGL(); }
     static GLRenderingContextRecord& Record(COpenGLView& view, GLRenderingContextTypes type) {

@@ -76,9 +76,7 @@ void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
 
 GLCalls COpenGLView::CallGL() {
     DrawWaitingVertices();
-    if (CurrentObjects().programStateBound && !DrawsWithPrograms() && HasCurrentContext()) {
-        LeaveProgramState(*this);
-    }
+    LeaveProgramState(*this);
     return CurrentGL();
 }
 
