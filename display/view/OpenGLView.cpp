@@ -86,8 +86,7 @@ void COpenGLView::Initialize() {
     m_message.Empty();
     m_loadNewTexture[0] = false;
     m_loadNewTexture[1] = false;
-    m_delayedSwap = false;
-    m_delayedLayerCount = 0;
+    m_overlays.swap.Reset();
     m_batch = VertexBatchState{};
     m_reserved = Reserved{};
     m_batchStorage.Clear();
@@ -218,8 +217,7 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_loadNewTexture[0] = other.m_loadNewTexture[0];
     m_loadNewTexture[1] = other.m_loadNewTexture[1];
     m_inManagerSection = other.m_inManagerSection;
-    m_delayedSwap = other.m_delayedSwap;
-    m_delayedLayerCount = other.m_delayedLayerCount;
+    m_overlays.swap.TakeOver(other.m_overlays.swap);
     m_managerIndex = other.m_managerIndex;
     m_copiedMasterIndex = other.GetMasterContextIndex();
     SelectRecord(other.m_currentContext);

@@ -4,6 +4,7 @@
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../images/TextureRequest.h"
+#include "../overlay/OverlayState.h"
 #include "../pipeline/ShaderData.h"
 #include "../pipeline/Tesselator.h"
 #include "../pipeline/VertexBatch.h"
@@ -60,6 +61,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
 ///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
+///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -835,6 +837,64 @@ public:
     long DrawGeometry(const GLGeometry& geometry);
     long DrawGeometry(const GLGeometry& geometry, int first, int count);
 
+    // ---- 17. Overlays: what is drawn over the finished frame
+    // They belong to the main context, which they make current. The frame is the one that the host drew last: cleared
+    // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call that
+    // needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays covered,
+    // draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into the back
+    // buffer between two of these calls comes to light with the next.
+    //
+    // Results: S_OK; S_FALSE, with nothing drawn, where there is no frame to draw over (none was drawn yet, or the
+    // window's size or the context changed since: draw one, see NeedsRedraw) and for a band that is not active; E_FAIL
+    // without a context or when an overlay threw (the others are drawn); SaveBackingStore's. State is as before
+    // afterwards; client state is disabled, an open batch discarded and a program of the library's no longer in use.
+    //
+    // Overlays, and presenting when all layers are there. Implemented in ViewOverlays.cpp
+
+    /// Has `draw` called with `context` whenever overlays are drawn, those of lower `order` first, the band last. The
+    /// number is for RemoveOverlay; 0 for a null function. Nothing is drawn by this.
+    int AddOverlay(GLOverlayFunction draw, void* context, int order);
+    /// False for a number that is not there. What it drew goes with the next RedrawOverlays.
+    bool RemoveOverlay(int overlay);
+    /// Draws all overlays, and the band if one is active, over the frame, and presents. Call it instead of SwapBuffers
+    /// at the end of a frame, and whenever an overlay has changed.
+    long RedrawOverlays();
+    /// What is over the frame cannot be put right any more, since the frame is gone: draw a new one.
+    bool NeedsRedraw() const;
+
+    /// While the mode is on and layers that were started are not complete, SwapBuffers and the overlays present
+    /// nothing; that they wanted to is remembered, and the last completion presents, once. So does turning the mode off
+    /// with such a wish waiting. These four may be called on any thread. Presenting is the view's own thread's affair:
+    /// where the view's context is not the calling thread's current one, the view's next call on its own thread
+    /// presents.
+    void SwapBuffersSetDelayedSwapModeState(bool on);
+    void SwapBuffersCountDelayedLayerStart();
+    /// A completion too many leaves the count at 0.
+    void SwapBuffersCountDelayedLayerComplete();
+    int GetDelayedLayerCount() const;
+
+    // Rubber bands. Client coordinates are pixels from the upper left of the client area, y downwards. One band at a
+    // time in each view. Implemented in ViewRubberBand.cpp
+
+    /// Starts a band at a place, with the style set last. An active one is ended without being kept. E_INVALIDARG for a
+    /// type that there is not, a place that is not finite, and a custom band without a function.
+    long BeginRubberBand(GLRubberBandTypes type, double clientX, double clientY);
+    /// Draws the band to where the mouse is.
+    long MoveRubberBand(double clientX, double clientY);
+    /// Settles a point of a line string, polygon or custom band, after which the next point follows the mouse; others
+    /// are moved.
+    long AddRubberBandPoint(double clientX, double clientY);
+    /// Ends the band. The frame is as it was before; with `keep` the band stays part of it until the host draws.
+    long EndRubberBand(bool keep);
+    bool IsRubberBandActive() const { return m_overlays.band.IsActive(); }
+    /// The band's points: those settled and, last, the one that follows the mouse; after the end those it ended with.
+    /// Their number. At most `capacity` are written, to client coordinates.
+    int GetRubberBandPoints(PointXY* points, int capacity) const;
+    /// Holds for bands begun from now on, and for the active one from its next move on. Values out of range are
+    /// clamped.
+    void SetRubberBandStyle(const GLRubberBandStyle& style);
+    const GLRubberBandStyle& GetRubberBandStyle() const { return m_overlays.bandStyle; }
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -898,6 +958,7 @@ private:
     inline bool TriangleFits(int index) const;
 
     void DrawWaitingVertices();
+    void PresentWhatIsDue();
 
     /// State without a settled meaning: a view has it, a copy takes it over, and nothing reads it.
     struct Reserved {
@@ -925,6 +986,7 @@ private:
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
     BackingStoreFrame m_backingStoreFrame;
+    OverlayState m_overlays;
     CString m_name; ///< given to the creation calls
     TextureUser m_textureUser{*this};
     TextureRequest m_textureRequest;
@@ -932,8 +994,6 @@ private:
     GLTesselator* m_tesselator = nullptr;
     bool m_loadNewTexture[2] = {};
     bool m_inManagerSection = false;
-    bool m_delayedSwap = false;
-    int m_delayedLayerCount = 0;
     int m_managerIndex = 0;
     int m_copiedMasterIndex = -1; ///< of the view that this one is a copy of
     GLRenderingContextTypes m_currentContext = GLContextMain;

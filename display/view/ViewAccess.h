@@ -39,6 +39,8 @@ struct ViewAccess {
     static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
     static auto& Owned(COpenGLView& view) { return view.m_owned; }
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
+    static OverlayState& Overlays(COpenGLView& view) { return view.m_overlays; }
+    static const OverlayState& Overlays(const COpenGLView& view) { return view.m_overlays; }
     static BackingStoreFrame& StoredFrame(COpenGLView& view) { return view.m_backingStoreFrame; }
 };
 

@@ -76,6 +76,7 @@ void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
 
 GLCalls COpenGLView::CallGL() {
     DrawWaitingVertices();
+    PresentWhatIsDue();
     LeaveProgramState(*this);
     return CurrentGL();
 }
