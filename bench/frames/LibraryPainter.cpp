@@ -145,6 +145,10 @@ public:
     }
 
     void Draw(const Tiles& content) override {
+        if (m_use.inOneCall) {
+            DrawInOneCall(content);
+            return;
+        }
         const Sharing sharing(*m_view, m_use.sharesDraws);
         for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
             const Texture& texture = (*m_tileTextures)[tile];
@@ -153,6 +157,16 @@ public:
     }
 
 private:
+    void DrawInOneCall(const Tiles& content) {
+        m_quadrilaterals.resize(content.tiles.size());
+        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
+            TexturedQuadrilateral& quadrilateral = m_quadrilaterals[tile];
+            quadrilateral.texture = (*m_tileTextures)[tile].texture;
+            quadrilateral.sampler = (*m_tileTextures)[tile].sampler;
+            std::ranges::copy(content.tiles[tile].corners, quadrilateral.corners);
+        }
+        m_view->DrawTexturedQuadrilaterals(m_quadrilaterals.data(), m_quadrilaterals.size());
+    }
     void Enable(const Batches& content) {
         m_view->EnableClientStateInternalBuffers(true, false, true, content.textured, content.shader);
     }
@@ -192,6 +206,7 @@ private:
     LibraryUse m_use;
     COpenGLView* m_view = nullptr;
     const std::vector<Texture>* m_tileTextures = nullptr;
+    std::vector<TexturedQuadrilateral> m_quadrilaterals;
     unsigned int m_lists = 0; ///< the display lists that fixed functions draw text from
 };
 

@@ -33,6 +33,8 @@ struct LibraryUse {
     bool quietLogger = false;
     /// Between BeginSharedDraws and EndSharedDraws.
     bool sharesDraws = false;
+    /// Tiles by DrawTexturedQuadrilaterals.
+    bool inOneCall = false;
 };
 
 std::unique_ptr<Painter> DrawWithLibrary(const LibraryUse& use);

@@ -64,27 +64,26 @@ void COpenGLView::BeginSharedDraws() {
 }
 
 void COpenGLView::EndSharedDraws() {
-    m_batch.sharedDepth = std::max(m_batch.sharedDepth - 1, 0);
-    if (!m_batch.SharesDraws()) {
+    if (m_batch.sharedDepth == 1 && !m_batch.sharesAlways) {
         FinishSharedDraws();
     }
+    m_batch.sharedDepth = std::max(m_batch.sharedDepth - 1, 0);
 }
 
 void COpenGLView::SetSharedDraws(bool on) {
-    m_batch.sharesAlways = on;
-    if (!m_batch.SharesDraws()) {
+    if (!on && m_batch.sharesAlways && m_batch.sharedDepth == 0) {
         FinishSharedDraws();
     }
+    m_batch.sharesAlways = on;
 }
 
-/// Draws what waits and puts a fence behind what shared a segment of the ring.
+/// Draws what waits, as the last that shares, and puts a fence behind what shared a segment of the ring. The next
+/// shared draws go on there: a frame that needs less than a segment waits for the GPU only now and then.
 void COpenGLView::FinishSharedDraws() {
     DrawWaitingVertices();
     VertexRing& ring = CurrentObjects().ring;
-    if (ring.IsShared() && HasCurrentContext()) {
-        const GLCalls gl = CallGL();
-        ring.Fence(gl);
-        m_gpuWaits += ring.Advance(gl);
+    if (ring.LacksFence() && HasCurrentContext()) {
+        ring.Fence(CallGL());
     }
 }
 
@@ -291,8 +290,11 @@ void COpenGLView::DrawBatch(int count) {
 void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
     RestoreUniforms(*this, gl);
     VertexRing& ring = CurrentObjects().ring;
-    if (!ring.HasRoomFor(count)) {
-        ring.Fence(gl);
+    const bool shares = m_batch.SharesDraws() && m_batch.drawArraysOnly;
+    if (shares ? !ring.HasRoomFor(count) : !ring.IsAtStart()) {
+        if (ring.LacksFence()) {
+            ring.Fence(gl);
+        }
         m_gpuWaits += ring.Advance(gl);
     }
     const auto size = static_cast<std::size_t>(count);
@@ -305,7 +307,7 @@ void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
         gl.As(kDrawn).glDrawElementsBaseVertex(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, nullptr,
                                                ring.FirstVertex());
     }
-    if (m_batch.SharesDraws() && m_batch.drawArraysOnly) {
+    if (shares) {
         ring.Share(count);
         return;
     }

@@ -755,8 +755,8 @@ public:
     /// E_INVALIDARG for no texture and no corners, E_FAIL without a current context.
     long DrawTexturedQuadrilateral(unsigned int texture, unsigned int sampler, const PointXYZ* corners,
                                    const GLTexCoords* coordinates);
-    /// Draws several, for layers of many tiles: one set-up for all, and one draw for those of one texture and sampler
-    /// that follow each other, so order them by texture where they do not overlap. S_OK for none. E_INVALIDARG, before
+    /// Draws several, for layers of many tiles: one set-up and one fence for all, and one draw for those of one texture
+    /// and sampler that follow each other, so order them by texture where they do not overlap. S_OK for none. E_INVALIDARG, before
     /// anything is drawn, for a null pointer to some and where one has no texture.
     long DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadrilaterals, std::size_t count);
     /// DrawTexturedQuadrilateral with the active texture of the cache.
