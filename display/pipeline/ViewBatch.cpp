@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/ViewLight.h"
 #include "../text/StringDrawing.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
@@ -99,6 +100,7 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
     record.loopContinued = false;
     record.batchOpen = false;
     if (!DrawsWithPrograms()) {
+        SendLight(*this);
         return;
     }
     if (!IsStockProgram(shader)) {
