@@ -1,5 +1,6 @@
 #include "ProgramBinding.h"
 
+#include "../values/LightDirection.h"
 #include "../view/ViewAccess.h"
 #include "ClientState.h"
 #include "ForcedState.h"
@@ -90,7 +91,7 @@ void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramU
     uniforms.stippleFactor = static_cast<float>(attributes.lineStippleFactor);
     uniforms.viewport = {attributes.viewport[0], attributes.viewport[1], attributes.viewport[2],
                          attributes.viewport[3]};
-    uniforms.light = attributes.light;
+    uniforms.light = LightInEyeCoordinates(attributes, ViewAccess::Matrices(view, context).modelview);
     uniforms.textureTransparency = attributes.textureTransparency;
     const float alpha = static_cast<float>(attributes.currentColor.a) * kByteToFloat;
     uniforms.currentColor = FloatColor(attributes.currentColor, alpha);

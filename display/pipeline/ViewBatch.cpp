@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/ViewLight.h"
 #include "../text/StringDrawing.h"
 #include "ClientState.h"
 #include "GeometryFilling.h"
@@ -135,6 +136,7 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
         return;
     }
     if (!DrawsWithPrograms()) {
+        SendLight(*this);
         return;
     }
     if (!IsStockProgram(shader)) {

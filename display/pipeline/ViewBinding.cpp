@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/ViewLight.h"
 #include "GeometryFilling.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
@@ -111,6 +112,7 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
         }
         return;
     }
+    SendLight(*this);
     GLint vertexSize = 0;
     GLint vertexType = 0;
     GLint colorSize = 0;

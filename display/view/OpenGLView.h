@@ -62,6 +62,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  15. Backing store             display/images/ViewBackingStore.cpp
 ///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
 ///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
+///  18. Light and surfaces        display/scene/ViewLight.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -151,6 +152,7 @@ public:
     void GetCurrentCoordinateOffset(double& x, double& y) const;
     void SetTextScale(double scale);
     double GetTextScale() const;
+    /// White light from the eye of intensity 4 with 0.2 of ambient light, as at the start.
     void InitializeDefaultLights(GLRenderingContextTypes type);
 
     // ---- 3. Version policy and loader. Implemented in ViewBootstrap.cpp
@@ -522,6 +524,7 @@ public:
 
     /// Projection times modelview, multiplied in double precision. 0.
     long BindMatricesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type);
+    /// The direction is sent as it is: in eye coordinates.
     long BindShaderLightParameters(ShaderData& data, const GLLightParameters& light);
     /// Binds the texture and sampler that the text program reads, if text has set some.
     long BindFontAtlasTexture();
@@ -894,6 +897,40 @@ public:
     /// clamped.
     void SetRubberBandStyle(const GLRubberBandStyle& style);
     const GLRubberBandStyle& GetRubberBandStyle() const { return m_overlays.bandStyle; }
+
+    // ---- 18. Light and surfaces. Implemented in ViewLight.cpp
+    // What is drawn with a lit program (GLShaderShadedColor3Stage, GLShaderShadedTexture) shows at each vertex
+    //
+    //     clamp(color × lightColor × (ambient + (1 - ambient) × |n · l| × intensity / 4), 0, 1)
+    //
+    // where n is the normal under the inverse transpose of the model-view matrix, l points towards the light, both of
+    // length one in eye coordinates, and color is the vertex's or the texture's. Surfaces are lit from both sides.
+    // Alpha is not lit. Both pipelines differ from this by at most 1 of 255.
+
+    /// The light of the current context: its direction towards the light in model coordinates, of any length; colours
+    /// from 0 up; the intensity, of which 4 shows a surface that faces the light in its own colour (hosts show
+    /// intensity × 12.5 as percent); the ambient part, 0 to 1, which needs no light.
+    ///
+    /// Directions turn with the camera: whatever is drawn takes the light under the model-view matrix of that moment
+    /// (with programs: of EnableClientState..., else of BeginArrays). A matrix that scales the axes differently, as for
+    /// exaggerated heights, turns them as if it scaled all alike. The light is saved by PushAttributes.
+    ///
+    /// S_OK; E_INVALIDARG for a direction of no length, an ambient part outside 0 to 1, and what is negative or not
+    /// finite: then nothing changes.
+    long SetLightParameters(const GLLightParameters& light);
+    /// The direction is in model coordinates also where Light has set it: the present model-view matrix takes it back.
+    GLLightParameters GetLightParameters() const;
+    /// A sun at `azimuthDegrees` clockwise from north (+y) and `altitudeDegrees` above the horizon, -90 to 90. Else as
+    /// the light was. E_INVALIDARG for other angles.
+    long SetSun(double azimuthDegrees, double altitudeDegrees);
+    /// On: the light shines from the eye along the view, whatever its direction. Off: from its direction again, which
+    /// may have been set meanwhile. Light with GL_POSITION ends it.
+    void SetHeadlight(bool on);
+    /// On a fixed-function context: turns lighting on and gives OpenGL the view's light, and again whenever it or the
+    /// camera has changed (two opposite lights, the colours of vertices as material); off puts OpenGL's lights,
+    /// materials and shade model back as they were. Between the two draw what is lit only, with a lit shader type.
+    /// On a 4.x context it does nothing: there the shader type decides.
+    void SetUpLighting(bool on);
 
     // ---- Class-wide members
 

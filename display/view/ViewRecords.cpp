@@ -71,7 +71,10 @@ double COpenGLView::GetTextScale() const {
 }
 
 void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
-    m_contexts[type].attributes.light = GLLightParameters{};
+    GLAttributes& attributes = m_contexts[type].attributes;
+    attributes.light = GLLightParameters{};
+    attributes.lightInModel = false;
+    attributes.headlight = false;
 }
 
 GLCalls COpenGLView::CallGL() {
