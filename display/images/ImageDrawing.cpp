@@ -9,8 +9,9 @@
 
 namespace KTR {
 
-ImageDrawing::ImageDrawing(COpenGLView& view, const glm::dvec3& origin, unsigned int texture, unsigned int sampler)
-    : m_view(view), m_state(view, DrawnThing::Image) {
+ImageDrawing::ImageDrawing(COpenGLView& view, const glm::dvec3& origin, unsigned int texture, unsigned int sampler,
+                           GLShaderTypes program)
+    : m_view(view), m_state(view, program == GLShaderTextureDecalFusion ? DrawnThing::TwoImages : DrawnThing::Image) {
     m_state.PrepareForDrawing();
     // One matrix, formed in double precision: map coordinates and the view's offset cancel before they are rounded.
     MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
@@ -23,7 +24,7 @@ ImageDrawing::ImageDrawing(COpenGLView& view, const glm::dvec3& origin, unsigned
         view.Disable(GL_LIGHTING);
     }
     view.DrawSetupSetShaderTexture(texture, sampler);
-    view.EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
+    view.EnableClientStateInternalBuffers(true, false, true, true, program);
     if (!view.DrawsWithPrograms()) {
         // They take the transparency from the vertices, programs from the context.
         view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
@@ -39,14 +40,18 @@ void ImageDrawing::UseTexture(unsigned int texture, unsigned int sampler) const 
     }
 }
 
+unsigned char ImageAlpha(const COpenGLView& view) {
+    const float transparency = ViewAccess::CurrentRecord(view).attributes.textureTransparency;
+    return static_cast<unsigned char>(std::lround(transparency * 255.0F));
+}
+
 void BeginQuadrilaterals(COpenGLView& view) {
     view.BeginArrays(GL_TRIANGLES, GLShaderTextureDecal);
 }
 
 void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoords* coordinates) {
-    const float transparency = ViewAccess::CurrentRecord(view).attributes.textureTransparency;
-    const auto alpha = static_cast<unsigned char>(std::lround(transparency * 255.0F));
-    for (const int corner : {0, 1, 2, 0, 2, 3}) {
+    const unsigned char alpha = ImageAlpha(view);
+    for (const int corner : kTrianglesOfQuadrilateral) {
         view.AddTextureDataCurrentIndex(coordinates[corner].s, coordinates[corner].t);
         view.AddIndex3DVertexRGBA(corners[corner].x, corners[corner].y, corners[corner].z, 255, 255, 255, alpha);
     }
