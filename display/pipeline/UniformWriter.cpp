@@ -29,6 +29,8 @@ constexpr const char* kUniformNames[kStockUniformCount] = {
     "fAmbientCoefficient",
     "fTextureTransparency",
     "Texture",
+    "FusionMode",
+    "fFusionAmount",
     "Depth",
     "BinaryBitmapTexture",
     "CurrentColor",
@@ -138,7 +140,7 @@ void UniformWriter::WriteStockUniform(StockUniform uniform, const ProgramUniform
         const glm::vec4& color = uniforms.textColor;
         return WriteVector4(location, color.x, color.y, color.z, color.w);
     }
-    default: // matrices and light, which are written before
+    default: // matrices and light, which are written before, and what one operation sets for itself
         return;
     }
 }

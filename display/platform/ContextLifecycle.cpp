@@ -217,6 +217,8 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
     textures.activeTexture = 0;
     textures.activeSampler = 0;
     textures.textureSampler = 0;
+    textures.fusionTexture = 0;
+    textures.fusionSampler = 0;
     ViewAccess::RequestedTexture(view).texture = 0;
     ViewAccess::RequestedTexture(view).sampler = 0;
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);

@@ -31,6 +31,7 @@ namespace KTR {
 class GeometryFilling;
 class GLCalls;
 class GLGeometry;
+enum GLFusionMode : int;
 struct TexturedQuadrilateral;
 
 /// Signatures of the WGL extension functions that the library uses.
@@ -63,6 +64,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
 ///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
 ///  18. Light and surfaces        display/scene/ViewLight.cpp
+///  19. Rasters                   display/images/ViewRasters.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -931,6 +933,27 @@ public:
     /// materials and shade model back as they were. Between the two draw what is lit only, with a lit shader type.
     /// On a 4.x context it does nothing: there the shader type decides.
     void SetUpLighting(bool on);
+
+    // ---- 19. Rasters. Implemented in ViewRasters.cpp
+    // Two images over the same ground, a hillshade and a satellite image.
+
+    /// Makes the requested texture the second image of DrawFusionOnQuadrilateral, with MakeRequestedTextureActive's
+    /// flags and results. A request without a texture leaves no second image.
+    long MakeFusionTextureActive();
+    unsigned int GetFusionTexture() const;
+    /// Draw2DTextureOnQuadrilateral with the second image over the active texture. Without a second image the first is
+    /// drawn alone.
+    ///
+    /// NOTE: a fixed-function context with fewer than three texture units (Windows' own OpenGL 1.1) draws the second
+    /// image over the frame: the same where the first one is opaque.
+    ///
+    /// \param coordinates        of the corners in the active texture; null for the whole
+    /// \param fusionCoordinates  of the corners in the second; null for the whole
+    /// \param mode               GLFusionBlend, GLFusionMultiply or GLFusionAdd
+    /// \param amount             0, the first image alone, to 1; what is outside counts as the nearer of them
+    /// \return S_OK; E_INVALIDARG for no active texture, no corners and another mode; E_FAIL without a current context
+    long DrawFusionOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates,
+                                   const GLTexCoords* fusionCoordinates, GLFusionMode mode, double amount);
 
     // ---- Class-wide members
 
