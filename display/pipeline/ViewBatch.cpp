@@ -91,7 +91,7 @@ void COpenGLView::FinishSharedDraws() {
 /// Whether a batch may be drawn together with the one before it, whose vertices wait: nothing that the view did in
 /// between has changed anything, or it would have drawn them.
 bool COpenGLView::JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const {
-    if (!m_batch.SharesDraws() || m_batch.waitingCount == 0 || mode != m_batch.batchPrimitiveMode) {
+    if (!m_batch.SharesDraws() || m_filling || m_batch.waitingCount == 0 || mode != m_batch.batchPrimitiveMode) {
         return false;
     }
     const ContextObjects& objects = CurrentObjects();
@@ -245,7 +245,7 @@ void COpenGLView::FlushFullBatch() {
 /// behind a full batch: a fan with its centre and the last vertex, a strip with the last two.
 void COpenGLView::AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
                                       unsigned char a) {
-    if (const int count = m_batch.batchVertexCount; count > kBatchCapacity) {
+    if (const int count = m_batch.batchVertexCount; count > kBatchCapacity && !m_filling) {
         FlushArrays();
         GLDrawGeometry* vertices = m_batch.batchVertexPointer;
         if (m_batch.batchPrimitiveMode == GL_TRIANGLE_FAN) {
