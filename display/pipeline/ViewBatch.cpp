@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../text/FontTextures.h"
 #include "../text/StringDrawing.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
@@ -85,6 +86,13 @@ bool COpenGLView::MayWait() const {
 }
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
+    if (shader == GLShaderText && DrawsWithPrograms()) {
+        UploadRestOfBoundFont(*this);
+    }
+    OpenBatch(mode, shader);
+}
+
+void COpenGLView::OpenBatch(unsigned int mode, GLShaderTypes shader) {
     if (JoinsWaitingVertices(mode, shader)) {
         m_batch.Keep(m_batch.waitingCount);
         CurrentRecord().loopContinued = false;

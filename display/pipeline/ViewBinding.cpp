@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../text/FontTextures.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
 
@@ -100,6 +101,9 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
     m_batch.Keep(0);
     CurrentRecord().loopContinued = false;
     if (DrawsWithPrograms()) {
+        if (type == GLShaderText) {
+            UploadRestOfBoundFont(*this);
+        }
         if (!IsStockProgram(type) || BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type],
                                                                   vbo, geometry, count) != S_OK) {
             CurrentObjects().boundProgram = 0; // nothing is drawn, least of all with the program of the batch before
