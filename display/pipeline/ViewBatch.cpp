@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 #include "../scene/ViewLight.h"
+#include "../text/FontTextures.h"
 #include "../text/StringDrawing.h"
 #include "ClientState.h"
 #include "GeometryFilling.h"
@@ -112,6 +113,13 @@ bool COpenGLView::MayWait() const {
 }
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
+    if (shader == GLShaderText && DrawsWithPrograms()) {
+        UploadRestOfBoundFont(*this);
+    }
+    OpenBatch(mode, shader);
+}
+
+void COpenGLView::OpenBatch(unsigned int mode, GLShaderTypes shader) {
     if (m_batch.stateDisableWaits) {
         if (DrawsWithPrograms() && IsStockProgram(shader)) {
             BindStockProgram(*this, shader);

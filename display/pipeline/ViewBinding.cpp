@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 #include "../scene/ViewLight.h"
+#include "../text/FontTextures.h"
 #include "GeometryFilling.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
@@ -106,6 +107,9 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
         return;
     }
     if (DrawsWithPrograms()) {
+        if (type == GLShaderText) {
+            UploadRestOfBoundFont(*this);
+        }
         if (!IsStockProgram(type) || BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type],
                                                                   vbo, geometry, count) != S_OK) {
             CurrentObjects().boundProgram = 0; // nothing is drawn, least of all with the program of the batch before

@@ -998,6 +998,7 @@ private:
     void ReadDriverVersion();
 
     void FinishSharedDraws();
+    void OpenBatch(unsigned int mode, GLShaderTypes shader);
     bool JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const;
     bool MayWait() const;
     void DrawWaitingBatches();

@@ -31,6 +31,8 @@ struct ViewAccess {
     /// asks here first.
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
+    /// Opens a batch of the library's own strings, whose glyphs were seen to.
+    static void OpenBatch(COpenGLView& view, unsigned int mode, GLShaderTypes shader) { view.OpenBatch(mode, shader); }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
     static auto& Filling(COpenGLView& view) { return view.m_filling; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
