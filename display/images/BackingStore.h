@@ -2,6 +2,9 @@
 
 #include "../values/ContextTypes.h"
 #include "../values/GLTypes.h"
+#include "../values/ViewCamera.h"
+
+#include <glm/vec4.hpp>
 
 #include <vector>
 
@@ -24,12 +27,17 @@ struct BackingStore {
 
 /// The frame that the backing store holds, and what it was taken from. A copy of a view has none.
 struct BackingStoreFrame {
+    int x = 0; ///< window pixels, of its lower left
+    int y = 0;
     int width = 0;
     int height = 0;
     int windowWidth = 0; ///< client size when it was saved
     int windowHeight = 0;
     HGLRC context = nullptr; ///< where it was drawn; null when there is no frame
     bool depth = false;      ///< the depths were saved too
+    // What it shows, so that its depths tell places.
+    ViewCamera camera;
+    glm::dvec4 viewport{0.0};
     // What the programs' context puts it back from. The names stay for the next frame.
     unsigned int colorTexture = 0;
     unsigned int colorSampler = 0;

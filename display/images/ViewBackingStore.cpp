@@ -288,6 +288,10 @@ long COpenGLView::SaveBackingStore(HDC deviceContext, GLRenderingContextTypes ty
         return allocated;
     }
     long result = S_OK;
+    m_backingStoreFrame.x = x;
+    m_backingStoreFrame.y = y;
+    m_backingStoreFrame.camera = CurrentRecord().camera;
+    m_backingStoreFrame.viewport = GetViewport();
     {
         const DrawingStateScope state(*this, DrawnThing::Frame);
         PushBothMatrices(L"SaveBackingStore");

@@ -65,6 +65,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
 ///  18. Light and surfaces        display/scene/ViewLight.cpp
 ///  19. Rasters                   display/images/ViewRasters.cpp
+///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -140,16 +141,19 @@ public:
     bool IsCurrentGLRenderingContextNull(GLRenderingContextTypes type) const;
     bool IsMyContextCurrent(GLRenderingContextTypes type) const;
     bool GetDoubleBufferSetting(GLRenderingContextTypes type) const;
+    /// Whether the current context's view is a perspective.
     bool IsPerspectiveSideView() const;
     GLViewOrientation GetCurrentViewOrientation() const;
     /// Client size in pixels of the current context's window; 0 and 0 without one.
     void GetWindowDimensions(int& width, int& height) const;
 
+    /// These three only store: the view volume's next operation starts from them. To look from one point to another
+    /// call SetUpPerspectiveScene.
     void SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector);
-    /// An offset that the host subtracts from its coordinates before they become floats; kept here, applied by the
-    /// host.
+    /// What the host subtracts from its coordinates before they become floats. The view volume takes it into its
+    /// matrices; ChooseCoordinateOffsets finds good ones.
     void SetCurrentCoordinateOffsets(double x, double y);
     void GetCurrentCoordinateOffset(double& x, double& y) const;
     void SetTextScale(double scale);
@@ -954,6 +958,107 @@ public:
     /// \return S_OK; E_INVALIDARG for no active texture, no corners and another mode; E_FAIL without a current context
     long DrawFusionOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates,
                                    const GLTexCoords* fusionCoordinates, GLFusionMode mode, double amount);
+
+    // ---- 20. View volume, map and screen, perspective
+    // What of the model is seen, from where and how large, on the current context's record; every place is in true
+    // coordinates and in double precision to the last step. A set-up loads projection and modelview matrix and leaves
+    // the mode at modelview. After drawing with other matrices (a host's own, those of an overlay) LoadViewMatrices
+    // brings them back. Whenever the viewport's size (SetUpViewport) or the coordinate offsets change while they are
+    // loaded, they follow: middle and scale of the picture stay.
+    //
+    // Coordinates may reach 1e30; an exaggeration above 0 multiplies heights. Operations that return HRESULTs give
+    // E_INVALIDARG, and change nothing, for what is not finite or not in the range told. The others pass over such
+    // input. Before the first set-up nothing has an image and nothing moves.
+    //
+    // Set-up, scale and history. Implemented in ViewVolume.cpp
+
+    /// Looks along an axis at the box from `low` to `high`: all of it is visible in the viewport's middle, a fiftieth
+    /// more than it needs, its proportions kept; near and far hold it however it is turned. A point or a line gives a
+    /// usable view too. E_INVALIDARG also for GLViewOrientationPerspective, and for GLViewOrientationProfile: the line
+    /// that a profile follows is not in a box.
+    long SetUpOrthoFromModelExtents(GLViewOrientation orientation, const PointXYZ& low, const PointXYZ& high,
+                                    double zExaggeration);
+    /// Loads the matrices of the view that is set up; there is nothing to load before.
+    void LoadViewMatrices();
+    /// The edges of what is visible of the view plane, measured along the screen's right and up: seen from the top in x
+    /// and y, from the front in x and z times the exaggeration, from the right in y and that, from the bottom, the back
+    /// and the left with x or y negative. In perspective in the plane through the target. All 0 before a set-up.
+    void GetViewExtents(double& left, double& bottom, double& right, double& top) const;
+    /// Shows that rectangle in the viewport's middle, as large as it fits. E_INVALIDARG without width or height.
+    long SetViewExtents(double left, double bottom, double right, double top);
+    /// The scale, in perspective at the target's distance; 0 before a set-up.
+    double GetUnitsPerPixel() const;
+    /// Comes closer by `factor`, below 1 goes farther away; the place under the cursor stays under it. In perspective
+    /// the eye moves on the line of sight to what is drawn there (Client2RealWorldOnScene), or to the plane through the
+    /// target. Silently ends where the roundings of coordinates would begin to show, and where the model would be a
+    /// thousandth of a pixel.
+    void ZoomAbout(double factor, double clientX, double clientY);
+    /// Moves the picture by so many pixels to the right and down, in perspective what is as far away as the target.
+    void Pan(double rightPixels, double downPixels);
+    /// Brings what is in the rectangle of client coordinates (two opposite corners) to the middle, as large as it fits.
+    /// E_INVALIDARG without width or height.
+    long ZoomToClientRectangle(double x0, double y0, double x1, double y1);
+    /// Each change of the view is a step, and 16 can be taken back: the view of before, false when there is none. The
+    /// scale of a view holds when the window has been resized since.
+    bool PreviousView();
+    /// Takes a PreviousView back. Any other change ends this.
+    bool NextView();
+    /// What happens to the view between these two calls, which may be nested, is one step of the history: a drag of the
+    /// mouse, say.
+    void BeginViewChange();
+    void EndViewChange();
+    /// Sets the coordinate offsets to whole thousands in the middle of the box. S_OK where floats relative to them are
+    /// within a thousandth of a unit, S_FALSE where the box is too large for that.
+    long ChooseCoordinateOffsets(const PointXYZ& low, const PointXYZ& high);
+
+    // Map and screen. Client coordinates are pixels from the upper left of the client area, y downwards: pixel (i, j)
+    // reaches from i to i + 1. The way there and back differs by at most a millionth of a pixel at 1 mm a pixel and
+    // coordinates of 4,500,000 m. Where the result is false, outputs stay as they are. Implemented in
+    // ViewConversions.cpp
+
+    /// False for what has no image: at or behind the eye. What is outside of the window has one.
+    bool RealWorld2Client(double x, double y, double z, double& clientX, double& clientY) const;
+    /// For `count` places and as many results; `hasImage` says for each whether there is one, null leaves that out.
+    /// Returns how many there are.
+    std::size_t RealWorld2Client(const PointXYZ* world, std::size_t count, PointXY* client,
+                                 bool* hasImage = nullptr) const;
+    /// The place on the plane through the target that is parallel to the screen: in a top view z is the target's.
+    bool Client2RealWorld(double clientX, double clientY, double& x, double& y, double& z) const;
+    /// `depth` as the depth buffer has it: 0 near, 1 far.
+    bool Client2RealWorldAtDepth(double clientX, double clientY, double depth, PointXYZ& world) const;
+    /// Where the height `planeZ` is seen; false where the line of sight does not meet it, in perspective in front of
+    /// the eye.
+    bool Client2RealWorldOnPlane(double clientX, double clientY, double planeZ, PointXYZ& world) const;
+    /// What is drawn there with the depth test on, or else the nearest of what is drawn within 3 pixels; as exact as
+    /// the depth buffer. Taken from the backing store's depths (4.x contexts) without waiting for OpenGL where the
+    /// frame there is of this view, otherwise from the depth buffer, which has to be as the scene left it. False where
+    /// nothing is drawn.
+    bool Client2RealWorldOnScene(int clientX, int clientY, PointXYZ& world);
+    /// The line of sight, `direction` a unit vector. It begins at the eye, of parallel projections in a plane in front
+    /// of the model.
+    bool GetPickRay(double clientX, double clientY, PointXYZ& origin, PointXYZ& direction) const;
+
+    // Perspective scenes. Angles of view are the full ones, in the viewport's height, between 0 and 180 degrees. Near
+    // and far are as tight around the box as it and the eye allow, and never more than 1 : 20,000 apart. Implemented in
+    // ViewPerspective.cpp
+
+    /// An `up` along the line of sight is replaced by +z or, looking up or down, by +y. E_INVALIDARG also for an eye at
+    /// the target.
+    long SetUpPerspectiveScene(const PointXYZ& eye, const PointXYZ& target, const PointXYZ& up, double fovyDegrees,
+                               const PointXYZ& low, const PointXYZ& high, double zExaggeration);
+    /// Looks at the box's middle from the smallest distance from which all of it is visible. The eye stands in the
+    /// direction of `azimuthDegrees` (0 north, 90 east) and `elevationDegrees` (-90 to 90) as seen from there.
+    long SetUpPerspectiveFromModelExtents(const PointXYZ& low, const PointXYZ& high, double azimuthDegrees,
+                                          double elevationDegrees, double fovyDegrees, double zExaggeration);
+    /// Leads a perspective's eye around the target: `azimuthDegrees` from north to east, `elevationDegrees` upwards. It
+    /// ends at the poles; there azimuths turn the picture on. The target keeps its place in the window. Other views
+    /// stay as they are.
+    void OrbitBy(double azimuthDegrees, double elevationDegrees);
+    /// Divides a perspective's distance to the target by `factor`; the target keeps its place in the window.
+    void DollyBy(double factor);
+    /// Makes what is drawn there (Client2RealWorldOnScene) the target, and leaves the picture as it is: OrbitBy then
+    /// turns about what was clicked. False where nothing is drawn.
+    bool SetTargetFromScene(int clientX, int clientY);
 
     // ---- Class-wide members
 
