@@ -57,7 +57,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
-///  16. Light and surfaces        display/scene/ViewLight.cpp
+///  16. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -809,7 +809,9 @@ public:
                              int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
                              bool clear, bool depth, bool frontBuffer);
 
-    // ---- 16. Light and surfaces. Implemented in ViewLight.cpp
+    // ---- 16. Light and surfaces
+    // Light. Implemented in ViewLight.cpp
+    //
     // What is drawn with a lit program (GLShaderShadedColor3Stage, GLShaderShadedTexture) shows at each vertex
     //
     //     clamp(color × lightColor × (ambient + (1 - ambient) × |n · l| × intensity / 4), 0, 1)
@@ -842,6 +844,27 @@ public:
     /// materials and shade model back as they were. Between the two draw what is lit only, with a lit shader type.
     /// On a 4.x context it does nothing: there the shader type decides.
     void SetUpLighting(bool on);
+
+    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
+
+    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
+    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
+    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
+    ///
+    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
+    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
+    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
+    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
+    ///
+    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
+    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
+    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
+    ///                 GLShaderShadedColor3Stage for triangles
+    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
+    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
+    ///         E_OUTOFMEMORY, when a part may have been drawn
+    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
+                        const unsigned int* indices, unsigned __int64 indexCount);
 
     // ---- Class-wide members
 
