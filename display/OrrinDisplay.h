@@ -13,5 +13,6 @@
 #include "platform/PixelFormat.h"
 #include "platform/ProcessEnvironment.h"
 #include "platform/VersionPolicy.h"
+#include "scene/SurfaceNormals.h"
 #include "text/FontFiles.h"
 #include "view/OpenGLView.h"

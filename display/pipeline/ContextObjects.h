@@ -48,7 +48,7 @@ struct ContextObjects {
                 return true;
             }
         }
-        return ring.Exists() || !hostVertexArrays.empty();
+        return ring.Exists() || !hostVertexArrays.empty() || scene.HoldsNames();
     }
 };
 

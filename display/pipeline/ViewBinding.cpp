@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/SceneRelease.h"
 #include "../scene/ViewLight.h"
 #include "../text/FontTextures.h"
 #include "GeometryFilling.h"
@@ -212,6 +213,7 @@ long COpenGLView::DeleteAttributeBuffers() {
     objects.hostVertexArrays.clear();
     m_gpuWaits += objects.ring.ReleaseFences(gl);
     objects.ring.Release(gl);
+    DeleteSceneObjects(gl, objects.scene);
     // The next batch binds its program again, with new arrays and buffers.
     objects.boundProgram = 0;
     gl.Label(L"DeleteAttributeBuffers: END");

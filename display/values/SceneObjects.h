@@ -28,9 +28,21 @@ struct FixedLighting {
     int colorMaterialParameter = 0;
 };
 
+/// A buffer that is filled behind what is drawn from already, and given new storage when it is full.
+struct StreamBuffer {
+    unsigned int name = 0;
+    GLsizeiptr capacity = 0; ///< bytes
+    GLsizeiptr used = 0;     ///< bytes
+};
+
 /// What a context has for scenes.
 struct SceneObjects {
     FixedLighting lighting;
+    StreamBuffer vertices;
+    StreamBuffer indices;
+
+    /// Whether there is something that would stay behind if it were only forgotten.
+    bool HoldsNames() const { return vertices.name != 0 || indices.name != 0; }
 };
 
 } // namespace KTR

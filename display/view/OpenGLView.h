@@ -64,8 +64,9 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
 ///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
 ///  18. Light and surfaces        display/scene/ViewLight.cpp
-///  19. Rasters                   display/images/ViewRasters.cpp
-///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
+///  19. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp
+///  20. Rasters                   display/images/ViewRasters.cpp
+///  21. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -905,6 +906,10 @@ public:
     const GLRubberBandStyle& GetRubberBandStyle() const { return m_overlays.bandStyle; }
 
     // ---- 18. Light and surfaces. Implemented in ViewLight.cpp
+
+    // ---- 19. Light and surfaces
+    // Light. Implemented in ViewLight.cpp
+    //
     // What is drawn with a lit program (GLShaderShadedColor3Stage, GLShaderShadedTexture) shows at each vertex
     //
     //     clamp(color × lightColor × (ambient + (1 - ambient) × |n · l| × intensity / 4), 0, 1)
@@ -938,7 +943,7 @@ public:
     /// On a 4.x context it does nothing: there the shader type decides.
     void SetUpLighting(bool on);
 
-    // ---- 19. Rasters. Implemented in ViewRasters.cpp
+    // ---- 20. Rasters. Implemented in ViewRasters.cpp
     // Two images over the same ground, a hillshade and a satellite image.
 
     /// Makes the requested texture the second image of DrawFusionOnQuadrilateral, with MakeRequestedTextureActive's
@@ -959,7 +964,7 @@ public:
     long DrawFusionOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates,
                                    const GLTexCoords* fusionCoordinates, GLFusionMode mode, double amount);
 
-    // ---- 20. View volume, map and screen, perspective
+    // ---- 21. View volume, map and screen, perspective
     // What of the model is seen, from where and how large, on the current context's record; every place is in true
     // coordinates and in double precision to the last step. A set-up loads projection and modelview matrix and leaves
     // the mode at modelview. After drawing with other matrices (a host's own, those of an overlay) LoadViewMatrices
@@ -1059,6 +1064,24 @@ public:
     /// Makes what is drawn there (Client2RealWorldOnScene) the target, and leaves the picture as it is: OrbitBy then
     /// turns about what was clicked. False where nothing is drawn.
     bool SetTargetFromScene(int clientX, int clientY);
+    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
+
+    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
+    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
+    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
+    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
+    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
+    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
+    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
+    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
+    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
+    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
+    ///                 GLShaderShadedColor3Stage for triangles
+    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
+    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
+    ///         E_OUTOFMEMORY, when a part may have been drawn
+    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
+                        const unsigned int* indices, unsigned __int64 indexCount);
 
     // ---- Class-wide members
 
