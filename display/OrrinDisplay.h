@@ -11,5 +11,6 @@
 #include "platform/PixelFormat.h"
 #include "platform/ProcessEnvironment.h"
 #include "platform/VersionPolicy.h"
+#include "shapes/ShapeStyles.h"
 #include "text/FontFiles.h"
 #include "view/OpenGLView.h"

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../shapes/ShapeDrawing.h"
 #include "../text/StringDrawing.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
@@ -266,23 +267,32 @@ void COpenGLView::FlushWaitingVertices(int count) {
     ReturnTextMatrix(*this);
 }
 
-/// Draws the vertices that wait for others. Everything else that the view does comes after them, so each operation that
-/// changes the batch or the current context calls this first, and CallGL does for all the others.
+/// Draws the vertices that wait for others, a batch's or shapes'. Everything else that the view does comes after them,
+/// so each operation that changes the batch or the current context calls this first, and CallGL does for all the
+/// others.
 void COpenGLView::DrawWaitingVertices() {
     const int waiting = std::exchange(m_batch.waitingCount, 0);
-    if (waiting == 0) {
+    const bool shapesWait = m_shapes && m_shapes->Waits();
+    if (waiting == 0 && !shapesWait) {
         return;
     }
+    const auto draw = [&] {
+        if (shapesWait) {
+            DrawWaitingShapes(*this, *m_shapes);
+        } else {
+            FlushWaitingVertices(waiting);
+        }
+    };
     const GLRenderingContextRecord& record = CurrentRecord();
     const HGLRC current = wglGetCurrentContext();
     if (current == record.renderingContext) {
-        FlushWaitingVertices(waiting);
+        draw();
         return;
     }
     // Another view has taken the thread's context in the meantime.
     const HDC currentDeviceContext = wglGetCurrentDC();
     if (wglMakeCurrent(record.deviceContext, record.renderingContext)) {
-        FlushWaitingVertices(waiting);
+        draw();
         wglMakeCurrent(currentDeviceContext, current);
     }
 }

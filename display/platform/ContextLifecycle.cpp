@@ -3,6 +3,7 @@
 #include "../images/BackingStore.h"
 #include "../images/TextureRequest.h"
 #include "../pipeline/ProgramThread.h"
+#include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
 #include "../view/ViewAccess.h"
 #include "CriticalSectionLock.h"
@@ -187,6 +188,7 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
         return;
     }
     ViewAccess::Batch(view).waitingCount = 0;
+    ForgetWaitingShapes(view);
     const bool holdsFrame = ViewAccess::StoredFrame(view).colorTexture != 0;
     const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
     bool released = false;

@@ -6,6 +6,7 @@
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
 #include "../platform/ShareGroup.h"
+#include "../shapes/ShapeDrawing.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -87,6 +88,7 @@ void COpenGLView::Initialize() {
     m_delayedSwap = false;
     m_delayedLayerCount = 0;
     m_batch = VertexBatchState{};
+    m_shapes.reset();
     m_reserved = Reserved{};
     m_batchStorage.Clear();
     m_backingStore = BackingStore{};

@@ -29,6 +29,12 @@ namespace KTR {
 
 class GLCalls;
 struct TexturedQuadrilateral;
+enum GLLineJoin : int;
+enum GLSymbolKind : int;
+struct GLLineStyle;
+struct GLPolygonStyle;
+struct GLSymbolStyle;
+struct ShapeDrawing;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -57,6 +63,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
+///  16. Shapes                    display/shapes/ViewShapes.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -806,6 +813,40 @@ public:
                              int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
                              bool clear, bool depth, bool frontBuffer);
 
+    // ---- 16. Shapes. Implemented in ViewShapes.cpp
+    // Lines, curves, line strings, polygons and symbols, each by one call, in the current matrices and without anything
+    // to set up.
+    //
+    // Places are in model coordinates once the offsets of SetCurrentCoordinateOffsets are subtracted. They may lie as
+    // far from the origin as those of national grids. Widths, joins and symbols lie in the plane of x and y; pixels are
+    // counted where the shape is, in perspective at its first point. What is not finite breaks a line there, and only
+    // there. Everything is blended by alpha, filled whatever the polygon mode is, and tested against the depth buffer
+    // as the host has set it. State is as before afterwards, a host's own program and vertex arrays included; a program
+    // of the library's is in use no longer, and an open batch is discarded. Without a current context nothing happens.
+
+    /// Between these two calls, which may be nested, shapes share draws, whatever their styles. As with shared draws,
+    /// only speed tells. Use it around a layer.
+    void BeginShapes();
+    void EndShapes();
+    /// A line in the current colour, as wide as LineWidth says.
+    void DrawLine(double x0, double y0, double z0, double x1, double y1, double z1);
+    /// A line through `count` points, and back to the first with `closed`. Nothing for fewer than two.
+    void DrawLine(const PointXYZ* points, int count, bool closed);
+    /// An upright rectangle at height 0 in the current colour, or its outline, as wide as LineWidth says; the same for
+    /// the curves that follow.
+    void Rect(double x0, double y0, double x1, double y1, bool filled);
+    /// A circle around (x, y). Curves have so many edges that none is farther than a quarter of a pixel from where it
+    /// should be, 8 to 4096 for a whole turn.
+    void DrawCircle2D(double x, double y, double radius, bool filled);
+    /// The part of a circle that begins at `startDegrees` from the x axis and goes on by `sweepDegrees` against the
+    /// clock; filled, the sector.
+    void DrawArc2D(double x, double y, double radius, bool filled, double startDegrees, double sweepDegrees);
+    /// An ellipse whose first radius is rotated against the clock from the x axis.
+    void DrawEllipse2D(double x, double y, double radiusX, double radiusY, bool filled, double rotationDegrees);
+    /// A line string of any width with joins, caps, dashes and a casing, its edges smooth. One whose last point repeats
+    /// the first is a ring. A string that has only one place is a dot where its caps are round or square.
+    void DrawLineString(const PointXYZ* points, int count, const GLLineStyle& style);
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -913,6 +954,7 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
+    std::unique_ptr<ShapeDrawing> m_shapes; ///< made at the first shape
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;
