@@ -14,5 +14,6 @@
 #include "platform/ProcessEnvironment.h"
 #include "platform/VersionPolicy.h"
 #include "scene/SurfaceNormals.h"
+#include "shapes/ShapeStyles.h"
 #include "text/FontFiles.h"
 #include "view/OpenGLView.h"

@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 #include "../scene/ViewLight.h"
+#include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
 #include "../text/StringDrawing.h"
 #include "ClientState.h"
@@ -343,9 +344,9 @@ void COpenGLView::DrawWaitingBatches() {
     }
 }
 
-/// Draws the vertices that wait for others, and disables the client state if that waits. Everything else that the view
-/// does comes after both, so each operation that changes the batch or the current context calls this first, and CallGL
-/// does for all the others. From here on nothing is known of what is bound.
+/// Draws the vertices that wait for others, a batch's or shapes', and disables the client state if that waits.
+/// Everything else that the view does comes after all of these, so each operation that changes the batch or the current
+/// context calls this first, and CallGL does for all the others. From here on nothing is known of what is bound.
 void COpenGLView::DrawWaitingVertices() {
     m_batch.boundState.form = ClientStateRequest::Form::None;
     const bool disables = std::exchange(m_batch.stateDisableWaits, false);
@@ -353,6 +354,10 @@ void COpenGLView::DrawWaitingVertices() {
     if (disables) {
         const SelectedContext selected(CurrentRecord());
         UnbindClientState(*this, CurrentGL());
+    }
+    if (m_shapes && m_shapes->Waits()) {
+        const SelectedContext selected(CurrentRecord());
+        DrawWaitingShapes(*this, *m_shapes);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "../images/TextureRequest.h"
 #include "../pipeline/ProgramThread.h"
 #include "../scene/SceneRelease.h"
+#include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
 #include "../view/ViewAccess.h"
 #include "CriticalSectionLock.h"
@@ -189,6 +190,7 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
         return;
     }
     ViewAccess::Batch(view).ForgetWaiting();
+    ForgetWaitingShapes(view);
     const bool holdsFrame = ViewAccess::StoredFrame(view).colorTexture != 0;
     const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
     bool released = false;

@@ -7,6 +7,7 @@
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
 #include "../platform/ShareGroup.h"
+#include "../shapes/ShapeDrawing.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -88,6 +89,7 @@ void COpenGLView::Initialize() {
     m_loadNewTexture[1] = false;
     m_overlays.swap.Reset();
     m_batch = VertexBatchState{};
+    m_shapes.reset();
     m_reserved = Reserved{};
     m_batchStorage.Clear();
     m_backingStore = BackingStore{};

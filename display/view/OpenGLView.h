@@ -33,6 +33,12 @@ class GLCalls;
 class GLGeometry;
 enum GLFusionMode : int;
 struct TexturedQuadrilateral;
+enum GLLineJoin : int;
+enum GLSymbolKind : int;
+struct GLLineStyle;
+struct GLPolygonStyle;
+struct GLSymbolStyle;
+struct ShapeDrawing;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -67,6 +73,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  19. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp
 ///  20. Rasters                   display/images/ViewRasters.cpp
 ///  21. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
+///  22. Shapes                    display/shapes/ViewShapes.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -907,6 +914,25 @@ public:
 
     // ---- 18. Light and surfaces. Implemented in ViewLight.cpp
 
+    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
+
+    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
+    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
+    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
+    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
+    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
+    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
+    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
+    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
+    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
+    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
+    ///                 GLShaderShadedColor3Stage for triangles
+    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
+    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
+    ///         E_OUTOFMEMORY, when a part may have been drawn
+    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
+                        const unsigned int* indices, unsigned __int64 indexCount);
+
     // ---- 19. Light and surfaces
     // Light. Implemented in ViewLight.cpp
     //
@@ -1064,24 +1090,40 @@ public:
     /// Makes what is drawn there (Client2RealWorldOnScene) the target, and leaves the picture as it is: OrbitBy then
     /// turns about what was clicked. False where nothing is drawn.
     bool SetTargetFromScene(int clientX, int clientY);
-    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
 
-    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
-    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
-    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
-    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
-    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
-    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
-    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
-    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
-    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
-    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
-    ///                 GLShaderShadedColor3Stage for triangles
-    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
-    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
-    ///         E_OUTOFMEMORY, when a part may have been drawn
-    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
-                        const unsigned int* indices, unsigned __int64 indexCount);
+    // ---- 22. Shapes. Implemented in ViewShapes.cpp
+    // Lines, curves, line strings, polygons and symbols, each by one call, in the current matrices and without anything
+    // to set up.
+    //
+    // Places are in model coordinates once the offsets of SetCurrentCoordinateOffsets are subtracted. They may lie as
+    // far from the origin as those of national grids. Widths, joins and symbols lie in the plane of x and y; pixels are
+    // counted where the shape is, in perspective at its first point. What is not finite breaks a line there, and only
+    // there. Everything is blended by alpha, filled whatever the polygon mode is, and tested against the depth buffer
+    // as the host has set it. State is as before afterwards, a host's own program and vertex arrays included; a program
+    // of the library's is in use no longer, and an open batch is discarded. Without a current context nothing happens.
+
+    /// Between these two calls, which may be nested, shapes share draws, whatever their styles. As with shared draws,
+    /// only speed tells. Use it around a layer.
+    void BeginShapes();
+    void EndShapes();
+    /// A line in the current colour, as wide as LineWidth says.
+    void DrawLine(double x0, double y0, double z0, double x1, double y1, double z1);
+    /// A line through `count` points, and back to the first with `closed`. Nothing for fewer than two.
+    void DrawLine(const PointXYZ* points, int count, bool closed);
+    /// An upright rectangle at height 0 in the current colour, or its outline, as wide as LineWidth says; the same for
+    /// the curves that follow.
+    void Rect(double x0, double y0, double x1, double y1, bool filled);
+    /// A circle around (x, y). Curves have so many edges that none is farther than a quarter of a pixel from where it
+    /// should be, 8 to 4096 for a whole turn.
+    void DrawCircle2D(double x, double y, double radius, bool filled);
+    /// The part of a circle that begins at `startDegrees` from the x axis and goes on by `sweepDegrees` against the
+    /// clock; filled, the sector.
+    void DrawArc2D(double x, double y, double radius, bool filled, double startDegrees, double sweepDegrees);
+    /// An ellipse whose first radius is rotated against the clock from the x axis.
+    void DrawEllipse2D(double x, double y, double radiusX, double radiusY, bool filled, double rotationDegrees);
+    /// A line string of any width with joins, caps, dashes and a casing, its edges smooth. One whose last point repeats
+    /// the first is a ring. A string that has only one place is a dot where its caps are round or square.
+    void DrawLineString(const PointXYZ* points, int count, const GLLineStyle& style);
 
     // ---- Class-wide members
 
@@ -1194,6 +1236,7 @@ private:
     OwnedObjects m_owned;
     TextState m_text;
     std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
+    std::unique_ptr<ShapeDrawing> m_shapes; ///< made at the first shape
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

@@ -3,6 +3,8 @@
 #include "../platform/GLCalls.h"
 #include "OpenGLView.h"
 
+#include <utility>
+
 namespace KTR {
 
 /// What the library's own rooms see of a view beyond its public face, so that their functions need not be members of
@@ -43,6 +45,17 @@ struct ViewAccess {
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
     static OverlayState& Overlays(COpenGLView& view) { return view.m_overlays; }
     static const OverlayState& Overlays(const COpenGLView& view) { return view.m_overlays; }
+    static std::unique_ptr<ShapeDrawing>& Shapes(COpenGLView& view) { return view.m_shapes; }
+    /// Draws a room's own records through the ring; at most kBatchRecords of them, with the program that is
+    /// bound. What waits has been drawn.
+    static void DrawFromRing(COpenGLView& view, unsigned int mode, GLDrawGeometry* records, int count) {
+        VertexBatchState& batch = view.m_batch;
+        const unsigned int batchMode = std::exchange(batch.batchPrimitiveMode, mode);
+        GLDrawGeometry* const batchRecords = std::exchange(batch.batchVertexPointer, records);
+        view.DrawBatch(count);
+        batch.batchPrimitiveMode = batchMode;
+        batch.batchVertexPointer = batchRecords;
+    }
     static BackingStoreFrame& StoredFrame(COpenGLView& view) { return view.m_backingStoreFrame; }
 };
 
