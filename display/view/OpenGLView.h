@@ -69,11 +69,10 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  15. Backing store             display/images/ViewBackingStore.cpp
 ///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
 ///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
-///  18. Light and surfaces        display/scene/ViewLight.cpp
-///  19. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp
-///  20. Rasters                   display/images/ViewRasters.cpp
-///  21. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
-///  22. Shapes                    display/shapes/ViewShapes.cpp
+///  18. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp
+///  19. Rasters                   display/images/ViewRasters.cpp
+///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
+///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -773,8 +772,8 @@ public:
     long DrawTexturedQuadrilateral(unsigned int texture, unsigned int sampler, const PointXYZ* corners,
                                    const GLTexCoords* coordinates);
     /// Draws several, for layers of many tiles: one set-up and one fence for all, and one draw for those of one texture
-    /// and sampler that follow each other, so order them by texture where they do not overlap. S_OK for none. E_INVALIDARG, before
-    /// anything is drawn, for a null pointer to some and where one has no texture.
+    /// and sampler that follow each other, so order them by texture where they do not overlap. S_OK for none.
+    /// E_INVALIDARG, before anything is drawn, for a null pointer to some and where one has no texture.
     long DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadrilaterals, std::size_t count);
     /// DrawTexturedQuadrilateral with the active texture of the cache.
     long Draw2DTextureOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
@@ -856,10 +855,10 @@ public:
 
     // ---- 17. Overlays: what is drawn over the finished frame
     // They belong to the main context, which they make current. The frame is the one that the host drew last: cleared
-    // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call that
-    // needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays covered,
-    // draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into the back
-    // buffer between two of these calls comes to light with the next.
+    // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call
+    // that needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays
+    // covered, draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into
+    // the back buffer between two of these calls comes to light with the next.
     //
     // Results: S_OK; S_FALSE, with nothing drawn, where there is no frame to draw over (none was drawn yet, or the
     // window's size or the context changed since: draw one, see NeedsRedraw) and for a band that is not active; E_FAIL
@@ -912,28 +911,7 @@ public:
     void SetRubberBandStyle(const GLRubberBandStyle& style);
     const GLRubberBandStyle& GetRubberBandStyle() const { return m_overlays.bandStyle; }
 
-    // ---- 18. Light and surfaces. Implemented in ViewLight.cpp
-
-    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
-
-    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
-    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
-    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
-    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
-    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
-    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
-    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
-    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
-    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
-    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
-    ///                 GLShaderShadedColor3Stage for triangles
-    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
-    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
-    ///         E_OUTOFMEMORY, when a part may have been drawn
-    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
-                        const unsigned int* indices, unsigned __int64 indexCount);
-
-    // ---- 19. Light and surfaces
+    // ---- 18. Light and surfaces
     // Light. Implemented in ViewLight.cpp
     //
     // What is drawn with a lit program (GLShaderShadedColor3Stage, GLShaderShadedTexture) shows at each vertex
@@ -969,7 +947,26 @@ public:
     /// On a 4.x context it does nothing: there the shader type decides.
     void SetUpLighting(bool on);
 
-    // ---- 20. Rasters. Implemented in ViewRasters.cpp
+    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
+
+    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
+    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
+    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
+    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
+    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
+    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
+    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
+    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
+    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
+    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
+    ///                 GLShaderShadedColor3Stage for triangles
+    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
+    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
+    ///         E_OUTOFMEMORY, when a part may have been drawn
+    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
+                        const unsigned int* indices, unsigned __int64 indexCount);
+
+    // ---- 19. Rasters. Implemented in ViewRasters.cpp
     // Two images over the same ground, a hillshade and a satellite image.
 
     /// Makes the requested texture the second image of DrawFusionOnQuadrilateral, with MakeRequestedTextureActive's
@@ -990,7 +987,7 @@ public:
     long DrawFusionOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates,
                                    const GLTexCoords* fusionCoordinates, GLFusionMode mode, double amount);
 
-    // ---- 21. View volume, map and screen, perspective
+    // ---- 20. View volume, map and screen, perspective
     // What of the model is seen, from where and how large, on the current context's record; every place is in true
     // coordinates and in double precision to the last step. A set-up loads projection and modelview matrix and leaves
     // the mode at modelview. After drawing with other matrices (a host's own, those of an overlay) LoadViewMatrices
@@ -1091,7 +1088,7 @@ public:
     /// turns about what was clicked. False where nothing is drawn.
     bool SetTargetFromScene(int clientX, int clientY);
 
-    // ---- 22. Shapes. Implemented in ViewShapes.cpp
+    // ---- 21. Shapes. Implemented in ViewShapes.cpp
     // Lines, curves, line strings, polygons and symbols, each by one call, in the current matrices and without anything
     // to set up.
     //
@@ -1236,7 +1233,7 @@ private:
     OwnedObjects m_owned;
     TextState m_text;
     std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
-    std::unique_ptr<ShapeDrawing> m_shapes; ///< made at the first shape
+    std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;
