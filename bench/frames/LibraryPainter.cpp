@@ -4,6 +4,9 @@
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace Frames {
 
 namespace {
@@ -122,6 +125,10 @@ public:
     }
 
     void Draw(const Tiles& content) override {
+        if (m_use.inOneCall) {
+            DrawInOneCall(content);
+            return;
+        }
         const Sharing sharing(*m_view, m_use.sharesDraws);
         for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
             const Texture& texture = (*m_tileTextures)[tile];
@@ -130,6 +137,16 @@ public:
     }
 
 private:
+    void DrawInOneCall(const Tiles& content) {
+        m_quadrilaterals.resize(content.tiles.size());
+        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
+            TexturedQuadrilateral& quadrilateral = m_quadrilaterals[tile];
+            quadrilateral.texture = (*m_tileTextures)[tile].texture;
+            quadrilateral.sampler = (*m_tileTextures)[tile].sampler;
+            std::ranges::copy(content.tiles[tile].corners, quadrilateral.corners);
+        }
+        m_view->DrawTexturedQuadrilaterals(m_quadrilaterals.data(), m_quadrilaterals.size());
+    }
     void AddBatches(const Batches& content) {
         for (int batch = 0; batch < content.batches; ++batch) {
             if (m_use.bracketsEachBatch) {
@@ -230,6 +247,7 @@ private:
     COpenGLView* m_view = nullptr;
     GLGeometry m_geometry; ///< what is kept, of the painter's one content
     const std::vector<Texture>* m_tileTextures = nullptr;
+    std::vector<TexturedQuadrilateral> m_quadrilaterals;
     unsigned int m_lists = 0; ///< the display lists that fixed functions draw text from
 };
 

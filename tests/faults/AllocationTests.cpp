@@ -60,7 +60,7 @@ TEST_F(Allocation, ViewWithoutItsMathTellsSoAndDrawsOn) {
     view->LoadIdentity();
     view->Translate(1.0, 2.0, 3.0);
     view->SetEyePoint(GLContextMain, {1, 2, 3});
-    EXPECT_EQ(view->GetContextRecord(GLContextMain).eye, glm::dvec3(1, 2, 3));
+    EXPECT_EQ(view->GetContextRecord(GLContextMain).camera.eye, glm::dvec3(1, 2, 3));
 }
 
 TEST_F(Allocation, ContextWithoutItsFunctionsDrawsNothingAndCrashesNothing) {
