@@ -6,6 +6,8 @@
 
 #include <glm/vec4.hpp>
 
+#include <vector>
+
 namespace KTR {
 
 class COpenGLView;
@@ -42,6 +44,20 @@ struct BackingStoreFrame {
     unsigned int depthTexture = 0;
     unsigned int depthSampler = 0;
 };
+
+/// A rectangle of a stored frame and of the window that it belongs to: pixels from the lower left.
+struct StoredPart {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+/// Whether the stored frame is the current context's and of the window's size.
+bool CanRestoreParts(COpenGLView& view);
+/// Puts parts of the stored frame back where they came from, with their depths on a 4.x context. False, and nothing
+/// changed, where no stored frame fits. State is as before afterwards; an open batch is discarded.
+bool RestoreStoredParts(COpenGLView& view, const std::vector<StoredPart>& parts, unsigned int drawBuffer);
 
 /// After its context is gone: the next one may get the same handle, but not the frame.
 void ForgetBackingStoreFrame(COpenGLView& view, GLRenderingContextTypes type);

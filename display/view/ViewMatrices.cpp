@@ -233,7 +233,8 @@ void COpenGLView::SetUpViewport(int x, int y, int width, int height) {
     CurrentRecord().attributes.viewport = {x, y, width, height};
     CurrentMath().SetViewport({x, y, width, height});
     CallGL().glViewport(x, y, width, height);
-    // A window that has been resized shows more or less of the same. A minimised one shows nothing, and forgets nothing.
+    // A window that has been resized shows more or less of the same. A minimised one shows nothing, and forgets
+    // nothing.
     const bool resized = width > 0 && height > 0 && (before.z != width || before.w != height);
     if (resized && AreViewMatricesLoaded(*this)) {
         ReloadViewMatrices(*this);

@@ -76,14 +76,16 @@ double COpenGLView::GetTextScale() const {
 }
 
 void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
-    m_contexts[type].attributes.light = GLLightParameters{};
+    GLAttributes& attributes = m_contexts[type].attributes;
+    attributes.light = GLLightParameters{};
+    attributes.lightInModel = false;
+    attributes.headlight = false;
 }
 
 GLCalls COpenGLView::CallGL() {
     DrawWaitingVertices();
-    if (CurrentObjects().programStateBound && !DrawsWithPrograms() && HasCurrentContext()) {
-        LeaveProgramState(*this);
-    }
+    PresentWhatIsDue();
+    LeaveProgramState(*this);
     return CurrentGL();
 }
 

@@ -1,7 +1,5 @@
 #include "Scene.h"
 
-#include "PolygonFill.h"
-
 #include <cmath>
 #include <utility>
 
@@ -10,9 +8,6 @@ namespace OrrinViewer {
 namespace {
 
 constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white points vanish on it
-constexpr Rgb kOutline{255, 176, 64};
-constexpr float kOutlineWidthPixels = 1.0F;
-constexpr float kSymbolSizePixels = 5.0F;
 constexpr double kAzimuthDegrees = 200.0;
 constexpr double kElevationDegrees = 35.0;
 constexpr double kFieldOfViewDegrees = 40.0;
@@ -41,6 +36,7 @@ void Scene::AddRaster(Raster raster, std::wstring name, bool smooth) {
 void Scene::AddVectorLayer(VectorLayer layer) {
     m_extent.Include(layer.extent);
     m_layers.push_back(std::move(layer));
+    m_featureGeometry.emplace_back();
 }
 
 std::size_t Scene::CountPoints() const {
@@ -132,8 +128,6 @@ void Scene::Draw(KTR::COpenGLView& view) {
     view.SetBackgroundColor(kBackground, true);
     view.LoadViewMatrices();
     view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
-    // Parcels, outlines and small clouds are many batches that look alike.
-    const KTR::SharedDraws shared(view);
     SetUpSun(view, m_exaggeration);
 
     // Rasters are the ground below everything. A map shows no more of their pixels than it has itself.
@@ -144,7 +138,7 @@ void Scene::Draw(KTR::COpenGLView& view) {
     }
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
-    for (const Surface& surface : m_surfaces) {
+    for (Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
     }
     for (CloudLayer& cloud : m_clouds) {
@@ -152,22 +146,28 @@ void Scene::Draw(KTR::COpenGLView& view) {
     }
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
+    const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
-        const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
         const Extent area = FindAreaToFill(view);
-        for (const VectorLayer& layer : m_layers) {
-            FillPolygons(view, layer, area, opacity, onTheGround);
+        for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity, onTheGround);
         }
     }
-    for (const VectorLayer& layer : m_layers) {
-        DrawOutlines(view, layer);
+    for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+        m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
     }
 }
 
-void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
+void Scene::ReleaseGeometry() {
     for (CloudLayer& cloud : m_clouds) {
-        cloud.ReleaseGLObjects(view);
+        cloud.ReleaseGeometry();
+    }
+    for (Surface& surface : m_surfaces) {
+        surface.ReleaseGeometry();
+    }
+    for (FeatureGeometry& geometry : m_featureGeometry) {
+        geometry.Release();
     }
 }
 
@@ -192,40 +192,6 @@ void Scene::ColorAllClouds() {
     }
 }
 
-void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {
-    view.LineWidth(kOutlineWidthPixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Path& line : feature.lines) {
-            DrawPath(view, line, GL_LINE_STRIP);
-        }
-        for (const Polygon& polygon : feature.polygons) {
-            for (const Path& ring : polygon.rings) {
-                DrawPath(view, ring, GL_LINE_LOOP);
-            }
-        }
-    }
-    view.DisableClientState();
-
-    view.PointSize(kSymbolSizePixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
-    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Position& point : feature.points) {
-            AddOnTheGround(view, point);
-        }
-    }
-    view.EndArraysAndDisableClientState();
-}
-
-void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const {
-    view.BeginArrays(mode, KTR::GLShaderLine);
-    for (const Position& position : path) {
-        AddOnTheGround(view, position);
-    }
-    view.EndArrays();
-}
-
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
 /// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
 Position Scene::OnTheGround(const Position& position) const {
@@ -235,11 +201,6 @@ Position Scene::OnTheGround(const Position& position) const {
     }
     const double z = std::isnan(elevation) ? m_extent.Center().z : elevation;
     return {position.x - m_origin.x, position.y - m_origin.y, z};
-}
-
-void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
-    const Position place = OnTheGround(position);
-    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
 }
 
 } // namespace OrrinViewer

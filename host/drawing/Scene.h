@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudLayer.h"
+#include "FeatureGeometry.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
@@ -59,21 +60,20 @@ public:
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
     /// Draws one frame into the view's back buffer, of what the view shows. Its main context must be current.
     void Draw(KTR::COpenGLView& view);
-    /// Deletes what was put into the view's context, which must be current. Textures stay in the library's cache.
-    void ReleaseGLObjects(KTR::COpenGLView& view);
+    /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
+    /// cache.
+    void ReleaseGeometry();
 
 private:
     void ColorAllClouds();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     Position OnTheGround(const Position& position) const;
-    void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
-    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
-    void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
 
     std::vector<CloudLayer> m_clouds;
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
     std::vector<VectorLayer> m_layers;
+    std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
