@@ -1124,6 +1124,24 @@ public:
     /// A line string of any width with joins, caps, dashes and a casing, its edges smooth. One whose last point repeats
     /// the first is a ring. A string that has only one place is a dot where its caps are round or square.
     void DrawLineString(const PointXYZ* points, int count, const GLLineStyle& style);
+    /// The same beside its places, `offset` (in the style's unit) to the left of their direction, or to the right of it
+    /// where it is negative. See OffsetLineString.
+    void DrawOffsetLineString(const PointXYZ* points, int count, double offset, const GLLineStyle& style);
+    /// The parallel of a string: `offset` to the left, up to 1e15. Joins run around the outside of bends. On their
+    /// inside it is trimmed, so that a bend tighter than the offset leaves no loop; where nothing is that far from the
+    /// string nothing is left. A string whose last point repeats the first is a ring and stays one. An offset of 0 gives
+    /// the string back. `out` is replaced; pieces that do not meet, of a string that is broken or a ring that falls
+    /// apart, have a point between them that is no number.
+    static void OffsetLineString(const PointXYZ* points, int count, double offset, GLLineJoin join, double miterLimit,
+                                 std::vector<PointXY>& out);
+    /// A polygon: filled, hatched and outlined as the style says. The first ring is an outline, and so is each further
+    /// one, or it is a hole where it begins inside of one before; in which direction a ring goes does not matter, nor
+    /// whether its last point repeats the first. Inside is where outlines go around a place a number of times that is
+    /// not zero. Outlines may cross: only those that do so some ten thousand times are filled in steps, finer than a
+    /// pixel where the window shows all of them. Fills of neighbours meet without a gap.
+    void DrawPolygon(const std::vector<std::vector<PointXYZ>>& rings, const GLPolygonStyle& style);
+    /// A symbol whose middle is at a place.
+    void DrawSymbol(GLSymbolKind kind, double x, double y, double z, const GLSymbolStyle& style);
 
     // ---- Class-wide members
 
