@@ -1,5 +1,6 @@
 #include "OpenGLView.h"
 
+#include "../images/RasterState.h"
 #include "../platform/GLCalls.h"
 
 #include "../pipeline/GeometryFilling.h"

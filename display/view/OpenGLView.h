@@ -32,6 +32,7 @@ class GeometryFilling;
 class GLCalls;
 class GLGeometry;
 enum GLFusionMode : int;
+struct RasterState;
 struct TexturedQuadrilateral;
 enum GLLineJoin : int;
 enum GLSymbolKind : int;
@@ -739,14 +740,18 @@ public:
 
     /// Loads an image into a texture, and leaves it bound to `textureUnit` (with its sampler, on a 4.x context). The
     /// active unit is GL_TEXTURE0 afterwards. A host's pixel-store state, pixel transfer and pixel buffers change
-    /// nothing and are as before.
+    /// nothing and are as before. Pixels without data are treated (DrawSetupNoDataColor) and colours adjusted
+    /// (DrawSetupImageAdjustment) where a host has asked for it.
     ///
     /// \param textureUnit   GL_TEXTURE0 and up, as many as the context has
     /// \param format        what a pixel is: GL_RGB, GL_RGBA, GL_BGR, GL_BGRA, GL_LUMINANCE, GL_LUMINANCE_ALPHA,
     ///                      GL_ALPHA, GL_RED in bytes, GL_DEPTH_COMPONENT in floats from 0 to 1
     /// \param width,height  pixels
     /// \param rowAlignment  each row begins at a multiple of this many bytes from the first: 1, 2, 4 or 8
-    /// \param filter        GL_NEAREST or GL_LINEAR; beyond its edges the image goes on with its outermost pixels
+    /// \param filter        GL_NEAREST, GL_LINEAR, or (not for depths) GL_LINEAR_MIPMAP_LINEAR, which makes smaller
+    /// levels
+    ///                      so that an image drawn much smaller does not flicker, and takes a third more memory; beyond
+    ///                      its edges the image goes on with its outermost pixels
     /// \param pixels        null leaves the contents open
     /// \param texture       0 makes a texture; a texture of the current share group is filled anew
     /// \param sampler       on a 4.x context as `texture`; elsewhere it stays as it is
@@ -754,8 +759,7 @@ public:
     ///         GetContextMaxTextureSize; E_FAIL without a current context; E_OUTOFMEMORY. On failure nothing is made.
     long LoadGLImage(unsigned int textureUnit, unsigned int format, int width, int height, int rowAlignment,
                      unsigned int filter, const void* pixels, unsigned int& texture, unsigned int& sampler);
-    /// As LoadGLImage to GL_TEXTURE0, for images of bytes, with the treatment of pixels without data
-    /// (DrawSetupNoDataColor).
+    /// LoadGLImage to GL_TEXTURE0.
     long LoadRasterImage(unsigned int format, int width, int height, int rowAlignment, unsigned int filter,
                          const void* pixels, unsigned int& texture, unsigned int& sampler);
     /// Draws an image of bytes over a rectangle in model coordinates: row 0 along `bottom`, column 0 along `left`.
@@ -970,7 +974,34 @@ public:
                         const unsigned int* indices, unsigned __int64 indexCount);
 
     // ---- 19. Rasters. Implemented in ViewRasters.cpp
-    // Two images over the same ground, a hillshade and a satellite image.
+    // Values that become colours, images that are adjusted, and two images over the same ground.
+
+    /// Loads values as colours into a texture at GL_TEXTURE0, as LoadGLImage does with an image.
+    ///
+    /// \param type          GL_UNSIGNED_SHORT, GL_SHORT or GL_FLOAT
+    /// \param width,height  values
+    /// \param rowAlignment  each row begins at a multiple of this many bytes from the first: 1, 2, 4 or 8
+    /// \param values        row 0 is the lower one, as everywhere
+    /// \param style         the last one used is kept ready: load what has the same style together
+    /// \return as LoadGLImage; E_INVALIDARG also without values
+    long LoadDataRaster(unsigned int type, int width, int height, int rowAlignment, unsigned int filter,
+                        const void* values, const GLDataStyle& style, unsigned int& texture, unsigned int& sampler);
+    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster (whose format is GL_RGBA) filled, from column
+    /// `x` and row `y` on; smaller levels follow. It is bound to GL_TEXTURE0 afterwards. E_INVALIDARG for what does not
+    /// lie in the texture, and for a format that it cannot keep: it takes the one that it was loaded with, and any
+    /// where that had an opacity or pixels without data. E_FAIL without a current context; E_OUTOFMEMORY.
+    long UpdateGLImage(unsigned int texture, unsigned int format, int x, int y, int width, int height, int rowAlignment,
+                       const void* pixels);
+    /// Lets each channel of a pixel without data be off the marker by so many levels, 0 (as at the start) to 255.
+    void DrawSetupNoDataTolerance(int levels);
+    /// Changes the colours of images loaded or drawn from now on: gamma (above 1 lightens the middle, 0.01 to 100),
+    /// then contrast about the middle grey (0 to 100), then brightness (-1 to 1) is added. 1, 0 and 1, as at the start,
+    /// show them as they are. What is out of range counts as the nearest, what is no number as that. Pixels without
+    /// data are found by the colours before.
+    void DrawSetupImageAdjustment(double contrast, double brightness, double gamma);
+    /// Which textures of the cache LimitTextureCache evicts first; at the start those that were added first.
+    /// GLTextureCacheByUse makes the newest of an entry that RequestTextureFromCache finds. For the process.
+    static void SetTextureCacheOrder(GLTextureCacheOrder order);
 
     /// Makes the requested texture the second image of DrawFusionOnQuadrilateral, with MakeRequestedTextureActive's
     /// flags and results. A request without a texture leaves no second image.
@@ -1257,6 +1288,7 @@ private:
     TextState m_text;
     std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
     std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
+    std::unique_ptr<RasterState> m_rasters; ///< null until a data raster was loaded
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;
