@@ -102,13 +102,13 @@ TEST(ProfileLine, RefusesWhatIsNoLine) {
     const PointXY same[] = {{1.0, 1.0}, {1.0, 1.0}};
     const PointXY good[] = {{1.0, 1.0}, {2.0, 1.0}};
     const PointXY bad[] = {{1.0, 1.0}, {infinite, 1.0}};
-    const PointXY far[] = {{-1.7e308, 0.0}, {1.7e308, 0.0}};
+    const PointXY farApart[] = {{-1.7e308, 0.0}, {1.7e308, 0.0}};
     ProfileLine profile;
     EXPECT_FALSE(profile.Set(nullptr, 2, 1.0));
     EXPECT_FALSE(profile.Set(good, 1, 1.0));
     EXPECT_FALSE(profile.Set(same, 2, 1.0));
     EXPECT_FALSE(profile.Set(bad, 2, 1.0));
-    EXPECT_FALSE(profile.Set(far, 2, 1.0));
+    EXPECT_FALSE(profile.Set(farApart, 2, 1.0));
     EXPECT_FALSE(profile.Set(good, 2, 0.0));
     EXPECT_FALSE(profile.Set(good, 2, infinite));
     EXPECT_TRUE(profile.Set(good, 2, 1.0));

@@ -46,8 +46,10 @@ TEST(ProfilePoints, KeepsWhatLiesInTheBandAndKnowsWhereItCameFrom) {
 
 struct Marks {
     double low, high, smallest;
-    double step, first;
-    int count, decimals;
+    double step = 0.0;
+    double first = 0.0;
+    int count = 0;
+    int decimals = 0;
 };
 
 TEST(RoundSteps, AreRoundAndInside) {
