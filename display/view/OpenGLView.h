@@ -10,6 +10,7 @@
 #include "../pipeline/VertexBatch.h"
 #include "../platform/PixelFormat.h"
 #include "../platform/VersionPolicy.h"
+#include "../profile/ProfileTypes.h"
 #include "../text/FontManager.h"
 #include "../text/TextState.h"
 #include "../values/BasicTypes.h"
@@ -39,6 +40,7 @@ enum GLSymbolKind : int;
 struct GLLineStyle;
 struct GLPolygonStyle;
 struct GLSymbolStyle;
+struct ProfileState;
 struct ShapeDrawing;
 
 /// Signatures of the WGL extension functions that the library uses.
@@ -74,6 +76,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  19. Rasters                   display/images/ViewRasters.cpp
 ///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
+///  22. Profiles                  display/profile/ViewProfile.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -1174,6 +1177,68 @@ public:
     /// A symbol whose middle is at a place.
     void DrawSymbol(GLSymbolKind kind, double x, double y, double z, const GLSymbolStyle& style);
 
+    // ---- 22. Profiles. Implemented in ViewProfile.cpp
+    // A profile shows a band of land along a line string, unrolled: across is the distance along the line (the
+    // station), up is the height. A place belongs to the leg of the line that is nearest to it, within the half width;
+    // at the outside of a bend that is the corner. Offsets count to the left of the line. In this view the conversions
+    // of map and screen take and give true coordinates, and places outside of the band have no image.
+
+    /// Shows the profile of `count` places, of which at least two differ; the array is not needed afterwards. The
+    /// view's orientation becomes GLViewOrientationProfile, points and cursor of an earlier profile go. Without heights
+    /// (`zLow` not below `zHigh`) they are found from the points; an exaggeration of 0 has them fill the window.
+    /// E_INVALIDARG for what is not finite, no line, a half width not above 0, a negative exaggeration; E_OUTOFMEMORY.
+    long SetUpProfileView(const PointXY* line, int count, double halfWidth, double zLow, double zHigh,
+                          double zExaggeration);
+    /// Length of the line; 0 without a profile.
+    double GetProfileLength() const;
+    /// False, and the outputs untouched, beyond the half width, before and behind the line, and without a profile. They
+    /// hold in any orientation.
+    bool RealWorld2Profile(double x, double y, double& station, double& offset) const;
+    bool Profile2RealWorld(double station, double& x, double& y) const;
+    /// For `count` places or stations and as many results, of which those outside are left untouched; `isInside` says
+    /// for each, null leaves that out. Return how many lie inside.
+    std::size_t RealWorld2Profile(const PointXYZ* world, std::size_t count, double* stations, double* offsets,
+                                  bool* isInside = nullptr) const;
+    std::size_t Profile2RealWorld(const double* stations, std::size_t count, PointXY* world,
+                                  bool* isInside = nullptr) const;
+
+    /// Adds those records that lie in the band and the range of heights. Their x and y are relative to the coordinate
+    /// offsets, as for drawing; nothing else of them is needed afterwards. The points stay, on the card once they are
+    /// drawn. S_OK; S_FALSE without a profile; E_INVALIDARG for no records; E_OUTOFMEMORY, when there are no points any
+    /// more.
+    long AddProfilePoints(const GLDrawGeometry* records, unsigned __int64 count);
+    /// One point in true coordinates.
+    long AddProfilePoint(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+                         unsigned char a);
+    void ClearProfilePoints();
+    /// Points in the band.
+    unsigned __int64 GetProfilePointCount() const;
+    /// Draws the points in the profile's view, as large as PointSize says. S_FALSE in any other view; DrawGeometry's
+    /// results.
+    long DrawProfilePoints();
+    /// The same with these records in place of the points that there are.
+    long DrawProfilePoints(const GLDrawGeometry* records, unsigned __int64 count);
+    /// Lines at round stations and heights with their numbers, and at the corners of the line. State is as before
+    /// afterwards; client state is disabled. S_FALSE in any other view.
+    long DrawProfileGrid(const GLProfileGridStyle& style);
+    /// The point drawn nearest to a place of the client area, at most so many pixels away: which of all records added
+    /// since the set-up it is, from 0, those outside of the band counted too. -1 without one.
+    __int64 PickProfilePoint(double clientX, double clientY, double pixels) const;
+
+    /// Shows a cross-hair with both values over the profile's frame, and in each linked view the line with its band and
+    /// the place on it; no scene is drawn. S_OK; S_FALSE where this view shows no profile and, with the cursor set,
+    /// where one of the views has no frame; E_INVALIDARG for a station that is not on the line; RedrawOverlays'
+    /// results.
+    long SetProfileCursor(double station, double z);
+    /// Takes it away. S_FALSE without one.
+    long HideProfileCursor();
+    /// False, and the outputs untouched, without one.
+    bool GetProfileCursor(double& station, double& z) const;
+    /// Has a map or a scene show this profile's line and cursor, until it is unlinked or one of the two goes. Both
+    /// views have to be of one thread. E_INVALIDARG for this view itself; E_OUTOFMEMORY.
+    long LinkProfile(COpenGLView& view);
+    void UnlinkProfile(COpenGLView& view);
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -1289,6 +1354,7 @@ private:
     std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
     std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
     std::unique_ptr<RasterState> m_rasters; ///< null until a data raster was loaded
+    std::unique_ptr<ProfileState> m_profile;    ///< made with the first profile
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

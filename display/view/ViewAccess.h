@@ -43,6 +43,8 @@ struct ViewAccess {
     static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
     static auto& Owned(COpenGLView& view) { return view.m_owned; }
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
+    static std::unique_ptr<ProfileState>& Profile(COpenGLView& view) { return view.m_profile; }
+    static const std::unique_ptr<ProfileState>& Profile(const COpenGLView& view) { return view.m_profile; }
     static OverlayState& Overlays(COpenGLView& view) { return view.m_overlays; }
     static const OverlayState& Overlays(const COpenGLView& view) { return view.m_overlays; }
     static std::unique_ptr<ShapeDrawing>& Shapes(COpenGLView& view) { return view.m_shapes; }
