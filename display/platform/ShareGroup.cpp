@@ -105,14 +105,6 @@ bool ShareGroup::AreProgramsTried() {
     return s_programsTried;
 }
 
-bool ShareGroup::HoldsProgramsAlone(HGLRC context) {
-    const std::lock_guard lock(s_mutex);
-    const auto isAnother = [context](const LibraryContext& known) {
-        return known.drawsWithPrograms && known.context != context;
-    };
-    return context && context == s_master && s_programsTried && !FindIf(isAnother).context;
-}
-
 ShareGroup::Leaving ShareGroup::Leave(HGLRC context) {
     const std::lock_guard lock(s_mutex);
     for (LibraryContext& known : s_contexts) {

@@ -53,8 +53,6 @@ public:
     /// Written down by the master before it builds the stock programs.
     static void SetProgramsTried();
     static bool AreProgramsTried();
-    /// Whether the stock programs would go with this context.
-    static bool HoldsProgramsAlone(HGLRC context);
 
     enum class Leaving {
         Member, ///< somebody else is the master

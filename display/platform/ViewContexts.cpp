@@ -259,44 +259,13 @@ void COpenGLView::RestoreAsCurrentExitingDCAndGLRC() {
     }
 }
 
-/// Makes the main context anew while the old one is still there. The only context that draws with programs would take
-/// them along, and fonts and rasters too; this one shares with it. False when others hold them as well, or the driver
-/// does not let it share.
-bool COpenGLView::ReplaceHolderOfPrograms(HDC deviceContext) {
-    GLRenderingContextRecord& record = m_contexts[GLContextMain];
-    const bool selected = m_currentContext == GLContextMain && HasCurrentContext();
-    if (!selected || !ShareGroup::HoldsProgramsAlone(record.renderingContext) || !WindowFromDC(deviceContext) ||
-        SetupAdvancedPixelFormatForOpenGL(deviceContext, GLContextMain, true, GetDeviceCaps(deviceContext, BITSPIXEL),
-                                          true, true, false) != 1) {
-        return false;
-    }
-    const CriticalSectionLock lock(m_gcsOpenGLCreateContext);
-    const HGLRC context = CreateSharedContext(*this, deviceContext, GLContextMain);
-    if (!context) {
-        return false;
-    }
-    // Vertex arrays are not shared, and have to go while their context is current.
-    DeleteAttributeBuffers();
-    if (!SelectNewContext(*this, deviceContext, context, GLContextMain)) {
-        return false;
-    }
-    ++m_contextCreations;
-    record.initialized = true;
-    record.window = WindowFromDC(deviceContext);
-    GetInitialGLAttributes(record.attributes);
-    LoadCurrentGLBuffers();
-    return true;
-}
-
 int COpenGLView::RecreateContext(bool makeCurrent, HDC deviceContext, const wchar_t* name) {
     m_name = name;
     GLRenderingContextRecord& record = m_contexts[GLContextMain];
-    if (!ReplaceHolderOfPrograms(deviceContext)) {
-        // The new context is made on the same device context, so that one must not be released with the old context.
-        HDC released = record.deviceContext == deviceContext ? nullptr : record.deviceContext;
-        DeleteContext(name, GLContextMain, released, record.renderingContext, record.window);
-        CreateContext(deviceContext, true, GLContextMain, name, 0, m_gDefaultAcceleration);
-    }
+    // The new context is made on the same device context, so that one must not be released with the old context.
+    HDC released = record.deviceContext == deviceContext ? nullptr : record.deviceContext;
+    DeleteContext(name, GLContextMain, released, record.renderingContext, record.window);
+    CreateContext(deviceContext, true, GLContextMain, name, 0, m_gDefaultAcceleration);
     if (makeCurrent) {
         MakeCurrent(deviceContext, record.renderingContext, GLContextMain);
     }

@@ -250,8 +250,7 @@ public:
     /// Bracket foreign OpenGL work: Save remembers what is current, Restore makes it current again.
     void SaveCurrentAsExitingDCAndGLRC();
     void RestoreAsCurrentExitingDCAndGLRC();
-    /// Deletes the main context and creates it anew. Always 0. Where no other context has the stock programs, the new
-    /// one is made first, if the driver lets it share with the old one: programs, fonts and cached textures stay.
+    /// Deletes the main context and creates it anew. Always 0.
     int RecreateContext(bool makeCurrent, HDC deviceContext, const wchar_t* name);
     /// Deletes a context and releases its device context. 1 when there was none or it is not the view's own, otherwise
     /// the system's result. The handles are cleared.
@@ -1280,8 +1279,6 @@ private:
     void CopySettings(const COpenGLView& other);
 
     void ReadDriverVersion();
-
-    bool ReplaceHolderOfPrograms(HDC deviceContext);
 
     void FinishSharedDraws();
     void OpenBatch(unsigned int mode, GLShaderTypes shader);

@@ -203,28 +203,6 @@ TEST_F(SharedPrograms, RecreatedContextDrawsOn) {
     }
 }
 
-// A window that loses its pixel format must not stop to compile and upload everything again.
-TEST_F(SharedPrograms, OnlyViewsRecreatedContextTakesThemOver) {
-    first = Open();
-    DrawSquare(*first, kRed);
-    for (const bool refused : {false, true}) {
-        const std::uint32_t lost = driver.CurrentContextNumber();
-        driver.FailCall("wglSwapBuffers", 1, 1, 2000);
-        if (refused) {
-            driver.FailCall("wglCreateContextAttribsARB");
-        }
-        (*first)->SwapBuffers();
-        EXPECT_NE(driver.CurrentContextNumber(), lost);
-        EXPECT_EQ(driver.LiveContexts(), 1U);
-        EXPECT_EQ(driver.CallCount("glLinkProgram"), refused ? 26U : 13U) << "a driver that shares has them already";
-        EXPECT_EQ(driver.LiveObjects(DriverObject::Program), 13U);
-        EXPECT_EQ((*first)->GetMasterContextIndex(), 0);
-        first->DrawInPixels();
-        DrawSquare(*first, kGreen);
-        ExpectSquareAt(*first, 0, kGreen);
-    }
-}
-
 TEST_F(SharedPrograms, HostMaySwitchToProgramsLater) {
     driver.RestoreVersionText();
     first = std::make_unique<LiveView>();
