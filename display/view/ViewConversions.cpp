@@ -65,7 +65,7 @@ struct Depths {
     std::array<float, kMostSide * kMostSide> values{}; ///< lower row first
 
     bool IsEmpty() const { return width <= 0 || height <= 0; }
-    float At(int column, int row) const { return values[static_cast<std::size_t>(row * width + column)]; }
+    float At(int column, int row) const { return *(values.begin() + row * width + column); }
     /// Leaves out what is outside of a rectangle. To be called before there are values.
     void Clip(int left, int bottom, int right, int top) {
         const int highX = std::min(x + width, right);
