@@ -57,6 +57,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
+///  16. Vertices in bulk          display/pipeline/ViewBulk.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -69,6 +70,13 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// them when it binds the program there, the fixed-function pipeline when a batch is drawn. A vertex takes its colour
 /// at its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a
 /// full batch.
+///
+/// **Which way for what.** Large batches cost next to nothing beside their vertices, and need only the order above.
+///
+///     many small batches                   between BeginSharedDraws and EndSharedDraws
+///     vertices that lie in arrays          AddVerticesRGBA and its kin
+///     records that are made on the spot    ReserveRecords, CommitRecords
+///     what is the same in each frame       InitializeVBO once, then DrawArrays: it stays on the card
 ///
 /// **Threads.** A view belongs to one thread, the one that has its context current. Draw with programs (4.x contexts)
 /// on one thread only: views share them, and would draw each other's frames. Construct the first view of the process
@@ -807,6 +815,33 @@ public:
                              int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
                              bool clear, bool depth, bool frontBuffer);
 
+    // ---- 16. Vertices in bulk. Implemented in ViewBulk.cpp
+    // They go on with the open batch, as that many adds would, in less time: on a 4.x context lines, triangles and
+    // points go straight to where they are drawn from. A batch may mix them with the adds of single vertices and of
+    // triangles, but not with those that name a record.
+
+    /// Adds `count` vertices. Positions are taken relative to (ox, oy, oz), in double precision. Any count: the batch
+    /// is split as it is for adds, but never within a line or triangle. Without colours vertices are white, without
+    /// normals or texture coordinates those are 0. S_OK; E_INVALIDARG without points for a positive count;
+    /// E_OUTOFMEMORY, and nothing added, where the driver has no storage for vertices.
+    long AddVerticesRGBA(const PointXYZ* points, const GLRGBAColor* colors, const PointXYZ* normals,
+                         const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with one colour for all.
+    long AddVerticesOneColor(const PointXYZ* points, const GLRGBAColor& color, const PointXYZ* normals,
+                             const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with red, green and blue of the current colour.
+    long AddVerticesCurrentColor(const PointXYZ* points, unsigned char alpha, const PointXYZ* normals,
+                                 const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// Room for `count` records, 1 to kBatchCapacity, for the host to fill; batches that have no room for so many more
+    /// are drawn first. Write whole records in their order, and read nothing: it may be memory of the card. Null for
+    /// other counts, without storage for vertices, and where the batch would have to be cut within a primitive, a strip
+    /// or a fan.
+    GLDrawGeometry* ReserveRecords(int count);
+    /// Adds the first `count` of the records reserved last; 0 gives the room back. S_OK, or E_INVALIDARG with nothing
+    /// added: for more than were reserved, for a second time, and when the view has added to the batch or drawn it
+    /// since.
+    long CommitRecords(int count);
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -854,7 +889,8 @@ private:
     bool MayWait() const;
     void DrawWaitingBatches();
     void FlushWaitingVertices(int count);
-    void FlushFullBatch();
+    void MakeRoomForAdd();
+    void DrawBeforeFirstRecord();
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 

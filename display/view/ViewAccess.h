@@ -31,6 +31,8 @@ struct ViewAccess {
     /// asks here first.
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
+    static unsigned __int64& GpuWaits(COpenGLView& view) { return view.m_gpuWaits; }
+    static void DrawFirst(COpenGLView& view, int count) { view.FlushWaitingVertices(count); }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
     static COpenGLMath& CurrentMath(const COpenGLView& view) { return view.CurrentMath(); }
