@@ -77,6 +77,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///  22. Profiles                  display/profile/ViewProfile.cpp
+///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -89,6 +90,13 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// them when it binds the program there, the fixed-function pipeline when a batch is drawn. A vertex takes its colour
 /// at its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a
 /// full batch.
+///
+/// **Which way for what.** Large batches cost next to nothing beside their vertices, and need only the order above.
+///
+///     many small batches                   between BeginSharedDraws and EndSharedDraws
+///     vertices that lie in arrays          AddVerticesRGBA and its kin
+///     records that are made on the spot    ReserveRecords, CommitRecords
+///     what is the same in each frame       InitializeVBO once, then DrawArrays: it stays on the card
 ///
 /// **Threads.** A view belongs to one thread, the one that has its context current. Draw with programs (4.x contexts)
 /// on one thread only: views share them, and would draw each other's frames. Construct the first view of the process
@@ -1162,9 +1170,9 @@ public:
     void DrawOffsetLineString(const PointXYZ* points, int count, double offset, const GLLineStyle& style);
     /// The parallel of a string: `offset` to the left, up to 1e15. Joins run around the outside of bends. On their
     /// inside it is trimmed, so that a bend tighter than the offset leaves no loop; where nothing is that far from the
-    /// string nothing is left. A string whose last point repeats the first is a ring and stays one. An offset of 0 gives
-    /// the string back. `out` is replaced; pieces that do not meet, of a string that is broken or a ring that falls
-    /// apart, have a point between them that is no number.
+    /// string nothing is left. A string whose last point repeats the first is a ring and stays one. An offset of 0
+    /// gives the string back. `out` is replaced; pieces that do not meet, of a string that is broken or a ring that
+    /// falls apart, have a point between them that is no number.
     static void OffsetLineString(const PointXYZ* points, int count, double offset, GLLineJoin join, double miterLimit,
                                  std::vector<PointXY>& out);
     /// A polygon: filled, hatched and outlined as the style says. The first ring is an outline, and so is each further
@@ -1238,6 +1246,33 @@ public:
     long LinkProfile(COpenGLView& view);
     void UnlinkProfile(COpenGLView& view);
 
+    // ---- 23. Vertices in bulk. Implemented in ViewBulk.cpp
+    // They go on with the open batch, as that many adds would, in less time: on a 4.x context lines, triangles and
+    // points go straight to where they are drawn from. A batch may mix them with the adds of single vertices and of
+    // triangles, but not with those that name a record.
+
+    /// Adds `count` vertices. Positions are taken relative to (ox, oy, oz), in double precision. Any count: the batch
+    /// is split as it is for adds, but never within a line or triangle. Without colours vertices are white, without
+    /// normals or texture coordinates those are 0. S_OK; E_INVALIDARG without points for a positive count;
+    /// E_OUTOFMEMORY, and nothing added, where the driver has no storage for vertices.
+    long AddVerticesRGBA(const PointXYZ* points, const GLRGBAColor* colors, const PointXYZ* normals,
+                         const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with one colour for all.
+    long AddVerticesOneColor(const PointXYZ* points, const GLRGBAColor& color, const PointXYZ* normals,
+                             const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with red, green and blue of the current colour.
+    long AddVerticesCurrentColor(const PointXYZ* points, unsigned char alpha, const PointXYZ* normals,
+                                 const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// Room for `count` records, 1 to kBatchCapacity, for the host to fill; batches that have no room for so many more
+    /// are drawn first. Write whole records in their order, and read nothing: it may be memory of the card. Null for
+    /// other counts, without storage for vertices, and where the batch would have to be cut within a primitive, a strip
+    /// or a fan.
+    GLDrawGeometry* ReserveRecords(int count);
+    /// Adds the first `count` of the records reserved last; 0 gives the room back. S_OK, or E_INVALIDARG with nothing
+    /// added: for more than were reserved, for a second time, and when the view has added to the batch or drawn it
+    /// since.
+    long CommitRecords(int count);
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -1286,8 +1321,9 @@ private:
     bool MayWait() const;
     void DrawWaitingBatches();
     void FlushWaitingVertices(int count);
-    void FlushFullBatch();
     void KeepPendingVertices();
+    void MakeRoomForAdd();
+    void DrawBeforeFirstRecord();
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 
@@ -1350,7 +1386,7 @@ private:
     TextState m_text;
     std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
     std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
-    std::unique_ptr<RasterState> m_rasters; ///< null until a data raster was loaded
+    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
     std::unique_ptr<ProfileState> m_profile;    ///< made with the first profile
 
     static ShaderSet m_gShaderSet;
