@@ -19,7 +19,7 @@ constexpr double kSteepestEnd = 3.0;
 
 /// Where an outline crosses a line.
 struct Crossing {
-    int line = 0;
+    double line = 0.0;
     int layer = 0;
     int step = 0; ///< of the winding number, towards the right
     double along = 0.0;
@@ -41,7 +41,7 @@ public:
         return {Dot(place, m_along), (Dot(place, LeftOf(m_along)) - m_shift) / m_spacing};
     }
     /// `across` in units of the points, from a line.
-    PointXY FromFrame(int line, double along, double across) const {
+    PointXY FromFrame(double line, double along, double across) const {
         return m_along * along + LeftOf(m_along) * (line * m_spacing + m_shift + across);
     }
     double Spacing() const { return m_spacing; }
@@ -125,8 +125,7 @@ std::vector<Crossing> FindCrossings(std::span<const FillRing> rings, const Hatch
         const double lean = (to.x - from.x) / (to.y - from.y);
         for (double line = lines.first; line <= lines.last; line += 1.0) {
             const double across = line * stride;
-            crossings.push_back({static_cast<int>(across), layer, to.y > from.y ? -1 : 1,
-                                 from.x + (across - from.y) * lean,
+            crossings.push_back({across, layer, to.y > from.y ? -1 : 1, from.x + (across - from.y) * lean,
                                  std::clamp(lean / frame.Spacing(), -kSteepestEnd, kSteepestEnd)});
         }
     });
@@ -195,10 +194,6 @@ void AddHatch(std::span<const FillRing> rings, FillRule rule, const Hatch& hatch
     });
     for (; count > kMostCrossings; count *= 0.5) {
         stride *= 2.0;
-    }
-    constexpr double mostNumber = 2e9;
-    if (std::abs(range.first) > mostNumber || std::abs(range.last) > mostNumber) {
-        return; // so far away that lines cannot be numbered
     }
     double z = 0.0;
     if (!rings.empty() && !rings.front().points.empty()) {
