@@ -4,6 +4,9 @@
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace Frames {
 
 namespace {
@@ -68,59 +71,30 @@ public:
     }
 
     void Draw(const Batches& content) override {
+        if (m_use.keepsGeometry) {
+            DrawKept(m_geometry, content.shader, [&] { AddBatches(content); });
+            return;
+        }
         const Sharing sharing(*m_view, m_use.sharesDraws);
         if (!m_use.bracketsEachBatch) {
             Enable(content);
         }
-        for (int batch = 0; batch < content.batches; ++batch) {
-            if (m_use.bracketsEachBatch) {
-                Enable(content);
-            }
-            m_view->BeginArrays(content.mode, content.shader);
-            content.Walk(batch, [&](const DrawnVertex* first, const DrawnVertex* last) {
-                if (content.textured) {
-                    AddTextured(first, last);
-                } else {
-                    AddColored(first, last);
-                }
-            });
-            if (m_use.bracketsEachBatch) {
-                m_view->EndArraysAndDisableClientState();
-            } else {
-                m_view->EndArrays();
-            }
-        }
+        AddBatches(content);
         if (!m_use.bracketsEachBatch) {
             m_view->DisableClientState();
         }
     }
 
     void Draw(const Polygons& content) override {
+        if (m_use.keepsGeometry) {
+            DrawKept(m_geometry, GLShaderColorPassThrough, [&] { AddPolygons(content); });
+            return;
+        }
         const Sharing sharing(*m_view, m_use.sharesDraws);
-        GLTesselator& filler = *m_view->GetTesselator();
         if (!m_use.bracketsEachBatch) {
             EnableColors(GLShaderColorPassThrough);
         }
-        for (const Polygons::Polygon& polygon : content.polygons) {
-            if (m_use.bracketsEachBatch) {
-                EnableColors(GLShaderColorPassThrough);
-            }
-            const GLRGBAColor& color = polygon.color;
-            filler.BeginPolygon();
-            for (const std::vector<PointXY>& ring : polygon.rings) {
-                if (&ring != &polygon.rings.front()) {
-                    filler.BeginContour();
-                }
-                for (const PointXY& point : ring) {
-                    filler.AddIndex2DVertexRGBA(point.x, point.y, color.r, color.g, color.b, color.a);
-                }
-                filler.EndContour();
-            }
-            filler.EndPolygon();
-            if (m_use.bracketsEachBatch) {
-                m_view->DisableClientState();
-            }
-        }
+        AddPolygons(content);
         if (!m_use.bracketsEachBatch) {
             m_view->DisableClientState();
         }
@@ -137,6 +111,12 @@ public:
     }
 
     void Draw(const StaticPoints& content) override {
+        if (m_use.keepsGeometry) {
+            // They take so much memory that both pipelines have to draw from one.
+            static GLGeometry s_geometry;
+            DrawKept(s_geometry, GLShaderPoint, [&] { AddPoints(content); });
+            return;
+        }
         const Sharing sharing(*m_view, m_use.sharesDraws);
         EnableColors(GLShaderPoint);
         m_view->InitializeVBO(GL_POINTS, GLShaderPoint, VertexBuffer(), content.records.data(), content.records.size());
@@ -167,6 +147,49 @@ private:
         }
         m_view->DrawTexturedQuadrilaterals(m_quadrilaterals.data(), m_quadrilaterals.size());
     }
+    void AddBatches(const Batches& content) {
+        for (int batch = 0; batch < content.batches; ++batch) {
+            if (m_use.bracketsEachBatch) {
+                Enable(content);
+            }
+            m_view->BeginArrays(content.mode, content.shader);
+            content.Walk(batch, [&](const DrawnVertex* first, const DrawnVertex* last) {
+                if (content.textured) {
+                    AddTextured(first, last);
+                } else {
+                    AddColored(first, last);
+                }
+            });
+            if (m_use.bracketsEachBatch) {
+                m_view->EndArraysAndDisableClientState();
+            } else {
+                m_view->EndArrays();
+            }
+        }
+    }
+    void AddPolygons(const Polygons& content) {
+        GLTesselator& filler = *m_view->GetTesselator();
+        for (const Polygons::Polygon& polygon : content.polygons) {
+            if (m_use.bracketsEachBatch) {
+                EnableColors(GLShaderColorPassThrough);
+            }
+            const GLRGBAColor& color = polygon.color;
+            filler.BeginPolygon();
+            for (const std::vector<PointXY>& ring : polygon.rings) {
+                if (&ring != &polygon.rings.front()) {
+                    filler.BeginContour();
+                }
+                for (const PointXY& point : ring) {
+                    filler.AddIndex2DVertexRGBA(point.x, point.y, color.r, color.g, color.b, color.a);
+                }
+                filler.EndContour();
+            }
+            filler.EndPolygon();
+            if (m_use.bracketsEachBatch) {
+                m_view->DisableClientState();
+            }
+        }
+    }
     void Enable(const Batches& content) {
         m_view->EnableClientStateInternalBuffers(true, false, true, content.textured, content.shader);
     }
@@ -192,6 +215,23 @@ private:
         static GLVBO buffers[2];
         return buffers[m_view->DrawsWithPrograms() ? 1 : 0];
     }
+    void AddPoints(const StaticPoints& content) {
+        m_view->BeginArrays(GL_POINTS, GLShaderPoint);
+        for (const GLDrawGeometry& record : content.records) {
+            m_view->AddIndex3DVertexRGBA(record.x, record.y, record.z, record.r, record.g, record.b, record.a);
+        }
+        m_view->EndArrays();
+    }
+    template <typename Add> void DrawKept(GLGeometry& geometry, GLShaderTypes shader, Add add) {
+        if (geometry.GetCount() == 0) {
+            m_view->BeginGeometry(geometry);
+            add();
+            m_view->EndGeometry();
+        }
+        EnableColors(shader);
+        m_view->DrawGeometry(geometry);
+        m_view->DisableClientState();
+    }
     void MakeLists(Stage& stage) {
         static unsigned int s_lists = 0;
         if (s_lists == 0) {
@@ -205,6 +245,7 @@ private:
 
     LibraryUse m_use;
     COpenGLView* m_view = nullptr;
+    GLGeometry m_geometry; ///< what is kept, of the painter's one content
     const std::vector<Texture>* m_tileTextures = nullptr;
     std::vector<TexturedQuadrilateral> m_quadrilaterals;
     unsigned int m_lists = 0; ///< the display lists that fixed functions draw text from

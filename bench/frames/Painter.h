@@ -35,6 +35,8 @@ struct LibraryUse {
     bool sharesDraws = false;
     /// Tiles by DrawTexturedQuadrilaterals.
     bool inOneCall = false;
+    /// As geometry that stays, which is added when first drawn.
+    bool keepsGeometry = false;
 };
 
 std::unique_ptr<Painter> DrawWithLibrary(const LibraryUse& use);

@@ -91,7 +91,7 @@ enum Traits : unsigned {
     kLong = 1,        ///< runs of vertices so long that it matters in which pieces they are copied
     kManySmall = 2,   ///< many small batches, which a host may bracket one by one
     kManyCalls = 4,   ///< so many calls into the library that a logger shows
-    kStandsStill = 8, ///< geometry that never changes: nothing is copied
+    kStandsStill = 8, ///< a map's own content, which a host may add once and keep
     kShares = 16,     ///< many draws that a host may let share fences
     kTiled = 32       ///< quadrilaterals that one call can draw
 };

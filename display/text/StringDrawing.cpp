@@ -1,5 +1,6 @@
 #include "StringDrawing.h"
 
+#include "../pipeline/GeometryPause.h"
 #include "../view/ViewAccess.h"
 #include "FontTextures.h"
 #include "MatrixScope.h"
@@ -220,6 +221,7 @@ TextFrame RotatedFrame(const glm::dvec3& place, double scaleX, double scaleY, do
 }
 
 long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, double* advance) {
+    const GeometryPause pause(view);
     view.outputGlError(L"DrawFontAtlasText: BEFORE BeginArrays");
     CFTGLFontAtlas* atlas = CurrentAtlas();
     if (!atlas || !atlas->GetAtlasMetrics() || !atlas->GetFontFace()) {
@@ -242,6 +244,7 @@ long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, 
 }
 
 void FlushStrings(COpenGLView& view) {
+    const GeometryPause pause(view);
     view.FlushArrays();
     ReturnTextMatrix(view);
 }
