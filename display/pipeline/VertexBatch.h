@@ -4,9 +4,6 @@
 #include "VertexBuffers.h"
 
 #include <algorithm>
-#include <cstring>
-#include <iterator>
-#include <numeric>
 
 namespace KTR {
 
@@ -61,15 +58,25 @@ struct VertexBatchState {
     }
 };
 
-/// The arrays that a view's adds write to; they are part of the view, so that no add allocates.
-struct VertexBatchStorage {
-    GLDrawGeometry batchVertices[kBatchArrayRecords];
-    unsigned int batchIndices[kBatchArrayRecords];
+/// The arrays that a view's adds write to. They are as large as a batch may get from the start, so that no add
+/// allocates; pages that nothing was added to take no memory yet.
+class VertexBatchStorage {
+public:
+    VertexBatchStorage();
+    ~VertexBatchStorage();
+    VertexBatchStorage(const VertexBatchStorage&) = delete;
+    VertexBatchStorage& operator=(const VertexBatchStorage&) = delete;
 
-    void Clear() {
-        std::memset(batchVertices, 0, sizeof(batchVertices));
-        std::iota(std::begin(batchIndices), std::end(batchIndices), 0U);
-    }
+    /// Zeroes the vertices and makes the indices the identity.
+    void Clear();
+
+    GLDrawGeometry* batchVertices = nullptr; ///< kBatchArrayRecords
+    unsigned int* batchIndices = nullptr;    ///< as many
+
+private:
+    struct Arrays;
+    Arrays* m_arrays;
+    bool m_untouched; ///< still as the system gave them
 };
 
 } // namespace KTR

@@ -63,6 +63,26 @@ TEST_F(Allocation, ViewWithoutItsMathTellsSoAndDrawsOn) {
     EXPECT_EQ(view->GetContextRecord(GLContextMain).camera.eye, glm::dvec3(1, 2, 3));
 }
 
+// A machine that has no pages left for another window's arrays: what is added must not fall into nothing.
+TEST_F(Allocation, ViewsWithoutArraysOfTheirOwnDrawStill) {
+    constexpr std::size_t arrays = std::size_t{kBatchArrayRecords} * (sizeof(GLDrawGeometry) + sizeof(unsigned int));
+    const FailingAllocation failing(arrays);
+    LiveView first;
+    LiveView second;
+    EXPECT_GE(failing.Failures(), 2);
+    for (LiveView* live : {&first, &second, &first}) {
+        (*live)->MakeCurrent(GLContextMain);
+        live->Clear();
+        (*live)->EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderPoint);
+        (*live)->BeginArrays(GL_POINTS, GLShaderPoint);
+        for (int point = 0; point < 100; ++point) {
+            (*live)->AddIndex2DVertexRGBA(point + 0.5, 5.5, 200, 0, 0, 255);
+        }
+        (*live)->EndArraysAndDisableClientState();
+        EXPECT_EQ(live->CountDrawn(), 100);
+    }
+}
+
 TEST_F(Allocation, ContextWithoutItsFunctionsDrawsNothingAndCrashesNothing) {
     LiveView live;
     ASSERT_EQ(live.created, 1);
@@ -310,6 +330,7 @@ extern "C" std::size_t __wrap_fwrite(const void* data, std::size_t size, std::si
 extern "C" decltype(&HeapAlloc) __real___imp_HeapAlloc;
 extern "C" decltype(&HeapReAlloc) __real___imp_HeapReAlloc;
 extern "C" decltype(&HeapFree) __real___imp_HeapFree;
+extern "C" decltype(&VirtualAlloc) __real___imp_VirtualAlloc;
 
 namespace {
 
@@ -326,10 +347,19 @@ BOOL WINAPI CountedHeapFree(HANDLE heap, DWORD flags, LPVOID memory) {
     return __real___imp_HeapFree(heap, flags, memory);
 }
 
+LPVOID WINAPI FailingVirtualAlloc(LPVOID address, SIZE_T size, DWORD type, DWORD protection) {
+    if (HasFailingSize(size)) {
+        ++g_failures;
+        return nullptr;
+    }
+    return __real___imp_VirtualAlloc(address, size, type, protection);
+}
+
 } // namespace
 
 extern "C" {
 decltype(&HeapAlloc) __wrap___imp_HeapAlloc = CountedHeapAlloc;
 decltype(&HeapReAlloc) __wrap___imp_HeapReAlloc = CountedHeapReAlloc;
 decltype(&HeapFree) __wrap___imp_HeapFree = CountedHeapFree;
+decltype(&VirtualAlloc) __wrap___imp_VirtualAlloc = FailingVirtualAlloc;
 }
