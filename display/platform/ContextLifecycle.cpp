@@ -4,6 +4,7 @@
 #include "../images/TextureRequest.h"
 #include "../pipeline/ProgramThread.h"
 #include "../scene/SceneRelease.h"
+#include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
 #include "../view/ViewAccess.h"
 #include "CriticalSectionLock.h"
@@ -188,7 +189,8 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
     if (type != GLContextMain || !record.renderingContext) {
         return;
     }
-    ViewAccess::Batch(view).waitingCount = 0;
+    ViewAccess::Batch(view).ForgetWaiting();
+    ForgetWaitingShapes(view);
     const bool holdsFrame = ViewAccess::StoredFrame(view).colorTexture != 0;
     const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
     bool released = false;
@@ -219,6 +221,8 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
     textures.activeTexture = 0;
     textures.activeSampler = 0;
     textures.textureSampler = 0;
+    textures.fusionTexture = 0;
+    textures.fusionSampler = 0;
     ViewAccess::RequestedTexture(view).texture = 0;
     ViewAccess::RequestedTexture(view).sampler = 0;
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);

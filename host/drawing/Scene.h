@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudLayer.h"
+#include "FeatureGeometry.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
@@ -61,8 +62,9 @@ public:
     /// current.
     void Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
     void Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
-    /// Deletes what was put into the view's context, which must be current. Textures stay in the library's cache.
-    void ReleaseGLObjects(KTR::COpenGLView& view);
+    /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
+    /// cache.
+    void ReleaseGeometry();
 
 private:
     void Include(const Extent& extent);
@@ -71,14 +73,12 @@ private:
     void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
     void DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel);
     Position OnTheGround(const Position& position) const;
-    void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
-    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
-    void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
 
     std::vector<CloudLayer> m_clouds;
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
     std::vector<VectorLayer> m_layers;
+    std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
