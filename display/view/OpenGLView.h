@@ -1019,7 +1019,7 @@ public:
     // coordinates and in double precision to the last step. A set-up loads projection and modelview matrix and leaves
     // the mode at modelview. After drawing with other matrices (a host's own, those of an overlay) LoadViewMatrices
     // brings them back. Whenever the viewport's size (SetUpViewport) or the coordinate offsets change while they are
-    // loaded, they follow: middle and scale of the picture stay.
+    // loaded, they follow: middle and scale of the picture stay, in perspective by a wider or narrower angle.
     //
     // Coordinates may reach 1e30; an exaggeration above 0 multiplies heights. Operations that return HRESULTs give
     // E_INVALIDARG, and change nothing, for what is not finite or not in the range told. The others pass over such

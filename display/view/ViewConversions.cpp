@@ -18,8 +18,9 @@ constexpr int kReachPixels = 3;
 constexpr int kMostSide = 2 * kReachPixels + 1;
 constexpr float kNothingDrawn = 1.0F;
 
-// Every conversion takes its places through these two, to and from the coordinates that the camera works in. They are
-// the true coordinates as they come; a profile, whose camera has stations and heights, converts here.
+// Places pass through these two on their way to and from the coordinates that the camera works in, arrays are handed on
+// as they lie. In all views of a model those are its true coordinates; a profile, whose camera sees stations and
+// heights, has to convert here and for arrays.
 
 PointXYZ PlaceFor(double x, double y, double z) {
     return {x, y, z};
@@ -41,7 +42,7 @@ struct Depths {
     std::array<float, kMostSide * kMostSide> values{}; ///< lower row first
 
     bool IsEmpty() const { return width <= 0 || height <= 0; }
-    float At(int column, int row) const { return values[static_cast<std::size_t>(row * width + column)]; }
+    float At(int column, int row) const { return *(values.begin() + row * width + column); }
     /// Leaves out what is outside of a rectangle. To be called before there are values.
     void Clip(int left, int bottom, int right, int top) {
         const int highX = std::min(x + width, right);

@@ -101,12 +101,13 @@ void ReloadViewMatrices(COpenGLView& view) {
 
 void ChangeView(COpenGLView& view, const ViewCamera& camera) {
     GLRenderingContextRecord& record = ViewAccess::CurrentRecord(view);
-    if (camera != record.camera) {
-        if (record.camera.IsSetUp()) {
-            Remember(record.viewHistory, record.camera);
-        }
-        record.camera = camera;
+    if (camera == record.camera) {
+        return;
     }
+    if (record.camera.IsSetUp()) {
+        Remember(record.viewHistory, record.camera);
+    }
+    record.camera = camera;
     view.LoadViewMatrices();
 }
 
@@ -115,6 +116,9 @@ long ChangeViewOrRefuse(COpenGLView& view, const std::optional<ViewCamera>& came
         return E_INVALIDARG;
     }
     ChangeView(view, *camera);
+    if (!AreViewMatricesLoaded(view)) {
+        view.LoadViewMatrices(); // the same view again, after others were drawn with
+    }
     return S_OK;
 }
 
