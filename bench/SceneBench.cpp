@@ -169,6 +169,59 @@ void BM_TerrainByHandFromBuffers(benchmark::State& state) {
     });
 }
 
+/// A cloud over the hills, drawn once; then only what is done with the finished frame is measured.
+template <typename Use> void MeasureOnFrame(benchmark::State& state, Use use) {
+    BenchView& bench = ViewFor(true);
+    COpenGLView& view = bench.Take();
+    SetUpCamera(view);
+    view.SetBackgroundColor(RGB(10, 20, 30), true);
+    view.PointSize(2.0F);
+    view.DrawGeometry3D(GL_POINTS, GLShaderPoint, Terrain::Get().records.data(), Terrain::Get().records.size(), nullptr,
+                        0);
+    view.Finish();
+    for ([[maybe_unused]] auto _ : state) {
+        use(view, bench.Functions());
+        view.Finish();
+    }
+    view.Disable(GL_DEPTH_TEST);
+}
+
+void BM_EyeDome(benchmark::State& state, bool on) {
+    MeasureOnFrame(state, [on](COpenGLView& view, const COrrinGLCement&) {
+        view.SetUpEyeDomeLighting(on, 0.0F, 1.5F);
+        view.DrawEyeDomeLighting();
+    });
+}
+
+/// A plain copy of the frame into textures: its colours, its depths.
+void BM_CopyFrame(benchmark::State& state, bool colors, bool depths) {
+    static GLuint s_textures[2] = {};
+    MeasureOnFrame(state, [=](COpenGLView&, const COrrinGLCement& gl) {
+        const bool isFirst = s_textures[0] == 0;
+        if (isFirst) {
+            gl.glGenTextures(2, s_textures);
+        }
+        gl.glActiveTexture(GL_TEXTURE0);
+        for (const bool depth : {false, true}) {
+            gl.glBindTexture(GL_TEXTURE_2D, s_textures[depth ? 1 : 0]);
+            if (isFirst) {
+                gl.glTexImage2D(GL_TEXTURE_2D, 0, depth ? GL_DEPTH_COMPONENT24 : GL_RGBA8, kWidth, kHeight, 0,
+                                depth ? GL_DEPTH_COMPONENT : GL_RGBA, GL_UNSIGNED_INT, nullptr);
+            }
+            if (depth ? depths : colors) {
+                gl.glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, kWidth, kHeight);
+            }
+        }
+        gl.glBindTexture(GL_TEXTURE_2D, 0);
+    });
+}
+
+void BM_SaveFrame(benchmark::State& state) {
+    MeasureOnFrame(state, [](COpenGLView& view, const COrrinGLCement&) {
+        view.SaveBackingStore(ViewFor(true).DeviceContext(), GLContextMain, GL_BACK, 0, 0, kWidth, kHeight);
+    });
+}
+
 // A frame takes a good part of a second: few of them.
 void AFew(benchmark::internal::Benchmark* benchmark) {
     benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
@@ -179,6 +232,12 @@ BENCHMARK(BM_TerrainByHandFixedFunctions)->Apply(AFew);
 BENCHMARK_CAPTURE(BM_Terrain, programs, true)->Apply(AFew);
 BENCHMARK(BM_TerrainByHandFromMemory)->Apply(AFew);
 BENCHMARK(BM_TerrainByHandFromBuffers)->Apply(AFew);
+BENCHMARK_CAPTURE(BM_EyeDome, off, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_EyeDome, on, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_CopyFrame, colors, true, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_CopyFrame, depths, false, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_CopyFrame, colors_and_depths, true, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SaveFrame)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

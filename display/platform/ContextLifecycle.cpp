@@ -242,6 +242,9 @@ void DeleteLeftBehind(COpenGLView& view) {
     for (const GLsync fence : names.fences) {
         gl.glDeleteSync(fence);
     }
+    for (const unsigned int program : names.programs) {
+        gl.glDeleteProgram(program);
+    }
     const auto count = [](const std::vector<unsigned int>& list) { return static_cast<GLsizei>(list.size()); };
     if (!names.buffers.empty()) {
         gl.glDeleteBuffers(count(names.buffers), names.buffers.data());

@@ -139,6 +139,7 @@ void ShareGroup::LeaveBehind(const SharedNames& names) {
         Append(s_leftBehind.buffers, names.buffers);
         Append(s_leftBehind.textures, names.textures);
         Append(s_leftBehind.samplers, names.samplers);
+        Append(s_leftBehind.programs, names.programs);
         Append(s_leftBehind.fences, names.fences);
     } catch (const std::exception&) {
         // What was taken so far is deleted; the rest goes with the group.

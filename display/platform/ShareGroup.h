@@ -22,9 +22,12 @@ struct SharedNames {
     std::vector<unsigned int> buffers;
     std::vector<unsigned int> textures;
     std::vector<unsigned int> samplers;
+    std::vector<unsigned int> programs;
     std::vector<GLsync> fences;
 
-    bool IsEmpty() const { return buffers.empty() && textures.empty() && samplers.empty() && fences.empty(); }
+    bool IsEmpty() const {
+        return buffers.empty() && textures.empty() && samplers.empty() && programs.empty() && fences.empty();
+    }
 };
 
 /// The rendering contexts that the library made: who owns each, which of them share their objects, which of those is

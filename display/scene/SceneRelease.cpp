@@ -2,6 +2,7 @@
 
 #include "../platform/GLCalls.h"
 #include "../platform/ShareGroup.h"
+#include "EyeDome.h"
 
 namespace KTR {
 
@@ -12,6 +13,7 @@ void DeleteSceneObjects(const GLCalls& gl, SceneObjects& scene) {
         }
         *buffer = {};
     }
+    DeleteEyeDome(gl, scene.eyeDome);
 }
 
 void LeaveSceneObjects(SceneObjects& scene, SharedNames& names) {
@@ -21,6 +23,14 @@ void LeaveSceneObjects(SceneObjects& scene, SharedNames& names) {
         }
         *buffer = {};
     }
+    // Vertex arrays are not shared: this one goes with its context.
+    if (scene.eyeDome.program != 0) {
+        names.programs.push_back(scene.eyeDome.program);
+    }
+    if (scene.eyeDome.depthTexture != 0) {
+        names.textures.push_back(scene.eyeDome.depthTexture);
+    }
+    scene.eyeDome = {};
 }
 
 } // namespace KTR

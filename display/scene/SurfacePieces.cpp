@@ -47,6 +47,33 @@ std::size_t ElementAt(const SurfacePiece& piece, std::size_t place) {
     return place < piece.count ? piece.first + place : 0;
 }
 
+constexpr std::size_t kBlockIndices = 4096;
+
+RecordRange Join(const RecordRange& one, const RecordRange& other) {
+    return {std::min(one.low, other.low), std::max(one.high, other.high)};
+}
+
+/// The least and the greatest of some indices. Four of each at a time, since each comparison waits for the one before.
+RecordRange RangeOf(const unsigned int* indices, std::size_t count) {
+    constexpr std::size_t kLanes = 4;
+    unsigned int low[kLanes];
+    unsigned int high[kLanes];
+    std::fill(low, low + kLanes, indices[0]);
+    std::fill(high, high + kLanes, indices[0]);
+    std::size_t element = 0;
+    for (; element + kLanes <= count; element += kLanes) {
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            low[lane] = std::min(low[lane], indices[element + lane]);
+            high[lane] = std::max(high[lane], indices[element + lane]);
+        }
+    }
+    for (; element < count; ++element) {
+        low[0] = std::min(low[0], indices[element]);
+        high[0] = std::max(high[0], indices[element]);
+    }
+    return {*std::min_element(low, low + kLanes), *std::max_element(high, high + kLanes)};
+}
+
 } // namespace
 
 bool IsCuttable(unsigned int mode) {
@@ -92,32 +119,34 @@ std::pair<SurfacePiece, SurfacePiece> Cut(const SurfacePiece& piece) {
     return {front, back};
 }
 
-RecordRange RangeOf(const SurfaceGeometry& geometry, const SurfacePiece& piece) {
-    RecordRange range;
-    if (geometry.indices) {
-        // Two plain loops over blocks that stay in the cache, which compilers turn into vector code.
-        constexpr std::size_t kBlock = 4096;
-        const unsigned int* const begin = geometry.indices + piece.first;
-        unsigned int low = *begin;
-        unsigned int high = *begin;
-        for (std::size_t start = 0; start < piece.count; start += kBlock) {
-            const std::size_t end = std::min(start + kBlock, piece.count);
-            for (std::size_t element = start; element < end; ++element) {
-                low = std::min(low, begin[element]);
-            }
-            for (std::size_t element = start; element < end; ++element) {
-                high = std::max(high, begin[element]);
-            }
-        }
-        range = {low, high};
-    } else {
-        range = {piece.first, piece.first + piece.count - 1};
+RecordRanges::RecordRanges(const SurfaceGeometry& geometry, const SurfacePiece& whole) : m_geometry(geometry) {
+    if (!geometry.indices || whole.count <= kBlockIndices) {
+        m_whole = Of(whole);
+        return;
     }
-    if (!piece.IsRun()) {
-        const std::size_t extra = geometry.RecordOf(0);
-        range = {std::min(range.low, extra), std::max(range.high, extra)};
+    m_blocks.reserve(whole.count / kBlockIndices);
+    for (std::size_t first = 0; first + kBlockIndices <= whole.count; first += kBlockIndices) {
+        m_blocks.push_back(RangeOf(geometry.indices + first, kBlockIndices));
     }
-    return range;
+    m_whole = Of(whole);
+}
+
+RecordRange RecordRanges::Of(const SurfacePiece& piece) const {
+    const unsigned int* const indices = m_geometry.indices;
+    if (!indices) {
+        const RecordRange run{piece.first, piece.first + piece.count - 1};
+        return piece.IsRun() ? run : Join(run, {0, 0});
+    }
+    RecordRange range{indices[piece.first], indices[piece.first]};
+    const std::size_t end = piece.first + piece.count;
+    for (std::size_t element = piece.first; element < end;) {
+        const std::size_t block = element / kBlockIndices;
+        const bool isWhole = element % kBlockIndices == 0 && element + kBlockIndices <= end && block < m_blocks.size();
+        const std::size_t next = isWhole ? element + kBlockIndices : std::min((block + 1) * kBlockIndices, end);
+        range = Join(range, isWhole ? m_blocks[block] : RangeOf(indices + element, next - element));
+        element = next;
+    }
+    return piece.IsRun() ? range : Join(range, {indices[0], indices[0]});
 }
 
 unsigned int SeparateMode(unsigned int mode) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 namespace KTR {
 
@@ -46,8 +47,21 @@ SurfacePiece WholePiece(unsigned int mode, std::size_t elementCount);
 std::size_t PrimitivesOf(const SurfacePiece& piece);
 /// Cuts a piece of at least four primitives in about the middle: the same primitives in the same order.
 std::pair<SurfacePiece, SurfacePiece> Cut(const SurfacePiece& piece);
-/// A piece of at least one element.
-RecordRange RangeOf(const SurfaceGeometry& geometry, const SurfacePiece& piece);
+/// The records that the pieces of one geometry name. Indices are looked through once, however often pieces are cut.
+class RecordRanges {
+public:
+    /// `whole` has at least one element. Throws when there is no memory.
+    RecordRanges(const SurfaceGeometry& geometry, const SurfacePiece& whole);
+
+    const RecordRange& Whole() const { return m_whole; }
+    /// Of a piece that was cut from the whole.
+    RecordRange Of(const SurfacePiece& piece) const;
+
+private:
+    const SurfaceGeometry& m_geometry;
+    std::vector<RecordRange> m_blocks; ///< of so many indices each; none where they are few
+    RecordRange m_whole;
+};
 
 /// The mode of a piece's primitives where each stands alone: GL_POINTS, GL_LINES or GL_TRIANGLES.
 unsigned int SeparateMode(unsigned int mode);

@@ -9,7 +9,7 @@
 
 #include <GL/glext.h>
 
-#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <exception>
 #include <vector>
@@ -26,6 +26,8 @@ constexpr std::size_t kStreamedRecords = 262'144;
 constexpr std::size_t kStreamedElements = 6 * kStreamedRecords;
 /// Most that one draw of fixed functions takes: below what a GLsizei holds.
 constexpr std::size_t kPointedElements = 1U << 30;
+/// Most records that are looked through for normals before they are drawn: the driver finds them in the cache then.
+constexpr std::size_t kInspectedRecords = 32'768;
 /// A piece of no more elements is not cut any further: its primitives are put together one by one.
 constexpr std::size_t kGatheredElements = 12'288;
 
@@ -34,14 +36,15 @@ constexpr std::size_t kMostElementsOfPrimitive = 3;
 /// Draws pieces of one geometry. What a piece needs to be drawn as it is differs by pipeline.
 class PieceDrawing {
 public:
-    explicit PieceDrawing(const SurfaceGeometry& geometry) : m_geometry(geometry) {}
+    PieceDrawing(const SurfaceGeometry& geometry, const RecordRanges& ranges)
+        : m_geometry(geometry), m_ranges(ranges) {}
     virtual ~PieceDrawing() = default;
     PieceDrawing(const PieceDrawing&) = delete;
     PieceDrawing& operator=(const PieceDrawing&) = delete;
 
-    /// Draws a piece that names the records of `range`. False when the driver has no memory. Throws when there is none
-    /// here.
-    bool Draw(const SurfacePiece& piece, const RecordRange& range) {
+    /// False when the driver has no memory. Throws when there is none here.
+    bool Draw(const SurfacePiece& piece) {
+        const RecordRange range = m_ranges.Of(piece);
         if (MayDrawWhole(piece, range)) {
             return DrawWhole(piece, range);
         }
@@ -49,7 +52,7 @@ public:
             return Gather(piece);
         }
         const auto [front, back] = Cut(piece);
-        return Draw(front, RangeOf(m_geometry, front)) && Draw(back, RangeOf(m_geometry, back));
+        return Draw(front) && Draw(back);
     }
 
 protected:
@@ -80,14 +83,15 @@ private:
     }
 
     const SurfaceGeometry& m_geometry;
+    const RecordRanges& m_ranges;
     std::vector<GLDrawGeometry> m_gathered;
 };
 
 /// From stream buffers.
 class StreamedPieces final : public PieceDrawing {
 public:
-    StreamedPieces(const SurfaceGeometry& geometry, const GLCalls& gl, SceneObjects& scene)
-        : PieceDrawing(geometry), m_gl(gl), m_scene(scene) {}
+    StreamedPieces(const SurfaceGeometry& geometry, const RecordRanges& ranges, const GLCalls& gl, SceneObjects& scene)
+        : PieceDrawing(geometry, ranges), m_gl(gl), m_scene(scene) {}
 
 protected:
     bool MayDrawWhole(const SurfacePiece& piece, const RecordRange& range) const override {
@@ -156,8 +160,9 @@ private:
 /// From where the host has it.
 class PointedPieces final : public PieceDrawing {
 public:
-    PointedPieces(const SurfaceGeometry& geometry, const GLCalls& gl, const StockProgram& stock)
-        : PieceDrawing(geometry), m_gl(gl), m_stock(stock),
+    PointedPieces(const SurfaceGeometry& geometry, const RecordRanges& ranges, const GLCalls& gl,
+                  const StockProgram& stock)
+        : PieceDrawing(geometry, ranges), m_gl(gl), m_stock(stock),
           m_needsNormals(stock.lit && stock.texture == ProgramTexture::None) {}
 
 protected:
@@ -166,8 +171,19 @@ protected:
         if (piece.count > kPointedElements || (!piece.IsRun() && piece.mode != GL_LINE_LOOP)) {
             return false;
         }
+        if (!m_needsNormals) {
+            return true;
+        }
         const GLDrawGeometry* const records = Geometry().records;
-        return !m_needsNormals || std::none_of(records + range.low, records + range.high + 1, LacksNormal);
+        if (range.Count() <= kInspectedRecords) {
+            return HaveNormals(records + range.low, range.Count());
+        }
+        for (std::size_t element = piece.first; element < piece.first + piece.count; ++element) {
+            if (piece.count > kGatheredElements || LacksNormal(records[Geometry().RecordOf(element)])) {
+                return false;
+            }
+        }
+        return true;
     }
 
     bool DrawWhole(const SurfacePiece& piece, const RecordRange& /*range*/) override {
@@ -206,6 +222,16 @@ protected:
 private:
     static bool LacksNormal(const GLDrawGeometry& record) {
         return record.nx == 0.0F && record.ny == 0.0F && record.nz == 0.0F;
+    }
+    /// Without a branch for each record: next to always they have.
+    static bool HaveNormals(const GLDrawGeometry* records, std::size_t count) {
+        std::size_t without = 0;
+        for (std::size_t index = 0; index < count; ++index) {
+            const GLDrawGeometry& record = records[index];
+            const float largest = std::abs(record.nx) + std::abs(record.ny) + std::abs(record.nz);
+            without += largest == 0.0F ? 1 : 0;
+        }
+        return without == 0;
     }
 
     void PointTo(const GLDrawGeometry* records) {
@@ -346,7 +372,7 @@ bool TakesMode(const StockProgram& stock, unsigned int mode) {
 }
 
 bool DrawWithProgram(COpenGLView& view, const SurfaceGeometry& geometry, GLShaderTypes shader,
-                     const SurfacePiece& whole, const RecordRange& range) {
+                     const SurfacePiece& whole, const RecordRanges& ranges) {
     const GLCalls gl = ViewAccess::CallGL(view);
     const StockProgramInUse program(view, gl, shader);
     ContextObjects& objects = ViewAccess::CurrentObjects(view);
@@ -357,16 +383,16 @@ bool DrawWithProgram(COpenGLView& view, const SurfaceGeometry& geometry, GLShade
     stream.vertexBuffer = objects.scene.vertices.name;
     const bool bound = BindVertexStorage(gl, objects, ViewAccess::StockPrograms().programs[shader], stream);
     objects.scene.vertices.name = stream.vertexBuffer;
-    return bound && StreamedPieces(geometry, gl, objects.scene).Draw(whole, range);
+    return bound && StreamedPieces(geometry, ranges, gl, objects.scene).Draw(whole);
 }
 
 bool DrawWithFixedFunctions(COpenGLView& view, const SurfaceGeometry& geometry, GLShaderTypes shader,
-                            const SurfacePiece& whole, const RecordRange& range) {
+                            const SurfacePiece& whole, const RecordRanges& ranges) {
     const StockProgram& stock = StockProgramOf(shader);
     const LightingScope lighting(view, stock.lit);
     const GLCalls gl = ViewAccess::CallGL(view);
     const ClientArrays arrays(view, gl, stock);
-    return PointedPieces(geometry, gl, stock).Draw(whole, range);
+    return PointedPieces(geometry, ranges, gl, stock).Draw(whole);
 }
 
 } // namespace
@@ -381,18 +407,21 @@ long COpenGLView::DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const 
     if (whole.count == 0) {
         return S_OK;
     }
-    const RecordRange range = RangeOf(geometry, whole);
-    if (!records || range.high >= count) {
+    if (!records) {
         return E_INVALIDARG;
     }
-    if (!HasCurrentContext()) {
-        return E_FAIL;
-    }
-    DrawWaitingVertices();
-    m_batch.Keep(0);
     try {
-        const bool drawn = DrawsWithPrograms() ? DrawWithProgram(*this, geometry, shader, whole, range)
-                                               : DrawWithFixedFunctions(*this, geometry, shader, whole, range);
+        const RecordRanges ranges(geometry, whole);
+        if (ranges.Whole().high >= count) {
+            return E_INVALIDARG;
+        }
+        if (!HasCurrentContext()) {
+            return E_FAIL;
+        }
+        DrawWaitingVertices();
+        m_batch.Keep(0);
+        const bool drawn = DrawsWithPrograms() ? DrawWithProgram(*this, geometry, shader, whole, ranges)
+                                               : DrawWithFixedFunctions(*this, geometry, shader, whole, ranges);
         return drawn ? S_OK : E_OUTOFMEMORY;
     } catch (const std::exception&) {
         return E_OUTOFMEMORY;

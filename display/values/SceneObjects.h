@@ -35,14 +35,34 @@ struct StreamBuffer {
     GLsizeiptr used = 0;     ///< bytes
 };
 
+/// What a host asked for of the shading by depths.
+struct EyeDomeSettings {
+    bool on = false;
+    float strength = 0.0F;
+    float radiusPixels = 1.0F;
+};
+
+/// What a context has for it.
+struct EyeDomeObjects {
+    unsigned int program = 0;
+    unsigned int depthTexture = 0; ///< a copy of a frame's depths, at its lower left
+    unsigned int vertexArray = 0;  ///< without any vertex data
+    int width = 0;                 ///< of the texture
+    int height = 0;
+    bool failed = false; ///< the driver refused the program
+};
+
 /// What a context has for scenes.
 struct SceneObjects {
     FixedLighting lighting;
     StreamBuffer vertices;
     StreamBuffer indices;
+    EyeDomeObjects eyeDome;
 
     /// Whether there is something that would stay behind if it were only forgotten.
-    bool HoldsNames() const { return vertices.name != 0 || indices.name != 0; }
+    bool HoldsNames() const {
+        return vertices.name != 0 || indices.name != 0 || eyeDome.program != 0 || eyeDome.vertexArray != 0;
+    }
 };
 
 } // namespace KTR

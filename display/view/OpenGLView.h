@@ -72,7 +72,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  15. Backing store             display/images/ViewBackingStore.cpp
 ///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
 ///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
-///  18. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp
+///  18. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp, ViewEyeDome.cpp
 ///  19. Rasters                   display/images/ViewRasters.cpp
 ///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
@@ -983,6 +983,33 @@ public:
     ///         E_OUTOFMEMORY, when a part may have been drawn
     long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
                         const unsigned int* indices, unsigned __int64 indexCount);
+
+    // Eye-dome lighting: shading by depths, for clouds of points, which have no normals. 4.x contexts only.
+    // Implemented in ViewEyeDome.cpp
+    //
+    // Each pixel that something was drawn to is darkened by how much nearer its neighbours are:
+    //
+    //     shown = color × exp(-strength × √(h² + v²) / radiusPixels)
+    //
+    // where h is the larger lead of the neighbours to the left and to the right, v that of those below and above, each
+    // radiusPixels away (rounded to whole pixels), and at least 0. A lead is how much nearer the neighbour is to the
+    // eye's plane, in sizes of a pixel at the neighbour's distance. So a surface shows the same shades at whatever
+    // scale, e to the power of -strength where it slopes by 45 degrees; and what lies far behind an edge shows a dark
+    // line.
+
+    /// Turns it on or off for the current context. `strength` 0 and up, 0.2 to 1 as a rule; `radiusPixels` 1 to 64, 1
+    /// or 2 as a rule. Any context takes the settings. S_OK, or E_INVALIDARG, and nothing changed, for other values.
+    long SetUpEyeDomeLighting(bool on, float strength, float radiusPixels);
+    /// Whether it works on the current context: on a 4.x context that has depths, unless its driver refused the
+    /// program. False with fixed functions and while the view's context is not current.
+    bool IsEyeDomeLightingAvailable() const;
+    /// Shades what has been drawn in the viewport, by the depths that are there. Call it once a frame, at the end of
+    /// the scene: before overlays, text and furniture, which are no part of it, before SaveBackingStore, so that the
+    /// stored frame is shaded, and while the projection is the scene's. A second call shades again. Off, or where it
+    /// does not work, it does nothing. Colours alone change, within the scissor box where that test is on; state is as
+    /// before afterwards, a host's own program included; one of the library's is in use no longer, and an open batch is
+    /// discarded. S_OK, also when it did nothing; E_FAIL when the driver refuses the program.
+    long DrawEyeDomeLighting();
 
     // ---- 19. Rasters. Implemented in ViewRasters.cpp
     // Values that become colours, images that are adjusted, and two images over the same ground.

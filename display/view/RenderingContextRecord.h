@@ -52,6 +52,7 @@ struct GLRenderingContextRecord {
     StackOfMatrices matrixStacks;
     CircularAttributeStack attributeStack;
     double textScale = 1.0;
+    EyeDomeSettings eyeDome;
     COrrinGLCement* glCement = nullptr; ///< owned; the context's functions
     COpenGLMath* math = nullptr;        ///< owned
     /// The functions still have to be loaded, because the context could not be made current when it was created.
