@@ -122,6 +122,7 @@ PointCloudFrame CloudDrawing::Advance(COpenGLView& view, Picture& picture, bool 
             frame.complete = frame.complete && picture.drawn[chunk] >= CountReachable(chunk, picture.drawn[chunk]);
         }
     }
+    frame.enlarged = picture.isEnlarged;
     frame.complete = frame.complete && !picture.isEnlarged;
     return frame;
 }

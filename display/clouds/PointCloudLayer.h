@@ -68,6 +68,7 @@ struct PointCloudFrame {
     unsigned __int64 inView = 0; ///< points of the chunks that the view sees, of those read so far
     /// From point to point, where there are more to come; 0 where all are there.
     double spacingPixels = 0.0;
+    bool enlarged = false; ///< points are larger than asked for: Refine cannot go on with this frame
     bool complete = false; ///< all that the view sees is there, and all has been read
     bool outdated = false; ///< nothing was drawn: the frame has to be cleared and begun again with Draw
     long result = 0;       ///< S_OK, E_FAIL without a current context, E_OUTOFMEMORY; E_UNEXPECTED: the colouring threw

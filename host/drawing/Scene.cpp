@@ -2,7 +2,10 @@
 
 #include "PolygonFill.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <thread>
 #include <utility>
 
 namespace OrrinViewer {
@@ -14,11 +17,25 @@ constexpr Rgb kOutline{255, 176, 64};
 constexpr float kOutlineWidthPixels = 1.0F;
 constexpr float kSymbolSizePixels = 5.0F;
 
+/// True where the positions can be longitudes and latitudes in degrees.
+bool FitsTheGlobe(const Extent& extent) {
+    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
+}
+
+void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
+    frame.complete = frame.complete && cloud.complete;
+    frame.outdated = frame.outdated || cloud.outdated;
+    frame.enlarged = frame.enlarged || cloud.enlarged;
+    frame.drawn += cloud.drawn;
+    frame.spacingPixels = std::max(frame.spacingPixels, cloud.spacingPixels);
+}
+
 } // namespace
 
-void Scene::AddCloud(PointCloud cloud) {
-    Include(cloud.extent);
-    m_clouds.emplace_back(std::move(cloud));
+void Scene::AddCloud(std::unique_ptr<CloudReader> reader) {
+    m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader)));
+    m_extent.Include(m_clouds.back()->GetExtent());
+    m_origin = m_extent.Center();
 }
 
 void Scene::AddSurface(ElevationGrid grid) {
@@ -37,11 +54,11 @@ void Scene::AddVectorLayer(VectorLayer layer) {
 }
 
 std::size_t Scene::CountPoints() const {
-    std::size_t count = 0;
-    for (const CloudLayer& cloud : m_clouds) {
-        count += cloud.Cloud().Count();
+    std::uint64_t count = 0;
+    for (const auto& cloud : m_clouds) {
+        count += cloud->CountPoints();
     }
-    return count;
+    return static_cast<std::size_t>(count);
 }
 
 std::size_t Scene::CountFeatures() const {
@@ -68,10 +85,55 @@ std::size_t Scene::CountPixels() const {
     return count;
 }
 
-void Scene::ColorClouds(std::optional<ColorMode> mode) {
-    if (!m_clouds.empty()) {
-        m_colorMode = mode.value_or(ChooseColorMode(m_clouds.front().Cloud()));
+void Scene::Update() {
+    bool isChanged = false;
+    for (const auto& cloud : m_clouds) {
+        isChanged = cloud->Update() || isChanged;
     }
+    if (!isChanged) {
+        return;
+    }
+    m_extent = m_extentWithoutClouds;
+    for (const auto& cloud : m_clouds) {
+        m_extent.Include(cloud->GetExtent());
+    }
+    m_origin = m_extent.Center();
+    if (!m_isColorModeChosen) {
+        m_colorMode = ChooseColorMode(m_clouds.front()->Traits());
+    }
+    ColorAllClouds();
+    ++m_version;
+}
+
+bool Scene::IsReading() const {
+    return std::any_of(m_clouds.begin(), m_clouds.end(), [](const auto& cloud) { return cloud->IsReading(); });
+}
+
+void Scene::WaitUntilRead() {
+    while (IsReading()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    Update();
+}
+
+std::string Scene::GetProblem() const {
+    for (const auto& cloud : m_clouds) {
+        if (std::string problem = cloud->GetProblem(); !problem.empty()) {
+            return problem;
+        }
+    }
+    return {};
+}
+
+MapUnits Scene::GetUnits() const {
+    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
+    const bool areDegrees = !m_layers.empty() && FitsTheGlobe(m_extent);
+    return m_units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres);
+}
+
+void Scene::ColorClouds(std::optional<ColorMode> mode) {
+    m_isColorModeChosen = mode.has_value();
+    m_colorMode = mode.value_or(m_colorMode);
     ColorAllClouds();
 }
 
@@ -90,6 +152,7 @@ const char* Scene::SwitchColors() {
         m_colorMode = ColorMode::Recorded;
         break;
     }
+    m_isColorModeChosen = true;
     ColorAllClouds();
     return NameOfColors();
 }
@@ -108,61 +171,68 @@ const char* Scene::NameOfColors() const {
     return "";
 }
 
-void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
-    view.SetBackgroundColor(kBackground, true);
+/// A parallel projection from above onto the visible area. Everything is relative to the origin, and stays in double
+/// precision until the library hands the product of the matrices to OpenGL.
+SceneView Scene::SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const {
+    const Extent area = navigator.VisibleArea();
+    const double heightRange = m_extent.IsEmpty() ? 0.0 : m_extent.high.z - m_extent.low.z;
+    const double depth = heightRange * m_exaggeration + 1.0;
     view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
-    SetUpCamera(view, navigator);
-    DrawContent(view, navigator.VisibleArea(), navigator.UnitsPerPixel());
+    view.MatrixMode(GL_PROJECTION);
+    view.Ortho(area.low.x - m_origin.x, area.high.x - m_origin.x, area.low.y - m_origin.y, area.high.y - m_origin.y,
+               -depth, depth);
+    view.MatrixMode(GL_MODELVIEW);
+    view.LoadIdentity();
+    SetUpSunAndHeights(view);
+    return {area, navigator.UnitsPerPixel()};
 }
 
-void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
-    view.SetBackgroundColor(kBackground, true);
+/// A perspective of the scene's middle, which is the origin.
+SceneView Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels,
+                             int heightPixels) const {
     view.SetUpViewport(0, 0, widthPixels, heightPixels);
-    SetUpCamera(view, navigator);
+    view.MatrixMode(GL_PROJECTION);
+    view.Perspective(OrbitNavigator::kFieldOfViewDegrees, navigator.AspectRatio(), navigator.NearDistance(),
+                     navigator.FarDistance());
+    view.MatrixMode(GL_MODELVIEW);
+    const Position eye = navigator.Eye();
+    view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
+    SetUpSunAndHeights(view);
     // On a relief an area would have to bend with it, where its triangles are flat.
-    DrawContent(view, m_surfaces.empty() ? m_extent : Extent(), 0.0);
+    return {m_surfaces.empty() ? m_extent : Extent(), 0.0};
 }
 
-void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.ReleaseGLObjects(view);
+CloudsFrame Scene::Begin(KTR::COpenGLView& view, const SceneView& sceneView, const CloudBudget& budget) {
+    DrawGround(view, sceneView);
+    const auto clouds = std::max<std::size_t>(m_clouds.size(), 1);
+    const CloudBudget share{budget.points == 0 ? 0 : std::max<std::uint64_t>(budget.points / clouds, 1),
+                            budget.milliseconds / static_cast<double>(clouds)};
+    CloudsFrame frame;
+    for (const auto& cloud : m_clouds) {
+        Join(frame, cloud->Draw(view, m_origin, m_pointSizePixels, share));
     }
+    return frame;
 }
 
-void Scene::Include(const Extent& extent) {
-    m_extent.Include(extent);
-    m_origin = m_extent.Center();
-}
-
-/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;
-/// `unitsPerPixel` is the scale of a map, 0 in perspective.
-void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel) {
-    // Parcels, outlines and small clouds are many batches that look alike.
-    const KTR::SharedDraws shared(view);
-    SetUpSun(view);
-    view.Scale(1.0, 1.0, m_exaggeration);
-
-    // Rasters are the ground below everything.
-    view.Disable(GL_DEPTH_TEST);
-    const double lowestZ = m_extent.low.z - m_origin.z;
-    for (const RasterLayer& raster : m_rasters) {
-        raster.Draw(view, m_origin, lowestZ, unitsPerPixel);
-    }
-    // What is nearer hides what is farther; seen from above, what is higher what is lower.
+CloudsFrame Scene::Refine(KTR::COpenGLView& view) {
     view.Enable(GL_DEPTH_TEST);
-    for (const Surface& surface : m_surfaces) {
-        surface.Draw(view, m_origin);
+    CloudsFrame frame;
+    for (const auto& cloud : m_clouds) {
+        Join(frame, cloud->Refine(view));
     }
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.Draw(view, m_origin, m_pointSizePixels);
-    }
+    return frame;
+}
+
+void Scene::DrawShapes(KTR::COpenGLView& view, const SceneView& sceneView) {
+    // Parcels and outlines are many batches that look alike.
+    const KTR::SharedDraws shared(view);
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
         const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
         for (const VectorLayer& layer : m_layers) {
-            FillPolygons(view, layer, area, opacity, onTheGround);
+            FillPolygons(view, layer, sceneView.area, opacity, onTheGround);
         }
     }
     for (const VectorLayer& layer : m_layers) {
@@ -170,33 +240,61 @@ void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double units
     }
 }
 
-void Scene::ColorAllClouds() {
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.Color(m_colorMode);
+void Scene::Draw(KTR::COpenGLView& view, const SceneView& sceneView) {
+    DrawGround(view, sceneView);
+    // One cloud after the other: of two points at one place and height the first one shows.
+    for (const auto& cloud : m_clouds) {
+        KTR::PointCloudFrame frame = cloud->Draw(view, m_origin, m_pointSizePixels, {});
+        while (!frame.complete && frame.result == S_OK) {
+            if (frame.drawn == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            frame = cloud->Refine(view);
+        }
+    }
+    DrawShapes(view, sceneView);
+}
+
+void Scene::Forget(const KTR::COpenGLView& view) {
+    for (const auto& cloud : m_clouds) {
+        cloud->Forget(view);
     }
 }
 
-/// A parallel projection from above onto the visible area. Everything is relative to the origin, and stays in double
-/// precision until the library hands the product of the matrices to OpenGL.
-void Scene::SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const {
-    const Extent area = navigator.VisibleArea();
-    const double heightRange = m_extent.IsEmpty() ? 0.0 : m_extent.high.z - m_extent.low.z;
-    const double depth = heightRange * m_exaggeration + 1.0;
-    view.MatrixMode(GL_PROJECTION);
-    view.Ortho(area.low.x - m_origin.x, area.high.x - m_origin.x, area.low.y - m_origin.y, area.high.y - m_origin.y,
-               -depth, depth);
-    view.MatrixMode(GL_MODELVIEW);
-    view.LoadIdentity();
+void Scene::Include(const Extent& extent) {
+    m_extentWithoutClouds.Include(extent);
+    m_extent.Include(extent);
+    m_origin = m_extent.Center();
 }
 
-/// A perspective of the scene's middle, which is the origin.
-void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const {
-    view.MatrixMode(GL_PROJECTION);
-    view.Perspective(OrbitNavigator::kFieldOfViewDegrees, navigator.AspectRatio(), navigator.NearDistance(),
-                     navigator.FarDistance());
-    view.MatrixMode(GL_MODELVIEW);
-    const Position eye = navigator.Eye();
-    view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
+/// Clears the frame and draws what lies below the clouds.
+void Scene::DrawGround(KTR::COpenGLView& view, const SceneView& sceneView) {
+    view.SetBackgroundColor(kBackground, true);
+    // Reliefs are many batches that look alike.
+    const KTR::SharedDraws shared(view);
+    // Rasters are the ground below everything.
+    view.Disable(GL_DEPTH_TEST);
+    const double lowestZ = m_extent.low.z - m_origin.z;
+    for (const RasterLayer& raster : m_rasters) {
+        raster.Draw(view, m_origin, lowestZ, sceneView.unitsPerPixel);
+    }
+    // What is nearer hides what is farther; seen from above, what is higher what is lower.
+    view.Enable(GL_DEPTH_TEST);
+    for (const Surface& surface : m_surfaces) {
+        surface.Draw(view, m_origin);
+    }
+}
+
+void Scene::ColorAllClouds() {
+    for (const auto& cloud : m_clouds) {
+        cloud->Color(m_colorMode);
+    }
+}
+
+/// The sun stands still whatever the heights are multiplied by.
+void Scene::SetUpSunAndHeights(KTR::COpenGLView& view) const {
+    SetUpSun(view);
+    view.Scale(1.0, 1.0, m_exaggeration);
 }
 
 void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {

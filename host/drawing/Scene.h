@@ -12,6 +12,7 @@
 
 #include <OrrinDisplay.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,13 +20,32 @@
 
 namespace OrrinViewer {
 
+/// How a camera sees the scene.
+struct SceneView {
+    Extent area;                ///< areas to be filled are drawn where they reach in
+    double unitsPerPixel = 0.0; ///< the scale of a map, 0 in perspective
+};
+
+/// What has been drawn of the clouds.
+struct CloudsFrame {
+    bool complete = true;       ///< all that there is to see
+    bool outdated = false;      ///< nothing: the frame has to be begun anew
+    bool enlarged = false;      ///< points are larger than they should be, since they are so few
+    std::uint64_t drawn = 0;    ///< points, by the last call
+    double spacingPixels = 0.0; ///< between points, where there are more to come
+};
+
 /// The data that all windows show, and how it is drawn. This is the part to read for how a host uses the library.
+///
+/// A frame is drawn in three steps: the ground with as many points of the clouds as the budget allows, further points
+/// in as many steps as it takes, and the shapes that lie over all of them.
 class Scene {
 public:
     // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, clouds, vectors. Add
     // everything before the first frame.
 
-    void AddCloud(PointCloud cloud);
+    /// The cloud is read in the background from now on.
+    void AddCloud(std::unique_ptr<CloudReader> reader);
     void AddSurface(ElevationGrid grid);
     /// `name` tells it from all other rasters of the process; `smooth` blends between its pixels.
     void AddRaster(Raster raster, std::wstring name, bool smooth);
@@ -38,8 +58,18 @@ public:
     std::size_t CountCells() const;
     std::size_t CountPixels() const;
 
-    void SetUnits(MapUnits units) { m_units = units; }
-    MapUnits GetUnits() const { return m_units; }
+    /// Takes over what has been read of the clouds. Extent, colours and origin may be others then, and the version is.
+    void Update();
+    /// Grows with each change that all frames have to show.
+    int GetVersion() const { return m_version; }
+    bool IsReading() const;
+    void WaitUntilRead();
+    /// Why a cloud has no more points than it has; empty while nothing went wrong.
+    std::string GetProblem() const;
+
+    /// Without units they are degrees where coordinates look like that.
+    void SetUnits(std::optional<MapUnits> units) { m_units = units; }
+    MapUnits GetUnits() const;
     void SetLabels(std::vector<FeatureLabel> labels) { m_labels = std::move(labels); }
     /// Those of large features first.
     const std::vector<FeatureLabel>& GetLabels() const { return m_labels; }
@@ -57,34 +87,45 @@ public:
     /// From 0, areas are not filled, to 1, nothing shows through them.
     void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
 
-    /// Draws one frame into the view's back buffer, from above or in perspective. The view's main context must be
-    /// current.
-    void Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
-    void Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
-    /// Deletes what was put into the view's context, which must be current. Textures stay in the library's cache.
-    void ReleaseGLObjects(KTR::COpenGLView& view);
+    /// Sets up the camera, from above or in perspective. The view's main context must be current, here and below.
+    SceneView SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
+    SceneView SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels,
+                          int heightPixels) const;
+    /// Begins a frame in the view's back buffer, with the camera that is set up: rasters, surfaces, and of the clouds
+    /// what the budget allows.
+    CloudsFrame Begin(KTR::COpenGLView& view, const SceneView& sceneView, const CloudBudget& budget);
+    /// Adds points to a frame that was begun with the same camera.
+    CloudsFrame Refine(KTR::COpenGLView& view);
+    /// Draws areas and outlines over it.
+    void DrawShapes(KTR::COpenGLView& view, const SceneView& sceneView);
+    /// All of it at once, however long it takes.
+    void Draw(KTR::COpenGLView& view, const SceneView& sceneView);
+    /// Before the view goes. Textures stay in the library's cache.
+    void Forget(const KTR::COpenGLView& view);
 
 private:
     void Include(const Extent& extent);
     void ColorAllClouds();
-    void SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
-    void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
-    void DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel);
+    void SetUpSunAndHeights(KTR::COpenGLView& view) const;
+    void DrawGround(KTR::COpenGLView& view, const SceneView& sceneView);
     Position OnTheGround(const Position& position) const;
     void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
     void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
     void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
 
-    std::vector<CloudLayer> m_clouds;
+    std::vector<std::unique_ptr<CloudLayer>> m_clouds;
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
     std::vector<VectorLayer> m_layers;
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
+    Extent m_extentWithoutClouds;
+    int m_version = 0;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
     /// metres of a national grid.
     Position m_origin;
-    MapUnits m_units = MapUnits::Metres;
+    std::optional<MapUnits> m_units;
+    bool m_isColorModeChosen = false; ///< by the user
     ColorMode m_colorMode = ColorMode::Elevation;
     double m_pointSizePixels = 2.0;
     double m_exaggeration = 1.0;

@@ -23,6 +23,11 @@ constexpr double kZoomPerNotch = 1.25;
 constexpr double kPanPixels = 60.0;
 constexpr Rgb kBandColor{120, 180, 255};
 constexpr std::uint8_t kBandOpacity = 50;
+/// For points that are still read or fetched.
+constexpr UINT_PTR kTimer = 1;
+constexpr UINT kTimerMilliseconds = 30;
+/// A frame of a cloud that looks sparser than this is not worth showing: the next ones come soon.
+constexpr double kMostSpacingOfPointSize = 1.5;
 
 POINT CursorOf(LPARAM lParam) {
     return {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
@@ -39,7 +44,7 @@ ViewerWindow::~ViewerWindow() {
         // In this order: GL objects while the window exists, then the contexts, then the window.
         if (m_ready && m_view->MakeCurrent(KTR::GLContextMain)) {
             m_texts.Release(*m_view);
-            m_scene.ReleaseGLObjects(*m_view);
+            m_scene.Forget(*m_view);
         }
         m_view->ShutDownOpenGLContexts(m_window);
         m_view.reset();
@@ -94,9 +99,11 @@ bool ViewerWindow::Open(int offsetPixels) {
     ShowEverything();
     if (m_options.area) {
         m_navigator.Show(*m_options.area);
+        m_isNavigated = true;
     }
     LoadTexts();
     UpdateTitle();
+    SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
     return true;
 }
 
@@ -104,11 +111,9 @@ double ViewerWindow::DrawScene() {
     const auto start = std::chrono::steady_clock::now();
     // Another window's context may be the current one.
     m_view->MakeCurrent(KTR::GLContextMain);
+    m_scene.Draw(*m_view, SetUpCamera());
     if (m_camera == Camera::Map) {
-        m_scene.Draw(*m_view, m_navigator);
         DrawMapTexts();
-    } else {
-        m_scene.Draw(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
     }
     // Without this only the time to hand over the commands would be measured.
     m_view->Finish();
@@ -143,8 +148,11 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         Redraw();
         return 0;
     case WM_PAINT:
-        DrawFrame();
         ValidateRect(m_window, nullptr);
+        DrawFrame();
+        return 0;
+    case WM_TIMER:
+        HandleTimer();
         return 0;
     case WM_ERASEBKGND:
         return 1; // every frame fills the window
@@ -194,6 +202,7 @@ void ViewerWindow::HandleButtonUp() {
     if (m_band.FollowsMouse() && m_band.GetKind() == RubberBand::Kind::Zoom &&
         m_band.IsLargeEnoughToZoom(m_navigator.UnitsPerPixel())) {
         m_navigator.Show(m_band.Box());
+        m_isNavigated = true;
         Redraw();
     }
     m_band.Drop();
@@ -239,6 +248,7 @@ void ViewerWindow::HandleKey(WPARAM key) {
         break;
     case VK_HOME:
         ShowEverything();
+        m_isNavigated = false;
         break;
     case 'V':
         m_camera = m_camera == Camera::Map ? Camera::Perspective : Camera::Map;
@@ -279,10 +289,22 @@ void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
     } else {
         m_orbit.Zoom(factor);
     }
+    m_isNavigated = true;
     Redraw();
 }
 
+void ViewerWindow::HandleTimer() {
+    MeetScene();
+    if (m_waits) {
+        RedrawOverlay();
+    }
+    if (m_stored == Stored::Scene && !m_scene.IsReading()) {
+        KillTimer(m_window, kTimer);
+    }
+}
+
 void ViewerWindow::Drag(double rightPixels, double downPixels) {
+    m_isNavigated = true;
     if (m_camera == Camera::Map) {
         m_navigator.Pan(rightPixels, downPixels);
     } else {
@@ -356,37 +378,112 @@ void ViewerWindow::DrawFrame() {
     if (!m_ready) {
         return;
     }
-    if (!m_isSceneStored || !RestoreScene()) {
-        m_frameMilliseconds = DrawScene();
-        UpdateTitle();
-        // While the map moves under the mouse, the next frame is another one.
-        const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
-        m_isSceneStored =
-            !m_dragging && SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK, 0, 0,
-                                                              m_navigator.Width(), m_navigator.Height()));
+    MeetScene();
+    if (DrawSceneOrPart()) {
+        DrawOverlay();
+        Present();
     }
-    DrawOverlay();
-    Present();
 }
 
-/// Puts the stored frame into the back buffer.
-bool ViewerWindow::RestoreScene() {
+/// Sees to it that the scene is in the back buffer, with as many points as can be drawn without making the user wait.
+/// False where there are too few of them to be shown; then further ones come soon.
+bool ViewerWindow::DrawSceneOrPart() {
+    if (m_stored == Stored::Scene && RestoreFrame(false)) {
+        return true;
+    }
+    const auto start = std::chrono::steady_clock::now();
+    m_view->MakeCurrent(KTR::GLContextMain);
+    const CloudsFrame frame = RefineOrBegin();
+    const SceneView sceneView = SetUpCamera();
+    if (!frame.complete) {
+        StoreFrame(Stored::Clouds);
+    }
+    DrawAboveClouds(sceneView);
+    if (frame.complete) {
+        StoreFrame(Stored::Scene);
+    }
+    m_view->Finish();
+    m_frameMilliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    UpdateTitle();
+    // While the map moves under the mouse, the next frame is another one.
+    m_waits = !frame.complete && frame.drawn == 0 && !frame.enlarged;
+    if (!frame.complete && !m_waits && !m_dragging) {
+        RedrawOverlay();
+    }
+    if (!frame.complete) {
+        SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+    }
+    return frame.complete || frame.enlarged || m_waits || m_dragging ||
+           frame.spacingPixels <= kMostSpacingOfPointSize * m_scene.GetPointSize();
+}
+
+CloudsFrame ViewerWindow::RefineOrBegin() {
+    const CloudBudget budget{m_options.budgetPoints, m_options.budgetMilliseconds};
+    if (m_stored == Stored::Clouds && RestoreFrame(true)) {
+        SetUpCamera();
+        const CloudsFrame frame = m_scene.Refine(*m_view);
+        if (!frame.outdated) {
+            return frame;
+        }
+    }
+    return m_scene.Begin(*m_view, SetUpCamera(), budget);
+}
+
+SceneView ViewerWindow::SetUpCamera() {
+    return m_camera == Camera::Map ? m_scene.SetUpCamera(*m_view, m_navigator)
+                                   : m_scene.SetUpCamera(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
+}
+
+void ViewerWindow::DrawAboveClouds(const SceneView& sceneView) {
+    m_scene.DrawShapes(*m_view, sceneView);
+    if (m_camera == Camera::Map) {
+        DrawMapTexts();
+    }
+}
+
+/// Puts the stored frame into the back buffer; with its depths, so that points can be added.
+///
+/// NOTE: On a fixed-function context the store has no depths. There those of the frame are still in the depth buffer:
+/// nothing that is drawn over the clouds writes any, and swapping leaves them alone.
+bool ViewerWindow::RestoreFrame(bool depths) {
     if (!m_view->MakeCurrent(KTR::GLContextMain)) {
         return false;
     }
     const int width = m_navigator.Width();
     const int height = m_navigator.Height();
-    m_view->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, width, height, 0, 0, width, height, false, false, false);
+    m_view->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, width, height, 0, 0, width, height, false, depths, false);
     return true;
 }
 
+void ViewerWindow::StoreFrame(Stored stored) {
+    const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
+    const bool isStored =
+        !m_dragging && SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK, 0, 0,
+                                                          m_navigator.Width(), m_navigator.Height()));
+    m_stored = isStored ? stored : Stored::Nothing;
+}
+
+/// Shows what has come to the scene since the last frame.
+void ViewerWindow::MeetScene() {
+    m_scene.Update();
+    if (m_scene.GetVersion() == m_sceneVersion) {
+        return;
+    }
+    m_sceneVersion = m_scene.GetVersion();
+    if (!m_isNavigated) {
+        ShowEverything();
+    }
+    Redraw();
+}
+
 void ViewerWindow::Redraw() {
-    m_isSceneStored = false;
+    m_stored = Stored::Nothing;
     RedrawOverlay();
 }
 
 void ViewerWindow::UpdateTitle() const {
-    std::wstring title = L"OrrinViewer - " + std::to_wstring(m_scene.CountPoints()) + L" points, " +
+    std::wstring title = L"OrrinViewer - " + std::to_wstring(m_scene.CountPoints()) +
+                         (m_scene.IsReading() ? L" points so far, " : L" points, ") +
                          std::to_wstring(m_scene.CountFeatures()) + L" features";
     if (m_scene.CountPoints() > 0) {
         const std::string colors = m_scene.NameOfColors();
@@ -396,6 +493,9 @@ void ViewerWindow::UpdateTitle() const {
         wchar_t time[32] = {};
         std::swprintf(time, std::size(time), L" - %.1f ms", m_frameMilliseconds);
         title += time;
+    }
+    if (const std::string problem = m_scene.GetProblem(); !problem.empty()) {
+        title += L" - " + WideText(problem);
     }
     SetWindowTextW(m_window, title.c_str());
 }
