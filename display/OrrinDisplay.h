@@ -4,6 +4,7 @@
 
 #include "clouds/PointCloudLayer.h"
 #include "images/BitmapFile.h"
+#include "images/RasterTypes.h"
 #include "images/TexturedQuadrilateral.h"
 #include "pipeline/KeptGeometry.h"
 #include "pipeline/ShaderFiles.h"
@@ -13,5 +14,7 @@
 #include "platform/PixelFormat.h"
 #include "platform/ProcessEnvironment.h"
 #include "platform/VersionPolicy.h"
+#include "scene/SurfaceNormals.h"
+#include "shapes/ShapeStyles.h"
 #include "text/FontFiles.h"
 #include "view/OpenGLView.h"

@@ -16,6 +16,7 @@ public:
     PointCloudFrame Draw(COpenGLView& view, const PointCloudDrawing& drawing, bool delivers);
     PointCloudFrame Refine(COpenGLView& view, bool delivers);
     void Forget(const COpenGLView& view);
+    void FreeCard() { m_card.Clear(); }
     unsigned long long GetCardBytes() const { return m_card.GetBytes(); }
 
     /// What a view sees of the cloud now.

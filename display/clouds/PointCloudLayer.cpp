@@ -134,4 +134,10 @@ void CPointCloudLayer::Forget(const COpenGLView& view) {
     }
 }
 
+void CPointCloudLayer::FreeCard() {
+    if (m_parts) {
+        m_parts->drawing.FreeCard();
+    }
+}
+
 } // namespace KTR

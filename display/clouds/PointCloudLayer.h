@@ -127,6 +127,8 @@ public:
     PointCloudFrame Refine(COpenGLView& view);
     /// Before a view goes, so that nothing is fetched for it any more.
     void Forget(const COpenGLView& view);
+    /// Frees what is on the card. Frames drawn later put there again what they need.
+    void FreeCard();
 
 private:
     std::unique_ptr<PointCloudParts> m_parts;

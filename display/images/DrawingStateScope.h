@@ -15,7 +15,7 @@ namespace KTR {
 class COpenGLView;
 
 /// What is about to be drawn, or read back.
-enum class DrawnThing { Image, Frame };
+enum class DrawnThing { Image, TwoImages, Frame };
 
 /// Keeps what drawing an image, or saving and restoring a frame, changes of a view's current context, and puts it back
 /// when it goes: in OpenGL what OpenGL had, and in the library's copy what that said, even where a host has set the two

@@ -1,19 +1,15 @@
 #include "../view/OpenGLView.h"
 
-#include "../pipeline/TextureUnit.h"
 #include "../view/ViewAccess.h"
 
-#include "DrawingStateScope.h"
+#include "ImageDrawing.h"
 #include "ImageRows.h"
 #include "ImageUpload.h"
 #include "TexturedQuadrilateral.h"
 
 #include <GL/glext.h>
 
-#include <glm/gtc/matrix_transform.hpp>
-
 #include <algorithm>
-#include <cmath>
 #include <exception>
 #include <span>
 
@@ -24,85 +20,6 @@ namespace {
 NoDataTreatment TreatmentFrom(const GLAttributes& attributes) {
     const auto color = [](const GLRGBAColor& rgba) { return GLRGBColor{rgba.r, rgba.g, rgba.b}; };
     return {color(attributes.noDataMarker), attributes.noDataIsTransparent != 0, color(attributes.noDataPaint)};
-}
-
-constexpr GLTexCoords kWholeTexture[] = {{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}};
-
-/// Sets up what quadrilaterals are drawn with as long as it lives: positions relative to `origin`, the texture on the
-/// first unit, blending by alpha. The view's context has to be current.
-class ImageDrawing {
-public:
-    ImageDrawing(COpenGLView& view, const glm::dvec3& origin, unsigned int texture, unsigned int sampler)
-        : m_view(view), m_state(view, DrawnThing::Image) {
-        m_state.PrepareForDrawing();
-        // One matrix, formed in double precision: map coordinates and the view's offset cancel before they are rounded.
-        MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-        matrices.projection = matrices.projection * glm::translate(matrices.modelview, origin);
-        matrices.modelview = glm::dmat4(1.0);
-        view.LoadCurrentMatrices();
-        view.Enable(GL_BLEND);
-        view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-        if (!view.DrawsWithPrograms()) {
-            view.Disable(GL_LIGHTING);
-        }
-        view.DrawSetupSetShaderTexture(texture, sampler);
-        view.EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
-        if (!view.DrawsWithPrograms()) {
-            // They take the transparency from the vertices, programs from the context.
-            view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
-        }
-    }
-    ~ImageDrawing() { m_state.EndDrawing(); }
-    ImageDrawing(const ImageDrawing&) = delete;
-    ImageDrawing& operator=(const ImageDrawing&) = delete;
-
-    /// What is drawn from now on shows another texture.
-    void UseTexture(unsigned int texture, unsigned int sampler) const {
-        const GLCalls gl = ViewAccess::CallGL(m_view);
-        if (m_view.DrawsWithPrograms()) {
-            BindTextureUnit(gl, 0, texture, sampler);
-        } else {
-            gl.glBindTexture(GL_TEXTURE_2D, texture);
-        }
-    }
-
-private:
-    COpenGLView& m_view;
-    DrawingStateScope m_state;
-};
-
-void BeginQuadrilaterals(COpenGLView& view) {
-    view.BeginArrays(GL_TRIANGLES, GLShaderTextureDecal);
-}
-
-/// Adds one whose positions are relative to the origin of ImageDrawing.
-void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoords* coordinates) {
-    const float transparency = ViewAccess::CurrentRecord(view).attributes.textureTransparency;
-    const auto alpha = static_cast<unsigned char>(std::lround(transparency * 255.0F));
-    for (const int corner : {0, 1, 2, 0, 2, 3}) {
-        view.AddTextureDataCurrentIndex(coordinates[corner].s, coordinates[corner].t);
-        view.AddIndex3DVertexRGBA(corners[corner].x, corners[corner].y, corners[corner].z, 255, 255, 255, alpha);
-    }
-}
-
-/// The same for positions that are not yet.
-void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoords* coordinates,
-                      const glm::dvec3& origin) {
-    PointXYZ relative[4];
-    for (int corner = 0; corner < 4; ++corner) {
-        relative[corner] = {corners[corner].x - origin.x, corners[corner].y - origin.y, corners[corner].z - origin.z};
-    }
-    AddQuadrilateral(view, relative, coordinates);
-}
-
-/// The point in the middle of what the view shows, where its matrices have one. A layer may reach far beyond the
-/// window; what is seen of it is near this point, and keeps its digits.
-glm::dvec3 OriginInView(const COpenGLView& view, const PointXYZ& otherwise) {
-    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-    const glm::dvec4 middle = glm::inverse(matrices.projection * matrices.modelview) * glm::dvec4(0.0, 0.0, 0.0, 1.0);
-    const glm::dvec3 origin = glm::dvec3(middle) / middle.w;
-    const bool finite = std::isfinite(origin.x) && std::isfinite(origin.y) && std::isfinite(origin.z);
-    return finite ? origin : glm::dvec3(otherwise.x, otherwise.y, otherwise.z);
 }
 
 /// Loads what a tile's texture holds of an image, pixels without data treated. With `pads` the texture's sides become
@@ -254,6 +171,7 @@ long COpenGLView::DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadri
     const glm::dvec3 origin = OriginInView(*this, all.front().corners[0]);
     const TexturedQuadrilateral* before = &all.front();
     const ImageDrawing drawing(*this, origin, before->texture, before->sampler);
+    const SharedDraws shared(*this);
     BeginQuadrilaterals(*this);
     for (const TexturedQuadrilateral& one : all) {
         if (one.texture != before->texture || one.sampler != before->sampler) {

@@ -1,6 +1,9 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/SceneRelease.h"
+#include "../scene/ViewLight.h"
+#include "../text/FontTextures.h"
 #include "GeometryFilling.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
@@ -105,12 +108,16 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
         return;
     }
     if (DrawsWithPrograms()) {
+        if (type == GLShaderText) {
+            UploadRestOfBoundFont(*this);
+        }
         if (!IsStockProgram(type) || BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type],
                                                                   vbo, geometry, count) != S_OK) {
             CurrentObjects().boundProgram = 0; // nothing is drawn, least of all with the program of the batch before
         }
         return;
     }
+    SendLight(*this);
     GLint vertexSize = 0;
     GLint vertexType = 0;
     GLint colorSize = 0;
@@ -206,6 +213,7 @@ long COpenGLView::DeleteAttributeBuffers() {
     objects.hostVertexArrays.clear();
     m_gpuWaits += objects.ring.ReleaseFences(gl);
     objects.ring.Release(gl);
+    DeleteSceneObjects(gl, objects.scene);
     // The next batch binds its program again, with new arrays and buffers.
     objects.boundProgram = 0;
     gl.Label(L"DeleteAttributeBuffers: END");

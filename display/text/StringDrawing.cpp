@@ -122,7 +122,7 @@ void BindFont(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextBinding&
 /// not show. Only when it does not show itself, the first string that does begins another draw.
 glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextFrame& frame) {
     if (!view.DrawsWithPrograms()) {
-        view.BeginArrays(GL_TRIANGLES, GLShaderText);
+        ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
         return {};
     }
     TextState& text = ViewAccess::Text(view);
@@ -137,7 +137,7 @@ glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const T
     ViewAccess::CallGL(view);
     BindFont(view, font, wanted, OriginAt(view, frame.place));
     text.originShows = Shows(view, frame.place);
-    view.BeginArrays(GL_TRIANGLES, GLShaderText);
+    ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
     return text.origin;
 }
 
@@ -228,7 +228,7 @@ long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, 
         return E_INVALIDARG;
     }
     if (view.DrawsWithPrograms()) {
-        if (const long result = UploadFontTexture(view, *atlas); result != S_OK) {
+        if (const long result = UploadFontTexture(view, *atlas, text); result != S_OK) {
             return result;
         }
     }
@@ -261,7 +261,7 @@ bool BindCurrentFont(COpenGLView& view) {
     ViewAccess::CallGL(view);
     DeleteTaggedFontNames(view);
     CFTGLFontAtlas* atlas = UsableFont(view);
-    if (!atlas || UploadFontTexture(view, *atlas) != S_OK) {
+    if (!atlas || UploadFontTexture(view, *atlas, L"") != S_OK) {
         return false;
     }
     FontAtlasGlyphMetrics& font = *atlas->GetAtlasMetrics();

@@ -7,6 +7,7 @@
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
 #include "../platform/ShareGroup.h"
+#include "../shapes/ShapeDrawing.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -86,9 +87,9 @@ void COpenGLView::Initialize() {
     m_message.Empty();
     m_loadNewTexture[0] = false;
     m_loadNewTexture[1] = false;
-    m_delayedSwap = false;
-    m_delayedLayerCount = 0;
+    m_overlays.swap.Reset();
     m_batch = VertexBatchState{};
+    m_shapes.reset();
     m_reserved = Reserved{};
     m_batchStorage.Clear();
     m_backingStore = BackingStore{};
@@ -207,7 +208,7 @@ int COpenGLView::GetMasterContextIndex() const {
 void COpenGLView::CopySettings(const COpenGLView& other) {
     m_reserved = other.m_reserved;
     m_batch = other.m_batch;
-    m_batch.waitingCount = 0;
+    m_batch.ForgetWaiting();
     m_batch.sharedDepth = 0;
     m_backingStore = other.m_backingStore;
     m_name = other.m_name;
@@ -218,8 +219,7 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_loadNewTexture[0] = other.m_loadNewTexture[0];
     m_loadNewTexture[1] = other.m_loadNewTexture[1];
     m_inManagerSection = other.m_inManagerSection;
-    m_delayedSwap = other.m_delayedSwap;
-    m_delayedLayerCount = other.m_delayedLayerCount;
+    m_overlays.swap.TakeOver(other.m_overlays.swap);
     m_managerIndex = other.m_managerIndex;
     m_copiedMasterIndex = other.GetMasterContextIndex();
     SelectRecord(other.m_currentContext);

@@ -44,6 +44,7 @@ public:
     KTR::PointCloudFrame Refine(KTR::COpenGLView& view) { return m_layer.Refine(view); }
     /// Before a view goes.
     void Forget(const KTR::COpenGLView& view) { m_layer.Forget(view); }
+    void ReleaseGeometry() { m_layer.FreeCard(); }
 
 private:
     class Feed;

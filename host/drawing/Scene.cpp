@@ -1,7 +1,5 @@
 #include "Scene.h"
 
-#include "PolygonFill.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -13,9 +11,6 @@ namespace OrrinViewer {
 namespace {
 
 constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white points vanish on it
-constexpr Rgb kOutline{255, 176, 64};
-constexpr float kOutlineWidthPixels = 1.0F;
-constexpr float kSymbolSizePixels = 5.0F;
 
 /// True where the positions can be longitudes and latitudes in degrees.
 bool FitsTheGlobe(const Extent& extent) {
@@ -51,6 +46,7 @@ void Scene::AddRaster(Raster raster, std::wstring name, bool smooth) {
 void Scene::AddVectorLayer(VectorLayer layer) {
     Include(layer.extent);
     m_layers.push_back(std::move(layer));
+    m_featureGeometry.emplace_back();
 }
 
 std::size_t Scene::CountPoints() const {
@@ -97,7 +93,10 @@ void Scene::Update() {
     for (const auto& cloud : m_clouds) {
         m_extent.Include(cloud->GetExtent());
     }
-    m_origin = m_extent.Center();
+    if (m_origin != m_extent.Center()) {
+        m_origin = m_extent.Center();
+        ReleaseGeometryAboutOrigin();
+    }
     if (!m_isColorModeChosen) {
         m_colorMode = ChooseColorMode(m_clouds.front()->Traits());
     }
@@ -224,19 +223,17 @@ CloudsFrame Scene::Refine(KTR::COpenGLView& view) {
 }
 
 void Scene::DrawShapes(KTR::COpenGLView& view, const SceneView& sceneView) {
-    // Parcels and outlines are many batches that look alike.
-    const KTR::SharedDraws shared(view);
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
+    const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
-        const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
-        for (const VectorLayer& layer : m_layers) {
-            FillPolygons(view, layer, sceneView.area, opacity, onTheGround);
+        for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], sceneView.area, opacity, onTheGround);
         }
     }
-    for (const VectorLayer& layer : m_layers) {
-        DrawOutlines(view, layer);
+    for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+        m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
     }
 }
 
@@ -261,6 +258,23 @@ void Scene::Forget(const KTR::COpenGLView& view) {
     }
 }
 
+void Scene::ReleaseGeometry() {
+    for (const auto& cloud : m_clouds) {
+        cloud->ReleaseGeometry();
+    }
+    ReleaseGeometryAboutOrigin();
+}
+
+/// Of what is added relative to the origin; the points of clouds have origins of their own.
+void Scene::ReleaseGeometryAboutOrigin() {
+    for (Surface& surface : m_surfaces) {
+        surface.ReleaseGeometry();
+    }
+    for (FeatureGeometry& geometry : m_featureGeometry) {
+        geometry.Release();
+    }
+}
+
 void Scene::Include(const Extent& extent) {
     m_extentWithoutClouds.Include(extent);
     m_extent.Include(extent);
@@ -270,8 +284,6 @@ void Scene::Include(const Extent& extent) {
 /// Clears the frame and draws what lies below the clouds.
 void Scene::DrawGround(KTR::COpenGLView& view, const SceneView& sceneView) {
     view.SetBackgroundColor(kBackground, true);
-    // Reliefs are many batches that look alike.
-    const KTR::SharedDraws shared(view);
     // Rasters are the ground below everything.
     view.Disable(GL_DEPTH_TEST);
     const double lowestZ = m_extent.low.z - m_origin.z;
@@ -280,7 +292,7 @@ void Scene::DrawGround(KTR::COpenGLView& view, const SceneView& sceneView) {
     }
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
-    for (const Surface& surface : m_surfaces) {
+    for (Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
     }
 }
@@ -297,40 +309,6 @@ void Scene::SetUpSunAndHeights(KTR::COpenGLView& view) const {
     view.Scale(1.0, 1.0, m_exaggeration);
 }
 
-void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {
-    view.LineWidth(kOutlineWidthPixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Path& line : feature.lines) {
-            DrawPath(view, line, GL_LINE_STRIP);
-        }
-        for (const Polygon& polygon : feature.polygons) {
-            for (const Path& ring : polygon.rings) {
-                DrawPath(view, ring, GL_LINE_LOOP);
-            }
-        }
-    }
-    view.DisableClientState();
-
-    view.PointSize(kSymbolSizePixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
-    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Position& point : feature.points) {
-            AddOnTheGround(view, point);
-        }
-    }
-    view.EndArraysAndDisableClientState();
-}
-
-void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const {
-    view.BeginArrays(mode, KTR::GLShaderLine);
-    for (const Position& position : path) {
-        AddOnTheGround(view, position);
-    }
-    view.EndArrays();
-}
-
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
 /// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
 Position Scene::OnTheGround(const Position& position) const {
@@ -340,11 +318,6 @@ Position Scene::OnTheGround(const Position& position) const {
     }
     const double z = std::isnan(elevation) ? 0.0 : elevation - m_origin.z;
     return {position.x - m_origin.x, position.y - m_origin.y, z};
-}
-
-void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
-    const Position place = OnTheGround(position);
-    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
 }
 
 } // namespace OrrinViewer

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudLayer.h"
+#include "FeatureGeometry.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
@@ -100,23 +101,25 @@ public:
     void DrawShapes(KTR::COpenGLView& view, const SceneView& sceneView);
     /// All of it at once, however long it takes.
     void Draw(KTR::COpenGLView& view, const SceneView& sceneView);
-    /// Before the view goes. Textures stay in the library's cache.
+    /// Before the view goes.
     void Forget(const KTR::COpenGLView& view);
+    /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
+    /// cache.
+    void ReleaseGeometry();
 
 private:
     void Include(const Extent& extent);
     void ColorAllClouds();
+    void ReleaseGeometryAboutOrigin();
     void SetUpSunAndHeights(KTR::COpenGLView& view) const;
     void DrawGround(KTR::COpenGLView& view, const SceneView& sceneView);
     Position OnTheGround(const Position& position) const;
-    void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
-    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
-    void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
 
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
     std::vector<VectorLayer> m_layers;
+    std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
     Extent m_extentWithoutClouds;

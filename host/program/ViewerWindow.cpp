@@ -45,6 +45,7 @@ ViewerWindow::~ViewerWindow() {
         if (m_ready && m_view->MakeCurrent(KTR::GLContextMain)) {
             m_texts.Release(*m_view);
             m_scene.Forget(*m_view);
+            m_scene.ReleaseGeometry();
         }
         m_view->ShutDownOpenGLContexts(m_window);
         m_view.reset();

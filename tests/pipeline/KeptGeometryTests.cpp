@@ -2,6 +2,8 @@
 #include "support/Picture.h"
 #include "support/PipelineFixture.h"
 
+#include <GL/glu.h>
+
 #include <cmath>
 #include <functional>
 #include <thread>
@@ -448,6 +450,41 @@ TEST_P(KeptDrawing, TextAndImagesMeanwhileAreDrawn) {
     EXPECT_EQ(meanwhile.CountDrawn() > 40, GetParam()) << "the fixed functions have no lists to draw text with here";
     EXPECT_EQ(geometry.GetCount(), 18);
     EXPECT_EQ(Frame(geometry).CountDrawn(), 3 * 64);
+}
+
+// The same between shared draws, where an image waits for what could be drawn with it.
+TEST_P(KeptDrawing, ImagesThatWaitMeanwhileAreNoPartOfIt) {
+    const std::vector<unsigned char> image(16 * 3, 180);
+    GLGeometry geometry;
+    const Picture meanwhile = Frame([&] {
+        const SharedDraws shared(View());
+        Square(120, kGreen);
+        Fill(View(), geometry, [&] {
+            Square(100, kRed);
+            for (const double x : {20.0, 80.0}) {
+                EXPECT_EQ(View().DrawImage(x, 20, x + 4, 24, 0, GL_RGB, 4, 4, 1, GL_NEAREST, image.data()), S_OK);
+            }
+            Square(101, kRed);
+        });
+    });
+    EXPECT_EQ(meanwhile.CountDrawn(), 64 + 2 * 16);
+    EXPECT_EQ(geometry.GetCount(), 12);
+    EXPECT_EQ(Frame(geometry).CountDrawn(), 2 * 64);
+}
+
+// A ring of one contour line that is longer than the arrays.
+TEST_P(KeptDrawing, LongOutlineOfTheTessellatorStaysOneLoop) {
+    GLTesselator& tesselator = *View().GetTesselator();
+    tesselator.SetProperty(GLU_TESS_BOUNDARY_ONLY, GL_TRUE);
+    GLGeometry geometry;
+    constexpr int kVertices = 40'000;
+    Fill(View(), geometry, [&] {
+        AddOutline(tesselator, {RingAround(64, 64, kVertices, false, [](double) { return 50'000.0; })}, {1, 2, 3, 255});
+    });
+    tesselator.SetProperty(GLU_TESS_BOUNDARY_ONLY, GL_FALSE);
+    EXPECT_EQ(geometry.GetMode(), static_cast<unsigned int>(GL_LINE_STRIP));
+    ASSERT_EQ(geometry.GetCount(), kVertices + 1);
+    EXPECT_EQ(geometry.GetRecords()[0].x, geometry.GetRecords()[kVertices].x);
 }
 
 // Bad input
