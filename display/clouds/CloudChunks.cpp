@@ -26,6 +26,20 @@ PointCloudRecord RecordOf(const PointCloudPoint& point, const glm::dvec3& origin
     return record;
 }
 
+/// Ten bits, each three places from the next.
+unsigned int SpreadBits(unsigned int bits) {
+    bits = (bits | bits << 16) & 0x030000FFU;
+    bits = (bits | bits << 8) & 0x0300F00FU;
+    bits = (bits | bits << 4) & 0x030C30C3U;
+    return (bits | bits << 2) & 0x09249249U;
+}
+
+/// The place of a cell, from 0 to 1023 along each axis, on the Morton curve.
+unsigned int MortonCode(const glm::dvec3& cell) {
+    return SpreadBits(static_cast<unsigned int>(cell.x)) | SpreadBits(static_cast<unsigned int>(cell.y)) << 1 |
+           SpreadBits(static_cast<unsigned int>(cell.z)) << 2;
+}
+
 } // namespace
 
 void CloudBox::Include(const glm::dvec3& position) {
@@ -95,16 +109,20 @@ bool ChunkBuilder::CutInOrder(const glm::dvec3& origin, const Take& take) const 
     return true;
 }
 
+CloudBox ChunkBuilder::BoxOf(std::span<const Key> keys) {
+    CloudBox box;
+    for (const Key& key : keys) {
+        box.Include({key.at[0], key.at[1], key.at[2]});
+    }
+    return box;
+}
+
 bool ChunkBuilder::CutKeys(std::span<Key> keys, const Take& take) {
     const std::size_t chunks = (keys.size() + m_settings.chunkPoints - 1) / m_settings.chunkPoints;
     if (chunks <= 1) {
         return take(MakeSpreadChunk(keys));
     }
-    CloudBox box;
-    for (const Key& key : keys) {
-        box.Include({key.at[0], key.at[1], key.at[2]});
-    }
-    const int axis = box.LongestAxis();
+    const int axis = BoxOf(keys).LongestAxis();
     // Parts of whole chunks, so that all chunks are about equally full.
     const std::size_t middle = keys.size() * (chunks / 2) / chunks;
     std::nth_element(keys.begin(), keys.begin() + static_cast<std::ptrdiff_t>(middle), keys.end(),
@@ -117,6 +135,7 @@ CloudChunk ChunkBuilder::MakeSpreadChunk(std::span<Key> keys) {
     for (std::size_t left = keys.size(); left > 1; --left) {
         std::swap(keys[left - 1], keys[RandomBelow(static_cast<unsigned int>(left))]);
     }
+    SortWithinParts(keys);
     CloudChunk chunk;
     chunk.spread = true;
     for (const Key& key : keys) {
@@ -128,6 +147,30 @@ CloudChunk ChunkBuilder::MakeSpreadChunk(std::span<Key> keys) {
         chunk.records.push_back(RecordOf(m_points[key.index], chunk.origin));
     }
     return chunk;
+}
+
+/// Points that follow each other are to lie near each other, for whoever rasterizes them. So the deck is sorted, in
+/// parts, each a quarter of what is before it: an upper part of the deck that ends within one of them is still from all
+/// over it, but for a fifth.
+void ChunkBuilder::SortWithinParts(std::span<Key> keys) {
+    constexpr std::size_t kFirstPart = 64;
+    const CloudBox box = BoxOf(keys);
+    const glm::dvec3 size = box.high - box.low;
+    const double longest = std::max({size.x, size.y, size.z});
+    const double scale = longest > 0.0 ? 1023.0 / longest : 0.0;
+    m_codes.clear();
+    for (const Key& key : keys) {
+        const glm::dvec3 cell = (glm::dvec3(key.at[0], key.at[1], key.at[2]) - box.low) * scale;
+        m_codes.push_back({MortonCode(cell), key});
+    }
+    for (std::size_t begin = 0; begin < keys.size();) {
+        const std::size_t end = std::min(keys.size(), begin + std::max(kFirstPart, begin / 4));
+        std::sort(m_codes.begin() + static_cast<std::ptrdiff_t>(begin),
+                  m_codes.begin() + static_cast<std::ptrdiff_t>(end),
+                  [](const CodedKey& left, const CodedKey& right) { return left.code < right.code; });
+        begin = end;
+    }
+    std::transform(m_codes.begin(), m_codes.end(), keys.begin(), [](const CodedKey& coded) { return coded.key; });
 }
 
 /// The same numbers on each machine, so that two runs of a program show the same.

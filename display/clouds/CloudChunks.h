@@ -74,6 +74,13 @@ private:
         unsigned int index;
     };
 
+    struct CodedKey {
+        unsigned int code;
+        Key key;
+    };
+
+    static CloudBox BoxOf(std::span<const Key> keys);
+    void SortWithinParts(std::span<Key> keys);
     bool CutInOrder(const glm::dvec3& origin, const Take& take) const;
     bool CutKeys(std::span<Key> keys, const Take& take);
     CloudChunk MakeSpreadChunk(std::span<Key> keys);
@@ -86,6 +93,7 @@ private:
     CloudBox m_box;
     std::vector<PointCloudPoint> m_points;
     std::vector<Key> m_keys;
+    std::vector<CodedKey> m_codes; ///< scratch, of one chunk
     unsigned long long m_random = 0x9E3779B97F4A7C15ULL;
 };
 

@@ -14,6 +14,8 @@ namespace {
 /// So much further than the frame that is drawn the file is read ahead.
 constexpr unsigned long long kFramesAhead = 3;
 constexpr unsigned long long kLeastPointsAhead = 1'000'000;
+/// Of pieces that are drawn in parts, so many points go to the card with a frame that has no limit of points.
+constexpr unsigned long long kPointsFilledAtOnce = 250'000;
 
 /// Puts the host's point size back.
 class PointSizeScope {
@@ -103,6 +105,7 @@ PointCloudFrame CloudDrawing::Advance(COpenGLView& view, Picture& picture, bool 
     MeetNewChunks(picture);
     const unsigned long long shownBefore = picture.shown;
     m_result = S_OK;
+    m_fillable = picture.drawing.mostPoints > 0 ? picture.drawing.mostPoints / 4 : kPointsFilledAtOnce;
     {
         const PointSizeScope pointSize(view);
         if (picture.drawing.mostMilliseconds > 0.0) {
@@ -266,7 +269,7 @@ bool CloudDrawing::DrawPart(COpenGLView& view, Picture& picture, PieceId id, uns
     if (!records) {
         return false;
     }
-    if (2 * (end - first) >= chunk.PieceCount(id.piece)) {
+    if (ShallFill(id, end - first)) {
         const GLRGBAColor* colors = ColorRecords(chunk, records->data(), records->size());
         if (m_card.Fill(view, id, *records, colors, picture.begun) == S_OK &&
             m_card.Draw(view, id, place, first, end - first) == S_OK) {
@@ -274,6 +277,21 @@ bool CloudDrawing::DrawPart(COpenGLView& view, Picture& picture, PieceId id, uns
         }
     }
     m_loose.push_back({std::move(records), first, end, id.chunk});
+    return true;
+}
+
+/// Whether a piece of which `count` points are drawn is worth its way to the card: if that is most of it, or if it was
+/// drawn before. In a frame only so many go there, since that takes time too.
+bool CloudDrawing::ShallFill(PieceId id, unsigned int count) {
+    const unsigned int all = m_chunks[id.chunk].PieceCount(id.piece);
+    if (2 * count >= all) {
+        return true;
+    }
+    if (m_drawnLoose.insert(id).second || m_fillable < all) {
+        return false;
+    }
+    m_fillable -= all;
+    m_drawnLoose.erase(id);
     return true;
 }
 

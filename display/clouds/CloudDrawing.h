@@ -4,6 +4,8 @@
 #include "CloudIntake.h"
 #include "CloudSelection.h"
 
+#include <set>
+
 namespace KTR {
 
 /// The part of a layer that draws: what each view has of the cloud so far, and what comes next. On the views' thread.
@@ -58,6 +60,7 @@ private:
     void DrawRanges(COpenGLView& view, Picture& picture, const std::vector<Range>& ranges, double pointSizePixels);
     void DrawRange(COpenGLView& view, Picture& picture, const Range& range);
     bool DrawPart(COpenGLView& view, Picture& picture, PieceId id, unsigned int first, unsigned int end);
+    bool ShallFill(PieceId id, unsigned int count);
     void DrawLoose(COpenGLView& view, const Picture& picture);
     const GLRGBAColor* ColorRecords(const StoredChunk& chunk, const PointCloudRecord* records, std::size_t count);
     void WantFurther(const COpenGLView& view, const Picture& picture);
@@ -69,6 +72,8 @@ private:
     std::map<const COpenGLView*, Picture> m_pictures;
     double m_pointsPerMillisecond = 2'000.0; ///< as measured; to begin with, a guess
     long m_result = 0;
+    unsigned long long m_fillable = 0; ///< points of pieces that still may go to the card with this frame
+    std::set<PieceId> m_drawnLoose;    ///< pieces that were drawn in part, from main memory
 
     std::vector<StoredChunk> m_chunks;
     std::vector<ChunkStore::Pieces> m_pieces; ///< of each chunk
