@@ -9,6 +9,7 @@ namespace KTR {
 void CardPieces::Clear() {
     m_pieces.clear();
     m_bytes = 0;
+    m_limit = m_mostBytes;
 }
 
 long CardPieces::Fill(COpenGLView& view, PieceId id, const std::vector<PointCloudRecord>& records,
@@ -52,7 +53,6 @@ long CardPieces::Draw(COpenGLView& view, PieceId id, const PointXYZ& origin, uns
     }
     piece->second.lastUse = ++m_uses;
     if (result == E_OUTOFMEMORY) {
-        // There is less room than the host thought.
         m_limit = m_bytes - piece->second.bytes;
     }
     if (result != S_OK) {

@@ -12,10 +12,11 @@ namespace KTR {
 /// The pieces of a cloud that are on the card, coloured, up to a limit. For all views: they draw from the same buffers.
 class CardPieces {
 public:
-    explicit CardPieces(unsigned long long limit) : m_limit(limit) {}
+    explicit CardPieces(unsigned long long limit) : m_mostBytes(limit), m_limit(limit) {}
 
     bool Has(PieceId id) const { return m_pieces.contains(id); }
     unsigned long long GetBytes() const { return m_bytes; }
+    /// Drops everything, and believes in the whole limit again.
     void Clear();
     /// The moment; what is used from here on counts as newer.
     unsigned long long Now() const { return m_uses; }
@@ -37,7 +38,8 @@ private:
     bool MakeRoom(unsigned long long bytes, unsigned long long since);
     void Drop(std::map<PieceId, Piece>::iterator piece);
 
-    unsigned long long m_limit;
+    unsigned long long m_mostBytes; ///< that the host allows
+    unsigned long long m_limit;     ///< less, where the card turned out to have less room
     std::atomic<unsigned long long> m_bytes = 0; ///< asked on other threads
     unsigned long long m_uses = 0;
     std::map<PieceId, Piece> m_pieces;

@@ -89,19 +89,21 @@ PieceRecords ChunkStore::Find(PieceId piece) {
 
 void ChunkStore::Want(const void* who, std::vector<PieceId> pieces) {
     const std::lock_guard lock(m_mutex);
-    std::vector<PieceId>& wanted = m_wanted[who];
-    for (const PieceId id : wanted) {
-        At(id).place = kNotWanted;
+    for (const auto& [view, ofView] : m_wanted) {
+        for (const PieceId id : ofView) {
+            At(id).place = kNotWanted;
+        }
     }
-    wanted = std::move(pieces);
+    if (pieces.empty()) {
+        m_wanted.erase(who);
+    } else {
+        m_wanted[who] = std::move(pieces);
+    }
     for (const auto& [view, ofView] : m_wanted) {
         for (std::size_t index = 0; index < ofView.size(); ++index) {
             unsigned int& place = At(ofView[index]).place;
             place = std::min(place, static_cast<unsigned int>(index + 1));
         }
-    }
-    if (wanted.empty()) {
-        m_wanted.erase(who);
     }
     m_changed.notify_all();
 }

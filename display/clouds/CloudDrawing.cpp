@@ -31,6 +31,21 @@ private:
     float m_size;
 };
 
+/// What points are drawn with, for a scope: whatever fails in it, the view is left as a host knows it.
+class PointsScope {
+public:
+    PointsScope(COpenGLView& view, double pointSizePixels, GLShaderTypes shader) : m_view(view) {
+        m_view.PointSize(static_cast<float>(pointSizePixels));
+        m_view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, shader);
+    }
+    ~PointsScope() { m_view.DisableClientState(); }
+    PointsScope(const PointsScope&) = delete;
+    PointsScope& operator=(const PointsScope&) = delete;
+
+private:
+    COpenGLView& m_view;
+};
+
 bool AreAlike(const PointCloudDrawing& left, const PointCloudDrawing& right) {
     return left.pointSizePixels == right.pointSizePixels && left.mostPointSizePixels == right.mostPointSizePixels &&
            left.shader == right.shader;
@@ -232,13 +247,12 @@ void CloudDrawing::DrawRanges(COpenGLView& view, Picture& picture, const std::ve
     if (ranges.empty()) {
         return;
     }
-    view.PointSize(static_cast<float>(pointSizePixels));
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, picture.drawing.shader);
+    const PointsScope points(view, pointSizePixels, picture.drawing.shader);
+    m_loose.clear();
     for (const Range& range : ranges) {
         DrawRange(view, picture, range);
     }
     DrawLoose(view, picture);
-    view.DisableClientState();
 }
 
 void CloudDrawing::DrawRange(COpenGLView& view, Picture& picture, const Range& range) {
@@ -315,7 +329,7 @@ void CloudDrawing::DrawLoose(COpenGLView& view, const Picture& picture) {
         }
     }
     view.EndArrays();
-    m_loose.clear();
+    m_loose.clear(); // so that the store may drop them
 }
 
 /// The colours stay until the next call.

@@ -320,6 +320,28 @@ TEST_P(Clouds, WithoutAContextNothingIsDrawnAndNothingLost) {
     EXPECT_TRUE(Complete(*layer, {}).pixels == atOnce.pixels);
 }
 
+// While a view moves the same points are drawn again and again, many of them only as a part of their piece.
+TEST_P(Clouds, WhatIsDrawnAgainComesFromTheCard) {
+    PointCloudLimits limits;
+    limits.pointsInOrder = 0;
+    limits.chunkPoints = 5'000;
+    const auto layer = Open(ManyPoints(60'000), limits);
+    PointCloudDrawing drawing;
+    drawing.mostPoints = 24'000; // up to a fifth of the last pieces
+    drawing.mostPointSizePixels = 1.0;
+    ASSERT_TRUE(Await([&] { return layer->Draw(View(), drawing).inView == 60'000; }));
+    layer->FreeCard();
+    EXPECT_EQ(layer->GetState().cardBytes, 0U);
+    layer->Draw(View(), drawing);
+    const unsigned long long atFirst = layer->GetState().cardBytes;
+    EXPECT_GE(atFirst, 12'000U * 36U);
+    EXPECT_LE(atFirst, 30'000U * 36U) << "the others follow little by little";
+    for (int frame = 0; frame < 40; ++frame) {
+        layer->Draw(View(), drawing);
+    }
+    EXPECT_EQ(layer->GetState().cardBytes, 60'000U * 36U);
+}
+
 TEST_P(Clouds, LayerGoesWhileItIsRead) {
     class Endless : public PointCloudReader {
     public:
@@ -374,6 +396,34 @@ TEST_F(RecordedTest, CloudOutlivesItsContext) {
     live->RecreateContext(true, live.window.DeviceContext(), L"again");
     live.DrawInPixels();
     EXPECT_TRUE(complete().pixels == before.pixels);
+}
+
+// A card that is full: points go the way that those of other batches go.
+TEST_F(ProgramsTest, CloudDoesWithoutBuffersThatTheCardRefuses) {
+    const std::vector<PointCloudPoint> points = ManyPoints(20'000);
+    PointCloudLimits limits;
+    limits.pointsInOrder = 0;
+    limits.chunkPoints = 1'000;
+    CPointCloudLayer layer(std::make_unique<ListReader>(points), limits);
+    View().Enable(GL_DEPTH_TEST);
+    live->Clear();
+    DrawAtOnce(View(), points, 1.0F);
+    const Picture atOnce = TakePicture(View(), kSide, kSide);
+    for (const bool refuses : {true, false}) {
+        if (refuses) {
+            driver.FailCall("glBufferData", 5);
+        } else {
+            layer.FreeCard();
+        }
+        live->Clear();
+        PointCloudFrame frame = layer.Draw(View(), {});
+        EXPECT_TRUE(Await([&] { return (frame = layer.Refine(View())).complete; }));
+        EXPECT_EQ(frame.result, S_OK);
+        EXPECT_EQ(frame.shown, points.size());
+        EXPECT_TRUE(TakePicture(View(), kSide, kSide).pixels == atOnce.pixels);
+        EXPECT_LE(layer.GetState().cardBytes, (refuses ? 4'000U : 20'000U) * 36U);
+        EXPECT_EQ(layer.GetState().cardBytes == 20'000U * 36U, !refuses);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Pipelines, Clouds, testing::Bool(), PipelineName);
