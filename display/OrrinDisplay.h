@@ -2,6 +2,7 @@
 
 /// Everything that a host needs to draw with OrrinDisplay.dll. The way in is KTR::COpenGLView.
 
+#include "clouds/PointCloudLayer.h"
 #include "images/BitmapFile.h"
 #include "images/RasterTypes.h"
 #include "images/TexturedQuadrilateral.h"

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "data/PointCloud.h"
+#include "data/CloudSurvey.h"
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace OrrinViewer {
 
@@ -20,18 +19,6 @@ enum class ColorMode {
     Intensity,
 };
 
-/// Elevations between which the colours run, in the file's units.
-struct ElevationRange {
-    double low = 0.0;
-    double high = 0.0;
-};
-
-/// The range that holds all but the lowest and the highest fiftieth of the points: a few birds and echoes from below
-/// the ground would otherwise take most of the colours. 0 to 0 for a cloud without points.
-ElevationRange FindElevationRange(const PointCloud& cloud);
-/// The same for elevations in any order.
-ElevationRange FindElevationRange(std::vector<double> elevations);
-
 /// A colour from deep blue at the range's low end over green and yellow to near white; the ends' own beyond them.
 Rgb ColorOfElevation(double elevation, const ElevationRange& range);
 
@@ -43,9 +30,18 @@ std::string NameOfClass(std::uint8_t classNumber, ClassMeaning meaning);
 
 /// The mode that shows most of the cloud: its own colours, else its classes, else its elevations. Colours and classes
 /// count only where most points have one: files made to train a classifier leave the rest black and without a label.
-ColorMode ChooseColorMode(const PointCloud& cloud);
+ColorMode ChooseColorMode(const CloudTraits& traits);
 
-/// One colour per point. Where the cloud lacks the attribute that the mode asks for, its elevations are shown.
-std::vector<Rgb> ColorPoints(const PointCloud& cloud, ColorMode mode);
+/// Colours the points of one cloud. Where the cloud lacks the attribute that the mode asks for, elevations are shown.
+class PointColors {
+public:
+    PointColors(const CloudTraits& traits, ColorMode mode);
+
+    Rgb ColorOf(const CloudPoint& point) const;
+
+private:
+    CloudTraits m_traits;
+    ColorMode m_mode;
+};
 
 } // namespace OrrinViewer

@@ -11,11 +11,6 @@ namespace OrrinViewer {
 
 namespace {
 
-/// True where the positions can be longitudes and latitudes in degrees.
-bool FitsTheGlobe(const Extent& extent) {
-    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
-}
-
 void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, bool flat) {
     if (flat) {
         scene.AddRaster(MakeElevationRaster(grid), file.wstring(), false);
@@ -41,7 +36,7 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
     if (options.cloudCellSize) {
         AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
     } else {
-        scene.AddCloud(OpenPointCloud(file));
+        scene.AddCloud(OpenCloudReader(file));
     }
 }
 
@@ -65,9 +60,7 @@ Scene LoadScene(const ViewerOptions& options) {
     for (const std::filesystem::path& file : options.files) {
         AddFile(scene, file, options);
     }
-    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
-    const bool areDegrees = !scene.GetVectorLayers().empty() && FitsTheGlobe(scene.GetExtent());
-    scene.SetUnits(options.units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres));
+    scene.SetUnits(options.units);
     if (!options.labelProperty.empty()) {
         scene.SetLabels(CollectLabelsOrExplain(scene.GetVectorLayers(), options.labelProperty));
     }

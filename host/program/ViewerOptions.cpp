@@ -91,6 +91,11 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     app.add_option("--area", area, "What the map shows first: west,south,east,north");
     app.add_option("--windows", options.windows, "Number of windows on the same data")->check(CLI::Range(1, 8));
     app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels")->check(CLI::Range(1.0, 64.0));
+    const CLI::Option* budgetOption =
+        app.add_option("--budget", options.budgetPoints,
+                       "Points of large clouds that a frame draws before the next one adds more; otherwise as many as "
+                       "there is time for")
+            ->check(CLI::Range(1'000, 1'000'000'000));
     app.add_option("--width", options.widthPixels, "Width of the window in pixels")->check(CLI::Range(64, 8192));
     app.add_option("--height", options.heightPixels, "Height of the window in pixels")->check(CLI::Range(64, 8192));
     app.add_option("--frames", options.frames, "Ends after so many frames")->check(CLI::Range(1, 1'000'000));
@@ -110,6 +115,9 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     for (const std::string& file : files) {
         options.files.push_back(PathFromUtf8(file));
+    }
+    if (budgetOption->count() > 0) {
+        options.budgetMilliseconds = 0.0;
     }
     if (colorOption->count() > 0) {
         options.colorMode = colorMode;

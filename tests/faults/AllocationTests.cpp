@@ -185,6 +185,46 @@ TEST_F(Allocation, GeometryThatFindsNoMemoryIsEmpty) {
     EXPECT_EQ(live.At(24, 4), (Pixel{200, 100, 50, 255}));
 }
 
+/// A diagonal of points.
+class DiagonalReader : public PointCloudReader {
+public:
+    long Read(PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
+        for (count = 0; count < capacity && m_next < 5'000; ++count, ++m_next) {
+            points[count].position = {m_next % 128 + 0.5, m_next % 128 + 0.5, 0.0};
+            points[count].red = 0xFFFF;
+        }
+        return S_OK;
+    }
+
+private:
+    int m_next = 0;
+};
+
+TEST_F(Allocation, CloudThatFindsNoMemoryIsDrawnOnceItDoes) {
+    LiveView live;
+    PointCloudLimits limits;
+    limits.pointsInOrder = 0;
+    limits.chunkPoints = 1'000;
+    CPointCloudLayer layer(std::make_unique<DiagonalReader>(), limits);
+    const auto draw = [&] {
+        layer.Forget(*live.view);
+        layer.FreeCard();
+        live.Clear();
+        return layer.Draw(*live.view, {});
+    };
+    while (!draw().complete) {
+        Sleep(1);
+    }
+    FailEachAllocation([&] { return draw(); },
+                       [&](const PointCloudFrame& frame, bool failed) {
+                           EXPECT_TRUE(frame.result == S_OK || (frame.result == E_OUTOFMEMORY && failed));
+                           EXPECT_FALSE(live->GetContextRecord(GLContextMain).batchOpen);
+                       });
+    EXPECT_TRUE(draw().complete);
+    EXPECT_EQ(live.CountDrawn(), 128);
+    EXPECT_EQ(live->GetError(), 0U);
+}
+
 TEST_F(Allocation, ImageThatFindsNoMemoryLeavesNoTexture) {
     LiveView live;
     std::vector<unsigned char> image(static_cast<std::size_t>(64) * 64, 50);

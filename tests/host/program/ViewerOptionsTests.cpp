@@ -17,6 +17,15 @@ TEST(ViewerOptions, EveryOptionIsRead) {
     EXPECT_EQ(line.options.files[0], std::filesystem::path(u8"a b.las"));
     EXPECT_EQ(line.options.files[1], std::filesystem::path(u8"\u00E9t\u00E9.ply"));
     EXPECT_EQ(line.options.screenshot, std::filesystem::path("x.png"));
+    EXPECT_GT(line.options.budgetMilliseconds, 0.0);
+}
+
+// A budget of points that also ended after some time would be none.
+TEST(ViewerOptions, BudgetIsOfPointsOrOfTime) {
+    const ParsedCommandLine line = ParseCommandLine({"a.las", "--budget", "250000"});
+    ASSERT_FALSE(line.exitCode);
+    EXPECT_EQ(line.options.budgetPoints, 250'000U);
+    EXPECT_EQ(line.options.budgetMilliseconds, 0.0);
 }
 
 TEST(ViewerOptions, ScreenshotAlone_DrawsOneFrame) {
