@@ -1,7 +1,7 @@
 #pragma once
 
 #include "SceneColors.h"
-#include "files/CloudReader.h"
+#include "data/CloudReader.h"
 
 #include <OrrinDisplay.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CloudReader.h"
+#include "data/CloudReader.h"
 #include "data/ElevationGrid.h"
 #include "data/PointCloud.h"
 #include "data/Raster.h"

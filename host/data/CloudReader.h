@@ -1,7 +1,7 @@
 #pragma once
 
-#include "data/CloudPoint.h"
-#include "data/PointCloud.h"
+#include "CloudPoint.h"
+#include "PointCloud.h"
 
 #include <cstddef>
 #include <cstdint>
