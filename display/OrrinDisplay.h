@@ -3,6 +3,7 @@
 /// Everything that a host needs to draw with OrrinDisplay.dll. The way in is KTR::COpenGLView.
 
 #include "images/BitmapFile.h"
+#include "images/RasterLayer.h"
 #include "images/RasterTypes.h"
 #include "images/TexturedQuadrilateral.h"
 #include "pipeline/KeptGeometry.h"
