@@ -102,8 +102,8 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// on one thread only: views share them, and would draw each other's frames. Construct the first view of the process
 /// before any other thread constructs one.
 ///
-/// **Size.** A view takes some 35 KB; do not put many on a stack. Its vertex arrays have room for 1.3 MB beside it, which
-/// become memory as far as batches reach.
+/// **Size.** A view takes some 35 KB; do not put many on a stack. Its vertex arrays have room for 1.3 MB beside it,
+/// which become memory as far as batches reach.
 class ORRIN_DISPLAY_API COpenGLView {
 public:
     // ---- 1. Life and death. Implemented in OpenGLView.cpp
