@@ -1,7 +1,9 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/ViewLight.h"
 #include "../text/MatrixScope.h"
+#include "../values/LightDirection.h"
 #include "GeometryFilling.h"
 #include "KeptGeometry.h"
 #include "ProgramBinding.h"
@@ -80,6 +82,7 @@ public:
         m_changed = shifted.projectionTimesModelview != m_objects.boundUniforms.projectionTimesModelview;
         if (m_changed && m_lit) {
             shifted.modelview = glm::mat4(modelview);
+            shifted.light = LightInEyeCoordinates(ViewAccess::CurrentRecord(view).attributes, modelview);
             shifted.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(modelview)));
         }
         Write(shifted);
@@ -97,6 +100,7 @@ private:
         if (m_lit) {
             m_writer.WriteMatrix(m_writer.LocationOf(UniformModelview), uniforms.modelview);
             m_writer.WriteMatrix(m_writer.LocationOf(UniformNormalMatrix), uniforms.normal);
+            m_writer.WriteLight(uniforms.light);
         }
     }
 
@@ -166,6 +170,7 @@ long DrawFromMemory(COpenGLView& view, const KeptRecords& kept, const glm::dvec3
     if (kept.records.empty()) {
         return E_HANDLE;
     }
+    SendLight(view);
     std::optional<MatrixScope> matrices;
     if (shift != glm::dvec3(0.0)) {
         const MatrixSet& current = ViewAccess::CurrentMatrices(view);
