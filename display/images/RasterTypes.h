@@ -1,5 +1,9 @@
 #pragma once
 
+#include "../values/BasicTypes.h"
+
+#include <vector>
+
 namespace KTR {
 
 /// How a second image over the same ground changes the first. `amount` and the second image's own opacity say how much
@@ -8,6 +12,36 @@ enum GLFusionMode : int {
     GLFusionBlend = 0,    ///< towards the second image's colours
     GLFusionMultiply = 1, ///< times its colours, which darkens: a hillshade over a satellite image
     GLFusionAdd = 2,      ///< plus its colours, which lightens
+};
+
+/// Which entries of the texture cache count as the oldest, and go first.
+enum GLTextureCacheOrder : int {
+    GLTextureCacheByAddition = 0, ///< those that were added first
+    GLTextureCacheByUse = 1,      ///< those that were found longest ago
+};
+
+/// A colour at a place of a ramp.
+struct GLColorStop {
+    double position = 0.0; ///< 0 at the low end of the range to 1 at the high end
+    GLRGBAColor color{};
+};
+
+/// How the values of a data raster (elevations, temperatures, counts) become colours.
+struct GLDataStyle {
+    /// The values that the ramp begins and ends at; what is beyond takes the colour of the nearer end. With `high`
+    /// below `low` the ramp is reversed; where they are equal, what is above takes the last colour.
+    double low = 0.0;
+    double high = 1.0;
+    /// Above 1 the middle of the range moves towards the end of the ramp, below 1 towards its beginning; 0.01 to 100.
+    double gamma = 1.0;
+    /// In any order; between two of them the colours go over into each other, and two at one position are a step.
+    /// Without any the ramp goes from black to white.
+    std::vector<GLColorStop> stops{};
+    /// Values that mean nothing, within the tolerance on either side. What is no number always means nothing.
+    bool hasNoData = false;
+    double noData = 0.0;
+    double noDataTolerance = 0.0;
+    GLRGBAColor noDataColor{}; ///< what they show; nothing as it stands
 };
 
 } // namespace KTR

@@ -6,6 +6,7 @@
 
 #include "BackingStore.h"
 #include "DrawingStateScope.h"
+#include "ImageUpload.h"
 
 #include <GL/glext.h>
 
@@ -101,11 +102,12 @@ long SaveFrame(COpenGLView& view, int x, int y, int width, int height) {
         }
     }
     if (programs) {
-        long loaded = view.LoadGLImage(GL_TEXTURE0, GL_RGBA, width, height, 1, GL_NEAREST, store.rgba,
-                                       frame.colorTexture, frame.colorSampler);
+        // Not as a host's image, which its settings for images would change.
+        long loaded = UploadImage(view, {GL_RGBA, width, height, width, 1, store.rgba}, GL_TEXTURE0, GL_NEAREST,
+                                  frame.colorTexture, frame.colorSampler);
         if (loaded == S_OK && frame.depth) {
-            loaded = view.LoadGLImage(GL_TEXTURE1, GL_DEPTH_COMPONENT, width, height, 1, GL_NEAREST, store.second,
-                                      frame.depthTexture, frame.depthSampler);
+            loaded = UploadImage(view, {GL_DEPTH_COMPONENT, width, height, width, 1, store.second}, GL_TEXTURE1,
+                                 GL_NEAREST, frame.depthTexture, frame.depthSampler);
         }
         if (loaded != S_OK) {
             return loaded;

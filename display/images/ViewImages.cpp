@@ -6,6 +6,7 @@
 #include "ImageRows.h"
 #include "ImageUpload.h"
 #include "TexturedQuadrilateral.h"
+#include "TreatedImage.h"
 
 #include <GL/glext.h>
 
@@ -17,16 +18,10 @@ namespace KTR {
 
 namespace {
 
-NoDataTreatment TreatmentFrom(const GLAttributes& attributes) {
-    const auto color = [](const GLRGBAColor& rgba) { return GLRGBColor{rgba.r, rgba.g, rgba.b}; };
-    return {color(attributes.noDataMarker), attributes.noDataIsTransparent != 0, color(attributes.noDataPaint)};
-}
-
-/// Loads what a tile's texture holds of an image, pixels without data treated. With `pads` the texture's sides become
+/// Loads what a tile's texture holds of an image, treated as the attributes say. With `pads` the texture's sides become
 /// powers of two.
-long LoadTile(COpenGLView& view, const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool pads,
-              unsigned int filter, unsigned int& texture, unsigned int& sampler) {
-    const GLAttributes& attributes = ViewAccess::CurrentRecord(view).attributes;
+long LoadTile(COpenGLView& view, unsigned int textureUnit, const ImageRows& image, const TileSpan& columns,
+              const TileSpan& rows, bool pads, unsigned int filter, unsigned int& texture, unsigned int& sampler) {
     const int x = columns.textureFirst;
     const int y = rows.textureFirst;
     const int width = columns.textureLast - x;
@@ -34,28 +29,18 @@ long LoadTile(COpenGLView& view, const ImageRows& image, const TileSpan& columns
     const int limit = ViewAccess::HasCurrentContext(view) ? view.GetContextMaxTextureSize() : 0;
     const bool changeable =
         image.pixels && image.format != GL_DEPTH_COMPONENT && IsLoadable(image) && width <= limit && height <= limit;
-    const bool treats = changeable && attributes.noDataMarked && attributes.applyNoDataColor != 0;
+    if (!changeable) {
+        return UploadImage(view, PartOf(image, x, y, width, height), textureUnit, filter, texture, sampler);
+    }
     try {
-        ImageRows tile = PartOf(image, x, y, width, height);
-        std::vector<unsigned char> treated;
-        if (treats) {
-            // One pixel more on each side, so that a pixel at the border finds the same neighbours in whichever tile it
-            // is.
-            const int left = x > 0 ? 1 : 0;
-            const int below = y > 0 ? 1 : 0;
-            const int right = columns.textureLast < image.width ? 1 : 0;
-            const int above = rows.textureLast < image.height ? 1 : 0;
-            const ImageRows wide = PartOf(image, x - left, y - below, left + width + right, below + height + above);
-            treated = TreatNoData(wide, TreatmentFrom(attributes));
-            tile =
-                PartOf({GL_RGBA, wide.width, wide.height, wide.width, 1, treated.data()}, left, below, width, height);
-        }
+        const TreatedImage treated(ViewAccess::CurrentRecord(view).attributes, image, x, y, width, height);
+        ImageRows tile = treated.Rows();
         std::vector<unsigned char> padded;
-        if (changeable && pads) {
+        if (pads) {
             padded = PadToPowersOfTwo(tile);
             tile = {tile.format, PowerOfTwoFor(width), PowerOfTwoFor(height), PowerOfTwoFor(width), 1, padded.data()};
         }
-        return UploadImage(view, tile, GL_TEXTURE0, filter, texture, sampler);
+        return UploadImage(view, tile, textureUnit, filter, texture, sampler);
     } catch (const std::exception&) {
         return E_OUTOFMEMORY;
     }
@@ -98,7 +83,7 @@ long DrawTiles(COpenGLView& view, const ImageRows& image, double modelWidth, dou
         const std::vector<TileSpan> rows = CutIntoTiles(image.height, limit);
         for (auto row = rows.begin(); row != rows.end() && result == S_OK; ++row) {
             for (auto column = columns.begin(); column != columns.end() && result == S_OK; ++column) {
-                result = LoadTile(view, image, *column, *row, pads, filter, texture, sampler);
+                result = LoadTile(view, GL_TEXTURE0, image, *column, *row, pads, filter, texture, sampler);
                 if (result == S_OK) {
                     DrawTile(view, image, *column, *row, pads, modelWidth, modelHeight);
                 }
@@ -115,14 +100,14 @@ long DrawTiles(COpenGLView& view, const ImageRows& image, double modelWidth, dou
 
 long COpenGLView::LoadGLImage(unsigned int textureUnit, unsigned int format, int width, int height, int rowAlignment,
                               unsigned int filter, const void* pixels, unsigned int& texture, unsigned int& sampler) {
-    const ImageRows rows{format, width, height, width, rowAlignment, static_cast<const unsigned char*>(pixels)};
-    return UploadImage(*this, rows, textureUnit, filter, texture, sampler);
+    const ImageRows image{format, width, height, width, rowAlignment, static_cast<const unsigned char*>(pixels)};
+    return LoadTile(*this, textureUnit, image, {0, width, 0, width}, {0, height, 0, height}, false, filter, texture,
+                    sampler);
 }
 
 long COpenGLView::LoadRasterImage(unsigned int format, int width, int height, int rowAlignment, unsigned int filter,
                                   const void* pixels, unsigned int& texture, unsigned int& sampler) {
-    const ImageRows image{format, width, height, width, rowAlignment, static_cast<const unsigned char*>(pixels)};
-    return LoadTile(*this, image, {0, width, 0, width}, {0, height, 0, height}, false, filter, texture, sampler);
+    return LoadGLImage(GL_TEXTURE0, format, width, height, rowAlignment, filter, pixels, texture, sampler);
 }
 
 long COpenGLView::DrawImage(double left, double bottom, double right, double top, double z, unsigned int format,

@@ -17,6 +17,14 @@ struct GLLightParameters {
     bool operator==(const GLLightParameters&) const = default;
 };
 
+/// How the colours of images are changed while they are loaded.
+struct GLImageAdjustment {
+    float contrast = 1.0F;   ///< 0, all grey, and up; 1 as they are
+    float brightness = 0.0F; ///< -1, all black, to 1, all white
+    float gamma = 1.0F;      ///< above 1 lightens the middle; 0.01 to 100
+    bool operator==(const GLImageAdjustment&) const = default;
+};
+
 /// Number of capability flags in GLAttributes; only some positions carry a capability.
 inline constexpr int kCapabilityFlags = 30;
 
@@ -43,7 +51,9 @@ struct GLAttributes {
     int applyNoDataColor = 0;    ///< boolean
     bool noDataMarked = false;   ///< images have pixels without data, of the colour `noDataMarker`
     GLRGBAColor noDataMarker{};
-    GLRGBAColor noDataPaint{};     ///< what they show where they are not transparent
+    int noDataTolerance = 0;   ///< levels that a channel may be off the marker
+    GLRGBAColor noDataPaint{}; ///< what they show where they are not transparent
+    GLImageAdjustment imageAdjustment{};
     std::array<int, 4> viewport{}; ///< x, y, width, height in window pixels
     /// Numbers without a settled meaning, 1 in a new record: saved and restored with the rest, and nothing reads them.
     std::array<float, 3> reserved{};

@@ -134,8 +134,12 @@ void COpenGLView::LoadViewMatrices() {
         return;
     }
     const glm::dvec2 size = FindViewportSize(*this);
+    // The offsets are of the map, which a profile's stations are not.
+    const glm::dvec2 offsets = record.camera.orientation == GLViewOrientationProfile
+                                   ? glm::dvec2(0.0)
+                                   : glm::dvec2(record.coordinateOffsetX, record.coordinateOffsetY);
     record.loadedView = {VisibleExtents(record.camera, size), ProjectionMatrix(record.camera, size),
-                         ModelviewMatrix(record.camera, {record.coordinateOffsetX, record.coordinateOffsetY})};
+                         ModelviewMatrix(record.camera, offsets)};
     MatrixMode(GL_PROJECTION);
     ReplaceCurrentMatrix(record.loadedView.projection);
     MatrixMode(GL_MODELVIEW);
