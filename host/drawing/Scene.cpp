@@ -1,5 +1,6 @@
 #include "Scene.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -11,6 +12,8 @@ constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white poi
 constexpr double kAzimuthDegrees = 200.0;
 constexpr double kElevationDegrees = 35.0;
 constexpr double kFieldOfViewDegrees = 40.0;
+constexpr float kShadeStrength = 0.2F;
+constexpr float kShadeRadiusPixels = 2.0F;
 
 PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
@@ -128,7 +131,7 @@ void Scene::Draw(KTR::COpenGLView& view) {
     view.SetBackgroundColor(kBackground, true);
     view.LoadViewMatrices();
     view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
-    SetUpSun(view, m_exaggeration);
+    view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
 
     // Rasters are the ground below everything. A map shows no more of their pixels than it has itself.
     view.Disable(GL_DEPTH_TEST);
@@ -144,6 +147,9 @@ void Scene::Draw(KTR::COpenGLView& view) {
     for (CloudLayer& cloud : m_clouds) {
         cloud.Draw(view, m_origin, m_pointSizePixels);
     }
+    const bool shades = m_shadesClouds && !m_clouds.empty() && view.IsPerspectiveSideView();
+    view.SetUpEyeDomeLighting(shades, kShadeStrength, kShadeRadiusPixels);
+    view.DrawEyeDomeLighting();
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
     const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
@@ -157,6 +163,10 @@ void Scene::Draw(KTR::COpenGLView& view) {
     for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
         m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
     }
+}
+
+void Scene::RaiseSun(double degrees) {
+    m_sunAltitudeDegrees = std::clamp(m_sunAltitudeDegrees + degrees, 0.0, 90.0);
 }
 
 void Scene::ReleaseGeometry() {
