@@ -4,6 +4,7 @@
 
 #include "clouds/PointCloudLayer.h"
 #include "images/BitmapFile.h"
+#include "images/RasterLayer.h"
 #include "images/RasterTypes.h"
 #include "images/TexturedQuadrilateral.h"
 #include "pipeline/KeptGeometry.h"

@@ -20,6 +20,29 @@ enum GLTextureCacheOrder : int {
     GLTextureCacheByUse = 1,      ///< those that were found longest ago
 };
 
+/// Where the pixels of a raster lie in the model: column and row, counted from the outer corner of the upper left
+/// pixel, are multiplied by these steps. The six numbers of a world file, whose origin is that pixel's centre.
+struct GLRasterPlacement {
+    double columnX = 1.0; ///< what x gains from one column to the next
+    double columnY = 0.0;
+    double rowX = 0.0;
+    double rowY = -1.0; ///< rows go south where north is above
+    double originX = 0.0;
+    double originY = 0.0;
+};
+
+/// A rectangle of a level of a raster, row 0 the upper one. Level 0 is the raster itself; each further level has half
+/// as many pixels each way, rounded up, and each of its pixels is the mean of the 2 × 2, or what there is of them,
+/// below it.
+struct GLRasterWindow {
+    int level = 0;
+    int x = 0; ///< first column
+    int y = 0; ///< first row
+    int width = 0;
+    int height = 0;
+    bool operator==(const GLRasterWindow&) const = default;
+};
+
 /// A colour at a place of a ramp.
 struct GLColorStop {
     double position = 0.0; ///< 0 at the low end of the range to 1 at the high end

@@ -102,8 +102,8 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// on one thread only: views share them, and would draw each other's frames. Construct the first view of the process
 /// before any other thread constructs one.
 ///
-/// **Size.** A view takes some 35 KB; do not put many on a stack. Its vertex arrays have room for 1.3 MB beside it, which
-/// become memory as far as batches reach.
+/// **Size.** A view takes some 35 KB; do not put many on a stack. Its vertex arrays have room for 1.3 MB beside it,
+/// which become memory as far as batches reach.
 class ORRIN_DISPLAY_API COpenGLView {
 public:
     // ---- 1. Life and death. Implemented in OpenGLView.cpp
@@ -861,9 +861,10 @@ public:
     /// geometry is gone; E_INVALIDARG where batches did not agree in what GLGeometry keeps, or an index of AddDataIndex
     /// was of no record; E_OUTOFMEMORY. On failure the geometry is empty.
     long EndGeometry();
-    /// Draws all records, or `count` from `first` on, with the arrays or the program that an EnableClientState...
-    /// has bound, and with the matrices of this moment on both pipelines. Strips that a range cuts are drawn as far as
-    /// they lie in it; triangles and lines begin at `first`. It waits for nothing, and the state is as before.
+    /// Draws all records, or `count` from `first` on, with the arrays or the program that an EnableClientState... has
+    /// bound, and with the matrices of this moment, the light under them included, on both pipelines. Strips that a
+    /// range cuts are drawn as far as they lie in it; triangles and lines begin at `first`. It waits for nothing, and
+    /// the state is as before.
     ///
     /// S_OK; E_INVALIDARG for a range that is not there; E_FAIL without a current context, where nothing is bound and
     /// while the geometry is being filled; E_OUTOFMEMORY where the card has no room, when nothing is drawn; E_HANDLE

@@ -14,6 +14,8 @@ constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white poi
 constexpr double kAzimuthDegrees = 200.0;
 constexpr double kElevationDegrees = 35.0;
 constexpr double kFieldOfViewDegrees = 40.0;
+constexpr float kShadeStrength = 0.2F;
+constexpr float kShadeRadiusPixels = 2.0F;
 
 PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
@@ -214,6 +216,10 @@ CloudsFrame Scene::Refine(KTR::COpenGLView& view) {
 
 void Scene::DrawShapes(KTR::COpenGLView& view) {
     LoadCamera(view);
+    // The clouds are complete, or as far as they will be in this frame.
+    const bool shades = m_shadesClouds && !m_clouds.empty() && view.IsPerspectiveSideView();
+    view.SetUpEyeDomeLighting(shades, kShadeStrength, kShadeRadiusPixels);
+    view.DrawEyeDomeLighting();
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
     const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
@@ -251,6 +257,10 @@ void Scene::Forget(const KTR::COpenGLView& view) {
     }
 }
 
+void Scene::RaiseSun(double degrees) {
+    m_sunAltitudeDegrees = std::clamp(m_sunAltitudeDegrees + degrees, 0.0, 90.0);
+}
+
 void Scene::ReleaseGeometry() {
     for (const auto& cloud : m_clouds) {
         cloud->ReleaseGeometry();
@@ -282,7 +292,7 @@ void Scene::LoadCamera(KTR::COpenGLView& view) {
 /// Clears the frame and draws what lies below the clouds.
 void Scene::DrawGround(KTR::COpenGLView& view) {
     view.SetBackgroundColor(kBackground, true);
-    SetUpSun(view, m_exaggeration);
+    view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
     // Rasters are the ground below everything. A map shows no more of their pixels than it has itself.
     view.Disable(GL_DEPTH_TEST);
     const bool isMap = view.GetCurrentViewOrientation() == KTR::GLViewOrientationTop;

@@ -77,6 +77,13 @@ public:
     /// Heights are multiplied by this, for the relief of flat country to show.
     void SetExaggeration(double factor) { m_exaggeration = factor; }
     double GetExaggeration() const { return m_exaggeration; }
+    /// The sun that reliefs are lit by, at first in the north-west, half-way up: clockwise over the horizon, and up as
+    /// far as the zenith.
+    void TurnSun(double degrees) { m_sunAzimuthDegrees += degrees; }
+    void RaiseSun(double degrees);
+    /// Clouds seen in perspective are shaded by their depths, where the pipeline can.
+    void ShadeClouds(bool on) { m_shadesClouds = on; }
+    bool ShadesClouds() const { return m_shadesClouds; }
     /// From 0, areas are not filled, to 1, nothing shows through them.
     void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
 
@@ -123,6 +130,9 @@ private:
     ColorMode m_colorMode = ColorMode::Elevation;
     double m_pointSizePixels = 2.0;
     double m_exaggeration = 1.0;
+    double m_sunAzimuthDegrees = 315.0; ///< from north
+    double m_sunAltitudeDegrees = 45.0;
+    bool m_shadesClouds = true;
     double m_fillOpacity = 0.0;
 };
 

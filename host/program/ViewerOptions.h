@@ -40,6 +40,7 @@ struct ViewerOptions {
     Camera camera = Camera::Map;
     double exaggeration = 1.0;           ///< of heights
     std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
+    bool cloudsShaded = true;            ///< by their depths, in perspective, where the pipeline can
     bool flat = false;                   ///< elevations are shown as rasters, not as surfaces
     double fillPercent = 0.0;            ///< opacity of filled areas
     std::string labelProperty;           ///< UTF-8; empty: no labels

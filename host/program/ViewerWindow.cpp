@@ -24,6 +24,7 @@ constexpr wchar_t kWindowClass[] = L"OrrinViewer";
 constexpr double kZoomPerNotch = 1.25;
 constexpr double kPanPixels = 60.0;
 constexpr double kDegreesPerPixel = 0.4;
+constexpr double kSunStepDegrees = 15.0;
 constexpr Rgb kBandColor{120, 180, 255};
 constexpr std::uint8_t kBandOpacity = 50;
 /// For points that are still read or fetched.
@@ -310,6 +311,15 @@ void ViewerWindow::HandleKey(WPARAM key) {
     case 'C':
         m_scene.SwitchColors();
         UpdateTitle();
+        break;
+    case 'E':
+        m_scene.ShadeClouds(!m_scene.ShadesClouds());
+        break;
+    case 'S':
+        m_scene.TurnSun(GetKeyState(VK_SHIFT) < 0 ? -kSunStepDegrees : kSunStepDegrees);
+        break;
+    case 'A':
+        m_scene.RaiseSun(GetKeyState(VK_SHIFT) < 0 ? -kSunStepDegrees : kSunStepDegrees);
         break;
     case VK_ADD:
     case VK_OEM_PLUS:

@@ -430,6 +430,47 @@ TEST_P(KeptDrawing, LitGeometryIsLitAlikeWhereverItStands) {
     View().Disable(GL_LIGHT0);
 }
 
+// The camera turns between binding and drawing, and the sun with it: that of the draw counts on both pipelines.
+TEST_P(KeptDrawing, TakesTheLightOfTheDraw) {
+    const auto addAll = [&] {
+        View().BeginArrays(GL_TRIANGLES, GLShaderShadedColor3Stage);
+        for (const auto& [x, y] : {std::pair{10, 10}, {110, 10}, {60, 110}}) {
+            View().AddIndex3DVertexNormalRGBA(x, y, 0.0, 0.6, x * 0.005, 0.6, 255, 255, 255, 255);
+        }
+        View().EndArrays();
+    };
+    const auto turn = [&] {
+        View().Translate(60.0, 60.0, 0.0);
+        View().Rotate(70.0, 0.0, 0.0, 1.0);
+        View().Rotate(40.0, 1.0, 0.0, 0.0);
+        View().Translate(-60.0, -60.0, 0.0);
+    };
+    const auto frame = [&](const std::function<void()>& draw) {
+        live->Clear();
+        View().SetUpLighting(true);
+        View().EnableClientStateInternalBuffers(true, true, true, false, GLShaderShadedColor3Stage);
+        draw();
+        View().DisableClientState();
+        View().SetUpLighting(false);
+        return TakePicture(View(), kSide, kSide);
+    };
+    View().MatrixMode(GL_PROJECTION);
+    View().Ortho(0.0, kSide, 0.0, kSide, -200.0, 200.0);
+    View().MatrixMode(GL_MODELVIEW);
+    ASSERT_EQ(View().SetSun(315.0, 30.0), S_OK);
+    GLGeometry geometry;
+    Fill(View(), geometry, addAll);
+    const Picture before = frame(addAll);
+    const Picture kept = frame([&] {
+        turn();
+        EXPECT_EQ(View().DrawGeometry(geometry), S_OK);
+    });
+    const Picture batch = frame(addAll);
+    EXPECT_GT(batch.CountDrawn(), 2'000);
+    EXPECT_EQ(Compare(kept, batch, 0).otherPixels, 0);
+    EXPECT_GT(Compare(before, batch, 0).otherPixels, 1'000);
+}
+
 // Text and images between the batches of a geometry are drawn, and leave it alone.
 TEST_P(KeptDrawing, TextAndImagesMeanwhileAreDrawn) {
     const std::vector<unsigned char> image(16 * 3, 180);

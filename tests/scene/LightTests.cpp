@@ -56,9 +56,8 @@ Pixel Expected(const LitScene& scene, const Patch& patch) {
 }
 
 /// Patches that face the eye, whichever way the camera looks and whatever their normals say.
-void DrawPatches(COpenGLView& view, const LitScene& scene) {
+void AddPatches(COpenGLView& view, const LitScene& scene) {
     const glm::dmat4 toModel = glm::inverse(scene.Modelview());
-    view.EnableClientStateInternalBuffers(true, true, true, false, GLShaderShadedColor3Stage);
     view.BeginArrays(GL_TRIANGLES, GLShaderShadedColor3Stage);
     for (int number = 0; number < kPatches * kPatches; ++number) {
         const Patch patch = PatchAt(number);
@@ -69,7 +68,13 @@ void DrawPatches(COpenGLView& view, const LitScene& scene) {
                                             patch.color.r, patch.color.g, patch.color.b, 255);
         }
     }
-    view.EndArraysAndDisableClientState();
+    view.EndArrays();
+}
+
+void DrawPatches(COpenGLView& view, const LitScene& scene) {
+    view.EnableClientStateInternalBuffers(true, true, true, false, GLShaderShadedColor3Stage);
+    AddPatches(view, scene);
+    view.DisableClientState();
 }
 
 Picture DrawLit(const LitScene& scene) {
@@ -175,6 +180,38 @@ INSTANTIATE_TEST_SUITE_P(
                              {kHalf, kHalf, 0.0},
                              kFromSouth}),
     [](const auto& scene) { return scene.param.name; });
+
+class KeptSurface : public FreshProcessTest, public testing::WithParamInterface<bool> {};
+
+// A relief is added once and drawn through many cameras, the last one set when its program was bound already.
+TEST_P(KeptSurface, IsLitUnderTheCameraItIsDrawnThrough) {
+    const std::unique_ptr<COpenGLView> first = GetParam() ? ChoosePrograms() : nullptr;
+    const LitScene scene{"", SunInTheEast, {kHalf, kHalf, 0.0}, kFromSouth, {1.0, 1.0, 4.0}};
+    LiveView live(kSide, kSide);
+    live.Clear();
+    scene.set(*live.view);
+    GLGeometry relief;
+    ASSERT_EQ(live->BeginGeometry(relief), S_OK);
+    AddPatches(*live.view, scene);
+    ASSERT_EQ(live->EndGeometry(), S_OK);
+    live->SetUpLighting(true);
+    live->EnableClientStateInternalBuffers(true, true, true, false, GLShaderShadedColor3Stage);
+    live->MatrixMode(GL_PROJECTION);
+    live->Ortho(0.0, kSide, 0.0, kSide, 0.0, 10.0);
+    live->MatrixMode(GL_MODELVIEW);
+    live->ReplaceCurrentMatrix(scene.Modelview());
+    ASSERT_EQ(live->DrawGeometry(relief), S_OK);
+    live->DisableClientState();
+    live->SetUpLighting(false);
+    const Picture picture = TakePicture(*live.view, kSide, kSide);
+    for (int number = 0; number < kPatches * kPatches; ++number) {
+        const Pixel& shown = picture.At(number % kPatches * kPatchPixels + kPatchPixels / 2,
+                                        number / kPatches * kPatchPixels + kPatchPixels / 2);
+        EXPECT_LE(LargestDifference(shown, Expected(scene, PatchAt(number))), 1) << number;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, KeptSurface, testing::Bool(), PipelineName);
 
 using Light = FreshProcessTest;
 

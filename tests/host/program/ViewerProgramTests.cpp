@@ -96,7 +96,8 @@ TEST_F(ViewerProgram, ReliefIsTheSameFrameOnBothPipelines) {
 // On a 4.x context the cloud is drawn from a buffer that is filled once; the frame must not tell.
 TEST_F(ViewerProgram, CloudIsTheSameFrameOnBothPipelinesAndTimed) {
     const std::wstring cloud = Write("square.ply", SquareCloud(596'000, 243'000)).wstring();
-    const std::vector<std::wstring> arguments = {cloud, L"--view", L"3d", L"--point-size", L"7", L"--pipeline"};
+    const std::vector<std::wstring> arguments = {cloud, L"--view",        L"3d",        L"--point-size",
+                                                 L"7",  L"--no-eye-dome", L"--pipeline"};
     const auto draw = [&](const wchar_t* pipeline) {
         std::vector<std::wstring> all = arguments;
         all.push_back(pipeline);
@@ -135,6 +136,31 @@ TEST_F(ViewerProgram, WindowShowsPointsAsTheyAreRead) {
     const Outcome broken = Watch({Write("broken.ply", ascii).wstring()}, {L"broken.ply"});
     EXPECT_EQ(broken.exitCode, 0);
     EXPECT_NE(broken.errors.find("'what' is not a number"), std::string::npos) << broken.errors;
+}
+
+// Stairs of points, all of one colour: without the shading they are one flat patch.
+TEST_F(ViewerProgram, CloudIsShadedByItsDepthsInPerspective) {
+    std::string text =
+        "ply\nformat ascii 1.0\nelement vertex 900\nproperty double x\nproperty double y\nproperty double "
+        "z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
+    for (int point = 0; point < 900; ++point) {
+        const int x = point % 30;
+        const int y = point / 30;
+        text += std::to_string(x) + ' ' + std::to_string(y) + ' ' + std::to_string(y / 6 * 3) + " 200 200 200\n";
+    }
+    const std::wstring stairs = Write("stairs.ply", text).wstring();
+    const auto draw = [&](const wchar_t* shading) {
+        return Draw({stairs, L"--view", L"3d", L"--point-size", L"6", L"--pipeline", L"gl4", shading});
+    };
+    const Frame plain = draw(L"--no-eye-dome");
+    const Frame shaded = draw(L"--plain");
+    ASSERT_EQ(plain.rgba.size(), shaded.rgba.size());
+    int darker = 0;
+    for (std::size_t channel = 0; channel < plain.rgba.size(); ++channel) {
+        ASSERT_LE(shaded.rgba[channel], plain.rgba[channel]);
+        darker += shaded.rgba[channel] + 60 < plain.rgba[channel] ? 1 : 0;
+    }
+    EXPECT_GT(darker, 300);
 }
 
 TEST_F(ViewerProgram, DamagedFile_GivesOneClearLineAndAnErrorCode) {
