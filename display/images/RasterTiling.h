@@ -20,7 +20,8 @@ struct RasterTile {
     int level = 0;
     int column = 0;
     int row = 0;
-    auto operator<=>(const RasterTile&) const = default;
+    // The tool takes the zero that the compiler compares with for a pointer.
+    auto operator<=>(const RasterTile&) const = default; // NOLINT(modernize-use-nullptr)
 
     RasterTile Parent() const { return {level + 1, column / 2, row / 2}; }
 };
