@@ -4,6 +4,7 @@
 #include "../view/ViewAccess.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace KTR {
@@ -16,14 +17,15 @@ constexpr double kZenithDegrees = 90.0;
 /// The intensity at which a surface that faces the light shows its own colour.
 constexpr float kFullIntensity = 4.0F;
 
-constexpr GLenum kLights[FixedLighting::kLights] = {GL_LIGHT0, GL_LIGHT1};
-constexpr GLenum kFaces[] = {GL_FRONT, GL_BACK};
-constexpr GLenum kLightingCapabilities[FixedLighting::kCapabilities] = {GL_LIGHTING, GL_LIGHT0, GL_LIGHT1,
-                                                                        GL_COLOR_MATERIAL, GL_NORMALIZE};
-constexpr GLenum kLightValues[FixedLighting::kLightValues] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_POSITION,
-                                                              GL_SPOT_CUTOFF};
+constexpr std::array<GLenum, FixedLighting::kLights> kLights = {GL_LIGHT0, GL_LIGHT1};
+constexpr std::array<GLenum, 2> kFaces = {GL_FRONT, GL_BACK};
+constexpr std::array<GLenum, FixedLighting::kCapabilities> kLightingCapabilities = {GL_LIGHTING, GL_LIGHT0, GL_LIGHT1,
+                                                                                    GL_COLOR_MATERIAL, GL_NORMALIZE};
+constexpr std::array<GLenum, FixedLighting::kLightValues> kLightValues = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR,
+                                                                          GL_POSITION, GL_SPOT_CUTOFF};
 /// Those that the colours of vertices replace, and those that would be added to the light.
-constexpr GLenum kMaterialValues[FixedLighting::kMaterialValues] = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR, GL_EMISSION};
+constexpr std::array<GLenum, FixedLighting::kMaterialValues> kMaterialValues = {GL_AMBIENT, GL_DIFFUSE, GL_SPECULAR,
+                                                                                GL_EMISSION};
 constexpr float kNone[] = {0.0F, 0.0F, 0.0F, 1.0F};
 
 /// As long as it lives OpenGL takes positions of lights for eye coordinates.

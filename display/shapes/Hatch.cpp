@@ -123,10 +123,12 @@ std::vector<Crossing> FindCrossings(std::span<const FillRing> rings, const Hatch
     ForEachEdge(rings, frame, [&](const PointXY& from, const PointXY& to, int layer) {
         const CrossedLines lines(from.y, to.y, range, stride);
         const double lean = (to.x - from.x) / (to.y - from.y);
-        for (double line = lines.first; line <= lines.last; line += 1.0) {
+        double line = lines.first;
+        while (line <= lines.last) {
             const double across = line * stride;
             crossings.push_back({across, layer, to.y > from.y ? -1 : 1, from.x + (across - from.y) * lean,
                                  std::clamp(lean / frame.Spacing(), -kSteepestEnd, kSteepestEnd)});
+            line += 1.0;
         }
     });
     std::sort(crossings.begin(), crossings.end(), [](const Crossing& a, const Crossing& b) {
@@ -192,7 +194,8 @@ void AddHatch(std::span<const FillRing> rings, FillRule rule, const Hatch& hatch
     ForEachEdge(rings, frame, [&](const PointXY& from, const PointXY& to, int) {
         count += CrossedLines(from.y, to.y, range, stride).Count();
     });
-    for (; count > kMostCrossings; count *= 0.5) {
+    while (count > kMostCrossings) {
+        count *= 0.5;
         stride *= 2.0;
     }
     double z = 0.0;

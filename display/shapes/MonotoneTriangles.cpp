@@ -1,6 +1,7 @@
 #include "MonotoneTriangles.h"
 
 #include <algorithm>
+#include <array>
 #include <memory_resource>
 #include <set>
 #include <span>
@@ -124,7 +125,7 @@ public:
     }
 
 private:
-    Piece m_pieces[2]; ///< from below
+    std::array<Piece, 2> m_pieces; ///< from below
     int m_count = 0;
 };
 

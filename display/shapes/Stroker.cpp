@@ -75,6 +75,9 @@ bool Stroker::Prepare(std::span<const PointXYZ> points, bool closed) {
 void Stroker::MeasureJoins() {
     const std::size_t count = m_points.size();
     m_joins.assign(count, Join{});
+    if (count == 0) {
+        return;
+    }
     for (std::size_t corner = m_closed ? 0 : 1; corner < (m_closed ? count : count - 1); ++corner) {
         const PointXY& before = m_segments[(corner + count - 1) % count].direction;
         const PointXY& after = m_segments[corner].direction;

@@ -140,7 +140,8 @@ std::optional<DrawnPixel> FindNearest(const Depths& depths, int x, int y) {
 
 std::optional<glm::dvec3> FindPlaceOnScene(COpenGLView& view, int clientX, int clientY) {
     constexpr int kFarthest = 1'000'000; // more than any window has, and sums stay within int
-    if (std::abs(clientX) > kFarthest || std::abs(clientY) > kFarthest) {
+    const auto isInReach = [](int client) { return client >= -kFarthest && client <= kFarthest; };
+    if (!isInReach(clientX) || !isInReach(clientY)) {
         return std::nullopt;
     }
     const ViewMapping mapping = MakeMapping(view);
