@@ -38,8 +38,8 @@ private:
     bool MakeRoom(unsigned long long bytes, unsigned long long since);
     void Drop(std::map<PieceId, Piece>::iterator piece);
 
-    unsigned long long m_mostBytes; ///< that the host allows
-    unsigned long long m_limit;     ///< less, where the card turned out to have less room
+    unsigned long long m_mostBytes;              ///< that the host allows
+    unsigned long long m_limit;                  ///< less, where the card turned out to have less room
     std::atomic<unsigned long long> m_bytes = 0; ///< asked on other threads
     unsigned long long m_uses = 0;
     std::map<PieceId, Piece> m_pieces;
