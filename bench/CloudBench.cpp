@@ -58,7 +58,7 @@ class Survey final : public PointCloudReader {
 public:
     explicit Survey(unsigned __int64 count) : m_count(count) {}
 
-    unsigned __int64 GetPointCount() const override { return m_count; }
+    unsigned long long GetPointCount() const override { return m_count; }
     long Read(PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
         for (count = 0; count < capacity && m_next < m_count; ++count) {
             points[count] = Next();
@@ -109,15 +109,15 @@ void MeasureReading(COpenGLView& view, CPointCloudLayer& layer, const PointCloud
         view.Finish();
         longest = std::max(longest, frameClock.Milliseconds());
         if (isFirst && frame.drawn > 0) {
-            Report("the first points are shown", clock.Milliseconds(), "ms");
+            Report("reading: until the first points are shown", clock.Milliseconds(), "ms");
             isFirst = false;
         }
         if (frame.drawn == 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
     }
-    Report("all points are read, frames of 1 million drawn meanwhile", clock.Milliseconds(), "ms");
-    Report("the longest of these frames", longest, "ms");
+    Report("reading: until all points are there", clock.Milliseconds(), "ms");
+    Report("reading: the longest frame meanwhile", longest, "ms");
 }
 
 void MeasureMoving(COpenGLView& view, CPointCloudLayer& layer, const PointCloudDrawing& drawing) {
@@ -130,9 +130,9 @@ void MeasureMoving(COpenGLView& view, CPointCloudLayer& layer, const PointCloudD
         view.Finish();
         milliseconds.push_back(clock.Milliseconds());
     }
-    Report("a frame of 1 million points while the camera moves", FindMedian(milliseconds), "ms");
-    Report("the longest of these frames", *std::max_element(milliseconds.begin(), milliseconds.end()), "ms");
-    Report("points that it has", static_cast<double>(drawn) / kFrames / 1e6, "million");
+    Report("moving: a frame of 1 million points", FindMedian(milliseconds), "ms");
+    Report("moving: the longest of these", *std::max_element(milliseconds.begin(), milliseconds.end()), "ms");
+    Report("moving: points that it has", static_cast<double>(drawn) / kFrames / 1e6, "million");
 }
 
 void MeasureStanding(COpenGLView& view, CPointCloudLayer& layer, const PointCloudDrawing& drawing) {
@@ -154,8 +154,8 @@ void MeasureStanding(COpenGLView& view, CPointCloudLayer& layer, const PointClou
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
-    Report("the camera stands still until the frame is complete", clock.Milliseconds(), "ms");
-    Report("the longest of these frames", longest, "ms");
+    Report("standing still: until the frame is complete", clock.Milliseconds(), "ms");
+    Report("standing still: the longest step meanwhile", longest, "ms");
 }
 
 double MeasureWhole(COpenGLView& view, CPointCloudLayer& layer) {
@@ -222,14 +222,14 @@ int main(int argumentCount, char** arguments) {
         MeasureMoving(view, layer, drawing);
         MeasureStanding(view, layer, drawing);
         const PointCloudState state = layer.GetState();
-        Report("points in main memory", static_cast<double>(state.memoryBytes) / 1e6, "MB");
-        Report("points on the card", static_cast<double>(state.cardBytes) / 1e6, "MB");
-        Report("points in the file", static_cast<double>(state.fileBytes) / 1e6, "MB");
-        Report("most memory of the process so far", LargestWorkingSetMegabytes(), "MB");
-        Report("a frame of all points", MeasureWhole(view, layer), "ms");
+        Report("memory: points in main memory", static_cast<double>(state.memoryBytes) / 1e6, "MB");
+        Report("memory: points on the card", static_cast<double>(state.cardBytes) / 1e6, "MB");
+        Report("memory: points in the file", static_cast<double>(state.fileBytes) / 1e6, "MB");
+        Report("memory: the most that the process took so far", LargestWorkingSetMegabytes(), "MB");
+        Report("all points: a frame of the layer", MeasureWhole(view, layer), "ms");
     }
     if (millions <= 20) {
-        Report("the same in one draw by hand", MeasureByHand(view, count), "ms");
+        Report("all points: one draw of them by hand", MeasureByHand(view, count), "ms");
     }
     return 0;
 }

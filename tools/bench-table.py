@@ -74,11 +74,23 @@ def starts(path):
         print(f"| {name} | {number(statistics.median(taken))} {unit} |")
 
 
+def clouds(folder):
+    columns = {}
+    for pipeline in ("4x", "fixed"):
+        for line in (folder / f"cloud-{pipeline}.txt").read_text().splitlines():
+            name, value, unit = line.split("\t")
+            columns.setdefault((name, unit.strip()), []).append(number(float(value)))
+    print("\n| A large cloud | 4.x | fixed-function |\n|---|---|---|")
+    for (name, unit), (programs, fixed) in columns.items():
+        print(f"| {name} | {programs} {unit} | {fixed} {unit} |")
+
+
 def main():
     folder = pathlib.Path(sys.argv[1])
     table(medians(folder / "driver.json"), medians(folder / "null.json"))
     spread(folder / "driver.json")
     starts(folder / "start.txt")
+    clouds(folder)
 
 
 main()

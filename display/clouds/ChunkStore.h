@@ -31,7 +31,10 @@ constexpr unsigned int kMostPieces = 4;
 struct PieceId {
     unsigned int chunk = 0;
     unsigned int piece = 0;
-    auto operator<=>(const PieceId&) const = default;
+    bool operator==(const PieceId&) const = default;
+    bool operator<(const PieceId& other) const {
+        return chunk != other.chunk ? chunk < other.chunk : piece < other.piece;
+    }
 };
 
 using PieceRecords = std::shared_ptr<const std::vector<PointCloudRecord>>;

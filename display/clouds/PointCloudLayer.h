@@ -17,7 +17,7 @@ struct PointCloudParts;
 /// What a layer may take.
 struct PointCloudLimits {
     /// Buffers on the card, of all views together; on fixed-function contexts, which have none, memory.
-    unsigned __int64 cardBytes = 1ULL << 30;
+    unsigned __int64 cardBytes = 768ULL << 20;
     /// Main memory for points, the reading included.
     unsigned __int64 memoryBytes = 512ULL << 20;
     /// The temporary file for what main memory does not hold, at 24 bytes a point. Where it ends the reading ends.

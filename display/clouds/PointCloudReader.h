@@ -40,7 +40,7 @@ public:
     PointCloudReader& operator=(const PointCloudReader&) = delete;
 
     /// How many points there will be; 0 where that shows only at the end. Asked once, before the first is read.
-    virtual unsigned __int64 GetPointCount() const { return 0; }
+    virtual unsigned long long GetPointCount() const { return 0; }
     /// Writes the next points, at most `capacity` of them, and tells in `count` how many; none means that there are no
     /// more. S_OK, or a negative result, which ends the reading and becomes the layer's.
     virtual long Read(PointCloudPoint* points, std::size_t capacity, std::size_t& count) = 0;

@@ -51,7 +51,7 @@ public:
     Feed(std::unique_ptr<CloudReader> reader, std::shared_ptr<Progress> progress)
         : m_reader(std::move(reader)), m_progress(std::move(progress)) {}
 
-    unsigned __int64 GetPointCount() const override { return m_reader->GetPointCount(); }
+    unsigned long long GetPointCount() const override { return m_reader->GetPointCount(); }
 
     long Read(KTR::PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
         try {

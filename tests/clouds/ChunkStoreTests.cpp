@@ -184,7 +184,7 @@ class ToldReader : public PointCloudReader {
 public:
     using Answer = std::function<long(PointCloudPoint* points, std::size_t capacity, std::size_t& count)>;
     explicit ToldReader(Answer answer) : m_answer(std::move(answer)) {}
-    unsigned __int64 GetPointCount() const override { return 1'000'000'000; }
+    unsigned long long GetPointCount() const override { return 1'000'000'000; }
     long Read(PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
         return m_answer(points, capacity, count);
     }

@@ -25,7 +25,7 @@ class ListReader : public KTR::PointCloudReader {
 public:
     explicit ListReader(std::vector<KTR::PointCloudPoint> points, bool tellsCount = true, std::size_t most = 1'000)
         : m_points(std::move(points)), m_tellsCount(tellsCount), m_most(most) {}
-    unsigned __int64 GetPointCount() const override { return m_tellsCount ? m_points.size() : 0; }
+    unsigned long long GetPointCount() const override { return m_tellsCount ? m_points.size() : 0; }
     long Read(KTR::PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
         for (count = 0; count < capacity && count < m_most && m_next < m_points.size(); ++count) {
             points[count] = m_points[m_next++];
