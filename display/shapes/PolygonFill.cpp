@@ -72,8 +72,7 @@ TriangulatedArea TriangulateEdges(const std::vector<PlanarEdge>& edges, FillRule
         const std::array<int, 2> above{edge.below[0] + edge.step[0], edge.below[1] + edge.step[1]};
         const bool insideAbove = IsInside(rule, above);
         if (insideAbove != IsInside(rule, edge.below)) {
-            const std::array<int, 2>& outside = insideAbove ? edge.below : above;
-            borders.push_back({edge, insideAbove, outside[1] != 0});
+            borders.push_back({edge, insideAbove});
         }
     }
     TriangulatedArea area = Triangulate(borders);

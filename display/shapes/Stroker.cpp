@@ -22,8 +22,8 @@ constexpr double kSamePlace = 1e-9;
 /// The colour fades as the share of a pixel that a line of this width covers does: thinner than a fringe, it never gets
 /// full.
 Stroker::Stroker(const Stroke& stroke)
-    : m_stroke(stroke), m_half(stroke.width * 0.5), m_full(std::abs(m_half - stroke.fringe * 0.5)),
-      m_faded(m_half + stroke.fringe * 0.5),
+    : m_stroke(stroke), m_half(stroke.width * 0.5), m_full(std::abs(m_half - stroke.fringe * 0.5 + stroke.grow)),
+      m_faded(m_half + stroke.fringe * 0.5 + stroke.grow),
       m_coverage(stroke.width < stroke.fringe ? static_cast<float>(stroke.width / stroke.fringe) : 1.0F),
       m_outwards(m_faded - m_half), m_inwards(m_half - m_full) {}
 
@@ -252,7 +252,7 @@ void Stroker::AddCap(const PointXYZ& end, const PointXY& outwards, bool atStart,
         AddRoundCap(end, outwards, atStart);
         return;
     }
-    const double beyond = m_stroke.cap == GLLineCapSquare ? m_half : 0.0;
+    const double beyond = (m_stroke.cap == GLLineCapSquare ? m_half : 0.0) + m_stroke.grow;
     const PointXY along = atStart ? -outwards : outwards;
     const auto ribAt = [&](double distance, float coverage) {
         const PointXY place = Flat(end) + outwards * distance;
