@@ -3,7 +3,10 @@
 /// Everything that a host needs to draw with OrrinDisplay.dll. The way in is KTR::COpenGLView.
 
 #include "images/BitmapFile.h"
+#include "images/RasterLayer.h"
+#include "images/RasterTypes.h"
 #include "images/TexturedQuadrilateral.h"
+#include "pipeline/KeptGeometry.h"
 #include "pipeline/ShaderFiles.h"
 #include "platform/DisplayApplication.h"
 #include "platform/Notice.h"
@@ -11,6 +14,7 @@
 #include "platform/PixelFormat.h"
 #include "platform/ProcessEnvironment.h"
 #include "platform/VersionPolicy.h"
+#include "scene/SurfaceNormals.h"
 #include "shapes/ShapeStyles.h"
 #include "text/FontFiles.h"
 #include "view/OpenGLView.h"

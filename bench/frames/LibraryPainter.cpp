@@ -4,6 +4,10 @@
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
 namespace Frames {
 
 namespace {
@@ -33,15 +37,35 @@ private:
     bool m_on;
 };
 
+/// Vertices as bulk adds take them.
+struct VertexArrays {
+    VertexArrays() = default;
+    explicit VertexArrays(const std::vector<DrawnVertex>& vertices) {
+        for (const DrawnVertex& vertex : vertices) {
+            points.push_back(vertex.position);
+            colors.push_back(vertex.color);
+            texture.push_back(vertex.texture);
+        }
+    }
+    std::vector<PointXYZ> points;
+    std::vector<GLRGBAColor> colors;
+    std::vector<GLTexCoords> texture;
+};
+
 class LibraryPainter final : public Painter {
 public:
     explicit LibraryPainter(const LibraryUse& use) : m_use(use) {}
 
     void Prepare(Stage& stage, const Content& content) override {
         m_view = &stage.View();
-        if (const auto* batches = std::get_if<Batches>(&content); batches && batches->textured) {
-            const Texture& texture = stage.QuadTexture();
-            m_view->DrawSetupSetShaderTexture(texture.texture, texture.sampler);
+        if (const auto* batches = std::get_if<Batches>(&content)) {
+            if (batches->textured) {
+                const Texture& texture = stage.QuadTexture();
+                m_view->DrawSetupSetShaderTexture(texture.texture, texture.sampler);
+            }
+            if (m_use.adding == Adding::InBulk) {
+                m_arrays = VertexArrays(batches->vertices);
+            }
         } else if (const auto* tiles = std::get_if<Tiles>(&content)) {
             m_tileTextures = &stage.TileTextures(*tiles);
         } else if (const auto* labels = std::get_if<Labels>(&content)) {
@@ -68,17 +92,94 @@ public:
     }
 
     void Draw(const Batches& content) override {
+        if (m_use.keepsGeometry) {
+            DrawKept(m_geometry, content.shader, [&] { AddBatches(content); });
+            return;
+        }
         const Sharing sharing(*m_view, m_use.sharesDraws);
         if (!m_use.bracketsEachBatch) {
             Enable(content);
         }
+        AddBatches(content);
+        if (!m_use.bracketsEachBatch) {
+            m_view->DisableClientState();
+        }
+    }
+
+    void Draw(const Polygons& content) override {
+        if (m_use.keepsGeometry) {
+            DrawKept(m_geometry, GLShaderColorPassThrough, [&] { AddPolygons(content); });
+            return;
+        }
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        if (!m_use.bracketsEachBatch) {
+            EnableColors(GLShaderColorPassThrough);
+        }
+        AddPolygons(content);
+        if (!m_use.bracketsEachBatch) {
+            m_view->DisableClientState();
+        }
+    }
+
+    void Draw(const Labels& content) override {
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        m_view->DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+        for (const Labels::Label& label : content.labels) {
+            m_view->DrawTextString(m_lists, label.text.c_str(), nullptr, !m_view->DrawsWithPrograms(), false, false,
+                                   label.place.x, label.place.y, 0.0);
+        }
+        m_view->DrawTeardownFontAtlasText(false, false);
+    }
+
+    void Draw(const StaticPoints& content) override {
+        if (m_use.keepsGeometry) {
+            // They take so much memory that both pipelines have to draw from one.
+            static GLGeometry s_geometry;
+            DrawKept(s_geometry, GLShaderPoint, [&] { AddPoints(content); });
+            return;
+        }
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        EnableColors(GLShaderPoint);
+        m_view->InitializeVBO(GL_POINTS, GLShaderPoint, VertexBuffer(), content.records.data(), content.records.size());
+        m_view->DrawArrays(GL_POINTS, static_cast<int>(content.records.size()), VertexBuffer(), nullptr);
+        m_view->EndVBOArraysAndDisableClientState();
+    }
+
+    void Draw(const Tiles& content) override {
+        if (m_use.inOneCall) {
+            DrawInOneCall(content);
+            return;
+        }
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
+            const Texture& texture = (*m_tileTextures)[tile];
+            m_view->DrawTexturedQuadrilateral(texture.texture, texture.sampler, content.tiles[tile].corners, nullptr);
+        }
+    }
+
+private:
+    void DrawInOneCall(const Tiles& content) {
+        m_quadrilaterals.resize(content.tiles.size());
+        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
+            TexturedQuadrilateral& quadrilateral = m_quadrilaterals[tile];
+            quadrilateral.texture = (*m_tileTextures)[tile].texture;
+            quadrilateral.sampler = (*m_tileTextures)[tile].sampler;
+            std::ranges::copy(content.tiles[tile].corners, quadrilateral.corners);
+        }
+        m_view->DrawTexturedQuadrilaterals(m_quadrilaterals.data(), m_quadrilaterals.size());
+    }
+    void AddBatches(const Batches& content) {
         for (int batch = 0; batch < content.batches; ++batch) {
             if (m_use.bracketsEachBatch) {
                 Enable(content);
             }
             m_view->BeginArrays(content.mode, content.shader);
             content.Walk(batch, [&](const DrawnVertex* first, const DrawnVertex* last) {
-                if (content.textured) {
+                if (m_use.adding == Adding::InBulk) {
+                    AddInBulk(first - content.vertices.data(), last - first, content.textured);
+                } else if (m_use.adding == Adding::Reserved) {
+                    AddReserved(first, last);
+                } else if (content.textured) {
                     AddTextured(first, last);
                 } else {
                     AddColored(first, last);
@@ -90,17 +191,9 @@ public:
                 m_view->EndArrays();
             }
         }
-        if (!m_use.bracketsEachBatch) {
-            m_view->DisableClientState();
-        }
     }
-
-    void Draw(const Polygons& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
+    void AddPolygons(const Polygons& content) {
         GLTesselator& filler = *m_view->GetTesselator();
-        if (!m_use.bracketsEachBatch) {
-            EnableColors(GLShaderColorPassThrough);
-        }
         for (const Polygons::Polygon& polygon : content.polygons) {
             if (m_use.bracketsEachBatch) {
                 EnableColors(GLShaderColorPassThrough);
@@ -121,38 +214,7 @@ public:
                 m_view->DisableClientState();
             }
         }
-        if (!m_use.bracketsEachBatch) {
-            m_view->DisableClientState();
-        }
     }
-
-    void Draw(const Labels& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
-        m_view->DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
-        for (const Labels::Label& label : content.labels) {
-            m_view->DrawTextString(m_lists, label.text.c_str(), nullptr, !m_view->DrawsWithPrograms(), false, false,
-                                   label.place.x, label.place.y, 0.0);
-        }
-        m_view->DrawTeardownFontAtlasText(false, false);
-    }
-
-    void Draw(const StaticPoints& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
-        EnableColors(GLShaderPoint);
-        m_view->InitializeVBO(GL_POINTS, GLShaderPoint, VertexBuffer(), content.records.data(), content.records.size());
-        m_view->DrawArrays(GL_POINTS, static_cast<int>(content.records.size()), VertexBuffer(), nullptr);
-        m_view->EndVBOArraysAndDisableClientState();
-    }
-
-    void Draw(const Tiles& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
-        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
-            const Texture& texture = (*m_tileTextures)[tile];
-            m_view->DrawTexturedQuadrilateral(texture.texture, texture.sampler, content.tiles[tile].corners, nullptr);
-        }
-    }
-
-private:
     void Enable(const Batches& content) {
         m_view->EnableClientStateInternalBuffers(true, false, true, content.textured, content.shader);
     }
@@ -173,10 +235,46 @@ private:
                                                        in->texture.t, in->color.a);
         }
     }
+    void AddInBulk(std::ptrdiff_t first, std::ptrdiff_t count, bool textured) {
+        m_view->AddVerticesRGBA(m_arrays.points.data() + first, m_arrays.colors.data() + first, nullptr,
+                                textured ? m_arrays.texture.data() + first : nullptr, static_cast<std::size_t>(count),
+                                0.0, 0.0, 0.0);
+    }
+    void AddReserved(const DrawnVertex* first, const DrawnVertex* last) {
+        const auto count = static_cast<int>(last - first);
+        GLDrawGeometry* record = m_view->ReserveRecords(count);
+        for (const DrawnVertex* in = first; in != last; ++in, ++record) {
+            record->x = static_cast<float>(in->position.x);
+            record->y = static_cast<float>(in->position.y);
+            record->z = static_cast<float>(in->position.z);
+            record->nx = record->ny = record->nz = 0.0F;
+            record->s = static_cast<float>(in->texture.s);
+            record->t = static_cast<float>(in->texture.t);
+            std::memcpy(&record->r, &in->color, sizeof(in->color));
+        }
+        m_view->CommitRecords(count);
+    }
     /// The caller's geometry, uploaded once for each pipeline.
     GLVBO& VertexBuffer() {
         static GLVBO buffers[2];
         return buffers[m_view->DrawsWithPrograms() ? 1 : 0];
+    }
+    void AddPoints(const StaticPoints& content) {
+        m_view->BeginArrays(GL_POINTS, GLShaderPoint);
+        for (const GLDrawGeometry& record : content.records) {
+            m_view->AddIndex3DVertexRGBA(record.x, record.y, record.z, record.r, record.g, record.b, record.a);
+        }
+        m_view->EndArrays();
+    }
+    template <typename Add> void DrawKept(GLGeometry& geometry, GLShaderTypes shader, Add add) {
+        if (geometry.GetCount() == 0) {
+            m_view->BeginGeometry(geometry);
+            add();
+            m_view->EndGeometry();
+        }
+        EnableColors(shader);
+        m_view->DrawGeometry(geometry);
+        m_view->DisableClientState();
     }
     void MakeLists(Stage& stage) {
         static unsigned int s_lists = 0;
@@ -191,7 +289,10 @@ private:
 
     LibraryUse m_use;
     COpenGLView* m_view = nullptr;
+    GLGeometry m_geometry; ///< what is kept, of the painter's one content
+    VertexArrays m_arrays;
     const std::vector<Texture>* m_tileTextures = nullptr;
+    std::vector<TexturedQuadrilateral> m_quadrilaterals;
     unsigned int m_lists = 0; ///< the display lists that fixed functions draw text from
 };
 

@@ -23,7 +23,7 @@ GLint IntegerOf(const GLCalls& gl, GLenum name) {
 } // namespace
 
 DrawingStateScope::DrawingStateScope(COpenGLView& view, DrawnThing thing)
-    : m_view(view), m_gl(ViewAccess::CallGL(view)), m_programs(view.DrawsWithPrograms()), m_thing(thing),
+    : m_pause(view), m_view(view), m_gl(ViewAccess::CallGL(view)), m_programs(view.DrawsWithPrograms()), m_thing(thing),
       m_attributes(ViewAccess::CurrentRecord(view).attributes), m_matrices(ViewAccess::CurrentMatrices(view)),
       m_shaderTexture(ViewAccess::Textures(view).shaderTexture),
       m_shaderSampler(ViewAccess::Textures(view).shaderSampler),
@@ -91,10 +91,11 @@ void DrawingStateScope::PrepareForDrawing() {
 }
 
 void DrawingStateScope::EndDrawing() {
+    ViewAccess::CallGL(m_view); // m_gl comes past what waits
     // NOTE: a program that was marked for deletion while in use is gone once another one was.
     const GLuint program = m_hostProgram != 0 && m_gl.glIsProgram(m_hostProgram) ? m_hostProgram : 0;
     if (!m_programs) {
-        if (m_thing == DrawnThing::Image) {
+        if (m_thing != DrawnThing::Frame) {
             m_view.DisableClientState();
         }
         if (program != 0) {
@@ -119,9 +120,9 @@ std::span<const GLenum> DrawingStateScope::Capabilities() const {
                       : std::span<const GLenum>(kOfImagesWithFixedFunctions);
 }
 
-/// A frame has a second texture for its depths.
+/// A frame has a second texture for its depths. Of fixed functions a second image takes units of its own.
 int DrawingStateScope::UnitCount() const {
-    return m_programs && m_thing == DrawnThing::Frame ? kMostUnits : 1;
+    return m_programs && m_thing != DrawnThing::Image ? kMostUnits : 1;
 }
 
 /// What is bound to the units. A texture or sampler that was deleted in another context lives on only while it is bound

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../pipeline/GeometryPause.h"
 #include "../platform/GLCalls.h"
 #include "../values/GLAttributes.h"
 #include "../values/MatrixStack.h"
@@ -14,7 +15,7 @@ namespace KTR {
 class COpenGLView;
 
 /// What is about to be drawn, or read back.
-enum class DrawnThing { Image, Frame };
+enum class DrawnThing { Image, TwoImages, Frame };
 
 /// Keeps what drawing an image, or saving and restoring a frame, changes of a view's current context, and puts it back
 /// when it goes: in OpenGL what OpenGL had, and in the library's copy what that said, even where a host has set the two
@@ -54,6 +55,7 @@ private:
     void ReturnBlending() const;
     void ReturnFrameState() const;
 
+    GeometryPause m_pause;
     COpenGLView& m_view;
     GLCalls m_gl;
     bool m_programs;

@@ -4,14 +4,19 @@
 
 #include <GL/glext.h>
 
-#include <algorithm>
+#include <cmath>
+#include <cstdlib>
 
 namespace KTR {
 
 namespace {
 
-bool HasColor(const unsigned char* rgba, const GLRGBColor& color) {
-    return rgba[0] == color.r && rgba[1] == color.g && rgba[2] == color.b;
+bool IsMarked(const unsigned char* rgba, const NoDataTreatment& treatment) {
+    const auto isNear = [&treatment](unsigned char level, unsigned char marker) {
+        return std::abs(level - marker) <= treatment.tolerance;
+    };
+    return isNear(rgba[0], treatment.marker.r) && isNear(rgba[1], treatment.marker.g) &&
+           isNear(rgba[2], treatment.marker.b);
 }
 
 /// One pixel of any format of bytes as red, green, blue and alpha.
@@ -131,52 +136,74 @@ std::vector<unsigned char> PadToPowersOfTwo(const ImageRows& rows) {
     return padded;
 }
 
-std::vector<unsigned char> TreatNoData(const ImageRows& rows, const NoDataTreatment& treatment) {
+LevelTable LevelsOf(const GLImageAdjustment& adjustment) {
+    LevelTable levels;
+    for (std::size_t level = 0; level < levels.size(); ++level) {
+        const double curved = std::pow(static_cast<double>(level) / 255.0, 1.0 / adjustment.gamma);
+        const double adjusted = (curved - 0.5) * adjustment.contrast + 0.5 + adjustment.brightness;
+        levels[level] = static_cast<unsigned char>(std::lround(std::clamp(adjusted, 0.0, 1.0) * 255.0));
+    }
+    return levels;
+}
+
+std::vector<unsigned char> AdjustColors(const ImageRows& rows, const LevelTable& levels) {
+    const auto bytesPerPixel = static_cast<std::size_t>(BytesPerPixel(rows.format));
+    const std::size_t rowBytes = static_cast<std::size_t>(rows.width) * bytesPerPixel;
+    const bool hasAlpha = rows.format == GL_RGBA || rows.format == GL_BGRA || rows.format == GL_LUMINANCE_ALPHA;
+    const std::size_t colors = rows.format == GL_ALPHA ? 0 : bytesPerPixel - (hasAlpha ? 1 : 0);
+    std::vector<unsigned char> adjusted;
+    adjusted.reserve(rowBytes * static_cast<std::size_t>(rows.height));
+    for (std::size_t y = 0; y < static_cast<std::size_t>(rows.height); ++y) {
+        const unsigned char* const source = rows.pixels + y * RowBytes(rows);
+        adjusted.insert(adjusted.end(), source, source + rowBytes);
+    }
+    for (std::size_t pixel = 0; pixel < adjusted.size(); pixel += bytesPerPixel) {
+        for (std::size_t channel = 0; channel < colors; ++channel) {
+            adjusted[pixel + channel] = levels[adjusted[pixel + channel]];
+        }
+    }
+    return adjusted;
+}
+
+std::vector<unsigned char> ToRgba(const ImageRows& rows) {
     const auto width = static_cast<std::size_t>(rows.width);
     const auto height = static_cast<std::size_t>(rows.height);
     const auto bytesPerPixel = static_cast<std::size_t>(BytesPerPixel(rows.format));
     std::vector<unsigned char> rgba(width * height * 4);
+    unsigned char* target = rgba.data();
     for (std::size_t y = 0; y < height; ++y) {
         const unsigned char* source = rows.pixels + y * RowBytes(rows);
-        unsigned char* target = rgba.data() + y * width * 4;
         for (std::size_t x = 0; x < width; ++x, source += bytesPerPixel, target += 4) {
             ReadPixel(rows.format, source, target);
-            if (!HasColor(target, treatment.marker)) {
-                continue;
-            }
-            if (treatment.transparent) {
-                target[3] = 0;
-            } else {
-                target[0] = treatment.paint.r;
-                target[1] = treatment.paint.g;
-                target[2] = treatment.paint.b;
-            }
         }
     }
-    if (!treatment.transparent) {
-        return rgba;
-    }
-    for (std::size_t y = 0; y < height; ++y) {
-        for (std::size_t x = 0; x < width; ++x) {
-            unsigned char* pixel = rgba.data() + (y * width + x) * 4;
-            if (pixel[3] != 0 || !HasColor(pixel, treatment.marker)) {
-                continue;
+    return rgba;
+}
+
+std::vector<unsigned char> TreatNoData(const ImageRows& rows, const NoDataTreatment& treatment,
+                                       const LevelTable& levels) {
+    const auto width = static_cast<std::size_t>(rows.width);
+    const auto height = static_cast<std::size_t>(rows.height);
+    std::vector<unsigned char> rgba = ToRgba(rows);
+    bool hasHoles = false;
+    for (std::size_t pixel = 0; pixel < rgba.size(); pixel += 4) {
+        unsigned char* const target = rgba.data() + pixel;
+        if (!IsMarked(target, treatment)) {
+            for (std::size_t channel = 0; channel < 3 && rows.format != GL_ALPHA; ++channel) {
+                target[channel] = levels[target[channel]];
             }
-            const auto takeFrom = [&](std::size_t column, std::size_t row) {
-                const unsigned char* neighbor = rgba.data() + (row * width + column) * 4;
-                if (neighbor[3] == 0) {
-                    return false;
-                }
-                std::copy_n(neighbor, 3, pixel);
-                return true;
-            };
-            [[maybe_unused]] const bool taken =
-                (x > 0 && takeFrom(x - 1, y)) || (x + 1 < width && takeFrom(x + 1, y)) ||
-                (y > 0 && takeFrom(x, y - 1)) || (y + 1 < height && takeFrom(x, y + 1)) ||
-                (x > 0 && y > 0 && takeFrom(x - 1, y - 1)) || (x + 1 < width && y > 0 && takeFrom(x + 1, y - 1)) ||
-                (x > 0 && y + 1 < height && takeFrom(x - 1, y + 1)) ||
-                (x + 1 < width && y + 1 < height && takeFrom(x + 1, y + 1));
+        } else if (treatment.transparent) {
+            target[3] = 0;
+            hasHoles = true;
+        } else {
+            target[0] = treatment.paint.r;
+            target[1] = treatment.paint.g;
+            target[2] = treatment.paint.b;
         }
+    }
+    if (hasHoles) {
+        ColorHoles(rgba.data(), width, height,
+                   [&treatment](const unsigned char* pixel) { return IsMarked(pixel, treatment); });
     }
     return rgba;
 }

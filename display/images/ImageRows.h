@@ -1,7 +1,10 @@
 #pragma once
 
 #include "../values/BasicTypes.h"
+#include "../values/GLAttributes.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -54,12 +57,56 @@ std::vector<unsigned char> PadToPowersOfTwo(const ImageRows& rows);
 /// What becomes of pixels without data.
 struct NoDataTreatment {
     GLRGBColor marker;        ///< the colour of such pixels
+    int tolerance = 0;        ///< levels that each of its channels may be off
     bool transparent = false; ///< otherwise they take the colour `paint`
     GLRGBColor paint;
 };
 
-/// The rectangle as GL_RGBA without row padding, the pixels of the marker's colour treated. A transparent pixel takes
-/// its colour from a neighbour with data, so that smoothing brings no fringe of the marker's colour into what is drawn.
-std::vector<unsigned char> TreatNoData(const ImageRows& rows, const NoDataTreatment& treatment);
+/// What each level of a colour becomes.
+using LevelTable = std::array<unsigned char, 256>;
+
+/// The levels that an adjustment makes: gamma first, then contrast about the middle, then brightness.
+LevelTable LevelsOf(const GLImageAdjustment& adjustment);
+
+/// The rectangle without row padding, its colours put through the table; opacity stays. A rectangle of GL_ALPHA has no
+/// colours.
+std::vector<unsigned char> AdjustColors(const ImageRows& rows, const LevelTable& levels);
+
+/// The rectangle as GL_RGBA without row padding.
+std::vector<unsigned char> ToRgba(const ImageRows& rows);
+
+/// The rectangle as GL_RGBA without row padding, the pixels of the marker's colour treated, the colours of the others
+/// put through the table. A transparent pixel takes its colour from a neighbour with data, so that smoothing brings no
+/// fringe of the marker's colour into what is drawn.
+std::vector<unsigned char> TreatNoData(const ImageRows& rows, const NoDataTreatment& treatment,
+                                       const LevelTable& levels);
+
+/// Gives each transparent pixel of a GL_RGBA image that `isHole` holds for the colour of a neighbour that is not
+/// transparent, where there is one.
+template <typename IsHole>
+void ColorHoles(unsigned char* rgba, std::size_t width, std::size_t height, const IsHole& isHole) {
+    for (std::size_t y = 0; y < height; ++y) {
+        for (std::size_t x = 0; x < width; ++x) {
+            unsigned char* const pixel = rgba + (y * width + x) * 4;
+            if (pixel[3] != 0 || !isHole(pixel)) {
+                continue;
+            }
+            const auto takeFrom = [&](std::size_t column, std::size_t row) {
+                const unsigned char* const neighbor = rgba + (row * width + column) * 4;
+                if (neighbor[3] == 0) {
+                    return false;
+                }
+                std::copy_n(neighbor, 3, pixel);
+                return true;
+            };
+            [[maybe_unused]] const bool taken =
+                (x > 0 && takeFrom(x - 1, y)) || (x + 1 < width && takeFrom(x + 1, y)) ||
+                (y > 0 && takeFrom(x, y - 1)) || (y + 1 < height && takeFrom(x, y + 1)) ||
+                (x > 0 && y > 0 && takeFrom(x - 1, y - 1)) || (x + 1 < width && y > 0 && takeFrom(x + 1, y - 1)) ||
+                (x > 0 && y + 1 < height && takeFrom(x - 1, y + 1)) ||
+                (x + 1 < width && y + 1 < height && takeFrom(x + 1, y + 1));
+        }
+    }
+}
 
 } // namespace KTR

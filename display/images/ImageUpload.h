@@ -10,4 +10,7 @@ class COpenGLView;
 long UploadImage(COpenGLView& view, const ImageRows& rows, unsigned int textureUnit, unsigned int filter,
                  unsigned int& texture, unsigned int& sampler);
 
+/// COpenGLView::UpdateGLImage for a part of an image that can be loaded; the view's context has to be current.
+long UpdateImage(COpenGLView& view, unsigned int texture, int x, int y, const ImageRows& rows);
+
 } // namespace KTR

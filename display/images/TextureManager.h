@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../Export.h"
+#include "RasterTypes.h"
 
 #include <afx.h>
 #include <afxcoll.h>
@@ -44,7 +45,8 @@ ORRIN_DISPLAY_API int TextureBytes(std::initializer_list<int> factors);
 /// names is the view's work.
 ///
 /// The entries are a list. New ones go to its tail, and the head counts as the one that was used longest ago; no
-/// look-up moves an entry, MakeTextureNewest does. There is no limit to the size: the host evicts.
+/// look-up moves an entry, MakeTextureNewest does, and a view's request where the order is by use. There is no limit to
+/// the size: the host evicts.
 ///
 /// Results are HRESULTs: S_OK, E_INVALIDARG, E_OUTOFMEMORY. Outputs may be null where they are not wanted. One thread
 /// at a time.
@@ -94,6 +96,10 @@ public:
     /// Moves an entry to the tail, so that it is evicted last. E_INVALIDARG when it is not in the list.
     long MakeTextureNewest(GLTextureObject* entry);
 
+    /// What a view's request does with an entry that it finds. GLTextureCacheByAddition: nothing.
+    void SetOrder(GLTextureCacheOrder order) { m_order = order; }
+    GLTextureCacheOrder GetOrder() const { return m_order; }
+
 private:
     struct Entry;
 
@@ -111,6 +117,7 @@ private:
     /// The first entry of each hash of a name; entries of one hash are chained in the order of the list.
     std::unordered_map<std::size_t, Entry*> m_index;
     unsigned long long m_cacheSize = 0;
+    GLTextureCacheOrder m_order = GLTextureCacheByAddition;
 };
 
 } // namespace KTR

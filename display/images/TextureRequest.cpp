@@ -56,6 +56,8 @@ void TextureUser::ForgetEverywhere(const GLTextureObject& entry) {
         forget(names.activeTexture, entry.texture);
         forget(names.activeSampler, entry.sampler);
         forget(names.textureSampler, entry.sampler);
+        forget(names.fusionTexture, entry.texture);
+        forget(names.fusionSampler, entry.sampler);
         forget(names.shaderTexture, entry.texture);
         forget(names.shaderSampler, entry.sampler);
         GLTextureObject& requested = ViewAccess::RequestedTexture(user->m_view);

@@ -12,6 +12,8 @@ struct TextureRequest {
     unsigned int activeTexture = 0;
     unsigned int activeSampler = 0;  ///< of fixed-function contexts
     unsigned int textureSampler = 0; ///< what programs read the active texture through
+    unsigned int fusionTexture = 0;  ///< the second image over the same ground
+    unsigned int fusionSampler = 0;
     unsigned int shaderTexture = 0;
     unsigned int shaderSampler = 0;
 };

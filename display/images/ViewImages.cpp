@@ -1,19 +1,16 @@
 #include "../view/OpenGLView.h"
 
-#include "../pipeline/TextureUnit.h"
 #include "../view/ViewAccess.h"
 
-#include "DrawingStateScope.h"
+#include "ImageDrawing.h"
 #include "ImageRows.h"
 #include "ImageUpload.h"
 #include "TexturedQuadrilateral.h"
+#include "TreatedImage.h"
 
 #include <GL/glext.h>
 
-#include <glm/gtc/matrix_transform.hpp>
-
 #include <algorithm>
-#include <cmath>
 #include <exception>
 #include <span>
 
@@ -21,95 +18,10 @@ namespace KTR {
 
 namespace {
 
-NoDataTreatment TreatmentFrom(const GLAttributes& attributes) {
-    const auto color = [](const GLRGBAColor& rgba) { return GLRGBColor{rgba.r, rgba.g, rgba.b}; };
-    return {color(attributes.noDataMarker), attributes.noDataIsTransparent != 0, color(attributes.noDataPaint)};
-}
-
-constexpr GLTexCoords kWholeTexture[] = {{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}};
-
-/// Sets up what quadrilaterals are drawn with as long as it lives: positions relative to `origin`, the texture on the
-/// first unit, blending by alpha. The view's context has to be current.
-class ImageDrawing {
-public:
-    ImageDrawing(COpenGLView& view, const glm::dvec3& origin, unsigned int texture, unsigned int sampler)
-        : m_view(view), m_state(view, DrawnThing::Image) {
-        m_state.PrepareForDrawing();
-        // One matrix, formed in double precision: map coordinates and the view's offset cancel before they are rounded.
-        MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-        matrices.projection = matrices.projection * glm::translate(matrices.modelview, origin);
-        matrices.modelview = glm::dmat4(1.0);
-        view.LoadCurrentMatrices();
-        view.Enable(GL_BLEND);
-        view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-        if (!view.DrawsWithPrograms()) {
-            view.Disable(GL_LIGHTING);
-        }
-        view.DrawSetupSetShaderTexture(texture, sampler);
-        view.EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
-        if (!view.DrawsWithPrograms()) {
-            // They take the transparency from the vertices, programs from the context.
-            view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
-        }
-    }
-    ~ImageDrawing() { m_state.EndDrawing(); }
-    ImageDrawing(const ImageDrawing&) = delete;
-    ImageDrawing& operator=(const ImageDrawing&) = delete;
-
-    /// What is drawn from now on shows another texture.
-    void UseTexture(unsigned int texture, unsigned int sampler) const {
-        const GLCalls gl = ViewAccess::CallGL(m_view);
-        if (m_view.DrawsWithPrograms()) {
-            BindTextureUnit(gl, 0, texture, sampler);
-        } else {
-            gl.glBindTexture(GL_TEXTURE_2D, texture);
-        }
-    }
-
-private:
-    COpenGLView& m_view;
-    DrawingStateScope m_state;
-};
-
-void BeginQuadrilaterals(COpenGLView& view) {
-    view.BeginArrays(GL_TRIANGLES, GLShaderTextureDecal);
-}
-
-/// Adds one whose positions are relative to the origin of ImageDrawing.
-void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoords* coordinates) {
-    const float transparency = ViewAccess::CurrentRecord(view).attributes.textureTransparency;
-    const auto alpha = static_cast<unsigned char>(std::lround(transparency * 255.0F));
-    for (const int corner : {0, 1, 2, 0, 2, 3}) {
-        view.AddTextureDataCurrentIndex(coordinates[corner].s, coordinates[corner].t);
-        view.AddIndex3DVertexRGBA(corners[corner].x, corners[corner].y, corners[corner].z, 255, 255, 255, alpha);
-    }
-}
-
-/// The same for positions that are not yet.
-void AddQuadrilateral(COpenGLView& view, const PointXYZ* corners, const GLTexCoords* coordinates,
-                      const glm::dvec3& origin) {
-    PointXYZ relative[4];
-    for (int corner = 0; corner < 4; ++corner) {
-        relative[corner] = {corners[corner].x - origin.x, corners[corner].y - origin.y, corners[corner].z - origin.z};
-    }
-    AddQuadrilateral(view, relative, coordinates);
-}
-
-/// The point in the middle of what the view shows, where its matrices have one. A layer may reach far beyond the
-/// window; what is seen of it is near this point, and keeps its digits.
-glm::dvec3 OriginInView(const COpenGLView& view, const PointXYZ& otherwise) {
-    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-    const glm::dvec4 middle = glm::inverse(matrices.projection * matrices.modelview) * glm::dvec4(0.0, 0.0, 0.0, 1.0);
-    const glm::dvec3 origin = glm::dvec3(middle) / middle.w;
-    const bool finite = std::isfinite(origin.x) && std::isfinite(origin.y) && std::isfinite(origin.z);
-    return finite ? origin : glm::dvec3(otherwise.x, otherwise.y, otherwise.z);
-}
-
-/// Loads what a tile's texture holds of an image, pixels without data treated. With `pads` the texture's sides become
+/// Loads what a tile's texture holds of an image, treated as the attributes say. With `pads` the texture's sides become
 /// powers of two.
-long LoadTile(COpenGLView& view, const ImageRows& image, const TileSpan& columns, const TileSpan& rows, bool pads,
-              unsigned int filter, unsigned int& texture, unsigned int& sampler) {
-    const GLAttributes& attributes = ViewAccess::CurrentRecord(view).attributes;
+long LoadTile(COpenGLView& view, unsigned int textureUnit, const ImageRows& image, const TileSpan& columns,
+              const TileSpan& rows, bool pads, unsigned int filter, unsigned int& texture, unsigned int& sampler) {
     const int x = columns.textureFirst;
     const int y = rows.textureFirst;
     const int width = columns.textureLast - x;
@@ -117,28 +29,18 @@ long LoadTile(COpenGLView& view, const ImageRows& image, const TileSpan& columns
     const int limit = ViewAccess::HasCurrentContext(view) ? view.GetContextMaxTextureSize() : 0;
     const bool changeable =
         image.pixels && image.format != GL_DEPTH_COMPONENT && IsLoadable(image) && width <= limit && height <= limit;
-    const bool treats = changeable && attributes.noDataMarked && attributes.applyNoDataColor != 0;
+    if (!changeable) {
+        return UploadImage(view, PartOf(image, x, y, width, height), textureUnit, filter, texture, sampler);
+    }
     try {
-        ImageRows tile = PartOf(image, x, y, width, height);
-        std::vector<unsigned char> treated;
-        if (treats) {
-            // One pixel more on each side, so that a pixel at the border finds the same neighbours in whichever tile it
-            // is.
-            const int left = x > 0 ? 1 : 0;
-            const int below = y > 0 ? 1 : 0;
-            const int right = columns.textureLast < image.width ? 1 : 0;
-            const int above = rows.textureLast < image.height ? 1 : 0;
-            const ImageRows wide = PartOf(image, x - left, y - below, left + width + right, below + height + above);
-            treated = TreatNoData(wide, TreatmentFrom(attributes));
-            tile =
-                PartOf({GL_RGBA, wide.width, wide.height, wide.width, 1, treated.data()}, left, below, width, height);
-        }
+        const TreatedImage treated(ViewAccess::CurrentRecord(view).attributes, image, x, y, width, height);
+        ImageRows tile = treated.Rows();
         std::vector<unsigned char> padded;
-        if (changeable && pads) {
+        if (pads) {
             padded = PadToPowersOfTwo(tile);
             tile = {tile.format, PowerOfTwoFor(width), PowerOfTwoFor(height), PowerOfTwoFor(width), 1, padded.data()};
         }
-        return UploadImage(view, tile, GL_TEXTURE0, filter, texture, sampler);
+        return UploadImage(view, tile, textureUnit, filter, texture, sampler);
     } catch (const std::exception&) {
         return E_OUTOFMEMORY;
     }
@@ -181,7 +83,7 @@ long DrawTiles(COpenGLView& view, const ImageRows& image, double modelWidth, dou
         const std::vector<TileSpan> rows = CutIntoTiles(image.height, limit);
         for (auto row = rows.begin(); row != rows.end() && result == S_OK; ++row) {
             for (auto column = columns.begin(); column != columns.end() && result == S_OK; ++column) {
-                result = LoadTile(view, image, *column, *row, pads, filter, texture, sampler);
+                result = LoadTile(view, GL_TEXTURE0, image, *column, *row, pads, filter, texture, sampler);
                 if (result == S_OK) {
                     DrawTile(view, image, *column, *row, pads, modelWidth, modelHeight);
                 }
@@ -198,14 +100,14 @@ long DrawTiles(COpenGLView& view, const ImageRows& image, double modelWidth, dou
 
 long COpenGLView::LoadGLImage(unsigned int textureUnit, unsigned int format, int width, int height, int rowAlignment,
                               unsigned int filter, const void* pixels, unsigned int& texture, unsigned int& sampler) {
-    const ImageRows rows{format, width, height, width, rowAlignment, static_cast<const unsigned char*>(pixels)};
-    return UploadImage(*this, rows, textureUnit, filter, texture, sampler);
+    const ImageRows image{format, width, height, width, rowAlignment, static_cast<const unsigned char*>(pixels)};
+    return LoadTile(*this, textureUnit, image, {0, width, 0, width}, {0, height, 0, height}, false, filter, texture,
+                    sampler);
 }
 
 long COpenGLView::LoadRasterImage(unsigned int format, int width, int height, int rowAlignment, unsigned int filter,
                                   const void* pixels, unsigned int& texture, unsigned int& sampler) {
-    const ImageRows image{format, width, height, width, rowAlignment, static_cast<const unsigned char*>(pixels)};
-    return LoadTile(*this, image, {0, width, 0, width}, {0, height, 0, height}, false, filter, texture, sampler);
+    return LoadGLImage(GL_TEXTURE0, format, width, height, rowAlignment, filter, pixels, texture, sampler);
 }
 
 long COpenGLView::DrawImage(double left, double bottom, double right, double top, double z, unsigned int format,
@@ -254,6 +156,7 @@ long COpenGLView::DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadri
     const glm::dvec3 origin = OriginInView(*this, all.front().corners[0]);
     const TexturedQuadrilateral* before = &all.front();
     const ImageDrawing drawing(*this, origin, before->texture, before->sampler);
+    const SharedDraws shared(*this);
     BeginQuadrilaterals(*this);
     for (const TexturedQuadrilateral& one : all) {
         if (one.texture != before->texture || one.sampler != before->sampler) {

@@ -153,6 +153,9 @@ bool COpenGLView::RequestTextureFromCache(const wchar_t* name, int imageWidth, i
     POSITION position = nullptr;
     if (m_gRasterTextureManager.FindTextureByName(name, TextureGroup(*this), out, &position) == S_OK) {
         if (recordRequest && Holds(**out, m_requestedTexture)) {
+            if (m_gRasterTextureManager.GetOrder() == GLTextureCacheByUse) {
+                m_gRasterTextureManager.MakeTextureNewest(*out);
+            }
             return TakeFromCache(*this, **out, makeActive);
         }
         if (!deleteOnMismatch) {

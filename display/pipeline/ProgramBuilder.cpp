@@ -7,11 +7,13 @@
 
 #include <GL/glext.h>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace KTR {
 
@@ -25,12 +27,34 @@ struct Stage {
     std::unique_ptr<char[]> source;
 };
 
-long LoadSource(const wchar_t* folder, Stage& stage) {
+/// Defines a name behind a source's version, which has to come first.
+long Define(const char* name, Stage& stage) {
+    const std::string_view source = stage.source.get();
+    const std::size_t end = source.starts_with("#version") ? source.find('\n') + 1 : 0;
+    const std::string_view parts[] = {source.substr(0, end), "#define ", name, end > 0 ? "\n#line 2\n" : "\n#line 1\n",
+                                      source.substr(end)};
+    std::size_t length = 1;
+    for (const std::string_view part : parts) {
+        length += part.size();
+    }
+    std::unique_ptr<char[]> defined(new (std::nothrow) char[length]());
+    if (!defined) {
+        return E_OUTOFMEMORY;
+    }
+    char* target = defined.get();
+    for (const std::string_view part : parts) {
+        target = std::copy(part.begin(), part.end(), target);
+    }
+    stage.source = std::move(defined);
+    return S_OK;
+}
+
+long LoadSource(const wchar_t* folder, const char* define, Stage& stage) {
     char* source = nullptr;
     unsigned long length = 0;
     const long result = LoadShader(folder, stage.file, &source, &length);
     stage.source.reset(source);
-    return result;
+    return result == S_OK && define ? Define(define, stage) : result;
 }
 
 std::wstring Widen(std::string_view text) {
@@ -120,8 +144,9 @@ long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& 
         return compiled;
     };
 
+    const char* const define = IsStockProgram(type) ? StockProgramOf(type).define : nullptr;
     for (Stage* stage : {&vertex, &fragment}) {
-        if (const long result = LoadSource(folder, *stage); result != S_OK) {
+        if (const long result = LoadSource(folder, define, *stage); result != S_OK) {
             return result;
         }
     }
@@ -129,7 +154,7 @@ long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& 
         if (!stage.file) {
             continue;
         }
-        if (const long result = LoadSource(folder, stage); result != S_OK) {
+        if (const long result = LoadSource(folder, define, stage); result != S_OK) {
             return fail(result);
         }
         if (!compile(stage)) {

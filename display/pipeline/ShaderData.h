@@ -50,6 +50,8 @@ enum StockUniform : int {
     UniformAmbientCoefficient,
     UniformTextureTransparency,
     UniformTexture,
+    UniformFusionMode,
+    UniformFusionAmount,
     UniformDepth,
     UniformBitmapTexture,
     UniformCurrentColor,

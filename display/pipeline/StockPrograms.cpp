@@ -75,6 +75,7 @@ const StockProgram kStockPrograms[kShaderCount] = {
      .drawMode = GL_TRIANGLES,
      .alwaysFilled = true,
      .texture = ProgramTexture::Image,
+     .define = "TWO_IMAGES",
      .uniforms = {UniformTextureTransparency, UniformTexture}},
     {.slot = GLShaderTextureBitmap,
      .type = GLShaderTextureBitmap,

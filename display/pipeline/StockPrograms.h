@@ -10,6 +10,7 @@ namespace KTR {
 /// Texture units that the stock programs read images and glyphs from, and depths.
 inline constexpr unsigned int kImageUnit = 0;
 inline constexpr unsigned int kDepthUnit = 1;
+inline constexpr unsigned int kFusionUnit = 1; ///< of a second image; the shader says so too
 
 /// What a stock program reads through a sampler on unit 0.
 enum class ProgramTexture {
@@ -32,6 +33,8 @@ struct StockProgram {
     bool lit = false;          ///< takes modelview and normal matrix and the light
     bool alwaysFilled = false; ///< draws quads that stand for something else: their outlines are never meant
     ProgramTexture texture = ProgramTexture::None;
+    /// Its source files serve another program too and are told by this name which one is meant.
+    const char* define = nullptr;
     std::initializer_list<StockUniform> uniforms{}; ///< beside the matrix that all have, and light; in this order
 };
 

@@ -1,11 +1,9 @@
 #pragma once
 
+#include "ClientStateRequest.h"
 #include "VertexBuffers.h"
 
 #include <algorithm>
-#include <cstring>
-#include <iterator>
-#include <numeric>
 
 namespace KTR {
 
@@ -22,13 +20,37 @@ struct VertexBatchState {
     int waitingCount = 0; ///< so many at the start; an open batch is behind them
     int sharedDepth = 0;  ///< of BeginSharedDraws
     bool sharesAlways = false;
-    bool drawArraysOnly = true; ///< OpenGL 4.x: draw without indices
+    ClientStateRequest boundState;  ///< while draws are shared: what is bound, where that is known
+    bool stateDisableWaits = false; ///< DisableClientState was called since
+    bool drawArraysOnly = true;     ///< OpenGL 4.x: draw without indices
+
+    // Records may stand in the ring's segment, which is free for them, before they are drawn from it.
+    int addLimit = kBatchCapacity;      ///< an add that finds more records than this makes room first, or writes ahead
+    int writtenCount = 0;               ///< so many at the start stand in the ring
+    unsigned long long writtenTurn = 0; ///< as long as this is the ring's turn
+    int ringOnlyCount = 0;              ///< some of so many at the start stand in the ring only, not in the arrays
+
+    // What ReserveRecords gave, until CommitRecords.
+    int reservedCount = 0;
+    int reservedSlot = 0;
+    unsigned long long reservedTurn = 0; ///< of the ring; 0 where the place is in the arrays
 
     bool SharesDraws() const { return sharedDepth > 0 || sharesAlways; }
+
+    /// Drops what waits to be drawn, with the context that it was meant for.
+    void ForgetWaiting() {
+        waitingCount = 0;
+        boundState = {};
+        stateDisableWaits = false;
+    }
 
     /// Drops all but the first `count` vertices. The indices behind them become the identity again.
     void Keep(int count) {
         batchVertexCount = count;
+        writtenCount = std::min(writtenCount, count);
+        ringOnlyCount = std::min(ringOnlyCount, count);
+        reservedCount = 0;
+        addLimit = std::min(count + kWriteAheadRecords, kBatchCapacity);
         for (int slot = count; slot < strayIndices; ++slot) {
             batchIndexPointer[slot] = static_cast<unsigned int>(slot);
         }
@@ -36,15 +58,25 @@ struct VertexBatchState {
     }
 };
 
-/// The arrays that a view's adds write to; they are part of the view, so that no add allocates.
-struct VertexBatchStorage {
-    GLDrawGeometry batchVertices[kBatchArrayRecords];
-    unsigned int batchIndices[kBatchArrayRecords];
+/// The arrays that a view's adds write to. They are as large as a batch may get from the start, so that no add
+/// allocates; pages that nothing was added to take no memory yet.
+class VertexBatchStorage {
+public:
+    VertexBatchStorage();
+    ~VertexBatchStorage();
+    VertexBatchStorage(const VertexBatchStorage&) = delete;
+    VertexBatchStorage& operator=(const VertexBatchStorage&) = delete;
 
-    void Clear() {
-        std::memset(batchVertices, 0, sizeof(batchVertices));
-        std::iota(std::begin(batchIndices), std::end(batchIndices), 0U);
-    }
+    /// Zeroes the vertices and makes the indices the identity.
+    void Clear();
+
+    GLDrawGeometry* batchVertices = nullptr; ///< kBatchArrayRecords
+    unsigned int* batchIndices = nullptr;    ///< as many
+
+private:
+    struct Arrays;
+    Arrays* m_arrays;
+    bool m_untouched; ///< still as the system gave them
 };
 
 } // namespace KTR

@@ -3,6 +3,7 @@
 #include "../images/BackingStore.h"
 #include "../images/TextureRequest.h"
 #include "../pipeline/ProgramThread.h"
+#include "../scene/SceneRelease.h"
 #include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
 #include "../view/ViewAccess.h"
@@ -32,9 +33,9 @@ ContextObjects TakeParked(COpenGLView& view, HGLRC context) {
     return objects;
 }
 
-/// Leaves the ring of a context that cannot be made current, and with it the backing store's textures if they go too,
-/// to the others of the share group. Where one of them is current on this thread they are deleted at once.
-void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
+/// Leaves the buffers of a context that cannot be made current, and with them the backing store's textures if they go
+/// too, to the others of the share group. Where one of them is current on this thread they are deleted at once.
+void LeaveBehind(COpenGLView& view, ContextObjects& objects, bool withBackingStore) {
     SharedNames names;
     const auto leave = [](std::vector<unsigned int>& list, unsigned int& name) {
         if (name != 0) {
@@ -43,7 +44,7 @@ void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
         }
     };
     try {
-        GLVBO& buffers = ring.Buffers();
+        GLVBO& buffers = objects.ring.Buffers();
         for (const GLVBO::Segment& segment : buffers.segments) {
             if (segment.fence) {
                 names.fences.push_back(segment.fence);
@@ -51,6 +52,7 @@ void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
         }
         leave(names.buffers, buffers.vertexBuffer);
         leave(names.buffers, buffers.indexBuffer);
+        LeaveSceneObjects(objects.scene, names);
         if (withBackingStore) {
             BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
             leave(names.textures, frame.colorTexture);
@@ -61,7 +63,7 @@ void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
     } catch (const std::exception&) {
         // Without memory for their names they go with the group.
     }
-    ring = {};
+    objects.ring = {};
     ShareGroup::LeaveBehind(names);
     const LibraryContext current = ShareGroup::Find(wglGetCurrentContext());
     if (current.owner && current.owner != &view) {
@@ -187,7 +189,7 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
     if (type != GLContextMain || !record.renderingContext) {
         return;
     }
-    ViewAccess::Batch(view).waitingCount = 0;
+    ViewAccess::Batch(view).ForgetWaiting();
     ForgetWaitingShapes(view);
     const bool holdsFrame = ViewAccess::StoredFrame(view).colorTexture != 0;
     const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
@@ -213,12 +215,14 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
         LeaveStockPrograms(view, record.renderingContext, false);
     }
     if (!released) {
-        LeaveBehind(view, record.objects.ring, true);
+        LeaveBehind(view, record.objects, true);
     }
     TextureRequest& textures = ViewAccess::Textures(view);
     textures.activeTexture = 0;
     textures.activeSampler = 0;
     textures.textureSampler = 0;
+    textures.fusionTexture = 0;
+    textures.fusionSampler = 0;
     ViewAccess::RequestedTexture(view).texture = 0;
     ViewAccess::RequestedTexture(view).sampler = 0;
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
@@ -237,6 +241,9 @@ void DeleteLeftBehind(COpenGLView& view) {
     const GLCalls gl = ViewAccess::CurrentGL(view);
     for (const GLsync fence : names.fences) {
         gl.glDeleteSync(fence);
+    }
+    for (const unsigned int program : names.programs) {
+        gl.glDeleteProgram(program);
     }
     const auto count = [](const std::vector<unsigned int>& list) { return static_cast<GLsizei>(list.size()); };
     if (!names.buffers.empty()) {
@@ -281,7 +288,7 @@ int DeleteParkedContext(COpenGLView& view, HGLRC context) {
     const GLRenderingContextRecord& main = ViewAccess::Record(view, GLContextMain);
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
     const bool frameStays = main.renderingContext && main.renderingContext == frame.context && !main.fixedFunctionOnly;
-    LeaveBehind(view, objects.ring, !frameStays);
+    LeaveBehind(view, objects, !frameStays);
     if (frame.context == context) {
         frame.context = nullptr;
     }
@@ -292,7 +299,7 @@ int DeleteParkedContext(COpenGLView& view, HGLRC context) {
 }
 
 void LeaveObjectsBehind(COpenGLView& view, GLRenderingContextTypes type) {
-    LeaveBehind(view, ViewAccess::Record(view, type).objects.ring, false);
+    LeaveBehind(view, ViewAccess::Record(view, type).objects, false);
 }
 
 void DeleteParkedContexts(COpenGLView& view) {

@@ -22,9 +22,12 @@ struct SharedNames {
     std::vector<unsigned int> buffers;
     std::vector<unsigned int> textures;
     std::vector<unsigned int> samplers;
+    std::vector<unsigned int> programs;
     std::vector<GLsync> fences;
 
-    bool IsEmpty() const { return buffers.empty() && textures.empty() && samplers.empty() && fences.empty(); }
+    bool IsEmpty() const {
+        return buffers.empty() && textures.empty() && samplers.empty() && programs.empty() && fences.empty();
+    }
 };
 
 /// The rendering contexts that the library made: who owns each, which of them share their objects, which of those is
@@ -68,6 +71,10 @@ public:
     /// they go with the last one.
     static void LeaveBehind(const SharedNames& names);
     static SharedNames TakeLeftBehind();
+    /// Of the present group; another one after the last member is gone. Names of a group that is gone are gone too.
+    static unsigned long long Number();
+    /// LeaveBehind for a buffer of the group `number`, if that is still there.
+    static void LeaveBufferBehind(unsigned int buffer, unsigned long long number);
 };
 
 } // namespace KTR

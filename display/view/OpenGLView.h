@@ -4,11 +4,13 @@
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../images/TextureRequest.h"
+#include "../overlay/OverlayState.h"
 #include "../pipeline/ShaderData.h"
 #include "../pipeline/Tesselator.h"
 #include "../pipeline/VertexBatch.h"
 #include "../platform/PixelFormat.h"
 #include "../platform/VersionPolicy.h"
+#include "../profile/ProfileTypes.h"
 #include "../text/FontManager.h"
 #include "../text/TextState.h"
 #include "../values/BasicTypes.h"
@@ -27,13 +29,18 @@ class logger;
 
 namespace KTR {
 
+class GeometryFilling;
 class GLCalls;
+class GLGeometry;
+enum GLFusionMode : int;
+struct RasterState;
 struct TexturedQuadrilateral;
 enum GLLineJoin : int;
 enum GLSymbolKind : int;
 struct GLLineStyle;
 struct GLPolygonStyle;
 struct GLSymbolStyle;
+struct ProfileState;
 struct ShapeDrawing;
 
 /// Signatures of the WGL extension functions that the library uses.
@@ -63,7 +70,14 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
-///  16. Shapes                    display/shapes/ViewShapes.cpp
+///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
+///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
+///  18. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp, ViewEyeDome.cpp
+///  19. Rasters                   display/images/ViewRasters.cpp
+///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
+///  21. Shapes                    display/shapes/ViewShapes.cpp
+///  22. Profiles                  display/profile/ViewProfile.cpp
+///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -77,11 +91,19 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// at its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a
 /// full batch.
 ///
+/// **Which way for what.** Large batches cost next to nothing beside their vertices, and need only the order above.
+///
+///     many small batches                   between BeginSharedDraws and EndSharedDraws
+///     vertices that lie in arrays          AddVerticesRGBA and its kin
+///     records that are made on the spot    ReserveRecords, CommitRecords
+///     what is the same in each frame       InitializeVBO once, then DrawArrays: it stays on the card
+///
 /// **Threads.** A view belongs to one thread, the one that has its context current. Draw with programs (4.x contexts)
 /// on one thread only: views share them, and would draw each other's frames. Construct the first view of the process
 /// before any other thread constructs one.
 ///
-/// **Size.** A view holds its vertex arrays, about 1.3 MB; do not put it on a stack.
+/// **Size.** A view takes some 35 KB; do not put many on a stack. Its vertex arrays have room for 1.3 MB beside it,
+/// which become memory as far as batches reach.
 class ORRIN_DISPLAY_API COpenGLView {
 public:
     // ---- 1. Life and death. Implemented in OpenGLView.cpp
@@ -139,20 +161,24 @@ public:
     bool IsCurrentGLRenderingContextNull(GLRenderingContextTypes type) const;
     bool IsMyContextCurrent(GLRenderingContextTypes type) const;
     bool GetDoubleBufferSetting(GLRenderingContextTypes type) const;
+    /// Whether the current context's view is a perspective.
     bool IsPerspectiveSideView() const;
     GLViewOrientation GetCurrentViewOrientation() const;
     /// Client size in pixels of the current context's window; 0 and 0 without one.
     void GetWindowDimensions(int& width, int& height) const;
 
+    /// These three only store: the view volume's next operation starts from them. To look from one point to another
+    /// call SetUpPerspectiveScene.
     void SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector);
-    /// An offset that the host subtracts from its coordinates before they become floats; kept here, applied by the
-    /// host.
+    /// What the host subtracts from its coordinates before they become floats. The view volume takes it into its
+    /// matrices; ChooseCoordinateOffsets finds good ones.
     void SetCurrentCoordinateOffsets(double x, double y);
     void GetCurrentCoordinateOffset(double& x, double& y) const;
     void SetTextScale(double scale);
     double GetTextScale() const;
+    /// White light from the eye of intensity 4 with 0.2 of ambient light, as at the start.
     void InitializeDefaultLights(GLRenderingContextTypes type);
 
     // ---- 3. Version policy and loader. Implemented in ViewBootstrap.cpp
@@ -397,9 +423,10 @@ public:
     /// Between these two calls, which may be nested, batches share draws and the ring's fences: a batch that agrees
     /// with the one before it in mode, program, matrices and state goes on behind it. Frames come out the same; only
     /// speed and the trace tell. Use it around many small batches (symbols, parcels, line strings): with it a batch of
-    /// six vertices costs a fraction of what it costs alone. Leave OpenGL calls of your own outside, and do not count
-    /// on fields of a record that an add does not write. Points, separate lines and triangles join; strips, loops and
-    /// fans are drawn one by one, but without a fence each.
+    /// six vertices costs a fraction of what it costs alone, also with EnableClientState... and DisableClientState
+    /// around each: what is bound already stays so. Leave OpenGL calls of your own outside, and do not count on fields
+    /// of a record that an add does not write. Points, separate lines and triangles join; strips, loops and fans are
+    /// drawn one by one, but without a fence each.
     void BeginSharedDraws();
     /// Draws what waits. An end without a beginning is passed over.
     void EndSharedDraws();
@@ -502,6 +529,8 @@ public:
     /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with
     /// an index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
     void DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices);
+    /// The same from vertex `first` on, or with indices from the one at `first` on. A negative one draws nothing.
+    void DrawArrays(int mode, int first, int count, GLVBO& vbo, const unsigned int* indices);
     /// Deletes a caller's buffers and empties the record, so that new geometry can be given. While the view's context
     /// is not current the buffers stay.
     void DeleteVBO(GLVBO& vbo);
@@ -521,6 +550,7 @@ public:
 
     /// Projection times modelview, multiplied in double precision. 0.
     long BindMatricesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type);
+    /// The direction is sent as it is: in eye coordinates.
     long BindShaderLightParameters(ShaderData& data, const GLLightParameters& light);
     /// Binds the texture and sampler that the text program reads, if text has set some.
     long BindFontAtlasTexture();
@@ -721,14 +751,18 @@ public:
 
     /// Loads an image into a texture, and leaves it bound to `textureUnit` (with its sampler, on a 4.x context). The
     /// active unit is GL_TEXTURE0 afterwards. A host's pixel-store state, pixel transfer and pixel buffers change
-    /// nothing and are as before.
+    /// nothing and are as before. Pixels without data are treated (DrawSetupNoDataColor) and colours adjusted
+    /// (DrawSetupImageAdjustment) where a host has asked for it.
     ///
     /// \param textureUnit   GL_TEXTURE0 and up, as many as the context has
     /// \param format        what a pixel is: GL_RGB, GL_RGBA, GL_BGR, GL_BGRA, GL_LUMINANCE, GL_LUMINANCE_ALPHA,
     ///                      GL_ALPHA, GL_RED in bytes, GL_DEPTH_COMPONENT in floats from 0 to 1
     /// \param width,height  pixels
     /// \param rowAlignment  each row begins at a multiple of this many bytes from the first: 1, 2, 4 or 8
-    /// \param filter        GL_NEAREST or GL_LINEAR; beyond its edges the image goes on with its outermost pixels
+    /// \param filter        GL_NEAREST, GL_LINEAR, or (not for depths) GL_LINEAR_MIPMAP_LINEAR, which makes smaller
+    /// levels
+    ///                      so that an image drawn much smaller does not flicker, and takes a third more memory; beyond
+    ///                      its edges the image goes on with its outermost pixels
     /// \param pixels        null leaves the contents open
     /// \param texture       0 makes a texture; a texture of the current share group is filled anew
     /// \param sampler       on a 4.x context as `texture`; elsewhere it stays as it is
@@ -736,8 +770,7 @@ public:
     ///         GetContextMaxTextureSize; E_FAIL without a current context; E_OUTOFMEMORY. On failure nothing is made.
     long LoadGLImage(unsigned int textureUnit, unsigned int format, int width, int height, int rowAlignment,
                      unsigned int filter, const void* pixels, unsigned int& texture, unsigned int& sampler);
-    /// As LoadGLImage to GL_TEXTURE0, for images of bytes, with the treatment of pixels without data
-    /// (DrawSetupNoDataColor).
+    /// LoadGLImage to GL_TEXTURE0.
     long LoadRasterImage(unsigned int format, int width, int height, int rowAlignment, unsigned int filter,
                          const void* pixels, unsigned int& texture, unsigned int& sampler);
     /// Draws an image of bytes over a rectangle in model coordinates: row 0 along `bottom`, column 0 along `left`.
@@ -754,9 +787,9 @@ public:
     /// E_INVALIDARG for no texture and no corners, E_FAIL without a current context.
     long DrawTexturedQuadrilateral(unsigned int texture, unsigned int sampler, const PointXYZ* corners,
                                    const GLTexCoords* coordinates);
-    /// Draws several, for layers of many tiles: one set-up for all, and one draw for those of one texture and sampler
-    /// that follow each other, so order them by texture where they do not overlap. S_OK for none. E_INVALIDARG, before
-    /// anything is drawn, for a null pointer to some and where one has no texture.
+    /// Draws several, for layers of many tiles: one set-up and one fence for all, and one draw for those of one texture
+    /// and sampler that follow each other, so order them by texture where they do not overlap. S_OK for none.
+    /// E_INVALIDARG, before anything is drawn, for a null pointer to some and where one has no texture.
     long DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadrilaterals, std::size_t count);
     /// DrawTexturedQuadrilateral with the active texture of the cache.
     long Draw2DTextureOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
@@ -813,7 +846,322 @@ public:
                              int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
                              bool clear, bool depth, bool frontBuffer);
 
-    // ---- 16. Shapes. Implemented in ViewShapes.cpp
+    // ---- 16. Geometry that stays. Implemented in ViewGeometry.cpp
+    // For what is drawn more often than it changes: maps, reliefs, clouds. What is new in each frame goes through the
+    // batch, many small batches of it between BeginSharedDraws and EndSharedDraws.
+
+    /// What is added from here on, by any of the adds, by the tessellator and in as many batches as wanted, goes into
+    /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
+    /// text and images are drawn as ever. E_FAIL where a geometry is being filled already; E_OUTOFMEMORY.
+    ///
+    /// \param origin  where the records' zero lies; without it, at the current coordinate offsets
+    long BeginGeometry(GLGeometry& geometry);
+    long BeginGeometry(GLGeometry& geometry, const PointXYZ& origin);
+    /// The geometry is filled; a batch that was not ended is discarded. E_FAIL without a beginning and where the
+    /// geometry is gone; E_INVALIDARG where batches did not agree in what GLGeometry keeps, or an index of AddDataIndex
+    /// was of no record; E_OUTOFMEMORY. On failure the geometry is empty.
+    long EndGeometry();
+    /// Draws all records, or `count` from `first` on, with the arrays or the program that an EnableClientState... has
+    /// bound, and with the matrices of this moment, the light under them included, on both pipelines. Strips that a
+    /// range cuts are drawn as far as they lie in it; triangles and lines begin at `first`. It waits for nothing, and
+    /// the state is as before.
+    ///
+    /// S_OK; E_INVALIDARG for a range that is not there; E_FAIL without a current context, where nothing is bound and
+    /// while the geometry is being filled; E_OUTOFMEMORY where the card has no room, when nothing is drawn; E_HANDLE
+    /// where the records were freed (GLGeometry::FreeRecordsAfterUpload) and are needed.
+    long DrawGeometry(const GLGeometry& geometry);
+    long DrawGeometry(const GLGeometry& geometry, int first, int count);
+
+    // ---- 17. Overlays: what is drawn over the finished frame
+    // They belong to the main context, which they make current. The frame is the one that the host drew last: cleared
+    // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call
+    // that needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays
+    // covered, draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into
+    // the back buffer between two of these calls comes to light with the next.
+    //
+    // Results: S_OK; S_FALSE, with nothing drawn, where there is no frame to draw over (none was drawn yet, or the
+    // window's size or the context changed since: draw one, see NeedsRedraw) and for a band that is not active; E_FAIL
+    // without a context or when an overlay threw (the others are drawn); SaveBackingStore's. State is as before
+    // afterwards; client state is disabled, an open batch discarded and a program of the library's no longer in use.
+    //
+    // Overlays, and presenting when all layers are there. Implemented in ViewOverlays.cpp
+
+    /// Has `draw` called with `context` whenever overlays are drawn, those of lower `order` first, the band last. The
+    /// number is for RemoveOverlay; 0 for a null function. Nothing is drawn by this.
+    int AddOverlay(GLOverlayFunction draw, void* context, int order);
+    /// False for a number that is not there. What it drew goes with the next RedrawOverlays.
+    bool RemoveOverlay(int overlay);
+    /// Draws all overlays, and the band if one is active, over the frame, and presents. Call it instead of SwapBuffers
+    /// at the end of a frame, and whenever an overlay has changed.
+    long RedrawOverlays();
+    /// What is over the frame cannot be put right any more, since the frame is gone: draw a new one.
+    bool NeedsRedraw() const;
+
+    /// While the mode is on and layers that were started are not complete, SwapBuffers and the overlays present
+    /// nothing; that they wanted to is remembered, and the last completion presents, once. So does turning the mode off
+    /// with such a wish waiting. These four may be called on any thread. Presenting is the view's own thread's affair:
+    /// where the view's context is not the calling thread's current one, the view's next call on its own thread
+    /// presents.
+    void SwapBuffersSetDelayedSwapModeState(bool on);
+    void SwapBuffersCountDelayedLayerStart();
+    /// A completion too many leaves the count at 0.
+    void SwapBuffersCountDelayedLayerComplete();
+    int GetDelayedLayerCount() const;
+
+    // Rubber bands. Client coordinates are pixels from the upper left of the client area, y downwards. One band at a
+    // time in each view. Implemented in ViewRubberBand.cpp
+
+    /// Starts a band at a place, with the style set last. An active one is ended without being kept. E_INVALIDARG for a
+    /// type that there is not, a place that is not finite, and a custom band without a function.
+    long BeginRubberBand(GLRubberBandTypes type, double clientX, double clientY);
+    /// Draws the band to where the mouse is.
+    long MoveRubberBand(double clientX, double clientY);
+    /// Settles a point of a line string, polygon or custom band, after which the next point follows the mouse; others
+    /// are moved.
+    long AddRubberBandPoint(double clientX, double clientY);
+    /// Ends the band. The frame is as it was before; with `keep` the band stays part of it until the host draws.
+    long EndRubberBand(bool keep);
+    bool IsRubberBandActive() const { return m_overlays.band.IsActive(); }
+    /// The band's points: those settled and, last, the one that follows the mouse; after the end those it ended with.
+    /// Their number. At most `capacity` are written, to client coordinates.
+    int GetRubberBandPoints(PointXY* points, int capacity) const;
+    /// Holds for bands begun from now on, and for the active one from its next move on. Values out of range are
+    /// clamped.
+    void SetRubberBandStyle(const GLRubberBandStyle& style);
+    const GLRubberBandStyle& GetRubberBandStyle() const { return m_overlays.bandStyle; }
+
+    // ---- 18. Light and surfaces
+    // Light. Implemented in ViewLight.cpp
+    //
+    // What is drawn with a lit program (GLShaderShadedColor3Stage, GLShaderShadedTexture) shows at each vertex
+    //
+    //     clamp(color × lightColor × (ambient + (1 - ambient) × |n · l| × intensity / 4), 0, 1)
+    //
+    // where n is the normal under the inverse transpose of the model-view matrix, l points towards the light, both of
+    // length one in eye coordinates, and color is the vertex's or the texture's. Surfaces are lit from both sides.
+    // Alpha is not lit. Both pipelines differ from this by at most 1 of 255.
+
+    /// The light of the current context: its direction towards the light in model coordinates, of any length; colours
+    /// from 0 up; the intensity, of which 4 shows a surface that faces the light in its own colour (hosts show
+    /// intensity × 12.5 as percent); the ambient part, 0 to 1, which needs no light.
+    ///
+    /// Directions turn with the camera: whatever is drawn takes the light under the model-view matrix of that moment
+    /// (with programs: of EnableClientState..., else of BeginArrays). A matrix that scales the axes differently, as for
+    /// exaggerated heights, turns them as if it scaled all alike. The light is saved by PushAttributes.
+    ///
+    /// S_OK; E_INVALIDARG for a direction of no length, an ambient part outside 0 to 1, and what is negative or not
+    /// finite: then nothing changes.
+    long SetLightParameters(const GLLightParameters& light);
+    /// The direction is in model coordinates also where Light has set it: the present model-view matrix takes it back.
+    GLLightParameters GetLightParameters() const;
+    /// A sun at `azimuthDegrees` clockwise from north (+y) and `altitudeDegrees` above the horizon, -90 to 90. Else as
+    /// the light was. E_INVALIDARG for other angles.
+    long SetSun(double azimuthDegrees, double altitudeDegrees);
+    /// On: the light shines from the eye along the view, whatever its direction. Off: from its direction again, which
+    /// may have been set meanwhile. Light with GL_POSITION ends it.
+    void SetHeadlight(bool on);
+    /// On a fixed-function context: turns lighting on and gives OpenGL the view's light, and again whenever it or the
+    /// camera has changed (two opposite lights, the colours of vertices as material); off puts OpenGL's lights,
+    /// materials and shade model back as they were. Between the two draw what is lit only, with a lit shader type.
+    /// On a 4.x context it does nothing: there the shader type decides.
+    void SetUpLighting(bool on);
+
+    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
+
+    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
+    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
+    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
+    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
+    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
+    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
+    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
+    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
+    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
+    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
+    ///                 GLShaderShadedColor3Stage for triangles
+    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
+    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
+    ///         E_OUTOFMEMORY, when a part may have been drawn
+    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
+                        const unsigned int* indices, unsigned __int64 indexCount);
+
+    // Eye-dome lighting: shading by depths, for clouds of points, which have no normals. 4.x contexts only.
+    // Implemented in ViewEyeDome.cpp
+    //
+    // Each pixel that something was drawn to is darkened by how much nearer its neighbours are:
+    //
+    //     shown = color × exp(-strength × √(h² + v²) / radiusPixels)
+    //
+    // where h is the larger lead of the neighbours to the left and to the right, v that of those below and above, each
+    // radiusPixels away (rounded to whole pixels), and at least 0. A lead is how much nearer the neighbour is to the
+    // eye's plane, in sizes of a pixel at the neighbour's distance. So a surface shows the same shades at whatever
+    // scale, e to the power of -strength where it slopes by 45 degrees; and what lies far behind an edge shows a dark
+    // line.
+
+    /// Turns it on or off for the current context. `strength` 0 and up, 0.2 to 1 as a rule; `radiusPixels` 1 to 64, 1
+    /// or 2 as a rule. Any context takes the settings. S_OK, or E_INVALIDARG, and nothing changed, for other values.
+    long SetUpEyeDomeLighting(bool on, float strength, float radiusPixels);
+    /// Whether it works on the current context: on a 4.x context that has depths, unless its driver refused the
+    /// program. False with fixed functions and while the view's context is not current.
+    bool IsEyeDomeLightingAvailable() const;
+    /// Shades what has been drawn in the viewport, by the depths that are there. Call it once a frame, at the end of
+    /// the scene: before overlays, text and furniture, which are no part of it, before SaveBackingStore, so that the
+    /// stored frame is shaded, and while the projection is the scene's. A second call shades again. Off, or where it
+    /// does not work, it does nothing. Colours alone change, within the scissor box where that test is on; state is as
+    /// before afterwards, a host's own program included; one of the library's is in use no longer, and an open batch is
+    /// discarded. S_OK, also when it did nothing; E_FAIL when the driver refuses the program.
+    long DrawEyeDomeLighting();
+
+    // ---- 19. Rasters. Implemented in ViewRasters.cpp
+    // Values that become colours, images that are adjusted, and two images over the same ground.
+
+    /// Loads values as colours into a texture at GL_TEXTURE0, as LoadGLImage does with an image.
+    ///
+    /// \param type          GL_UNSIGNED_SHORT, GL_SHORT or GL_FLOAT
+    /// \param width,height  values
+    /// \param rowAlignment  each row begins at a multiple of this many bytes from the first: 1, 2, 4 or 8
+    /// \param values        row 0 is the lower one, as everywhere
+    /// \param style         the last one used is kept ready: load what has the same style together
+    /// \return as LoadGLImage; E_INVALIDARG also without values
+    long LoadDataRaster(unsigned int type, int width, int height, int rowAlignment, unsigned int filter,
+                        const void* values, const GLDataStyle& style, unsigned int& texture, unsigned int& sampler);
+    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster (whose format is GL_RGBA) filled, from column
+    /// `x` and row `y` on; smaller levels follow. It is bound to GL_TEXTURE0 afterwards. E_INVALIDARG for what does not
+    /// lie in the texture, and for a format that it cannot keep: it takes the one that it was loaded with, and any
+    /// where that had an opacity or pixels without data. E_FAIL without a current context; E_OUTOFMEMORY.
+    long UpdateGLImage(unsigned int texture, unsigned int format, int x, int y, int width, int height, int rowAlignment,
+                       const void* pixels);
+    /// Lets each channel of a pixel without data be off the marker by so many levels, 0 (as at the start) to 255.
+    void DrawSetupNoDataTolerance(int levels);
+    /// Changes the colours of images loaded or drawn from now on: gamma (above 1 lightens the middle, 0.01 to 100),
+    /// then contrast about the middle grey (0 to 100), then brightness (-1 to 1) is added. 1, 0 and 1, as at the start,
+    /// show them as they are. What is out of range counts as the nearest, what is no number as that. Pixels without
+    /// data are found by the colours before.
+    void DrawSetupImageAdjustment(double contrast, double brightness, double gamma);
+    /// Which textures of the cache LimitTextureCache evicts first; at the start those that were added first.
+    /// GLTextureCacheByUse makes the newest of an entry that RequestTextureFromCache finds. For the process.
+    static void SetTextureCacheOrder(GLTextureCacheOrder order);
+
+    /// Makes the requested texture the second image of DrawFusionOnQuadrilateral, with MakeRequestedTextureActive's
+    /// flags and results. A request without a texture leaves no second image.
+    long MakeFusionTextureActive();
+    unsigned int GetFusionTexture() const;
+    /// Draw2DTextureOnQuadrilateral with the second image over the active texture. Without a second image the first is
+    /// drawn alone.
+    ///
+    /// NOTE: a fixed-function context with fewer than three texture units (Windows' own OpenGL 1.1) draws the second
+    /// image over the frame: the same where the first one is opaque.
+    ///
+    /// \param coordinates        of the corners in the active texture; null for the whole
+    /// \param fusionCoordinates  of the corners in the second; null for the whole
+    /// \param mode               GLFusionBlend, GLFusionMultiply or GLFusionAdd
+    /// \param amount             0, the first image alone, to 1; what is outside counts as the nearer of them
+    /// \return S_OK; E_INVALIDARG for no active texture, no corners and another mode; E_FAIL without a current context
+    long DrawFusionOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates,
+                                   const GLTexCoords* fusionCoordinates, GLFusionMode mode, double amount);
+
+    // ---- 20. View volume, map and screen, perspective
+    // What of the model is seen, from where and how large, on the current context's record; every place is in true
+    // coordinates and in double precision to the last step. A set-up loads projection and modelview matrix and leaves
+    // the mode at modelview. After drawing with other matrices (a host's own, those of an overlay) LoadViewMatrices
+    // brings them back. Whenever the viewport's size (SetUpViewport) or the coordinate offsets change while they are
+    // loaded, they follow: middle and scale of the picture stay, in perspective by a wider or narrower angle.
+    //
+    // Coordinates may reach 1e30; an exaggeration above 0 multiplies heights. Operations that return HRESULTs give
+    // E_INVALIDARG, and change nothing, for what is not finite or not in the range told. The others pass over such
+    // input. Before the first set-up nothing has an image and nothing moves.
+    //
+    // Set-up, scale and history. Implemented in ViewVolume.cpp
+
+    /// Looks along an axis at the box from `low` to `high`: all of it is visible in the viewport's middle, a fiftieth
+    /// more than it needs, its proportions kept; near and far hold it however it is turned. A point or a line gives a
+    /// usable view too. E_INVALIDARG also for GLViewOrientationPerspective, and for GLViewOrientationProfile: the line
+    /// that a profile follows is not in a box.
+    long SetUpOrthoFromModelExtents(GLViewOrientation orientation, const PointXYZ& low, const PointXYZ& high,
+                                    double zExaggeration);
+    /// Loads the matrices of the view that is set up; there is nothing to load before.
+    void LoadViewMatrices();
+    /// The edges of what is visible of the view plane, measured along the screen's right and up: seen from the top in x
+    /// and y, from the front in x and z times the exaggeration, from the right in y and that, from the bottom, the back
+    /// and the left with x or y negative. In perspective in the plane through the target. All 0 before a set-up.
+    void GetViewExtents(double& left, double& bottom, double& right, double& top) const;
+    /// Shows that rectangle in the viewport's middle, as large as it fits. E_INVALIDARG without width or height.
+    long SetViewExtents(double left, double bottom, double right, double top);
+    /// The scale, in perspective at the target's distance; 0 before a set-up.
+    double GetUnitsPerPixel() const;
+    /// Comes closer by `factor`, below 1 goes farther away; the place under the cursor stays under it. In perspective
+    /// the eye moves on the line of sight to what is drawn there (Client2RealWorldOnScene), or to the plane through the
+    /// target. Silently ends where the roundings of coordinates would begin to show, and where the model would be a
+    /// thousandth of a pixel.
+    void ZoomAbout(double factor, double clientX, double clientY);
+    /// Moves the picture by so many pixels to the right and down, in perspective what is as far away as the target.
+    void Pan(double rightPixels, double downPixels);
+    /// Brings what is in the rectangle of client coordinates (two opposite corners) to the middle, as large as it fits.
+    /// E_INVALIDARG without width or height.
+    long ZoomToClientRectangle(double x0, double y0, double x1, double y1);
+    /// Each change of the view is a step, and 16 can be taken back: the view of before, false when there is none. The
+    /// scale of a view holds when the window has been resized since.
+    bool PreviousView();
+    /// Takes a PreviousView back. Any other change ends this.
+    bool NextView();
+    /// What happens to the view between these two calls, which may be nested, is one step of the history: a drag of the
+    /// mouse, say.
+    void BeginViewChange();
+    void EndViewChange();
+    /// Sets the coordinate offsets to whole thousands in the middle of the box. S_OK where floats relative to them are
+    /// within a thousandth of a unit, S_FALSE where the box is too large for that.
+    long ChooseCoordinateOffsets(const PointXYZ& low, const PointXYZ& high);
+
+    // Map and screen. Client coordinates are pixels from the upper left of the client area, y downwards: pixel (i, j)
+    // reaches from i to i + 1. The way there and back differs by at most a millionth of a pixel at 1 mm a pixel and
+    // coordinates of 4,500,000 m. Where the result is false, outputs stay as they are. Implemented in
+    // ViewConversions.cpp
+
+    /// False for what has no image: at or behind the eye. What is outside of the window has one.
+    bool RealWorld2Client(double x, double y, double z, double& clientX, double& clientY) const;
+    /// For `count` places and as many results; `hasImage` says for each whether there is one, null leaves that out.
+    /// Returns how many there are.
+    std::size_t RealWorld2Client(const PointXYZ* world, std::size_t count, PointXY* client,
+                                 bool* hasImage = nullptr) const;
+    /// The place on the plane through the target that is parallel to the screen: in a top view z is the target's.
+    bool Client2RealWorld(double clientX, double clientY, double& x, double& y, double& z) const;
+    /// `depth` as the depth buffer has it: 0 near, 1 far.
+    bool Client2RealWorldAtDepth(double clientX, double clientY, double depth, PointXYZ& world) const;
+    /// Where the height `planeZ` is seen; false where the line of sight does not meet it, in perspective in front of
+    /// the eye.
+    bool Client2RealWorldOnPlane(double clientX, double clientY, double planeZ, PointXYZ& world) const;
+    /// What is drawn there with the depth test on, or else the nearest of what is drawn within 3 pixels; as exact as
+    /// the depth buffer. Taken from the backing store's depths (4.x contexts) without waiting for OpenGL where the
+    /// frame there is of this view, otherwise from the depth buffer, which has to be as the scene left it. False where
+    /// nothing is drawn.
+    bool Client2RealWorldOnScene(int clientX, int clientY, PointXYZ& world);
+    /// The line of sight, `direction` a unit vector. It begins at the eye, of parallel projections in a plane in front
+    /// of the model.
+    bool GetPickRay(double clientX, double clientY, PointXYZ& origin, PointXYZ& direction) const;
+
+    // Perspective scenes. Angles of view are the full ones, in the viewport's height, between 0 and 180 degrees. Near
+    // and far are as tight around the box as it and the eye allow, and never more than 1 : 20,000 apart. Implemented in
+    // ViewPerspective.cpp
+
+    /// An `up` along the line of sight is replaced by +z or, looking up or down, by +y. E_INVALIDARG also for an eye at
+    /// the target.
+    long SetUpPerspectiveScene(const PointXYZ& eye, const PointXYZ& target, const PointXYZ& up, double fovyDegrees,
+                               const PointXYZ& low, const PointXYZ& high, double zExaggeration);
+    /// Looks at the box's middle from the smallest distance from which all of it is visible. The eye stands in the
+    /// direction of `azimuthDegrees` (0 north, 90 east) and `elevationDegrees` (-90 to 90) as seen from there.
+    long SetUpPerspectiveFromModelExtents(const PointXYZ& low, const PointXYZ& high, double azimuthDegrees,
+                                          double elevationDegrees, double fovyDegrees, double zExaggeration);
+    /// Leads a perspective's eye around the target: `azimuthDegrees` from north to east, `elevationDegrees` upwards. It
+    /// ends at the poles; there azimuths turn the picture on. The target keeps its place in the window. Other views
+    /// stay as they are.
+    void OrbitBy(double azimuthDegrees, double elevationDegrees);
+    /// Divides a perspective's distance to the target by `factor`; the target keeps its place in the window.
+    void DollyBy(double factor);
+    /// Makes what is drawn there (Client2RealWorldOnScene) the target, and leaves the picture as it is: OrbitBy then
+    /// turns about what was clicked. False where nothing is drawn.
+    bool SetTargetFromScene(int clientX, int clientY);
+
+    // ---- 21. Shapes. Implemented in ViewShapes.cpp
     // Lines, curves, line strings, polygons and symbols, each by one call, in the current matrices and without anything
     // to set up.
     //
@@ -851,9 +1199,9 @@ public:
     void DrawOffsetLineString(const PointXYZ* points, int count, double offset, const GLLineStyle& style);
     /// The parallel of a string: `offset` to the left, up to 1e15. Joins run around the outside of bends. On their
     /// inside it is trimmed, so that a bend tighter than the offset leaves no loop; where nothing is that far from the
-    /// string nothing is left. A string whose last point repeats the first is a ring and stays one. An offset of 0 gives
-    /// the string back. `out` is replaced; pieces that do not meet, of a string that is broken or a ring that falls
-    /// apart, have a point between them that is no number.
+    /// string nothing is left. A string whose last point repeats the first is a ring and stays one. An offset of 0
+    /// gives the string back. `out` is replaced; pieces that do not meet, of a string that is broken or a ring that
+    /// falls apart, have a point between them that is no number.
     static void OffsetLineString(const PointXYZ* points, int count, double offset, GLLineJoin join, double miterLimit,
                                  std::vector<PointXY>& out);
     /// A polygon: filled, hatched and outlined as the style says. The first ring is an outline, and so is each further
@@ -864,6 +1212,95 @@ public:
     void DrawPolygon(const std::vector<std::vector<PointXYZ>>& rings, const GLPolygonStyle& style);
     /// A symbol whose middle is at a place.
     void DrawSymbol(GLSymbolKind kind, double x, double y, double z, const GLSymbolStyle& style);
+
+    // ---- 22. Profiles. Implemented in ViewProfile.cpp
+    // A profile shows a band of land along a line string, unrolled: across is the distance along the line (the
+    // station), up is the height. A place belongs to the leg of the line that is nearest to it, within the half width;
+    // at the outside of a bend that is the corner. Offsets count to the left of the line. In this view the conversions
+    // of map and screen take and give true coordinates, and places outside of the band have no image.
+
+    /// Shows the profile of `count` places, of which at least two differ; the array is not needed afterwards. The
+    /// view's orientation becomes GLViewOrientationProfile, points and cursor of an earlier profile go. Without heights
+    /// (`zLow` not below `zHigh`) they are found from the points; an exaggeration of 0 has them fill the window.
+    /// E_INVALIDARG for what is not finite, no line, a half width not above 0, a negative exaggeration; E_OUTOFMEMORY.
+    long SetUpProfileView(const PointXY* line, int count, double halfWidth, double zLow, double zHigh,
+                          double zExaggeration);
+    /// Length of the line; 0 without a profile.
+    double GetProfileLength() const;
+    /// False, and the outputs untouched, beyond the half width, before and behind the line, and without a profile. They
+    /// hold in any orientation.
+    bool RealWorld2Profile(double x, double y, double& station, double& offset) const;
+    bool Profile2RealWorld(double station, double& x, double& y) const;
+    /// For `count` places or stations and as many results, of which those outside are left untouched; `isInside` says
+    /// for each, null leaves that out. Return how many lie inside.
+    std::size_t RealWorld2Profile(const PointXYZ* world, std::size_t count, double* stations, double* offsets,
+                                  bool* isInside = nullptr) const;
+    std::size_t Profile2RealWorld(const double* stations, std::size_t count, PointXY* world,
+                                  bool* isInside = nullptr) const;
+
+    /// Adds those records that lie in the band and the range of heights. Their x and y are relative to the coordinate
+    /// offsets, as for drawing; nothing else of them is needed afterwards. The points stay, on the card once they are
+    /// drawn. S_OK; S_FALSE without a profile; E_INVALIDARG for no records; E_OUTOFMEMORY, when there are no points any
+    /// more.
+    long AddProfilePoints(const GLDrawGeometry* records, unsigned __int64 count);
+    /// One point in true coordinates.
+    long AddProfilePoint(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+                         unsigned char a);
+    void ClearProfilePoints();
+    /// Points in the band.
+    unsigned __int64 GetProfilePointCount() const;
+    /// Draws the points in the profile's view, as large as PointSize says. S_FALSE in any other view; DrawGeometry's
+    /// results.
+    long DrawProfilePoints();
+    /// The same with these records in place of the points that there are.
+    long DrawProfilePoints(const GLDrawGeometry* records, unsigned __int64 count);
+    /// Lines at round stations and heights with their numbers, and at the corners of the line. State is as before
+    /// afterwards; client state is disabled. S_FALSE in any other view.
+    long DrawProfileGrid(const GLProfileGridStyle& style);
+    /// The point drawn nearest to a place of the client area, at most so many pixels away: which of all records added
+    /// since the set-up it is, from 0, those outside of the band counted too. -1 without one.
+    __int64 PickProfilePoint(double clientX, double clientY, double pixels) const;
+
+    /// Shows a cross-hair with both values over the profile's frame, and in each linked view the line with its band and
+    /// the place on it; no scene is drawn. S_OK; S_FALSE where this view shows no profile and, with the cursor set,
+    /// where one of the views has no frame; E_INVALIDARG for a station that is not on the line; RedrawOverlays'
+    /// results.
+    long SetProfileCursor(double station, double z);
+    /// Takes it away. S_FALSE without one.
+    long HideProfileCursor();
+    /// False, and the outputs untouched, without one.
+    bool GetProfileCursor(double& station, double& z) const;
+    /// Has a map or a scene show this profile's line and cursor, until it is unlinked or one of the two goes. Both
+    /// views have to be of one thread. E_INVALIDARG for this view itself; E_OUTOFMEMORY.
+    long LinkProfile(COpenGLView& view);
+    void UnlinkProfile(COpenGLView& view);
+
+    // ---- 23. Vertices in bulk. Implemented in ViewBulk.cpp
+    // They go on with the open batch, as that many adds would, in less time: on a 4.x context lines, triangles and
+    // points go straight to where they are drawn from. A batch may mix them with the adds of single vertices and of
+    // triangles, but not with those that name a record.
+
+    /// Adds `count` vertices. Positions are taken relative to (ox, oy, oz), in double precision. Any count: the batch
+    /// is split as it is for adds, but never within a line or triangle. Without colours vertices are white, without
+    /// normals or texture coordinates those are 0. S_OK; E_INVALIDARG without points for a positive count;
+    /// E_OUTOFMEMORY, and nothing added, where the driver has no storage for vertices.
+    long AddVerticesRGBA(const PointXYZ* points, const GLRGBAColor* colors, const PointXYZ* normals,
+                         const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with one colour for all.
+    long AddVerticesOneColor(const PointXYZ* points, const GLRGBAColor& color, const PointXYZ* normals,
+                             const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with red, green and blue of the current colour.
+    long AddVerticesCurrentColor(const PointXYZ* points, unsigned char alpha, const PointXYZ* normals,
+                                 const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// Room for `count` records, 1 to kBatchCapacity, for the host to fill; batches that have no room for so many more
+    /// are drawn first. Write whole records in their order, and read nothing: it may be memory of the card. Null for
+    /// other counts, without storage for vertices, and where the batch would have to be cut within a primitive, a strip
+    /// or a fan.
+    GLDrawGeometry* ReserveRecords(int count);
+    /// Adds the first `count` of the records reserved last; 0 gives the room back. S_OK, or E_INVALIDARG with nothing
+    /// added: for more than were reserved, for a second time, and when the view has added to the batch or drawn it
+    /// since.
+    long CommitRecords(int count);
 
     // ---- Class-wide members
 
@@ -908,10 +1345,14 @@ private:
     void ReadDriverVersion();
 
     void FinishSharedDraws();
+    void OpenBatch(unsigned int mode, GLShaderTypes shader);
     bool JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const;
     bool MayWait() const;
+    void DrawWaitingBatches();
     void FlushWaitingVertices(int count);
-    void FlushFullBatch();
+    void KeepPendingVertices();
+    void MakeRoomForAdd();
+    void DrawBeforeFirstRecord();
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 
@@ -926,6 +1367,7 @@ private:
     inline bool TriangleFits(int index) const;
 
     void DrawWaitingVertices();
+    void PresentWhatIsDue();
 
     /// State without a settled meaning: a view has it, a copy takes it over, and nothing reads it.
     struct Reserved {
@@ -953,6 +1395,7 @@ private:
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
     BackingStoreFrame m_backingStoreFrame;
+    OverlayState m_overlays;
     CString m_name; ///< given to the creation calls
     TextureUser m_textureUser{*this};
     TextureRequest m_textureRequest;
@@ -960,8 +1403,6 @@ private:
     GLTesselator* m_tesselator = nullptr;
     bool m_loadNewTexture[2] = {};
     bool m_inManagerSection = false;
-    bool m_delayedSwap = false;
-    int m_delayedLayerCount = 0;
     int m_managerIndex = 0;
     int m_copiedMasterIndex = -1; ///< of the view that this one is a copy of
     GLRenderingContextTypes m_currentContext = GLContextMain;
@@ -972,7 +1413,10 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
-    std::unique_ptr<ShapeDrawing> m_shapes; ///< made at the first shape
+    std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
+    std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
+    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
+    std::unique_ptr<ProfileState> m_profile;    ///< made with the first profile
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

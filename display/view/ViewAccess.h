@@ -15,6 +15,8 @@ struct ViewAccess {
     static MatrixSet& CurrentMatrices(const COpenGLView& view) { return view.CurrentMath().Matrices(); }
     /// For who is about to change something: draws the vertices that wait.
     static GLCalls CallGL(COpenGLView& view) { return view.CallGL(); }
+    /// Draws the batches that wait, for who changes nothing else.
+    static void DrawWaitingBatches(COpenGLView& view) { view.DrawWaitingBatches(); }
     /// For questions.
     static GLCalls CurrentGL(const COpenGLView& view) { return view.CurrentGL(); }
     static GLRenderingContextRecord& Record(COpenGLView& view, GLRenderingContextTypes type) {
@@ -31,13 +33,23 @@ struct ViewAccess {
     /// asks here first.
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
+    /// Opens a batch of the library's own strings, whose glyphs were seen to.
+    static void OpenBatch(COpenGLView& view, unsigned int mode, GLShaderTypes shader) { view.OpenBatch(mode, shader); }
+    static unsigned __int64& GpuWaits(COpenGLView& view) { return view.m_gpuWaits; }
+    static void KeepPending(COpenGLView& view) { view.KeepPendingVertices(); }
+    static void DrawFirst(COpenGLView& view, int count) { view.FlushWaitingVertices(count); }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
+    static auto& Filling(COpenGLView& view) { return view.m_filling; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
     static COpenGLMath& CurrentMath(const COpenGLView& view) { return view.CurrentMath(); }
     static TextureRequest& Textures(COpenGLView& view) { return view.m_textureRequest; }
     static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
     static auto& Owned(COpenGLView& view) { return view.m_owned; }
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
+    static std::unique_ptr<ProfileState>& Profile(COpenGLView& view) { return view.m_profile; }
+    static const std::unique_ptr<ProfileState>& Profile(const COpenGLView& view) { return view.m_profile; }
+    static OverlayState& Overlays(COpenGLView& view) { return view.m_overlays; }
+    static const OverlayState& Overlays(const COpenGLView& view) { return view.m_overlays; }
     static std::unique_ptr<ShapeDrawing>& Shapes(COpenGLView& view) { return view.m_shapes; }
     /// Draws a room's own records through the ring; at most kBatchRecords of them, with the program that is
     /// bound. What waits has been drawn.
@@ -45,6 +57,8 @@ struct ViewAccess {
         VertexBatchState& batch = view.m_batch;
         const unsigned int batchMode = std::exchange(batch.batchPrimitiveMode, mode);
         GLDrawGeometry* const batchRecords = std::exchange(batch.batchVertexPointer, records);
+        batch.writtenCount = 0; // whatever stands ahead in the ring is not of these
+        batch.ringOnlyCount = 0;
         view.DrawBatch(count);
         batch.batchPrimitiveMode = batchMode;
         batch.batchVertexPointer = batchRecords;

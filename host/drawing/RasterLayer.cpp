@@ -26,33 +26,33 @@ void RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z,
     const int largestSide = std::min(kLargestTile, view.GetContextMaxTextureSize());
     const std::size_t level = ChoosePyramidLevel(m_levels, unitsPerPixel);
     const RasterImage& image = m_levels[level].image;
+    std::vector<KTR::TexturedQuadrilateral> quadrilaterals;
     for (const RasterTile& tile : SplitIntoTiles(image.width, image.height, largestSide)) {
-        DrawTile(view, level, tile, origin, z);
+        KTR::TexturedQuadrilateral quadrilateral = Place(level, tile, origin, z);
+        if (FindTexture(view, level, tile, quadrilateral.texture, quadrilateral.sampler)) {
+            quadrilaterals.push_back(quadrilateral);
+        }
     }
+    view.DrawTexturedQuadrilaterals(quadrilaterals.data(), quadrilaterals.size());
 }
 
-/// The texture has the image's upper row first, so that t grows downwards like the rows.
-void RasterLayer::DrawTile(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, const Position& origin,
-                           double z) const {
-    unsigned int texture = 0;
-    unsigned int sampler = 0;
-    if (!FindTexture(view, level, tile, texture, sampler)) {
-        return;
-    }
+/// Where a tile lies, without its texture. That has the image's upper row first, so that t grows downwards like the
+/// rows.
+KTR::TexturedQuadrilateral RasterLayer::Place(std::size_t level, const RasterTile& tile, const Position& origin,
+                                              double z) const {
     const std::array<std::array<int, 2>, 4> pixels = {{{tile.column, tile.row},
                                                        {tile.column + tile.columns, tile.row},
                                                        {tile.column + tile.columns, tile.row + tile.rows},
                                                        {tile.column, tile.row + tile.rows}}};
-    std::array<PointXYZ, 4> corners{};
-    std::array<GLTexCoords, 4> coordinates{};
+    KTR::TexturedQuadrilateral quadrilateral;
     for (std::size_t index = 0; index < pixels.size(); ++index) {
         const auto [column, row] = pixels[index];
         const Position place = m_levels[level].pixelToMap.At(column, row);
-        corners[index] = {place.x - origin.x, place.y - origin.y, z};
-        coordinates[index] = {static_cast<double>(column - tile.textureColumn) / tile.textureColumns,
-                              static_cast<double>(row - tile.textureRow) / tile.textureRows};
+        quadrilateral.corners[index] = {place.x - origin.x, place.y - origin.y, z};
+        quadrilateral.coordinates[index] = {static_cast<double>(column - tile.textureColumn) / tile.textureColumns,
+                                            static_cast<double>(row - tile.textureRow) / tile.textureRows};
     }
-    view.DrawTexturedQuadrilateral(texture, sampler, corners.data(), coordinates.data());
+    return quadrilateral;
 }
 
 /// From the cache, where another window or an earlier frame may have put it; otherwise it is loaded and put there.

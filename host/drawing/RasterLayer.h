@@ -23,8 +23,7 @@ public:
     void Draw(KTR::COpenGLView& view, const Position& origin, double z, double unitsPerPixel) const;
 
 private:
-    void DrawTile(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, const Position& origin,
-                  double z) const;
+    KTR::TexturedQuadrilateral Place(std::size_t level, const RasterTile& tile, const Position& origin, double z) const;
     bool FindTexture(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, unsigned int& texture,
                      unsigned int& sampler) const;
 

@@ -1,7 +1,6 @@
 #include "Scene.h"
 
-#include "PolygonFill.h"
-
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -10,30 +9,37 @@ namespace OrrinViewer {
 namespace {
 
 constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white points vanish on it
-constexpr Rgb kOutline{255, 176, 64};
-constexpr float kOutlineWidthPixels = 1.0F;
-constexpr float kSymbolSizePixels = 5.0F;
+constexpr double kAzimuthDegrees = 200.0;
+constexpr double kElevationDegrees = 35.0;
+constexpr double kFieldOfViewDegrees = 40.0;
+constexpr float kShadeStrength = 0.2F;
+constexpr float kShadeRadiusPixels = 2.0F;
+
+PointXYZ PointOf(const Position& position) {
+    return {position.x, position.y, position.z};
+}
 
 } // namespace
 
 void Scene::AddCloud(PointCloud cloud) {
-    Include(cloud.extent);
+    m_extent.Include(cloud.extent);
     m_clouds.emplace_back(std::move(cloud));
 }
 
 void Scene::AddSurface(ElevationGrid grid) {
-    Include(grid.FindExtent());
+    m_extent.Include(grid.FindExtent());
     m_surfaces.emplace_back(std::move(grid));
 }
 
 void Scene::AddRaster(Raster raster, std::wstring name, bool smooth) {
-    Include(raster.FindExtent());
+    m_extent.Include(raster.FindExtent());
     m_rasters.emplace_back(std::move(raster), std::move(name), smooth);
 }
 
 void Scene::AddVectorLayer(VectorLayer layer) {
-    Include(layer.extent);
+    m_extent.Include(layer.extent);
     m_layers.push_back(std::move(layer));
+    m_featureGeometry.emplace_back();
 }
 
 std::size_t Scene::CountPoints() const {
@@ -108,129 +114,92 @@ const char* Scene::NameOfColors() const {
     return "";
 }
 
-void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
-    view.SetBackgroundColor(kBackground, true);
-    view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
-    SetUpCamera(view, navigator);
-    DrawContent(view, navigator.VisibleArea(), navigator.UnitsPerPixel());
-}
-
-void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
-    view.SetBackgroundColor(kBackground, true);
-    view.SetUpViewport(0, 0, widthPixels, heightPixels);
-    SetUpCamera(view, navigator);
-    // On a relief an area would have to bend with it, where its triangles are flat.
-    DrawContent(view, m_surfaces.empty() ? m_extent : Extent(), 0.0);
-}
-
-void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.ReleaseGLObjects(view);
+void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
+    // A scene without anything is shown as one position is.
+    const PointXYZ low = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.low);
+    const PointXYZ high = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.high);
+    view.ChooseCoordinateOffsets(low, high);
+    if (orientation == KTR::GLViewOrientationPerspective) {
+        view.SetUpPerspectiveFromModelExtents(low, high, kAzimuthDegrees, kElevationDegrees, kFieldOfViewDegrees,
+                                              m_exaggeration);
+    } else {
+        view.SetUpOrthoFromModelExtents(orientation, low, high, m_exaggeration);
     }
 }
 
-void Scene::Include(const Extent& extent) {
-    m_extent.Include(extent);
-    m_origin = m_extent.Center();
-}
+void Scene::Draw(KTR::COpenGLView& view) {
+    view.SetBackgroundColor(kBackground, true);
+    view.LoadViewMatrices();
+    view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
+    view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
 
-/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;
-/// `unitsPerPixel` is the scale of a map, 0 in perspective.
-void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel) {
-    // Parcels, outlines and small clouds are many batches that look alike.
-    const KTR::SharedDraws shared(view);
-    SetUpSun(view);
-    view.Scale(1.0, 1.0, m_exaggeration);
-
-    // Rasters are the ground below everything.
+    // Rasters are the ground below everything. A map shows no more of their pixels than it has itself.
     view.Disable(GL_DEPTH_TEST);
-    const double lowestZ = m_extent.low.z - m_origin.z;
+    const bool isMap = view.GetCurrentViewOrientation() == KTR::GLViewOrientationTop;
     for (const RasterLayer& raster : m_rasters) {
-        raster.Draw(view, m_origin, lowestZ, unitsPerPixel);
+        raster.Draw(view, m_origin, m_extent.low.z, isMap ? view.GetUnitsPerPixel() : 0.0);
     }
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
-    for (const Surface& surface : m_surfaces) {
+    for (Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
     }
     for (CloudLayer& cloud : m_clouds) {
         cloud.Draw(view, m_origin, m_pointSizePixels);
     }
+    const bool shades = m_shadesClouds && !m_clouds.empty() && view.IsPerspectiveSideView();
+    view.SetUpEyeDomeLighting(shades, kShadeStrength, kShadeRadiusPixels);
+    view.DrawEyeDomeLighting();
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
+    const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
-        const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
-        for (const VectorLayer& layer : m_layers) {
-            FillPolygons(view, layer, area, opacity, onTheGround);
+        const Extent area = FindAreaToFill(view);
+        for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity, onTheGround);
         }
     }
-    for (const VectorLayer& layer : m_layers) {
-        DrawOutlines(view, layer);
+    for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+        m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
     }
+}
+
+void Scene::RaiseSun(double degrees) {
+    m_sunAltitudeDegrees = std::clamp(m_sunAltitudeDegrees + degrees, 0.0, 90.0);
+}
+
+void Scene::ReleaseGeometry() {
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.ReleaseGeometry();
+    }
+    for (Surface& surface : m_surfaces) {
+        surface.ReleaseGeometry();
+    }
+    for (FeatureGeometry& geometry : m_featureGeometry) {
+        geometry.Release();
+    }
+}
+
+/// On a map what it shows of it.
+Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
+    if (view.GetCurrentViewOrientation() != KTR::GLViewOrientationTop) {
+        // On a relief an area would have to bend with it, where its triangles are flat.
+        return m_surfaces.empty() ? m_extent : Extent();
+    }
+    Extent area;
+    Position low;
+    Position high;
+    view.GetViewExtents(low.x, low.y, high.x, high.y);
+    area.Include(low);
+    area.Include(high);
+    return area;
 }
 
 void Scene::ColorAllClouds() {
     for (CloudLayer& cloud : m_clouds) {
         cloud.Color(m_colorMode);
     }
-}
-
-/// A parallel projection from above onto the visible area. Everything is relative to the origin, and stays in double
-/// precision until the library hands the product of the matrices to OpenGL.
-void Scene::SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const {
-    const Extent area = navigator.VisibleArea();
-    const double heightRange = m_extent.IsEmpty() ? 0.0 : m_extent.high.z - m_extent.low.z;
-    const double depth = heightRange * m_exaggeration + 1.0;
-    view.MatrixMode(GL_PROJECTION);
-    view.Ortho(area.low.x - m_origin.x, area.high.x - m_origin.x, area.low.y - m_origin.y, area.high.y - m_origin.y,
-               -depth, depth);
-    view.MatrixMode(GL_MODELVIEW);
-    view.LoadIdentity();
-}
-
-/// A perspective of the scene's middle, which is the origin.
-void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const {
-    view.MatrixMode(GL_PROJECTION);
-    view.Perspective(OrbitNavigator::kFieldOfViewDegrees, navigator.AspectRatio(), navigator.NearDistance(),
-                     navigator.FarDistance());
-    view.MatrixMode(GL_MODELVIEW);
-    const Position eye = navigator.Eye();
-    view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
-}
-
-void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {
-    view.LineWidth(kOutlineWidthPixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Path& line : feature.lines) {
-            DrawPath(view, line, GL_LINE_STRIP);
-        }
-        for (const Polygon& polygon : feature.polygons) {
-            for (const Path& ring : polygon.rings) {
-                DrawPath(view, ring, GL_LINE_LOOP);
-            }
-        }
-    }
-    view.DisableClientState();
-
-    view.PointSize(kSymbolSizePixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
-    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Position& point : feature.points) {
-            AddOnTheGround(view, point);
-        }
-    }
-    view.EndArraysAndDisableClientState();
-}
-
-void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const {
-    view.BeginArrays(mode, KTR::GLShaderLine);
-    for (const Position& position : path) {
-        AddOnTheGround(view, position);
-    }
-    view.EndArrays();
 }
 
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
@@ -240,13 +209,8 @@ Position Scene::OnTheGround(const Position& position) const {
     for (const Surface& surface : m_surfaces) {
         elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
     }
-    const double z = std::isnan(elevation) ? 0.0 : elevation - m_origin.z;
+    const double z = std::isnan(elevation) ? m_extent.Center().z : elevation;
     return {position.x - m_origin.x, position.y - m_origin.y, z};
-}
-
-void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
-    const Position place = OnTheGround(position);
-    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
 }
 
 } // namespace OrrinViewer

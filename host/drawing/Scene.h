@@ -1,14 +1,13 @@
 #pragma once
 
 #include "CloudLayer.h"
+#include "FeatureGeometry.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
-#include "map/MapNavigator.h"
 #include "map/MapTicks.h"
-#include "map/OrbitNavigator.h"
 
 #include <OrrinDisplay.h>
 
@@ -54,40 +53,46 @@ public:
     /// Heights are multiplied by this, for the relief of flat country to show.
     void SetExaggeration(double factor) { m_exaggeration = factor; }
     double GetExaggeration() const { return m_exaggeration; }
+    /// The sun that reliefs are lit by, at first in the north-west, half-way up: clockwise over the horizon, and up as
+    /// far as the zenith.
+    void TurnSun(double degrees) { m_sunAzimuthDegrees += degrees; }
+    void RaiseSun(double degrees);
+    /// Clouds seen in perspective are shaded by their depths, where the pipeline can.
+    void ShadeClouds(bool on) { m_shadesClouds = on; }
+    bool ShadesClouds() const { return m_shadesClouds; }
     /// From 0, areas are not filled, to 1, nothing shows through them.
     void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
 
-    /// Draws one frame into the view's back buffer, from above or in perspective. The view's main context must be
-    /// current.
-    void Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
-    void Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
-    /// Deletes what was put into the view's context, which must be current. Textures stay in the library's cache.
-    void ReleaseGLObjects(KTR::COpenGLView& view);
+    /// Has the view show everything: along an axis, or in perspective from the south-south-west.
+    void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
+    /// Draws one frame into the view's back buffer, of what the view shows. Its main context must be current.
+    void Draw(KTR::COpenGLView& view);
+    /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
+    /// cache.
+    void ReleaseGeometry();
 
 private:
-    void Include(const Extent& extent);
     void ColorAllClouds();
-    void SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
-    void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
-    void DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel);
+    Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     Position OnTheGround(const Position& position) const;
-    void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
-    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
-    void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
 
     std::vector<CloudLayer> m_clouds;
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
     std::vector<VectorLayer> m_layers;
+    std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
-    /// metres of a national grid.
+    /// metres of a national grid. These are the view's coordinate offsets, which its matrices allow for.
     Position m_origin;
     MapUnits m_units = MapUnits::Metres;
     ColorMode m_colorMode = ColorMode::Elevation;
     double m_pointSizePixels = 2.0;
     double m_exaggeration = 1.0;
+    double m_sunAzimuthDegrees = 315.0; ///< from north
+    double m_sunAltitudeDegrees = 45.0;
+    bool m_shadesClouds = true;
     double m_fillOpacity = 0.0;
 };
 

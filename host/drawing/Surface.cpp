@@ -6,51 +6,6 @@
 
 namespace OrrinViewer {
 
-namespace {
-
-constexpr float kSunColor[] = {1.0F, 1.0F, 1.0F, 1.0F};
-constexpr float kTowardsSun[] = {-0.5F, 0.5F, 0.7071F, 0.0F};
-constexpr float kAwayFromSun[] = {0.5F, -0.5F, -0.7071F, 0.0F};
-
-/// Fixed functions light only the side that a normal points to, and add up the ambient parts of all lights. Two lights
-/// that shine against each other, with half of the ambient part each, give what the lit program gives.
-void SetUpTwoLights(KTR::COpenGLView& view) {
-    const KTR::GLLightParameters& parameters = view.GetContextRecord(view.GetCurrentContextType()).attributes.light;
-    const float ambientShare = parameters.ambientCoefficient / 2.0F;
-    const float diffuseShare = (1.0F - parameters.ambientCoefficient) * parameters.intensity / 4.0F;
-    const float ambient[] = {kSunColor[0] * ambientShare, kSunColor[1] * ambientShare, kSunColor[2] * ambientShare,
-                             1.0F};
-    const float diffuse[] = {kSunColor[0] * diffuseShare, kSunColor[1] * diffuseShare, kSunColor[2] * diffuseShare,
-                             1.0F};
-    const float none[] = {0.0F, 0.0F, 0.0F, 1.0F};
-    for (const unsigned int light : {GL_LIGHT0, GL_LIGHT1}) {
-        view.Light(light, GL_AMBIENT, ambient);
-        view.Light(light, GL_DIFFUSE, diffuse);
-        view.Light(light, GL_SPECULAR, none);
-        view.Light(light, GL_POSITION, light == GL_LIGHT0 ? kTowardsSun : kAwayFromSun);
-    }
-    glLightModelfv(GL_LIGHT_MODEL_AMBIENT, none);
-    view.ShadeModel(GL_SMOOTH);
-    glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
-}
-
-void SwitchTwoLights(KTR::COpenGLView& view, bool on) {
-    for (const unsigned int capability : {GL_LIGHTING, GL_LIGHT0, GL_LIGHT1, GL_COLOR_MATERIAL, GL_NORMALIZE}) {
-        view.LoadGLState(capability, on ? 1 : 0);
-    }
-}
-
-} // namespace
-
-void SetUpSun(KTR::COpenGLView& view) {
-    if (!view.DrawsWithPrograms()) {
-        SetUpTwoLights(view);
-        return;
-    }
-    view.Light(GL_LIGHT0, GL_DIFFUSE, kSunColor);
-    view.Light(GL_LIGHT0, GL_POSITION, kTowardsSun);
-}
-
 Surface::Surface(ElevationGrid grid) : m_grid(std::move(grid)), m_triangles(FindTriangles(m_grid)) {
     const ElevationRange range = FindElevationRange(ElevationsWithData(m_grid));
     m_normals.resize(m_grid.elevations.size());
@@ -63,12 +18,21 @@ Surface::Surface(ElevationGrid grid) : m_grid(std::move(grid)), m_triangles(Find
     }
 }
 
-void Surface::Draw(KTR::COpenGLView& view, const Position& origin) const {
-    const bool fixedFunctions = !view.DrawsWithPrograms();
-    if (fixedFunctions) {
-        SwitchTwoLights(view, true);
+void Surface::Draw(KTR::COpenGLView& view, const Position& origin) {
+    if (m_geometry.GetCount() == 0) {
+        AddTriangles(view, origin);
     }
+    view.SetUpLighting(true);
     view.EnableClientStateInternalBuffers(true, true, true, false, KTR::GLShaderShadedColor3Stage);
+    view.DrawGeometry(m_geometry);
+    view.DisableClientState();
+    view.SetUpLighting(false);
+}
+
+void Surface::AddTriangles(KTR::COpenGLView& view, const Position& origin) {
+    if (view.BeginGeometry(m_geometry) != S_OK) {
+        return;
+    }
     view.BeginArrays(GL_TRIANGLES, KTR::GLShaderShadedColor3Stage);
     for (const std::array<GridCorner, 3>& triangle : m_triangles) {
         for (const GridCorner& corner : triangle) {
@@ -80,10 +44,8 @@ void Surface::Draw(KTR::COpenGLView& view, const Position& origin) const {
                                             normal.x, normal.y, normal.z, color.red, color.green, color.blue, 255);
         }
     }
-    view.EndArraysAndDisableClientState();
-    if (fixedFunctions) {
-        SwitchTwoLights(view, false);
-    }
+    view.EndArrays();
+    view.EndGeometry();
 }
 
 } // namespace OrrinViewer

@@ -9,10 +9,6 @@
 
 namespace OrrinViewer {
 
-/// Directs the sun for the lit surfaces that follow: from the north-west, half-way up. It stands still over the map, so
-/// call this with the camera in the modelview matrix and nothing else.
-void SetUpSun(KTR::COpenGLView& view);
-
 /// A shaded relief: the elevations of a grid as lit triangles, coloured from low to high.
 class Surface {
 public:
@@ -20,13 +16,17 @@ public:
 
     const ElevationGrid& Grid() const { return m_grid; }
     /// Draws it relative to the origin.
-    void Draw(KTR::COpenGLView& view, const Position& origin) const;
+    void Draw(KTR::COpenGLView& view, const Position& origin);
+    void ReleaseGeometry() { m_geometry.Clear(); }
 
 private:
+    void AddTriangles(KTR::COpenGLView& view, const Position& origin);
+
     ElevationGrid m_grid;
     std::vector<std::array<GridCorner, 3>> m_triangles;
     std::vector<Position> m_normals; ///< one per cell
     std::vector<Rgb> m_colors;       ///< one per cell
+    KTR::GLGeometry m_geometry;      ///< empty until first drawn
 };
 
 } // namespace OrrinViewer

@@ -73,6 +73,7 @@ Scene LoadScene(const ViewerOptions& options) {
     }
     scene.ColorClouds(options.colorMode);
     scene.SetPointSize(options.pointSizePixels);
+    scene.ShadeClouds(options.cloudsShaded);
     scene.SetExaggeration(options.exaggeration);
     scene.SetFillOpacity(options.fillPercent / 100.0);
     return scene;

@@ -19,8 +19,13 @@ enum class Pipeline {
 
 /// From where the scene is seen.
 enum class Camera {
-    Map,         ///< from above, north up
-    Perspective, ///< from the side; the mouse rotates it
+    Map, ///< from above, north up
+    Bottom,
+    Front, ///< from the south
+    Back,
+    Left, ///< from the west
+    Right,
+    Perspective, ///< the mouse rotates it
 };
 
 /// What the command line asks for.
@@ -32,6 +37,7 @@ struct ViewerOptions {
     Camera camera = Camera::Map;
     double exaggeration = 1.0;           ///< of heights
     std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
+    bool cloudsShaded = true;            ///< by their depths, in perspective, where the pipeline can
     bool flat = false;                   ///< elevations are shown as rasters, not as surfaces
     double fillPercent = 0.0;            ///< opacity of filled areas
     std::string labelProperty;           ///< UTF-8; empty: no labels

@@ -138,18 +138,19 @@ TEST_P(RefusedImages, LeaveNothingBehind) {
 
 constexpr const char* kTooBig = "Warning: OpenGL texture capability error. Texture too big\n";
 
-INSTANTIATE_TEST_SUITE_P(Kinds, RefusedImages,
-                         testing::Values(Refusal{"NoWidth", GL_TEXTURE0, GL_RGB, 0, 8, 1, GL_LINEAR, ""},
-                                         Refusal{"NegativeHeight", GL_TEXTURE0, GL_RGB, 8, -8, 1, GL_LINEAR, ""},
-                                         Refusal{"TooWide", GL_TEXTURE0, GL_RGB, 65, 8, 1, GL_LINEAR, kTooBig},
-                                         Refusal{"TooHigh", GL_TEXTURE0, GL_RGBA, 1, 2'147'483'647, 1, GL_LINEAR,
-                                                 kTooBig},
-                                         Refusal{"Alignment", GL_TEXTURE0, GL_RGB, 8, 8, 3, GL_LINEAR, ""},
-                                         Refusal{"Format", GL_TEXTURE0, GL_COLOR_INDEX, 8, 8, 1, GL_LINEAR, ""},
-                                         Refusal{"Filter", GL_TEXTURE0, GL_RGB, 8, 8, 1, GL_LINEAR_MIPMAP_LINEAR, ""},
-                                         Refusal{"Unit", 0, GL_RGB, 8, 8, 1, GL_LINEAR, ""},
-                                         Refusal{"UnitThatIsNone", GL_TEXTURE0 + 5000, GL_RGB, 8, 8, 1, GL_LINEAR, ""}),
-                         [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, RefusedImages,
+    testing::Values(Refusal{"NoWidth", GL_TEXTURE0, GL_RGB, 0, 8, 1, GL_LINEAR, ""},
+                    Refusal{"NegativeHeight", GL_TEXTURE0, GL_RGB, 8, -8, 1, GL_LINEAR, ""},
+                    Refusal{"TooWide", GL_TEXTURE0, GL_RGB, 65, 8, 1, GL_LINEAR, kTooBig},
+                    Refusal{"TooHigh", GL_TEXTURE0, GL_RGBA, 1, 2'147'483'647, 1, GL_LINEAR, kTooBig},
+                    Refusal{"Alignment", GL_TEXTURE0, GL_RGB, 8, 8, 3, GL_LINEAR, ""},
+                    Refusal{"Format", GL_TEXTURE0, GL_COLOR_INDEX, 8, 8, 1, GL_LINEAR, ""},
+                    Refusal{"Filter", GL_TEXTURE0, GL_RGB, 8, 8, 1, GL_LINEAR_MIPMAP_NEAREST, ""},
+                    Refusal{"LevelsOfDepths", GL_TEXTURE0, GL_DEPTH_COMPONENT, 8, 8, 1, GL_LINEAR_MIPMAP_LINEAR, ""},
+                    Refusal{"Unit", 0, GL_RGB, 8, 8, 1, GL_LINEAR, ""},
+                    Refusal{"UnitThatIsNone", GL_TEXTURE0 + 5000, GL_RGB, 8, 8, 1, GL_LINEAR, ""}),
+    [](const auto& test) { return test.param.name; });
 
 TEST_F(ImageUpload, DriverWithoutMemoryIsToldAndLeavesNothing) {
     for (const bool programs : {false, true}) {

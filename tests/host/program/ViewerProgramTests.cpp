@@ -14,12 +14,32 @@ TEST_F(ViewerProgram, PointsAreDrawnNorthUpInTheirPlacesAndColors) {
         {Write("square.ply", SquareCloud(596'000, 243'000)).wstring(), L"--color", L"recorded", L"--point-size", L"4"});
     ASSERT_EQ(frame.width, 240);
     ASSERT_EQ(frame.height, 160);
-    // The square fills the height less the margin: 160 / 1.08 pixels, half of it to each side of the middle.
-    EXPECT_TRUE(frame.HasNear(120 - 74, 80 + 74, {250, 0, 0})) << "south-west";
-    EXPECT_TRUE(frame.HasNear(120 + 74, 80 + 74, {0, 250, 0})) << "south-east";
-    EXPECT_TRUE(frame.HasNear(120 - 74, 80 - 74, {0, 0, 250})) << "north-west";
-    EXPECT_TRUE(frame.HasNear(120 + 74, 80 - 74, {250, 250, 0})) << "north-east";
+    // The square fills the height less the margin: 160 / 1.02 pixels, half of it to each side of the middle.
+    EXPECT_TRUE(frame.HasNear(120 - 77, 80 + 77, {250, 0, 0})) << "south-west";
+    EXPECT_TRUE(frame.HasNear(120 + 77, 80 + 77, {0, 250, 0})) << "south-east";
+    EXPECT_TRUE(frame.HasNear(120 - 77, 80 - 77, {0, 0, 250})) << "north-west";
+    EXPECT_TRUE(frame.HasNear(120 + 77, 80 - 77, {250, 250, 0})) << "north-east";
     EXPECT_TRUE(frame.HasNear(120, 80, {0, 250, 250})) << "middle";
+}
+
+// What is the front and what is the left is agreed on with every map maker: a low red point in the south-west and a
+// high green one in the north-east.
+TEST_F(ViewerProgram, EachSideShowsTheSceneAsItLiesThere) {
+    const std::wstring cloud =
+        Write("two.ply",
+              "ply\nformat ascii 1.0\nelement vertex 2\nproperty double x\nproperty double y\nproperty double "
+              "z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n"
+              "500000 4500000 100 250 0 0\n500100 4500100 200 0 250 0\n")
+            .wstring();
+    const struct {
+        const wchar_t* name;
+        int redSide; ///< -1 at the left, 1 at the right
+    } views[] = {{L"map", -1}, {L"bottom", 1}, {L"front", -1}, {L"back", 1}, {L"left", 1}, {L"right", -1}};
+    for (const auto& view : views) {
+        const Frame frame = Draw({cloud, L"--color", L"recorded", L"--point-size", L"5", L"--view", view.name});
+        EXPECT_TRUE(frame.HasNear(120 + view.redSide * 77, 80 + 77, {250, 0, 0})) << testing::PrintToString(view.name);
+        EXPECT_TRUE(frame.HasNear(120 - view.redSide * 77, 80 - 77, {0, 250, 0})) << testing::PrintToString(view.name);
+    }
 }
 
 // At metres of a national grid, floats alone would move points by a quarter of a metre.
@@ -37,9 +57,9 @@ TEST_F(ViewerProgram, OutlinesWithHoles_AreDrawnOverPoints) {
         [[1030, 2030], [1070, 2030], [1070, 2070], [1030, 2070], [1030, 2030]]]})");
     const Frame frame = Draw({points.wstring(), parcel.wstring()});
     const auto background = frame.At(2, 2);
-    EXPECT_TRUE(frame.HasNear(120, 80 + 74, {255, 176, 64})) << "outer ring";
+    EXPECT_TRUE(frame.HasNear(120, 80 + 77, {255, 176, 64})) << "outer ring";
     EXPECT_TRUE(frame.HasNear(120, 80 + 30, {255, 176, 64})) << "hole";
-    EXPECT_TRUE(frame.HasNear(120 - 74, 80, {255, 176, 64})) << "the edge that closes the ring";
+    EXPECT_TRUE(frame.HasNear(120 - 77, 80, {255, 176, 64})) << "the edge that closes the ring";
     EXPECT_EQ(frame.At(120, 80 + 50), background);
 }
 
@@ -76,7 +96,8 @@ TEST_F(ViewerProgram, ReliefIsTheSameFrameOnBothPipelines) {
 // On a 4.x context the cloud is drawn from a buffer that is filled once; the frame must not tell.
 TEST_F(ViewerProgram, CloudIsTheSameFrameOnBothPipelinesAndTimed) {
     const std::wstring cloud = Write("square.ply", SquareCloud(596'000, 243'000)).wstring();
-    const std::vector<std::wstring> arguments = {cloud, L"--view", L"3d", L"--point-size", L"7", L"--pipeline"};
+    const std::vector<std::wstring> arguments = {cloud, L"--view",        L"3d",        L"--point-size",
+                                                 L"7",  L"--no-eye-dome", L"--pipeline"};
     const auto draw = [&](const wchar_t* pipeline) {
         std::vector<std::wstring> all = arguments;
         all.push_back(pipeline);
@@ -89,6 +110,31 @@ TEST_F(ViewerProgram, CloudIsTheSameFrameOnBothPipelinesAndTimed) {
     EXPECT_TRUE(programs.HasNear(120, 80, {0, 250, 250})) << "the point in the middle";
     const Outcome timed = Run({cloud, L"--frames", L"3"});
     EXPECT_NE(timed.output.find("5 points per frame, "), std::string::npos) << timed.output;
+}
+
+// Stairs of points, all of one colour: without the shading they are one flat patch.
+TEST_F(ViewerProgram, CloudIsShadedByItsDepthsInPerspective) {
+    std::string text =
+        "ply\nformat ascii 1.0\nelement vertex 900\nproperty double x\nproperty double y\nproperty double "
+        "z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
+    for (int point = 0; point < 900; ++point) {
+        const int x = point % 30;
+        const int y = point / 30;
+        text += std::to_string(x) + ' ' + std::to_string(y) + ' ' + std::to_string(y / 6 * 3) + " 200 200 200\n";
+    }
+    const std::wstring stairs = Write("stairs.ply", text).wstring();
+    const auto draw = [&](const wchar_t* shading) {
+        return Draw({stairs, L"--view", L"3d", L"--point-size", L"6", L"--pipeline", L"gl4", shading});
+    };
+    const Frame plain = draw(L"--no-eye-dome");
+    const Frame shaded = draw(L"--plain");
+    ASSERT_EQ(plain.rgba.size(), shaded.rgba.size());
+    int darker = 0;
+    for (std::size_t channel = 0; channel < plain.rgba.size(); ++channel) {
+        ASSERT_LE(shaded.rgba[channel], plain.rgba[channel]);
+        darker += shaded.rgba[channel] + 60 < plain.rgba[channel] ? 1 : 0;
+    }
+    EXPECT_GT(darker, 300);
 }
 
 TEST_F(ViewerProgram, DamagedFile_GivesOneClearLineAndAnErrorCode) {
