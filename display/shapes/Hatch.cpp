@@ -123,8 +123,9 @@ std::vector<Crossing> FindCrossings(std::span<const FillRing> rings, const Hatch
     ForEachEdge(rings, frame, [&](const PointXY& from, const PointXY& to, int layer) {
         const CrossedLines lines(from.y, to.y, range, stride);
         const double lean = (to.x - from.x) / (to.y - from.y);
-        for (double line = lines.first; line <= lines.last; line += 1.0) {
-            const double across = line * stride;
+        const auto count = static_cast<int>(lines.Count());
+        for (int index = 0; index < count; ++index) {
+            const double across = (lines.first + index) * stride;
             crossings.push_back({across, layer, to.y > from.y ? -1 : 1, from.x + (across - from.y) * lean,
                                  std::clamp(lean / frame.Spacing(), -kSteepestEnd, kSteepestEnd)});
         }
@@ -192,8 +193,9 @@ void AddHatch(std::span<const FillRing> rings, FillRule rule, const Hatch& hatch
     ForEachEdge(rings, frame, [&](const PointXY& from, const PointXY& to, int) {
         count += CrossedLines(from.y, to.y, range, stride).Count();
     });
-    for (; count > kMostCrossings; count *= 0.5) {
+    while (count > kMostCrossings) {
         stride *= 2.0;
+        count *= 0.5;
     }
     double z = 0.0;
     if (!rings.empty() && !rings.front().points.empty()) {

@@ -90,7 +90,7 @@ public:
         m_pieces[0].Add(point, onUpper, area);
     }
     void End(int point, TriangulatedArea& area) {
-        for (int piece = 0; piece < m_count; ++piece) {
+        for (std::size_t piece = 0; piece < m_count; ++piece) {
             m_pieces[piece].End(point, area);
         }
         m_count = 0;
@@ -124,8 +124,8 @@ public:
     }
 
 private:
-    Piece m_pieces[2]; ///< from below
-    int m_count = 0;
+    std::array<Piece, 2> m_pieces; ///< from below
+    std::size_t m_count = 0;
 };
 
 class TriangleSweep {

@@ -93,11 +93,11 @@ TriangulatedArea FillRings(std::span<const FillRing> rings, FillRule rule, const
     for (const double factor : {1.0, kOtherGrid}) {
         const double step = finest * factor;
         std::vector<PlanarEdge> edges = EdgesOf(rings, step);
-        const bool small = edges.size() < kFewEdges;
+        const bool isSmall = edges.size() < kFewEdges;
         if (SeparateEdges(edges, kMostSplits)) {
             return TriangulateEdges(edges, rule, step);
         }
-        if (!small) {
+        if (!isSmall) {
             break;
         }
     }

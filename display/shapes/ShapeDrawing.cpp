@@ -24,7 +24,10 @@ constexpr std::size_t kMostSymbolVertices = 2'000'000;
 constexpr std::size_t kMostVertices = kBatchRecords;
 
 unsigned char AlphaOf(unsigned char alpha, float coverage) {
-    return static_cast<unsigned char>(static_cast<float>(alpha) * coverage + 0.5F);
+    if (coverage == 1.0F) {
+        return alpha; // most are
+    }
+    return static_cast<unsigned char>(std::lround(static_cast<float>(alpha) * coverage));
 }
 
 GLDrawGeometry RecordOf(double x, double y, double z, const GLRGBAColor& color, unsigned char alpha) {

@@ -76,7 +76,7 @@ void Stroker::MeasureJoins() {
     const std::size_t count = m_points.size();
     m_joins.assign(count, Join{});
     for (std::size_t corner = m_closed ? 0 : 1; corner < (m_closed ? count : count - 1); ++corner) {
-        const PointXY& before = m_segments[(corner + count - 1) % count].direction;
+        const PointXY& before = m_segments[corner == 0 ? count - 1 : corner - 1].direction;
         const PointXY& after = m_segments[corner].direction;
         Join& join = m_joins[corner];
         const double sine = Cross(before, after);
@@ -92,12 +92,13 @@ void Stroker::MeasureJoins() {
     const double cut = m_stroke.cap == GLLineCapButt && !m_closed ? m_stroke.fringe * 0.5 : 0.0; // see AddCap
     for (std::size_t index = 0; index < m_segments.size(); ++index) {
         const Join& start = m_joins[index];
-        const Join& end = m_joins[(index + 1) % count];
+        const std::size_t next = index + 1 == count ? 0 : index + 1;
+        const Join& end = m_joins[next];
         const double needed = start.toLeft == end.toLeft ? start.trim + end.trim : std::max(start.trim, end.trim);
         const bool isEnd = index == 0 || index + 1 == m_segments.size();
         if (needed + (isEnd ? cut : 0.0) > m_segments[index].length) {
             m_joins[index].overlaps |= start.trim > 0.0;
-            m_joins[(index + 1) % count].overlaps |= end.trim > 0.0;
+            m_joins[next].overlaps |= end.trim > 0.0;
         }
     }
 }
@@ -209,7 +210,7 @@ void Stroker::AddOutside(const PointXY& normal, const PointXY& next) {
 void Stroker::AddJoin(std::size_t corner) {
     const std::size_t count = m_points.size();
     const PointXYZ& point = m_points[corner];
-    const PointXY before = LeftOf(m_segments[(corner + count - 1) % count].direction);
+    const PointXY before = LeftOf(m_segments[corner == 0 ? count - 1 : corner - 1].direction);
     const PointXY after = LeftOf(m_segments[corner].direction);
     const double outer = m_joins[corner].toLeft ? -1.0 : 1.0;
     AddOutside(before * outer, after * outer);
@@ -226,7 +227,7 @@ void Stroker::AddOverlap(std::size_t corner) {
     m_simple = false;
     const std::size_t count = m_points.size();
     const PointXYZ& point = m_points[corner];
-    const PointXY& before = m_segments[(corner + count - 1) % count].direction;
+    const PointXY& before = m_segments[corner == 0 ? count - 1 : corner - 1].direction;
     const PointXY& after = m_segments[corner].direction;
     m_ribs.push_back(RibAt(point, before, m_coverage));
     EmitRibs();
