@@ -52,6 +52,8 @@ def table(driver, null):
     print("|---" * (len(others) + 6) + "|")
     for workload in workloads:
         begin = milliseconds(driver, workload, base)
+        if not any(begin):
+            continue
         cells = [workload, pair(begin)]
         cells += [pair(ratios(begin, milliseconds(driver, workload, way))) for way in others]
         against_hand = ratios(milliseconds(driver, workload, library), milliseconds(driver, workload, hand))
@@ -62,6 +64,11 @@ def table(driver, null):
             waits = driver.get((workload, way, "visible"), {}).get("waits")
             cells.append("" if waits is None else f"{waits:,.0f}")
         print("| " + " | ".join(cells) + " |")
+    own = [workload for workload in workloads if not any(milliseconds(driver, workload, base))]
+    if own:
+        print(f"\n| Only the library | fixed-function, ms | {library}, ms |\n|---|---|---|")
+    for workload in own:
+        print(f"| {workload} | {' | '.join(pair(milliseconds(driver, workload, way)) for way in ('fixed-function', library))} |")
 
 
 def starts(path):

@@ -1,5 +1,7 @@
 #include "Scene.h"
 
+#include "StyledFeatures.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -231,7 +233,15 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
         }
     }
     for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
-        m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
+        if (m_featureStyle.IsPlain()) {
+            m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
+        } else {
+            // The library subtracts the offsets of shapes itself.
+            const auto inTheWorld = [this](const Position& position) {
+                return Position{position.x, position.y, OnTheGround(position).z};
+            };
+            DrawStyledFeatures(view, m_layers[layer], m_featureStyle, inTheWorld);
+        }
     }
 }
 

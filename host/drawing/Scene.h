@@ -2,6 +2,7 @@
 
 #include "CloudLayer.h"
 #include "FeatureGeometry.h"
+#include "FeatureStyle.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
@@ -86,6 +87,7 @@ public:
     bool ShadesClouds() const { return m_shadesClouds; }
     /// From 0, areas are not filled, to 1, nothing shows through them.
     void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
+    void SetFeatureStyle(FeatureStyle style) { m_featureStyle = std::move(style); }
 
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
@@ -134,6 +136,7 @@ private:
     double m_sunAltitudeDegrees = 45.0;
     bool m_shadesClouds = true;
     double m_fillOpacity = 0.0;
+    FeatureStyle m_featureStyle;
 };
 
 } // namespace OrrinViewer

@@ -69,6 +69,7 @@ Scene LoadScene(const ViewerOptions& options) {
     scene.ShadeClouds(options.cloudsShaded);
     scene.SetExaggeration(options.exaggeration);
     scene.SetFillOpacity(options.fillPercent / 100.0);
+    scene.SetFeatureStyle(options.features);
     return scene;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "data/Extent.h"
+#include "drawing/FeatureStyle.h"
 #include "drawing/SceneColors.h"
 #include "map/MapTicks.h"
 
@@ -43,8 +44,9 @@ struct ViewerOptions {
     bool cloudsShaded = true;            ///< by their depths, in perspective, where the pipeline can
     bool flat = false;                   ///< elevations are shown as rasters, not as surfaces
     double fillPercent = 0.0;            ///< opacity of filled areas
-    std::string labelProperty;           ///< UTF-8; empty: no labels
-    std::string font = "Arial";          ///< UTF-8, a family that the system knows
+    FeatureStyle features;
+    std::string labelProperty;  ///< UTF-8; empty: no labels
+    std::string font = "Arial"; ///< UTF-8, a family that the system knows
     int fontPoints = 10;
     bool plain = false;            ///< without coordinates, scale bar and north arrow
     std::optional<MapUnits> units; ///< not set: degrees where the coordinates look like them

@@ -145,6 +145,32 @@ TEST_P(ViewerMap, FurnitureStandsOnlyAroundTheMap) {
     EXPECT_EQ(countChanged(100, 20, 500, 330), 0) << "the map itself";
 }
 
+// Roads open where they cross: the casings of all lie below all of them. One metre is two pixels.
+TEST_P(ViewerMap, RoadsHaveCasingsAndAreasWideBorders) {
+    const fs::path map = Write("roads.geojson", R"({"type": "GeometryCollection", "geometries": [
+        {"type": "LineString", "coordinates": [[500000, 4500030], [500100, 4500030]]},
+        {"type": "LineString", "coordinates": [[500050, 4500010], [500050, 4500090]]},
+        {"type": "Polygon", "coordinates": [[[500010, 4500050], [500030, 4500050], [500030, 4500070],
+                                             [500010, 4500070], [500010, 4500050]]]},
+        {"type": "Point", "coordinates": [500080, 4500060]}]})");
+    const Frame frame =
+        Draw(WithPipeline({map.wstring(), L"--units", L"metres", L"--line-width", L"6", L"--casing", L"10", L"--border",
+                           L"8", L"--symbol", L"circle", L"--plain", L"--area", L"499990,4500010,500110,4500090"}));
+    constexpr Color road = {255, 244, 214};
+    constexpr Color casing = {150, 92, 34};
+    const auto at = [&](int x, int y) { return frame.At((x + 10) * 2, 160 - (y - 10) * 2); };
+    EXPECT_EQ(at(50, 30), road) << "where they cross";
+    EXPECT_EQ(frame.At(120 - 10, 160 - 40 + 2), road);
+    EXPECT_EQ(frame.At(120 + 40, 160 - 40 - 4), casing);
+    EXPECT_EQ(frame.At(120 - 4, 40), casing);
+    EXPECT_EQ(frame.At(120, 40 + 1), road);
+    for (const int aside : {-2, 2}) {
+        EXPECT_EQ(frame.At(40 + aside, 60), kOutline) << "a border of eight pixels";
+    }
+    EXPECT_EQ(at(80, 60), (Color{230, 70, 60})) << "a symbol";
+    EXPECT_EQ(at(20, 60), frame.At(2, 2)) << "areas are not filled";
+}
+
 // The second window finds the textures and programs of the first, and shows the same.
 TEST_P(ViewerMap, SeveralWindowsShowTheSame) {
     const fs::path first = Folder() / L"map.png";
