@@ -26,9 +26,14 @@ void Scene::AddSurface(ElevationGrid grid) {
     m_surfaces.emplace_back(std::move(grid));
 }
 
-void Scene::AddRaster(Raster raster, std::wstring name, bool smooth) {
+void Scene::AddRaster(RasterLayer raster) {
     Include(raster.FindExtent());
-    m_rasters.emplace_back(std::move(raster), std::move(name), smooth);
+    m_rasters.push_back(std::move(raster));
+}
+
+void Scene::ShadeRasters(RasterLayer shade, double strength) {
+    m_shade.emplace(std::move(shade));
+    m_shadeStrength = strength;
 }
 
 void Scene::AddVectorLayer(VectorLayer layer) {
@@ -108,19 +113,28 @@ const char* Scene::NameOfColors() const {
     return "";
 }
 
-void Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
+void Scene::ReadRastersAtOnce() {
+    for (RasterLayer& raster : m_rasters) {
+        raster.ReadAtOnce();
+    }
+    if (m_shade) {
+        m_shade->ReadAtOnce();
+    }
+}
+
+bool Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
     view.SetBackgroundColor(kBackground, true);
     view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
     SetUpCamera(view, navigator);
-    DrawContent(view, navigator.VisibleArea(), navigator.UnitsPerPixel());
+    return DrawContent(view, navigator.VisibleArea());
 }
 
-void Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
+bool Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
     view.SetBackgroundColor(kBackground, true);
     view.SetUpViewport(0, 0, widthPixels, heightPixels);
     SetUpCamera(view, navigator);
     // On a relief an area would have to bend with it, where its triangles are flat.
-    DrawContent(view, m_surfaces.empty() ? m_extent : Extent(), 0.0);
+    return DrawContent(view, m_surfaces.empty() ? m_extent : Extent());
 }
 
 void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
@@ -134,9 +148,9 @@ void Scene::Include(const Extent& extent) {
     m_origin = m_extent.Center();
 }
 
-/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn;
-/// `unitsPerPixel` is the scale of a map, 0 in perspective.
-void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel) {
+/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn. False when
+/// there is more to read.
+bool Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
     // Parcels, outlines and small clouds are many batches that look alike.
     const KTR::SharedDraws shared(view);
     SetUpSun(view);
@@ -144,10 +158,7 @@ void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double units
 
     // Rasters are the ground below everything.
     view.Disable(GL_DEPTH_TEST);
-    const double lowestZ = m_extent.low.z - m_origin.z;
-    for (const RasterLayer& raster : m_rasters) {
-        raster.Draw(view, m_origin, lowestZ, unitsPerPixel);
-    }
+    const bool isComplete = DrawRasters(view);
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
     for (const Surface& surface : m_surfaces) {
@@ -168,6 +179,18 @@ void Scene::DrawContent(KTR::COpenGLView& view, const Extent& area, double units
     for (const VectorLayer& layer : m_layers) {
         DrawOutlines(view, layer);
     }
+    return isComplete;
+}
+
+bool Scene::DrawRasters(KTR::COpenGLView& view) {
+    const double lowestZ = m_extent.low.z - m_origin.z;
+    bool isComplete = true;
+    for (RasterLayer& raster : m_rasters) {
+        const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
+                                    : raster.Draw(view, m_origin, lowestZ);
+        isComplete = isComplete && isRead;
+    }
+    return isComplete;
 }
 
 void Scene::ColorAllClouds() {

@@ -27,8 +27,9 @@ public:
 
     void AddCloud(PointCloud cloud);
     void AddSurface(ElevationGrid grid);
-    /// `name` tells it from all other rasters of the process; `smooth` blends between its pixels.
-    void AddRaster(Raster raster, std::wstring name, bool smooth);
+    void AddRaster(RasterLayer raster);
+    /// Shades all rasters by this one; how strongly is 0 to 1.
+    void ShadeRasters(RasterLayer shade, double strength);
     void AddVectorLayer(VectorLayer layer);
     const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
 
@@ -57,10 +58,13 @@ public:
     /// From 0, areas are not filled, to 1, nothing shows through them.
     void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
 
+    /// Has each frame read all that it shows of rasters, however long that takes, instead of a few milliseconds' worth.
+    void ReadRastersAtOnce();
+
     /// Draws one frame into the view's back buffer, from above or in perspective. The view's main context must be
-    /// current.
-    void Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
-    void Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
+    /// current. False when rasters are still being read: another frame will show them finer.
+    bool Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
+    bool Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
     /// Deletes what was put into the view's context, which must be current. Textures stay in the library's cache.
     void ReleaseGLObjects(KTR::COpenGLView& view);
 
@@ -69,7 +73,8 @@ private:
     void ColorAllClouds();
     void SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
     void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
-    void DrawContent(KTR::COpenGLView& view, const Extent& area, double unitsPerPixel);
+    bool DrawContent(KTR::COpenGLView& view, const Extent& area);
+    bool DrawRasters(KTR::COpenGLView& view);
     Position OnTheGround(const Position& position) const;
     void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
     void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
@@ -78,6 +83,8 @@ private:
     std::vector<CloudLayer> m_clouds;
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
+    std::optional<RasterLayer> m_shade; ///< over all of them
+    double m_shadeStrength = 0.0;
     std::vector<VectorLayer> m_layers;
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;

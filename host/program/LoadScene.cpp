@@ -1,6 +1,5 @@
 #include "LoadScene.h"
 
-#include "drawing/ElevationRaster.h"
 #include "files/FileError.h"
 #include "files/OpenFile.h"
 
@@ -16,10 +15,14 @@ bool FitsTheGlobe(const Extent& extent) {
     return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
 }
 
-void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, bool flat) {
-    if (flat) {
-        scene.AddRaster(MakeElevationRaster(grid), file.wstring(), false);
-    } else {
+void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, const ViewerOptions& options) {
+    if (options.hillshadePercent > 0.0) {
+        scene.ShadeRasters(RasterLayer::ForHillshade(grid, options.exaggeration, file.wstring()),
+                           options.hillshadePercent / 100.0);
+    }
+    if (options.flat) {
+        scene.AddRaster(RasterLayer::ForElevations(grid, file.wstring()));
+    } else if (options.hillshadePercent <= 0.0) {
         scene.AddSurface(std::move(grid));
     }
 }
@@ -30,16 +33,16 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
         scene.AddVectorLayer(OpenVectorLayer(file));
         return;
     case FileKind::AsciiGrid:
-        AddElevations(scene, OpenElevationGrid(file), file, options.flat);
+        AddElevations(scene, OpenElevationGrid(file), file, options);
         return;
     case FileKind::Image:
-        scene.AddRaster(OpenRaster(file), file.wstring(), true);
+        scene.AddRaster(RasterLayer::ForImage(OpenRaster(file), file.wstring()));
         return;
     default:
         break;
     }
     if (options.cloudCellSize) {
-        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
+        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options);
     } else {
         scene.AddCloud(OpenPointCloud(file));
     }

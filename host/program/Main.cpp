@@ -37,6 +37,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
 
     if (options.frames > 0) {
         KTR::SetMessageBoxHandler(PrintMessageBox, nullptr);
+        scene.ReadRastersAtOnce(); // no later frame would show them finer
     }
     OrrinViewer::FindShaderFolder();
     OrrinViewer::ViewerSession session(scene, options);

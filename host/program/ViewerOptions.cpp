@@ -71,6 +71,9 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                    "Shows clouds as a shaded relief of cells of this size, in the file's units")
         ->check(CLI::PositiveNumber);
     app.add_flag("--flat", options.flat, "Shows elevations as a coloured raster below everything, not as a relief");
+    app.add_option("--hillshade", options.hillshadePercent,
+                   "Shades rasters by the elevations, which are only shown with --flat; how strongly in percent")
+        ->check(CLI::Range(0.0, 100.0));
     app.add_option("--fill", options.fillPercent, "Fills areas; how opaque in percent")->check(CLI::Range(0.0, 100.0));
     app.add_option("--labels", options.labelProperty, "Labels features with this property");
     app.add_option("--font", options.font, "Font family of all texts");

@@ -105,10 +105,10 @@ double ViewerWindow::DrawScene() {
     // Another window's context may be the current one.
     m_view->MakeCurrent(KTR::GLContextMain);
     if (m_camera == Camera::Map) {
-        m_scene.Draw(*m_view, m_navigator);
+        m_isSceneComplete = m_scene.Draw(*m_view, m_navigator);
         DrawMapTexts();
     } else {
-        m_scene.Draw(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
+        m_isSceneComplete = m_scene.Draw(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
     }
     // Without this only the time to hand over the commands would be measured.
     m_view->Finish();
@@ -145,6 +145,9 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_PAINT:
         DrawFrame();
         ValidateRect(m_window, nullptr);
+        if (!m_isSceneComplete) {
+            RedrawOverlay(); // nothing is stored, so the next frame goes on with the scene
+        }
         return 0;
     case WM_ERASEBKGND:
         return 1; // every frame fills the window
@@ -361,9 +364,9 @@ void ViewerWindow::DrawFrame() {
         UpdateTitle();
         // While the map moves under the mouse, the next frame is another one.
         const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
-        m_isSceneStored =
-            !m_dragging && SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK, 0, 0,
-                                                              m_navigator.Width(), m_navigator.Height()));
+        m_isSceneStored = m_isSceneComplete && !m_dragging &&
+                          SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK, 0, 0,
+                                                             m_navigator.Width(), m_navigator.Height()));
     }
     DrawOverlay();
     Present();

@@ -78,6 +78,7 @@ private:
     LabelLayer m_labels;
     HWND m_window = nullptr;
     bool m_ready = false;
+    bool m_isSceneComplete = true;    ///< no raster was still being read in the last frame
     bool m_isSceneStored = false;     ///< the backing store has the scene as it has to be shown
     double m_frameMilliseconds = 0.0; ///< of the last frame; 0 before the first
     bool m_dragging = false;

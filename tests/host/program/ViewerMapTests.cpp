@@ -82,6 +82,30 @@ TEST_P(ViewerMap, RasterShowsBesideFilledAreasAndThroughTheirHoles) {
     }
 }
 
+// A slope that falls to the south east lies in the shade, a photograph on it too; without a grid it is as it was.
+TEST_P(ViewerMap, HillshadeDarkensTheImageWhereTheGroundTurnsAway) {
+    const std::wstring photo = WriteFourColors().wstring();
+    std::string grid = "ncols 10\nnrows 10\nxllcorner 500000\nyllcorner 4500000\ncellsize 10\n";
+    for (int row = 0; row < 10; ++row) {
+        for (int column = 0; column < 10; ++column) {
+            grid += std::to_string(column < 5 ? 300 : 300 - (column - 5) * 10 - row * 10) + " ";
+        }
+        grid += "\n";
+    }
+    const std::wstring terrain = Write("terrain.asc", grid).wstring();
+    const auto draw = [&](const wchar_t* percent) {
+        return Draw(
+            WithPipeline({photo, terrain, L"--hillshade", percent, L"--area", L"499990,4500010,500110,4500090"}));
+    };
+    const Frame shaded = draw(L"100");
+    EXPECT_EQ(shaded.At(120 - 90, 80 - 70), kUpperLeft) << "level ground";
+    const Color slope = shaded.At(120 + 70, 80 - 60);
+    EXPECT_LT(slope[1], 100);
+    EXPECT_EQ(slope[0], 0);
+    const Color half = draw(L"50").At(120 + 70, 80 - 60);
+    EXPECT_NEAR(half[1], (kUpperRight[1] + slope[1]) / 2, 2);
+}
+
 /// The box around all pixels that are white.
 struct Box {
     int left = 10'000, top = 10'000, right = -1, bottom = -1;
