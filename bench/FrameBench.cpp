@@ -34,11 +34,14 @@ const Way kWays[] = {
     {"4x", "4.x", true, kAny, [] { return DrawWithLibrary({}); }},
     {"4x_each", "4.x, each batch bracketed", true, kManySmall,
      [] { return DrawWithLibrary({.bracketsEachBatch = true}); }},
-    {"fixed_shared", "fixed-function, shared", false, kManySmall,
-     [] { return DrawWithLibrary({.sharesDraws = true}); }},
-    {"4x_shared", "4.x, shared", true, kManySmall, [] { return DrawWithLibrary({.sharesDraws = true}); }},
+    {"fixed_shared", "fixed-function, shared", false, kShares, [] { return DrawWithLibrary({.sharesDraws = true}); }},
+    {"4x_shared", "4.x, shared", true, kShares, [] { return DrawWithLibrary({.sharesDraws = true}); }},
     {"4x_each_shared", "4.x, each batch bracketed, shared", true, kManySmall,
      [] { return DrawWithLibrary({.bracketsEachBatch = true, .sharesDraws = true}); }},
+    {"4x_one_call", "4.x, one call", true, kTiled, [] { return DrawWithLibrary({.inOneCall = true}); }},
+    {"fixed_kept", "fixed-function, kept", false, kStandsStill,
+     [] { return DrawWithLibrary({.keepsGeometry = true}); }},
+    {"4x_kept", "4.x, kept", true, kStandsStill, [] { return DrawWithLibrary({.keepsGeometry = true}); }},
     {"4x_logger", "4.x, quiet logger", true, kManyCalls, [] { return DrawWithLibrary({.quietLogger = true}); }},
 };
 

@@ -75,6 +75,29 @@ void BM_SaveFrame(benchmark::State& state, bool programs) {
     view.DeleteBackingStore();
 }
 
+/// One move of the mouse with a band of that many pixels, presenting included.
+void BM_MoveRubberBand(benchmark::State& state, bool programs) {
+    COpenGLView& view = ViewFor(programs).Take();
+    DrawScene(view);
+    view.SwapBuffers();
+    GLRubberBandStyle style;
+    style.fillColor = {120, 180, 255, 50};
+    view.SetRubberBandStyle(style);
+    const double size = static_cast<double>(state.range(0));
+    view.BeginRubberBand(GLRubberBandRectangle, 300.0, 200.0);
+    view.MoveRubberBand(300.0 + size, 200.0 + size);
+    int step = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        ++step;
+        if (view.MoveRubberBand(300.0 + size + step % 7, 200.0 + 0.6 * size + step % 5) != S_OK) {
+            state.SkipWithError("there is no frame");
+        }
+        view.Finish();
+    }
+    view.EndRubberBand(false);
+    view.DeleteBackingStore();
+}
+
 /// The coast of a country, beyond the right edge of the view, so that pixels cost nothing.
 const std::vector<PointXY>& Coast(int vertices) {
     static std::vector<PointXY> coast;
@@ -135,13 +158,25 @@ void BM_GluAlone(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-BENCHMARK_CAPTURE(BM_DrawSceneAgain, fixed_functions, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_DrawSceneAgain, programs, true)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_RestoreFrame, fixed_functions, false, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_RestoreFrame, programs, true, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_RestoreFrame, programs_depth, true, true)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_SaveFrame, fixed_functions, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_SaveFrame, programs, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_DrawSceneAgain, fixed_functions, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_DrawSceneAgain, programs, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_RestoreFrame, fixed_functions, false, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_RestoreFrame, programs, true, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_RestoreFrame, programs_depth, true, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_MoveRubberBand, fixed_functions, false)
+    ->Arg(50)
+    ->Arg(300)
+    ->Arg(800)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BM_MoveRubberBand, programs, true)
+    ->Arg(50)
+    ->Arg(300)
+    ->Arg(800)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(BM_SaveFrame, fixed_functions, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_SaveFrame, programs, true)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_GluAlone)->Arg(40)->Arg(1000)->Arg(100'000);
 BENCHMARK_CAPTURE(BM_FillPolygon, fixed_functions, false)->Arg(40)->Arg(1000)->Arg(100'000);
 BENCHMARK_CAPTURE(BM_FillPolygon, programs, true)->Arg(40)->Arg(1000)->Arg(100'000);

@@ -48,8 +48,8 @@ def table(driver, null):
         return [a / b if a and b else None for a, b in zip(above, below)]
 
     others = [way for way in ways if way != base]
-    print(f"| Frame | `{base}`, ms | {' | '.join(others)} | 4.x: time by hand = 1 | the same, null driver | waits |")
-    print("|---" * (len(others) + 5) + "|")
+    print(f"| Frame | `{base}`, ms | {' | '.join(others)} | 4.x: time by hand = 1 | the same, null driver | waits | waits, shared |")
+    print("|---" * (len(others) + 6) + "|")
     for workload in workloads:
         begin = milliseconds(driver, workload, base)
         cells = [workload, pair(begin)]
@@ -58,8 +58,9 @@ def table(driver, null):
         cells.append(pair(against_hand))
         swallowed = ratios(milliseconds(null, workload, library), milliseconds(null, workload, hand))
         cells.append(number(swallowed[0]) if swallowed[0] else "")
-        waits = driver.get((workload, library, "visible"), {}).get("waits")
-        cells.append("" if waits is None else f"{waits:,.0f}")
+        for way in (library, f"{library}, shared"):
+            waits = driver.get((workload, way, "visible"), {}).get("waits")
+            cells.append("" if waits is None else f"{waits:,.0f}")
         print("| " + " | ".join(cells) + " |")
 
 

@@ -24,7 +24,8 @@ arguments += [word for folder in folders for word in ("-isystem", folder)]
 entries = []
 for entry in json.load(open(commands)):
     if re.match(re.escape(root) + r"/(display|host)/.*\.cpp$", entry["file"]) and "Static" not in entry["command"]:
-        words = [word for word in entry.pop("command").split()[1:] if not word.startswith(("-fsanitize", "-fno-keep"))]
+        command = re.sub(r"-include \S*cmake_pch\.hxx", "", entry.pop("command"))
+        words = [word for word in command.split()[1:] if not word.startswith(("-fsanitize", "-fno-keep", "-Winvalid-pch"))]
         entries.append({**entry, "arguments": arguments + words})
 json.dump(entries, open(output, "w"))
 PYTHON

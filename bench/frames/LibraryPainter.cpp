@@ -4,6 +4,9 @@
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace Frames {
 
 namespace {
@@ -68,10 +71,83 @@ public:
     }
 
     void Draw(const Batches& content) override {
+        if (m_use.keepsGeometry) {
+            DrawKept(m_geometry, content.shader, [&] { AddBatches(content); });
+            return;
+        }
         const Sharing sharing(*m_view, m_use.sharesDraws);
         if (!m_use.bracketsEachBatch) {
             Enable(content);
         }
+        AddBatches(content);
+        if (!m_use.bracketsEachBatch) {
+            m_view->DisableClientState();
+        }
+    }
+
+    void Draw(const Polygons& content) override {
+        if (m_use.keepsGeometry) {
+            DrawKept(m_geometry, GLShaderColorPassThrough, [&] { AddPolygons(content); });
+            return;
+        }
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        if (!m_use.bracketsEachBatch) {
+            EnableColors(GLShaderColorPassThrough);
+        }
+        AddPolygons(content);
+        if (!m_use.bracketsEachBatch) {
+            m_view->DisableClientState();
+        }
+    }
+
+    void Draw(const Labels& content) override {
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        m_view->DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
+        for (const Labels::Label& label : content.labels) {
+            m_view->DrawTextString(m_lists, label.text.c_str(), nullptr, !m_view->DrawsWithPrograms(), false, false,
+                                   label.place.x, label.place.y, 0.0);
+        }
+        m_view->DrawTeardownFontAtlasText(false, false);
+    }
+
+    void Draw(const StaticPoints& content) override {
+        if (m_use.keepsGeometry) {
+            // They take so much memory that both pipelines have to draw from one.
+            static GLGeometry s_geometry;
+            DrawKept(s_geometry, GLShaderPoint, [&] { AddPoints(content); });
+            return;
+        }
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        EnableColors(GLShaderPoint);
+        m_view->InitializeVBO(GL_POINTS, GLShaderPoint, VertexBuffer(), content.records.data(), content.records.size());
+        m_view->DrawArrays(GL_POINTS, static_cast<int>(content.records.size()), VertexBuffer(), nullptr);
+        m_view->EndVBOArraysAndDisableClientState();
+    }
+
+    void Draw(const Tiles& content) override {
+        if (m_use.inOneCall) {
+            DrawInOneCall(content);
+            return;
+        }
+        const Sharing sharing(*m_view, m_use.sharesDraws);
+        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
+            const Texture& texture = (*m_tileTextures)[tile];
+            m_view->DrawTexturedQuadrilateral(texture.texture, texture.sampler, content.tiles[tile].corners, nullptr);
+        }
+    }
+
+private:
+    void DrawInOneCall(const Tiles& content) {
+        m_quadrilaterals.resize(content.tiles.size());
+        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
+            TexturedQuadrilateral& quadrilateral = m_quadrilaterals[tile];
+            quadrilateral.texture = (*m_tileTextures)[tile].texture;
+            quadrilateral.sampler = (*m_tileTextures)[tile].sampler;
+            std::ranges::copy(content.tiles[tile].corners, quadrilateral.corners);
+        }
+        m_view->DrawTexturedQuadrilaterals(m_quadrilaterals.data(), m_quadrilaterals.size());
+    }
+    void AddBatches(const Batches& content) {
         for (int batch = 0; batch < content.batches; ++batch) {
             if (m_use.bracketsEachBatch) {
                 Enable(content);
@@ -90,17 +166,9 @@ public:
                 m_view->EndArrays();
             }
         }
-        if (!m_use.bracketsEachBatch) {
-            m_view->DisableClientState();
-        }
     }
-
-    void Draw(const Polygons& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
+    void AddPolygons(const Polygons& content) {
         GLTesselator& filler = *m_view->GetTesselator();
-        if (!m_use.bracketsEachBatch) {
-            EnableColors(GLShaderColorPassThrough);
-        }
         for (const Polygons::Polygon& polygon : content.polygons) {
             if (m_use.bracketsEachBatch) {
                 EnableColors(GLShaderColorPassThrough);
@@ -121,38 +189,7 @@ public:
                 m_view->DisableClientState();
             }
         }
-        if (!m_use.bracketsEachBatch) {
-            m_view->DisableClientState();
-        }
     }
-
-    void Draw(const Labels& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
-        m_view->DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
-        for (const Labels::Label& label : content.labels) {
-            m_view->DrawTextString(m_lists, label.text.c_str(), nullptr, !m_view->DrawsWithPrograms(), false, false,
-                                   label.place.x, label.place.y, 0.0);
-        }
-        m_view->DrawTeardownFontAtlasText(false, false);
-    }
-
-    void Draw(const StaticPoints& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
-        EnableColors(GLShaderPoint);
-        m_view->InitializeVBO(GL_POINTS, GLShaderPoint, VertexBuffer(), content.records.data(), content.records.size());
-        m_view->DrawArrays(GL_POINTS, static_cast<int>(content.records.size()), VertexBuffer(), nullptr);
-        m_view->EndVBOArraysAndDisableClientState();
-    }
-
-    void Draw(const Tiles& content) override {
-        const Sharing sharing(*m_view, m_use.sharesDraws);
-        for (std::size_t tile = 0; tile < content.tiles.size(); ++tile) {
-            const Texture& texture = (*m_tileTextures)[tile];
-            m_view->DrawTexturedQuadrilateral(texture.texture, texture.sampler, content.tiles[tile].corners, nullptr);
-        }
-    }
-
-private:
     void Enable(const Batches& content) {
         m_view->EnableClientStateInternalBuffers(true, false, true, content.textured, content.shader);
     }
@@ -178,6 +215,23 @@ private:
         static GLVBO buffers[2];
         return buffers[m_view->DrawsWithPrograms() ? 1 : 0];
     }
+    void AddPoints(const StaticPoints& content) {
+        m_view->BeginArrays(GL_POINTS, GLShaderPoint);
+        for (const GLDrawGeometry& record : content.records) {
+            m_view->AddIndex3DVertexRGBA(record.x, record.y, record.z, record.r, record.g, record.b, record.a);
+        }
+        m_view->EndArrays();
+    }
+    template <typename Add> void DrawKept(GLGeometry& geometry, GLShaderTypes shader, Add add) {
+        if (geometry.GetCount() == 0) {
+            m_view->BeginGeometry(geometry);
+            add();
+            m_view->EndGeometry();
+        }
+        EnableColors(shader);
+        m_view->DrawGeometry(geometry);
+        m_view->DisableClientState();
+    }
     void MakeLists(Stage& stage) {
         static unsigned int s_lists = 0;
         if (s_lists == 0) {
@@ -191,7 +245,9 @@ private:
 
     LibraryUse m_use;
     COpenGLView* m_view = nullptr;
+    GLGeometry m_geometry; ///< what is kept, of the painter's one content
     const std::vector<Texture>* m_tileTextures = nullptr;
+    std::vector<TexturedQuadrilateral> m_quadrilaterals;
     unsigned int m_lists = 0; ///< the display lists that fixed functions draw text from
 };
 

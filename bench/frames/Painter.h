@@ -33,6 +33,10 @@ struct LibraryUse {
     bool quietLogger = false;
     /// Between BeginSharedDraws and EndSharedDraws.
     bool sharesDraws = false;
+    /// Tiles by DrawTexturedQuadrilaterals.
+    bool inOneCall = false;
+    /// As geometry that stays, which is added when first drawn.
+    bool keepsGeometry = false;
 };
 
 std::unique_ptr<Painter> DrawWithLibrary(const LibraryUse& use);

@@ -88,10 +88,12 @@ using Content = std::variant<Batches, Polygons, Labels, StaticPoints, Tiles>;
 /// What decides which ways of drawing say something about a workload.
 enum Traits : unsigned {
     kAny = 0,
-    kLong = 1,       ///< runs of vertices so long that it matters in which pieces they are copied
-    kManySmall = 2,  ///< many small batches, which a host may bracket one by one
-    kManyCalls = 4,  ///< so many calls into the library that a logger shows
-    kStandsStill = 8 ///< geometry that never changes: nothing is copied
+    kLong = 1,        ///< runs of vertices so long that it matters in which pieces they are copied
+    kManySmall = 2,   ///< many small batches, which a host may bracket one by one
+    kManyCalls = 4,   ///< so many calls into the library that a logger shows
+    kStandsStill = 8, ///< a map's own content, which a host may add once and keep
+    kShares = 16,     ///< many draws that a host may let share fences
+    kTiled = 32       ///< quadrilaterals that one call can draw
 };
 
 struct Workload {

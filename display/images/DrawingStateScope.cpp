@@ -23,7 +23,7 @@ GLint IntegerOf(const GLCalls& gl, GLenum name) {
 } // namespace
 
 DrawingStateScope::DrawingStateScope(COpenGLView& view, DrawnThing thing)
-    : m_view(view), m_gl(ViewAccess::CallGL(view)), m_programs(view.DrawsWithPrograms()), m_thing(thing),
+    : m_pause(view), m_view(view), m_gl(ViewAccess::CallGL(view)), m_programs(view.DrawsWithPrograms()), m_thing(thing),
       m_attributes(ViewAccess::CurrentRecord(view).attributes), m_matrices(ViewAccess::CurrentMatrices(view)),
       m_shaderTexture(ViewAccess::Textures(view).shaderTexture),
       m_shaderSampler(ViewAccess::Textures(view).shaderSampler),
@@ -91,6 +91,7 @@ void DrawingStateScope::PrepareForDrawing() {
 }
 
 void DrawingStateScope::EndDrawing() {
+    ViewAccess::CallGL(m_view); // m_gl comes past what waits
     // NOTE: a program that was marked for deletion while in use is gone once another one was.
     const GLuint program = m_hostProgram != 0 && m_gl.glIsProgram(m_hostProgram) ? m_hostProgram : 0;
     if (!m_programs) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../pipeline/GeometryPause.h"
 #include "../platform/GLCalls.h"
 #include "../values/GLAttributes.h"
 #include "../values/MatrixStack.h"
@@ -54,6 +55,7 @@ private:
     void ReturnBlending() const;
     void ReturnFrameState() const;
 
+    GeometryPause m_pause;
     COpenGLView& m_view;
     GLCalls m_gl;
     bool m_programs;

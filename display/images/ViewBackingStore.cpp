@@ -14,6 +14,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <span>
+#include <utility>
 
 namespace KTR {
 
@@ -136,15 +138,28 @@ bool FrameFits(COpenGLView& view, unsigned long sizeInBytes) {
            (sizeInBytes == 0 || sizeInBytes == bytes);
 }
 
-void DrawFrameWithPrograms(COpenGLView& view, const FramePart& part, bool depth) {
+/// A part that is drawn where it came from.
+FramePart InPlace(const StoredPart& part) {
+    return {part.x, part.y, part.width, part.height, part.x, part.y};
+}
+
+/// The area of the window that a unit square of matrices and viewport covers when parts are drawn.
+struct DrawingArea {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+void DrawPartsWithPrograms(COpenGLView& view, const DrawingArea& area, std::span<const FramePart> parts, bool depth) {
     if (ViewAccess::StockPrograms().programs[GLShaderBackingStore].program == 0) {
         return; // it could not be built
     }
     const GLCalls gl = ViewAccess::CallGL(view);
     const BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
-    // The quad covers its pixels exactly: one unit is one pixel, and each samples the middle of its own texel.
+    // A quad covers its pixels exactly: one unit is one pixel, and each samples the middle of its own texel.
     MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-    matrices.projection = COpenGLMath::OrthoMatrix(0.0, part.width, 0.0, part.height, -1.0, 1.0);
+    matrices.projection = COpenGLMath::OrthoMatrix(0.0, area.width, 0.0, area.height, -1.0, 1.0);
     matrices.modelview = glm::dmat4(1.0);
     view.Enable(GL_DEPTH_TEST);
     gl.glDepthFunc(GL_ALWAYS);
@@ -153,28 +168,34 @@ void DrawFrameWithPrograms(COpenGLView& view, const FramePart& part, bool depth)
     view.DrawSetupSetShaderTexture(frame.colorTexture, frame.colorSampler);
     view.EnableClientStateInternalBuffers(true, false, false, true, GLShaderBackingStore);
     view.BeginArrays(GL_TRIANGLES, GLShaderBackingStore);
-    for (const auto& [right, up] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}}) {
-        const double left = part.sourceX + right * part.width;
-        const double lower = part.sourceY + up * part.height;
-        view.AddIndex2DVertexTexCoords(right * part.width, up * part.height, left / frame.width, lower / frame.height);
+    for (const FramePart& part : parts) {
+        const int targetX = part.targetX - area.x;
+        const int targetY = part.targetY - area.y;
+        for (const auto& [right, up] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}}) {
+            const double left = part.sourceX + right * part.width;
+            const double lower = part.sourceY + up * part.height;
+            view.AddIndex2DVertexTexCoords(targetX + right * part.width, targetY + up * part.height, left / frame.width,
+                                           lower / frame.height);
+        }
     }
     view.EndArrays();
 }
 
 /// NOTE: pixels are not textured: a driver of OpenGL 1.1 need not have textures of a window's size.
-void DrawFrameWithFixedFunctions(COpenGLView& view, const FramePart& part) {
+void DrawPartsWithFixedFunctions(COpenGLView& view, const DrawingArea& area, std::span<const FramePart> parts) {
     const GLCalls gl = ViewAccess::CallGL(view);
     view.MatrixMode(GL_MODELVIEW);
     view.LoadIdentity();
     view.MatrixMode(GL_PROJECTION);
-    view.Ortho(0.0, part.width, 0.0, part.height, -1.0, 1.0);
+    view.Ortho(0.0, area.width, 0.0, area.height, -1.0, 1.0);
     // The raster position of before may have been set under matrices that are long gone: only the stack gives it back.
     gl.glPushAttrib(GL_CURRENT_BIT | GL_PIXEL_MODE_BIT);
-    // A quarter of a pixel inside, so that rounding takes the position neither out of the viewport, where nothing would
-    // be drawn, nor into the next pixel.
-    gl.glRasterPos2f(0.25F, 0.25F);
     gl.glPixelZoom(1.0F, 1.0F);
-    {
+    for (const FramePart& part : parts) {
+        // A quarter of a pixel inside, so that rounding takes the position neither out of the viewport, where nothing
+        // would be drawn, nor into the next pixel.
+        gl.glRasterPos2f(static_cast<float>(part.targetX - area.x) + 0.25F,
+                         static_cast<float>(part.targetY - area.y) + 0.25F);
         const PixelStoreScope rows(gl, PixelDirection::Unpack,
                                    {1, ViewAccess::StoredFrame(view).width, part.sourceY, part.sourceX});
         gl.glDrawPixels(part.width, part.height, GL_RGBA, GL_UNSIGNED_BYTE, ViewAccess::Store(view).rgba);
@@ -182,15 +203,26 @@ void DrawFrameWithFixedFunctions(COpenGLView& view, const FramePart& part) {
     gl.glPopAttrib();
 }
 
-void DrawFrame(COpenGLView& view, DrawingStateScope& state, const FramePart& part, bool depth) {
+void DrawParts(COpenGLView& view, DrawingStateScope& state, const DrawingArea& area, std::span<const FramePart> parts,
+               bool depth) {
     state.PrepareForDrawing();
-    view.SetUpViewport(part.targetX, part.targetY, part.width, part.height);
+    view.SetUpViewport(area.x, area.y, area.width, area.height);
     if (view.DrawsWithPrograms()) {
-        DrawFrameWithPrograms(view, part, depth);
+        DrawPartsWithPrograms(view, area, parts, depth);
     } else {
-        DrawFrameWithFixedFunctions(view, part);
+        DrawPartsWithFixedFunctions(view, area, parts);
     }
     state.EndDrawing();
+}
+
+/// Turns off what would change the pixels on their way.
+void ClearTheWay(COpenGLView& view) {
+    for (const GLenum capability : view.DrawsWithPrograms() ? kHindrancesOfPrograms : kHindrancesOfFixedFunctions) {
+        view.Disable(capability);
+    }
+    if (!view.DrawsWithPrograms()) {
+        view.Disable(GL_DEPTH_TEST);
+    }
 }
 
 } // namespace
@@ -258,6 +290,10 @@ long COpenGLView::SaveBackingStore(HDC deviceContext, GLRenderingContextTypes ty
         return allocated;
     }
     long result = S_OK;
+    m_backingStoreFrame.x = x;
+    m_backingStoreFrame.y = y;
+    m_backingStoreFrame.camera = CurrentRecord().camera;
+    m_backingStoreFrame.viewport = GetViewport();
     {
         const DrawingStateScope state(*this, DrawnThing::Frame);
         PushBothMatrices(L"SaveBackingStore");
@@ -286,12 +322,7 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
         if (clear) {
             Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         }
-        for (const GLenum capability : programs ? kHindrancesOfPrograms : kHindrancesOfFixedFunctions) {
-            Disable(capability);
-        }
-        if (!programs) {
-            Disable(GL_DEPTH_TEST);
-        }
+        ClearTheWay(*this);
         if (format == GL_RGBA && FrameFits(*this, sizeInBytes) && !std::isnan(rasterX) && !std::isnan(rasterY)) {
             const Span columns = VisibleSpan(x, width, m_backingStoreFrame.width, rasterX, windowX, windowWidth);
             const Span rows = VisibleSpan(y, height, m_backingStoreFrame.height, rasterY, windowY, windowHeight);
@@ -299,7 +330,8 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
                 const FramePart part{static_cast<int>(columns.source), static_cast<int>(rows.source),
                                      static_cast<int>(columns.size),   static_cast<int>(rows.size),
                                      static_cast<int>(columns.target), static_cast<int>(rows.target)};
-                DrawFrame(*this, state, part, depth);
+                const DrawingArea area{part.targetX, part.targetY, part.width, part.height};
+                DrawParts(*this, state, area, std::span(&part, 1), depth);
             }
         }
         if (programs) {
@@ -311,10 +343,34 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
     outputGlError(L"RestoreBackingStore: END");
 }
 
+bool CanRestoreParts(COpenGLView& view) {
+    return ViewAccess::HasCurrentContext(view) && FrameFits(view, 0);
+}
+
+bool RestoreStoredParts(COpenGLView& view, const std::vector<StoredPart>& parts, unsigned int drawBuffer) {
+    if (!CanRestoreParts(view)) {
+        return false;
+    }
+    const BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
+    std::vector<FramePart> framed;
+    framed.reserve(parts.size());
+    for (const StoredPart& part : parts) {
+        framed.push_back(InPlace(part));
+    }
+    DrawingStateScope state(view, DrawnThing::Frame);
+    view.DrawBuffer(drawBuffer);
+    ClearTheWay(view);
+    DrawParts(view, state, {0, 0, frame.width, frame.height}, framed, true);
+    return true;
+}
+
 void ForgetBackingStoreFrame(COpenGLView& view, GLRenderingContextTypes type) {
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
     if (frame.context == view.GetContextRecord(type).renderingContext) {
         frame.context = nullptr;
+    }
+    if (type == GLContextMain) {
+        ForgetFrame(view);
     }
 }
 

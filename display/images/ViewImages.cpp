@@ -156,6 +156,7 @@ long COpenGLView::DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadri
     const glm::dvec3 origin = OriginInView(*this, all.front().corners[0]);
     const TexturedQuadrilateral* before = &all.front();
     const ImageDrawing drawing(*this, origin, before->texture, before->sampler);
+    const SharedDraws shared(*this);
     BeginQuadrilaterals(*this);
     for (const TexturedQuadrilateral& one : all) {
         if (one.texture != before->texture || one.sampler != before->sampler) {

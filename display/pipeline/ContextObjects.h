@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../values/SceneObjects.h"
 #include "../values/TextLists.h"
 #include "ProgramUniforms.h"
 #include "ShaderData.h"
@@ -38,6 +39,7 @@ struct ContextObjects {
     unsigned int fontAtlasTexture = 0; ///< what the text program reads
     unsigned int fontAtlasSampler = 0;
     TextLists textLists;
+    SceneObjects scene;
 
     /// Whether there is something that would stay behind if it were only forgotten.
     bool HoldsNames() const {
@@ -46,7 +48,7 @@ struct ContextObjects {
                 return true;
             }
         }
-        return ring.Exists() || !hostVertexArrays.empty();
+        return ring.Exists() || !hostVertexArrays.empty() || scene.HoldsNames();
     }
 };
 

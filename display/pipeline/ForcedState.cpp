@@ -5,6 +5,9 @@
 
 #include <GL/glext.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace KTR {
 
 namespace {
@@ -25,6 +28,11 @@ constexpr ForcedCapability kForcedCapabilities[] = {
     {GL_LINE_STIPPLE, false, &ContextObjects::lineStippleForced, &StockProgram::stipples},
 };
 
+bool MustForce(const COpenGLView& view, GLShaderTypes type, const ForcedCapability& state) {
+    const bool asked = view.IsOpenGLStateEnabled(state.capability) != 0;
+    return IsStockProgram(type) && StockProgramOf(type).*state.need && asked != state.on;
+}
+
 void Send(COpenGLView& view, unsigned int capability, bool on) {
     const GLCalls gl = ViewAccess::CallGL(view);
     if (on) {
@@ -39,14 +47,20 @@ void Send(COpenGLView& view, unsigned int capability, bool on) {
 void ForceStateFor(COpenGLView& view, GLShaderTypes type) {
     ContextObjects& objects = ViewAccess::CurrentObjects(view);
     for (const ForcedCapability& state : kForcedCapabilities) {
-        const bool asked = view.IsOpenGLStateEnabled(state.capability) != 0;
-        const bool force = IsStockProgram(type) && StockProgramOf(type).*state.need && asked != state.on;
+        const bool force = MustForce(view, type, state);
         bool& forced = objects.*state.forced;
         if (forced != force) {
             forced = force;
-            Send(view, state.capability, force ? state.on : asked);
+            Send(view, state.capability, force ? state.on : view.IsOpenGLStateEnabled(state.capability) != 0);
         }
     }
+}
+
+bool IsStateForcedFor(COpenGLView& view, GLShaderTypes type) {
+    const ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    return std::all_of(
+        std::begin(kForcedCapabilities), std::end(kForcedCapabilities),
+        [&](const ForcedCapability& state) { return objects.*state.forced == MustForce(view, type, state); });
 }
 
 void ForceStateAgain(COpenGLView& view, unsigned int capability) {

@@ -12,6 +12,8 @@ class COpenGLView;
 
 /// Forces what the program `type` needs and takes back what another needed. GLShaderUnknown: no program is in use.
 void ForceStateFor(COpenGLView& view, GLShaderTypes type);
+/// Whether that would change nothing.
+bool IsStateForcedFor(COpenGLView& view, GLShaderTypes type);
 /// Called when OpenGL was just given a capability as the host wants it: the program in use may need it otherwise.
 void ForceStateAgain(COpenGLView& view, unsigned int capability);
 

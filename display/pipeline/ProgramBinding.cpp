@@ -1,6 +1,8 @@
 #include "ProgramBinding.h"
 
+#include "../values/LightDirection.h"
 #include "../view/ViewAccess.h"
+#include "ClientState.h"
 #include "ForcedState.h"
 #include "ProgramThread.h"
 #include "StockPrograms.h"
@@ -69,6 +71,17 @@ unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const
     }
 }
 
+/// Takes the matrices that the program `type` wants from a context.
+void GatherMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, ProgramUniforms& uniforms) {
+    const MatrixSet& matrices = ViewAccess::Matrices(view, context);
+    // The product is formed in double precision: large translations in the two matrices cancel before they are rounded.
+    uniforms.projectionTimesModelview = glm::mat4(matrices.projection * matrices.modelview);
+    if (StockProgramOf(type).lit) {
+        uniforms.modelview = glm::mat4(matrices.modelview);
+        uniforms.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(matrices.modelview)));
+    }
+}
+
 /// Takes from a context's state what programs want, beside the matrices.
 void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramUniforms& uniforms) {
     const GLAttributes& attributes = ViewAccess::Record(view, context).attributes;
@@ -78,7 +91,7 @@ void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramU
     uniforms.stippleFactor = static_cast<float>(attributes.lineStippleFactor);
     uniforms.viewport = {attributes.viewport[0], attributes.viewport[1], attributes.viewport[2],
                          attributes.viewport[3]};
-    uniforms.light = attributes.light;
+    uniforms.light = LightInEyeCoordinates(attributes, ViewAccess::Matrices(view, context).modelview);
     uniforms.textureTransparency = attributes.textureTransparency;
     const float alpha = static_cast<float>(attributes.currentColor.a) * kByteToFloat;
     uniforms.currentColor = FloatColor(attributes.currentColor, alpha);
@@ -111,6 +124,43 @@ bool TakeProgram(const GLCalls& gl, ContextObjects& objects, ShaderData& data) {
     const bool takenOver = data.uniformsOfContext != 0 && data.uniformsOfContext != objects.number;
     data.uniformsOfContext = objects.number;
     return takenOver;
+}
+
+ClientStateRequest RequestFor(COpenGLView& view, GLShaderTypes type) {
+    ClientStateRequest request;
+    request.form = ClientStateRequest::Form::Program;
+    request.program = type;
+    if (StockProgramOf(type).texture == ProgramTexture::Image) {
+        request.texture = ViewAccess::Textures(view).shaderTexture;
+        request.sampler = ViewAccess::Textures(view).shaderSampler;
+    }
+    return request;
+}
+
+/// Whether the context draws with the stock program, as it is now, and has what that wants forced.
+bool IsStockProgramInUse(COpenGLView& view, GLShaderTypes type) {
+    const ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    const unsigned int program = ViewAccess::StockPrograms().programs[type].program;
+    return program != 0 && objects.boundProgram == program && objects.boundIsStock && objects.currentShader == type &&
+           IsStateForcedFor(view, type);
+}
+
+/// Gives the stock program, which is in use with all else that it wants, the uniforms that have changed since.
+void FollowUniforms(COpenGLView& view, GLShaderTypes type) {
+    ProgramUniforms wanted;
+    GatherMatrices(view, view.GetCurrentContextType(), type, wanted);
+    GatherUniforms(view, view.GetCurrentContextType(), wanted);
+    ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    if (AgreeFor(type, wanted, objects.boundUniforms)) {
+        return;
+    }
+    ViewAccess::DrawWaitingBatches(view);
+    objects.boundUniforms = wanted;
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    ShaderData& data = ViewAccess::StockPrograms().programs[type];
+    const UniformWriter writer(gl, data, TakeProgram(gl, objects, data));
+    writer.WriteMatrix(wanted);
+    writer.WriteStockUniforms(type, wanted);
 }
 
 } // namespace
@@ -146,13 +196,7 @@ void BindMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTy
                   const UniformWriter& writer) {
     gl.Label(L"BindMatricesToShaderProgram: BEGIN");
     ProgramUniforms& uniforms = ViewAccess::CurrentObjects(view).boundUniforms;
-    const MatrixSet& matrices = ViewAccess::Matrices(view, context);
-    // The product is formed in double precision: large translations in the two matrices cancel before they are rounded.
-    uniforms.projectionTimesModelview = glm::mat4(matrices.projection * matrices.modelview);
-    if (StockProgramOf(type).lit) {
-        uniforms.modelview = glm::mat4(matrices.modelview);
-        uniforms.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(matrices.modelview)));
-    }
+    GatherMatrices(view, context, type, uniforms);
     writer.WriteMatrix(uniforms);
     gl.Label(L"BindMatricesToShaderProgram: END");
 }
@@ -171,9 +215,21 @@ void UseProgram(COpenGLView& view, GLRenderingContextTypes context, GLShaderType
 }
 
 long BindStockProgram(COpenGLView& view, GLShaderTypes type) {
-    return IsStockProgram(type) ? view.BindVariablesToShaderProgram(view.GetCurrentContextType(), type,
-                                                                    ViewAccess::StockPrograms().programs[type])
-                                : E_INVALIDARG;
+    if (!IsStockProgram(type)) {
+        return E_INVALIDARG;
+    }
+    const ClientStateRequest request = RequestFor(view, type);
+    if (IsStockProgramInUse(view, type) && IsClientStateBound(view, request)) {
+        FollowUniforms(view, type);
+        return S_OK;
+    }
+    const long result = view.BindVariablesToShaderProgram(view.GetCurrentContextType(), type,
+                                                          ViewAccess::StockPrograms().programs[type]);
+    // Strings move the matrix of their program about; it is bound for each run of them.
+    if (result == S_OK && type != GLShaderText) {
+        RememberClientState(view, request);
+    }
+    return result;
 }
 
 /// True when BeginArrays has to bind the stock program: another type is bound, nothing is, or it was built anew. A
@@ -206,6 +262,9 @@ void RestoreUniforms(COpenGLView& view, const GLCalls& gl) {
 /// what programs left bound goes, and OpenGL's own matrices and state follow the view's.
 void LeaveProgramState(COpenGLView& view) {
     ContextObjects& objects = ViewAccess::CurrentObjects(view);
+    if (!objects.programStateBound || view.DrawsWithPrograms() || !ViewAccess::HasCurrentContext(view)) {
+        return;
+    }
     objects.programStateBound = false;
     objects.boundProgram = 0;
     objects.currentShader = GLShaderUnknown;

@@ -13,7 +13,8 @@ class UniformWriter;
 
 /// Makes the program of `data` current and gives it what the stock program `type` takes.
 void UseProgram(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, ShaderData& data);
-/// The whole binding, with the view's own vertex storage. E_INVALIDARG for a type that is none.
+/// The whole binding, with the view's own vertex storage; while draws are shared only what of it is not in force
+/// already. E_INVALIDARG for a type that is none.
 long BindStockProgram(COpenGLView& view, GLShaderTypes type);
 /// True when BeginArrays has to bind the stock program.
 bool NeedsBinding(COpenGLView& view, GLShaderTypes type);
@@ -25,7 +26,7 @@ bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& d
 /// Gives the program in use, the writer's, the matrices of a context.
 void BindMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
                   const UniformWriter& writer);
-/// For a context that drew with programs and now draws with fixed functions.
+/// For a context that drew with programs and now draws with fixed functions; nothing on others.
 void LeaveProgramState(COpenGLView& view);
 
 } // namespace KTR

@@ -2,6 +2,7 @@
 
 #include "../platform/CriticalSectionLock.h"
 #include "../view/OpenGLView.h"
+#include "GeometryFilling.h"
 
 #include <GL/gl.h>
 #include <GL/glu.h>
@@ -73,7 +74,7 @@ void GLTesselator::BeginPolygon() {
     const GLRenderingContextRecord& record = m_view->CurrentRecord();
     const bool fills = record.attributes.polygonMode == GL_FILL &&
                        record.attributes.polygonModeFace == GL_FRONT_AND_BACK && !m_view->CurrentObjects().fillForced;
-    if (!fills || !m_view->m_batch.SharesDraws()) {
+    if (!m_view->m_filling && (!fills || !m_view->m_batch.SharesDraws())) {
         m_view->PolygonMode(GL_FRONT_AND_BACK, GL_FILL);
     }
     if (m_tesselator) {
@@ -219,7 +220,8 @@ void GLTesselator::Add(COpenGLView& view, const Vertex& vertex) {
 
 /// Triangles of one polygon can be drawn with those of the next, strips and fans cannot.
 bool GLTesselator::SplitsChains() const {
-    return m_view->m_batch.SharesDraws() && (m_chain.mode == GL_TRIANGLE_STRIP || m_chain.mode == GL_TRIANGLE_FAN);
+    return (m_view->m_batch.SharesDraws() || m_view->m_filling) &&
+           (m_chain.mode == GL_TRIANGLE_STRIP || m_chain.mode == GL_TRIANGLE_FAN);
 }
 
 void CALLBACK GLTesselator::OnEnd(void* view) {

@@ -5,6 +5,7 @@
 
 #include <glm/gtc/type_ptr.hpp>
 
+#include <algorithm>
 #include <cstring>
 
 namespace KTR {
@@ -58,7 +59,39 @@ glm::vec4 VectorOtherThan(const float* values) {
     return glm::vec4(OtherThan(values[0]));
 }
 
+bool AgreeIn(StockUniform uniform, const ProgramUniforms& one, const ProgramUniforms& other) {
+    switch (uniform) {
+    case UniformPointSize:
+        return one.pointSize == other.pointSize;
+    case UniformPointSmoothing:
+        return one.pointSmoothing == other.pointSmoothing;
+    case UniformStipplePattern:
+        return one.stipplePattern == other.stipplePattern;
+    case UniformStippleFactor:
+        return one.stippleFactor == other.stippleFactor;
+    case UniformViewport:
+        return one.viewport == other.viewport;
+    case UniformTextureTransparency:
+        return one.textureTransparency == other.textureTransparency;
+    case UniformCurrentColor:
+        return one.currentColor == other.currentColor;
+    case UniformTextColor:
+        return one.textColor == other.textColor;
+    default: // the same always, or matrices and light
+        return true;
+    }
+}
+
 } // namespace
+
+bool AgreeFor(GLShaderTypes slot, const ProgramUniforms& one, const ProgramUniforms& other) {
+    const StockProgram& stock = StockProgramOf(slot);
+    const bool alike =
+        one.projectionTimesModelview == other.projectionTimesModelview &&
+        (!stock.lit || (one.modelview == other.modelview && one.normal == other.normal && one.light == other.light));
+    return alike && std::all_of(stock.uniforms.begin(), stock.uniforms.end(),
+                                [&](StockUniform uniform) { return AgreeIn(uniform, one, other); });
+}
 
 void UniformWriter::WriteMatrix(const ProgramUniforms& uniforms) const {
     WriteMatrix(LocationOf(UniformProjectionTimesModelview), uniforms.projectionTimesModelview);

@@ -7,6 +7,9 @@ namespace KTR {
 
 class GLCalls;
 
+/// Whether the stock program `slot` draws the same with the one as with the other.
+bool AgreeFor(GLShaderTypes slot, const ProgramUniforms& one, const ProgramUniforms& other);
+
 /// Writes the uniforms of one program, which must be in use. One that the program lacks is skipped.
 class UniformWriter {
 public:

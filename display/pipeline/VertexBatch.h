@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ClientStateRequest.h"
 #include "VertexBuffers.h"
 
 #include <algorithm>
@@ -22,9 +23,18 @@ struct VertexBatchState {
     int waitingCount = 0; ///< so many at the start; an open batch is behind them
     int sharedDepth = 0;  ///< of BeginSharedDraws
     bool sharesAlways = false;
-    bool drawArraysOnly = true; ///< OpenGL 4.x: draw without indices
+    ClientStateRequest boundState;  ///< while draws are shared: what is bound, where that is known
+    bool stateDisableWaits = false; ///< DisableClientState was called since
+    bool drawArraysOnly = true;     ///< OpenGL 4.x: draw without indices
 
     bool SharesDraws() const { return sharedDepth > 0 || sharesAlways; }
+
+    /// Drops what waits to be drawn, with the context that it was meant for.
+    void ForgetWaiting() {
+        waitingCount = 0;
+        boundState = {};
+        stateDisableWaits = false;
+    }
 
     /// Drops all but the first `count` vertices. The indices behind them become the identity again.
     void Keep(int count) {

@@ -87,6 +87,7 @@ unsigned int* VertexRing::ClaimIndices() const {
 
 void VertexRing::Fence(const GLCalls& gl) {
     PlaceFence(gl, m_buffers.segments[m_buffers.currentSegment].fence);
+    m_lacksFence = false;
 }
 
 unsigned long long VertexRing::Advance(const GLCalls& gl) {
@@ -96,7 +97,7 @@ unsigned long long VertexRing::Advance(const GLCalls& gl) {
 }
 
 unsigned long long VertexRing::ReleaseFences(const GLCalls& gl) {
-    if (IsShared()) {
+    if (LacksFence()) {
         Fence(gl);
     }
     unsigned long long questions = 0;
@@ -125,6 +126,7 @@ void VertexRing::Release(const GLCalls& gl) {
     }
     m_buffers = {};
     m_used = 0;
+    m_lacksFence = false;
 }
 
 } // namespace KTR

@@ -33,6 +33,8 @@ public:
 
     /// Whether the current segment has room for so many records more.
     bool HasRoomFor(int count) const { return m_used + count <= kBatchRecords; }
+    /// Whether nothing of the current segment was drawn yet, as far as it is shared.
+    bool IsAtStart() const { return m_used == 0; }
     /// Where the CPU writes the records of the next draw; null without storage.
     GLDrawGeometry* Claim() const;
     /// Where it writes their indices; null without storage.
@@ -40,9 +42,12 @@ public:
     /// Number of the record that Claim points to.
     int FirstVertex() const { return m_buffers.segments[m_buffers.currentSegment].firstVertex + m_used; }
     /// The next draw goes behind `count` records that were drawn from this segment, which gets its fence later.
-    void Share(int count) { m_used += count; }
+    void Share(int count) {
+        m_used += count;
+        m_lacksFence = true;
+    }
     /// Whether draws of the current segment have no fence behind them yet.
-    bool IsShared() const { return m_used != 0; }
+    bool LacksFence() const { return m_lacksFence; }
     /// Puts a fence behind what was drawn from the current segment.
     void Fence(const GLCalls& gl);
     /// Goes on to the next segment once the GPU has finished with it. Returns how often it had to ask.
@@ -54,7 +59,8 @@ public:
 
 private:
     GLVBO m_buffers;
-    int m_used = 0; ///< records of the current segment that draws without a fence behind them read
+    int m_used = 0;            ///< records of the current segment that shared draws read
+    bool m_lacksFence = false; ///< some of those draws have no fence behind them
 };
 
 } // namespace KTR

@@ -1,7 +1,12 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/ViewLight.h"
+#include "../shapes/ShapeDrawing.h"
+#include "../text/FontTextures.h"
 #include "../text/StringDrawing.h"
+#include "ClientState.h"
+#include "GeometryFilling.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
 
@@ -32,6 +37,29 @@ int VerticesPerPrimitive(unsigned int mode) {
     }
 }
 
+/// Keeps a record's context current while it lives, where another view has taken the thread's context in the meantime.
+class SelectedContext {
+public:
+    explicit SelectedContext(const GLRenderingContextRecord& record) : m_previous(wglGetCurrentContext()) {
+        if (m_previous != record.renderingContext) {
+            m_previousDeviceContext = wglGetCurrentDC();
+            m_switched = wglMakeCurrent(record.deviceContext, record.renderingContext) != FALSE;
+        }
+    }
+    ~SelectedContext() {
+        if (m_switched) {
+            wglMakeCurrent(m_previousDeviceContext, m_previous);
+        }
+    }
+    SelectedContext(const SelectedContext&) = delete;
+    SelectedContext& operator=(const SelectedContext&) = delete;
+
+private:
+    HGLRC m_previous;
+    HDC m_previousDeviceContext = nullptr;
+    bool m_switched = false;
+};
+
 } // namespace
 
 void COpenGLView::BeginSharedDraws() {
@@ -39,34 +67,33 @@ void COpenGLView::BeginSharedDraws() {
 }
 
 void COpenGLView::EndSharedDraws() {
-    m_batch.sharedDepth = std::max(m_batch.sharedDepth - 1, 0);
-    if (!m_batch.SharesDraws()) {
+    if (m_batch.sharedDepth == 1 && !m_batch.sharesAlways) {
         FinishSharedDraws();
     }
+    m_batch.sharedDepth = std::max(m_batch.sharedDepth - 1, 0);
 }
 
 void COpenGLView::SetSharedDraws(bool on) {
-    m_batch.sharesAlways = on;
-    if (!m_batch.SharesDraws()) {
+    if (!on && m_batch.sharesAlways && m_batch.sharedDepth == 0) {
         FinishSharedDraws();
     }
+    m_batch.sharesAlways = on;
 }
 
-/// Draws what waits and puts a fence behind what shared a segment of the ring.
+/// Draws what waits, as the last that shares, and puts a fence behind what shared a segment of the ring. The next
+/// shared draws go on there: a frame that needs less than a segment waits for the GPU only now and then.
 void COpenGLView::FinishSharedDraws() {
     DrawWaitingVertices();
     VertexRing& ring = CurrentObjects().ring;
-    if (ring.IsShared() && HasCurrentContext()) {
-        const GLCalls gl = CallGL();
-        ring.Fence(gl);
-        m_gpuWaits += ring.Advance(gl);
+    if (ring.LacksFence() && HasCurrentContext()) {
+        ring.Fence(CallGL());
     }
 }
 
 /// Whether a batch may be drawn together with the one before it, whose vertices wait: nothing that the view did in
 /// between has changed anything, or it would have drawn them.
 bool COpenGLView::JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const {
-    if (!m_batch.SharesDraws() || m_batch.waitingCount == 0 || mode != m_batch.batchPrimitiveMode) {
+    if (!m_batch.SharesDraws() || m_filling || m_batch.waitingCount == 0 || mode != m_batch.batchPrimitiveMode) {
         return false;
     }
     const ContextObjects& objects = CurrentObjects();
@@ -80,25 +107,45 @@ bool COpenGLView::MayWait() const {
     const int open = m_batch.batchVertexCount - m_batch.waitingCount;
     const unsigned int mode = m_batch.batchPrimitiveMode;
     const bool separate = mode == GL_POINTS || mode == GL_LINES || mode == GL_TRIANGLES;
-    return m_batch.SharesDraws() && separate && open > 0 && open % VerticesPerPrimitive(mode) == 0 &&
-           m_batch.batchVertexCount <= kBatchRecords && m_batch.strayIndices == 0 &&
-           m_currentContext == GLContextMain && CurrentObjects().currentShader != GLShaderText;
+    return m_batch.SharesDraws() && !m_batch.stateDisableWaits && !m_filling && separate && open > 0 &&
+           open % VerticesPerPrimitive(mode) == 0 && m_batch.batchVertexCount <= kBatchRecords &&
+           m_batch.strayIndices == 0 && m_currentContext == GLContextMain &&
+           CurrentObjects().currentShader != GLShaderText;
 }
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
+    if (shader == GLShaderText && DrawsWithPrograms()) {
+        UploadRestOfBoundFont(*this);
+    }
+    OpenBatch(mode, shader);
+}
+
+void COpenGLView::OpenBatch(unsigned int mode, GLShaderTypes shader) {
+    if (m_batch.stateDisableWaits) {
+        if (DrawsWithPrograms() && IsStockProgram(shader)) {
+            BindStockProgram(*this, shader);
+        } else {
+            DrawWaitingVertices();
+        }
+    }
     if (JoinsWaitingVertices(mode, shader)) {
         m_batch.Keep(m_batch.waitingCount);
         CurrentRecord().loopContinued = false;
         CurrentRecord().batchOpen = false;
         return;
     }
-    DrawWaitingVertices();
+    DrawWaitingBatches();
     m_batch.batchPrimitiveMode = mode;
     m_batch.Keep(0);
     GLRenderingContextRecord& record = CurrentRecord();
     record.loopContinued = false;
     record.batchOpen = false;
+    if (m_filling) {
+        m_filling->BeginBatch(mode);
+        return;
+    }
     if (!DrawsWithPrograms()) {
+        SendLight(*this);
         return;
     }
     if (!IsStockProgram(shader)) {
@@ -124,7 +171,7 @@ void COpenGLView::EndArrays() {
 }
 
 void COpenGLView::EndArraysAndDisableClientState() {
-    FlushArrays();
+    EndArrays();
     DisableClientState();
 }
 
@@ -140,6 +187,14 @@ void COpenGLView::EndVBOArraysAndDisableClientState() {
 /// each strip starts where the one before ended, and the last flush adds the kept vertex to close it. A line strip is
 /// carried on likewise; every other mode starts afresh.
 void COpenGLView::FlushArrays() {
+    if (m_filling) {
+        KeepPendingVertices();
+        m_filling->EndBatch();
+        return;
+    }
+    if (m_batch.stateDisableWaits) {
+        DrawWaitingVertices(); // what was added since finds it carried out
+    }
     m_batch.waitingCount = 0;
     if (m_batch.batchVertexCount <= 0) {
         m_batch.Keep(0);
@@ -173,11 +228,22 @@ void COpenGLView::FlushArrays() {
     m_batch.Keep(1);
 }
 
+/// Hands the open batch to the geometry that is being filled.
+void COpenGLView::KeepPendingVertices() {
+    DrawWaitingVertices(); // of text, which is drawn as ever
+    m_filling->Add(m_batch);
+    m_batch.Keep(0);
+}
+
 /// Makes room for an add. Batches that wait for others are drawn and the open one moves to the front: it must not be
 /// cut where it would not be cut alone.
 void COpenGLView::FlushFullBatch() {
+    if (m_filling) {
+        KeepPendingVertices();
+        return;
+    }
     if (m_batch.SharesDraws() && m_batch.waitingCount > 0) {
-        DrawWaitingVertices();
+        DrawWaitingBatches();
     }
     if (m_batch.batchVertexCount > kBatchCapacity) {
         FlushArrays();
@@ -188,7 +254,7 @@ void COpenGLView::FlushFullBatch() {
 /// behind a full batch: a fan with its centre and the last vertex, a strip with the last two.
 void COpenGLView::AddTesselatedVertex(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
                                       unsigned char a) {
-    if (const int count = m_batch.batchVertexCount; count > kBatchCapacity) {
+    if (const int count = m_batch.batchVertexCount; count > kBatchCapacity && !m_filling) {
         FlushArrays();
         GLDrawGeometry* vertices = m_batch.batchVertexPointer;
         if (m_batch.batchPrimitiveMode == GL_TRIANGLE_FAN) {
@@ -207,7 +273,8 @@ void COpenGLView::AddTesselatedVertex(double x, double y, double z, unsigned cha
 }
 
 void COpenGLView::DrawBatch(int count) {
-    const GLCalls gl = CallGL();
+    LeaveProgramState(*this);
+    const GLCalls gl = CurrentGL();
     if (!DrawsWithPrograms()) {
         gl.As(L"glDrawElements: AFTER:")
             .glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchIndexPointer);
@@ -234,8 +301,11 @@ void COpenGLView::DrawBatch(int count) {
 void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
     RestoreUniforms(*this, gl);
     VertexRing& ring = CurrentObjects().ring;
-    if (!ring.HasRoomFor(count)) {
-        ring.Fence(gl);
+    const bool shares = m_batch.SharesDraws() && m_batch.drawArraysOnly;
+    if (shares ? !ring.HasRoomFor(count) : !ring.IsAtStart()) {
+        if (ring.LacksFence()) {
+            ring.Fence(gl);
+        }
         m_gpuWaits += ring.Advance(gl);
     }
     const auto size = static_cast<std::size_t>(count);
@@ -248,7 +318,7 @@ void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
         gl.As(kDrawn).glDrawElementsBaseVertex(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, nullptr,
                                                ring.FirstVertex());
     }
-    if (m_batch.SharesDraws() && m_batch.drawArraysOnly) {
+    if (shares) {
         ring.Share(count);
         return;
     }
@@ -266,24 +336,28 @@ void COpenGLView::FlushWaitingVertices(int count) {
     ReturnTextMatrix(*this);
 }
 
-/// Draws the vertices that wait for others. Everything else that the view does comes after them, so each operation that
-/// changes the batch or the current context calls this first, and CallGL does for all the others.
+/// Draws the batches that wait for others, and changes nothing else.
+void COpenGLView::DrawWaitingBatches() {
+    if (const int waiting = std::exchange(m_batch.waitingCount, 0); waiting > 0) {
+        const SelectedContext selected(CurrentRecord());
+        FlushWaitingVertices(waiting);
+    }
+}
+
+/// Draws the vertices that wait for others, a batch's or shapes', and disables the client state if that waits.
+/// Everything else that the view does comes after all of these, so each operation that changes the batch or the current
+/// context calls this first, and CallGL does for all the others. From here on nothing is known of what is bound.
 void COpenGLView::DrawWaitingVertices() {
-    const int waiting = std::exchange(m_batch.waitingCount, 0);
-    if (waiting == 0) {
-        return;
+    m_batch.boundState.form = ClientStateRequest::Form::None;
+    const bool disables = std::exchange(m_batch.stateDisableWaits, false);
+    DrawWaitingBatches();
+    if (disables) {
+        const SelectedContext selected(CurrentRecord());
+        UnbindClientState(*this, CurrentGL());
     }
-    const GLRenderingContextRecord& record = CurrentRecord();
-    const HGLRC current = wglGetCurrentContext();
-    if (current == record.renderingContext) {
-        FlushWaitingVertices(waiting);
-        return;
-    }
-    // Another view has taken the thread's context in the meantime.
-    const HDC currentDeviceContext = wglGetCurrentDC();
-    if (wglMakeCurrent(record.deviceContext, record.renderingContext)) {
-        FlushWaitingVertices(waiting);
-        wglMakeCurrent(currentDeviceContext, current);
+    if (m_shapes && m_shapes->Waits()) {
+        const SelectedContext selected(CurrentRecord());
+        DrawWaitingShapes(*this, *m_shapes);
     }
 }
 

@@ -1,6 +1,10 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/SceneRelease.h"
+#include "../scene/ViewLight.h"
+#include "../text/FontTextures.h"
+#include "GeometryFilling.h"
 #include "ProgramBinding.h"
 #include "StockPrograms.h"
 
@@ -99,13 +103,21 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
     m_batch.batchPrimitiveMode = mode;
     m_batch.Keep(0);
     CurrentRecord().loopContinued = false;
+    if (m_filling) {
+        m_filling->Fail(E_INVALIDARG); // its records are not in the batch
+        return;
+    }
     if (DrawsWithPrograms()) {
+        if (type == GLShaderText) {
+            UploadRestOfBoundFont(*this);
+        }
         if (!IsStockProgram(type) || BindVariablesToShaderProgram(m_currentContext, type, m_gShaderSet.programs[type],
                                                                   vbo, geometry, count) != S_OK) {
             CurrentObjects().boundProgram = 0; // nothing is drawn, least of all with the program of the batch before
         }
         return;
     }
+    SendLight(*this);
     GLint vertexSize = 0;
     GLint vertexType = 0;
     GLint colorSize = 0;
@@ -121,16 +133,24 @@ void COpenGLView::InitializeVBO(unsigned int mode, GLShaderTypes type, GLVBO& vb
 }
 
 void COpenGLView::DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices) {
-    if (count <= 0) {
+    DrawArrays(mode, 0, count, vbo, indices);
+}
+
+void COpenGLView::DrawArrays(int mode, int first, int count, GLVBO& vbo, const unsigned int* indices) {
+    if (first < 0 || count <= 0) {
         return;
     }
     const GLCalls gl = CallGL();
     const auto primitive = static_cast<GLenum>(mode);
+    // An address, or with an index buffer an offset, which null is too.
+    const bool indexed = indices || (DrawsWithPrograms() && vbo.indexBuffer != 0);
+    const void* const firstIndex = reinterpret_cast<const void*>(
+        reinterpret_cast<std::uintptr_t>(indices) + sizeof(unsigned int) * static_cast<std::size_t>(first));
     if (!DrawsWithPrograms()) {
-        if (indices) {
-            gl.As(kDrawn).glDrawElements(primitive, count, GL_UNSIGNED_INT, indices);
+        if (indexed) {
+            gl.As(kDrawn).glDrawElements(primitive, count, GL_UNSIGNED_INT, firstIndex);
         } else {
-            gl.As(kDrawn).glDrawArrays(primitive, 0, count);
+            gl.As(kDrawn).glDrawArrays(primitive, first, count);
         }
         return;
     }
@@ -141,10 +161,10 @@ void COpenGLView::DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int
     gl.glBindVertexBuffer(0, vbo.vertexBuffer, 0, sizeof(GLDrawGeometry));
     // The caller's own index buffer, or none, so that `indices` is an address and not an offset.
     gl.glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, vbo.indexBuffer);
-    if (indices || vbo.indexBuffer != 0) {
-        gl.As(kDrawn).glDrawElements(primitive, count, GL_UNSIGNED_INT, indices);
+    if (indexed) {
+        gl.As(kDrawn).glDrawElements(primitive, count, GL_UNSIGNED_INT, firstIndex);
     } else {
-        gl.As(kDrawn).glDrawArrays(primitive, vbo.segments[vbo.currentSegment].firstVertex, count);
+        gl.As(kDrawn).glDrawArrays(primitive, vbo.segments[vbo.currentSegment].firstVertex + first, count);
     }
 }
 
@@ -193,6 +213,7 @@ long COpenGLView::DeleteAttributeBuffers() {
     objects.hostVertexArrays.clear();
     m_gpuWaits += objects.ring.ReleaseFences(gl);
     objects.ring.Release(gl);
+    DeleteSceneObjects(gl, objects.scene);
     // The next batch binds its program again, with new arrays and buffers.
     objects.boundProgram = 0;
     gl.Label(L"DeleteAttributeBuffers: END");

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
-#include "../platform/GLCalls.h"
+#include "../view/ViewAccess.h"
+#include "ClientState.h"
 #include "ForcedState.h"
 #include "ProgramBinding.h"
 
@@ -18,11 +19,67 @@ const void* FieldOf(const GLDrawGeometry* vertices, std::size_t offset) {
     return reinterpret_cast<const unsigned char*>(vertices) + offset;
 }
 
+std::array<bool, 4> EnabledArrays(const GLRenderingContextRecord& record) {
+    return {record.clientVertexArray, record.clientNormalArray, record.clientColorArray, record.clientTextureArray};
+}
+
+void NoteEnabledArrays(GLRenderingContextRecord& record, const std::array<bool, 4>& arrays) {
+    record.clientVertexArray = arrays[0];
+    record.clientNormalArray = arrays[1];
+    record.clientColorArray = arrays[2];
+    record.clientTextureArray = arrays[3];
+}
+
 } // namespace
+
+bool IsClientStateBound(COpenGLView& view, const ClientStateRequest& wanted) {
+    VertexBatchState& batch = ViewAccess::Batch(view);
+    if (batch.boundState != wanted || !ViewAccess::HasCurrentContext(view)) {
+        return false;
+    }
+    batch.stateDisableWaits = false;
+    if (wanted.form != ClientStateRequest::Form::Program) {
+        NoteEnabledArrays(ViewAccess::CurrentRecord(view), wanted.arrays);
+    }
+    return true;
+}
+
+void RememberClientState(COpenGLView& view, const ClientStateRequest& bound) {
+    VertexBatchState& batch = ViewAccess::Batch(view);
+    // Arrays that an earlier request had enabled would not be bound by this one alone.
+    const bool whole = bound.form == ClientStateRequest::Form::Program ||
+                       EnabledArrays(ViewAccess::CurrentRecord(view)) == bound.arrays;
+    if (batch.SharesDraws() && whole) {
+        batch.boundState = bound;
+    }
+}
+
+void UnbindClientState(COpenGLView& view, const GLCalls& gl) {
+    if (view.DrawsWithPrograms()) {
+        ContextObjects& objects = ViewAccess::CurrentObjects(view);
+        view.DisableShaderVertexAttribArrays(objects.currentShader);
+        gl.glUseProgram(0);
+        objects.boundProgram = 0;
+        ForceStateFor(view, GLShaderUnknown);
+    } else {
+        for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
+            gl.glDisableClientState(array);
+        }
+        NoteEnabledArrays(ViewAccess::CurrentRecord(view), {});
+    }
+    gl.Label(L"DisableClientState END:");
+}
 
 void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool texture, GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
         BindStockProgram(*this, shader);
+        return;
+    }
+    ClientStateRequest request;
+    request.form = ClientStateRequest::Form::Arrays;
+    request.arrays = {vertex, normal, color, texture};
+    if (IsClientStateBound(*this, request)) {
+        m_batch.Keep(m_batch.waitingCount);
         return;
     }
     outputGlError(L"EnableClientState: BEGIN  4 bool version");
@@ -40,12 +97,21 @@ void COpenGLView::EnableClientState(bool vertex, bool normal, bool color, bool t
         EnableClientStateTexture();
     }
     outputGlError(L"Enable ClientState: END: 4 bool version  ");
+    RememberClientState(*this, request);
 }
 
 void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, bool color, bool texture,
                                                    GLShaderTypes shader) {
     if (DrawsWithPrograms()) {
         BindStockProgram(*this, shader);
+        return;
+    }
+    ClientStateRequest request;
+    request.form = ClientStateRequest::Form::InternalBuffers;
+    request.arrays = {vertex, normal, color, texture};
+    request.texture = texture ? m_textureRequest.shaderTexture : 0;
+    if (IsClientStateBound(*this, request)) {
+        m_batch.Keep(m_batch.waitingCount);
         return;
     }
     DisableClientState();
@@ -62,15 +128,16 @@ void COpenGLView::EnableClientStateInternalBuffers(bool vertex, bool normal, boo
         EnableClientStateColor();
         ColorPointer(4, GL_UNSIGNED_BYTE, kStride, FieldOf(vertices, offsetof(GLDrawGeometry, r)));
     }
-    if (!texture) {
+    if (texture) {
+        EnableClientStateTexture();
+        TexCoordPointer(2, GL_FLOAT, kStride, FieldOf(vertices, offsetof(GLDrawGeometry, s)));
+        Enable(GL_TEXTURE_2D);
+        CallGL().glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+        CallGL().glBindTexture(GL_TEXTURE_2D, m_textureRequest.shaderTexture);
+    } else {
         Disable(GL_TEXTURE_2D);
-        return;
     }
-    EnableClientStateTexture();
-    TexCoordPointer(2, GL_FLOAT, kStride, FieldOf(vertices, offsetof(GLDrawGeometry, s)));
-    Enable(GL_TEXTURE_2D);
-    CallGL().glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
-    CallGL().glBindTexture(GL_TEXTURE_2D, m_textureRequest.shaderTexture);
+    RememberClientState(*this, request);
 }
 
 void COpenGLView::EnableClientStateInternalVertexAndColors(int vertexSize, unsigned int vertexType, int colorSize,
@@ -79,11 +146,20 @@ void COpenGLView::EnableClientStateInternalVertexAndColors(int vertexSize, unsig
         BindStockProgram(*this, shader);
         return;
     }
+    ClientStateRequest request;
+    request.form = ClientStateRequest::Form::InternalArrays;
+    request.arrays = {true, false, true, false};
+    request.layout = {static_cast<unsigned int>(vertexSize), vertexType, static_cast<unsigned int>(colorSize),
+                      colorType};
+    if (IsClientStateBound(*this, request)) {
+        return;
+    }
     const GLDrawGeometry* vertices = m_batchStorage.batchVertices;
     EnableClientStateVertex();
     EnableClientStateColor();
     VertexPointer(vertexSize, vertexType, kStride, vertices);
     ColorPointer(colorSize, colorType, kStride, FieldOf(vertices, offsetof(GLDrawGeometry, r)));
+    RememberClientState(*this, request);
 }
 
 void COpenGLView::EnableClientStateInternalVertexAndTexture(int vertexSize, unsigned int vertexType, int textureSize,
@@ -98,12 +174,22 @@ void COpenGLView::EnableClientStateInternalVertexAndTexture(int vertexSize, unsi
         BindStockProgram(*this, shader);
         return;
     }
+    ClientStateRequest request;
+    request.form = ClientStateRequest::Form::InternalArrays;
+    request.arrays = {true, false, false, true};
+    request.layout = {static_cast<unsigned int>(vertexSize), vertexType, static_cast<unsigned int>(textureSize),
+                      textureType};
+    request.texture = texture;
+    if (IsClientStateBound(*this, request)) {
+        return;
+    }
     const GLDrawGeometry* vertices = m_batchStorage.batchVertices;
     EnableClientStateVertex();
     EnableClientStateTexture();
     VertexPointer(vertexSize, vertexType, kStride, vertices);
     TexCoordPointer(textureSize, textureType, kStride, FieldOf(vertices, offsetof(GLDrawGeometry, s)));
     CallGL().glBindTexture(GL_TEXTURE_2D, texture);
+    RememberClientState(*this, request);
 }
 
 void COpenGLView::EnableClientStateVertex() {
@@ -148,29 +234,20 @@ void COpenGLView::TexCoordPointer(int size, unsigned int type, int stride, const
 }
 
 void COpenGLView::DisableClientState() {
+    if (m_batch.boundState.form != ClientStateRequest::Form::None && m_batch.SharesDraws()) {
+        // The next batch will most likely ask for the same again.
+        m_batch.Keep(m_batch.waitingCount);
+        m_batch.stateDisableWaits = true;
+        NoteEnabledArrays(CurrentRecord(), {});
+        return;
+    }
     const GLCalls gl = CallGL();
     gl.Label(L"DisableClientState BEGIN:");
     m_batch.Keep(0);
-    if (DrawsWithPrograms()) {
-        ContextObjects& objects = CurrentObjects();
-        if (HasCurrentContext() && !m_batch.SharesDraws()) {
-            m_gpuWaits += objects.ring.ReleaseFences(gl);
-        }
-        DisableShaderVertexAttribArrays(objects.currentShader);
-        gl.glUseProgram(0);
-        objects.boundProgram = 0;
-        ForceStateFor(*this, GLShaderUnknown);
-    } else {
-        for (const unsigned int array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
-            gl.glDisableClientState(array);
-        }
-        GLRenderingContextRecord& record = CurrentRecord();
-        record.clientVertexArray = false;
-        record.clientColorArray = false;
-        record.clientNormalArray = false;
-        record.clientTextureArray = false;
+    if (DrawsWithPrograms() && HasCurrentContext() && !m_batch.SharesDraws()) {
+        m_gpuWaits += CurrentObjects().ring.ReleaseFences(gl);
     }
-    gl.Label(L"DisableClientState END:");
+    UnbindClientState(*this, gl);
 }
 
 } // namespace KTR

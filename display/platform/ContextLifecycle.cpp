@@ -3,6 +3,8 @@
 #include "../images/BackingStore.h"
 #include "../images/TextureRequest.h"
 #include "../pipeline/ProgramThread.h"
+#include "../scene/SceneRelease.h"
+#include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
 #include "../view/ViewAccess.h"
 #include "CriticalSectionLock.h"
@@ -31,9 +33,9 @@ ContextObjects TakeParked(COpenGLView& view, HGLRC context) {
     return objects;
 }
 
-/// Leaves the ring of a context that cannot be made current, and with it the backing store's textures if they go too,
-/// to the others of the share group. Where one of them is current on this thread they are deleted at once.
-void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
+/// Leaves the buffers of a context that cannot be made current, and with them the backing store's textures if they go
+/// too, to the others of the share group. Where one of them is current on this thread they are deleted at once.
+void LeaveBehind(COpenGLView& view, ContextObjects& objects, bool withBackingStore) {
     SharedNames names;
     const auto leave = [](std::vector<unsigned int>& list, unsigned int& name) {
         if (name != 0) {
@@ -42,7 +44,7 @@ void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
         }
     };
     try {
-        GLVBO& buffers = ring.Buffers();
+        GLVBO& buffers = objects.ring.Buffers();
         for (const GLVBO::Segment& segment : buffers.segments) {
             if (segment.fence) {
                 names.fences.push_back(segment.fence);
@@ -50,6 +52,7 @@ void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
         }
         leave(names.buffers, buffers.vertexBuffer);
         leave(names.buffers, buffers.indexBuffer);
+        LeaveSceneObjects(objects.scene, names);
         if (withBackingStore) {
             BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
             leave(names.textures, frame.colorTexture);
@@ -60,7 +63,7 @@ void LeaveBehind(COpenGLView& view, VertexRing& ring, bool withBackingStore) {
     } catch (const std::exception&) {
         // Without memory for their names they go with the group.
     }
-    ring = {};
+    objects.ring = {};
     ShareGroup::LeaveBehind(names);
     const LibraryContext current = ShareGroup::Find(wglGetCurrentContext());
     if (current.owner && current.owner != &view) {
@@ -186,7 +189,8 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
     if (type != GLContextMain || !record.renderingContext) {
         return;
     }
-    ViewAccess::Batch(view).waitingCount = 0;
+    ViewAccess::Batch(view).ForgetWaiting();
+    ForgetWaitingShapes(view);
     const bool holdsFrame = ViewAccess::StoredFrame(view).colorTexture != 0;
     const bool holdsPrograms = ShareGroup::IsMaster(record.renderingContext) && ShareGroup::AreProgramsTried();
     bool released = false;
@@ -211,7 +215,7 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
         LeaveStockPrograms(view, record.renderingContext, false);
     }
     if (!released) {
-        LeaveBehind(view, record.objects.ring, true);
+        LeaveBehind(view, record.objects, true);
     }
     TextureRequest& textures = ViewAccess::Textures(view);
     textures.activeTexture = 0;
@@ -281,7 +285,7 @@ int DeleteParkedContext(COpenGLView& view, HGLRC context) {
     const GLRenderingContextRecord& main = ViewAccess::Record(view, GLContextMain);
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
     const bool frameStays = main.renderingContext && main.renderingContext == frame.context && !main.fixedFunctionOnly;
-    LeaveBehind(view, objects.ring, !frameStays);
+    LeaveBehind(view, objects, !frameStays);
     if (frame.context == context) {
         frame.context = nullptr;
     }
@@ -292,7 +296,7 @@ int DeleteParkedContext(COpenGLView& view, HGLRC context) {
 }
 
 void LeaveObjectsBehind(COpenGLView& view, GLRenderingContextTypes type) {
-    LeaveBehind(view, ViewAccess::Record(view, type).objects.ring, false);
+    LeaveBehind(view, ViewAccess::Record(view, type).objects, false);
 }
 
 void DeleteParkedContexts(COpenGLView& view) {

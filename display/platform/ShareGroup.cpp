@@ -15,6 +15,7 @@ std::vector<LibraryContext> s_contexts; // the oldest first
 HGLRC s_master = nullptr;
 bool s_programsTried = false;
 SharedNames s_leftBehind;
+unsigned long long s_number = 1;
 // Asked at each selection of a context, mostly for nothing.
 std::atomic<bool> s_anythingLeftBehind{false};
 
@@ -58,6 +59,7 @@ void ShareGroup::Remove(HGLRC context) {
         s_leftBehind = {};
         s_anythingLeftBehind = false;
         s_programsTried = false;
+        ++s_number;
     }
 }
 
@@ -151,6 +153,24 @@ SharedNames ShareGroup::TakeLeftBehind() {
     const std::lock_guard lock(s_mutex);
     s_anythingLeftBehind = false;
     return std::exchange(s_leftBehind, {});
+}
+
+unsigned long long ShareGroup::Number() {
+    const std::lock_guard lock(s_mutex);
+    return s_number;
+}
+
+void ShareGroup::LeaveBufferBehind(unsigned int buffer, unsigned long long number) {
+    const std::lock_guard lock(s_mutex);
+    if (number != s_number) {
+        return;
+    }
+    try {
+        s_leftBehind.buffers.push_back(buffer);
+        s_anythingLeftBehind = true;
+    } catch (const std::exception&) {
+        // Without memory for its name it goes with the group.
+    }
 }
 
 } // namespace KTR

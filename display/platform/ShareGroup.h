@@ -68,6 +68,10 @@ public:
     /// they go with the last one.
     static void LeaveBehind(const SharedNames& names);
     static SharedNames TakeLeftBehind();
+    /// Of the present group; another one after the last member is gone. Names of a group that is gone are gone too.
+    static unsigned long long Number();
+    /// LeaveBehind for a buffer of the group `number`, if that is still there.
+    static void LeaveBufferBehind(unsigned int buffer, unsigned long long number);
 };
 
 } // namespace KTR

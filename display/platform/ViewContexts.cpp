@@ -328,11 +328,19 @@ HDC COpenGLView::SwapBuffers() {
     if (m_currentContext == GLContextLegacy) {
         return m_contexts[GLContextLegacy].deviceContext;
     }
-    const HDC deviceContext = m_contexts[GLContextMain].deviceContext;
-    if (!::SwapBuffers(deviceContext) && GetLastError() == kInvalidPixelFormat) {
-        RecreateContext(true, deviceContext, L"COpenGLView::SwapBuffers");
+    if (m_overlays.swap.MayPresent() && PresentBackBuffer(*this)) {
+        NoteFramePresented(*this, false);
     }
     return m_contexts[GLContextMain].deviceContext;
+}
+
+bool PresentBackBuffer(COpenGLView& view) {
+    const HDC deviceContext = view.GetContextRecord(GLContextMain).deviceContext;
+    if (!::SwapBuffers(deviceContext) && GetLastError() == kInvalidPixelFormat) {
+        view.RecreateContext(true, deviceContext, L"COpenGLView::SwapBuffers");
+        return false;
+    }
+    return true;
 }
 
 } // namespace KTR

@@ -48,7 +48,8 @@ public:
     void FreeDataStructures();
     /// Closes the face and FreeType. Text that is measured afterwards has no kerning.
     void ReleaseFontLibrary();
-    /// Frees the texture bytes, which are not needed once they have been uploaded.
+    /// Frees the texture bytes. Where they are needed once more, for rows that no string has shown yet or a new share
+    /// group, the characters are drawn again.
     void ReleaseRawTexture();
     /// Frees the record and the texture bytes. The GL names in the record are the drawer's to delete, before.
     void ReleaseFontAtlas();

@@ -80,7 +80,7 @@ struct FontAtlasGlyphMetrics {
     double averageWidth;  ///< fraction of the em
     double averageHeight; ///< fraction of the em
     long long textureBytes;
-    unsigned int textureName;           ///< what strings are drawn with; 0 after the build
+    unsigned int textureName;           ///< what strings are drawn with, which upload its rows; 0 after the build
     unsigned int samplerName;           ///< for strings of their own size; 0 after the build
     unsigned short characterMap[65536]; ///< cell of each UTF-16 unit; 0, the first cell, for one that the font lacks
     FontAtlasGlyph* glyphs;             ///< malloc; one for each cell

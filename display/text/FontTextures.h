@@ -7,9 +7,14 @@ namespace KTR {
 class CFTGLFontAtlas;
 class COpenGLView;
 
-/// Makes the current font's texture and sampler, if it has none yet. A font whose bytes were released is built again
-/// for that; a result other than S_OK tells that this failed, and the font has no record any more.
-long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas);
+/// Makes the current font's texture and sampler, if it has none yet, and sees to it that they hold the glyphs of
+/// `text`. A large font is uploaded in parts, as its glyphs are needed: all at once it would stop a frame for long. A
+/// font whose bytes were released is built again for that; a result other than S_OK tells that this failed, and the
+/// font has no record any more.
+long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text);
+
+/// Uploads all that is missing of the font that the text program reads, for a host that draws glyphs by itself.
+void UploadRestOfBoundFont(COpenGLView& view);
 
 /// Deletes the names of a font that had to go. They wait as long as no context of the share group is current.
 void DeleteTaggedFontNames(COpenGLView& view);

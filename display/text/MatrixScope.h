@@ -12,11 +12,13 @@ namespace KTR {
 /// before anything is rounded to floats.
 class MatrixScope {
 public:
-    MatrixScope(COpenGLView& view, const glm::dmat4& modelToClip)
+    MatrixScope(COpenGLView& view, const glm::dmat4& modelToClip) : MatrixScope(view, modelToClip, glm::dmat4(1.0)) {}
+    /// The same with a modelview matrix of its own, for what is computed in front of the eye.
+    MatrixScope(COpenGLView& view, const glm::dmat4& projection, const glm::dmat4& modelview)
         : m_view(view), m_mode(ViewAccess::CurrentRecord(view).attributes.matrixMode),
           m_projection(ViewAccess::CurrentMatrices(view).projection),
           m_modelview(ViewAccess::CurrentMatrices(view).modelview) {
-        Load(modelToClip, glm::dmat4(1.0));
+        Load(projection, modelview);
     }
     ~MatrixScope() {
         Load(m_projection, m_modelview);

@@ -1,5 +1,6 @@
 #include "StringDrawing.h"
 
+#include "../pipeline/GeometryPause.h"
 #include "../view/ViewAccess.h"
 #include "FontTextures.h"
 #include "MatrixScope.h"
@@ -121,7 +122,7 @@ void BindFont(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextBinding&
 /// not show. Only when it does not show itself, the first string that does begins another draw.
 glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextFrame& frame) {
     if (!view.DrawsWithPrograms()) {
-        view.BeginArrays(GL_TRIANGLES, GLShaderText);
+        ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
         return {};
     }
     TextState& text = ViewAccess::Text(view);
@@ -136,7 +137,7 @@ glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const T
     ViewAccess::CallGL(view);
     BindFont(view, font, wanted, OriginAt(view, frame.place));
     text.originShows = Shows(view, frame.place);
-    view.BeginArrays(GL_TRIANGLES, GLShaderText);
+    ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
     return text.origin;
 }
 
@@ -220,13 +221,14 @@ TextFrame RotatedFrame(const glm::dvec3& place, double scaleX, double scaleY, do
 }
 
 long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, double* advance) {
+    const GeometryPause pause(view);
     view.outputGlError(L"DrawFontAtlasText: BEFORE BeginArrays");
     CFTGLFontAtlas* atlas = CurrentAtlas();
     if (!atlas || !atlas->GetAtlasMetrics() || !atlas->GetFontFace()) {
         return E_INVALIDARG;
     }
     if (view.DrawsWithPrograms()) {
-        if (const long result = UploadFontTexture(view, *atlas); result != S_OK) {
+        if (const long result = UploadFontTexture(view, *atlas, text); result != S_OK) {
             return result;
         }
     }
@@ -242,6 +244,7 @@ long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, 
 }
 
 void FlushStrings(COpenGLView& view) {
+    const GeometryPause pause(view);
     view.FlushArrays();
     ReturnTextMatrix(view);
 }
@@ -258,7 +261,7 @@ bool BindCurrentFont(COpenGLView& view) {
     ViewAccess::CallGL(view);
     DeleteTaggedFontNames(view);
     CFTGLFontAtlas* atlas = UsableFont(view);
-    if (!atlas || UploadFontTexture(view, *atlas) != S_OK) {
+    if (!atlas || UploadFontTexture(view, *atlas, L"") != S_OK) {
         return false;
     }
     FontAtlasGlyphMetrics& font = *atlas->GetAtlasMetrics();

@@ -11,9 +11,16 @@ enum GLRenderingContextTypes : int {
 /// Number of contexts of a view.
 inline constexpr int kContextTypes = 2;
 
-/// Which way a view looks at the model.
+/// Which way a view looks at the model, x to the east, y to the north and z up.
 enum GLViewOrientation : int {
-    GLViewOrientationTop = 0,
+    GLViewOrientationTop = 0,         ///< down: right +x, up +y
+    GLViewOrientationBottom = 1,      ///< up: right -x, up +y
+    GLViewOrientationFront = 2,       ///< towards +y: right +x, up +z
+    GLViewOrientationBack = 3,        ///< towards -y: right -x, up +z
+    GLViewOrientationLeft = 4,        ///< towards +x: right -y, up +z
+    GLViewOrientationRight = 5,       ///< towards -x: right +y, up +z
+    GLViewOrientationProfile = 6,     ///< along a line: right is the distance on it, up is the height
+    GLViewOrientationPerspective = 7, ///< from an eye, any way
 };
 
 } // namespace KTR

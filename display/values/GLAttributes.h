@@ -9,7 +9,8 @@ namespace KTR {
 
 /// The light of a context, as the shaders and the fixed-function pipeline take it.
 struct GLLightParameters {
-    std::array<float, 4> direction{0.0F, 0.0F, 1.0F, 0.0F}; ///< towards the light, eye coordinates
+    /// Towards the light, of any length; the fourth is not used. Whoever passes it on says in which coordinates.
+    std::array<float, 4> direction{0.0F, 0.0F, 1.0F, 0.0F};
     std::array<float, 4> color{1.0F, 1.0F, 1.0F, 1.0F};
     float intensity = 4.0F;          ///< 4.0 is what hosts show as 50 %
     float ambientCoefficient = 0.2F; ///< share of the colour that needs no light, 0 to 1
@@ -33,6 +34,8 @@ struct GLAttributes {
     unsigned int blendSource = 0;                      ///< GL enum
     unsigned int blendDestination = 0;                 ///< GL enum
     GLLightParameters light{};
+    bool lightInModel = false;     ///< the light's direction is one in model coordinates, not in eye coordinates
+    bool headlight = false;        ///< the light shines from the eye, whatever its direction says
     bool currentColorFlag = false; ///< last argument of SetCurrentColor
     GLRGBAColor currentColor{};
     unsigned int readBuffer = 0;

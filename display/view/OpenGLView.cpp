@@ -3,10 +3,12 @@
 #include "../images/RasterState.h"
 #include "../platform/GLCalls.h"
 
+#include "../pipeline/GeometryFilling.h"
 #include "../platform/ContextLifecycle.h"
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
 #include "../platform/ShareGroup.h"
+#include "../shapes/ShapeDrawing.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -80,14 +82,15 @@ COpenGLView::~COpenGLView() {
 
 void COpenGLView::Initialize() {
     m_copiedMasterIndex = -1;
+    m_filling.reset();
     SelectRecord(GLContextMain);
     m_name.Empty();
     m_message.Empty();
     m_loadNewTexture[0] = false;
     m_loadNewTexture[1] = false;
-    m_delayedSwap = false;
-    m_delayedLayerCount = 0;
+    m_overlays.swap.Reset();
     m_batch = VertexBatchState{};
+    m_shapes.reset();
     m_reserved = Reserved{};
     m_batchStorage.Clear();
     m_backingStore = BackingStore{};
@@ -206,7 +209,7 @@ int COpenGLView::GetMasterContextIndex() const {
 void COpenGLView::CopySettings(const COpenGLView& other) {
     m_reserved = other.m_reserved;
     m_batch = other.m_batch;
-    m_batch.waitingCount = 0;
+    m_batch.ForgetWaiting();
     m_batch.sharedDepth = 0;
     m_backingStore = other.m_backingStore;
     m_name = other.m_name;
@@ -217,8 +220,7 @@ void COpenGLView::CopySettings(const COpenGLView& other) {
     m_loadNewTexture[0] = other.m_loadNewTexture[0];
     m_loadNewTexture[1] = other.m_loadNewTexture[1];
     m_inManagerSection = other.m_inManagerSection;
-    m_delayedSwap = other.m_delayedSwap;
-    m_delayedLayerCount = other.m_delayedLayerCount;
+    m_overlays.swap.TakeOver(other.m_overlays.swap);
     m_managerIndex = other.m_managerIndex;
     m_copiedMasterIndex = other.GetMasterContextIndex();
     SelectRecord(other.m_currentContext);

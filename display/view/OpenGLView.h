@@ -4,6 +4,7 @@
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../images/TextureRequest.h"
+#include "../overlay/OverlayState.h"
 #include "../pipeline/ShaderData.h"
 #include "../pipeline/Tesselator.h"
 #include "../pipeline/VertexBatch.h"
@@ -27,9 +28,17 @@ class logger;
 
 namespace KTR {
 
+class GeometryFilling;
 class GLCalls;
 struct RasterState;
+class GLGeometry;
 struct TexturedQuadrilateral;
+enum GLLineJoin : int;
+enum GLSymbolKind : int;
+struct GLLineStyle;
+struct GLPolygonStyle;
+struct GLSymbolStyle;
+struct ShapeDrawing;
 
 /// Signatures of the WGL extension functions that the library uses.
 using WglChoosePixelFormatARB = BOOL(WINAPI*)(HDC deviceContext, const int* integerAttributes,
@@ -58,7 +67,12 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  13. Text                      display/text/ViewFonts.cpp, ViewText.cpp, ViewRasterText.cpp
 ///  14. Textures and images       display/images/ViewTextures.cpp, ViewImages.cpp
 ///  15. Backing store             display/images/ViewBackingStore.cpp
-///  16. Rasters                   display/images/ViewRasters.cpp
+///  16. Geometry that stays       display/pipeline/ViewGeometry.cpp
+///  17. Overlays                  display/overlay/ViewOverlays.cpp, ViewRubberBand.cpp
+///  18. Light and surfaces        display/scene/ViewLight.cpp, ViewSurfaces.cpp
+///  19. Rasters                   display/images/ViewRasters.cpp
+///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
+///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -134,20 +148,24 @@ public:
     bool IsCurrentGLRenderingContextNull(GLRenderingContextTypes type) const;
     bool IsMyContextCurrent(GLRenderingContextTypes type) const;
     bool GetDoubleBufferSetting(GLRenderingContextTypes type) const;
+    /// Whether the current context's view is a perspective.
     bool IsPerspectiveSideView() const;
     GLViewOrientation GetCurrentViewOrientation() const;
     /// Client size in pixels of the current context's window; 0 and 0 without one.
     void GetWindowDimensions(int& width, int& height) const;
 
+    /// These three only store: the view volume's next operation starts from them. To look from one point to another
+    /// call SetUpPerspectiveScene.
     void SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point);
     void SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector);
-    /// An offset that the host subtracts from its coordinates before they become floats; kept here, applied by the
-    /// host.
+    /// What the host subtracts from its coordinates before they become floats. The view volume takes it into its
+    /// matrices; ChooseCoordinateOffsets finds good ones.
     void SetCurrentCoordinateOffsets(double x, double y);
     void GetCurrentCoordinateOffset(double& x, double& y) const;
     void SetTextScale(double scale);
     double GetTextScale() const;
+    /// White light from the eye of intensity 4 with 0.2 of ambient light, as at the start.
     void InitializeDefaultLights(GLRenderingContextTypes type);
 
     // ---- 3. Version policy and loader. Implemented in ViewBootstrap.cpp
@@ -392,9 +410,10 @@ public:
     /// Between these two calls, which may be nested, batches share draws and the ring's fences: a batch that agrees
     /// with the one before it in mode, program, matrices and state goes on behind it. Frames come out the same; only
     /// speed and the trace tell. Use it around many small batches (symbols, parcels, line strings): with it a batch of
-    /// six vertices costs a fraction of what it costs alone. Leave OpenGL calls of your own outside, and do not count
-    /// on fields of a record that an add does not write. Points, separate lines and triangles join; strips, loops and
-    /// fans are drawn one by one, but without a fence each.
+    /// six vertices costs a fraction of what it costs alone, also with EnableClientState... and DisableClientState
+    /// around each: what is bound already stays so. Leave OpenGL calls of your own outside, and do not count on fields
+    /// of a record that an add does not write. Points, separate lines and triangles join; strips, loops and fans are
+    /// drawn one by one, but without a fence each.
     void BeginSharedDraws();
     /// Draws what waits. An end without a beginning is passed over.
     void EndSharedDraws();
@@ -497,6 +516,8 @@ public:
     /// (`count` of them) or an index buffer in `vbo` it draws what they choose; `indices` is then an address or, with
     /// an index buffer, an offset in bytes. Without geometry in `vbo` nothing is drawn.
     void DrawArrays(int mode, int count, GLVBO& vbo, const unsigned int* indices);
+    /// The same from vertex `first` on, or with indices from the one at `first` on. A negative one draws nothing.
+    void DrawArrays(int mode, int first, int count, GLVBO& vbo, const unsigned int* indices);
     /// Deletes a caller's buffers and empties the record, so that new geometry can be given. While the view's context
     /// is not current the buffers stay.
     void DeleteVBO(GLVBO& vbo);
@@ -516,6 +537,7 @@ public:
 
     /// Projection times modelview, multiplied in double precision. 0.
     long BindMatricesToShaderProgram(GLRenderingContextTypes context, GLShaderTypes type);
+    /// The direction is sent as it is: in eye coordinates.
     long BindShaderLightParameters(ShaderData& data, const GLLightParameters& light);
     /// Binds the texture and sampler that the text program reads, if text has set some.
     long BindFontAtlasTexture();
@@ -752,9 +774,9 @@ public:
     /// E_INVALIDARG for no texture and no corners, E_FAIL without a current context.
     long DrawTexturedQuadrilateral(unsigned int texture, unsigned int sampler, const PointXYZ* corners,
                                    const GLTexCoords* coordinates);
-    /// Draws several, for layers of many tiles: one set-up for all, and one draw for those of one texture and sampler
-    /// that follow each other, so order them by texture where they do not overlap. S_OK for none. E_INVALIDARG, before
-    /// anything is drawn, for a null pointer to some and where one has no texture.
+    /// Draws several, for layers of many tiles: one set-up and one fence for all, and one draw for those of one texture
+    /// and sampler that follow each other, so order them by texture where they do not overlap. S_OK for none.
+    /// E_INVALIDARG, before anything is drawn, for a null pointer to some and where one has no texture.
     long DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadrilaterals, std::size_t count);
     /// DrawTexturedQuadrilateral with the active texture of the cache.
     long Draw2DTextureOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates);
@@ -811,7 +833,143 @@ public:
                              int width, int height, int windowX, int windowY, int windowWidth, int windowHeight,
                              bool clear, bool depth, bool frontBuffer);
 
-    // ---- 16. Rasters. Implemented in ViewRasters.cpp
+    // ---- 16. Geometry that stays. Implemented in ViewGeometry.cpp
+
+    /// What is added from here on, by any of the adds, by the tessellator and in as many batches as wanted, goes into
+    /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
+    /// text and images are drawn as ever. E_FAIL where a geometry is being filled already; E_OUTOFMEMORY.
+    ///
+    /// \param origin  where the records' zero lies; without it, at the current coordinate offsets
+    long BeginGeometry(GLGeometry& geometry);
+    long BeginGeometry(GLGeometry& geometry, const PointXYZ& origin);
+    /// The geometry is filled; a batch that was not ended is discarded. E_FAIL without a beginning and where the
+    /// geometry is gone; E_INVALIDARG where batches did not agree in what GLGeometry keeps, or an index of AddDataIndex
+    /// was of no record; E_OUTOFMEMORY. On failure the geometry is empty.
+    long EndGeometry();
+    /// Draws all records, or `count` from `first` on, with the arrays or the program that an EnableClientState...
+    /// has bound, and with the matrices of this moment on both pipelines. Strips that a range cuts are drawn as far as
+    /// they lie in it; triangles and lines begin at `first`. It waits for nothing, and the state is as before.
+    ///
+    /// S_OK; E_INVALIDARG for a range that is not there; E_FAIL without a current context, where nothing is bound and
+    /// while the geometry is being filled; E_OUTOFMEMORY where the card has no room, when nothing is drawn; E_HANDLE
+    /// where the records were freed (GLGeometry::FreeRecordsAfterUpload) and are needed.
+    long DrawGeometry(const GLGeometry& geometry);
+    long DrawGeometry(const GLGeometry& geometry, int first, int count);
+
+    // ---- 17. Overlays: what is drawn over the finished frame
+    // They belong to the main context, which they make current. The frame is the one that the host drew last: cleared
+    // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call
+    // that needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays
+    // covered, draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into
+    // the back buffer between two of these calls comes to light with the next.
+    //
+    // Results: S_OK; S_FALSE, with nothing drawn, where there is no frame to draw over (none was drawn yet, or the
+    // window's size or the context changed since: draw one, see NeedsRedraw) and for a band that is not active; E_FAIL
+    // without a context or when an overlay threw (the others are drawn); SaveBackingStore's. State is as before
+    // afterwards; client state is disabled, an open batch discarded and a program of the library's no longer in use.
+    //
+    // Overlays, and presenting when all layers are there. Implemented in ViewOverlays.cpp
+
+    /// Has `draw` called with `context` whenever overlays are drawn, those of lower `order` first, the band last. The
+    /// number is for RemoveOverlay; 0 for a null function. Nothing is drawn by this.
+    int AddOverlay(GLOverlayFunction draw, void* context, int order);
+    /// False for a number that is not there. What it drew goes with the next RedrawOverlays.
+    bool RemoveOverlay(int overlay);
+    /// Draws all overlays, and the band if one is active, over the frame, and presents. Call it instead of SwapBuffers
+    /// at the end of a frame, and whenever an overlay has changed.
+    long RedrawOverlays();
+    /// What is over the frame cannot be put right any more, since the frame is gone: draw a new one.
+    bool NeedsRedraw() const;
+
+    /// While the mode is on and layers that were started are not complete, SwapBuffers and the overlays present
+    /// nothing; that they wanted to is remembered, and the last completion presents, once. So does turning the mode off
+    /// with such a wish waiting. These four may be called on any thread. Presenting is the view's own thread's affair:
+    /// where the view's context is not the calling thread's current one, the view's next call on its own thread
+    /// presents.
+    void SwapBuffersSetDelayedSwapModeState(bool on);
+    void SwapBuffersCountDelayedLayerStart();
+    /// A completion too many leaves the count at 0.
+    void SwapBuffersCountDelayedLayerComplete();
+    int GetDelayedLayerCount() const;
+
+    // Rubber bands. Client coordinates are pixels from the upper left of the client area, y downwards. One band at a
+    // time in each view. Implemented in ViewRubberBand.cpp
+
+    /// Starts a band at a place, with the style set last. An active one is ended without being kept. E_INVALIDARG for a
+    /// type that there is not, a place that is not finite, and a custom band without a function.
+    long BeginRubberBand(GLRubberBandTypes type, double clientX, double clientY);
+    /// Draws the band to where the mouse is.
+    long MoveRubberBand(double clientX, double clientY);
+    /// Settles a point of a line string, polygon or custom band, after which the next point follows the mouse; others
+    /// are moved.
+    long AddRubberBandPoint(double clientX, double clientY);
+    /// Ends the band. The frame is as it was before; with `keep` the band stays part of it until the host draws.
+    long EndRubberBand(bool keep);
+    bool IsRubberBandActive() const { return m_overlays.band.IsActive(); }
+    /// The band's points: those settled and, last, the one that follows the mouse; after the end those it ended with.
+    /// Their number. At most `capacity` are written, to client coordinates.
+    int GetRubberBandPoints(PointXY* points, int capacity) const;
+    /// Holds for bands begun from now on, and for the active one from its next move on. Values out of range are
+    /// clamped.
+    void SetRubberBandStyle(const GLRubberBandStyle& style);
+    const GLRubberBandStyle& GetRubberBandStyle() const { return m_overlays.bandStyle; }
+
+    // ---- 18. Light and surfaces
+    // Light. Implemented in ViewLight.cpp
+    //
+    // What is drawn with a lit program (GLShaderShadedColor3Stage, GLShaderShadedTexture) shows at each vertex
+    //
+    //     clamp(color × lightColor × (ambient + (1 - ambient) × |n · l| × intensity / 4), 0, 1)
+    //
+    // where n is the normal under the inverse transpose of the model-view matrix, l points towards the light, both of
+    // length one in eye coordinates, and color is the vertex's or the texture's. Surfaces are lit from both sides.
+    // Alpha is not lit. Both pipelines differ from this by at most 1 of 255.
+
+    /// The light of the current context: its direction towards the light in model coordinates, of any length; colours
+    /// from 0 up; the intensity, of which 4 shows a surface that faces the light in its own colour (hosts show
+    /// intensity × 12.5 as percent); the ambient part, 0 to 1, which needs no light.
+    ///
+    /// Directions turn with the camera: whatever is drawn takes the light under the model-view matrix of that moment
+    /// (with programs: of EnableClientState..., else of BeginArrays). A matrix that scales the axes differently, as for
+    /// exaggerated heights, turns them as if it scaled all alike. The light is saved by PushAttributes.
+    ///
+    /// S_OK; E_INVALIDARG for a direction of no length, an ambient part outside 0 to 1, and what is negative or not
+    /// finite: then nothing changes.
+    long SetLightParameters(const GLLightParameters& light);
+    /// The direction is in model coordinates also where Light has set it: the present model-view matrix takes it back.
+    GLLightParameters GetLightParameters() const;
+    /// A sun at `azimuthDegrees` clockwise from north (+y) and `altitudeDegrees` above the horizon, -90 to 90. Else as
+    /// the light was. E_INVALIDARG for other angles.
+    long SetSun(double azimuthDegrees, double altitudeDegrees);
+    /// On: the light shines from the eye along the view, whatever its direction. Off: from its direction again, which
+    /// may have been set meanwhile. Light with GL_POSITION ends it.
+    void SetHeadlight(bool on);
+    /// On a fixed-function context: turns lighting on and gives OpenGL the view's light, and again whenever it or the
+    /// camera has changed (two opposite lights, the colours of vertices as material); off puts OpenGL's lights,
+    /// materials and shade model back as they were. Between the two draw what is lit only, with a lit shader type.
+    /// On a 4.x context it does nothing: there the shader type decides.
+    void SetUpLighting(bool on);
+
+    // Surfaces, and all else that a host has as records. Implemented in ViewSurfaces.cpp
+
+    /// Draws a host's records at once, however many: those that `indices` choose, or all in their order where it is
+    /// null, when `indexCount` does not count. Both belong to the host and are not needed afterwards. For what changes
+    /// or is drawn seldom; what stays is best uploaded once (InitializeVBO). SurfaceNormals.h makes normals and grids.
+    /// It takes matrices, light and state of this moment and needs neither EnableClientState nor BeginArrays. A lit
+    /// shader type is lit on both pipelines, whether lighting was set up or not; textured ones show the texture of
+    /// DrawSetupSetShaderTexture. A zero normal takes its face's where colours are lit. State is as before afterwards,
+    /// a host's own program included; one of the library's is in use no longer, and an open batch is discarded.
+    /// \param mode     GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP, GL_TRIANGLES, GL_TRIANGLE_STRIP or
+    ///                 GL_TRIANGLE_FAN; what is left at the end of a primitive is passed over
+    /// \param shader   GLShaderPoint to GLShaderTextureDecalFusion. GLShaderLineStipple is for lines only,
+    ///                 GLShaderShadedColor3Stage for triangles
+    /// \return S_OK, also for no primitive; E_INVALIDARG for another mode or shader type, for no records and for an
+    ///         index beyond `count`: then nothing is drawn; E_FAIL where the view's context is not current;
+    ///         E_OUTOFMEMORY, when a part may have been drawn
+    long DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const GLDrawGeometry* records, unsigned __int64 count,
+                        const unsigned int* indices, unsigned __int64 indexCount);
+
+    // ---- 19. Rasters. Implemented in ViewRasters.cpp
     // Values that become colours, images that are adjusted, and two images over the same ground.
 
     /// Loads values as colours into a texture at GL_TEXTURE0, as LoadGLImage does with an image.
@@ -859,6 +1017,141 @@ public:
     long DrawFusionOnQuadrilateral(const PointXYZ* corners, const GLTexCoords* coordinates,
                                    const GLTexCoords* fusionCoordinates, GLFusionMode mode, double amount);
 
+    // ---- 20. View volume, map and screen, perspective
+    // What of the model is seen, from where and how large, on the current context's record; every place is in true
+    // coordinates and in double precision to the last step. A set-up loads projection and modelview matrix and leaves
+    // the mode at modelview. After drawing with other matrices (a host's own, those of an overlay) LoadViewMatrices
+    // brings them back. Whenever the viewport's size (SetUpViewport) or the coordinate offsets change while they are
+    // loaded, they follow: middle and scale of the picture stay.
+    //
+    // Coordinates may reach 1e30; an exaggeration above 0 multiplies heights. Operations that return HRESULTs give
+    // E_INVALIDARG, and change nothing, for what is not finite or not in the range told. The others pass over such
+    // input. Before the first set-up nothing has an image and nothing moves.
+    //
+    // Set-up, scale and history. Implemented in ViewVolume.cpp
+
+    /// Looks along an axis at the box from `low` to `high`: all of it is visible in the viewport's middle, a fiftieth
+    /// more than it needs, its proportions kept; near and far hold it however it is turned. A point or a line gives a
+    /// usable view too. E_INVALIDARG also for GLViewOrientationPerspective, and for GLViewOrientationProfile: the line
+    /// that a profile follows is not in a box.
+    long SetUpOrthoFromModelExtents(GLViewOrientation orientation, const PointXYZ& low, const PointXYZ& high,
+                                    double zExaggeration);
+    /// Loads the matrices of the view that is set up; there is nothing to load before.
+    void LoadViewMatrices();
+    /// The edges of what is visible of the view plane, measured along the screen's right and up: seen from the top in x
+    /// and y, from the front in x and z times the exaggeration, from the right in y and that, from the bottom, the back
+    /// and the left with x or y negative. In perspective in the plane through the target. All 0 before a set-up.
+    void GetViewExtents(double& left, double& bottom, double& right, double& top) const;
+    /// Shows that rectangle in the viewport's middle, as large as it fits. E_INVALIDARG without width or height.
+    long SetViewExtents(double left, double bottom, double right, double top);
+    /// The scale, in perspective at the target's distance; 0 before a set-up.
+    double GetUnitsPerPixel() const;
+    /// Comes closer by `factor`, below 1 goes farther away; the place under the cursor stays under it. In perspective
+    /// the eye moves on the line of sight to what is drawn there (Client2RealWorldOnScene), or to the plane through the
+    /// target. Silently ends where the roundings of coordinates would begin to show, and where the model would be a
+    /// thousandth of a pixel.
+    void ZoomAbout(double factor, double clientX, double clientY);
+    /// Moves the picture by so many pixels to the right and down, in perspective what is as far away as the target.
+    void Pan(double rightPixels, double downPixels);
+    /// Brings what is in the rectangle of client coordinates (two opposite corners) to the middle, as large as it fits.
+    /// E_INVALIDARG without width or height.
+    long ZoomToClientRectangle(double x0, double y0, double x1, double y1);
+    /// Each change of the view is a step, and 16 can be taken back: the view of before, false when there is none. The
+    /// scale of a view holds when the window has been resized since.
+    bool PreviousView();
+    /// Takes a PreviousView back. Any other change ends this.
+    bool NextView();
+    /// What happens to the view between these two calls, which may be nested, is one step of the history: a drag of the
+    /// mouse, say.
+    void BeginViewChange();
+    void EndViewChange();
+    /// Sets the coordinate offsets to whole thousands in the middle of the box. S_OK where floats relative to them are
+    /// within a thousandth of a unit, S_FALSE where the box is too large for that.
+    long ChooseCoordinateOffsets(const PointXYZ& low, const PointXYZ& high);
+
+    // Map and screen. Client coordinates are pixels from the upper left of the client area, y downwards: pixel (i, j)
+    // reaches from i to i + 1. The way there and back differs by at most a millionth of a pixel at 1 mm a pixel and
+    // coordinates of 4,500,000 m. Where the result is false, outputs stay as they are. Implemented in
+    // ViewConversions.cpp
+
+    /// False for what has no image: at or behind the eye. What is outside of the window has one.
+    bool RealWorld2Client(double x, double y, double z, double& clientX, double& clientY) const;
+    /// For `count` places and as many results; `hasImage` says for each whether there is one, null leaves that out.
+    /// Returns how many there are.
+    std::size_t RealWorld2Client(const PointXYZ* world, std::size_t count, PointXY* client,
+                                 bool* hasImage = nullptr) const;
+    /// The place on the plane through the target that is parallel to the screen: in a top view z is the target's.
+    bool Client2RealWorld(double clientX, double clientY, double& x, double& y, double& z) const;
+    /// `depth` as the depth buffer has it: 0 near, 1 far.
+    bool Client2RealWorldAtDepth(double clientX, double clientY, double depth, PointXYZ& world) const;
+    /// Where the height `planeZ` is seen; false where the line of sight does not meet it, in perspective in front of
+    /// the eye.
+    bool Client2RealWorldOnPlane(double clientX, double clientY, double planeZ, PointXYZ& world) const;
+    /// What is drawn there with the depth test on, or else the nearest of what is drawn within 3 pixels; as exact as
+    /// the depth buffer. Taken from the backing store's depths (4.x contexts) without waiting for OpenGL where the
+    /// frame there is of this view, otherwise from the depth buffer, which has to be as the scene left it. False where
+    /// nothing is drawn.
+    bool Client2RealWorldOnScene(int clientX, int clientY, PointXYZ& world);
+    /// The line of sight, `direction` a unit vector. It begins at the eye, of parallel projections in a plane in front
+    /// of the model.
+    bool GetPickRay(double clientX, double clientY, PointXYZ& origin, PointXYZ& direction) const;
+
+    // Perspective scenes. Angles of view are the full ones, in the viewport's height, between 0 and 180 degrees. Near
+    // and far are as tight around the box as it and the eye allow, and never more than 1 : 20,000 apart. Implemented in
+    // ViewPerspective.cpp
+
+    /// An `up` along the line of sight is replaced by +z or, looking up or down, by +y. E_INVALIDARG also for an eye at
+    /// the target.
+    long SetUpPerspectiveScene(const PointXYZ& eye, const PointXYZ& target, const PointXYZ& up, double fovyDegrees,
+                               const PointXYZ& low, const PointXYZ& high, double zExaggeration);
+    /// Looks at the box's middle from the smallest distance from which all of it is visible. The eye stands in the
+    /// direction of `azimuthDegrees` (0 north, 90 east) and `elevationDegrees` (-90 to 90) as seen from there.
+    long SetUpPerspectiveFromModelExtents(const PointXYZ& low, const PointXYZ& high, double azimuthDegrees,
+                                          double elevationDegrees, double fovyDegrees, double zExaggeration);
+    /// Leads a perspective's eye around the target: `azimuthDegrees` from north to east, `elevationDegrees` upwards. It
+    /// ends at the poles; there azimuths turn the picture on. The target keeps its place in the window. Other views
+    /// stay as they are.
+    void OrbitBy(double azimuthDegrees, double elevationDegrees);
+    /// Divides a perspective's distance to the target by `factor`; the target keeps its place in the window.
+    void DollyBy(double factor);
+    /// Makes what is drawn there (Client2RealWorldOnScene) the target, and leaves the picture as it is: OrbitBy then
+    /// turns about what was clicked. False where nothing is drawn.
+    bool SetTargetFromScene(int clientX, int clientY);
+
+    // ---- 21. Shapes. Implemented in ViewShapes.cpp
+    // Lines, curves, line strings, polygons and symbols, each by one call, in the current matrices and without anything
+    // to set up.
+    //
+    // Places are in model coordinates once the offsets of SetCurrentCoordinateOffsets are subtracted. They may lie as
+    // far from the origin as those of national grids. Widths, joins and symbols lie in the plane of x and y; pixels are
+    // counted where the shape is, in perspective at its first point. What is not finite breaks a line there, and only
+    // there. Everything is blended by alpha, filled whatever the polygon mode is, and tested against the depth buffer
+    // as the host has set it. State is as before afterwards, a host's own program and vertex arrays included; a program
+    // of the library's is in use no longer, and an open batch is discarded. Without a current context nothing happens.
+
+    /// Between these two calls, which may be nested, shapes share draws, whatever their styles. As with shared draws,
+    /// only speed tells. Use it around a layer.
+    void BeginShapes();
+    void EndShapes();
+    /// A line in the current colour, as wide as LineWidth says.
+    void DrawLine(double x0, double y0, double z0, double x1, double y1, double z1);
+    /// A line through `count` points, and back to the first with `closed`. Nothing for fewer than two.
+    void DrawLine(const PointXYZ* points, int count, bool closed);
+    /// An upright rectangle at height 0 in the current colour, or its outline, as wide as LineWidth says; the same for
+    /// the curves that follow.
+    void Rect(double x0, double y0, double x1, double y1, bool filled);
+    /// A circle around (x, y). Curves have so many edges that none is farther than a quarter of a pixel from where it
+    /// should be, 8 to 4096 for a whole turn.
+    void DrawCircle2D(double x, double y, double radius, bool filled);
+    /// The part of a circle that begins at `startDegrees` from the x axis and goes on by `sweepDegrees` against the
+    /// clock; filled, the sector.
+    void DrawArc2D(double x, double y, double radius, bool filled, double startDegrees, double sweepDegrees);
+    /// An ellipse whose first radius is rotated against the clock from the x axis.
+    void DrawEllipse2D(double x, double y, double radiusX, double radiusY, bool filled, double rotationDegrees);
+    /// A line string of any width with joins, caps, dashes and a casing, its edges smooth. One whose last point repeats
+    /// the first is a ring. A string that has only one place is a dot where its caps are round or square.
+    void DrawLineString(const PointXYZ* points, int count, const GLLineStyle& style);
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -902,10 +1195,13 @@ private:
     void ReadDriverVersion();
 
     void FinishSharedDraws();
+    void OpenBatch(unsigned int mode, GLShaderTypes shader);
     bool JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const;
     bool MayWait() const;
+    void DrawWaitingBatches();
     void FlushWaitingVertices(int count);
     void FlushFullBatch();
+    void KeepPendingVertices();
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 
@@ -920,6 +1216,7 @@ private:
     inline bool TriangleFits(int index) const;
 
     void DrawWaitingVertices();
+    void PresentWhatIsDue();
 
     /// State without a settled meaning: a view has it, a copy takes it over, and nothing reads it.
     struct Reserved {
@@ -947,6 +1244,7 @@ private:
     VertexBatchStorage m_batchStorage;
     BackingStore m_backingStore;
     BackingStoreFrame m_backingStoreFrame;
+    OverlayState m_overlays;
     CString m_name; ///< given to the creation calls
     TextureUser m_textureUser{*this};
     TextureRequest m_textureRequest;
@@ -954,8 +1252,6 @@ private:
     GLTesselator* m_tesselator = nullptr;
     bool m_loadNewTexture[2] = {};
     bool m_inManagerSection = false;
-    bool m_delayedSwap = false;
-    int m_delayedLayerCount = 0;
     int m_managerIndex = 0;
     int m_copiedMasterIndex = -1; ///< of the view that this one is a copy of
     GLRenderingContextTypes m_currentContext = GLContextMain;
@@ -966,7 +1262,9 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
-    std::unique_ptr<RasterState> m_rasters; ///< null until a data raster was loaded
+    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
+    std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
+    std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

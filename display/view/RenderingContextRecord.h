@@ -2,11 +2,11 @@
 
 #include "../pipeline/ContextObjects.h"
 #include "../platform/OrrinGLCement.h"
-#include "../values/ContextTypes.h"
 #include "../values/DrawGeometry.h"
 #include "../values/GLAttributes.h"
 #include "../values/MatrixStack.h"
 #include "../values/OpenGLMath.h"
+#include "../values/ViewHistory.h"
 
 namespace KTR {
 
@@ -23,22 +23,20 @@ struct GLRenderingContextRecord {
     bool rasterFontReady = false;
     bool batchOpen = false;
     bool current = false; ///< made current by this view, and not deselected since
-    bool perspectiveSideView = false;
     int pixelFormatNumber = 0;
     HWND window = nullptr;
     HDC deviceContext = nullptr;
     HGLRC renderingContext = nullptr;
-    GLViewOrientation orientation = GLViewOrientationTop;
-    glm::dvec3 target{0.0};
-    glm::dvec3 eye{0.0, 0.0, 1.0};
-    glm::dvec3 up{0.0, 1.0, 0.0};
+    ViewCamera camera;
+    ViewHistory viewHistory;
+    ZoomFocus zoomFocus;
+    LoadedView loadedView;
     double coordinateOffsetX = 0.0;
     double coordinateOffsetY = 0.0;
     /// State without a settled meaning: a record has it and starts with it, and nothing reads it.
     struct Reserved {
         bool ofMainContext = false; ///< true in the main context's record
         bool flag = true;
-        double numbers[4] = {};
     } reserved;
     COLORREF backgroundColor = 0;
     GLAttributes attributes{};

@@ -3,6 +3,8 @@
 #include "../platform/GLCalls.h"
 #include "OpenGLView.h"
 
+#include <utility>
+
 namespace KTR {
 
 /// What the library's own rooms see of a view beyond its public face, so that their functions need not be members of
@@ -13,6 +15,8 @@ struct ViewAccess {
     static MatrixSet& CurrentMatrices(const COpenGLView& view) { return view.CurrentMath().Matrices(); }
     /// For who is about to change something: draws the vertices that wait.
     static GLCalls CallGL(COpenGLView& view) { return view.CallGL(); }
+    /// Draws the batches that wait, for who changes nothing else.
+    static void DrawWaitingBatches(COpenGLView& view) { view.DrawWaitingBatches(); }
     /// For questions.
     static GLCalls CurrentGL(const COpenGLView& view) { return view.CurrentGL(); }
     static GLRenderingContextRecord& Record(COpenGLView& view, GLRenderingContextTypes type) {
@@ -29,13 +33,29 @@ struct ViewAccess {
     /// asks here first.
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
+    /// Opens a batch of the library's own strings, whose glyphs were seen to.
+    static void OpenBatch(COpenGLView& view, unsigned int mode, GLShaderTypes shader) { view.OpenBatch(mode, shader); }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
+    static auto& Filling(COpenGLView& view) { return view.m_filling; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
     static COpenGLMath& CurrentMath(const COpenGLView& view) { return view.CurrentMath(); }
     static TextureRequest& Textures(COpenGLView& view) { return view.m_textureRequest; }
     static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
     static auto& Owned(COpenGLView& view) { return view.m_owned; }
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
+    static OverlayState& Overlays(COpenGLView& view) { return view.m_overlays; }
+    static const OverlayState& Overlays(const COpenGLView& view) { return view.m_overlays; }
+    static std::unique_ptr<ShapeDrawing>& Shapes(COpenGLView& view) { return view.m_shapes; }
+    /// Draws a room's own records through the ring; at most kBatchRecords of them, with the program that is
+    /// bound. What waits has been drawn.
+    static void DrawFromRing(COpenGLView& view, unsigned int mode, GLDrawGeometry* records, int count) {
+        VertexBatchState& batch = view.m_batch;
+        const unsigned int batchMode = std::exchange(batch.batchPrimitiveMode, mode);
+        GLDrawGeometry* const batchRecords = std::exchange(batch.batchVertexPointer, records);
+        view.DrawBatch(count);
+        batch.batchPrimitiveMode = batchMode;
+        batch.batchVertexPointer = batchRecords;
+    }
     static BackingStoreFrame& StoredFrame(COpenGLView& view) { return view.m_backingStoreFrame; }
 };
 

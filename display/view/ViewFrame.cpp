@@ -12,11 +12,15 @@ void COpenGLView::SetBackgroundColor(COLORREF color, bool clear) {
                       static_cast<float>(GetBValue(color)) / 255.0F, 1.0F);
     if (clear) {
         gl.As(L"SetBackgroundColor: glClear()").glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        NoteFrameBegun(*this);
     }
 }
 
 void COpenGLView::Clear(unsigned int mask) {
     CallGL().As(L"Clear: END:  glClear()").glClear(mask);
+    if ((mask & GL_COLOR_BUFFER_BIT) != 0) {
+        NoteFrameBegun(*this);
+    }
 }
 
 void COpenGLView::Color(unsigned char r, unsigned char g, unsigned char b) {

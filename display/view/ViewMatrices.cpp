@@ -1,6 +1,7 @@
 #include "OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "ViewVolume.h"
 
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
@@ -228,9 +229,16 @@ void COpenGLView::GetCompleteProjectionMatrixAndViewport(glm::dmat4& projectionT
 }
 
 void COpenGLView::SetUpViewport(int x, int y, int width, int height) {
+    const glm::dvec4 before = GetViewport();
     CurrentRecord().attributes.viewport = {x, y, width, height};
     CurrentMath().SetViewport({x, y, width, height});
     CallGL().glViewport(x, y, width, height);
+    // A window that has been resized shows more or less of the same. A minimised one shows nothing, and forgets
+    // nothing.
+    const bool resized = width > 0 && height > 0 && (before.z != width || before.w != height);
+    if (resized && AreViewMatricesLoaded(*this)) {
+        ReloadViewMatrices(*this);
+    }
 }
 
 glm::dvec4 COpenGLView::GetViewport() const {

@@ -2,6 +2,7 @@
 
 #include "../pipeline/ProgramBinding.h"
 #include "../platform/GLCalls.h"
+#include "ViewVolume.h"
 
 #include <utility>
 
@@ -24,11 +25,11 @@ bool COpenGLView::GetDoubleBufferSetting(GLRenderingContextTypes type) const {
 }
 
 bool COpenGLView::IsPerspectiveSideView() const {
-    return CurrentRecord().perspectiveSideView;
+    return CurrentRecord().camera.IsPerspective();
 }
 
 GLViewOrientation COpenGLView::GetCurrentViewOrientation() const {
-    return CurrentRecord().orientation;
+    return CurrentRecord().camera.orientation;
 }
 
 void COpenGLView::GetWindowDimensions(int& width, int& height) const {
@@ -41,20 +42,24 @@ void COpenGLView::GetWindowDimensions(int& width, int& height) const {
 }
 
 void COpenGLView::SetTargetPoint(GLRenderingContextTypes type, const glm::dvec3& point) {
-    m_contexts[type].target = point;
+    m_contexts[type].camera.target = point;
 }
 
 void COpenGLView::SetEyePoint(GLRenderingContextTypes type, const glm::dvec3& point) {
-    m_contexts[type].eye = point;
+    m_contexts[type].camera.eye = point;
 }
 
 void COpenGLView::SetUpVector(GLRenderingContextTypes type, const glm::dvec3& vector) {
-    m_contexts[type].up = vector;
+    m_contexts[type].camera.up = vector;
 }
 
 void COpenGLView::SetCurrentCoordinateOffsets(double x, double y) {
+    const bool shown = AreViewMatricesLoaded(*this);
     CurrentRecord().coordinateOffsetX = x;
     CurrentRecord().coordinateOffsetY = y;
+    if (shown) {
+        ReloadViewMatrices(*this);
+    }
 }
 
 void COpenGLView::GetCurrentCoordinateOffset(double& x, double& y) const {
@@ -71,14 +76,16 @@ double COpenGLView::GetTextScale() const {
 }
 
 void COpenGLView::InitializeDefaultLights(GLRenderingContextTypes type) {
-    m_contexts[type].attributes.light = GLLightParameters{};
+    GLAttributes& attributes = m_contexts[type].attributes;
+    attributes.light = GLLightParameters{};
+    attributes.lightInModel = false;
+    attributes.headlight = false;
 }
 
 GLCalls COpenGLView::CallGL() {
     DrawWaitingVertices();
-    if (CurrentObjects().programStateBound && !DrawsWithPrograms() && HasCurrentContext()) {
-        LeaveProgramState(*this);
-    }
+    PresentWhatIsDue();
+    LeaveProgramState(*this);
     return CurrentGL();
 }
 

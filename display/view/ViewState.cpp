@@ -254,7 +254,8 @@ void COpenGLView::TexParameter(unsigned int target, unsigned int name, int value
 
 void COpenGLView::Light(unsigned int light, unsigned int name, const float* values) {
     if (light == GL_LIGHT0) {
-        GLLightParameters& cached = CurrentRecord().attributes.light;
+        GLAttributes& attributes = CurrentRecord().attributes;
+        GLLightParameters& cached = attributes.light;
         if (name == GL_DIFFUSE) {
             std::copy_n(values, cached.color.size(), cached.color.begin());
         } else if (name == GL_POSITION) {
@@ -263,9 +264,13 @@ void COpenGLView::Light(unsigned int light, unsigned int name, const float* valu
                 CurrentMath().Matrices().modelview * glm::dvec4(values[0], values[1], values[2], values[3]);
             cached.direction = {static_cast<float>(eye.x), static_cast<float>(eye.y), static_cast<float>(eye.z),
                                 static_cast<float>(eye.w)};
+            attributes.lightInModel = false;
+            attributes.headlight = false;
         }
     }
     CallGL().As(L"Light: END").glLightfv(light, name, values);
+    // Where the library has set up OpenGL's lights they get its light again.
+    CurrentObjects().scene.lighting.sent.reset();
 }
 
 void COpenGLView::GetLightColor(unsigned int light, float* color) const {

@@ -6,8 +6,8 @@ namespace OrrinViewer {
 
 namespace {
 
-/// Larger clouds, of two gigabytes and more, go through the library's own memory piece by piece.
-constexpr std::size_t kMostPointsInBuffer = 60'000'000;
+/// Larger clouds, of two gigabytes and more, are drawn point by point.
+constexpr std::size_t kMostPointsKept = 60'000'000;
 
 } // namespace
 
@@ -15,16 +15,41 @@ CloudLayer::CloudLayer(PointCloud cloud) : m_cloud(std::move(cloud)) {}
 
 void CloudLayer::Color(ColorMode mode) {
     m_colors = ColorPoints(m_cloud, mode);
-    ++m_colorVersion;
+    m_geometry.Clear();
 }
 
 void CloudLayer::Draw(KTR::COpenGLView& view, const Position& origin, double pointSizePixels) {
     view.PointSize(static_cast<float>(pointSizePixels));
-    if (view.DrawsWithPrograms() && m_cloud.Count() <= kMostPointsInBuffer) {
-        DrawFromBuffer(view, origin);
-        return;
-    }
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
+    if (!DrawKept(view, origin)) {
+        AddPoints(view, origin);
+    }
+    view.DisableClientState();
+}
+
+/// A cloud does not change from frame to frame: it is added once and stays where it is drawn from. What the graphics
+/// card has need not be in main memory too, since it can be added again.
+bool CloudLayer::DrawKept(KTR::COpenGLView& view, const Position& origin) {
+    if (m_cloud.Count() > kMostPointsKept || (m_geometry.GetCount() == 0 && !Keep(view, origin))) {
+        return false;
+    }
+    long result = view.DrawGeometry(m_geometry);
+    if (result == E_HANDLE && Keep(view, origin)) {
+        result = view.DrawGeometry(m_geometry);
+    }
+    return result == S_OK;
+}
+
+bool CloudLayer::Keep(KTR::COpenGLView& view, const Position& origin) {
+    if (m_geometry.Reserve(static_cast<int>(m_cloud.Count())) != S_OK ||
+        m_geometry.FreeRecordsAfterUpload(true) != S_OK || view.BeginGeometry(m_geometry) != S_OK) {
+        return false;
+    }
+    AddPoints(view, origin);
+    return view.EndGeometry() == S_OK;
+}
+
+void CloudLayer::AddPoints(KTR::COpenGLView& view, const Position& origin) const {
     view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
     for (std::size_t index = 0; index < m_cloud.Count(); ++index) {
         const Position& position = m_cloud.positions[index];
@@ -32,47 +57,7 @@ void CloudLayer::Draw(KTR::COpenGLView& view, const Position& origin, double poi
         view.AddIndex3DVertexRGBA(position.x - origin.x, position.y - origin.y, position.z - origin.z, color.red,
                                   color.green, color.blue, 255);
     }
-    view.EndArraysAndDisableClientState();
-}
-
-void CloudLayer::ReleaseGLObjects(KTR::COpenGLView& view) {
-    const auto found = m_buffers.find(view.GetContextRecord(view.GetCurrentContextType()).renderingContext);
-    if (found != m_buffers.end()) {
-        view.DeleteVBO(found->second.vbo);
-        m_buffers.erase(found);
-    }
-}
-
-/// A cloud does not change from frame to frame: it is handed over once and stays where the graphics card draws from.
-void CloudLayer::DrawFromBuffer(KTR::COpenGLView& view, const Position& origin) {
-    Buffer& buffer = m_buffers[view.GetContextRecord(view.GetCurrentContextType()).renderingContext];
-    if (buffer.colorVersion != m_colorVersion) {
-        view.DeleteVBO(buffer.vbo);
-        buffer.colorVersion = m_colorVersion;
-    }
-    const bool isFilled = buffer.vbo.vertexBytes != 0;
-    const std::vector<KTR::GLDrawGeometry> geometry =
-        isFilled ? std::vector<KTR::GLDrawGeometry>() : MakeGeometry(origin);
-    view.InitializeVBO(GL_POINTS, KTR::GLShaderPoint, buffer.vbo, geometry.data(), geometry.size());
-    view.DrawArrays(GL_POINTS, static_cast<int>(m_cloud.Count()), buffer.vbo, nullptr);
-    view.EndVBOArraysAndDisableClientState();
-}
-
-std::vector<KTR::GLDrawGeometry> CloudLayer::MakeGeometry(const Position& origin) const {
-    std::vector<KTR::GLDrawGeometry> geometry(m_cloud.Count());
-    for (std::size_t index = 0; index < geometry.size(); ++index) {
-        const Position& position = m_cloud.positions[index];
-        const Rgb& color = m_colors[index];
-        KTR::GLDrawGeometry& vertex = geometry[index];
-        vertex.x = static_cast<float>(position.x - origin.x);
-        vertex.y = static_cast<float>(position.y - origin.y);
-        vertex.z = static_cast<float>(position.z - origin.z);
-        vertex.r = color.red;
-        vertex.g = color.green;
-        vertex.b = color.blue;
-        vertex.a = 255;
-    }
-    return geometry;
+    view.EndArrays();
 }
 
 } // namespace OrrinViewer

@@ -5,13 +5,11 @@
 
 #include <OrrinDisplay.h>
 
-#include <map>
 #include <vector>
 
 namespace OrrinViewer {
 
-/// A point cloud and how it is drawn: from a buffer on the graphics card where the context draws with programs, point
-/// by point elsewhere.
+/// A point cloud and how it is drawn: from geometry that is kept, or point by point where there is no memory for that.
 class CloudLayer {
 public:
     explicit CloudLayer(PointCloud cloud);
@@ -20,24 +18,16 @@ public:
     void Color(ColorMode mode);
     /// Draws it relative to the origin.
     void Draw(KTR::COpenGLView& view, const Position& origin, double pointSizePixels);
-    /// Deletes what was put into the view's context, which must be current.
-    void ReleaseGLObjects(KTR::COpenGLView& view);
+    void ReleaseGeometry() { m_geometry.Clear(); }
 
 private:
-    /// The cloud in the memory of the graphics card.
-    struct Buffer {
-        KTR::GLVBO vbo;
-        int colorVersion = 0;
-    };
-
-    void DrawFromBuffer(KTR::COpenGLView& view, const Position& origin);
-    std::vector<KTR::GLDrawGeometry> MakeGeometry(const Position& origin) const;
+    bool DrawKept(KTR::COpenGLView& view, const Position& origin);
+    bool Keep(KTR::COpenGLView& view, const Position& origin);
+    void AddPoints(KTR::COpenGLView& view, const Position& origin) const;
 
     PointCloud m_cloud;
     std::vector<Rgb> m_colors;
-    int m_colorVersion = 0; ///< counts the colourings
-    /// By rendering context: each window has one, and a view may have to make its own anew.
-    std::map<HGLRC, Buffer> m_buffers;
+    KTR::GLGeometry m_geometry; ///< empty where it has to be added
 };
 
 } // namespace OrrinViewer

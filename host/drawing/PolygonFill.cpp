@@ -10,11 +10,6 @@ namespace OrrinViewer {
 
 namespace {
 
-bool Overlap(const Extent& one, const Extent& other) {
-    return one.low.x <= other.high.x && other.low.x <= one.high.x && one.low.y <= other.high.y &&
-           other.low.y <= one.high.y;
-}
-
 /// The first ring opens with the polygon, the others are contours of their own.
 void FillPolygon(KTR::GLTesselator& tesselator, const Polygon& polygon, const Rgb& color, std::uint8_t opacity,
                  const GroundPosition& onTheGround) {
@@ -34,28 +29,14 @@ void FillPolygon(KTR::GLTesselator& tesselator, const Polygon& polygon, const Rg
 
 } // namespace
 
-void FillPolygons(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area, std::uint8_t opacity,
+void FillPolygons(KTR::GLTesselator& tesselator, const VectorFeature& feature, std::size_t index, std::uint8_t opacity,
                   const GroundPosition& onTheGround) {
-    KTR::GLTesselator* tesselator = view.GetTesselator();
-    if (!tesselator) {
-        return;
-    }
     // Files differ in the direction of their rings. What is inside an odd number of them is inside the polygon.
-    tesselator->SetProperty(GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD);
-    view.Enable(GL_BLEND);
-    view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderColorPassThrough);
-    for (std::size_t index = 0; index < layer.features.size(); ++index) {
-        const VectorFeature& feature = layer.features[index];
-        const Rgb color = ColorOfClass(static_cast<std::uint8_t>(index % 250), ClassMeaning::Labels);
-        for (const Polygon& polygon : feature.polygons) {
-            if (Overlap(feature.extent, area)) {
-                FillPolygon(*tesselator, polygon, color, opacity, onTheGround);
-            }
-        }
+    tesselator.SetProperty(GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD);
+    const Rgb color = ColorOfClass(static_cast<std::uint8_t>(index % 250), ClassMeaning::Labels);
+    for (const Polygon& polygon : feature.polygons) {
+        FillPolygon(tesselator, polygon, color, opacity, onTheGround);
     }
-    view.DisableClientState();
-    view.Disable(GL_BLEND);
 }
 
 } // namespace OrrinViewer

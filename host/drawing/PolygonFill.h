@@ -12,9 +12,9 @@ namespace OrrinViewer {
 /// Where a position of a layer is drawn: relative to the origin, on the ground.
 using GroundPosition = std::function<Position(const Position&)>;
 
-/// Fills the areas of a layer, holes left open, in colours that tell neighbours apart. `area` is the part of the map to
-/// draw (features outside are left out), `opacity` 255 hides what is below.
-void FillPolygons(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area, std::uint8_t opacity,
+/// Fills the areas of a feature, holes left open, in the colour of the feature number `index`, which tells neighbours
+/// apart. `opacity` 255 hides what is below.
+void FillPolygons(KTR::GLTesselator& tesselator, const VectorFeature& feature, std::size_t index, std::uint8_t opacity,
                   const GroundPosition& onTheGround);
 
 } // namespace OrrinViewer

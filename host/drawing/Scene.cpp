@@ -1,7 +1,5 @@
 #include "Scene.h"
 
-#include "PolygonFill.h"
-
 #include <cmath>
 #include <utility>
 
@@ -10,9 +8,6 @@ namespace OrrinViewer {
 namespace {
 
 constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white points vanish on it
-constexpr Rgb kOutline{255, 176, 64};
-constexpr float kOutlineWidthPixels = 1.0F;
-constexpr float kSymbolSizePixels = 5.0F;
 
 } // namespace
 
@@ -39,6 +34,7 @@ void Scene::ShadeRasters(RasterLayer shade, double strength) {
 void Scene::AddVectorLayer(VectorLayer layer) {
     Include(layer.extent);
     m_layers.push_back(std::move(layer));
+    m_featureGeometry.emplace_back();
 }
 
 std::size_t Scene::CountPoints() const {
@@ -137,9 +133,15 @@ bool Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int wi
     return DrawContent(view, m_surfaces.empty() ? m_extent : Extent());
 }
 
-void Scene::ReleaseGLObjects(KTR::COpenGLView& view) {
+void Scene::ReleaseGeometry() {
     for (CloudLayer& cloud : m_clouds) {
-        cloud.ReleaseGLObjects(view);
+        cloud.ReleaseGeometry();
+    }
+    for (Surface& surface : m_surfaces) {
+        surface.ReleaseGeometry();
+    }
+    for (FeatureGeometry& geometry : m_featureGeometry) {
+        geometry.Release();
     }
 }
 
@@ -151,8 +153,6 @@ void Scene::Include(const Extent& extent) {
 /// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn. False when
 /// there is more to read.
 bool Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
-    // Parcels, outlines and small clouds are many batches that look alike.
-    const KTR::SharedDraws shared(view);
     SetUpSun(view);
     view.Scale(1.0, 1.0, m_exaggeration);
 
@@ -161,7 +161,7 @@ bool Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
     const bool isComplete = DrawRasters(view);
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
-    for (const Surface& surface : m_surfaces) {
+    for (Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
     }
     for (CloudLayer& cloud : m_clouds) {
@@ -169,15 +169,15 @@ bool Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
     }
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
+    const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
-        const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
-        for (const VectorLayer& layer : m_layers) {
-            FillPolygons(view, layer, area, opacity, onTheGround);
+        for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity, onTheGround);
         }
     }
-    for (const VectorLayer& layer : m_layers) {
-        DrawOutlines(view, layer);
+    for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
+        m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
     }
     return isComplete;
 }
@@ -222,40 +222,6 @@ void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator)
     view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
 }
 
-void Scene::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const {
-    view.LineWidth(kOutlineWidthPixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderLine);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Path& line : feature.lines) {
-            DrawPath(view, line, GL_LINE_STRIP);
-        }
-        for (const Polygon& polygon : feature.polygons) {
-            for (const Path& ring : polygon.rings) {
-                DrawPath(view, ring, GL_LINE_LOOP);
-            }
-        }
-    }
-    view.DisableClientState();
-
-    view.PointSize(kSymbolSizePixels);
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
-    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Position& point : feature.points) {
-            AddOnTheGround(view, point);
-        }
-    }
-    view.EndArraysAndDisableClientState();
-}
-
-void Scene::DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const {
-    view.BeginArrays(mode, KTR::GLShaderLine);
-    for (const Position& position : path) {
-        AddOnTheGround(view, position);
-    }
-    view.EndArrays();
-}
-
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
 /// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
 Position Scene::OnTheGround(const Position& position) const {
@@ -265,11 +231,6 @@ Position Scene::OnTheGround(const Position& position) const {
     }
     const double z = std::isnan(elevation) ? 0.0 : elevation - m_origin.z;
     return {position.x - m_origin.x, position.y - m_origin.y, z};
-}
-
-void Scene::AddOnTheGround(KTR::COpenGLView& view, const Position& position) const {
-    const Position place = OnTheGround(position);
-    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
 }
 
 } // namespace OrrinViewer

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudLayer.h"
+#include "FeatureGeometry.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
@@ -65,8 +66,9 @@ public:
     /// current. False when rasters are still being read: another frame will show them finer.
     bool Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
     bool Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
-    /// Deletes what was put into the view's context, which must be current. Textures stay in the library's cache.
-    void ReleaseGLObjects(KTR::COpenGLView& view);
+    /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
+    /// cache.
+    void ReleaseGeometry();
 
 private:
     void Include(const Extent& extent);
@@ -76,9 +78,6 @@ private:
     bool DrawContent(KTR::COpenGLView& view, const Extent& area);
     bool DrawRasters(KTR::COpenGLView& view);
     Position OnTheGround(const Position& position) const;
-    void AddOnTheGround(KTR::COpenGLView& view, const Position& position) const;
-    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer) const;
-    void DrawPath(KTR::COpenGLView& view, const Path& path, unsigned int mode) const;
 
     std::vector<CloudLayer> m_clouds;
     std::vector<Surface> m_surfaces;
@@ -86,6 +85,7 @@ private:
     std::optional<RasterLayer> m_shade; ///< over all of them
     double m_shadeStrength = 0.0;
     std::vector<VectorLayer> m_layers;
+    std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for

@@ -63,12 +63,26 @@ Surface::Surface(ElevationGrid grid) : m_grid(std::move(grid)), m_triangles(Find
     }
 }
 
-void Surface::Draw(KTR::COpenGLView& view, const Position& origin) const {
+void Surface::Draw(KTR::COpenGLView& view, const Position& origin) {
+    if (m_geometry.GetCount() == 0) {
+        AddTriangles(view, origin);
+    }
     const bool fixedFunctions = !view.DrawsWithPrograms();
     if (fixedFunctions) {
         SwitchTwoLights(view, true);
     }
     view.EnableClientStateInternalBuffers(true, true, true, false, KTR::GLShaderShadedColor3Stage);
+    view.DrawGeometry(m_geometry);
+    view.DisableClientState();
+    if (fixedFunctions) {
+        SwitchTwoLights(view, false);
+    }
+}
+
+void Surface::AddTriangles(KTR::COpenGLView& view, const Position& origin) {
+    if (view.BeginGeometry(m_geometry) != S_OK) {
+        return;
+    }
     view.BeginArrays(GL_TRIANGLES, KTR::GLShaderShadedColor3Stage);
     for (const std::array<GridCorner, 3>& triangle : m_triangles) {
         for (const GridCorner& corner : triangle) {
@@ -80,10 +94,8 @@ void Surface::Draw(KTR::COpenGLView& view, const Position& origin) const {
                                             normal.x, normal.y, normal.z, color.red, color.green, color.blue, 255);
         }
     }
-    view.EndArraysAndDisableClientState();
-    if (fixedFunctions) {
-        SwitchTwoLights(view, false);
-    }
+    view.EndArrays();
+    view.EndGeometry();
 }
 
 } // namespace OrrinViewer

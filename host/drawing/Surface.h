@@ -20,13 +20,17 @@ public:
 
     const ElevationGrid& Grid() const { return m_grid; }
     /// Draws it relative to the origin.
-    void Draw(KTR::COpenGLView& view, const Position& origin) const;
+    void Draw(KTR::COpenGLView& view, const Position& origin);
+    void ReleaseGeometry() { m_geometry.Clear(); }
 
 private:
+    void AddTriangles(KTR::COpenGLView& view, const Position& origin);
+
     ElevationGrid m_grid;
     std::vector<std::array<GridCorner, 3>> m_triangles;
     std::vector<Position> m_normals; ///< one per cell
     std::vector<Rgb> m_colors;       ///< one per cell
+    KTR::GLGeometry m_geometry;      ///< empty until first drawn
 };
 
 } // namespace OrrinViewer

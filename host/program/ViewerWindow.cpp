@@ -39,7 +39,7 @@ ViewerWindow::~ViewerWindow() {
         // In this order: GL objects while the window exists, then the contexts, then the window.
         if (m_ready && m_view->MakeCurrent(KTR::GLContextMain)) {
             m_texts.Release(*m_view);
-            m_scene.ReleaseGLObjects(*m_view);
+            m_scene.ReleaseGeometry();
         }
         m_view->ShutDownOpenGLContexts(m_window);
         m_view.reset();

@@ -60,7 +60,7 @@ TEST_F(Allocation, ViewWithoutItsMathTellsSoAndDrawsOn) {
     view->LoadIdentity();
     view->Translate(1.0, 2.0, 3.0);
     view->SetEyePoint(GLContextMain, {1, 2, 3});
-    EXPECT_EQ(view->GetContextRecord(GLContextMain).eye, glm::dvec3(1, 2, 3));
+    EXPECT_EQ(view->GetContextRecord(GLContextMain).camera.eye, glm::dvec3(1, 2, 3));
 }
 
 TEST_F(Allocation, ContextWithoutItsFunctionsDrawsNothingAndCrashesNothing) {
@@ -119,6 +119,50 @@ TEST_F(Allocation, TextureCacheKeepsItsBooks) {
     FailEachAllocation([&] { return live->AddSamplerNameToDeleteStack(7), 0; }, [](int, bool) {});
     EXPECT_EQ(COpenGLView::m_gcaSamplersForWindowToDelete.GetSize(), 1);
     COpenGLView::m_gcaSamplersForWindowToDelete.RemoveAll();
+}
+
+// What is kept of a map outgrows the memory at any point: it is empty then, and the batch draws on.
+TEST_F(Allocation, GeometryThatFindsNoMemoryIsEmpty) {
+    LiveView live;
+    GLGeometry geometry;
+    const auto square = [&](double x) {
+        live->BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        for (const auto& [right, up] : {std::pair{0, 0}, {8, 0}, {8, 8}, {0, 0}, {8, 8}, {0, 8}}) {
+            live->AddIndex2DVertexRGBA(x + right, up, 200, 100, 50, 255);
+        }
+        live->EndArrays();
+    };
+    const auto fill = [&](unsigned int mode) {
+        geometry.Clear();
+        if (const long result = live->BeginGeometry(geometry); result != S_OK) {
+            return result;
+        }
+        for (int strip = 0; strip < 3; ++strip) {
+            live->BeginArrays(mode, GLShaderLine);
+            for (int vertex = 0; vertex < 20'000; ++vertex) {
+                live->AddIndex2DVertexRGBA(vertex, strip, 200, 100, 50, 255);
+            }
+            live->EndArrays();
+        }
+        return live->EndGeometry();
+    };
+    for (const unsigned int mode : {GL_LINE_LOOP, GL_TRIANGLE_STRIP}) {
+        FailEachAllocation([&] { return fill(mode); },
+                           [&](long result, bool failed) {
+                               // Room that is to be given back may stay.
+                               const bool filled = geometry.GetCount() > 0;
+                               EXPECT_EQ(result, filled ? S_OK : E_OUTOFMEMORY);
+                               EXPECT_TRUE(filled || failed);
+                           });
+        EXPECT_EQ(geometry.GetCount(), mode == GL_LINE_LOOP ? 60'003 : 179'982);
+    }
+    FailEachAllocation([&] { return geometry.Clear(), geometry.Reserve(100); },
+                       [](long result, bool failed) { EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK); });
+    live.Clear();
+    live->EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderColorPassThrough);
+    square(20.0);
+    live->DisableClientState();
+    EXPECT_EQ(live.At(24, 4), (Pixel{200, 100, 50, 255}));
 }
 
 TEST_F(Allocation, ImageThatFindsNoMemoryLeavesNoTexture) {

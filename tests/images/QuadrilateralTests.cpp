@@ -122,6 +122,36 @@ TEST_P(Quadrilaterals, InOneCallAreTheFrameOfSingleCallsInFewDraws) {
     }
 }
 
+// Rasters of many tiles, each with a texture of its own: no frame may stop for the GPU, the first nor those after it.
+TEST_P(Quadrilaterals, OfManyTexturesWaitForNothing) {
+    const std::vector<TexturedQuadrilateral> layer = Layer(1);
+    live->Clear(RGB(10, 20, 30));
+    DrawOneByOne(layer);
+    const Picture single = TakePicture(View(), kSide, kSide);
+    View().DisableClientState();
+    for (const bool inOneCall : {true, false}) {
+        const std::uint64_t waits = driver.CallCount("glClientWaitSync");
+        for (int frame = 0; frame < 6; ++frame) {
+            live->Clear(RGB(10, 20, 30));
+            const SharedDraws shared(View());
+            if (inOneCall) {
+                EXPECT_EQ(View().DrawTexturedQuadrilaterals(layer.data(), layer.size()), S_OK);
+            } else {
+                DrawOneByOne(layer);
+            }
+        }
+        EXPECT_EQ(driver.CallCount("glClientWaitSync"), waits) << inOneCall;
+        EXPECT_EQ(Compare(TakePicture(View(), kSide, kSide), single, 1).otherPixels, 0) << inOneCall;
+    }
+    driver.JournalOnly({"glFenceSync"});
+    driver.StartJournal();
+    for (int frame = 0; frame < 40; ++frame) {
+        View().DrawTexturedQuadrilaterals(layer.data(), layer.size());
+    }
+    driver.StopJournal();
+    EXPECT_EQ(driver.Journal().size(), GetParam() ? 41U : 0U) << "one a frame, and one where a segment is full";
+}
+
 // Where the first tile is far from what the window shows: it must not be what positions are relative to.
 TEST_P(Quadrilaterals, KeepTheirPlaceFarFromTheFirstTile) {
     const auto draw = [&](double x, double y, double farAway) {

@@ -184,6 +184,154 @@ TEST_P(SharedDrawing, FilledPolygonsAreOneDrawAndTheSameFrame) {
     EXPECT_TRUE(shared.pixels == single.pixels);
 }
 
+// The order of calls that the header documents, for each batch.
+TEST_P(SharedDrawing, ClientStateOfEachBatchCostsNothing) {
+    const auto draw = [&] {
+        for (int place = 0; place < 144; ++place) {
+            View().SetCurrentColor(static_cast<unsigned char>(place), 0, 0, 255, false); // nothing that is read
+            Enable();
+            View().BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+            AddSquare(place, static_cast<unsigned char>(place));
+            View().EndArraysAndDisableClientState();
+            EXPECT_FALSE(View().GetContextRecord(GLContextMain).clientVertexArray);
+        }
+    };
+    const Picture single = FrameOf(draw);
+    driver.StartJournal();
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+    });
+    EXPECT_EQ(Draws(), 1U);
+    EXPECT_LE(Calls("glUseProgram"), 4U) << "bound and unbound, without and within the scope";
+    EXPECT_LE(Calls("glEnableClientState"), 4U);
+    EXPECT_TRUE(shared.pixels == single.pixels);
+}
+
+// What each batch asks for otherwise than the one before must be bound, and what a disabling ends must end.
+TEST_P(SharedDrawing, ClientStateThatDiffersIsBoundAnew) {
+    unsigned int textures[2] = {};
+    unsigned int samplers[2] = {};
+    const unsigned char texels[2][4] = {{255, 0, 0, 255}, {0, 0, 255, 255}};
+    for (int index = 0; index < 2; ++index) {
+        ASSERT_EQ(View().LoadGLImage(GL_TEXTURE0, GL_RGBA, 1, 1, 1, GL_NEAREST, texels[index], textures[index],
+                                     samplers[index]),
+                  S_OK);
+    }
+    const auto drawTextured = [&](int place, int texture) {
+        View().DrawSetupSetShaderTexture(textures[texture], samplers[texture]);
+        View().EnableClientStateInternalBuffers(true, false, true, true, GLShaderTextureDecal);
+        View().BeginArrays(GL_TRIANGLES, GLShaderTextureDecal);
+        AddSquare(place, 255);
+        View().EndArraysAndDisableClientState();
+    };
+    const auto drawMoved = [&](double up) {
+        View().PushMatrix(GL_MODELVIEW, L"test");
+        View().Translate(0.0, up, 0.0);
+        Enable();
+        View().BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        AddSquare(0, 90);
+        View().EndArraysAndDisableClientState();
+        View().PopMatrix(GL_MODELVIEW, L"test");
+    };
+    const auto draw = [&] {
+        drawTextured(12, 0);
+        drawTextured(13, 0);
+        drawTextured(14, 1);
+        drawMoved(0.0);
+        drawMoved(30.0);
+        drawMoved(30.5);
+        View().EnableClientStateInternalBuffers(true, false, false, false, GLShaderColorPassThrough);
+        View().EnableClientStateColor();
+        DrawSquare(40);
+        View().DisableClientState();
+        Enable();
+        DrawSquare(41);
+        View().EnableClientState(true, false, true, false, GLShaderColorPassThrough);
+        DrawSquare(42);
+        View().DisableClientState();
+        View().LineWidth(3.0F);
+        Enable(GLShaderLine);
+        View().BeginArrays(GL_LINES, GLShaderLine);
+        View().AddIndex2DVertexRGBA(3.5, 60.5, 255, 0, 0, 255);
+        View().AddIndex2DVertexRGBA(90.5, 60.5, 255, 0, 0, 255);
+        View().EndArraysAndDisableClientState();
+        // Nothing is bound here: what is added must not show.
+        View().AddIndex2DVertexRGBA(3.5, 120.5, 255, 0, 0, 255);
+        View().AddIndex2DVertexRGBA(90.5, 120.5, 255, 0, 0, 255);
+        View().FlushArrays();
+        View().LineWidth(1.0F);
+    };
+    const Picture single = FrameOf(draw);
+    EXPECT_EQ(single.At(25, 15), (Pixel{0, 0, 255, 255}));
+    const Picture shared = FrameOf([&] {
+        const SharedDraws scope(View());
+        draw();
+    });
+    EXPECT_TRUE(shared.pixels == single.pixels);
+    for (int index = 0; index < 2; ++index) {
+        View().DeleteTextureAndSamplerNames(textures[index], samplers[index]);
+    }
+}
+
+// Who looks into OpenGL behind a disabling must find it carried out, and the batch before it drawn.
+TEST_P(SharedDrawing, DisablingIsCarriedOutBeforeAnythingElse) {
+    const SharedDraws scope(View());
+    const auto draw = [&] {
+        Enable();
+        DrawSquare(0);
+        View().DisableClientState();
+    };
+    draw();
+    driver.StartJournal();
+    View().Flush();
+    driver.StopJournal();
+    const std::vector<DriverCall> calls = driver.Journal();
+    ASSERT_GE(calls.size(), 3U);
+    EXPECT_TRUE(calls.front().function.starts_with("glDraw")) << calls.front().Text();
+    EXPECT_EQ(calls.back().function, "glFlush");
+    EXPECT_EQ(Calls(GetParam() ? "glUseProgram" : "glDisableClientState"), GetParam() ? 1U : 4U);
+    draw();
+    View().EndSharedDraws();
+    const COrrinGLCement& gl = *View().GetContextRecord(GLContextMain).glCement;
+    GLint program = 0;
+    gl.glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+    EXPECT_EQ(program, 0);
+    EXPECT_FALSE(gl.glIsEnabled(GL_VERTEX_ARRAY));
+    View().BeginSharedDraws();
+}
+
+// The batch of one view waits while another one draws; each has its own bound state.
+TEST_P(SharedDrawing, TwoViewsInTurnKeepTheirOwn) {
+    LiveView other;
+    other->SetSharedDraws(true);
+    View().SetSharedDraws(true);
+    const auto draw = [](LiveView& view, int place, unsigned char red) {
+        wglMakeCurrent(view->GetContextRecord(GLContextMain).deviceContext,
+                       view->GetContextRecord(GLContextMain).renderingContext);
+        view->EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderColorPassThrough);
+        view->BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        for (const auto& [x, y] : {std::pair{0, 0}, {8, 0}, {8, 8}}) {
+            view->AddIndex2DVertexRGBA(place + x, y, red, 0, 0, 255);
+        }
+        view->EndArraysAndDisableClientState();
+    };
+    live->Clear();
+    other->MakeCurrent(GLContextMain);
+    other.Clear();
+    for (int place = 0; place < 100; place += 20) {
+        draw(*live, place, 100);
+        draw(other, place + 10, 200);
+    }
+    View().MakeCurrent(GLContextMain);
+    EXPECT_EQ(live->At(86, 2), (Pixel{100, 0, 0, 255}));
+    EXPECT_EQ(live->At(96, 2), kBlack);
+    other->MakeCurrent(GLContextMain);
+    EXPECT_EQ(other.At(96, 2), (Pixel{200, 0, 0, 255}));
+    EXPECT_EQ(other.At(86, 2), kBlack);
+    View().MakeCurrent(GLContextMain);
+}
+
 TEST_P(SharedDrawing, DiscardedBatchIsNotDrawnAndThoseBeforeAre) {
     const Picture single = FrameOf([&] { DrawSquare(0); });
     const Picture shared = FrameOf([&] {

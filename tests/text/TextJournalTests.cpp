@@ -328,6 +328,80 @@ TEST_F(Text, FontIsUploadedOnceForAllViewsAndGoesWithTheLast) {
     EXPECT_GT(live->CountDrawn(), 10);
 }
 
+class LargeFont : public Text, public testing::WithParamInterface<bool> {
+protected:
+    /// Characters of five rows of the font's texture.
+    static constexpr const wchar_t* kFromManyRows = L"\u0416\u0633\u2202\u2588";
+
+    LargeFont() {
+        FontParameters request = FontRequest(L"DejaVu Sans", 24);
+        EXPECT_EQ(View().SetUpNewFont(request), S_OK);
+        EXPECT_GT(Font().textureBytes, 5'000'000);
+        driver.JournalOnly({"glTexImage2D", "glTexSubImage2D", "glTexStorage2D", "glGenerateMipmap"});
+        driver.StartJournal();
+    }
+    static const FontAtlasGlyphMetrics& Font() { return *COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics(); }
+    /// The part of the font's texture that was uploaded since the journal was asked last, 1 for all of it.
+    double Uploaded() {
+        double rows = 0.0;
+        for (const DriverCall& call : driver.Journal("glTexSubImage2D")) {
+            rows += call.Integer(1) == 0 ? static_cast<double>(call.Integer(5)) : 0.0;
+        }
+        EXPECT_TRUE(driver.Journal("glTexImage2D").empty());
+        EXPECT_TRUE(driver.Journal("glGenerateMipmap").empty());
+        driver.StartJournal();
+        return rows / Font().textureHeight;
+    }
+    Picture Strings() {
+        live->Clear();
+        Setup();
+        DrawString(L"Ag", 2.0, 8.0);
+        DrawString(kFromManyRows, 2.0, 48.0);
+        EXPECT_EQ(View().DrawFontAtlasScaledRotatedTextString(kFromManyRows, nullptr, false, false, 40, 80, 0, 0.4, 0.4,
+                                                              1, 20),
+                  S_OK);
+        Teardown();
+        return TakePicture(View(), 128, 128);
+    }
+};
+
+// A frame that shows the first string of a large font must not wait for megabytes that it does not show. What it shows
+// has to be there all the same, also where the host has released the font's bytes meanwhile.
+TEST_P(LargeFont, IsUploadedByTheRowsThatStringsNeed) {
+    Setup();
+    DrawString(L"Ag", 2.0, 8.0);
+    Teardown();
+    EXPECT_EQ(driver.Journal("glTexStorage2D").size(), 1U);
+    EXPECT_LT(Uploaded(), 0.15);
+    EXPECT_GT(live->CountDrawn(), 100);
+    Setup();
+    DrawString(L"Agag", 2.0, 8.0);
+    Teardown();
+    EXPECT_EQ(Uploaded(), 0.0);
+
+    const bool released = GetParam();
+    if (released) {
+        COpenGLView::m_gFontManager.GetFontAtlas(COpenGLView::m_gFontManager.GetCurrentFontIndex())
+            ->ReleaseRawTexture();
+    }
+    const Picture parts = Strings();
+    const double uploaded = Uploaded();
+    EXPECT_GT(uploaded, 0.05);
+    if (!released) {
+        EXPECT_LT(uploaded, 0.6);
+    }
+    // A host that draws glyphs of its own choice finds all of them.
+    View().EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, Font().textureName, GLShaderText);
+    View().BeginArrays(GL_TRIANGLES, GLShaderText);
+    View().EndArraysAndDisableClientState();
+    EXPECT_GE(uploaded + Uploaded(), 0.85);
+    EXPECT_EQ(Strings().pixels, parts.pixels);
+    EXPECT_EQ(Uploaded(), 0.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Bytes, LargeFont, testing::Bool(),
+                         [](const auto& tested) { return tested.param ? "Released" : "Kept"; });
+
 // Ten fonts are loaded and one more comes, through the other view. The texture of the font that this view has bound is
 // deleted, its name is used again, and this view's strings must come from the new one.
 TEST_F(Text, FontThatGoesWhileAnotherViewHasItBoundIsNotMistakenForItsSuccessor) {

@@ -149,6 +149,55 @@ TEST_F(TextPictures, KernedPairsMoveTogether) {
     }
 }
 
+/// Rows of a level of the texture that is bound.
+std::vector<unsigned char> TexelsOf(int level, int width, int height, int firstRow, int rows) {
+    std::vector<unsigned char> all(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glGetTexImage(GL_TEXTURE_2D, level, GL_RED, GL_UNSIGNED_BYTE, all.data());
+    const auto begin = all.begin() + static_cast<std::ptrdiff_t>(firstRow) * width;
+    return {begin, begin + static_cast<std::ptrdiff_t>(rows) * width};
+}
+
+// The smaller levels of a large font are made in parts by the library. They must be what the driver makes of the whole,
+// or scaled labels would look otherwise with a large font than with a small one.
+TEST_F(TextPictures, LevelsOfALargeFontAreTheDriversOwn) {
+    FontParameters request = FontRequest(L"DejaVu Sans", 23);
+    ASSERT_EQ(View().SetUpNewFont(request), S_OK);
+    DrawInPixels(View(), L"A\u0633", 10.0, 30.0);
+    const FontAtlasGlyphMetrics& font = *COpenGLView::m_gFontManager.GetCurrentFontAtlasMetrics();
+    ASSERT_GT(font.textureBytes, 5'000'000);
+    int textureWidth = 0;
+    int textureHeight = 0;
+    unsigned char* bytes = nullptr;
+    COpenGLView::m_gFontManager.GetCurrentFontTexture(textureWidth, textureHeight, &bytes);
+    unsigned int whole = 0;
+    glGenTextures(1, &whole);
+    glBindTexture(GL_TEXTURE_2D, whole);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_R8, textureWidth, textureHeight, 0, GL_RED, GL_UNSIGNED_BYTE, bytes);
+    View().GetContextRecord(GLContextMain).glCement->glGenerateMipmap(GL_TEXTURE_2D);
+    for (const wchar_t character : {L'A', L'\u0633'}) {
+        const int cellTop = font.characterMap[character] / font.columns * font.cellHeight;
+        for (int level = 0; level < 3; ++level) {
+            const int width = textureWidth >> level;
+            const int height = textureHeight >> level;
+            const int top = cellTop * height / textureHeight;
+            const int rows = std::min(font.cellHeight * height / textureHeight + 1, height - top);
+            glBindTexture(GL_TEXTURE_2D, font.textureName);
+            const std::vector<unsigned char> texels = TexelsOf(level, width, height, top, rows);
+            glBindTexture(GL_TEXTURE_2D, whole);
+            const std::vector<unsigned char> wanted = TexelsOf(level, width, height, top, rows);
+            int most = 0;
+            for (std::size_t texel = 0; texel < texels.size(); ++texel) {
+                most = std::max(most, std::abs(texels[texel] - wanted[texel]));
+            }
+            EXPECT_LE(most, 3) << "level " << level << ", character " << static_cast<int>(character);
+            EXPECT_GT(*std::ranges::max_element(wanted), 100);
+        }
+    }
+    glDeleteTextures(1, &whole);
+}
+
 using Drawing = std::function<void(COpenGLView&)>;
 struct GoldenCase {
     const char* name;

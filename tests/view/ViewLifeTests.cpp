@@ -35,9 +35,9 @@ TEST_F(ViewLife, RecordsStartAtTheirDefaults) {
     const auto view = std::make_unique<COpenGLView>();
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
         const GLRenderingContextRecord& record = view->GetContextRecord(type);
-        EXPECT_EQ(record.eye, glm::dvec3(0, 0, 1));
-        EXPECT_EQ(record.target, glm::dvec3(0));
-        EXPECT_EQ(record.up, glm::dvec3(0, 1, 0));
+        EXPECT_EQ(record.camera.eye, glm::dvec3(0, 0, 1));
+        EXPECT_EQ(record.camera.target, glm::dvec3(0));
+        EXPECT_EQ(record.camera.up, glm::dvec3(0, 1, 0));
         EXPECT_EQ(record.textScale, 1.0);
         EXPECT_EQ(record.attributes.textTransparency, 255);
         EXPECT_EQ(record.attributes.textureTransparency, 1.0F);

@@ -1,0 +1,127 @@
+#include "FeatureGeometry.h"
+
+#include "data/PointCloud.h"
+
+#include <cstddef>
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr Rgb kOutline{255, 176, 64};
+constexpr float kOutlineWidthPixels = 1.0F;
+constexpr float kSymbolSizePixels = 5.0F;
+
+bool Overlap(const Extent& one, const Extent& other) {
+    return one.low.x <= other.high.x && other.low.x <= one.high.x && one.low.y <= other.high.y &&
+           other.low.y <= one.high.y;
+}
+
+void AddPosition(KTR::COpenGLView& view, const Position& place) {
+    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
+}
+
+void AddPath(KTR::COpenGLView& view, const Path& path, unsigned int mode, const GroundPosition& onTheGround) {
+    view.BeginArrays(mode, KTR::GLShaderLine);
+    for (const Position& position : path) {
+        AddPosition(view, onTheGround(position));
+    }
+    view.EndArrays();
+}
+
+void EnableColors(KTR::COpenGLView& view, KTR::GLShaderTypes shader) {
+    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, shader);
+}
+
+} // namespace
+
+void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area,
+                                std::uint8_t opacity, const GroundPosition& onTheGround) {
+    if (m_areaEnds.empty() || m_opacity != opacity) {
+        AddAreas(view, layer, opacity, onTheGround);
+    }
+    view.Enable(GL_BLEND);
+    view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    EnableColors(view, KTR::GLShaderColorPassThrough);
+    // Those that follow each other are one draw.
+    int first = 0;
+    for (std::size_t index = 0; index <= m_areaEnds.size(); ++index) {
+        const int begin = index > 0 ? m_areaEnds[index - 1] : 0;
+        if (index == m_areaEnds.size() || !Overlap(layer.features[index].extent, area)) {
+            view.DrawGeometry(m_areas, first, begin - first);
+            first = index < m_areaEnds.size() ? m_areaEnds[index] : begin;
+        }
+    }
+    view.DisableClientState();
+    view.Disable(GL_BLEND);
+}
+
+void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer,
+                                   const GroundPosition& onTheGround) {
+    if (!m_hasOutlines) {
+        AddOutlines(view, layer, onTheGround);
+    }
+    view.LineWidth(kOutlineWidthPixels);
+    EnableColors(view, KTR::GLShaderLine);
+    view.DrawGeometry(m_lines);
+    view.DisableClientState();
+
+    view.PointSize(kSymbolSizePixels);
+    EnableColors(view, KTR::GLShaderPoint);
+    view.DrawGeometry(m_symbols);
+    view.DisableClientState();
+}
+
+void FeatureGeometry::Release() {
+    m_areas.Clear();
+    m_areaEnds.clear();
+    m_lines.Clear();
+    m_symbols.Clear();
+    m_hasOutlines = false;
+}
+
+void FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
+                               const GroundPosition& onTheGround) {
+    KTR::GLTesselator* const tesselator = view.GetTesselator();
+    m_areaEnds.clear();
+    if (!tesselator || view.BeginGeometry(m_areas) != S_OK) {
+        return;
+    }
+    for (std::size_t index = 0; index < layer.features.size(); ++index) {
+        FillPolygons(*tesselator, layer.features[index], index, opacity, onTheGround);
+        m_areaEnds.push_back(m_areas.GetCount());
+    }
+    if (view.EndGeometry() != S_OK) {
+        m_areaEnds.clear();
+    }
+    m_opacity = opacity;
+}
+
+void FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround) {
+    if (view.BeginGeometry(m_lines) != S_OK) {
+        return;
+    }
+    for (const VectorFeature& feature : layer.features) {
+        for (const Path& line : feature.lines) {
+            AddPath(view, line, GL_LINE_STRIP, onTheGround);
+        }
+        for (const Polygon& polygon : feature.polygons) {
+            for (const Path& ring : polygon.rings) {
+                AddPath(view, ring, GL_LINE_LOOP, onTheGround);
+            }
+        }
+    }
+    if (view.EndGeometry() != S_OK || view.BeginGeometry(m_symbols) != S_OK) {
+        return;
+    }
+    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
+    for (const VectorFeature& feature : layer.features) {
+        for (const Position& point : feature.points) {
+            AddPosition(view, onTheGround(point));
+        }
+    }
+    view.EndArrays();
+    m_hasOutlines = view.EndGeometry() == S_OK;
+}
+
+} // namespace OrrinViewer
