@@ -32,6 +32,8 @@ const Way kWays[] = {
     {"by_hand_8000", "by hand, 8,000", true, kLong, [] { return DrawByHand(8'000); }},
     {"fixed", "fixed-function", false, kAny, [] { return DrawWithLibrary({}); }},
     {"4x", "4.x", true, kAny, [] { return DrawWithLibrary({}); }},
+    {"4x_bulk", "4.x, bulk", true, kInArrays, [] { return DrawWithLibrary({.adding = Adding::InBulk}); }},
+    {"4x_reserved", "4.x, reserved", true, kInArrays, [] { return DrawWithLibrary({.adding = Adding::Reserved}); }},
     {"4x_each", "4.x, each batch bracketed", true, kManySmall,
      [] { return DrawWithLibrary({.bracketsEachBatch = true}); }},
     {"fixed_shared", "fixed-function, shared", false, kShares, [] { return DrawWithLibrary({.sharesDraws = true}); }},

@@ -33,7 +33,7 @@ measure() {
 }
 step bench-mesa "Frames on the machine's driver" measure driver >&2
 ORRIN_DLL_OVERRIDES=opengl32=n,b step bench-null "Frames on a driver that swallows everything" \
-    measure null --benchmark_filter='^(points|lines|triangles|quads|six_vertex_batches|labels)/(4x|by_hand|by_hand_8000)/' >&2
+    measure null --benchmark_filter='^(points|lines|triangles|quads|six_vertex_batches|labels)/(4x|4x_bulk|4x_reserved|by_hand|by_hand_8000)/' >&2
 start_programs() {
     for ((start = 0; start < starts; ++start)); do
         tools/wine-run.sh $programs/start_bench.exe

@@ -5,6 +5,7 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 namespace Frames {
@@ -36,15 +37,35 @@ private:
     bool m_on;
 };
 
+/// Vertices as bulk adds take them.
+struct VertexArrays {
+    VertexArrays() = default;
+    explicit VertexArrays(const std::vector<DrawnVertex>& vertices) {
+        for (const DrawnVertex& vertex : vertices) {
+            points.push_back(vertex.position);
+            colors.push_back(vertex.color);
+            texture.push_back(vertex.texture);
+        }
+    }
+    std::vector<PointXYZ> points;
+    std::vector<GLRGBAColor> colors;
+    std::vector<GLTexCoords> texture;
+};
+
 class LibraryPainter final : public Painter {
 public:
     explicit LibraryPainter(const LibraryUse& use) : m_use(use) {}
 
     void Prepare(Stage& stage, const Content& content) override {
         m_view = &stage.View();
-        if (const auto* batches = std::get_if<Batches>(&content); batches && batches->textured) {
-            const Texture& texture = stage.QuadTexture();
-            m_view->DrawSetupSetShaderTexture(texture.texture, texture.sampler);
+        if (const auto* batches = std::get_if<Batches>(&content)) {
+            if (batches->textured) {
+                const Texture& texture = stage.QuadTexture();
+                m_view->DrawSetupSetShaderTexture(texture.texture, texture.sampler);
+            }
+            if (m_use.adding == Adding::InBulk) {
+                m_arrays = VertexArrays(batches->vertices);
+            }
         } else if (const auto* tiles = std::get_if<Tiles>(&content)) {
             m_tileTextures = &stage.TileTextures(*tiles);
         } else if (const auto* labels = std::get_if<Labels>(&content)) {
@@ -154,7 +175,11 @@ private:
             }
             m_view->BeginArrays(content.mode, content.shader);
             content.Walk(batch, [&](const DrawnVertex* first, const DrawnVertex* last) {
-                if (content.textured) {
+                if (m_use.adding == Adding::InBulk) {
+                    AddInBulk(first - content.vertices.data(), last - first, content.textured);
+                } else if (m_use.adding == Adding::Reserved) {
+                    AddReserved(first, last);
+                } else if (content.textured) {
                     AddTextured(first, last);
                 } else {
                     AddColored(first, last);
@@ -210,6 +235,25 @@ private:
                                                        in->texture.t, in->color.a);
         }
     }
+    void AddInBulk(std::ptrdiff_t first, std::ptrdiff_t count, bool textured) {
+        m_view->AddVerticesRGBA(m_arrays.points.data() + first, m_arrays.colors.data() + first, nullptr,
+                                textured ? m_arrays.texture.data() + first : nullptr, static_cast<std::size_t>(count),
+                                0.0, 0.0, 0.0);
+    }
+    void AddReserved(const DrawnVertex* first, const DrawnVertex* last) {
+        const auto count = static_cast<int>(last - first);
+        GLDrawGeometry* record = m_view->ReserveRecords(count);
+        for (const DrawnVertex* in = first; in != last; ++in, ++record) {
+            record->x = static_cast<float>(in->position.x);
+            record->y = static_cast<float>(in->position.y);
+            record->z = static_cast<float>(in->position.z);
+            record->nx = record->ny = record->nz = 0.0F;
+            record->s = static_cast<float>(in->texture.s);
+            record->t = static_cast<float>(in->texture.t);
+            std::memcpy(&record->r, &in->color, sizeof(in->color));
+        }
+        m_view->CommitRecords(count);
+    }
     /// The caller's geometry, uploaded once for each pipeline.
     GLVBO& VertexBuffer() {
         static GLVBO buffers[2];
@@ -246,6 +290,7 @@ private:
     LibraryUse m_use;
     COpenGLView* m_view = nullptr;
     GLGeometry m_geometry; ///< what is kept, of the painter's one content
+    VertexArrays m_arrays;
     const std::vector<Texture>* m_tileTextures = nullptr;
     std::vector<TexturedQuadrilateral> m_quadrilaterals;
     unsigned int m_lists = 0; ///< the display lists that fixed functions draw text from

@@ -24,6 +24,13 @@ public:
     virtual void Leave() {}
 };
 
+/// How a host adds vertices to a batch of the library's.
+enum class Adding {
+    OneByOne,
+    InBulk,   ///< from arrays
+    Reserved, ///< as records that it writes itself
+};
+
 /// What a host of the library chooses.
 struct LibraryUse {
     /// The documented order for each batch, EnableClientState... and DisableClientState included, instead of once
@@ -37,6 +44,7 @@ struct LibraryUse {
     bool inOneCall = false;
     /// As geometry that stays, which is added when first drawn.
     bool keepsGeometry = false;
+    Adding adding = Adding::OneByOne;
 };
 
 std::unique_ptr<Painter> DrawWithLibrary(const LibraryUse& use);

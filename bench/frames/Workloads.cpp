@@ -233,10 +233,10 @@ std::vector<unsigned char> QuadTexturePixels() {
 std::vector<Workload> MakeWorkloads(bool quick) {
     const int millions = quick ? 1 : 10;
     return {
-        {"points", "1,000,000 points", kLong, Points},
-        {"lines", "200,000 separate lines", kLong, Lines},
-        {"triangles", "300,000 triangles", kLong, Triangles},
-        {"quads", "100,000 textured quads", kLong, Quads},
+        {"points", "1,000,000 points", kLong | kInArrays, Points},
+        {"lines", "200,000 separate lines", kLong | kInArrays, Lines},
+        {"triangles", "300,000 triangles", kLong | kInArrays, Triangles},
+        {"quads", "100,000 textured quads", kLong | kInArrays, Quads},
         {"six_vertex_batches", "20,000 batches of six vertices", kManySmall | kShares | kManyCalls, SixVertexBatches},
         {"line_strings", "5,000 line strings of 40 vertices", kManySmall | kShares | kStandsStill, LineStrings},
         {"parcels", "470 parcels with holes, filled", kManySmall | kShares | kStandsStill, Parcels},

@@ -93,7 +93,8 @@ enum Traits : unsigned {
     kManyCalls = 4,   ///< so many calls into the library that a logger shows
     kStandsStill = 8, ///< a map's own content, which a host may add once and keep
     kShares = 16,     ///< many draws that a host may let share fences
-    kTiled = 32       ///< quadrilaterals that one call can draw
+    kTiled = 32,      ///< quadrilaterals that one call can draw
+    kInArrays = 64    ///< vertices that a host may well have in arrays
 };
 
 struct Workload {

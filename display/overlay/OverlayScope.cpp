@@ -19,10 +19,13 @@ bool HasFramebuffers(const GLCalls& gl) {
 } // namespace
 
 OverlayScope::OverlayScope(COpenGLView& view)
-    : m_view(view), m_gl(ViewAccess::CallGL(view)), m_attributes(ViewAccess::CurrentRecord(view).attributes),
-      m_matrices(ViewAccess::CurrentMatrices(view)), m_matrixStacks(ViewAccess::CurrentRecord(view).matrixStacks),
+    : m_pause(view), m_view(view), m_gl(ViewAccess::CallGL(view)),
+      m_attributes(ViewAccess::CurrentRecord(view).attributes), m_matrices(ViewAccess::CurrentMatrices(view)),
+      m_matrixStacks(ViewAccess::CurrentRecord(view).matrixStacks),
       m_attributeStack(ViewAccess::CurrentRecord(view).attributeStack), m_textRuns(ViewAccess::Text(view).setups.count),
       m_sharedDepth(ViewAccess::Batch(view).sharedDepth), m_textScale(ViewAccess::CurrentRecord(view).textScale),
+      m_offset{ViewAccess::CurrentRecord(view).coordinateOffsetX, ViewAccess::CurrentRecord(view).coordinateOffsetY},
+      m_camera(ViewAccess::CurrentRecord(view).camera), m_loadedView(ViewAccess::CurrentRecord(view).loadedView),
       m_shaderTexture(ViewAccess::Textures(view).shaderTexture),
       m_shaderSampler(ViewAccess::Textures(view).shaderSampler) {
     // What the library itself has set for the program in use must not be kept as the host's state.
@@ -72,6 +75,10 @@ OverlayScope::~OverlayScope() {
     record.attributePushDepth = m_depths[2];
     record.textMatrixPushDepth = m_depths[3];
     record.textScale = m_textScale;
+    record.coordinateOffsetX = m_offset.x;
+    record.coordinateOffsetY = m_offset.y;
+    record.camera = m_camera;
+    record.loadedView = m_loadedView;
     ViewAccess::CurrentMatrices(m_view) = m_matrices;
     const std::array<int, 4>& viewport = m_attributes.viewport;
     ViewAccess::CurrentMath(m_view).SetViewport({viewport[0], viewport[1], viewport[2], viewport[3]});

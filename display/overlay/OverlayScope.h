@@ -1,12 +1,14 @@
 #pragma once
 
+#include "../pipeline/GeometryPause.h"
 #include "../platform/GLCalls.h"
 #include "../view/ViewAccess.h"
 
 namespace KTR {
 
 /// Lets code of others draw on the view's context and takes back whatever it has changed there: OpenGL's state, the
-/// library's copy of it, matrices and their stacks, open batches and runs. The view's context has to be current.
+/// library's copy of it, matrices and their stacks, the camera,
+/// open batches and runs. The view's context has to be current.
 ///
 /// Client state is disabled afterwards, and a program of the library's is in use no longer.
 class OverlayScope {
@@ -22,6 +24,7 @@ private:
         GLint read = 0;
     };
 
+    GeometryPause m_pause;
     COpenGLView& m_view;
     GLCalls m_gl;
     GLAttributes m_attributes;
@@ -32,6 +35,9 @@ private:
     int m_textRuns;
     int m_sharedDepth;
     double m_textScale;
+    PointXY m_offset;
+    ViewCamera m_camera;
+    decltype(GLRenderingContextRecord::loadedView) m_loadedView;
     unsigned int m_shaderTexture;
     unsigned int m_shaderSampler;
     GLuint m_hostProgram = 0;

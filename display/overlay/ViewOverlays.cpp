@@ -78,8 +78,6 @@ bool DrawOverlays(COpenGLView& view, TileMask& covered) {
         covered.AddRectangle(area.left, area.top, area.right, area.bottom);
     }
     if (state.band.IsActive()) {
-        const OverlayScope scope(view);
-        view.Disable(GL_DEPTH_TEST);
         try {
             DrawRubberBand(view, covered);
         } catch (...) {
@@ -187,8 +185,6 @@ long KeepRubberBand(COpenGLView& view) {
     }
     state.isInBack = true;
     {
-        const OverlayScope scope(view);
-        view.Disable(GL_DEPTH_TEST);
         try {
             DrawRubberBand(view, state.covered);
         } catch (...) {

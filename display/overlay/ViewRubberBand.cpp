@@ -1,10 +1,11 @@
 #include "../view/OpenGLView.h"
 
-#include "../view/ViewAccess.h"
+#include "../shapes/ShapeStyles.h"
+#include "ClientDrawing.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cwchar>
+#include <string>
 
 namespace KTR {
 
@@ -17,13 +18,32 @@ double InRange(double value, double low, double high) {
     return std::isnan(value) ? low : std::clamp(value, low, high);
 }
 
-/// Client pixels as coordinates: the band is drawn as it stands in the window, whatever the camera.
-void CountInClientPixels(COpenGLView& view, int width, int height) {
-    view.SetUpViewport(0, 0, width, height);
-    view.MatrixMode(GL_PROJECTION);
-    view.Ortho(0.0, width, height, 0.0, -1.0, 1.0);
-    view.MatrixMode(GL_MODELVIEW);
-    view.LoadIdentity();
+constexpr int kTextCapacity = 256;
+constexpr double kTextAside = 10.0; // from the mouse, to the right and up
+
+GLLineStyle LineStyleOf(const GLRubberBandStyle& style) {
+    GLLineStyle line;
+    line.color = style.color;
+    line.width = style.widthPixels;
+    line.join = GLLineJoinRound;
+    line.miterLimit = 1.0;
+    if (style.dashPixels > 0.0) {
+        line.dashes = {style.dashPixels, style.gapPixels};
+    }
+    if (style.casingColor.a != 0 && style.casingPixels > 0.0) {
+        line.casingWidth = style.widthPixels + 2.0 * style.casingPixels;
+        line.casingColor = style.casingColor;
+    }
+    return line;
+}
+
+std::wstring TextBeside(const RubberBand& band, const GLRubberBandStyle& style) {
+    wchar_t text[kTextCapacity] = {};
+    if (style.text) {
+        style.text(band.Points().data(), static_cast<int>(band.Points().size()), text, kTextCapacity, style.context);
+        text[kTextCapacity - 1] = L'\0';
+    }
+    return text;
 }
 
 } // namespace
@@ -32,28 +52,28 @@ void DrawRubberBand(COpenGLView& view, TileMask& covered) {
     const OverlayState& state = ViewAccess::Overlays(view);
     const RubberBand& band = state.band;
     const GLRubberBandStyle& style = state.bandStyle;
-    CountInClientPixels(view, state.width, state.height);
-    const std::vector<PointXY> outline = band.Outline();
-    const double reach = style.widthPixels / 2.0 + style.casingPixels + 2.0;
     if (band.Type() == GLRubberBandCustom) {
+        const OverlayScope scope(view);
+        view.Disable(GL_DEPTH_TEST);
         GLCoveredArea area{0.0, 0.0, static_cast<double>(state.width), static_cast<double>(state.height)};
-        style.draw(view, outline.data(), static_cast<int>(outline.size()), area, style.context);
+        style.draw(view, band.Points().data(), static_cast<int>(band.Points().size()), area, style.context);
         covered.AddRectangle(area.left, area.top, area.right, area.bottom);
-        return;
+    } else {
+        ClientDrawing drawing(view);
+        const std::vector<PointXY> outline = band.Outline();
+        if (band.IsClosed() && style.fillColor.a != 0) {
+            drawing.FillPolygon(outline, style.fillColor, &covered);
+        }
+        drawing.DrawLine(outline, band.IsClosed(), LineStyleOf(style), &covered);
     }
-    for (std::size_t index = 0; index + 1 < outline.size(); ++index) {
-        covered.AddSegment(outline[index].x, outline[index].y, outline[index + 1].x, outline[index + 1].y, reach);
+    if (const std::wstring text = TextBeside(band, style); !text.empty()) {
+        ClientDrawing drawing(view);
+        // Beside the mouse, and inside of the window.
+        const double width = drawing.WidthOf(text);
+        const PointXY& mouse = band.Points().back();
+        const double x = std::max(std::min(mouse.x + kTextAside, drawing.Width() - width - kTextAside), kTextAside);
+        drawing.DrawString(text, x, std::max(mouse.y - kTextAside, 3.0 * kTextAside), style.color, &covered);
     }
-    if (band.IsClosed()) {
-        covered.AddSegment(outline.back().x, outline.back().y, outline.front().x, outline.front().y, reach);
-    }
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderColorPassThrough);
-    view.LineWidth(static_cast<float>(style.widthPixels));
-    view.BeginArrays(band.IsClosed() ? GL_LINE_LOOP : GL_LINE_STRIP, GLShaderColorPassThrough);
-    for (const PointXY& point : outline) {
-        view.AddIndex2DVertexRGBA(point.x, point.y, style.color.r, style.color.g, style.color.b, style.color.a);
-    }
-    view.EndArraysAndDisableClientState();
 }
 
 long COpenGLView::BeginRubberBand(GLRubberBandTypes type, double clientX, double clientY) {

@@ -71,17 +71,6 @@ unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const
     }
 }
 
-/// Takes the matrices that the program `type` wants from a context.
-void GatherMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, ProgramUniforms& uniforms) {
-    const MatrixSet& matrices = ViewAccess::Matrices(view, context);
-    // The product is formed in double precision: large translations in the two matrices cancel before they are rounded.
-    uniforms.projectionTimesModelview = glm::mat4(matrices.projection * matrices.modelview);
-    if (StockProgramOf(type).lit) {
-        uniforms.modelview = glm::mat4(matrices.modelview);
-        uniforms.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(matrices.modelview)));
-    }
-}
-
 /// Takes from a context's state what programs want, beside the matrices.
 void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramUniforms& uniforms) {
     const GLAttributes& attributes = ViewAccess::Record(view, context).attributes;
@@ -148,7 +137,7 @@ bool IsStockProgramInUse(COpenGLView& view, GLShaderTypes type) {
 /// Gives the stock program, which is in use with all else that it wants, the uniforms that have changed since.
 void FollowUniforms(COpenGLView& view, GLShaderTypes type) {
     ProgramUniforms wanted;
-    GatherMatrices(view, view.GetCurrentContextType(), type, wanted);
+    TakeMatrices(ViewAccess::CurrentMatrices(view), type, wanted);
     GatherUniforms(view, view.GetCurrentContextType(), wanted);
     ContextObjects& objects = ViewAccess::CurrentObjects(view);
     if (AgreeFor(type, wanted, objects.boundUniforms)) {
@@ -164,6 +153,15 @@ void FollowUniforms(COpenGLView& view, GLShaderTypes type) {
 }
 
 } // namespace
+
+void TakeMatrices(const MatrixSet& matrices, GLShaderTypes type, ProgramUniforms& uniforms) {
+    // The product is formed in double precision: large translations in the two matrices cancel before they are rounded.
+    uniforms.projectionTimesModelview = glm::mat4(matrices.projection * matrices.modelview);
+    if (StockProgramOf(type).lit) {
+        uniforms.modelview = glm::mat4(matrices.modelview);
+        uniforms.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(matrices.modelview)));
+    }
+}
 
 /// False when there is no memory to remember the vertex array.
 bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& data, GLVBO& vbo) {
@@ -196,7 +194,7 @@ void BindMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTy
                   const UniformWriter& writer) {
     gl.Label(L"BindMatricesToShaderProgram: BEGIN");
     ProgramUniforms& uniforms = ViewAccess::CurrentObjects(view).boundUniforms;
-    GatherMatrices(view, context, type, uniforms);
+    TakeMatrices(ViewAccess::Matrices(view, context), type, uniforms);
     writer.WriteMatrix(uniforms);
     gl.Label(L"BindMatricesToShaderProgram: END");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../values/ContextTypes.h"
+#include "../values/MatrixStack.h"
 #include "ContextObjects.h"
 
 namespace KTR {
@@ -23,6 +24,8 @@ void RestoreUniforms(COpenGLView& view, const GLCalls& gl);
 /// Binds the vertex array of a program, and a buffer that all its inputs are read from; makes both where they are not
 /// there. False when there is no memory to remember the vertex array.
 bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& data, GLVBO& vbo);
+/// Gives uniforms the matrices that the stock program `type` wants.
+void TakeMatrices(const MatrixSet& matrices, GLShaderTypes type, ProgramUniforms& uniforms);
 /// Gives the program in use, the writer's, the matrices of a context.
 void BindMatrices(COpenGLView& view, GLRenderingContextTypes context, GLShaderTypes type, const GLCalls& gl,
                   const UniformWriter& writer);

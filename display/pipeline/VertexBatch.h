@@ -27,6 +27,17 @@ struct VertexBatchState {
     bool stateDisableWaits = false; ///< DisableClientState was called since
     bool drawArraysOnly = true;     ///< OpenGL 4.x: draw without indices
 
+    // Records may stand in the ring's segment, which is free for them, before they are drawn from it.
+    int addLimit = kBatchCapacity;      ///< an add that finds more records than this makes room first, or writes ahead
+    int writtenCount = 0;               ///< so many at the start stand in the ring
+    unsigned long long writtenTurn = 0; ///< as long as this is the ring's turn
+    int ringOnlyCount = 0;              ///< some of so many at the start stand in the ring only, not in the arrays
+
+    // What ReserveRecords gave, until CommitRecords.
+    int reservedCount = 0;
+    int reservedSlot = 0;
+    unsigned long long reservedTurn = 0; ///< of the ring; 0 where the place is in the arrays
+
     bool SharesDraws() const { return sharedDepth > 0 || sharesAlways; }
 
     /// Drops what waits to be drawn, with the context that it was meant for.
@@ -39,6 +50,10 @@ struct VertexBatchState {
     /// Drops all but the first `count` vertices. The indices behind them become the identity again.
     void Keep(int count) {
         batchVertexCount = count;
+        writtenCount = std::min(writtenCount, count);
+        ringOnlyCount = std::min(ringOnlyCount, count);
+        reservedCount = 0;
+        addLimit = std::min(count + kWriteAheadRecords, kBatchCapacity);
         for (int slot = count; slot < strayIndices; ++slot) {
             batchIndexPointer[slot] = static_cast<unsigned int>(slot);
         }

@@ -63,8 +63,8 @@ inline unsigned char Shade(unsigned char channel, double shade) {
 
 /// The slot of the next vertex. A batch flushes when an add finds it beyond capacity.
 inline int COpenGLView::NextBatchSlot() {
-    if (m_batch.batchVertexCount > kBatchCapacity) {
-        FlushFullBatch();
+    if (m_batch.batchVertexCount > m_batch.addLimit) {
+        MakeRoomForAdd();
     }
     return m_batch.batchVertexCount;
 }
@@ -159,11 +159,14 @@ inline void COpenGLView::AddIndex3DVertexNormalTexCoordRGBA(double x, double y, 
     CountBatchVertices(slot + 1);
 }
 
-/// For adds that name records by their place in the batch, which must then begin with the first.
+/// For adds that name records by their place in the batch, which must then begin with the first. They may come back to
+/// a record, so nothing is written ahead.
 inline void COpenGLView::BeginAtFirstRecord() {
-    if (m_batch.waitingCount > 0) {
-        DrawWaitingVertices();
+    if (m_batch.waitingCount > 0 || m_batch.ringOnlyCount > 0) {
+        DrawBeforeFirstRecord();
     }
+    m_batch.writtenCount = 0;
+    m_batch.addLimit = kBatchCapacity;
 }
 
 inline void COpenGLView::AddDataIndex(unsigned int index) {

@@ -12,6 +12,9 @@ inline constexpr int kBatchRecords = kBatchCapacity + 1;
 /// Records of the batch arrays. The two spare ones let a whole triangle start at the last record of a batch.
 inline constexpr int kBatchArrayRecords = kBatchRecords + 2;
 
+/// Records after which the adds of a 4.x batch are written on into the ring, while they are still in the cache.
+inline constexpr int kWriteAheadRecords = 512;
+
 /// Parts of the vertex ring; the GPU draws from two while the CPU fills the third.
 inline constexpr int kRingSegments = 3;
 /// Bytes of the ring's vertex and index storage.

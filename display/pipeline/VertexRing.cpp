@@ -4,6 +4,8 @@
 
 #include <GL/glext.h>
 
+#include <atomic>
+
 namespace KTR {
 
 namespace {
@@ -17,6 +19,11 @@ void* MapStorage(const GLCalls& gl, GLenum target, unsigned int bytes) {
     }
     gl.glBufferStorage(target, static_cast<GLsizeiptr>(bytes), nullptr, kPersistentMapping);
     return gl.glMapBufferRange(target, 0, static_cast<GLsizeiptr>(bytes), kPersistentMapping);
+}
+
+unsigned long long NextTurn() {
+    static std::atomic<unsigned long long> s_last{0};
+    return ++s_last;
 }
 
 } // namespace
@@ -56,6 +63,7 @@ bool VertexRing::Create(const GLCalls& gl) {
     }
     m_buffers.vertexBytes = kRingVertexBytes;
     NumberSegments(m_buffers);
+    m_turn = NextTurn();
     return true;
 }
 
@@ -92,6 +100,7 @@ void VertexRing::Fence(const GLCalls& gl) {
 
 unsigned long long VertexRing::Advance(const GLCalls& gl) {
     m_used = 0;
+    m_turn = NextTurn();
     m_buffers.currentSegment = (m_buffers.currentSegment + 1) % kRingSegments;
     return WaitForFence(gl, m_buffers.segments[m_buffers.currentSegment].fence);
 }
@@ -107,6 +116,9 @@ unsigned long long VertexRing::ReleaseFences(const GLCalls& gl) {
             gl.glDeleteSync(segment.fence);
             segment.fence = nullptr;
         }
+    }
+    if (m_buffers.mappedVertices) {
+        m_turn = NextTurn();
     }
     m_buffers.currentSegment = 0;
     m_used = 0;
@@ -127,6 +139,7 @@ void VertexRing::Release(const GLCalls& gl) {
     m_buffers = {};
     m_used = 0;
     m_lacksFence = false;
+    m_turn = 0;
 }
 
 } // namespace KTR

@@ -31,10 +31,14 @@ public:
     /// The same for indices; the buffer is made and bound to GL_ELEMENT_ARRAY_BUFFER.
     bool CreateIndices(const GLCalls& gl);
 
-    /// Whether the current segment has room for so many records more.
-    bool HasRoomFor(int count) const { return m_used + count <= kBatchRecords; }
     /// Whether nothing of the current segment was drawn yet, as far as it is shared.
     bool IsAtStart() const { return m_used == 0; }
+    /// So many records more fit into the current segment.
+    int Room() const { return kBatchRecords - m_used; }
+    bool HasRoomFor(int count) const { return count <= Room(); }
+    /// Names the time for which the current segment is the CPU's to write: no two are alike, in any ring. What was
+    /// written there before it is drawn is there as long as this stays the same. 0 without storage.
+    unsigned long long Turn() const { return m_turn; }
     /// Where the CPU writes the records of the next draw; null without storage.
     GLDrawGeometry* Claim() const;
     /// Where it writes their indices; null without storage.
@@ -59,8 +63,9 @@ public:
 
 private:
     GLVBO m_buffers;
-    int m_used = 0;            ///< records of the current segment that shared draws read
+    int m_used = 0;            ///< records of the current segment that draws read which share it
     bool m_lacksFence = false; ///< some of those draws have no fence behind them
+    unsigned long long m_turn = 0;
 };
 
 } // namespace KTR

@@ -5,6 +5,7 @@
 #include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
 #include "../text/StringDrawing.h"
+#include "BatchWriting.h"
 #include "ClientState.h"
 #include "GeometryFilling.h"
 #include "ProgramBinding.h"
@@ -23,18 +24,6 @@ constexpr const wchar_t* kDrawn = L"glDrawArrays: AFTER:";
 
 bool IsLineChain(unsigned int mode) {
     return mode == GL_LINE_LOOP || mode == GL_LINE_STRIP;
-}
-
-/// Vertices of one primitive, for modes whose primitives share none.
-int VerticesPerPrimitive(unsigned int mode) {
-    switch (mode) {
-    case GL_LINES:
-        return 2;
-    case GL_TRIANGLES:
-        return 3;
-    default:
-        return 1;
-    }
 }
 
 /// Keeps a record's context current while it lives, where another view has taken the thread's context in the meantime.
@@ -93,7 +82,7 @@ void COpenGLView::FinishSharedDraws() {
 /// Whether a batch may be drawn together with the one before it, whose vertices wait: nothing that the view did in
 /// between has changed anything, or it would have drawn them.
 bool COpenGLView::JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) const {
-    if (!m_batch.SharesDraws() || m_filling || m_batch.waitingCount == 0 || mode != m_batch.batchPrimitiveMode) {
+    if (!m_batch.SharesDraws() || m_batch.waitingCount == 0 || mode != m_batch.batchPrimitiveMode) {
         return false;
     }
     const ContextObjects& objects = CurrentObjects();
@@ -106,11 +95,10 @@ bool COpenGLView::JoinsWaitingVertices(unsigned int mode, GLShaderTypes shader) 
 bool COpenGLView::MayWait() const {
     const int open = m_batch.batchVertexCount - m_batch.waitingCount;
     const unsigned int mode = m_batch.batchPrimitiveMode;
-    const bool separate = mode == GL_POINTS || mode == GL_LINES || mode == GL_TRIANGLES;
-    return m_batch.SharesDraws() && !m_batch.stateDisableWaits && !m_filling && separate && open > 0 &&
-           open % VerticesPerPrimitive(mode) == 0 && m_batch.batchVertexCount <= kBatchRecords &&
-           m_batch.strayIndices == 0 && m_currentContext == GLContextMain &&
-           CurrentObjects().currentShader != GLShaderText;
+    const int unit = VerticesPerPrimitive(mode);
+    return m_batch.SharesDraws() && !m_batch.stateDisableWaits && !m_filling && open > 0 && unit != 0 &&
+           open % unit == 0 && m_batch.batchVertexCount <= kBatchRecords && m_batch.strayIndices == 0 &&
+           m_currentContext == GLContextMain && CurrentObjects().currentShader != GLShaderText;
 }
 
 void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
@@ -121,6 +109,13 @@ void COpenGLView::BeginArrays(unsigned int mode, GLShaderTypes shader) {
 }
 
 void COpenGLView::OpenBatch(unsigned int mode, GLShaderTypes shader) {
+    if (m_filling) {
+        DrawWaitingVertices();
+        m_batch.batchPrimitiveMode = mode;
+        m_batch.Keep(0);
+        m_filling->BeginBatch(mode);
+        return;
+    }
     if (m_batch.stateDisableWaits) {
         if (DrawsWithPrograms() && IsStockProgram(shader)) {
             BindStockProgram(*this, shader);
@@ -140,10 +135,6 @@ void COpenGLView::OpenBatch(unsigned int mode, GLShaderTypes shader) {
     GLRenderingContextRecord& record = CurrentRecord();
     record.loopContinued = false;
     record.batchOpen = false;
-    if (m_filling) {
-        m_filling->BeginBatch(mode);
-        return;
-    }
     if (!DrawsWithPrograms()) {
         SendLight(*this);
         return;
@@ -215,9 +206,9 @@ void COpenGLView::FlushArrays() {
 
     const int count = m_batch.batchVertexCount;
     DrawBatch(count);
+    m_batch.Keep(0);
 
     if (!IsLineChain(m_batch.batchPrimitiveMode) || count < kBatchCapacity) {
-        m_batch.Keep(0);
         return;
     }
     if (m_batch.batchPrimitiveMode == GL_LINE_LOOP && !record.loopContinued) {
@@ -235,9 +226,14 @@ void COpenGLView::KeepPendingVertices() {
     m_batch.Keep(0);
 }
 
-/// Makes room for an add. Batches that wait for others are drawn and the open one moves to the front: it must not be
-/// cut where it would not be cut alone.
-void COpenGLView::FlushFullBatch() {
+/// Makes room for an add, or writes what the adds have left in the cache on into the ring. Batches that wait for others
+/// are drawn and the open one moves to the front: it must not be cut where it would not be cut alone.
+void COpenGLView::MakeRoomForAdd() {
+    if (const int count = m_batch.batchVertexCount; count <= kBatchCapacity) {
+        WriteAhead(*this);
+        m_batch.addLimit = std::min(count + kWriteAheadRecords, kBatchCapacity);
+        return;
+    }
     if (m_filling) {
         KeepPendingVertices();
         return;
@@ -246,6 +242,14 @@ void COpenGLView::FlushFullBatch() {
         DrawWaitingBatches();
     }
     if (m_batch.batchVertexCount > kBatchCapacity) {
+        FlushArrays();
+    }
+}
+
+/// Draws what no slot of the arrays can be named for: batches that wait, and what went into the ring alone.
+void COpenGLView::DrawBeforeFirstRecord() {
+    DrawWaitingVertices();
+    if (m_batch.ringOnlyCount > 0) {
         FlushArrays();
     }
 }
@@ -276,6 +280,9 @@ void COpenGLView::DrawBatch(int count) {
     LeaveProgramState(*this);
     const GLCalls gl = CurrentGL();
     if (!DrawsWithPrograms()) {
+        if (m_batch.ringOnlyCount > 0) {
+            return; // they went into another context's ring
+        }
         gl.As(L"glDrawElements: AFTER:")
             .glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchIndexPointer);
         return;
@@ -283,13 +290,22 @@ void COpenGLView::DrawBatch(int count) {
     // Nothing is bound where the program could not be built: OpenGL would draw white without one. And nothing can be
     // waited for while another context is current.
     const ContextObjects& objects = CurrentObjects();
-    if (objects.boundProgram == 0 || !objects.ring.Claim() || !HasCurrentContext()) {
+    const VertexRing& ring = objects.ring;
+    if (objects.boundProgram == 0 || !ring.Claim() || !HasCurrentContext()) {
         return;
     }
+    if (m_batch.writtenTurn != ring.Turn()) {
+        m_batch.writtenCount = 0;
+    }
+    if (m_batch.ringOnlyCount > m_batch.writtenCount) {
+        return; // the segment went on without them
+    }
     // A triangle that starts at the last record reaches two records past a segment. What does not fit goes into the
-    // next one, at the end of a whole primitive; only the chains need the vertex between them twice.
-    const int unit = VerticesPerPrimitive(m_batch.batchPrimitiveMode);
-    const int first = count <= kBatchRecords ? count : kBatchRecords - kBatchRecords % unit;
+    // next one, at the end of a whole primitive; only the chains need the vertex between them twice. What stands in
+    // this segment only is drawn from it.
+    const int unit = std::max(VerticesPerPrimitive(m_batch.batchPrimitiveMode), 1);
+    const int most = m_batch.ringOnlyCount > 0 ? ring.Room() : kBatchRecords;
+    const int first = count <= most ? count : most - most % unit;
     DrawBatchFromRing(gl, 0, first);
     if (count > first) {
         const int overlap = IsLineChain(m_batch.batchPrimitiveMode) ? 1 : 0;
@@ -309,7 +325,10 @@ void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
         m_gpuWaits += ring.Advance(gl);
     }
     const auto size = static_cast<std::size_t>(count);
-    std::memcpy(ring.Claim(), m_batch.batchVertexPointer + start, size * sizeof(GLDrawGeometry));
+    const bool startsThere = start == 0 && m_batch.writtenTurn == ring.Turn();
+    const auto written = static_cast<std::size_t>(startsThere ? std::min(m_batch.writtenCount, count) : 0);
+    std::memcpy(ring.Claim() + written, m_batch.batchVertexPointer + start + written,
+                (size - written) * sizeof(GLDrawGeometry));
     if (m_batch.drawArraysOnly) {
         gl.As(kDrawn).glDrawArrays(m_batch.batchPrimitiveMode, ring.FirstVertex(), count);
     } else if (unsigned int* const indices = ring.ClaimIndices()) {
@@ -329,7 +348,16 @@ void COpenGLView::DrawBatchFromRing(const GLCalls& gl, int start, int count) {
 /// Draws the first `count` vertices and keeps those behind them, of a batch that is still open.
 void COpenGLView::FlushWaitingVertices(int count) {
     const int open = m_batch.batchVertexCount - count;
+    const VertexRing& ring = CurrentObjects().ring;
+    const int behind = ring.FirstVertex() + count;
+    const bool written = m_batch.writtenTurn == ring.Turn();
+    const int openWritten = std::max(m_batch.writtenCount - count, 0);
+    const int openRingOnly = std::max(m_batch.ringOnlyCount - count, 0);
     DrawBatch(count);
+    // Where the next draw goes behind this one in the same segment, the kept vertices stand there already.
+    m_batch.writtenCount =
+        written && m_batch.writtenTurn == ring.Turn() && ring.FirstVertex() == behind ? openWritten : 0;
+    m_batch.ringOnlyCount = openRingOnly;
     GLDrawGeometry* const vertices = m_batch.batchVertexPointer;
     std::memmove(vertices, vertices + count, static_cast<std::size_t>(open) * sizeof(GLDrawGeometry));
     m_batch.Keep(open);

@@ -1,7 +1,9 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../scene/ViewLight.h"
 #include "../text/MatrixScope.h"
+#include "../values/LightDirection.h"
 #include "GeometryFilling.h"
 #include "KeptGeometry.h"
 #include "ProgramBinding.h"
@@ -9,8 +11,6 @@
 #include "UniformWriter.h"
 
 #include <GL/glext.h>
-
-#include <glm/gtc/matrix_inverse.hpp>
 
 #include <algorithm>
 #include <cstddef>
@@ -68,20 +68,19 @@ void DrawRecords(const GLCalls& gl, const KeptRecords& kept, int first, int coun
 class ShiftedProgram {
 public:
     ShiftedProgram(COpenGLView& view, const GLCalls& gl, const glm::dvec3& shift)
-        : m_objects(ViewAccess::CurrentObjects(view)),
-          m_lit(m_objects.boundIsStock && StockProgramOf(m_objects.currentShader).lit),
-          m_writer(gl, m_objects.boundIsStock ? ViewAccess::StockPrograms().programs[m_objects.currentShader] : m_host,
-                   false) {
+        : m_objects(ViewAccess::CurrentObjects(view)), m_type(m_objects.currentShader),
+          m_lit(m_objects.boundIsStock && StockProgramOf(m_type).lit),
+          m_writer(gl, m_objects.boundIsStock ? ViewAccess::StockPrograms().programs[m_type] : m_host, false) {
         m_host.program = m_objects.boundProgram;
-        const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-        const glm::dmat4 modelview = glm::translate(matrices.modelview, shift);
+        MatrixSet matrices = ViewAccess::CurrentMatrices(view);
+        matrices.modelview = glm::translate(matrices.modelview, shift);
         ProgramUniforms shifted = m_objects.boundUniforms;
-        shifted.projectionTimesModelview = glm::mat4(matrices.projection * modelview);
-        m_changed = shifted.projectionTimesModelview != m_objects.boundUniforms.projectionTimesModelview;
-        if (m_changed && m_lit) {
-            shifted.modelview = glm::mat4(modelview);
-            shifted.normal = glm::mat3(glm::inverseTranspose(glm::dmat3(modelview)));
+        TakeMatrices(matrices, m_type, shifted);
+        if (m_lit) {
+            // As fixed functions do, which light a draw with the matrices that it is drawn with.
+            shifted.light = LightInEyeCoordinates(ViewAccess::CurrentRecord(view).attributes, matrices.modelview);
         }
+        m_changed = !AgreeFor(m_type, shifted, m_objects.boundUniforms);
         Write(shifted);
     }
     ~ShiftedProgram() { Write(m_objects.boundUniforms); }
@@ -90,17 +89,16 @@ public:
 
 private:
     void Write(const ProgramUniforms& uniforms) const {
-        if (!m_changed) {
-            return;
+        if (m_changed) {
+            m_writer.WriteMatrix(uniforms);
         }
-        m_writer.WriteMatrix(uniforms);
-        if (m_lit) {
-            m_writer.WriteMatrix(m_writer.LocationOf(UniformModelview), uniforms.modelview);
-            m_writer.WriteMatrix(m_writer.LocationOf(UniformNormalMatrix), uniforms.normal);
+        if (m_changed && m_lit) {
+            m_writer.WriteStockUniforms(m_type, uniforms);
         }
     }
 
     const ContextObjects& m_objects;
+    GLShaderTypes m_type;
     bool m_lit;
     bool m_changed = false;
     ShaderData m_host; ///< stands for a program of the host's own
@@ -166,6 +164,7 @@ long DrawFromMemory(COpenGLView& view, const KeptRecords& kept, const glm::dvec3
     if (kept.records.empty()) {
         return E_HANDLE;
     }
+    SendLight(view);
     std::optional<MatrixScope> matrices;
     if (shift != glm::dvec3(0.0)) {
         const MatrixSet& current = ViewAccess::CurrentMatrices(view);

@@ -133,9 +133,11 @@ public:
     explicit TriangleSweep(const std::vector<BorderEdge>& borders) {
         m_edges.reserve(borders.size());
         m_insideAbove.reserve(borders.size());
+        m_meetsOther.reserve(borders.size());
         for (const BorderEdge& border : borders) {
             m_edges.push_back(border.edge);
             m_insideAbove.push_back(border.insideAbove);
+            m_meetsOther.push_back(border.meetsOther);
         }
         NumberPoints();
     }
@@ -160,7 +162,7 @@ public:
         for (std::size_t edge = 0; edge < m_edges.size(); ++edge) {
             const bool forward = m_insideAbove[edge];
             m_area.border.push_back({forward ? m_leftPoints[edge] : m_rightPoints[edge],
-                                     forward ? m_rightPoints[edge] : m_leftPoints[edge]});
+                                     forward ? m_rightPoints[edge] : m_leftPoints[edge], m_meetsOther[edge]});
         }
         return std::move(m_area);
     }
@@ -206,6 +208,7 @@ private:
     TriangulatedArea m_area;
     std::vector<PlanarEdge> m_edges;
     std::vector<bool> m_insideAbove;
+    std::vector<bool> m_meetsOther;
     std::vector<int> m_leftPoints;
     std::vector<int> m_rightPoints;
     std::vector<int> m_byLeft; ///< edges in the order of those

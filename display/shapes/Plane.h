@@ -4,6 +4,7 @@
 
 #include "../values/BasicTypes.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace KTR::Plane {
@@ -67,6 +68,22 @@ inline PointXY Flat(const PointXYZ& a) {
 
 inline PointXYZ Between(const PointXYZ& a, const PointXYZ& b, double share) {
     return {a.x + (b.x - a.x) * share, a.y + (b.y - a.y) * share, a.z + (b.z - a.z) * share};
+}
+
+/// From a point to a segment.
+inline double DistanceTo(const PointXY& point, const PointXY& start, const PointXY& end) {
+    const PointXY along = end - start;
+    const double squares = Dot(along, along);
+    const double share = squares > 0.0 ? std::clamp(Dot(point - start, along) / squares, 0.0, 1.0) : 0.0;
+    return Length(point - (start + along * share));
+}
+
+/// From one segment to another; 0 where they cross.
+inline double DistanceBetween(const PointXY& a, const PointXY& b, const PointXY& c, const PointXY& d) {
+    const bool crosses =
+        Cross(b - a, c - a) * Cross(b - a, d - a) < 0.0 && Cross(d - c, a - c) * Cross(d - c, b - c) < 0.0;
+    return crosses ? 0.0
+                   : std::min({DistanceTo(a, c, d), DistanceTo(b, c, d), DistanceTo(c, a, b), DistanceTo(d, a, b)});
 }
 
 /// Where the edges of two neighbours that run along a corner meet when both move outwards by 1: the sum of their unit

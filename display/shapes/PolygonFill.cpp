@@ -72,7 +72,8 @@ TriangulatedArea TriangulateEdges(const std::vector<PlanarEdge>& edges, FillRule
         const std::array<int, 2> above{edge.below[0] + edge.step[0], edge.below[1] + edge.step[1]};
         const bool insideAbove = IsInside(rule, above);
         if (insideAbove != IsInside(rule, edge.below)) {
-            borders.push_back({edge, insideAbove});
+            const std::array<int, 2>& outside = insideAbove ? edge.below : above;
+            borders.push_back({edge, insideAbove, outside[1] != 0});
         }
     }
     TriangulatedArea area = Triangulate(borders);

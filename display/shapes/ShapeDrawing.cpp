@@ -313,6 +313,11 @@ GLRGBAColor ShapeScope::CurrentColor() const {
     return ViewAccess::CurrentRecord(m_view).attributes.currentColor;
 }
 
+PointXYZ ShapeScope::ModelOrigin() const {
+    const GLRenderingContextRecord& record = ViewAccess::CurrentRecord(m_view);
+    return {record.coordinateOffsetX, record.coordinateOffsetY, 0.0};
+}
+
 PointXYZ ShapeScope::ToPlane(const PointXYZ& point, GLSizeUnit unit) const {
     const GLRenderingContextRecord& record = ViewAccess::CurrentRecord(m_view);
     const glm::dvec3& origin = m_drawing->origin;
@@ -376,11 +381,20 @@ void ShapeScope::AddLine(const PointXYZ& start, const PointXYZ& end, const GLRGB
     }
 }
 
-void ShapeScope::AddAt(const PointXYZ& place, const std::vector<GLDrawGeometry>& symbol) {
-    if (symbol.empty()) {
+void ShapeScope::FillStamp(const ShapeMesh& mesh, const GLRGBAColor* colors, SymbolStamp& stamp) const {
+    stamp.vertices.clear();
+    for (const ShapeVertex& vertex : mesh.Strip()) {
+        const glm::dvec2 place = m_scale.unitsFromPixels * glm::dvec2(vertex.x, vertex.y);
+        const GLRGBAColor& color = colors[vertex.paint];
+        stamp.vertices.push_back(RecordOf(place.x, place.y, 0.0, color, AlphaOf(color.a, vertex.coverage)));
+    }
+}
+
+void ShapeScope::AddStamp(const PointXYZ& place, const SymbolStamp& stamp) {
+    if (stamp.vertices.empty()) {
         return;
     }
-    Reserve(symbol.size() + 2);
+    Reserve(stamp.vertices.size() + 2);
     std::vector<GLDrawGeometry>& vertices = m_drawing->vertices;
     const PointXYZ at = ToPlane(place, GLSizeModelUnits);
     const auto moved = [&at](GLDrawGeometry record) {
@@ -389,8 +403,8 @@ void ShapeScope::AddAt(const PointXYZ& place, const std::vector<GLDrawGeometry>&
         record.z = static_cast<float>(at.z + record.z);
         return record;
     };
-    JoinStrip(vertices, moved(symbol.front()));
-    for (const GLDrawGeometry& record : symbol) {
+    JoinStrip(vertices, moved(stamp.vertices.front()));
+    for (const GLDrawGeometry& record : stamp.vertices) {
         vertices.push_back(moved(record));
     }
 }

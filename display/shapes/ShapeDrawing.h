@@ -31,6 +31,20 @@ struct ShapeScale {
     std::optional<PlaneBox> visiblePixels; ///< the window in the plane of pixels, where it is the same at any height
 };
 
+/// The symbol that was drawn last, as vertices around its place: many more of the kind are likely to follow.
+struct SymbolStamp {
+    GLSymbolKind kind = GLSymbolCircle;
+    GLSymbolStyle style;
+    GLRGBAColor color; ///< the style's or the current one
+    glm::dmat2 unitsFromPixels{0.0};
+    std::vector<GLDrawGeometry> vertices;
+
+    bool IsFor(GLSymbolKind otherKind, const GLSymbolStyle& otherStyle, const GLRGBAColor& otherColor,
+               const glm::dmat2& otherUnits) const {
+        return kind == otherKind && style == otherStyle && color == otherColor && unitsFromPixels == otherUnits;
+    }
+};
+
 /// The shapes of a view that wait to be drawn together, as vertices relative to one origin. They are drawn before
 /// anything else that the view does. Nothing of OpenGL's state changes until then, and what changes then is put back.
 struct ShapeDrawing {
@@ -51,6 +65,7 @@ struct ShapeDrawing {
     // Kept for their memory.
     ShapeMesh mesh;
     std::vector<PointXYZ> points;
+    SymbolStamp stamp;
 
     bool Waits() const { return !vertices.empty() && !drawing; }
 };
@@ -72,6 +87,8 @@ public:
     std::vector<PointXYZ>& Points() const { return m_drawing->points; }
     GLRGBAColor CurrentColor() const;
 
+    /// The place that is 0, 0 of the model, in the host's coordinates.
+    PointXYZ ModelOrigin() const;
     /// From the host's coordinates to the plane that sizes are counted in.
     PointXYZ ToPlane(const PointXYZ& point, GLSizeUnit unit) const;
     double PixelsPer(GLSizeUnit unit) const { return unit == GLSizePixels ? 1.0 : m_scale.pixelsPerUnit; }
@@ -82,8 +99,11 @@ public:
     void AddMesh(const ShapeMesh& mesh, GLSizeUnit unit, const GLRGBAColor* colors);
     /// Adds a line between two places in the host's coordinates. What is not finite is left out.
     void AddLine(const PointXYZ& start, const PointXYZ& end, const GLRGBAColor& color);
-    /// Adds vertices that are relative to a place, as they are.
-    void AddAt(const PointXYZ& place, const std::vector<GLDrawGeometry>& vertices);
+    /// Adds a symbol.
+    void AddStamp(const PointXYZ& place, const SymbolStamp& stamp);
+    SymbolStamp& Stamp() const { return m_drawing->stamp; }
+    /// Turns the triangles of a symbol, in pixels, into its vertices.
+    void FillStamp(const ShapeMesh& mesh, const GLRGBAColor* colors, SymbolStamp& stamp) const;
 
 private:
     void Reserve(std::size_t count);

@@ -84,6 +84,7 @@ struct GLSymbolStyle {
     double angleDegrees = 0.0;        ///< against the clock
     double outlineWidth = 0.0;        ///< pixels, inwards from the symbol's edge; 0 to half the size
     GLRGBAColor outlineColor{0, 0, 0, 255};
+    bool operator==(const GLSymbolStyle&) const = default;
 };
 
 } // namespace KTR

@@ -167,7 +167,7 @@ Stroker::Side Stroker::At(const PointXY& point, const PointXY& normal) const {
 
 Stroker::Rib Stroker::RibAt(const PointXYZ& point, const PointXY& direction, float coverage) const {
     const PointXY left = LeftOf(direction);
-    return {At(Flat(point), left), At(Flat(point), -left), point.z, coverage};
+    return {At(Flat(point), left), At(Flat(point), -left), Flat(point), point.z, coverage};
 }
 
 /// The points around the outside of a bend, from the edge with one normal to the edge with the other, relative to the
@@ -216,8 +216,8 @@ void Stroker::AddJoin(std::size_t corner) {
     const Side inside = At(Flat(point), MiterOf(before, after) * -outer);
     for (const Side& relative : m_outside) {
         const Side outside{Flat(point) + relative.full, Flat(point) + relative.faded};
-        m_ribs.push_back(m_joins[corner].toLeft ? Rib{inside, outside, point.z, m_coverage}
-                                                : Rib{outside, inside, point.z, m_coverage});
+        m_ribs.push_back(m_joins[corner].toLeft ? Rib{inside, outside, Flat(point), point.z, m_coverage}
+                                                : Rib{outside, inside, Flat(point), point.z, m_coverage});
     }
 }
 
@@ -235,7 +235,7 @@ void Stroker::AddOverlap(std::size_t corner) {
     const Side centre{Flat(point), Flat(point)};
     const auto addWedge = [&](const Side& relative) {
         const Side outside{Flat(point) + relative.full, Flat(point) + relative.faded};
-        m_ribs.push_back({centre, outside, point.z, m_coverage});
+        m_ribs.push_back({centre, outside, Flat(point), point.z, m_coverage});
     };
     addWedge(At({}, LeftOf(before) * outer));
     for (const Side& relative : m_outside) {
@@ -279,7 +279,8 @@ void Stroker::AddRoundCap(const PointXYZ& end, const PointXY& outwards, bool atS
         const double angle = kPi * 0.5 * part / parts;
         const PointXY ahead = outwards * (part == parts ? 0.0 : std::cos(angle));
         const PointXY aside = left * std::sin(angle);
-        m_ribs.push_back({At(Flat(end), ahead + aside), At(Flat(end), ahead - aside), end.z, m_coverage});
+        m_ribs.push_back({At(Flat(end), ahead + aside), At(Flat(end), ahead - aside), Flat(end) + ahead * m_full, end.z,
+                          m_coverage});
     }
 }
 
@@ -303,11 +304,16 @@ void Stroker::EmitRibs() {
     const auto left = [](const Rib& rib) { return Edge{rib.left.full, rib.coverage}; };
     const auto right = [](const Rib& rib) { return Edge{rib.right.full, rib.coverage}; };
     const auto rightFaded = [](const Rib& rib) { return Edge{rib.right.faded, 0.0F}; };
+    const auto middle = [](const Rib& rib) { return Edge{rib.middle, rib.coverage}; };
     if (m_ribs.size() > 1) {
-        if (m_full > 0.0) {
-            EmitStrip(left, right);
-        }
-        if (m_stroke.fringe > 0.0) {
+        if (m_stroke.fringe == 0.0) {
+            // Along the string: where a segment ends at a corner the wedge there has a point in the middle of its end.
+            EmitStrip(left, middle);
+            EmitStrip(middle, right);
+        } else {
+            if (m_full > 0.0) {
+                EmitStrip(left, right);
+            }
             EmitStrip(leftFaded, left);
             EmitStrip(rightFaded, right);
         }

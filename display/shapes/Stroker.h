@@ -44,6 +44,7 @@ private:
     struct Rib {
         Side left;
         Side right;
+        PointXY middle; ///< on the string; without fringes neighbours meet there exactly
         double z = 0.0;
         float coverage = 0.0F;
     };

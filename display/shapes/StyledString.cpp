@@ -1,12 +1,16 @@
 #include "StyledString.h"
 
+#include "OffsetString.h"
 #include "Plane.h"
+#include "PolygonFill.h"
 #include "ShapeDrawing.h"
+#include "SoftArea.h"
 #include "Stroker.h"
 
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <limits>
 
 namespace KTR {
 
@@ -19,6 +23,9 @@ constexpr double kTolerancePixels = 0.1;
 
 /// A pattern that repeats within fewer pixels than this would be no pattern to the eye.
 constexpr double kShortestPatternPixels = 0.5;
+
+/// A string of more segments is taken as one that touches itself; to compare all would take longer than to draw so.
+constexpr std::size_t kMostComparedSegments = 500;
 
 /// A style in units of the plane that its sizes are counted in.
 struct PlaneStyle {
@@ -47,22 +54,191 @@ PlaneStyle InPlane(const GLLineStyle& style, double pixelsPerUnit) {
     return result;
 }
 
-void StrokeParts(std::span<const PointXYZ> points, bool closed, const Stroke& stroke, const DashPattern& dashes,
-                 const std::optional<PlaneBox>& window, ShapeMesh& mesh) {
+/// A string, or what is left of one, in the plane.
+struct PlaneString {
+    std::vector<PointXYZ> points;
+    bool closed = false;
+};
+
+/// Strokes strings with their dashes. False where joins cover places twice.
+bool StrokeStrings(const std::vector<PlaneString>& strings, const Stroke& stroke, const DashPattern& dashes,
+                   const std::optional<PlaneBox>& window, ShapeMesh& mesh) {
     Stroker stroker(stroke);
     std::optional<PlaneBox> visible;
     if (window) {
         visible = window->Widened(stroker.Reach());
     }
-    VisitFiniteParts(points, closed, [&](std::span<const PointXYZ> part, bool partClosed) {
-        VisitDashes(part, partClosed, dashes, visible,
-                    [&](std::span<const PointXYZ> piece, bool pieceClosed) { stroker.Add(piece, pieceClosed, mesh); });
-    });
+    for (const PlaneString& string : strings) {
+        VisitDashes(string.points, string.closed, dashes, visible,
+                    [&](std::span<const PointXYZ> piece, bool closed) { stroker.Add(piece, closed, mesh); });
+    }
+    return stroker.IsSimple();
 }
 
-bool IsRing(std::span<const PointXYZ> points) {
-    return points.size() > 3 && points.front().x == points.back().x && points.front().y == points.back().y;
+/// Whether segments that are no neighbours come so near to each other that their strokes may overlap. Along a bend that
+/// is wide enough for the stroke they do not, so what is near along the string does not count.
+bool MayTouchItself(const std::vector<PlaneString>& strings, double reach) {
+    struct Segment {
+        PointXY start;
+        PointXY end;
+        std::size_t string;
+        double from;
+        double until;
+    };
+    std::vector<Segment> segments;
+    std::vector<double> lengths; // around rings; endless for other strings
+    for (std::size_t index = 0; index < strings.size(); ++index) {
+        const PlaneString& string = strings[index];
+        double along = 0.0;
+        for (std::size_t point = 0; point + (string.closed ? 0 : 1) < string.points.size(); ++point) {
+            const PointXY start = Flat(string.points[point]);
+            const PointXY end = Flat(string.points[(point + 1) % string.points.size()]);
+            const double length = Length(end - start);
+            segments.push_back({start, end, index, along, along + length});
+            along += length;
+        }
+        lengths.push_back(string.closed ? along : std::numeric_limits<double>::infinity());
+    }
+    if (segments.size() > kMostComparedSegments) {
+        return true;
+    }
+    for (std::size_t first = 0; first < segments.size(); ++first) {
+        for (std::size_t second = first + 1; second < segments.size(); ++second) {
+            const Segment& a = segments[first];
+            const Segment& b = segments[second];
+            const bool apart = std::max(a.start.x, a.end.x) + 2.0 * reach < std::min(b.start.x, b.end.x) ||
+                               std::max(b.start.x, b.end.x) + 2.0 * reach < std::min(a.start.x, a.end.x) ||
+                               std::max(a.start.y, a.end.y) + 2.0 * reach < std::min(b.start.y, b.end.y) ||
+                               std::max(b.start.y, b.end.y) + 2.0 * reach < std::min(a.start.y, a.end.y);
+            const double between = std::min(b.from - a.until, lengths[a.string] - b.until + a.from);
+            if (apart || (a.string == b.string && between < 3.0 * reach)) {
+                continue;
+            }
+            if (DistanceBetween(a.start, a.end, b.start, b.end) < 2.0 * reach) {
+                return true;
+            }
+        }
+    }
+    return false;
 }
+
+/// The triangles of a mesh as outlines of an area, all in the same direction, so that those of one stroke add up.
+class MeshRings {
+public:
+    void Add(const ShapeMesh& mesh, int layer) {
+        mesh.ForEachTriangle([&](const ShapeVertex& a, const ShapeVertex& b, const ShapeVertex& c) {
+            const bool againstClock = Cross({b.x - a.x, b.y - a.y}, {c.x - a.x, c.y - a.y}) > 0.0;
+            for (const ShapeVertex* vertex : {&a, againstClock ? &b : &c, againstClock ? &c : &b}) {
+                m_points.push_back({vertex->x, vertex->y, vertex->z});
+            }
+            m_layers.push_back(layer);
+        });
+    }
+    TriangulatedArea Fill(FillRule rule, const std::optional<PlaneBox>& window) const {
+        std::vector<FillRing> rings;
+        for (std::size_t triangle = 0; triangle < m_layers.size(); ++triangle) {
+            rings.push_back({std::span(m_points).subspan(triangle * 3, 3), m_layers[triangle]});
+        }
+        return FillRings(rings, rule, window);
+    }
+
+private:
+    std::vector<PointXYZ> m_points;
+    std::vector<int> m_layers;
+};
+
+/// The stroke without fading edges, and how the edges of its area fade then.
+Stroke HardStroke(const Stroke& stroke) {
+    Stroke hard = stroke;
+    hard.fringe = 0.0;
+    return hard;
+}
+
+SoftEdge EdgeOf(const Stroke& stroke) {
+    const double half = stroke.width * 0.5;
+    const double fade = stroke.fringe * 0.5;
+    return {half - std::abs(half - fade), fade, static_cast<float>(std::min(stroke.width / stroke.fringe, 1.0)),
+            stroke.paint};
+}
+
+/// What a string is drawn from.
+class StringPainter {
+public:
+    StringPainter(ShapeScope& scope, const GLLineStyle& style)
+        : m_scope(scope), m_unit(style.unit), m_style(InPlane(style, scope.PixelsPer(style.unit))),
+          m_window(scope.VisibleIn(style.unit)),
+          m_color(ResolvedColor(style.color, scope.CurrentColor(), style.opacity)),
+          m_casingColor(ResolvedColor(style.casingColor, {}, style.opacity)) {}
+
+    void Draw(const std::vector<PlaneString>& strings) const {
+        const bool transparent = m_color.a < 255 || (m_style.hasCasing && m_casingColor.a < 255);
+        if (!transparent) {
+            if (m_style.hasCasing) {
+                AddStroke(strings, m_style.casing, DashPattern(), m_casingColor);
+            }
+            AddStroke(strings, m_style.line, m_style.dashes, m_color);
+            return;
+        }
+        if (m_style.hasCasing) {
+            AddCasingAround(strings);
+        }
+        const bool touches = MayTouchItself(strings, m_style.line.width * 0.5 + m_style.line.fringe) ||
+                             (!m_style.dashes.IsSolid() && m_style.line.cap != GLLineCapButt);
+        if (touches || !AddStroke(strings, m_style.line, m_style.dashes, m_color)) {
+            AddUnion(strings, m_style.line, m_style.dashes, m_color);
+        }
+    }
+
+private:
+    /// False, with nothing added, for a transparent stroke whose joins cover places twice.
+    bool AddStroke(const std::vector<PlaneString>& strings, const Stroke& stroke, const DashPattern& dashes,
+                   const GLRGBAColor& color) const {
+        ShapeMesh& mesh = m_scope.Mesh();
+        mesh.Clear();
+        if (!StrokeStrings(strings, stroke, dashes, m_window, mesh) && color.a < 255) {
+            return false;
+        }
+        m_scope.AddMesh(mesh, m_unit, &color);
+        return true;
+    }
+
+    void AddUnion(const std::vector<PlaneString>& strings, const Stroke& stroke, const DashPattern& dashes,
+                  const GLRGBAColor& color) const {
+        ShapeMesh& mesh = m_scope.Mesh();
+        mesh.Clear();
+        StrokeStrings(strings, HardStroke(stroke), dashes, m_window, mesh);
+        MeshRings rings;
+        rings.Add(mesh, 0);
+        AddFaded(rings.Fill(FillRule::First, m_window), stroke, color);
+    }
+
+    /// Where both are transparent the casing must not shine through the line.
+    void AddCasingAround(const std::vector<PlaneString>& strings) const {
+        MeshRings rings;
+        ShapeMesh& mesh = m_scope.Mesh();
+        mesh.Clear();
+        StrokeStrings(strings, HardStroke(m_style.casing), DashPattern(), m_window, mesh);
+        rings.Add(mesh, 0);
+        mesh.Clear();
+        StrokeStrings(strings, HardStroke(m_style.line), m_style.dashes, m_window, mesh);
+        rings.Add(mesh, 1);
+        AddFaded(rings.Fill(FillRule::FirstWithoutSecond, m_window), m_style.casing, m_casingColor);
+    }
+
+    void AddFaded(const TriangulatedArea& area, const Stroke& stroke, const GLRGBAColor& color) const {
+        ShapeMesh& mesh = m_scope.Mesh();
+        mesh.Clear();
+        AddSoftArea(area, EdgeOf(stroke), mesh);
+        m_scope.AddMesh(mesh, m_unit, &color);
+    }
+
+    ShapeScope& m_scope;
+    GLSizeUnit m_unit;
+    PlaneStyle m_style;
+    std::optional<PlaneBox> m_window;
+    GLRGBAColor m_color;
+    GLRGBAColor m_casingColor;
+};
 
 /// The first place that can serve as a measure for where the string is.
 PointXYZ FirstFinite(std::span<const PointXYZ> points) {
@@ -84,6 +260,11 @@ GLRGBAColor ResolvedColor(const std::optional<GLRGBAColor>& color, const GLRGBAC
 }
 
 void DrawStyledString(COpenGLView& view, std::span<const PointXYZ> points, const GLLineStyle& style) {
+    DrawStyledOffsetString(view, points, 0.0, style);
+}
+
+void DrawStyledOffsetString(COpenGLView& view, std::span<const PointXYZ> points, double offset,
+                            const GLLineStyle& style) {
     ShapeScope scope(view, GL_TRIANGLE_STRIP, FirstFinite(points));
     if (!scope.IsOpen()) {
         return;
@@ -94,19 +275,20 @@ void DrawStyledString(COpenGLView& view, std::span<const PointXYZ> points, const
     for (const PointXYZ& point : ring ? points.first(points.size() - 1) : points) {
         inPlane.push_back(scope.ToPlane(point, style.unit));
     }
-    const PlaneStyle plane = InPlane(style, scope.PixelsPer(style.unit));
-    const std::optional<PlaneBox> window = scope.VisibleIn(style.unit);
-    ShapeMesh& mesh = scope.Mesh();
-    if (plane.hasCasing) {
-        mesh.Clear();
-        StrokeParts(inPlane, ring, plane.casing, DashPattern(), window, mesh);
-        const GLRGBAColor color = ResolvedColor(style.casingColor, {}, style.opacity);
-        scope.AddMesh(mesh, style.unit, &color);
-    }
-    mesh.Clear();
-    StrokeParts(inPlane, ring, plane.line, plane.dashes, window, mesh);
-    const GLRGBAColor color = ResolvedColor(style.color, scope.CurrentColor(), style.opacity);
-    scope.AddMesh(mesh, style.unit, &color);
+    const double perUnit = scope.PixelsPer(style.unit);
+    std::vector<PlaneString> strings;
+    VisitFiniteParts(inPlane, ring, [&](std::span<const PointXYZ> part, bool closed) {
+        if (offset == 0.0 || !std::isfinite(offset)) {
+            strings.push_back({{part.begin(), part.end()}, closed});
+            return;
+        }
+        const Offset parallel{offset, style.join, ClampedValue(style.miterLimit, 1.0, 100.0, 4.0),
+                              kTolerancePixels / perUnit};
+        for (OffsetPart& beside : OffsetString(part, closed, parallel)) {
+            strings.push_back({std::move(beside.points), beside.closed});
+        }
+    });
+    StringPainter(scope, style).Draw(strings);
 }
 
 } // namespace KTR

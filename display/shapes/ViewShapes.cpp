@@ -2,8 +2,10 @@
 
 #include "../view/ViewAccess.h"
 #include "Curves.h"
+#include "OffsetString.h"
 #include "Plane.h"
 #include "ShapeDrawing.h"
+#include "StyledArea.h"
 #include "StyledString.h"
 
 #include <algorithm>
@@ -147,6 +149,28 @@ void COpenGLView::DrawLineString(const PointXYZ* points, int count, const GLLine
     if (points && count > 0) {
         DrawShape([&] { DrawStyledString(*this, {points, static_cast<std::size_t>(count)}, style); });
     }
+}
+
+void COpenGLView::DrawOffsetLineString(const PointXYZ* points, int count, double offset, const GLLineStyle& style) {
+    if (points && count > 0) {
+        DrawShape([&] { DrawStyledOffsetString(*this, {points, static_cast<std::size_t>(count)}, offset, style); });
+    }
+}
+
+void COpenGLView::OffsetLineString(const PointXYZ* points, int count, double offset, GLLineJoin join, double miterLimit,
+                                   std::vector<PointXY>& out) {
+    out.clear();
+    if (points && count > 0) {
+        DrawShape([&] { OffsetPlaces({points, static_cast<std::size_t>(count)}, offset, join, miterLimit, out); });
+    }
+}
+
+void COpenGLView::DrawPolygon(const std::vector<std::vector<PointXYZ>>& rings, const GLPolygonStyle& style) {
+    DrawShape([&] { DrawStyledPolygon(*this, rings, style); });
+}
+
+void COpenGLView::DrawSymbol(GLSymbolKind kind, double x, double y, double z, const GLSymbolStyle& style) {
+    DrawShape([&] { DrawStyledSymbol(*this, kind, {x, y, z}, style); });
 }
 
 } // namespace KTR

@@ -8,6 +8,7 @@
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
 #include "../platform/ShareGroup.h"
+#include "../profile/ProfileState.h"
 #include "../shapes/ShapeDrawing.h"
 
 #include <algorithm>
@@ -66,6 +67,7 @@ COpenGLView& COpenGLView::operator=(const COpenGLView& other) {
 }
 
 COpenGLView::~COpenGLView() {
+    ForgetProfileLinks(*this);
     ReleaseContextRecord(*this, GLContextMain, L"Destructor:");
     ReleaseContextRecord(*this, GLContextLegacy, L"Destructor:");
     DeleteParkedContexts(*this);

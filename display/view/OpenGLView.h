@@ -10,6 +10,7 @@
 #include "../pipeline/VertexBatch.h"
 #include "../platform/PixelFormat.h"
 #include "../platform/VersionPolicy.h"
+#include "../profile/ProfileTypes.h"
 #include "../text/FontManager.h"
 #include "../text/TextState.h"
 #include "../values/BasicTypes.h"
@@ -30,14 +31,15 @@ namespace KTR {
 
 class GeometryFilling;
 class GLCalls;
-struct RasterState;
 class GLGeometry;
+struct RasterState;
 struct TexturedQuadrilateral;
 enum GLLineJoin : int;
 enum GLSymbolKind : int;
 struct GLLineStyle;
 struct GLPolygonStyle;
 struct GLSymbolStyle;
+struct ProfileState;
 struct ShapeDrawing;
 
 /// Signatures of the WGL extension functions that the library uses.
@@ -73,6 +75,8 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  19. Rasters                   display/images/ViewRasters.cpp
 ///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
+///  22. Profiles                  display/profile/ViewProfile.cpp
+///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -85,6 +89,13 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 /// them when it binds the program there, the fixed-function pipeline when a batch is drawn. A vertex takes its colour
 /// at its add (for the CurrentColor members: the current colour at that moment). Nothing is drawn before EndArrays or a
 /// full batch.
+///
+/// **Which way for what.** Large batches cost next to nothing beside their vertices, and need only the order above.
+///
+///     many small batches                   between BeginSharedDraws and EndSharedDraws
+///     vertices that lie in arrays          AddVerticesRGBA and its kin
+///     records that are made on the spot    ReserveRecords, CommitRecords
+///     what is the same in each frame       InitializeVBO once, then DrawArrays: it stays on the card
 ///
 /// **Threads.** A view belongs to one thread, the one that has its context current. Draw with programs (4.x contexts)
 /// on one thread only: views share them, and would draw each other's frames. Construct the first view of the process
@@ -834,6 +845,8 @@ public:
                              bool clear, bool depth, bool frontBuffer);
 
     // ---- 16. Geometry that stays. Implemented in ViewGeometry.cpp
+    // For what is drawn more often than it changes: maps, reliefs, clouds. What is new in each frame goes through the
+    // batch, many small batches of it between BeginSharedDraws and EndSharedDraws.
 
     /// What is added from here on, by any of the adds, by the tessellator and in as many batches as wanted, goes into
     /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
@@ -1022,7 +1035,7 @@ public:
     // coordinates and in double precision to the last step. A set-up loads projection and modelview matrix and leaves
     // the mode at modelview. After drawing with other matrices (a host's own, those of an overlay) LoadViewMatrices
     // brings them back. Whenever the viewport's size (SetUpViewport) or the coordinate offsets change while they are
-    // loaded, they follow: middle and scale of the picture stay.
+    // loaded, they follow: middle and scale of the picture stay, in perspective by a wider or narrower angle.
     //
     // Coordinates may reach 1e30; an exaggeration above 0 multiplies heights. Operations that return HRESULTs give
     // E_INVALIDARG, and change nothing, for what is not finite or not in the range told. The others pass over such
@@ -1151,6 +1164,113 @@ public:
     /// A line string of any width with joins, caps, dashes and a casing, its edges smooth. One whose last point repeats
     /// the first is a ring. A string that has only one place is a dot where its caps are round or square.
     void DrawLineString(const PointXYZ* points, int count, const GLLineStyle& style);
+    /// The same beside its places, `offset` (in the style's unit) to the left of their direction, or to the right of it
+    /// where it is negative. See OffsetLineString.
+    void DrawOffsetLineString(const PointXYZ* points, int count, double offset, const GLLineStyle& style);
+    /// The parallel of a string: `offset` to the left, up to 1e15. Joins run around the outside of bends. On their
+    /// inside it is trimmed, so that a bend tighter than the offset leaves no loop; where nothing is that far from the
+    /// string nothing is left. A string whose last point repeats the first is a ring and stays one. An offset of 0
+    /// gives the string back. `out` is replaced; pieces that do not meet, of a string that is broken or a ring that
+    /// falls apart, have a point between them that is no number.
+    static void OffsetLineString(const PointXYZ* points, int count, double offset, GLLineJoin join, double miterLimit,
+                                 std::vector<PointXY>& out);
+    /// A polygon: filled, hatched and outlined as the style says. The first ring is an outline, and so is each further
+    /// one, or it is a hole where it begins inside of one before; in which direction a ring goes does not matter, nor
+    /// whether its last point repeats the first. Inside is where outlines go around a place a number of times that is
+    /// not zero. Outlines may cross: only those that do so some ten thousand times are filled in steps, finer than a
+    /// pixel where the window shows all of them. Fills of neighbours meet without a gap.
+    void DrawPolygon(const std::vector<std::vector<PointXYZ>>& rings, const GLPolygonStyle& style);
+    /// A symbol whose middle is at a place.
+    void DrawSymbol(GLSymbolKind kind, double x, double y, double z, const GLSymbolStyle& style);
+
+    // ---- 22. Profiles. Implemented in ViewProfile.cpp
+    // A profile shows a band of land along a line string, unrolled: across is the distance along the line (the
+    // station), up is the height. A place belongs to the leg of the line that is nearest to it, within the half width;
+    // at the outside of a bend that is the corner. Offsets count to the left of the line. In this view the conversions
+    // of map and screen take and give true coordinates, and places outside of the band have no image.
+
+    /// Shows the profile of `count` places, of which at least two differ; the array is not needed afterwards. The
+    /// view's orientation becomes GLViewOrientationProfile, points and cursor of an earlier profile go. Without heights
+    /// (`zLow` not below `zHigh`) they are found from the points; an exaggeration of 0 has them fill the window.
+    /// E_INVALIDARG for what is not finite, no line, a half width not above 0, a negative exaggeration; E_OUTOFMEMORY.
+    long SetUpProfileView(const PointXY* line, int count, double halfWidth, double zLow, double zHigh,
+                          double zExaggeration);
+    /// Length of the line; 0 without a profile.
+    double GetProfileLength() const;
+    /// False, and the outputs untouched, beyond the half width, before and behind the line, and without a profile. They
+    /// hold in any orientation.
+    bool RealWorld2Profile(double x, double y, double& station, double& offset) const;
+    bool Profile2RealWorld(double station, double& x, double& y) const;
+    /// For `count` places or stations and as many results, of which those outside are left untouched; `isInside` says
+    /// for each, null leaves that out. Return how many lie inside.
+    std::size_t RealWorld2Profile(const PointXYZ* world, std::size_t count, double* stations, double* offsets,
+                                  bool* isInside = nullptr) const;
+    std::size_t Profile2RealWorld(const double* stations, std::size_t count, PointXY* world,
+                                  bool* isInside = nullptr) const;
+
+    /// Adds those records that lie in the band and the range of heights. Their x and y are relative to the coordinate
+    /// offsets, as for drawing; nothing else of them is needed afterwards. The points stay, on the card once they are
+    /// drawn. S_OK; S_FALSE without a profile; E_INVALIDARG for no records; E_OUTOFMEMORY, when there are no points any
+    /// more.
+    long AddProfilePoints(const GLDrawGeometry* records, unsigned __int64 count);
+    /// One point in true coordinates.
+    long AddProfilePoint(double x, double y, double z, unsigned char r, unsigned char g, unsigned char b,
+                         unsigned char a);
+    void ClearProfilePoints();
+    /// Points in the band.
+    unsigned __int64 GetProfilePointCount() const;
+    /// Draws the points in the profile's view, as large as PointSize says. S_FALSE in any other view; DrawGeometry's
+    /// results.
+    long DrawProfilePoints();
+    /// The same with these records in place of the points that there are.
+    long DrawProfilePoints(const GLDrawGeometry* records, unsigned __int64 count);
+    /// Lines at round stations and heights with their numbers, and at the corners of the line. State is as before
+    /// afterwards; client state is disabled. S_FALSE in any other view.
+    long DrawProfileGrid(const GLProfileGridStyle& style);
+    /// The point drawn nearest to a place of the client area, at most so many pixels away: which of all records added
+    /// since the set-up it is, from 0, those outside of the band counted too. -1 without one.
+    __int64 PickProfilePoint(double clientX, double clientY, double pixels) const;
+
+    /// Shows a cross-hair with both values over the profile's frame, and in each linked view the line with its band and
+    /// the place on it; no scene is drawn. S_OK; S_FALSE where this view shows no profile and, with the cursor set,
+    /// where one of the views has no frame; E_INVALIDARG for a station that is not on the line; RedrawOverlays'
+    /// results.
+    long SetProfileCursor(double station, double z);
+    /// Takes it away. S_FALSE without one.
+    long HideProfileCursor();
+    /// False, and the outputs untouched, without one.
+    bool GetProfileCursor(double& station, double& z) const;
+    /// Has a map or a scene show this profile's line and cursor, until it is unlinked or one of the two goes. Both
+    /// views have to be of one thread. E_INVALIDARG for this view itself; E_OUTOFMEMORY.
+    long LinkProfile(COpenGLView& view);
+    void UnlinkProfile(COpenGLView& view);
+
+    // ---- 23. Vertices in bulk. Implemented in ViewBulk.cpp
+    // They go on with the open batch, as that many adds would, in less time: on a 4.x context lines, triangles and
+    // points go straight to where they are drawn from. A batch may mix them with the adds of single vertices and of
+    // triangles, but not with those that name a record.
+
+    /// Adds `count` vertices. Positions are taken relative to (ox, oy, oz), in double precision. Any count: the batch
+    /// is split as it is for adds, but never within a line or triangle. Without colours vertices are white, without
+    /// normals or texture coordinates those are 0. S_OK; E_INVALIDARG without points for a positive count;
+    /// E_OUTOFMEMORY, and nothing added, where the driver has no storage for vertices.
+    long AddVerticesRGBA(const PointXYZ* points, const GLRGBAColor* colors, const PointXYZ* normals,
+                         const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with one colour for all.
+    long AddVerticesOneColor(const PointXYZ* points, const GLRGBAColor& color, const PointXYZ* normals,
+                             const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// The same with red, green and blue of the current colour.
+    long AddVerticesCurrentColor(const PointXYZ* points, unsigned char alpha, const PointXYZ* normals,
+                                 const GLTexCoords* texture, std::size_t count, double ox, double oy, double oz);
+    /// Room for `count` records, 1 to kBatchCapacity, for the host to fill; batches that have no room for so many more
+    /// are drawn first. Write whole records in their order, and read nothing: it may be memory of the card. Null for
+    /// other counts, without storage for vertices, and where the batch would have to be cut within a primitive, a strip
+    /// or a fan.
+    GLDrawGeometry* ReserveRecords(int count);
+    /// Adds the first `count` of the records reserved last; 0 gives the room back. S_OK, or E_INVALIDARG with nothing
+    /// added: for more than were reserved, for a second time, and when the view has added to the batch or drawn it
+    /// since.
+    long CommitRecords(int count);
 
     // ---- Class-wide members
 
@@ -1200,8 +1320,9 @@ private:
     bool MayWait() const;
     void DrawWaitingBatches();
     void FlushWaitingVertices(int count);
-    void FlushFullBatch();
     void KeepPendingVertices();
+    void MakeRoomForAdd();
+    void DrawBeforeFirstRecord();
     void DrawBatch(int count);
     void DrawBatchFromRing(const GLCalls& gl, int start, int count);
 
@@ -1262,9 +1383,10 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
-    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
     std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
     std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
+    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
+    std::unique_ptr<ProfileState> m_profile;    ///< made with the first profile
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

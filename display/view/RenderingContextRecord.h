@@ -2,6 +2,7 @@
 
 #include "../pipeline/ContextObjects.h"
 #include "../platform/OrrinGLCement.h"
+#include "../values/ContextTypes.h"
 #include "../values/DrawGeometry.h"
 #include "../values/GLAttributes.h"
 #include "../values/MatrixStack.h"

@@ -35,6 +35,9 @@ struct ViewAccess {
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
     /// Opens a batch of the library's own strings, whose glyphs were seen to.
     static void OpenBatch(COpenGLView& view, unsigned int mode, GLShaderTypes shader) { view.OpenBatch(mode, shader); }
+    static unsigned __int64& GpuWaits(COpenGLView& view) { return view.m_gpuWaits; }
+    static void KeepPending(COpenGLView& view) { view.KeepPendingVertices(); }
+    static void DrawFirst(COpenGLView& view, int count) { view.FlushWaitingVertices(count); }
     static VertexBatchState& Batch(COpenGLView& view) { return view.m_batch; }
     static auto& Filling(COpenGLView& view) { return view.m_filling; }
     static TextState& Text(COpenGLView& view) { return view.m_text; }
@@ -43,6 +46,8 @@ struct ViewAccess {
     static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
     static auto& Owned(COpenGLView& view) { return view.m_owned; }
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
+    static std::unique_ptr<ProfileState>& Profile(COpenGLView& view) { return view.m_profile; }
+    static const std::unique_ptr<ProfileState>& Profile(const COpenGLView& view) { return view.m_profile; }
     static OverlayState& Overlays(COpenGLView& view) { return view.m_overlays; }
     static const OverlayState& Overlays(const COpenGLView& view) { return view.m_overlays; }
     static std::unique_ptr<ShapeDrawing>& Shapes(COpenGLView& view) { return view.m_shapes; }
@@ -52,6 +57,8 @@ struct ViewAccess {
         VertexBatchState& batch = view.m_batch;
         const unsigned int batchMode = std::exchange(batch.batchPrimitiveMode, mode);
         GLDrawGeometry* const batchRecords = std::exchange(batch.batchVertexPointer, records);
+        batch.writtenCount = 0; // whatever stands ahead in the ring is not of these
+        batch.ringOnlyCount = 0;
         view.DrawBatch(count);
         batch.batchPrimitiveMode = batchMode;
         batch.batchVertexPointer = batchRecords;

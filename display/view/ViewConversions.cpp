@@ -4,6 +4,7 @@
 
 #include "../images/BackingStore.h"
 #include "../pipeline/PixelStoreScope.h"
+#include "../profile/ProfileState.h"
 
 #include <algorithm>
 #include <array>
@@ -18,18 +19,41 @@ constexpr int kReachPixels = 3;
 constexpr int kMostSide = 2 * kReachPixels + 1;
 constexpr float kNothingDrawn = 1.0F;
 
-// Every conversion takes its places through these two, to and from the coordinates that the camera works in. They are
-// the true coordinates as they come; a profile, whose camera has stations and heights, converts here.
+// Every conversion takes its places through these two, to and from the coordinates that the camera works in: the true
+// coordinates as they come, but in a profile stations, offsets and heights.
 
-PointXYZ PlaceFor(double x, double y, double z) {
-    return {x, y, z};
+std::optional<PointXYZ> PlaceForCamera(const ProfileState* profile, const PointXYZ& world) {
+    ProfilePlace place;
+    if (!profile) {
+        return world;
+    }
+    if (!profile->line.Find(world.x, world.y, place)) {
+        return std::nullopt;
+    }
+    return PointXYZ{place.station, place.offset, world.z};
 }
 
-bool StoreWorld(const std::optional<glm::dvec3>& place, PointXYZ& world) {
-    if (place) {
-        world = {place->x, place->y, place->z};
+/// To the left of the line's direction.
+PointXY LeftAt(const ProfileState& profile, double station) {
+    const PointXY direction = profile.line.DirectionAt(station);
+    return {-direction.y, direction.x};
+}
+
+bool StoreWorld(const ProfileState* profile, const std::optional<glm::dvec3>& place, PointXYZ& world) {
+    if (!place) {
+        return false;
     }
-    return place.has_value();
+    if (!profile) {
+        world = {place->x, place->y, place->z};
+        return true;
+    }
+    PointXY onLine;
+    if (!profile->line.PointAt(place->x, onLine)) {
+        return false;
+    }
+    const PointXY left = LeftAt(*profile, place->x);
+    world = {onLine.x + place->y * left.x, onLine.y + place->y * left.y, place->z};
+    return true;
 }
 
 /// A rectangle of window pixels, from the lower left, and its depths.
@@ -41,7 +65,7 @@ struct Depths {
     std::array<float, kMostSide * kMostSide> values{}; ///< lower row first
 
     bool IsEmpty() const { return width <= 0 || height <= 0; }
-    float At(int column, int row) const { return values[static_cast<std::size_t>(row * width + column)]; }
+    float At(int column, int row) const { return *(values.begin() + row * width + column); }
     /// Leaves out what is outside of a rectangle. To be called before there are values.
     void Clip(int left, int bottom, int right, int top) {
         const int highX = std::min(x + width, right);
@@ -139,7 +163,8 @@ std::optional<glm::dvec3> FindPlaceOnScene(COpenGLView& view, int clientX, int c
 
 bool COpenGLView::RealWorld2Client(double x, double y, double z, double& clientX, double& clientY) const {
     PointXY client;
-    if (!MakeMapping(*this).ToClient(PlaceFor(x, y, z), client)) {
+    const std::optional<PointXYZ> place = PlaceForCamera(ShownProfile(*this), {x, y, z});
+    if (!place || !MakeMapping(*this).ToClient(*place, client)) {
         return false;
     }
     clientX = client.x;
@@ -149,12 +174,24 @@ bool COpenGLView::RealWorld2Client(double x, double y, double z, double& clientX
 
 std::size_t COpenGLView::RealWorld2Client(const PointXYZ* world, std::size_t count, PointXY* client,
                                           bool* hasImage) const {
-    return MakeMapping(*this).ToClient(world, count, client, hasImage);
+    if (!ShownProfile(*this)) {
+        return MakeMapping(*this).ToClient(world, count, client, hasImage);
+    }
+    std::size_t images = 0;
+    for (std::size_t index = 0; index < count; ++index) {
+        const PointXYZ& place = world[index];
+        const bool has = RealWorld2Client(place.x, place.y, place.z, client[index].x, client[index].y);
+        images += has ? 1 : 0;
+        if (hasImage) {
+            hasImage[index] = has;
+        }
+    }
+    return images;
 }
 
 bool COpenGLView::Client2RealWorld(double clientX, double clientY, double& x, double& y, double& z) const {
     PointXYZ world;
-    if (!StoreWorld(MakeMapping(*this).OnTargetPlane(clientX, clientY), world)) {
+    if (!StoreWorld(ShownProfile(*this), MakeMapping(*this).OnTargetPlane(clientX, clientY), world)) {
         return false;
     }
     x = world.x;
@@ -164,20 +201,30 @@ bool COpenGLView::Client2RealWorld(double clientX, double clientY, double& x, do
 }
 
 bool COpenGLView::Client2RealWorldAtDepth(double clientX, double clientY, double depth, PointXYZ& world) const {
-    return StoreWorld(MakeMapping(*this).AtDepth(clientX, clientY, depth), world);
+    return StoreWorld(ShownProfile(*this), MakeMapping(*this).AtDepth(clientX, clientY, depth), world);
 }
 
 bool COpenGLView::Client2RealWorldOnPlane(double clientX, double clientY, double planeZ, PointXYZ& world) const {
-    return StoreWorld(MakeMapping(*this).AtHeight(clientX, clientY, planeZ), world);
+    return StoreWorld(ShownProfile(*this), MakeMapping(*this).AtHeight(clientX, clientY, planeZ), world);
 }
 
 bool COpenGLView::Client2RealWorldOnScene(int clientX, int clientY, PointXYZ& world) {
-    return StoreWorld(FindPlaceOnScene(*this, clientX, clientY), world);
+    return StoreWorld(ShownProfile(*this), FindPlaceOnScene(*this, clientX, clientY), world);
 }
 
 bool COpenGLView::GetPickRay(double clientX, double clientY, PointXYZ& origin, PointXYZ& direction) const {
     const std::optional<PickRay> ray = MakeMapping(*this).RayAt(clientX, clientY);
-    return ray && StoreWorld(ray->origin, origin) && StoreWorld(ray->direction, direction);
+    const ProfileState* const profile = ShownProfile(*this);
+    if (!ray || !StoreWorld(profile, ray->origin, origin)) {
+        return false;
+    }
+    direction = {ray->direction.x, ray->direction.y, ray->direction.z};
+    if (profile) {
+        // Straight across the line.
+        const PointXY left = LeftAt(*profile, ray->origin.x);
+        direction = {left.x, left.y, 0.0};
+    }
+    return true;
 }
 
 } // namespace KTR

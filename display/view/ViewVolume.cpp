@@ -101,12 +101,13 @@ void ReloadViewMatrices(COpenGLView& view) {
 
 void ChangeView(COpenGLView& view, const ViewCamera& camera) {
     GLRenderingContextRecord& record = ViewAccess::CurrentRecord(view);
-    if (camera != record.camera) {
-        if (record.camera.IsSetUp()) {
-            Remember(record.viewHistory, record.camera);
-        }
-        record.camera = camera;
+    if (camera == record.camera) {
+        return;
     }
+    if (record.camera.IsSetUp()) {
+        Remember(record.viewHistory, record.camera);
+    }
+    record.camera = camera;
     view.LoadViewMatrices();
 }
 
@@ -115,6 +116,9 @@ long ChangeViewOrRefuse(COpenGLView& view, const std::optional<ViewCamera>& came
         return E_INVALIDARG;
     }
     ChangeView(view, *camera);
+    if (!AreViewMatricesLoaded(view)) {
+        view.LoadViewMatrices(); // the same view again, after others were drawn with
+    }
     return S_OK;
 }
 
@@ -130,8 +134,12 @@ void COpenGLView::LoadViewMatrices() {
         return;
     }
     const glm::dvec2 size = FindViewportSize(*this);
+    // The offsets are of the map, which a profile's stations are not.
+    const glm::dvec2 offsets = record.camera.orientation == GLViewOrientationProfile
+                                   ? glm::dvec2(0.0)
+                                   : glm::dvec2(record.coordinateOffsetX, record.coordinateOffsetY);
     record.loadedView = {VisibleExtents(record.camera, size), ProjectionMatrix(record.camera, size),
-                         ModelviewMatrix(record.camera, {record.coordinateOffsetX, record.coordinateOffsetY})};
+                         ModelviewMatrix(record.camera, offsets)};
     MatrixMode(GL_PROJECTION);
     ReplaceCurrentMatrix(record.loadedView.projection);
     MatrixMode(GL_MODELVIEW);

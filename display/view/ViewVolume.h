@@ -26,9 +26,10 @@ bool AreViewMatricesLoaded(const COpenGLView& view);
 /// Loads them for changed circumstances and leaves the matrix mode as it is.
 void ReloadViewMatrices(COpenGLView& view);
 
-/// Every change of the camera: remembers the view of before, takes the camera over and loads its matrices.
+/// Every change of the camera: remembers the view of before, takes the camera over and loads its matrices. A camera
+/// that has not moved leaves the matrices alone, whosever they are.
 void ChangeView(COpenGLView& view, const ViewCamera& camera);
-/// As ChangeView; E_INVALIDARG, and nothing is changed, without a camera.
+/// For set-ups, whose matrices are loaded in any case. E_INVALIDARG, and nothing is changed, without a camera.
 long ChangeViewOrRefuse(COpenGLView& view, const std::optional<ViewCamera>& camera);
 
 /// What is drawn at a place of the client area, or the nearest thing within 3 pixels.

@@ -8,21 +8,28 @@ namespace OrrinViewer {
 namespace {
 
 constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white points vanish on it
+constexpr double kAzimuthDegrees = 200.0;
+constexpr double kElevationDegrees = 35.0;
+constexpr double kFieldOfViewDegrees = 40.0;
+
+PointXYZ PointOf(const Position& position) {
+    return {position.x, position.y, position.z};
+}
 
 } // namespace
 
 void Scene::AddCloud(PointCloud cloud) {
-    Include(cloud.extent);
+    m_extent.Include(cloud.extent);
     m_clouds.emplace_back(std::move(cloud));
 }
 
 void Scene::AddSurface(ElevationGrid grid) {
-    Include(grid.FindExtent());
+    m_extent.Include(grid.FindExtent());
     m_surfaces.emplace_back(std::move(grid));
 }
 
 void Scene::AddRaster(RasterLayer raster) {
-    Include(raster.FindExtent());
+    m_extent.Include(raster.FindExtent());
     m_rasters.push_back(std::move(raster));
 }
 
@@ -32,7 +39,7 @@ void Scene::ShadeRasters(RasterLayer shade, double strength) {
 }
 
 void Scene::AddVectorLayer(VectorLayer layer) {
-    Include(layer.extent);
+    m_extent.Include(layer.extent);
     m_layers.push_back(std::move(layer));
     m_featureGeometry.emplace_back();
 }
@@ -118,43 +125,24 @@ void Scene::ReadRastersAtOnce() {
     }
 }
 
-bool Scene::Draw(KTR::COpenGLView& view, const MapNavigator& navigator) {
+void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
+    // A scene without anything is shown as one position is.
+    const PointXYZ low = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.low);
+    const PointXYZ high = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.high);
+    view.ChooseCoordinateOffsets(low, high);
+    if (orientation == KTR::GLViewOrientationPerspective) {
+        view.SetUpPerspectiveFromModelExtents(low, high, kAzimuthDegrees, kElevationDegrees, kFieldOfViewDegrees,
+                                              m_exaggeration);
+    } else {
+        view.SetUpOrthoFromModelExtents(orientation, low, high, m_exaggeration);
+    }
+}
+
+bool Scene::Draw(KTR::COpenGLView& view) {
     view.SetBackgroundColor(kBackground, true);
-    view.SetUpViewport(0, 0, navigator.Width(), navigator.Height());
-    SetUpCamera(view, navigator);
-    return DrawContent(view, navigator.VisibleArea());
-}
-
-bool Scene::Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels) {
-    view.SetBackgroundColor(kBackground, true);
-    view.SetUpViewport(0, 0, widthPixels, heightPixels);
-    SetUpCamera(view, navigator);
-    // On a relief an area would have to bend with it, where its triangles are flat.
-    return DrawContent(view, m_surfaces.empty() ? m_extent : Extent());
-}
-
-void Scene::ReleaseGeometry() {
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.ReleaseGeometry();
-    }
-    for (Surface& surface : m_surfaces) {
-        surface.ReleaseGeometry();
-    }
-    for (FeatureGeometry& geometry : m_featureGeometry) {
-        geometry.Release();
-    }
-}
-
-void Scene::Include(const Extent& extent) {
-    m_extent.Include(extent);
-    m_origin = m_extent.Center();
-}
-
-/// Draws everything with the camera that is set up. Of the areas to be filled those in `area` are drawn. False when
-/// there is more to read.
-bool Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
-    SetUpSun(view);
-    view.Scale(1.0, 1.0, m_exaggeration);
+    view.LoadViewMatrices();
+    view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
+    SetUpSun(view, m_exaggeration);
 
     // Rasters are the ground below everything.
     view.Disable(GL_DEPTH_TEST);
@@ -172,6 +160,7 @@ bool Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
     const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
+        const Extent area = FindAreaToFill(view);
         for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
             m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity, onTheGround);
         }
@@ -183,7 +172,7 @@ bool Scene::DrawContent(KTR::COpenGLView& view, const Extent& area) {
 }
 
 bool Scene::DrawRasters(KTR::COpenGLView& view) {
-    const double lowestZ = m_extent.low.z - m_origin.z;
+    const double lowestZ = m_extent.low.z;
     bool isComplete = true;
     for (RasterLayer& raster : m_rasters) {
         const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
@@ -193,33 +182,37 @@ bool Scene::DrawRasters(KTR::COpenGLView& view) {
     return isComplete;
 }
 
+void Scene::ReleaseGeometry() {
+    for (CloudLayer& cloud : m_clouds) {
+        cloud.ReleaseGeometry();
+    }
+    for (Surface& surface : m_surfaces) {
+        surface.ReleaseGeometry();
+    }
+    for (FeatureGeometry& geometry : m_featureGeometry) {
+        geometry.Release();
+    }
+}
+
+/// On a map what it shows of it.
+Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
+    if (view.GetCurrentViewOrientation() != KTR::GLViewOrientationTop) {
+        // On a relief an area would have to bend with it, where its triangles are flat.
+        return m_surfaces.empty() ? m_extent : Extent();
+    }
+    Extent area;
+    Position low;
+    Position high;
+    view.GetViewExtents(low.x, low.y, high.x, high.y);
+    area.Include(low);
+    area.Include(high);
+    return area;
+}
+
 void Scene::ColorAllClouds() {
     for (CloudLayer& cloud : m_clouds) {
         cloud.Color(m_colorMode);
     }
-}
-
-/// A parallel projection from above onto the visible area. Everything is relative to the origin, and stays in double
-/// precision until the library hands the product of the matrices to OpenGL.
-void Scene::SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const {
-    const Extent area = navigator.VisibleArea();
-    const double heightRange = m_extent.IsEmpty() ? 0.0 : m_extent.high.z - m_extent.low.z;
-    const double depth = heightRange * m_exaggeration + 1.0;
-    view.MatrixMode(GL_PROJECTION);
-    view.Ortho(area.low.x - m_origin.x, area.high.x - m_origin.x, area.low.y - m_origin.y, area.high.y - m_origin.y,
-               -depth, depth);
-    view.MatrixMode(GL_MODELVIEW);
-    view.LoadIdentity();
-}
-
-/// A perspective of the scene's middle, which is the origin.
-void Scene::SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const {
-    view.MatrixMode(GL_PROJECTION);
-    view.Perspective(OrbitNavigator::kFieldOfViewDegrees, navigator.AspectRatio(), navigator.NearDistance(),
-                     navigator.FarDistance());
-    view.MatrixMode(GL_MODELVIEW);
-    const Position eye = navigator.Eye();
-    view.LookAt(eye.x, eye.y, eye.z, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0);
 }
 
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
@@ -229,7 +222,7 @@ Position Scene::OnTheGround(const Position& position) const {
     for (const Surface& surface : m_surfaces) {
         elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
     }
-    const double z = std::isnan(elevation) ? 0.0 : elevation - m_origin.z;
+    const double z = std::isnan(elevation) ? m_extent.Center().z : elevation;
     return {position.x - m_origin.x, position.y - m_origin.y, z};
 }
 

@@ -7,9 +7,7 @@
 #include "Surface.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
-#include "map/MapNavigator.h"
 #include "map/MapTicks.h"
-#include "map/OrbitNavigator.h"
 
 #include <OrrinDisplay.h>
 
@@ -62,21 +60,19 @@ public:
     /// Has each frame read all that it shows of rasters, however long that takes, instead of a few milliseconds' worth.
     void ReadRastersAtOnce();
 
-    /// Draws one frame into the view's back buffer, from above or in perspective. The view's main context must be
-    /// current. False when rasters are still being read: another frame will show them finer.
-    bool Draw(KTR::COpenGLView& view, const MapNavigator& navigator);
-    bool Draw(KTR::COpenGLView& view, const OrbitNavigator& navigator, int widthPixels, int heightPixels);
+    /// Has the view show everything: along an axis, or in perspective from the south-south-west.
+    void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
+    /// Draws one frame into the view's back buffer, of what the view shows. Its main context must be current.
+    /// False when rasters are still being read: another frame will show them finer.
+    bool Draw(KTR::COpenGLView& view);
     /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
     /// cache.
     void ReleaseGeometry();
 
 private:
-    void Include(const Extent& extent);
     void ColorAllClouds();
-    void SetUpCamera(KTR::COpenGLView& view, const MapNavigator& navigator) const;
-    void SetUpCamera(KTR::COpenGLView& view, const OrbitNavigator& navigator) const;
-    bool DrawContent(KTR::COpenGLView& view, const Extent& area);
     bool DrawRasters(KTR::COpenGLView& view);
+    Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     Position OnTheGround(const Position& position) const;
 
     std::vector<CloudLayer> m_clouds;
@@ -89,7 +85,7 @@ private:
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
-    /// metres of a national grid.
+    /// metres of a national grid. These are the view's coordinate offsets, which its matrices allow for.
     Position m_origin;
     MapUnits m_units = MapUnits::Metres;
     ColorMode m_colorMode = ColorMode::Elevation;

@@ -9,12 +9,13 @@ namespace OrrinViewer {
 namespace {
 
 constexpr float kSunColor[] = {1.0F, 1.0F, 1.0F, 1.0F};
-constexpr float kTowardsSun[] = {-0.5F, 0.5F, 0.7071F, 0.0F};
-constexpr float kAwayFromSun[] = {0.5F, -0.5F, -0.7071F, 0.0F};
+constexpr float kSunX = -0.5F;
+constexpr float kSunY = 0.5F;
+constexpr float kSunZ = 0.7071F;
 
 /// Fixed functions light only the side that a normal points to, and add up the ambient parts of all lights. Two lights
 /// that shine against each other, with half of the ambient part each, give what the lit program gives.
-void SetUpTwoLights(KTR::COpenGLView& view) {
+void SetUpTwoLights(KTR::COpenGLView& view, const float* towardsSun) {
     const KTR::GLLightParameters& parameters = view.GetContextRecord(view.GetCurrentContextType()).attributes.light;
     const float ambientShare = parameters.ambientCoefficient / 2.0F;
     const float diffuseShare = (1.0F - parameters.ambientCoefficient) * parameters.intensity / 4.0F;
@@ -23,11 +24,12 @@ void SetUpTwoLights(KTR::COpenGLView& view) {
     const float diffuse[] = {kSunColor[0] * diffuseShare, kSunColor[1] * diffuseShare, kSunColor[2] * diffuseShare,
                              1.0F};
     const float none[] = {0.0F, 0.0F, 0.0F, 1.0F};
+    const float awayFromSun[] = {-towardsSun[0], -towardsSun[1], -towardsSun[2], 0.0F};
     for (const unsigned int light : {GL_LIGHT0, GL_LIGHT1}) {
         view.Light(light, GL_AMBIENT, ambient);
         view.Light(light, GL_DIFFUSE, diffuse);
         view.Light(light, GL_SPECULAR, none);
-        view.Light(light, GL_POSITION, light == GL_LIGHT0 ? kTowardsSun : kAwayFromSun);
+        view.Light(light, GL_POSITION, light == GL_LIGHT0 ? towardsSun : awayFromSun);
     }
     glLightModelfv(GL_LIGHT_MODEL_AMBIENT, none);
     view.ShadeModel(GL_SMOOTH);
@@ -42,13 +44,15 @@ void SwitchTwoLights(KTR::COpenGLView& view, bool on) {
 
 } // namespace
 
-void SetUpSun(KTR::COpenGLView& view) {
+void SetUpSun(KTR::COpenGLView& view, double exaggeration) {
+    // The modelview matrix multiplies heights, those of directions too.
+    const float towardsSun[] = {kSunX, kSunY, kSunZ / static_cast<float>(exaggeration), 0.0F};
     if (!view.DrawsWithPrograms()) {
-        SetUpTwoLights(view);
+        SetUpTwoLights(view, towardsSun);
         return;
     }
     view.Light(GL_LIGHT0, GL_DIFFUSE, kSunColor);
-    view.Light(GL_LIGHT0, GL_POSITION, kTowardsSun);
+    view.Light(GL_LIGHT0, GL_POSITION, towardsSun);
 }
 
 Surface::Surface(ElevationGrid grid) : m_grid(std::move(grid)), m_triangles(FindTriangles(m_grid)) {

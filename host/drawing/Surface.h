@@ -9,9 +9,9 @@
 
 namespace OrrinViewer {
 
-/// Directs the sun for the lit surfaces that follow: from the north-west, half-way up. It stands still over the map, so
-/// call this with the camera in the modelview matrix and nothing else.
-void SetUpSun(KTR::COpenGLView& view);
+/// Directs the sun for the lit surfaces that follow: from the north-west, half-way up over the exaggerated relief. It
+/// stands still over the map, so call this with the view's matrices and nothing else.
+void SetUpSun(KTR::COpenGLView& view, double exaggeration);
 
 /// A shaded relief: the elevations of a grid as lit triangles, coloured from low to high.
 class Surface {

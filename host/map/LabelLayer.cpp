@@ -36,6 +36,7 @@ LabelLayer::LabelLayer(std::vector<FeatureLabel> labels, const TextSizes& sizes)
     std::map<std::string, int> groups;
     requests.reserve(labels.size());
     m_labels.reserve(labels.size());
+    m_anchors.reserve(labels.size());
     for (FeatureLabel& label : labels) {
         const double width = sizes.width(label.text);
         LabelRequest request{label.anchor, width + 2.0 * kRoomPixels, sizes.ascent + sizes.descent + 2.0 * kRoomPixels};
@@ -44,7 +45,8 @@ LabelLayer::LabelLayer(std::vector<FeatureLabel> labels, const TextSizes& sizes)
             request.coarsestUnitsPerPixel = label.areaWidth * kWidestShareOfArea / std::max(width, 1.0);
         }
         requests.push_back(request);
-        m_labels.push_back({std::move(label), width, 0.0});
+        m_anchors.push_back(label.anchor);
+        m_labels.push_back({std::move(label.text), width, 0.0});
     }
     const std::vector<double> coarsest = PlaceLabels(requests);
     for (std::size_t index = 0; index < m_labels.size(); ++index) {
@@ -52,24 +54,25 @@ LabelLayer::LabelLayer(std::vector<FeatureLabel> labels, const TextSizes& sizes)
     }
 }
 
-std::vector<PixelText> LabelLayer::FindVisible(const MapNavigator& navigator, const std::vector<PixelText>& taken,
-                                               const TextSizes& sizes) const {
+std::vector<PixelText> LabelLayer::FindVisible(const MapFrame& frame, const std::vector<PixelPlace>& places,
+                                               const std::vector<PixelText>& taken, const TextSizes& sizes) const {
     std::vector<Extent> takenBoxes;
     takenBoxes.reserve(taken.size());
     for (const PixelText& text : taken) {
         takenBoxes.push_back(FindBox(text, sizes.width(text.text), sizes));
     }
     std::vector<PixelText> visible;
-    for (const PlacedLabel& placed : m_labels) {
-        if (navigator.UnitsPerPixel() > placed.coarsestUnitsPerPixel) {
+    for (std::size_t index = 0; index < m_labels.size(); ++index) {
+        const PlacedLabel& placed = m_labels[index];
+        if (frame.unitsPerPixel > placed.coarsestUnitsPerPixel) {
             continue;
         }
-        const Position pixel = navigator.PixelAt(placed.label.anchor);
-        const PixelText text{placed.label.text, std::round(pixel.x - placed.widthPixels * 0.5),
-                             std::round(navigator.Height() - pixel.y - sizes.ascent * 0.5)};
+        const PixelPlace& pixel = places[index];
+        const PixelText text{placed.text, std::round(pixel.x - placed.widthPixels * 0.5),
+                             std::round(frame.heightPixels - pixel.y - sizes.ascent * 0.5)};
         const Extent box = FindBox(text, placed.widthPixels, sizes);
         const bool isWhole =
-            box.low.x >= 0.0 && box.low.y >= 0.0 && box.high.x <= navigator.Width() && box.high.y <= navigator.Height();
+            box.low.x >= 0.0 && box.low.y >= 0.0 && box.high.x <= frame.widthPixels && box.high.y <= frame.heightPixels;
         if (isWhole && std::none_of(takenBoxes.begin(), takenBoxes.end(),
                                     [&](const Extent& takenBox) { return Touch(box, takenBox); })) {
             visible.push_back(text);

@@ -20,8 +20,8 @@ constexpr double kArrowWidthPixels = 16.0;
 /// between them.
 class FurnitureLayout {
 public:
-    FurnitureLayout(const MapNavigator& navigator, MapUnits units, const TextSizes& sizes)
-        : m_navigator(navigator), m_units(units), m_sizes(sizes), m_area(navigator.VisibleArea()),
+    FurnitureLayout(const MapFrame& frame, MapUnits units, const TextSizes& sizes)
+        : m_frame(frame), m_units(units), m_sizes(sizes), m_area(frame.area),
           m_rowHeight(sizes.ascent + sizes.descent + 2.0 * kGapPixels) {}
 
     MapFurniture Build() {
@@ -35,8 +35,8 @@ public:
     }
 
 private:
-    double Width() const { return m_navigator.Width(); }
-    double Height() const { return m_navigator.Height(); }
+    double Width() const { return m_frame.widthPixels; }
+    double Height() const { return m_frame.heightPixels; }
     /// Baseline of the coordinates along the lower edge.
     double LowerBaseline() const { return kTickPixels + kGapPixels + m_sizes.descent; }
     double LowerEnd() const { return LowerBaseline() + m_sizes.ascent + kGapPixels; }
@@ -54,7 +54,7 @@ private:
 
     /// One step for both edges, wide enough for the longest text along the lower one.
     double FindStep() const {
-        const double unitsPerPixel = m_navigator.UnitsPerPixel();
+        const double unitsPerPixel = m_frame.unitsPerPixel;
         const double firstStep = FindNiceStep(unitsPerPixel * kSmallestTickDistance);
         const int decimals = CountDecimals(firstStep);
         const double widest = std::max(m_sizes.width(FormatCoordinate(m_area.low.x, decimals)),
@@ -64,7 +64,7 @@ private:
 
     void AddTicksAlongX(double step, int decimals) {
         for (const double x : FindTicksWithin(m_area.low.x, m_area.high.x, step, 180.0)) {
-            const double pixel = std::round(m_navigator.PixelAt({x, m_area.low.y, 0.0}).x);
+            const double pixel = std::round(m_frame.placeOf({x, m_area.low.y, 0.0}).x);
             AddLine(pixel, 0.0, pixel, kTickPixels);
             AddLine(pixel, Height() - kTickPixels, pixel, Height());
             const std::string text = FormatCoordinate(x, decimals);
@@ -78,7 +78,7 @@ private:
 
     void AddTicksAlongY(double step, int decimals) {
         for (const double y : FindTicksWithin(m_area.low.y, m_area.high.y, step, 90.0)) {
-            const double pixel = std::round(Height() - m_navigator.PixelAt({m_area.low.x, y, 0.0}).y);
+            const double pixel = std::round(Height() - m_frame.placeOf({m_area.low.x, y, 0.0}).y);
             AddLine(0.0, pixel, kTickPixels, pixel);
             AddLine(Width() - kTickPixels, pixel, Width(), pixel);
             const std::string text = FormatCoordinate(y, decimals);
@@ -93,7 +93,7 @@ private:
 
     void AddScaleBar() {
         const double longest = std::min(kLongestBarPixels, Width() * 0.25);
-        const double metresPerPixel = m_navigator.UnitsPerPixel() * MetresPerUnit(m_units, m_area.Center().y);
+        const double metresPerPixel = m_frame.unitsPerPixel * MetresPerUnit(m_units, m_area.Center().y);
         const ScaleBar bar = FindScaleBar(metresPerPixel, longest);
         const double textWidth = m_sizes.width(bar.text);
         const double y = LowerEnd() + 2.0 * kGapPixels;
@@ -130,7 +130,7 @@ private:
         m_furniture.texts.push_back({letter, std::round(middle - m_sizes.width(letter) * 0.5), baseline});
     }
 
-    const MapNavigator& m_navigator;
+    const MapFrame& m_frame;
     MapUnits m_units;
     const TextSizes& m_sizes;
     Extent m_area;
@@ -140,21 +140,22 @@ private:
 
 } // namespace
 
-MapFurniture LayOutMapFurniture(const MapNavigator& navigator, MapUnits units, const TextSizes& sizes) {
-    return FurnitureLayout(navigator, units, sizes).Build();
+MapFurniture LayOutMapFurniture(const MapFrame& frame, MapUnits units, const TextSizes& sizes) {
+    return FurnitureLayout(frame, units, sizes).Build();
 }
 
 std::string FormatPosition(const Position& position, double unitsPerPixel) {
     const int decimals = CountDecimals(std::pow(10.0, std::floor(std::log10(unitsPerPixel))));
-    return FormatCoordinate(position.x, decimals) + "  " + FormatCoordinate(position.y, decimals);
+    const std::string place = FormatCoordinate(position.x, decimals) + "  " + FormatCoordinate(position.y, decimals);
+    // A height is worth more than a place is: a metre of it is seen from afar.
+    return std::isnan(position.z) ? place : place + "  " + FormatCoordinate(position.z, std::max(decimals, 1));
 }
 
-PixelText LayOutPosition(const MapNavigator& navigator, const Position& position, const TextSizes& sizes) {
+PixelText LayOutPosition(std::string text, int widthPixels, int heightPixels, const TextSizes& sizes) {
     const double left = kTickPixels + kGapPixels;
-    const std::string text = FormatPosition(position, navigator.UnitsPerPixel());
-    const bool fits = left + sizes.width(text) <= navigator.Width();
-    return {fits ? text : std::string(), left,
-            std::round(navigator.Height() - kTickPixels - kGapPixels - sizes.ascent)};
+    const bool fits = left + sizes.width(text) <= widthPixels;
+    return {fits ? std::move(text) : std::string(), left,
+            std::round(heightPixels - kTickPixels - kGapPixels - sizes.ascent)};
 }
 
 PixelText PlaceBesideLine(std::string text, double widthPixels, const Position& from, const Position& to,

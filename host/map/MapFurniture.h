@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MapNavigator.h"
+#include "MapFrame.h"
 #include "MapTicks.h"
 
 #include <array>
@@ -35,13 +35,13 @@ struct MapFurniture {
 /// Coordinates along the window's edges, a scale bar in its lower right corner and a north arrow in its upper right
 /// one. What has no room is left out. No two texts touch, and the row at the top edge stays free for the position under
 /// the mouse.
-MapFurniture LayOutMapFurniture(const MapNavigator& navigator, MapUnits units, const TextSizes& sizes);
+MapFurniture LayOutMapFurniture(const MapFrame& frame, MapUnits units, const TextSizes& sizes);
 
-/// The position in words, with as many digits as a pixel is worth.
+/// The position in words, with as many digits as a pixel is worth. A height that is NaN is left out.
 std::string FormatPosition(const Position& position, double unitsPerPixel);
 
-/// The position under the mouse and where it is told; an empty text in a window too narrow for it.
-PixelText LayOutPosition(const MapNavigator& navigator, const Position& position, const TextSizes& sizes);
+/// Where the position under the mouse is told in a window of that size; an empty text in one too narrow for it.
+PixelText LayOutPosition(std::string text, int widthPixels, int heightPixels, const TextSizes& sizes);
 
 /// Puts a text of this width beside the end `to` of a line, on the side where the line does not go, and whole within
 /// the window.

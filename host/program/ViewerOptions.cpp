@@ -50,9 +50,12 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                  "JPEG) and vectors (GeoJSON).",
                  "OrrinViewer");
     app.footer(
-        "Mouse: wheel zooms, dragging pans, or rotates the 3-D view; on the map Shift and dragging zooms to a "
-        "rectangle, Ctrl and dragging measures. Keys: M lets every dragging measure, V switches between map and 3-D "
-        "view, C the colouring, + and - the point size, Home shows everything, Esc ends.");
+        "Mouse: the wheel zooms to what is under it, dragging pans, or turns the 3-D view about what was clicked, "
+        "dragging with the right button pans there too; on the map Shift and dragging zooms to a rectangle, Ctrl and "
+        "dragging measures. Keys: 1 to 6 show the scene from the top, the bottom, the front, the back, the left and "
+        "the right, V switches between map and 3-D view, Backspace goes to the previous view and with Shift to the "
+        "next, Home shows everything, M lets every dragging measure, C switches the colouring, + and - the point "
+        "size, Esc ends.");
     app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
     app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
@@ -63,9 +66,14 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                                                                                  {"elevation", ColorMode::Elevation},
                                                                                  {"class", ColorMode::Class},
                                                                                  {"intensity", ColorMode::Intensity}}));
-    app.add_option("--view", options.camera, "map (from above, north up) or 3d")
-        ->transform(
-            CLI::CheckedTransformer(std::map<std::string, Camera>{{"map", Camera::Map}, {"3d", Camera::Perspective}}));
+    app.add_option("--view", options.camera, "map (from above, north up), bottom, front, back, left, right or 3d")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, Camera>{{"map", Camera::Map},
+                                                                          {"bottom", Camera::Bottom},
+                                                                          {"front", Camera::Front},
+                                                                          {"back", Camera::Back},
+                                                                          {"left", Camera::Left},
+                                                                          {"right", Camera::Right},
+                                                                          {"3d", Camera::Perspective}}));
     app.add_option("--exaggeration", options.exaggeration, "Multiplies heights")->check(CLI::Range(0.01, 1000.0));
     app.add_option("--grid", options.cloudCellSize,
                    "Shows clouds as a shaded relief of cells of this size, in the file's units")

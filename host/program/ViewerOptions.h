@@ -19,8 +19,13 @@ enum class Pipeline {
 
 /// From where the scene is seen.
 enum class Camera {
-    Map,         ///< from above, north up
-    Perspective, ///< from the side; the mouse rotates it
+    Map, ///< from above, north up
+    Bottom,
+    Front, ///< from the south
+    Back,
+    Left, ///< from the west
+    Right,
+    Perspective, ///< the mouse rotates it
 };
 
 /// What the command line asks for.

@@ -6,11 +6,13 @@
 
 #include <windowsx.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
 #include <cwchar>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -21,11 +23,49 @@ namespace {
 constexpr wchar_t kWindowClass[] = L"OrrinViewer";
 constexpr double kZoomPerNotch = 1.25;
 constexpr double kPanPixels = 60.0;
+constexpr double kDegreesPerPixel = 0.4;
 constexpr Rgb kBandColor{120, 180, 255};
 constexpr std::uint8_t kBandOpacity = 50;
 
 POINT CursorOf(LPARAM lParam) {
     return {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+}
+
+/// Where positions are in the window; those without an image stay far outside.
+std::vector<PixelPlace> FindPlaces(const KTR::COpenGLView& view, const std::vector<Position>& positions) {
+    constexpr PointXY kOutside{-1e9, -1e9};
+    std::vector<PointXYZ> world;
+    world.reserve(positions.size());
+    for (const Position& position : positions) {
+        world.push_back({position.x, position.y, position.z});
+    }
+    std::vector<PointXY> client(world.size(), kOutside);
+    view.RealWorld2Client(world.data(), world.size(), client.data());
+    std::vector<PixelPlace> places;
+    places.reserve(client.size());
+    for (const PointXY& place : client) {
+        places.push_back({place.x, place.y});
+    }
+    return places;
+}
+
+KTR::GLViewOrientation OrientationOf(Camera camera) {
+    switch (camera) {
+    case Camera::Bottom:
+        return KTR::GLViewOrientationBottom;
+    case Camera::Front:
+        return KTR::GLViewOrientationFront;
+    case Camera::Back:
+        return KTR::GLViewOrientationBack;
+    case Camera::Left:
+        return KTR::GLViewOrientationLeft;
+    case Camera::Right:
+        return KTR::GLViewOrientationRight;
+    case Camera::Perspective:
+        return KTR::GLViewOrientationPerspective;
+    default:
+        return KTR::GLViewOrientationTop;
+    }
 }
 
 } // namespace
@@ -85,15 +125,12 @@ bool ViewerWindow::Open(int offsetPixels) {
     }
     m_view->InitializeOpenGL(m_window);
     m_ready = true;
-    int width = 0;
-    int height = 0;
-    m_view->GetWindowDimensions(width, height);
-    m_navigator.Resize(width, height);
-    m_orbit.Resize(width, height);
-    m_camera = m_options.camera;
-    ShowEverything();
-    if (m_options.area) {
-        m_navigator.Show(*m_options.area);
+    m_view->GetWindowDimensions(m_width, m_height);
+    m_view->SetUpViewport(0, 0, m_width, m_height);
+    ShowFrom(OrientationOf(m_options.camera));
+    if (m_options.area && IsMap()) {
+        m_view->SetViewExtents(m_options.area->low.x, m_options.area->low.y, m_options.area->high.x,
+                               m_options.area->high.y);
     }
     LoadTexts();
     UpdateTitle();
@@ -104,11 +141,10 @@ double ViewerWindow::DrawScene() {
     const auto start = std::chrono::steady_clock::now();
     // Another window's context may be the current one.
     m_view->MakeCurrent(KTR::GLContextMain);
-    if (m_camera == Camera::Map) {
-        m_isSceneComplete = m_scene.Draw(*m_view, m_navigator);
+    m_view->SetUpViewport(0, 0, m_width, m_height);
+    m_isSceneComplete = m_scene.Draw(*m_view);
+    if (IsMap()) {
         DrawMapTexts();
-    } else {
-        m_isSceneComplete = m_scene.Draw(*m_view, m_orbit, m_navigator.Width(), m_navigator.Height());
     }
     // Without this only the time to hand over the commands would be measured.
     m_view->Finish();
@@ -121,7 +157,7 @@ void ViewerWindow::Present() {
 
 void ViewerWindow::SaveFrame(const std::filesystem::path& path) {
     m_view->MakeCurrent(KTR::GLContextMain);
-    SaveScreenshot(*m_view, m_navigator.Width(), m_navigator.Height(), path);
+    SaveScreenshot(*m_view, m_width, m_height, path);
 }
 
 LRESULT CALLBACK ViewerWindow::WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -138,8 +174,9 @@ LRESULT CALLBACK ViewerWindow::WindowProcedure(HWND window, UINT message, WPARAM
 LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_SIZE:
-        m_navigator.Resize(LOWORD(lParam), HIWORD(lParam));
-        m_orbit.Resize(LOWORD(lParam), HIWORD(lParam));
+        // A minimised window has no size.
+        m_width = std::max<int>(LOWORD(lParam), 1);
+        m_height = std::max<int>(HIWORD(lParam), 1);
         Redraw();
         return 0;
     case WM_PAINT:
@@ -152,9 +189,11 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_ERASEBKGND:
         return 1; // every frame fills the window
     case WM_LBUTTONDOWN:
-        HandleButtonDown(wParam, CursorOf(lParam));
+    case WM_RBUTTONDOWN:
+        HandleButtonDown(wParam, CursorOf(lParam), message == WM_RBUTTONDOWN);
         return 0;
     case WM_LBUTTONUP:
+    case WM_RBUTTONUP:
         HandleButtonUp();
         return 0;
     case WM_MOUSEMOVE:
@@ -179,28 +218,41 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     }
 }
 
-void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor) {
+void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor, bool isRight) {
+    if (m_dragging || m_band.FollowsMouse()) {
+        return; // the other button is down
+    }
+    EndWheel();
     SetCapture(m_window);
     m_cursor = cursor;
     m_band.Clear();
-    if (m_camera == Camera::Map && (keys & MK_SHIFT) != 0) {
-        m_band.Begin(RubberBand::Kind::Zoom, m_navigator.PositionAt(cursor.x, cursor.y));
-    } else if (m_camera == Camera::Map && ((keys & MK_CONTROL) != 0 || m_everyDragMeasures)) {
-        m_band.Begin(RubberBand::Kind::Measure, m_navigator.PositionAt(cursor.x, cursor.y));
+    if (!isRight && IsMap() && (keys & MK_SHIFT) != 0) {
+        m_band.Begin(RubberBand::Kind::Zoom, PositionOnMap(cursor));
+    } else if (!isRight && IsMap() && ((keys & MK_CONTROL) != 0 || m_everyDragMeasures)) {
+        m_band.Begin(RubberBand::Kind::Measure, PositionOnMap(cursor));
     } else {
         m_dragging = true;
+        m_draggingPans = isRight || !m_view->IsPerspectiveSideView();
+        m_view->BeginViewChange();
+        if (!m_draggingPans && m_view->MakeCurrent(KTR::GLContextMain)) {
+            m_view->SetTargetFromScene(cursor.x, cursor.y);
+        }
     }
     RedrawOverlay();
 }
 
 void ViewerWindow::HandleButtonUp() {
     if (m_band.FollowsMouse() && m_band.GetKind() == RubberBand::Kind::Zoom &&
-        m_band.IsLargeEnoughToZoom(m_navigator.UnitsPerPixel())) {
-        m_navigator.Show(m_band.Box());
+        m_band.IsLargeEnoughToZoom(m_view->GetUnitsPerPixel())) {
+        const Extent box = m_band.Box();
+        m_view->SetViewExtents(box.low.x, box.low.y, box.high.x, box.high.y);
         Redraw();
     }
     m_band.Drop();
-    m_dragging = false;
+    if (m_dragging) {
+        m_view->EndViewChange();
+        m_dragging = false;
+    }
     ReleaseCapture();
     RedrawOverlay();
 }
@@ -212,7 +264,7 @@ void ViewerWindow::HandleMouseMove(POINT cursor) {
     }
     const POINT before = m_cursor.value_or(cursor);
     m_cursor = cursor;
-    m_band.MoveTo(m_navigator.PositionAt(cursor.x, cursor.y));
+    m_band.MoveTo(PositionOnMap(cursor));
     if (m_dragging) {
         Drag(cursor.x - before.x, cursor.y - before.y);
         Redraw();
@@ -227,7 +279,23 @@ void ViewerWindow::HandleMouseLeave() {
 }
 
 void ViewerWindow::HandleKey(WPARAM key) {
+    EndWheel();
     switch (key) {
+    case '1':
+    case '2':
+    case '3':
+    case '4':
+    case '5':
+    case '6':
+        ShowFrom(static_cast<KTR::GLViewOrientation>(KTR::GLViewOrientationTop + static_cast<int>(key - '1')));
+        break;
+    case VK_BACK:
+        if (GetKeyState(VK_SHIFT) < 0) {
+            m_view->NextView();
+        } else {
+            m_view->PreviousView();
+        }
+        break;
     case 'C':
         m_scene.SwitchColors();
         UpdateTitle();
@@ -241,10 +309,10 @@ void ViewerWindow::HandleKey(WPARAM key) {
         m_scene.SetPointSize(std::fmax(m_scene.GetPointSize() - 1.0, 1.0));
         break;
     case VK_HOME:
-        ShowEverything();
+        ShowFrom(m_view->GetCurrentViewOrientation());
         break;
     case 'V':
-        m_camera = m_camera == Camera::Map ? Camera::Perspective : Camera::Map;
+        ShowFrom(m_view->IsPerspectiveSideView() ? KTR::GLViewOrientationTop : KTR::GLViewOrientationPerspective);
         break;
     case 'M':
         m_everyDragMeasures = !m_everyDragMeasures;
@@ -276,26 +344,70 @@ void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
     POINT cursor = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
     ScreenToClient(m_window, &cursor);
     const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-    const double factor = std::pow(kZoomPerNotch, notches);
-    if (m_camera == Camera::Map) {
-        m_navigator.Zoom(factor, cursor.x, cursor.y);
-    } else {
-        m_orbit.Zoom(factor);
+    if (!m_wheeling) {
+        m_view->BeginViewChange();
+        m_wheeling = true;
     }
+    m_view->MakeCurrent(KTR::GLContextMain);
+    m_view->ZoomAbout(std::pow(kZoomPerNotch, notches), cursor.x, cursor.y);
     Redraw();
 }
 
-void ViewerWindow::Drag(double rightPixels, double downPixels) {
-    if (m_camera == Camera::Map) {
-        m_navigator.Pan(rightPixels, downPixels);
-    } else {
-        m_orbit.Orbit(rightPixels, downPixels);
+void ViewerWindow::EndWheel() {
+    if (m_wheeling) {
+        m_view->EndViewChange();
+        m_wheeling = false;
     }
 }
 
-void ViewerWindow::ShowEverything() {
-    m_navigator.Fit(m_scene.GetExtent());
-    m_orbit.Fit(m_scene.GetExtent(), m_scene.GetExaggeration());
+void ViewerWindow::Drag(double rightPixels, double downPixels) {
+    if (m_view->IsPerspectiveSideView() && !(m_dragging && m_draggingPans)) {
+        m_view->OrbitBy(rightPixels * kDegreesPerPixel, downPixels * kDegreesPerPixel);
+    } else {
+        m_view->Pan(rightPixels, downPixels);
+    }
+}
+
+void ViewerWindow::ShowFrom(KTR::GLViewOrientation orientation) {
+    m_band.Clear();
+    m_scene.ShowEverything(*m_view, orientation);
+}
+
+MapFrame ViewerWindow::DescribeMap() const {
+    MapFrame frame{m_width, m_height, m_view->GetUnitsPerPixel(), {}, {}};
+    Position low;
+    Position high;
+    m_view->GetViewExtents(low.x, low.y, high.x, high.y);
+    frame.area.Include(low);
+    frame.area.Include(high);
+    frame.placeOf = [this](const Position& position) { return PlaceOf(position); };
+    return frame;
+}
+
+PixelPlace ViewerWindow::PlaceOf(const Position& position) const {
+    PixelPlace place;
+    m_view->RealWorld2Client(position.x, position.y, position.z, place.x, place.y);
+    return place;
+}
+
+/// Whatever the height is of what is drawn there.
+Position ViewerWindow::PositionOnMap(POINT cursor) const {
+    Position position;
+    m_view->Client2RealWorld(cursor.x, cursor.y, position.x, position.y, position.z);
+    return {position.x, position.y, 0.0};
+}
+
+/// What is drawn under the cursor; on a map also where nothing with a height is.
+std::optional<Position> ViewerWindow::FindPositionUnder(POINT cursor) {
+    PointXYZ place;
+    if (m_view->Client2RealWorldOnScene(cursor.x, cursor.y, place)) {
+        return Position{place.x, place.y, place.z};
+    }
+    if (!IsMap()) {
+        return std::nullopt;
+    }
+    const Position position = PositionOnMap(cursor);
+    return Position{position.x, position.y, std::numeric_limits<double>::quiet_NaN()};
 }
 
 /// The font, and the placement of all labels, which depends on how wide the font makes them.
@@ -307,37 +419,39 @@ void ViewerWindow::LoadTexts() {
 }
 
 void ViewerWindow::DrawMapTexts() {
-    SetUpPixelCamera(*m_view, m_navigator.Width(), m_navigator.Height());
+    SetUpPixelCamera(*m_view, m_width, m_height);
     const TextSizes sizes = m_texts.Sizes(*m_view);
+    const MapFrame frame = DescribeMap();
     MapFurniture furniture;
     if (!m_options.plain) {
-        furniture = LayOutMapFurniture(m_navigator, m_scene.GetUnits(), sizes);
+        furniture = LayOutMapFurniture(frame, m_scene.GetUnits(), sizes);
         DrawFurniture(*m_view, furniture);
     }
-    std::vector<PixelText> texts = m_labels.FindVisible(m_navigator, furniture.texts, sizes);
+    std::vector<PixelText> texts =
+        m_labels.FindVisible(frame, FindPlaces(*m_view, m_labels.GetAnchors()), furniture.texts, sizes);
     texts.insert(texts.end(), furniture.texts.begin(), furniture.texts.end());
     m_texts.Draw(*m_view, texts);
 }
 
 /// What follows the mouse: its position in words, the rectangle to zoom to, the line that measures.
 void ViewerWindow::DrawOverlay() {
-    if (m_camera != Camera::Map) {
-        return;
-    }
-    SetUpPixelCamera(*m_view, m_navigator.Width(), m_navigator.Height());
+    const std::optional<Position> position = m_cursor && !m_options.plain ? FindPositionUnder(*m_cursor) : std::nullopt;
+    SetUpPixelCamera(*m_view, m_width, m_height);
     std::vector<PixelText> texts;
-    if (m_cursor && !m_options.plain) {
-        const Position position = m_navigator.PositionAt(m_cursor->x, m_cursor->y);
-        texts.push_back(LayOutPosition(m_navigator, position, m_texts.Sizes(*m_view)));
+    if (position) {
+        texts.push_back(LayOutPosition(FormatPosition(*position, m_view->GetUnitsPerPixel()), m_width, m_height,
+                                       m_texts.Sizes(*m_view)));
     }
-    DrawRubberBand(texts);
+    if (IsMap()) {
+        DrawRubberBand(texts);
+    }
     m_texts.Draw(*m_view, texts);
 }
 
 void ViewerWindow::DrawRubberBand(std::vector<PixelText>& texts) {
     const auto pixelOf = [this](const Position& position) {
-        const Position pixel = m_navigator.PixelAt(position);
-        return Position{std::floor(pixel.x), std::floor(m_navigator.Height() - pixel.y), 0.0};
+        const PixelPlace pixel = PlaceOf(position);
+        return Position{std::floor(pixel.x), std::floor(m_height - pixel.y), 0.0};
     };
     const Position from = pixelOf(m_band.From());
     const Position to = pixelOf(m_band.To());
@@ -351,7 +465,7 @@ void ViewerWindow::DrawRubberBand(std::vector<PixelText>& texts) {
         const std::string length = FormatLength(
             DistanceInMetres(m_scene.GetUnits(), m_band.From().x, m_band.From().y, m_band.To().x, m_band.To().y));
         const double width = m_texts.Sizes(*m_view).width(length);
-        texts.push_back(PlaceBesideLine(length, width, from, to, m_navigator.Width(), m_navigator.Height()));
+        texts.push_back(PlaceBesideLine(length, width, from, to, m_width, m_height));
     }
 }
 
@@ -364,9 +478,9 @@ void ViewerWindow::DrawFrame() {
         UpdateTitle();
         // While the map moves under the mouse, the next frame is another one.
         const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
-        m_isSceneStored = m_isSceneComplete && !m_dragging &&
-                          SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK, 0, 0,
-                                                             m_navigator.Width(), m_navigator.Height()));
+        m_isSceneStored =
+            m_isSceneComplete && !m_dragging &&
+            SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK, 0, 0, m_width, m_height));
     }
     DrawOverlay();
     Present();
@@ -377,9 +491,8 @@ bool ViewerWindow::RestoreScene() {
     if (!m_view->MakeCurrent(KTR::GLContextMain)) {
         return false;
     }
-    const int width = m_navigator.Width();
-    const int height = m_navigator.Height();
-    m_view->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, width, height, 0, 0, width, height, false, false, false);
+    m_view->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, m_width, m_height, 0, 0, m_width, m_height, false, false,
+                                false);
     return true;
 }
 

@@ -4,8 +4,7 @@
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
 #include "map/LabelLayer.h"
-#include "map/MapNavigator.h"
-#include "map/OrbitNavigator.h"
+#include "map/MapFrame.h"
 #include "map/RubberBand.h"
 
 #include <OrrinDisplay.h>
@@ -45,15 +44,22 @@ public:
 private:
     static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam);
-    void HandleButtonDown(WPARAM keys, POINT cursor);
+    void HandleButtonDown(WPARAM keys, POINT cursor, bool isRight);
     void HandleButtonUp();
     void HandleMouseMove(POINT cursor);
     void HandleMouseLeave();
     void HandleKey(WPARAM key);
     void HandleWheel(WPARAM wParam, LPARAM lParam);
-    /// Moves the map, or rotates the scene, by so many pixels to the right and down.
+    /// Moves the picture, or turns the 3-D view, by so many pixels to the right and down.
     void Drag(double rightPixels, double downPixels);
-    void ShowEverything();
+    void ShowFrom(KTR::GLViewOrientation orientation);
+    /// Many steps of the wheel are one of the view's history.
+    void EndWheel();
+    bool IsMap() const { return m_view->GetCurrentViewOrientation() == KTR::GLViewOrientationTop; }
+    MapFrame DescribeMap() const;
+    Position PositionOnMap(POINT cursor) const;
+    PixelPlace PlaceOf(const Position& position) const;
+    std::optional<Position> FindPositionUnder(POINT cursor);
 
     void LoadTexts();
     void DrawMapTexts();
@@ -70,9 +76,6 @@ private:
     Scene& m_scene;
     const ViewerOptions& m_options;
     std::function<void()> m_closed;
-    MapNavigator m_navigator;
-    OrbitNavigator m_orbit;
-    Camera m_camera = Camera::Map;
     std::unique_ptr<KTR::COpenGLView> m_view;
     TextPainter m_texts;
     LabelLayer m_labels;
@@ -81,7 +84,11 @@ private:
     bool m_isSceneComplete = true;    ///< no raster was still being read in the last frame
     bool m_isSceneStored = false;     ///< the backing store has the scene as it has to be shown
     double m_frameMilliseconds = 0.0; ///< of the last frame; 0 before the first
+    int m_width = 1;                  ///< of the client area in pixels, at least 1
+    int m_height = 1;
     bool m_dragging = false;
+    bool m_draggingPans = false; ///< also in perspective
+    bool m_wheeling = false;
     bool m_everyDragMeasures = false;
     RubberBand m_band;
     std::optional<POINT> m_cursor; ///< where the mouse is in the window

@@ -11,14 +11,17 @@ namespace {
 /// Letters of seven pixels, so that the test needs no font.
 const TextSizes kSizes = {[](const std::string& text) { return 7.0 * static_cast<double>(text.size()); }, 9.0, 3.0};
 
-MapNavigator Navigate(int width, int height, double west, double south, double east, double north) {
-    MapNavigator navigator;
-    navigator.Resize(width, height);
-    Extent area;
-    area.Include(Position{west, south, 0.0});
-    area.Include(Position{east, north, 0.0});
-    navigator.Show(area);
-    return navigator;
+/// A map of the area, as large as it fits into the window.
+MapFrame Show(int width, int height, double west, double south, double east, double north) {
+    const double unitsPerPixel = std::max((east - west) / width, (north - south) / height);
+    const double left = (west + east - width * unitsPerPixel) / 2.0;
+    const double top = (south + north + height * unitsPerPixel) / 2.0;
+    MapFrame frame{width, height, unitsPerPixel, {}, [=](const Position& position) {
+                       return PixelPlace{(position.x - left) / unitsPerPixel, (top - position.y) / unitsPerPixel};
+                   }};
+    frame.area.Include(Position{left, top - height * unitsPerPixel, 0.0});
+    frame.area.Include(Position{left + width * unitsPerPixel, top, 0.0});
+    return frame;
 }
 
 struct View {
@@ -31,10 +34,11 @@ class MapFurnitureLayout : public testing::TestWithParam<View> {};
 
 TEST_P(MapFurnitureLayout, TextsAreWhole_ApartAndWhereTheySay) {
     const View& view = GetParam();
-    const MapNavigator navigator = Navigate(view.width, view.height, view.west, view.south, view.east, view.north);
-    const MapFurniture furniture = LayOutMapFurniture(navigator, MapUnits::Metres, kSizes);
+    const MapFrame frame = Show(view.width, view.height, view.west, view.south, view.east, view.north);
+    const MapFurniture furniture = LayOutMapFurniture(frame, MapUnits::Metres, kSizes);
     std::vector<PixelText> texts = furniture.texts;
-    texts.push_back(LayOutPosition(navigator, navigator.PositionAt(1, 1), kSizes));
+    texts.push_back(LayOutPosition(FormatPosition({view.west, view.north, 1234.5}, frame.unitsPerPixel), view.width,
+                                   view.height, kSizes));
     for (std::size_t one = 0; one < texts.size(); ++one) {
         const PixelText& text = texts[one];
         const double right = text.x + kSizes.width(text.text);
@@ -52,7 +56,7 @@ TEST_P(MapFurnitureLayout, TextsAreWhole_ApartAndWhereTheySay) {
     const auto lower = std::count_if(furniture.texts.begin(), furniture.texts.end(), [&](const PixelText& text) {
         const double middle = text.x + kSizes.width(text.text) * 0.5;
         return text.y == furniture.texts.front().y &&
-               std::abs(navigator.PixelAt({std::stod(text.text), 0.0, 0.0}).x - middle) <= 1.0;
+               std::abs(frame.placeOf({std::stod(text.text), 0.0, 0.0}).x - middle) <= 1.0;
     });
     EXPECT_GE(lower, std::min(2, view.width / 300)) << view.name;
 }
@@ -66,8 +70,11 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(MapFurniture, PositionHasAsManyDigitsAsAPixelIsWorth) {
-    EXPECT_EQ(FormatPosition({294'542.9327, 9'116'067.7818, 0}, 8.3), "294543  9116068");
-    EXPECT_EQ(FormatPosition({-78.5, 36.123456, 0}, 0.004), "-78.500  36.123");
+    const double unknown = std::nan("");
+    EXPECT_EQ(FormatPosition({294'542.9327, 9'116'067.7818, unknown}, 8.3), "294543  9116068");
+    EXPECT_EQ(FormatPosition({-78.5, 36.123456, unknown}, 0.004), "-78.500  36.123");
+    EXPECT_EQ(FormatPosition({294'542.9327, 9'116'067.7818, 406.27}, 8.3), "294543  9116068  406.3");
+    EXPECT_EQ(FormatPosition({1.0, 2.0, 0.0}, 0.04), "1.00  2.00  0.00");
 }
 
 } // namespace

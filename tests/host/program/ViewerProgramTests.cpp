@@ -14,12 +14,32 @@ TEST_F(ViewerProgram, PointsAreDrawnNorthUpInTheirPlacesAndColors) {
         {Write("square.ply", SquareCloud(596'000, 243'000)).wstring(), L"--color", L"recorded", L"--point-size", L"4"});
     ASSERT_EQ(frame.width, 240);
     ASSERT_EQ(frame.height, 160);
-    // The square fills the height less the margin: 160 / 1.08 pixels, half of it to each side of the middle.
-    EXPECT_TRUE(frame.HasNear(120 - 74, 80 + 74, {250, 0, 0})) << "south-west";
-    EXPECT_TRUE(frame.HasNear(120 + 74, 80 + 74, {0, 250, 0})) << "south-east";
-    EXPECT_TRUE(frame.HasNear(120 - 74, 80 - 74, {0, 0, 250})) << "north-west";
-    EXPECT_TRUE(frame.HasNear(120 + 74, 80 - 74, {250, 250, 0})) << "north-east";
+    // The square fills the height less the margin: 160 / 1.02 pixels, half of it to each side of the middle.
+    EXPECT_TRUE(frame.HasNear(120 - 77, 80 + 77, {250, 0, 0})) << "south-west";
+    EXPECT_TRUE(frame.HasNear(120 + 77, 80 + 77, {0, 250, 0})) << "south-east";
+    EXPECT_TRUE(frame.HasNear(120 - 77, 80 - 77, {0, 0, 250})) << "north-west";
+    EXPECT_TRUE(frame.HasNear(120 + 77, 80 - 77, {250, 250, 0})) << "north-east";
     EXPECT_TRUE(frame.HasNear(120, 80, {0, 250, 250})) << "middle";
+}
+
+// What is the front and what is the left is agreed on with every map maker: a low red point in the south-west and a
+// high green one in the north-east.
+TEST_F(ViewerProgram, EachSideShowsTheSceneAsItLiesThere) {
+    const std::wstring cloud =
+        Write("two.ply",
+              "ply\nformat ascii 1.0\nelement vertex 2\nproperty double x\nproperty double y\nproperty double "
+              "z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n"
+              "500000 4500000 100 250 0 0\n500100 4500100 200 0 250 0\n")
+            .wstring();
+    const struct {
+        const wchar_t* name;
+        int redSide; ///< -1 at the left, 1 at the right
+    } views[] = {{L"map", -1}, {L"bottom", 1}, {L"front", -1}, {L"back", 1}, {L"left", 1}, {L"right", -1}};
+    for (const auto& view : views) {
+        const Frame frame = Draw({cloud, L"--color", L"recorded", L"--point-size", L"5", L"--view", view.name});
+        EXPECT_TRUE(frame.HasNear(120 + view.redSide * 77, 80 + 77, {250, 0, 0})) << testing::PrintToString(view.name);
+        EXPECT_TRUE(frame.HasNear(120 - view.redSide * 77, 80 - 77, {0, 250, 0})) << testing::PrintToString(view.name);
+    }
 }
 
 // At metres of a national grid, floats alone would move points by a quarter of a metre.
@@ -37,9 +57,9 @@ TEST_F(ViewerProgram, OutlinesWithHoles_AreDrawnOverPoints) {
         [[1030, 2030], [1070, 2030], [1070, 2070], [1030, 2070], [1030, 2030]]]})");
     const Frame frame = Draw({points.wstring(), parcel.wstring()});
     const auto background = frame.At(2, 2);
-    EXPECT_TRUE(frame.HasNear(120, 80 + 74, {255, 176, 64})) << "outer ring";
+    EXPECT_TRUE(frame.HasNear(120, 80 + 77, {255, 176, 64})) << "outer ring";
     EXPECT_TRUE(frame.HasNear(120, 80 + 30, {255, 176, 64})) << "hole";
-    EXPECT_TRUE(frame.HasNear(120 - 74, 80, {255, 176, 64})) << "the edge that closes the ring";
+    EXPECT_TRUE(frame.HasNear(120 - 77, 80, {255, 176, 64})) << "the edge that closes the ring";
     EXPECT_EQ(frame.At(120, 80 + 50), background);
 }
 

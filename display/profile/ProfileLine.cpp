@@ -1,0 +1,153 @@
+#include "ProfileLine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace KTR {
+
+bool ProfileLine::Set(const PointXY* points, int count, double halfWidth) {
+    Clear();
+    if (!points || !(halfWidth > 0.0) || !std::isfinite(halfWidth)) {
+        return false;
+    }
+    double station = 0.0;
+    for (int index = 0; index < count; ++index) {
+        const PointXY& point = points[index];
+        if (!std::isfinite(point.x) || !std::isfinite(point.y)) {
+            Clear();
+            return false;
+        }
+        if (!m_corners.empty()) {
+            const PointXY& before = m_corners.back();
+            const double length = std::hypot(point.x - before.x, point.y - before.y);
+            if (!(length > 0.0)) {
+                continue;
+            }
+            m_legs.push_back({before, {(point.x - before.x) / length, (point.y - before.y) / length}, length, station});
+            station += length;
+        }
+        m_corners.push_back(point);
+    }
+    if (m_legs.empty() || !std::isfinite(station)) {
+        Clear();
+        return false;
+    }
+    m_halfWidth = halfWidth;
+    FillCells();
+    return true;
+}
+
+double ProfileLine::StationOfCorner(std::size_t corner) const {
+    return corner < m_legs.size() ? m_legs[corner].station : Length();
+}
+
+/// Positive where the line turns left. What is nearest to a corner lies outside of the bend, on the other side: the two
+/// legs alone may not agree.
+double ProfileLine::TurnAt(std::size_t corner) const {
+    const PointXY& in = m_legs[corner - 1].direction;
+    const PointXY& out = m_legs[corner].direction;
+    return in.x * out.y - in.y * out.x;
+}
+
+/// Which legs reach a cell: those whose line passes its middle within the half width and half a cell's diagonal.
+void ProfileLine::FillCells() {
+    PointXY low = m_corners.front();
+    PointXY high = low;
+    for (const PointXY& corner : m_corners) {
+        low = {std::min(low.x, corner.x), std::min(low.y, corner.y)};
+        high = {std::max(high.x, corner.x), std::max(high.y, corner.y)};
+    }
+    constexpr int side = Cells::kSide;
+    const double width = high.x - low.x + 2.0 * m_halfWidth;
+    const double height = high.y - low.y + 2.0 * m_halfWidth;
+    m_cells.low = {low.x - m_halfWidth, low.y - m_halfWidth};
+    m_cells.perX = side / width;
+    m_cells.perY = side / height;
+    m_cells.first.assign(side * side + 1, 0);
+    m_cells.legs.clear();
+    const double cellWidth = width / side;
+    const double cellHeight = height / side;
+    // A little more, so that a place at the edge of a cell is not lost to rounding.
+    const double reach = (m_halfWidth + std::hypot(cellWidth, cellHeight) / 2.0) * (1.0 + 1e-9);
+    for (int row = 0; row < side; ++row) {
+        for (int column = 0; column < side; ++column) {
+            const PointXY middle{m_cells.low.x + (column + 0.5) * cellWidth, m_cells.low.y + (row + 0.5) * cellHeight};
+            for (std::size_t index = 0; index < m_legs.size(); ++index) {
+                const Leg& leg = m_legs[index];
+                const double dx = middle.x - leg.from.x;
+                const double dy = middle.y - leg.from.y;
+                const double along = std::clamp(dx * leg.direction.x + dy * leg.direction.y, 0.0, leg.length);
+                if (std::hypot(dx - along * leg.direction.x, dy - along * leg.direction.y) <= reach) {
+                    m_cells.legs.push_back(static_cast<int>(index));
+                }
+            }
+            m_cells.first[static_cast<std::size_t>(row * side + column) + 1] = static_cast<int>(m_cells.legs.size());
+        }
+    }
+}
+
+bool ProfileLine::Find(double x, double y, ProfilePlace& place) const {
+    if (m_legs.empty()) {
+        return false;
+    }
+    constexpr int side = Cells::kSide;
+    const double column = (x - m_cells.low.x) * m_cells.perX;
+    const double row = (y - m_cells.low.y) * m_cells.perY;
+    // Written so that NaN is refused too; the upper edge belongs to the band.
+    if (!(column >= 0.0 && column <= side && row >= 0.0 && row <= side)) {
+        return false;
+    }
+    const std::size_t cell = static_cast<std::size_t>(std::min(static_cast<int>(row), side - 1)) * side +
+                             static_cast<std::size_t>(std::min(static_cast<int>(column), side - 1));
+    const int begin = m_cells.first[cell];
+    const int end = m_cells.first[cell + 1];
+    double nearest = m_halfWidth * m_halfWidth;
+    bool found = false;
+    for (int index = begin; index < end; ++index) {
+        const auto number = static_cast<std::size_t>(m_cells.legs[static_cast<std::size_t>(index)]);
+        const Leg& leg = m_legs[number];
+        const double dx = x - leg.from.x;
+        const double dy = y - leg.from.y;
+        const double foot = dx * leg.direction.x + dy * leg.direction.y;
+        if ((foot < 0.0 && number == 0) || (foot > leg.length && number + 1 == m_legs.size())) {
+            continue; // before or behind the line
+        }
+        const double along = std::clamp(foot, 0.0, leg.length);
+        const double awayX = dx - along * leg.direction.x;
+        const double awayY = dy - along * leg.direction.y;
+        const double distance = awayX * awayX + awayY * awayY;
+        // The first of two that are equally near: at a corner that is where both meet.
+        if (distance < nearest || (!found && distance == nearest)) {
+            nearest = distance;
+            found = true;
+            const bool atCorner = foot < 0.0 || foot > leg.length;
+            const double left =
+                atCorner ? -TurnAt(foot < 0.0 ? number : number + 1) : leg.direction.x * dy - leg.direction.y * dx;
+            place = {leg.station + along, std::copysign(std::sqrt(distance), left)};
+        }
+    }
+    return found;
+}
+
+std::size_t ProfileLine::LegAt(double station) const {
+    const auto behind = std::upper_bound(m_legs.begin(), m_legs.end(), station,
+                                         [](double wanted, const Leg& leg) { return wanted < leg.station; });
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(behind - m_legs.begin() - 1, 0));
+}
+
+bool ProfileLine::PointAt(double station, PointXY& point) const {
+    if (m_legs.empty() || !(station >= 0.0 && station <= Length())) {
+        return false;
+    }
+    const Leg& leg = m_legs[LegAt(station)];
+    const double along = station - leg.station;
+    point = {leg.from.x + along * leg.direction.x, leg.from.y + along * leg.direction.y};
+    return true;
+}
+
+PointXY ProfileLine::DirectionAt(double station) const {
+    return m_legs.empty() ? PointXY{} : m_legs[LegAt(station)].direction;
+}
+
+} // namespace KTR
