@@ -1,5 +1,6 @@
 #include "RasterLayer.h"
 
+#include "ComputedRelief.h"
 #include "ElevationImages.h"
 #include "SceneColors.h"
 
@@ -51,6 +52,17 @@ RasterLayer RasterLayer::ForElevations(const ElevationGrid& grid, const std::wst
     description.style = ElevationStyle(FindElevationRange(ElevationsWithData(grid)));
     description.smooth = false;
     return {std::move(description), PlaceCells(grid), KTR::MakeValueReader(width, height, ElevationValues(grid))};
+}
+
+RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {
+    KTR::GLRasterDescription description = Describe(L"computed relief", side, side, GL_FLOAT);
+    description.style = ElevationStyle({kComputedLow, kComputedHigh});
+    const double half = side * 0.5;
+    const auto read = [](const KTR::GLRasterWindow& window, void* pixels) {
+        ComputeRelief(window.level, window.x, window.y, window.width, window.height, static_cast<float*>(pixels));
+        return KTR::GLRasterReadDone;
+    };
+    return {std::move(description), {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read};
 }
 
 RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name) {

@@ -17,6 +17,8 @@ public:
     static RasterLayer ForImage(Raster raster, const std::wstring& name);
     /// Elevations: each cell a square, coloured from low to high, transparent where nothing was measured.
     static RasterLayer ForElevations(const ElevationGrid& grid, const std::wstring& name);
+    /// A relief that is computed where it is looked at, `side` pixels each way, one of them a unit, around a place.
+    static RasterLayer ForComputedRelief(int side, const Position& middle);
     /// The light on elevations, to shade other rasters with.
     static RasterLayer ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name);
 

@@ -68,6 +68,9 @@ Scene LoadScene(const ViewerOptions& options) {
     for (const std::filesystem::path& file : options.files) {
         AddFile(scene, file, options);
     }
+    if (options.computedSide > 0) {
+        scene.AddRaster(RasterLayer::ForComputedRelief(options.computedSide, scene.GetExtent().Center()));
+    }
     // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
     const bool areDegrees = !scene.GetVectorLayers().empty() && FitsTheGlobe(scene.GetExtent());
     scene.SetUnits(options.units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres));

@@ -56,7 +56,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         "the right, V switches between map and 3-D view, Backspace goes to the previous view and with Shift to the "
         "next, Home shows everything, M lets every dragging measure, C switches the colouring, + and - the point "
         "size, Esc ends.");
-    app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
+    app.add_option("files", files, "Files to show; they should share one coordinate system");
     app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
             {"auto", Pipeline::Automatic}, {"legacy", Pipeline::Legacy}, {"gl4", Pipeline::OpenGL4}}));
@@ -79,6 +79,9 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                    "Shows clouds as a shaded relief of cells of this size, in the file's units")
         ->check(CLI::PositiveNumber);
     app.add_flag("--flat", options.flat, "Shows elevations as a coloured raster below everything, not as a relief");
+    app.add_option("--computed", options.computedSide,
+                   "Adds a computed relief of so many pixels each way, which no memory needs to hold")
+        ->check(CLI::Range(1, 10'000'000));
     app.add_option("--hillshade", options.hillshadePercent,
                    "Shades rasters by the elevations, which are only shown with --flat; how strongly in percent")
         ->check(CLI::Range(0.0, 100.0));
@@ -104,6 +107,9 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);
+        if (files.empty() && options.computedSide == 0) {
+            throw CLI::RequiredError("files");
+        }
         if (!area.empty()) {
             options.area = AreaFromText(area);
         }

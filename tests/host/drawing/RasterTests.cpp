@@ -1,3 +1,4 @@
+#include "drawing/ComputedRelief.h"
 #include "drawing/ElevationImages.h"
 
 #include <gtest/gtest.h>
@@ -42,6 +43,30 @@ TEST(ElevationImages, HillshadeIsLitFromTheNorthWest) {
     EXPECT_LT(ridge[(1 * 3 + 2) * 2], 200) << "away from it";
     EXPECT_EQ(ridge[8 * 2 + 1], 0);
     EXPECT_LT(MakeHillshade(Grid(3, 3, {0, 5, 10, 5, 10, 5, 10, 5, 0}), 3.0)[10], ridge[10]) << "heights exaggerated";
+}
+
+// Zoomed out, the relief must be the mean of what it is near by, or it flickers as one moves.
+TEST(ComputedRelief, CoarserLevelsAreTheMeansOfFinerOnes) {
+    constexpr int kSide = 40;
+    for (int level = 0; level < 14; level += 3) {
+        std::vector<float> fine(4 * kSide * kSide);
+        std::vector<float> coarse(kSide * kSide);
+        ComputeRelief(level, 2 * 700, 2 * 300, 2 * kSide, 2 * kSide, fine.data());
+        ComputeRelief(level + 1, 700, 300, kSide, kSide, coarse.data());
+        float lowest = coarse.front();
+        float highest = coarse.front();
+        for (std::size_t index = 0; index < coarse.size(); ++index) {
+            const std::size_t first = index / kSide * 4 * kSide + index % kSide * 2;
+            const float mean =
+                (fine[first] + fine[first + 1] + fine[first + 2 * kSide] + fine[first + 2 * kSide + 1]) / 4.0F;
+            ASSERT_NEAR(coarse[index], mean, 0.01F) << level;
+            lowest = std::fmin(lowest, coarse[index]);
+            highest = std::fmax(highest, coarse[index]);
+        }
+        EXPECT_GT(highest - lowest, 5.0F);
+        EXPECT_GE(lowest, kComputedLow);
+        EXPECT_LE(highest, kComputedHigh);
+    }
 }
 
 } // namespace

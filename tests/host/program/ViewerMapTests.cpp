@@ -5,6 +5,7 @@
 #include "files/ImageFile.h"
 
 #include <array>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -104,6 +105,22 @@ TEST_P(ViewerMap, HillshadeDarkensTheImageWhereTheGroundTurnsAway) {
     EXPECT_EQ(slope[0], 0);
     const Color half = draw(L"50").At(120 + 70, 80 - 60);
     EXPECT_NEAR(half[1], (kUpperRight[1] + slope[1]) / 2, 2);
+}
+
+// Ten thousand million pixels: near and far the map is there at once, with a hill's colours and no hole.
+TEST_P(ViewerMap, RasterLargerThanMemoryIsShownNearAndFar) {
+    for (const wchar_t* area : {L"-50000,-33000,50000,33000", L"12000,30000,12120,30080"}) {
+        const Frame frame = Draw(WithPipeline({L"--computed", L"100000", L"--area", area, L"--units", L"metres"}));
+        ASSERT_EQ(frame.width, 240);
+        std::set<Color> colors;
+        for (int x = 60; x < 180; x += 4) {
+            for (int y = 10; y < 150; y += 4) {
+                colors.insert(frame.At(x, y));
+            }
+        }
+        EXPECT_FALSE(colors.contains({74, 82, 94})) << "the background";
+        EXPECT_GT(colors.size(), 20U);
+    }
 }
 
 /// The box around all pixels that are white.
