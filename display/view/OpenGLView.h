@@ -32,7 +32,6 @@ namespace KTR {
 class GeometryFilling;
 class GLCalls;
 class GLGeometry;
-enum GLFusionMode : int;
 struct RasterState;
 struct TexturedQuadrilateral;
 enum GLLineJoin : int;
@@ -1025,10 +1024,11 @@ public:
     /// \return as LoadGLImage; E_INVALIDARG also without values
     long LoadDataRaster(unsigned int type, int width, int height, int rowAlignment, unsigned int filter,
                         const void* values, const GLDataStyle& style, unsigned int& texture, unsigned int& sampler);
-    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster (whose format is GL_RGBA) filled, from column
-    /// `x` and row `y` on; smaller levels follow. It is bound to GL_TEXTURE0 afterwards. E_INVALIDARG for what does not
-    /// lie in the texture, and for a format that it cannot keep: it takes the one that it was loaded with, and any
-    /// where that had an opacity or pixels without data. E_FAIL without a current context; E_OUTOFMEMORY.
+    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster filled, from column `x` and row `y` on, treated
+    /// and adjusted as an image is; smaller levels follow. The texture is bound to GL_TEXTURE0 afterwards. It takes the
+    /// format that it was loaded with; one with an opacity (GL_RGBA, values, pixels without data) takes any, and where
+    /// pixels without data are looked for it has to be such a one. E_INVALIDARG for others, and for what does not lie
+    /// in the texture; E_FAIL without a current context; E_OUTOFMEMORY.
     long UpdateGLImage(unsigned int texture, unsigned int format, int x, int y, int width, int height, int rowAlignment,
                        const void* pixels);
     /// Lets each channel of a pixel without data be off the marker by so many levels, 0 (as at the start) to 255.

@@ -48,9 +48,14 @@ void Scene::AddSurface(ElevationGrid grid) {
     m_surfaces.emplace_back(std::move(grid));
 }
 
-void Scene::AddRaster(Raster raster, std::wstring name, bool smooth) {
+void Scene::AddRaster(RasterLayer raster) {
     Include(raster.FindExtent());
-    m_rasters.emplace_back(std::move(raster), std::move(name), smooth);
+    m_rasters.push_back(std::move(raster));
+}
+
+void Scene::ShadeRasters(RasterLayer shade, double strength) {
+    m_shade.emplace(std::move(shade));
+    m_shadeStrength = strength;
 }
 
 void Scene::AddVectorLayer(VectorLayer layer) {
@@ -180,6 +185,15 @@ const char* Scene::NameOfColors() const {
     return "";
 }
 
+void Scene::ReadRastersAtOnce() {
+    for (RasterLayer& raster : m_rasters) {
+        raster.ReadAtOnce();
+    }
+    if (m_shade) {
+        m_shade->ReadAtOnce();
+    }
+}
+
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
     // A scene without anything is shown as one position is.
     const PointXYZ low = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.low);
@@ -195,11 +209,12 @@ void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orient
 
 CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     LoadCamera(view);
-    DrawGround(view);
+    CloudsFrame frame;
+    frame.groundIsRead = DrawGround(view);
+    frame.complete = frame.groundIsRead;
     const auto clouds = std::max<std::size_t>(m_clouds.size(), 1);
     const CloudBudget share{budget.points == 0 ? 0 : std::max<std::uint64_t>(budget.points / clouds, 1),
                             budget.milliseconds / static_cast<double>(clouds)};
-    CloudsFrame frame;
     for (const auto& cloud : m_clouds) {
         Join(frame, cloud->Draw(view, m_pointSizePixels, share));
     }
@@ -243,6 +258,17 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
             DrawStyledFeatures(view, m_layers[layer], m_featureStyle, inTheWorld);
         }
     }
+}
+
+bool Scene::DrawRasters(KTR::COpenGLView& view) {
+    const double lowestZ = m_extent.low.z;
+    bool isComplete = true;
+    for (RasterLayer& raster : m_rasters) {
+        const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
+                                    : raster.Draw(view, m_origin, lowestZ);
+        isComplete = isComplete && isRead;
+    }
+    return isComplete;
 }
 
 void Scene::Draw(KTR::COpenGLView& view) {
@@ -299,21 +325,19 @@ void Scene::LoadCamera(KTR::COpenGLView& view) {
     view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
 }
 
-/// Clears the frame and draws what lies below the clouds.
-void Scene::DrawGround(KTR::COpenGLView& view) {
+/// Clears the frame and draws what lies below the clouds. False while rasters are read.
+bool Scene::DrawGround(KTR::COpenGLView& view) {
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
-    // Rasters are the ground below everything. A map shows no more of their pixels than it has itself.
+    // Rasters are the ground below everything.
     view.Disable(GL_DEPTH_TEST);
-    const bool isMap = view.GetCurrentViewOrientation() == KTR::GLViewOrientationTop;
-    for (const RasterLayer& raster : m_rasters) {
-        raster.Draw(view, m_origin, m_extent.low.z, isMap ? view.GetUnitsPerPixel() : 0.0);
-    }
+    const bool isRead = DrawRasters(view);
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
     for (Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
     }
+    return isRead;
 }
 
 /// On a map what it shows of it.

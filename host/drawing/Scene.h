@@ -23,6 +23,7 @@ namespace OrrinViewer {
 /// What has been drawn of the clouds.
 struct CloudsFrame {
     bool complete = true;       ///< all that there is to see
+    bool groundIsRead = true;   ///< no raster will be finer in the next frame
     bool outdated = false;      ///< nothing: the frame has to be begun anew
     bool enlarged = false;      ///< points are larger than they should be, since they are so few
     std::uint64_t drawn = 0;    ///< points, by the last call
@@ -41,8 +42,9 @@ public:
     /// The cloud is read in the background from now on.
     void AddCloud(std::unique_ptr<CloudReader> reader);
     void AddSurface(ElevationGrid grid);
-    /// `name` tells it from all other rasters of the process; `smooth` blends between its pixels.
-    void AddRaster(Raster raster, std::wstring name, bool smooth);
+    void AddRaster(RasterLayer raster);
+    /// Shades all rasters by this one; how strongly is 0 to 1.
+    void ShadeRasters(RasterLayer shade, double strength);
     void AddVectorLayer(VectorLayer layer);
     const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
 
@@ -89,6 +91,9 @@ public:
     void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
     void SetFeatureStyle(FeatureStyle style) { m_featureStyle = std::move(style); }
 
+    /// Has each frame read all that it shows of rasters, however long that takes, instead of a few milliseconds' worth.
+    void ReadRastersAtOnce();
+
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
     /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
@@ -110,7 +115,8 @@ private:
     void ColorAllClouds();
     void Include(const Extent& extent);
     void LoadCamera(KTR::COpenGLView& view);
-    void DrawGround(KTR::COpenGLView& view);
+    bool DrawGround(KTR::COpenGLView& view);
+    bool DrawRasters(KTR::COpenGLView& view);
     void ReleaseShapes();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     Position OnTheGround(const Position& position) const;
@@ -118,6 +124,8 @@ private:
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
+    std::optional<RasterLayer> m_shade; ///< over all of them
+    double m_shadeStrength = 0.0;
     std::vector<VectorLayer> m_layers;
     std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;

@@ -10,16 +10,6 @@ namespace OrrinViewer {
 
 namespace {
 
-/// From low ground to peaks; each step is brighter than the one before, so that the order also shows without colour.
-constexpr std::array<Rgb, 6> kElevationRamp = {{
-    {24, 40, 110},
-    {22, 92, 140},
-    {44, 138, 100},
-    {136, 176, 70},
-    {228, 204, 110},
-    {248, 244, 236},
-}};
-
 struct SurveyClass {
     std::string_view name;
     Rgb color;

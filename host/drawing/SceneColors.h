@@ -2,6 +2,7 @@
 
 #include "data/CloudSurvey.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -10,6 +11,17 @@ namespace OrrinViewer {
 /// Texts and lines over the map are light with a dark edge, which shows on any ground.
 constexpr Rgb kLight{255, 255, 255};
 constexpr Rgb kDarkEdge{26, 30, 38};
+
+/// From low ground to peaks, at equal distances; each step is brighter than the one before, so that the order also
+/// shows without colour.
+constexpr std::array<Rgb, 6> kElevationRamp = {{
+    {24, 40, 110},
+    {22, 92, 140},
+    {44, 138, 100},
+    {136, 176, 70},
+    {228, 204, 110},
+    {248, 244, 236},
+}};
 
 /// By what the points of a cloud are coloured.
 enum class ColorMode {

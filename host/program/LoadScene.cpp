@@ -1,6 +1,5 @@
 #include "LoadScene.h"
 
-#include "drawing/ElevationRaster.h"
 #include "files/FileError.h"
 #include "files/OpenFile.h"
 
@@ -11,10 +10,14 @@ namespace OrrinViewer {
 
 namespace {
 
-void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, bool flat) {
-    if (flat) {
-        scene.AddRaster(MakeElevationRaster(grid), file.wstring(), false);
-    } else {
+void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, const ViewerOptions& options) {
+    if (options.hillshadePercent > 0.0) {
+        scene.ShadeRasters(RasterLayer::ForHillshade(grid, options.exaggeration, file.wstring()),
+                           options.hillshadePercent / 100.0);
+    }
+    if (options.flat) {
+        scene.AddRaster(RasterLayer::ForElevations(grid, file.wstring()));
+    } else if (options.hillshadePercent <= 0.0) {
         scene.AddSurface(std::move(grid));
     }
 }
@@ -25,16 +28,16 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
         scene.AddVectorLayer(OpenVectorLayer(file));
         return;
     case FileKind::AsciiGrid:
-        AddElevations(scene, OpenElevationGrid(file), file, options.flat);
+        AddElevations(scene, OpenElevationGrid(file), file, options);
         return;
     case FileKind::Image:
-        scene.AddRaster(OpenRaster(file), file.wstring(), true);
+        scene.AddRaster(RasterLayer::ForImage(OpenRaster(file), file.wstring()));
         return;
     default:
         break;
     }
     if (options.cloudCellSize) {
-        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
+        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options);
     } else {
         scene.AddCloud(OpenCloudReader(file));
     }
@@ -59,6 +62,9 @@ Scene LoadScene(const ViewerOptions& options) {
     Scene scene;
     for (const std::filesystem::path& file : options.files) {
         AddFile(scene, file, options);
+    }
+    if (options.computedSide > 0) {
+        scene.AddRaster(RasterLayer::ForComputedRelief(options.computedSide, scene.GetExtent().Center()));
     }
     scene.SetUnits(options.units);
     if (!options.labelProperty.empty()) {

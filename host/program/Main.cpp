@@ -51,6 +51,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
         // Without a person nobody looks at a part of the points.
         scene.WaitUntilRead();
         KTR::SetMessageBoxHandler(PrintMessageBox, nullptr);
+        scene.ReadRastersAtOnce(); // no later frame would show them finer
     }
     const bool isReading = scene.IsReading();
     if (!isReading) {

@@ -65,7 +65,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         "next, Home shows everything, M lets every dragging measure, C switches the colouring, E the shading of "
         "clouds by their depths, + and - the point size, S turns the sun and A raises it (with Shift back), Esc "
         "ends.");
-    app.add_option("files", files, "Files to show; they should share one coordinate system")->required();
+    app.add_option("files", files, "Files to show; they should share one coordinate system");
     app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
             {"auto", Pipeline::Automatic}, {"legacy", Pipeline::Legacy}, {"gl4", Pipeline::OpenGL4}}));
@@ -89,6 +89,12 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         ->check(CLI::PositiveNumber);
     app.add_flag("!--no-eye-dome", options.cloudsShaded, "Does not shade clouds by their depths in the 3-D view");
     app.add_flag("--flat", options.flat, "Shows elevations as a coloured raster below everything, not as a relief");
+    app.add_option("--computed", options.computedSide,
+                   "Adds a computed relief of so many pixels each way, which no memory needs to hold")
+        ->check(CLI::Range(1, 10'000'000));
+    app.add_option("--hillshade", options.hillshadePercent,
+                   "Shades rasters by the elevations, which are only shown with --flat; how strongly in percent")
+        ->check(CLI::Range(0.0, 100.0));
     app.add_option("--fill", options.fillPercent, "Fills areas; how opaque in percent")->check(CLI::Range(0.0, 100.0));
     app.add_option("--line-width", options.features.lineWidthPixels, "Draws lines as roads of so many pixels")
         ->check(CLI::Range(0.5, 256.0));
@@ -126,6 +132,9 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);
+        if (files.empty() && options.computedSide == 0) {
+            throw CLI::RequiredError("files");
+        }
         if (!area.empty()) {
             options.area = AreaFromText(area);
         }

@@ -43,6 +43,8 @@ struct ViewerOptions {
     std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
     bool cloudsShaded = true;            ///< by their depths, in perspective, where the pipeline can
     bool flat = false;                   ///< elevations are shown as rasters, not as surfaces
+    int computedSide = 0;                ///< pixels each way of a computed relief; 0: there is none
+    double hillshadePercent = 0.0;       ///< how strongly elevations shade rasters; 0: they are shown themselves
     double fillPercent = 0.0;            ///< opacity of filled areas
     FeatureStyle features;
     std::string labelProperty;  ///< UTF-8; empty: no labels

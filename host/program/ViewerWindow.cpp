@@ -524,7 +524,9 @@ bool ViewerWindow::DrawSceneOrPart() {
     m_view->MakeCurrent(KTR::GLContextMain);
     m_view->SetUpViewport(0, 0, m_width, m_height);
     const CloudsFrame frame = RefineOrBegin();
-    if (!frame.complete) {
+    if (!frame.groundIsRead) {
+        m_stored = Stored::Nothing; // the ground lies below the points, so the next frame begins with it
+    } else if (!frame.complete) {
         StoreFrame(Stored::Clouds);
     }
     DrawAboveClouds();
@@ -535,14 +537,14 @@ bool ViewerWindow::DrawSceneOrPart() {
     m_frameMilliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
     UpdateTitle();
     // While the map moves under the mouse, the next frame is another one.
-    m_waits = !frame.complete && frame.drawn == 0 && !frame.enlarged;
+    m_waits = !frame.complete && frame.groundIsRead && frame.drawn == 0 && !frame.enlarged;
     if (!frame.complete && !m_waits && !m_dragging) {
         RedrawOverlay();
     }
     if (!frame.complete) {
         SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
     }
-    return frame.complete || frame.enlarged || m_waits || m_dragging ||
+    return frame.complete || !frame.groundIsRead || frame.enlarged || m_waits || m_dragging ||
            frame.spacingPixels <= kMostSpacingOfPointSize * m_scene.GetPointSize();
 }
 

@@ -6,6 +6,7 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 
@@ -113,6 +114,31 @@ TEST_F(Allocation, ViewWithoutATesselatorLivesAndDies) {
     EXPECT_EQ(view->GetTesselator(), nullptr);
     TestWindow window;
     view->ShutDownOpenGLContexts(window.Window());
+}
+
+// Reading a raster may need more than there is: it tells so, leaves no texture behind, and draws when there is room.
+TEST_F(Allocation, RasterLayerTellsAndLeavesNoTextures) {
+    LiveView live;
+    const GLRasterReader reader = [](const GLRasterWindow& window, void* pixels) {
+        std::fill_n(static_cast<float*>(pixels), window.width * window.height, 0.5F);
+        return GLRasterReadDone;
+    };
+    const GLDataStyle style{.stops = {{0.0, {9, 9, 9, 255}}}};
+    const auto draw = [&] {
+        CRasterLayer layer(
+            {.width = 300, .height = 300, .pixels = GL_FLOAT, .placement = {.originY = 128.0}, .style = style}, reader);
+        layer.SetReadingTime(1e9);
+        const long result = layer.Draw(*live.view);
+        live->DeleteDisplayTextureCache();
+        return result;
+    };
+    FailEachAllocation(draw, [&](long result, bool failed) {
+        EXPECT_TRUE(result == S_OK || (failed && result == E_OUTOFMEMORY)) << result;
+        for (unsigned int name = 1; name < 100; ++name) {
+            ASSERT_EQ(glIsTexture(name), GL_FALSE) << name;
+        }
+    });
+    EXPECT_EQ(live.At(40, 40), (Pixel{9, 9, 9, 255}));
 }
 
 // A cache that runs out of memory tells so and keeps its bookkeeping right.

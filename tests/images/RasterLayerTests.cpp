@@ -170,6 +170,22 @@ TEST_P(RasterLayers, CoarserTilesStandInWhileFinerOnesAreRead) {
     EXPECT_EQ(layer.GetLastFrame().read, 0);
 }
 
+// Looking over the country tiles of many levels meet: no pixel of the background shines through between them.
+TEST_P(RasterLayers, PerspectiveHasNoGapsBetweenLevels) {
+    CRasterLayer layer({.width = kLarge, .height = kLarge, .placement = {1.0, 0.0, 0.0, -1.0, 0.0, 0.0}},
+                       source.Reader());
+    layer.SetReadingTime(kAtOnce);
+    for (const double turn : {0.0, 23.0, 61.0}) {
+        View().MatrixMode(GL_PROJECTION);
+        View().Perspective(40.0, 1.5, 10.0, 100'000.0);
+        View().MatrixMode(GL_MODELVIEW);
+        View().LookAt(50'000, -50'000, 300, 50'000 + 900 * std::sin(turn), -50'000 + 900 * std::cos(turn), 0, 0, 0, 1);
+        live->Clear(RGB(255, 255, 255));
+        EXPECT_EQ(layer.Draw(View()), S_OK);
+        EXPECT_EQ(Take().CountDrawn({255, 255, 255, 255}), kWidth * kHeight) << turn;
+    }
+}
+
 TEST_P(RasterLayers, ReaderMayAskForTimeOrFail) {
     LookAt(500, -500, 900);
     source.size = 1'000;

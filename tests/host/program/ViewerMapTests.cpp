@@ -5,6 +5,7 @@
 #include "files/ImageFile.h"
 
 #include <array>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -79,6 +80,46 @@ TEST_P(ViewerMap, RasterShowsBesideFilledAreasAndThroughTheirHoles) {
         EXPECT_EQ(frame.At(120 - 10, 80 - 10), kUpperLeft) << "the hole";
         EXPECT_EQ(frame.At(120 + 10, 80 + 10), kLowerRight) << "the hole";
         EXPECT_TRUE(frame.HasNear(120 + 60, 80, kOutline));
+    }
+}
+
+// A slope that falls to the south east lies in the shade, a photograph on it too; without a grid it is as it was.
+TEST_P(ViewerMap, HillshadeDarkensTheImageWhereTheGroundTurnsAway) {
+    const std::wstring photo = WriteFourColors().wstring();
+    std::string grid = "ncols 10\nnrows 10\nxllcorner 500000\nyllcorner 4500000\ncellsize 10\n";
+    for (int row = 0; row < 10; ++row) {
+        for (int column = 0; column < 10; ++column) {
+            grid += std::to_string(column < 5 ? 300 : 300 - (column - 5) * 10 - row * 10) + " ";
+        }
+        grid += "\n";
+    }
+    const std::wstring terrain = Write("terrain.asc", grid).wstring();
+    const auto draw = [&](const wchar_t* percent) {
+        return Draw(
+            WithPipeline({photo, terrain, L"--hillshade", percent, L"--area", L"499990,4500010,500110,4500090"}));
+    };
+    const Frame shaded = draw(L"100");
+    EXPECT_EQ(shaded.At(120 - 90, 80 - 70), kUpperLeft) << "level ground";
+    const Color slope = shaded.At(120 + 70, 80 - 60);
+    EXPECT_LT(slope[1], 100);
+    EXPECT_EQ(slope[0], 0);
+    const Color half = draw(L"50").At(120 + 70, 80 - 60);
+    EXPECT_NEAR(half[1], (kUpperRight[1] + slope[1]) / 2, 2);
+}
+
+// Ten thousand million pixels: near and far the map is there at once, with a hill's colours and no hole.
+TEST_P(ViewerMap, RasterLargerThanMemoryIsShownNearAndFar) {
+    for (const wchar_t* area : {L"-50000,-33000,50000,33000", L"12000,30000,12120,30080"}) {
+        const Frame frame = Draw(WithPipeline({L"--computed", L"100000", L"--area", area, L"--units", L"metres"}));
+        ASSERT_EQ(frame.width, 240);
+        std::set<Color> colors;
+        for (int x = 60; x < 180; x += 4) {
+            for (int y = 10; y < 150; y += 4) {
+                colors.insert(frame.At(x, y));
+            }
+        }
+        EXPECT_FALSE(colors.contains({74, 82, 94})) << "the background";
+        EXPECT_GT(colors.size(), 20U);
     }
 }
 
