@@ -182,8 +182,8 @@ TEST_P(RasterLayers, PerspectiveHasNoGapsBetweenLevels) {
         View().MatrixMode(GL_MODELVIEW);
         // So steep that the horizon is above the window.
         const double radians = turn * std::numbers::pi / 180.0;
-        View().LookAt(50'000, -50'000, 400, 50'000 + 900 * std::sin(radians), -50'000 + 900 * std::cos(radians), 0, 0, 0,
-                      1);
+        View().LookAt(50'000, -50'000, 400, 50'000 + 900 * std::sin(radians), -50'000 + 900 * std::cos(radians), 0, 0,
+                      0, 1);
         live->Clear(RGB(255, 255, 255));
         EXPECT_EQ(layer.Draw(View()), S_OK);
         EXPECT_EQ(Take().CountDrawn({255, 255, 255, 255}), kWidth * kHeight) << turn;
