@@ -33,7 +33,7 @@ public:
     bool DrawShaded(KTR::COpenGLView& view, RasterLayer& shade, double strength, const Position& origin, double z);
 
 private:
-    RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
+    RasterLayer(const KTR::GLRasterDescription& description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
     void PlaceAround(const Position& origin);
 
     KTR::CRasterLayer m_layer;
