@@ -495,7 +495,7 @@ public:
     // ---- 11. Programs and buffers of the 4.x pipeline
     // Programs, their building and deletion. Implemented in ViewShaders.cpp
 
-    /// Builds the 13 stock programs on the current context, from the files in GetCommonFolder. 0, or the HRESULT of the
+    /// Builds the 13 stock programs on the current context, from the files in GetShaderFolder. 0, or the HRESULT of the
     /// first that failed; those before it stay. Failures show a message box.
     long BuildStockShaders();
     /// Builds one program into `data`; one that is already there is deleted. The last four files may be null. E_FAIL
