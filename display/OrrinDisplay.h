@@ -2,6 +2,12 @@
 
 /// Everything that a host needs to draw with OrrinDisplay.dll. The way in is KTR::COpenGLView.
 
+// <windows.h> makes macros of these, if a host includes it as it comes; no C++ header stands that.
+#pragma push_macro("min")
+#pragma push_macro("max")
+#undef min
+#undef max
+
 #include "images/BitmapFile.h"
 #include "images/RasterLayer.h"
 #include "images/RasterTypes.h"
@@ -18,3 +24,6 @@
 #include "shapes/ShapeStyles.h"
 #include "text/FontFiles.h"
 #include "view/OpenGLView.h"
+
+#pragma pop_macro("max")
+#pragma pop_macro("min")

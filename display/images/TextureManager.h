@@ -1,9 +1,9 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
 #include "RasterTypes.h"
 
-#include <afx.h>
 #include <afxcoll.h>
 
 #include <cstddef>

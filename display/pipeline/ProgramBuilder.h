@@ -1,8 +1,7 @@
 #pragma once
 
+#include "../Framework.h"
 #include "ShaderData.h"
-
-#include <afx.h>
 
 namespace KTR {
 

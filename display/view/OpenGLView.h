@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../images/TextureRequest.h"
@@ -16,7 +17,6 @@
 #include "../values/BasicTypes.h"
 #include "RenderingContextRecord.h"
 
-#include <afx.h>
 #include <afxtempl.h>
 
 #include <array>
