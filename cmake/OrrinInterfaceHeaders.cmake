@@ -1,8 +1,8 @@
-# Finds what a header includes of its own folder, directly and through others: what has to be installed with it, and
+# Finds what headers include of their own folder, directly and through others: what has to be installed with them, and
 # nothing else. The paths are relative to `folder`.
-function(orrin_find_included_headers folder header result)
-    set(found ${header})
-    set(waiting ${header})
+function(orrin_find_included_headers folder headers result)
+    set(found ${headers})
+    set(waiting ${headers})
     while(waiting)
         list(POP_FRONT waiting current)
         # Another include in it may ask for another installation.

@@ -2,8 +2,6 @@
 
 #include "../Framework.h"
 
-#include <atomic>
-
 namespace KTR {
 
 /// Whether a frame may be presented while layers of it are still being drawn, and whether one was asked for meanwhile.
@@ -31,7 +29,7 @@ private:
     mutable SRWLOCK m_lock = SRWLOCK_INIT;
     bool m_on = false;
     int m_layers = 0;
-    std::atomic<bool> m_asked = false; ///< while it could not be done; read before each GL call
+    bool m_asked = false; ///< while it could not be done; read before each GL call, by atomic operations alone
 };
 
 } // namespace KTR

@@ -28,7 +28,7 @@ ORRIN_DISPLAY_API void GetExecutablePathASCII(CStringA& path);
 ORRIN_DISPLAY_API void GetCommonFolder(CString& path);
 
 /// Has the stock programs be built from the files of this folder. Null, as at the start, takes the folder from the
-/// machine: GetCommonFolder's, or where that does not exist the folder common\Orrin beside the program, if there is
+/// machine: GetCommonFolder's, or where that does not exist the folder common/Orrin beside the program, if there is
 /// one. For programs that bring the files along elsewhere; call it before the first context is made. S_OK or
 /// E_OUTOFMEMORY. Not locked.
 ORRIN_DISPLAY_API long UseShaderFolder(const wchar_t* folder);
