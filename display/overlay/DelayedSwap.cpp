@@ -1,5 +1,7 @@
 #include "DelayedSwap.h"
 
+#include <atomic>
+
 namespace KTR {
 
 namespace {
@@ -42,16 +44,16 @@ int DelayedSwap::LayerCount() const {
 bool DelayedSwap::MayPresent() {
     const Locked locked(m_lock);
     const bool delayed = Delays();
-    m_asked = delayed;
+    std::atomic_ref(m_asked).store(delayed);
     return !delayed;
 }
 
 bool DelayedSwap::TakeDuePresent() {
-    if (!m_asked) {
+    if (!std::atomic_ref(m_asked).load()) {
         return false;
     }
     const Locked locked(m_lock);
-    return !Delays() && m_asked.exchange(false);
+    return !Delays() && std::atomic_ref(m_asked).exchange(false);
 }
 
 void DelayedSwap::TakeOver(const DelayedSwap& other) {
@@ -68,14 +70,14 @@ void DelayedSwap::TakeOver(const DelayedSwap& other) {
     const Locked locked(m_lock);
     m_on = on;
     m_layers = layers;
-    m_asked = false;
+    std::atomic_ref(m_asked).store(false);
 }
 
 void DelayedSwap::Reset() {
     const Locked locked(m_lock);
     m_on = false;
     m_layers = 0;
-    m_asked = false;
+    std::atomic_ref(m_asked).store(false);
 }
 
 } // namespace KTR

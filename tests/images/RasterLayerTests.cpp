@@ -1,6 +1,8 @@
 #include "support/Picture.h"
 #include "support/PipelineFixture.h"
 
+#include <images/RasterLayer.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
