@@ -18,20 +18,6 @@ constexpr std::array<char16_t, 32> kWindows1252 = {0x20AC, 0xFFFD, 0x201A, 0x019
                                                    0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
                                                    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
 
-void AppendUtf8(std::string& text, char32_t character) {
-    const auto append = [&text](char32_t byte) { text += static_cast<char>(byte); };
-    if (character < 0x80) {
-        append(character);
-    } else if (character < 0x800) {
-        append(0xC0 | (character >> 6));
-        append(0x80 | (character & 0x3F));
-    } else {
-        append(0xE0 | (character >> 12));
-        append(0x80 | ((character >> 6) & 0x3F));
-        append(0x80 | (character & 0x3F));
-    }
-}
-
 /// The bytes of the well-formed character that the text begins with; 0 where it begins with none.
 std::size_t LengthOfCharacter(std::string_view text) {
     const auto byte = [&text](std::size_t index) { return static_cast<std::uint8_t>(text[index]); };
@@ -68,6 +54,25 @@ std::string MendUtf8(std::string_view text) {
 }
 
 } // namespace
+
+void AppendUtf8(std::string& text, char32_t character) {
+    const auto append = [&text](char32_t byte) { text += static_cast<char>(byte); };
+    if (character < 0x80) {
+        append(character);
+    } else if (character < 0x800) {
+        append(0xC0 | (character >> 6));
+        append(0x80 | (character & 0x3F));
+    } else {
+        if (character < 0x10000) {
+            append(0xE0 | (character >> 12));
+        } else {
+            append(0xF0 | (character >> 18));
+            append(0x80 | ((character >> 12) & 0x3F));
+        }
+        append(0x80 | ((character >> 6) & 0x3F));
+        append(0x80 | (character & 0x3F));
+    }
+}
 
 bool IsUtf8(std::string_view text) {
     while (!text.empty()) {

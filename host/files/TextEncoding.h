@@ -15,6 +15,8 @@ enum class TextEncoding {
 
 bool IsUtf8(std::string_view text);
 
+void AppendUtf8(std::string& text, char32_t character);
+
 /// The text in UTF-8. What no character of the encoding is becomes U+FFFD.
 std::string ToUtf8(std::string_view text, TextEncoding encoding);
 
