@@ -1,46 +1,33 @@
 #include "DelayedSwap.h"
 
+#include "../platform/LockScope.h"
+
 namespace KTR {
 
-namespace {
-
-class Locked {
-public:
-    explicit Locked(SRWLOCK& lock) : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
-    ~Locked() { ReleaseSRWLockExclusive(&m_lock); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-private:
-    SRWLOCK& m_lock;
-};
-
-} // namespace
-
 void DelayedSwap::SetMode(bool on) {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = on;
 }
 
 void DelayedSwap::StartLayer() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     ++m_layers;
 }
 
 void DelayedSwap::CompleteLayer() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     if (m_layers > 0) {
         --m_layers;
     }
 }
 
 int DelayedSwap::LayerCount() const {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     return m_layers;
 }
 
 bool DelayedSwap::MayPresent() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     const bool delayed = Delays();
     m_asked = delayed;
     return !delayed;
@@ -50,7 +37,7 @@ bool DelayedSwap::TakeDuePresent() {
     if (!m_asked) {
         return false;
     }
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     return !Delays() && m_asked.exchange(false);
 }
 
@@ -61,18 +48,18 @@ void DelayedSwap::TakeOver(const DelayedSwap& other) {
     bool on = false;
     int layers = 0;
     {
-        const Locked locked(other.m_lock);
+        const LockScope locked(other.m_lock);
         on = other.m_on;
         layers = other.m_layers;
     }
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = on;
     m_layers = layers;
     m_asked = false;
 }
 
 void DelayedSwap::Reset() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = false;
     m_layers = 0;
     m_asked = false;
