@@ -4,8 +4,9 @@
 ///
 /// What few hosts need and costs much to compile is apart, for the sources that use it:
 ///
-///     images/RasterLayer.h   rasters of any size that a host reads piece by piece
-///     text/FontAtlas.h       requests for fonts (FontParameters), and what is known of a font
+///     clouds/PointCloudLayer.h   point clouds of any size that a host reads in parts
+///     images/RasterLayer.h       rasters of any size that a host reads piece by piece
+///     text/FontAtlas.h           requests for fonts (FontParameters), and what is known of a font
 
 // <windows.h> makes macros of these, if a host includes it as it comes; no C++ header stands that.
 #pragma push_macro("min")
@@ -13,7 +14,6 @@
 #undef min
 #undef max
 
-#include "clouds/PointCloudLayer.h"
 #include "images/BitmapFile.h"
 #include "images/RasterTypes.h"
 #include "images/TexturedQuadrilateral.h"

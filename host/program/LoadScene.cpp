@@ -43,7 +43,7 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
     if (options.cloudCellSize) {
         AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options);
     } else {
-        scene.AddCloud(OpenCloudReader(file));
+        scene.AddCloud([file] { return OpenCloudReader(file); });
     }
 }
 
