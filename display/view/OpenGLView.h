@@ -130,7 +130,9 @@ public:
     void InitializeOpenGL(HWND window);
     /// Releases the view's GL objects. Call it while `window` still exists; null does nothing.
     void ShutDownOpenGLContexts(HWND window);
-    /// The last call into the class: deletes what all views share.
+    /// The last call into the class: deletes the locks that all views share. A view that is still there (a global one,
+    /// a member of the program's object) may be shut down and destroyed after it. One made after it starts the class
+    /// anew, with the version that was settled before.
     static void FinalShutDownDestroyClassCriticalSection();
 
     /// The view's own lock, for hosts whose threads take turns on a view. A copied view has none; there the calls only
@@ -1345,6 +1347,9 @@ private:
     COpenGLMath& MathOf(GLRenderingContextTypes type) const;
     COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
 
+    static void SetUpClassLocks();
+    /// A class-wide lock while there is one; null after the last call, when nobody is left to wait for.
+    static CRITICAL_SECTION* ClassLock(CRITICAL_SECTION& lock) { return m_gClassInitialized ? &lock : nullptr; }
     void CopySettings(const COpenGLView& other);
 
     void ReadDriverVersion();
