@@ -14,9 +14,13 @@ const std::string kLoggerName = "OrrinLogger";
 
 } // namespace
 
+std::shared_ptr<spdlog::logger> FindLogger() {
+    return spdlog::get(kLoggerName);
+}
+
 void Trace::Write(const wchar_t* label) const {
     if (!m_lookedUp) {
-        m_logger = spdlog::get(kLoggerName);
+        m_logger = FindLogger();
         m_lookedUp = true;
     }
     if (!m_logger || !label) {

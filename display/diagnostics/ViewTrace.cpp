@@ -1,5 +1,6 @@
 #include "../platform/GLCalls.h"
 #include "../view/OpenGLView.h"
+#include "DebugNames.h"
 #include "Trace.h"
 
 #include <GL/glu.h>
@@ -18,6 +19,10 @@ void COpenGLView::RegisterLogger(std::shared_ptr<spdlog::logger> logger) {
     } catch (const spdlog::spdlog_ex&) {
         // Another thread took the name in between; its logger stands.
     }
+}
+
+void COpenGLView::SetDebugNames(bool on) {
+    WantDebugNames(on);
 }
 
 void COpenGLView::outputGlError(const wchar_t* label) const {

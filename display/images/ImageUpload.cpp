@@ -1,5 +1,6 @@
 #include "ImageUpload.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
 #include "../view/ViewAccess.h"
 #include "ImageLevels.h"
@@ -238,6 +239,7 @@ long UploadImage(COpenGLView& view, const ImageRows& rows, unsigned int textureU
     if (done && programs) {
         sampler = sampler != 0 ? sampler : newSampler;
         SetUpSampler(gl, sampler, filter);
+        NameObject(gl, GL_SAMPLER, sampler, "image");
         gl.glBindSampler(textureUnit - GL_TEXTURE0, sampler);
     }
     if (hasUnits && textureUnit != GL_TEXTURE0) {
@@ -247,6 +249,9 @@ long UploadImage(COpenGLView& view, const ImageRows& rows, unsigned int textureU
         unsigned int newTexture = texture == 0 ? filled : 0;
         view.DeleteTextureAndSamplerNames(newTexture, newSampler);
         return E_OUTOFMEMORY;
+    }
+    if (texture == 0) {
+        NameObject(gl, GL_TEXTURE, filled, "image");
     }
     texture = filled;
     return S_OK;

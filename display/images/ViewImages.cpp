@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../view/ViewAccess.h"
 
 #include "ImageDrawing.h"
@@ -155,6 +156,8 @@ long COpenGLView::DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadri
     if (!ViewAccess::HasCurrentContext(*this)) {
         return E_FAIL;
     }
+    const GLCalls gl = CurrentGL();
+    const DebugGroup group(gl, "DrawTexturedQuadrilaterals");
     const glm::dvec3 origin = OriginInView(*this, all.front().corners[0]);
     const TexturedQuadrilateral* before = &all.front();
     const ImageDrawing drawing(*this, origin, before->texture, before->sampler);

@@ -1,5 +1,6 @@
 #include "ProgramBinding.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../values/LightDirection.h"
 #include "../view/ViewAccess.h"
 #include "ClientState.h"
@@ -170,15 +171,23 @@ bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& d
     if (!vertexArray) {
         return false;
     }
-    if (*vertexArray == 0) {
+    const bool isNewArray = *vertexArray == 0;
+    if (isNewArray) {
         gl.glGenVertexArrays(1, vertexArray);
     }
     objects.programStateBound = true;
     gl.glBindVertexArray(*vertexArray);
-    if (vbo.vertexBuffer == 0) {
+    if (isNewArray) {
+        NameObject(gl, GL_VERTEX_ARRAY, *vertexArray, "vertex array");
+    }
+    const bool isNewBuffer = vbo.vertexBuffer == 0;
+    if (isNewBuffer) {
         gl.glGenBuffers(1, &vbo.vertexBuffer);
     }
     gl.glBindBuffer(GL_ARRAY_BUFFER, vbo.vertexBuffer);
+    if (isNewBuffer) {
+        NameObject(gl, GL_BUFFER, vbo.vertexBuffer, "vertices");
+    }
     for (const VertexAttribute& attribute : kVertexAttributes) {
         gl.glEnableVertexAttribArray(attribute.location);
         gl.glVertexAttribFormat(attribute.location, attribute.components, attribute.type, attribute.normalized,

@@ -1,5 +1,6 @@
 #include "ProgramBuilder.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../platform/GLCalls.h"
 #include "../platform/Notice.h"
 #include "ShaderFiles.h"
@@ -195,6 +196,7 @@ long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& 
             gl.glDeleteShader(shader);
         }
     }
+    NameObject(gl, GL_PROGRAM, data.program, "program ", files.vertex);
     data.positionLocation = AttributeLocation(gl, data.program, "in_position");
     data.normalLocation = AttributeLocation(gl, data.program, "in_normal");
     data.textureLocation = AttributeLocation(gl, data.program, "in_texture");

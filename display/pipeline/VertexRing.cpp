@@ -1,5 +1,6 @@
 #include "VertexRing.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../platform/GLCalls.h"
 
 #include <GL/glext.h>
@@ -62,6 +63,7 @@ bool VertexRing::Create(const GLCalls& gl) {
         return false;
     }
     m_buffers.vertexBytes = kRingVertexBytes;
+    NameObject(gl, GL_BUFFER, m_buffers.vertexBuffer, "ring of vertices");
     NumberSegments(m_buffers);
     m_turn = NextTurn();
     return true;
@@ -82,6 +84,7 @@ bool VertexRing::CreateIndices(const GLCalls& gl) {
         return false;
     }
     m_buffers.indexBytes = kRingIndexBytes;
+    NameObject(gl, GL_BUFFER, m_buffers.indexBuffer, "ring of indices");
     return true;
 }
 

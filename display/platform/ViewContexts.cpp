@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "GLCalls.h"
 
 #include "ContextLifecycle.h"
@@ -194,6 +195,7 @@ int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
     }
     if (record.functionsPending) {
         record.functionsPending = MakeGLCementAndLoad(type) == 0;
+        HearDriver(CurrentGL());
     }
     DeleteLeftBehind(*this);
     return 1;

@@ -1,4 +1,6 @@
 #include "../pipeline/ForcedState.h"
+
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/ProgramBinding.h"
 #include "../pipeline/StockPrograms.h"
 #include "../view/ViewAccess.h"
@@ -420,6 +422,8 @@ long COpenGLView::DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const 
         }
         DrawWaitingVertices();
         m_batch.Keep(0);
+        const GLCalls gl = CurrentGL();
+        const DebugGroup group(gl, "DrawGeometry3D");
         const bool drawn = DrawsWithPrograms() ? DrawWithProgram(*this, geometry, shader, whole, ranges)
                                                : DrawWithFixedFunctions(*this, geometry, shader, whole, ranges);
         return drawn ? S_OK : E_OUTOFMEMORY;

@@ -1,5 +1,6 @@
 #include "FontTextures.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
 #include "../view/ViewAccess.h"
 #include "FontAtlas.h"
@@ -74,6 +75,7 @@ unsigned int MakeTexture(COpenGLView& view, const GLCalls& gl, const FontAtlasGl
         gl.glGenerateMipmap(GL_TEXTURE_2D);
     }
     SetWrapping(view);
+    NameObject(gl, GL_TEXTURE, texture, "font");
     return texture;
 }
 
@@ -93,6 +95,7 @@ unsigned int MakeEmptyTexture(COpenGLView& view, const GLCalls& gl, const FontAt
     gl.glTexStorage2D(GL_TEXTURE_2D, kLevels, GL_R8, font.textureWidth, font.textureHeight);
     SetFilters(view, true);
     SetWrapping(view);
+    NameObject(gl, GL_TEXTURE, partial.name, "font");
     ForgetPartial(partial.name);
     g_partialTextures.push_back(std::move(partial));
     return g_partialTextures.back().name;
@@ -229,6 +232,7 @@ unsigned int MakeSampler(const GLCalls& gl) {
         for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
             gl.glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
         }
+        NameObject(gl, GL_SAMPLER, sampler, "font");
     }
     return sampler;
 }
