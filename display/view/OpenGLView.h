@@ -78,6 +78,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///  22. Profiles                  display/profile/ViewProfile.cpp
 ///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
+///  24. State of drawing        display/view/ViewDrawingState.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -1303,6 +1304,13 @@ public:
     /// added: for more than were reserved, for a second time, and when the view has added to the batch or drawn it
     /// since.
     long CommitRecords(int count);
+
+    // ---- 24. State of drawing: whether the view draws, and whose OpenGL's state is
+    // Implemented in ViewDrawingState.cpp
+
+    /// Whether what is drawn with the current context now will be seen. What fails is told to the debugger once; this
+    /// is for hosts that want to tell their users. Text of the 4.x pipeline needs a font besides.
+    GLDrawingState GetDrawingState() const;
 
     // ---- Class-wide members
 
