@@ -192,8 +192,12 @@ public:
     bool IsCurrentContextOpenGL4OrLater() const { return IsContextOpenGL4OrLater(m_currentContext); }
     bool IsCurrentContextLegacyOpenGL11() const { return IsContextLegacyOpenGL11(m_currentContext); }
     /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
-    /// context that the driver gave only in the plain way: it has to do without the shared programs.
-    bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
+    /// context that the driver gave only in the plain way, which has to do without the shared programs, and for one
+    /// whose driver lacks functions that they need.
+    bool DrawsWithPrograms() const {
+        const GLRenderingContextRecord& record = CurrentRecord();
+        return IsCurrentContextOpenGL4OrLater() && !record.fixedFunctionOnly && !record.lacksProgramFunctions;
+    }
 
     /// Bootstraps the loader and settles the process's pipeline. The first view's constructor calls it.
     int GetOpenGLVersionWithGLCement();
