@@ -1,9 +1,11 @@
 #include "FontAtlas.h"
 
+#include "../platform/Border.h"
 #include "../platform/Notice.h"
 #include "../view/OpenGLView.h"
 #include "FontFiles.h"
 #include "FontManager.h"
+#include "FontMemory.h"
 #include "KerningCache.h"
 
 #include <ft2build.h>
@@ -26,6 +28,9 @@ namespace {
 constexpr double kTexelMargin = 0.01;
 
 constexpr int kFractionBits = 6; // FreeType's pixels are fixed-point numbers
+
+/// Most pixels that FreeType draws a glyph with, in either direction.
+constexpr unsigned int kLargestBitmap = 0x7FFF;
 
 /// The device context of the whole desktop, which GDI fonts are measured on.
 class DesktopContext {
@@ -77,10 +82,11 @@ FT_F26Dot6 FixedPoints(int points) {
 /// Calls `visit(code)` for each character of the face until one returns an error. A glyph that cannot be drawn would
 /// not be on another try either, and FreeType is not to be used on after it ran out of memory, so the first error
 /// decides.
-template <typename Visit> long VisitCharacters(FT_Face face, Visit visit) {
+template <typename Visit> long VisitCharacters(FT_Face face, const FontMemory& memory, Visit visit) {
     FT_UInt glyph = 0;
     for (FT_ULong code = FT_Get_First_Char(face, &glyph); glyph != 0; code = FT_Get_Next_Char(face, code, &glyph)) {
-        if (const FT_Error error = visit(code)) {
+        const FT_Error loaded = visit(code);
+        if (const FT_Error error = IsExhausted(memory) ? FT_Err_Out_Of_Memory : loaded) {
             return error == FT_Err_Out_Of_Memory ? E_OUTOFMEMORY : E_FAIL;
         }
     }
@@ -170,6 +176,7 @@ void CFTGLFontAtlas::InitializeObject() {
     m_metrics = nullptr;
     m_rawTexture = nullptr;
     m_library = nullptr;
+    m_memory = nullptr;
     m_face = nullptr;
     m_kerning = nullptr;
     m_path.Empty();
@@ -188,10 +195,7 @@ void CFTGLFontAtlas::ReleaseFontLibrary() {
         FT_Done_Face(m_face);
         m_face = nullptr;
     }
-    if (m_library) {
-        FT_Done_FreeType(m_library);
-        m_library = nullptr;
-    }
+    DeleteFontLibrary(m_library, m_memory);
 }
 
 KerningCache* CFTGLFontAtlas::GetKerning() {
@@ -270,6 +274,11 @@ long CFTGLFontAtlas::InitializeFreeTypeLibrary(const FontParameters& request) {
 }
 
 long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {
+    const long result = AtTheBorder(long{E_OUTOFMEMORY}, [&] { return Build(monochrome); });
+    return result == S_OK ? S_OK : AbandonBuild(result);
+}
+
+long CFTGLFontAtlas::Build(bool monochrome) {
     ReleaseFontAtlas();
     if (!m_face) {
         return E_FAIL;
@@ -287,7 +296,7 @@ long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {
             }
         } while (result == S_FALSE);
     }
-    return result == S_OK ? S_OK : AbandonBuild(result);
+    return result;
 }
 
 long CFTGLFontAtlas::GetTextStringDimensions(const wchar_t* text, std::size_t& length, double* width,
@@ -345,8 +354,8 @@ long CFTGLFontAtlas::SetUp(FontParameters& request) {
 long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
     FreeDataStructures();
     m_parameters = request;
-    if (FT_Init_FreeType(&m_library) != 0) {
-        m_library = nullptr;
+    m_library = MakeFontLibrary(m_memory);
+    if (!m_library) {
         return E_FAIL;
     }
     const long found = FindFontFile(FontLookUpName(request), m_path);
@@ -354,7 +363,10 @@ long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
         return found;
     }
     const FT_Error error = FT_New_Face(m_library, InThreadCodePage(m_path).c_str(), 0, &m_face);
-    if (error != 0) {
+    if (error != 0 || IsExhausted(*m_memory)) {
+        if (error == 0) {
+            FT_Done_Face(m_face);
+        }
         m_face = nullptr;
         return error == FT_Err_Unknown_File_Format ? kNotAFontFile : E_INVALIDARG;
     }
@@ -371,7 +383,7 @@ long CFTGLFontAtlas::Measure() {
     double widths = 0.0;
     double heights = 0.0;
     int measured = 0;
-    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
+    const long result = VisitCharacters(m_face, *m_memory, [&](FT_ULong code) {
         const FT_GlyphSlot slot = m_face->glyph;
         FT_Error error = FT_Load_Char(m_face, code, FT_LOAD_NO_SCALE);
         if (error == 0 && unitsPerEm > 0.0) {
@@ -380,7 +392,12 @@ long CFTGLFontAtlas::Measure() {
             ++measured;
         }
         if (error != FT_Err_Out_Of_Memory) {
-            error = FT_Load_Char(m_face, code, FT_LOAD_RENDER);
+            // A glyph knows how large its bitmap will be. Drawing those of a font that turns out to be too large would
+            // hold the host for half a minute.
+            error = FT_Load_Char(m_face, code, FT_LOAD_DEFAULT);
+        }
+        if (error == 0 && (slot->bitmap.width > kLargestBitmap || slot->bitmap.rows > kLargestBitmap)) {
+            error = FT_Err_Raster_Overflow;
         }
         if (error != 0) {
             return error;
@@ -452,7 +469,7 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
     int index = 0;
     int widest = metrics.cellWidth;
     int tallest = metrics.cellHeight;
-    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
+    const long result = VisitCharacters(m_face, *m_memory, [&](FT_ULong code) {
         const FT_Error error = FT_Load_Char(m_face, code, flags);
         if (error != 0) {
             return error;

@@ -10,6 +10,7 @@ struct FT_FaceRec_;
 
 namespace KTR {
 
+struct FontMemory;
 class KerningCache;
 
 /// Result for a file that the look-up found but that is no font.
@@ -93,6 +94,7 @@ public:
 private:
     long SetUp(FontParameters& request);
     long OpenFontFile(const FontParameters& request);
+    long Build(bool monochrome);
     long Measure();
     long LayOut();
     long DrawCells(bool monochrome);
@@ -102,6 +104,7 @@ private:
     FontAtlasGlyphMetrics* m_metrics = nullptr; ///< malloc
     unsigned char* m_rawTexture = nullptr;      ///< malloc
     FT_LibraryRec_* m_library = nullptr;
+    FontMemory* m_memory = nullptr; ///< of m_library
     FT_FaceRec_* m_face = nullptr;
     KerningCache* m_kerning = nullptr; ///< owned; of m_face, made when first asked for
     FontParameters m_parameters;

@@ -78,6 +78,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///  22. Profiles                  display/profile/ViewProfile.cpp
 ///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
+///  24. State of drawing        display/view/ViewDrawingState.cpp, ViewReset.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -191,8 +192,12 @@ public:
     bool IsCurrentContextOpenGL4OrLater() const { return IsContextOpenGL4OrLater(m_currentContext); }
     bool IsCurrentContextLegacyOpenGL11() const { return IsContextLegacyOpenGL11(m_currentContext); }
     /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
-    /// context that the driver gave only in the plain way: it has to do without the shared programs.
-    bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
+    /// context that the driver gave only in the plain way, which has to do without the shared programs, and for one
+    /// whose driver lacks functions that they need.
+    bool DrawsWithPrograms() const {
+        const GLRenderingContextRecord& record = CurrentRecord();
+        return IsCurrentContextOpenGL4OrLater() && !record.fixedFunctionOnly && !record.lacksProgramFunctions;
+    }
 
     /// Bootstraps the loader and settles the process's pipeline. The first view's constructor calls it.
     int GetOpenGLVersionWithGLCement();
@@ -1313,6 +1318,40 @@ public:
     /// added: for more than were reserved, for a second time, and when the view has added to the batch or drawn it
     /// since.
     long CommitRecords(int count);
+
+    // ---- 24. State of drawing: whether the view draws, and whose OpenGL's state is
+    // Implemented in ViewDrawingState.cpp
+
+    /// Whether what is drawn with the current context now will be seen. What fails is told to the debugger once; this
+    /// is for hosts that want to tell their users. Text of the 4.x pipeline needs a font besides.
+    GLDrawingState GetDrawingState() const;
+
+    // A host may draw with OpenGL calls of its own in a view's context. Whose state is whose:
+    //
+    //   The view's own     what the operations of this class set and a record keeps: the capabilities that
+    //                      IsOpenGLStateEnabled knows, blending, logic operation, polygon mode, widths, stipple,
+    //                      viewport, background, colour and matrices of fixed functions. Set it through the view: what
+    //                      is set behind its back shows until the view sends that state again.
+    //   The library's      programs, vertex arrays, client arrays, array buffers, textures and samplers of the units,
+    //                      the active unit. A host's do not last; bind them before each use.
+    //   Put aside          pixel storage, pixel transfer and pixel buffers, while images and text are loaded; a host's
+    //                      program, while images, frames, records and shapes are drawn.
+    //   The host's         all else. The library draws through it and expects a new context's: culling, stencil, alpha
+    //                      test, clip planes, fog, masks, the depth function, offsets, framebuffers, texture matrices.
+    //                      Put it back, or call ResetGLState.
+    //
+    // Implemented in ViewReset.cpp
+
+    /// After a host's own OpenGL calls: the state that the library draws through becomes a new context's, and OpenGL
+    /// gets the view's own state again. Client state is disabled, an open batch is discarded; textures and buffers are
+    /// unbound, none is deleted. Stereo and multisampling stay as they are. Without a current context it does nothing.
+    /// It costs some two hundred calls: once after a host's drawing, not around each of them.
+    void ResetGLState();
+    /// Compares what the view believes of OpenGL with what OpenGL says, and what the library draws through with a new
+    /// context's. Nothing changes, and what waits is drawn. For each difference `report` (may be null) and the debugger
+    /// get a line with both values. Returns their number; 0 without a current context. For development: it waits for
+    /// the GPU.
+    int ValidateState(CString* report);
 
     // ---- Class-wide members
 
