@@ -4,7 +4,9 @@
 #include "ElevationImages.h"
 #include "SceneColors.h"
 
+#include <cstdint>
 #include <limits>
+#include <memory>
 #include <utility>
 
 namespace OrrinViewer {
@@ -52,6 +54,27 @@ RasterLayer RasterLayer::ForElevations(const ElevationGrid& grid, const std::wst
     description.style = ElevationStyle(FindElevationRange(ElevationsWithData(grid)));
     description.smooth = false;
     return {std::move(description), PlaceCells(grid), KTR::MakeValueReader(width, height, ElevationValues(grid))};
+}
+
+RasterLayer RasterLayer::ForTiff(TiffFile file, const std::wstring& name) {
+    const bool hasColors = file.HasColors();
+    KTR::GLRasterDescription description = Describe(name, file.Width(), file.Height(), hasColors ? GL_RGBA : GL_FLOAT);
+    if (!hasColors) {
+        description.style = ElevationStyle(FindElevationRange(file.SampleValues()));
+        description.smooth = false;
+    }
+    const PixelToMap place = file.Place();
+    const auto shared = std::make_shared<TiffFile>(std::move(file)); // readers are copied
+    const auto read = [shared, hasColors](const KTR::GLRasterWindow& window, void* pixels) {
+        const TiffWindow wanted{window.level, window.x, window.y, window.width, window.height};
+        if (hasColors) {
+            shared->ReadColors(wanted, static_cast<std::uint8_t*>(pixels));
+        } else {
+            shared->ReadValues(wanted, static_cast<float*>(pixels));
+        }
+        return KTR::GLRasterReadDone;
+    };
+    return {std::move(description), place, read};
 }
 
 RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {

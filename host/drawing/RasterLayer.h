@@ -2,6 +2,7 @@
 
 #include "data/ElevationGrid.h"
 #include "data/Raster.h"
+#include "files/TiffFile.h"
 
 #include <OrrinDisplay.h>
 #include <images/RasterLayer.h>
@@ -18,6 +19,8 @@ public:
     static RasterLayer ForImage(Raster raster, const std::wstring& name);
     /// Elevations: each cell a square, coloured from low to high, transparent where nothing was measured.
     static RasterLayer ForElevations(const ElevationGrid& grid, const std::wstring& name);
+    /// An image of any size, or values as elevations are shown; read where it is looked at.
+    static RasterLayer ForTiff(TiffFile file, const std::wstring& name);
     /// A relief that is computed where it is looked at, `side` pixels each way, one of them a unit, around a place.
     static RasterLayer ForComputedRelief(int side, const Position& middle);
     /// The light on elevations, to shade other rasters with.

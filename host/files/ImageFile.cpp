@@ -37,10 +37,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-bool BeginsLikeTiff(std::string_view beginning) {
-    return beginning.starts_with("II*\0"sv) || beginning.starts_with("MM\0*"sv);
-}
-
 struct FreePixels {
     void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
 };
@@ -57,17 +53,12 @@ std::vector<std::uint8_t> ReadBytes(InputFile& file) {
 } // namespace
 
 bool BeginsLikeImage(std::string_view beginning) {
-    return beginning.starts_with("\x89PNG\r\n\x1A\n"sv) || beginning.starts_with("\xFF\xD8\xFF"sv) ||
-           BeginsLikeTiff(beginning);
+    return beginning.starts_with("\x89PNG\r\n\x1A\n"sv) || beginning.starts_with("\xFF\xD8\xFF"sv);
 }
 
 RasterImage ReadImageFile(const std::filesystem::path& path) {
     InputFile file(path);
     const std::vector<std::uint8_t> bytes = ReadBytes(file);
-    if (BeginsLikeTiff({reinterpret_cast<const char*>(bytes.data()), bytes.size()})) {
-        file.Fail("is a TIFF image, which is not read; convert it to PNG with a world file, for example by "
-                  "gdal_translate -of PNG -co WORLDFILE=YES");
-    }
     constexpr int kChannels = 4;
     RasterImage image;
     int channelsInFile = 0;

@@ -10,7 +10,7 @@
 
 namespace OrrinViewer {
 
-/// True for what a PNG, JPEG or TIFF file begins with. TIFF is recognised so that it can be refused by name.
+/// True for what a PNG or JPEG file begins with.
 bool BeginsLikeImage(std::string_view beginning);
 
 /// Reads a PNG or JPEG image. Grey becomes colour, 16 bits per channel become 8, an image without opacity is opaque.

@@ -20,6 +20,8 @@ enum class FileKind {
     Image,
     PointText,
     ShapeFile,
+    Tiff,
+    GeoPackage,
 };
 
 /// Which kind of file this is, by how it begins. Where that says nothing, by the ending of its name, so that a damaged

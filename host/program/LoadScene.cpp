@@ -2,6 +2,7 @@
 
 #include "files/FileError.h"
 #include "files/OpenFile.h"
+#include "files/TiffFile.h"
 
 #include <stdexcept>
 #include <utility>
@@ -33,6 +34,9 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
     switch (kind) {
     case FileKind::AsciiGrid:
         AddElevations(scene, OpenElevationGrid(file), file, options);
+        return;
+    case FileKind::Tiff:
+        scene.AddRaster(RasterLayer::ForTiff(TiffFile(file), file.wstring()));
         return;
     case FileKind::Image:
         scene.AddRaster(RasterLayer::ForImage(OpenRaster(file), file.wstring()));
