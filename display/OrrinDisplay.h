@@ -17,4 +17,5 @@
 #include "scene/SurfaceNormals.h"
 #include "shapes/ShapeStyles.h"
 #include "text/FontFiles.h"
+#include "text/LineTextStyle.h"
 #include "view/OpenGLView.h"

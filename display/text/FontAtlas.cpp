@@ -5,6 +5,7 @@
 #include "FontFace.h"
 #include "FontFiles.h"
 #include "FontManager.h"
+#include "GlyphSheet.h"
 #include "KerningCache.h"
 
 #include <algorithm>
@@ -151,6 +152,7 @@ void CFTGLFontAtlas::InitializeObject() {
     m_library = nullptr;
     m_face = nullptr;
     m_kerning = nullptr;
+    m_sheet = nullptr;
     m_path.Empty();
     m_parameters = FontParameters{};
 }
@@ -163,6 +165,8 @@ void CFTGLFontAtlas::FreeDataStructures() {
 void CFTGLFontAtlas::ReleaseFontLibrary() {
     delete m_kerning;
     m_kerning = nullptr;
+    delete m_sheet;
+    m_sheet = nullptr;
     if (m_face) {
         FT_Done_Face(m_face);
         m_face = nullptr;
@@ -178,6 +182,13 @@ KerningCache* CFTGLFontAtlas::GetKerning() {
         m_kerning = new (std::nothrow) KerningCache(m_face);
     }
     return m_kerning;
+}
+
+GlyphSheet* CFTGLFontAtlas::GetSheet() {
+    if (!m_sheet && m_face) {
+        m_sheet = new (std::nothrow) GlyphSheet(m_face, COpenGLView::GetMaximumTextureSize());
+    }
+    return m_sheet;
 }
 
 void CFTGLFontAtlas::ReleaseRawTexture() {
