@@ -87,6 +87,10 @@ void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramU
     uniforms.currentColor = FloatColor(attributes.currentColor, alpha);
     uniforms.textColor =
         FloatColor(attributes.currentColor, alpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
+    const TextLook& look = ViewAccess::Text(view).look;
+    const float haloAlpha = look.HasHalo() ? static_cast<float>(look.haloColor.a) * kByteToFloat : 0.0F;
+    uniforms.haloColor =
+        FloatColor(look.haloColor, haloAlpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
 }
 
 /// State of the context, not of the program, that the program `type` draws wrong without.

@@ -6,6 +6,8 @@
 #include "../scene/SceneRelease.h"
 #include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
+#include "../text/ListDrawing.h"
+#include "../text/SheetTextures.h"
 #include "../view/ViewAccess.h"
 #include "Border.h"
 #include "CriticalSectionLock.h"
@@ -208,6 +210,7 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
         if (released) {
             view.DeleteAttributeBuffers();
             DeleteBackingStoreTextures(view);
+            DeleteHaloLists(view);
         }
         LeaveStockPrograms(view, record.renderingContext, released);
         ViewAccess::SelectRecord(view, previousType);
@@ -272,6 +275,7 @@ int EndContext(COpenGLView& view, HGLRC context) {
         ForgetTextureGroup(nullptr);
     }
     ForgetTextureGroup(context);
+    ForgetSheetTextures(context);
     const int result = wglDeleteContext(context);
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
         GLRenderingContextRecord& record = ViewAccess::Record(view, type);

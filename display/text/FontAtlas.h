@@ -11,6 +11,7 @@ struct FT_FaceRec_;
 namespace KTR {
 
 struct FontMemory;
+class GlyphSheet;
 class KerningCache;
 
 /// Result for a file that the look-up found but that is no font.
@@ -85,6 +86,8 @@ public:
     FT_FaceRec_* GetFontFace() const { return m_face; }
     /// Kerning of the open face; null when it has none, or when out of memory.
     KerningCache* GetKerning();
+    /// Pictures of single glyphs, which the texture does not have; null without a face, or when out of memory.
+    GlyphSheet* GetSheet();
     /// The request that the atlas was last asked to build.
     FontParameters& GetFontParameters() { return m_parameters; }
     const FontParameters& GetFontParameters() const { return m_parameters; }
@@ -107,6 +110,7 @@ private:
     FontMemory* m_memory = nullptr; ///< of m_library
     FT_FaceRec_* m_face = nullptr;
     KerningCache* m_kerning = nullptr; ///< owned; of m_face, made when first asked for
+    GlyphSheet* m_sheet = nullptr;     ///< owned; likewise
     FontParameters m_parameters;
     CString m_path;
 };

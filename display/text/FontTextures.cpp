@@ -5,6 +5,7 @@
 #include "../view/ViewAccess.h"
 #include "FontAtlas.h"
 #include "FontLevels.h"
+#include "SheetTextures.h"
 
 #include <GL/glext.h>
 
@@ -221,22 +222,6 @@ long UploadMissing(COpenGLView& view, CFTGLFontAtlas& atlas, PartialTexture& par
     return S_OK;
 }
 
-/// The sampler takes the nearest texel, which draws glyphs as sharp as they are.
-unsigned int MakeSampler(const GLCalls& gl) {
-    unsigned int sampler = 0;
-    if (gl.Has(&GLEntryPoints::glGenSamplers) && gl.Has(&GLEntryPoints::glSamplerParameteri)) {
-        gl.glGenSamplers(1, &sampler);
-        for (const unsigned int filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
-            gl.glSamplerParameteri(sampler, filter, GL_NEAREST);
-        }
-        for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-            gl.glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
-        }
-        NameObject(gl, GL_SAMPLER, sampler, "font");
-    }
-    return sampler;
-}
-
 /// Texture and sampler for a font that has none. One that is small enough is whole at once.
 long MakeNames(COpenGLView& view, CFTGLFontAtlas& atlas) {
     const bool released = !atlas.GetRawTexture();
@@ -254,7 +239,7 @@ long MakeNames(COpenGLView& view, CFTGLFontAtlas& atlas) {
         font.textureName = MakeTexture(view, gl, font, atlas.GetRawTexture());
         ForgetPartial(font.textureName);
     }
-    font.samplerName = MakeSampler(gl);
+    font.samplerName = MakeSharpSampler(gl);
     if (released) {
         atlas.ReleaseRawTexture();
     }
@@ -263,6 +248,21 @@ long MakeNames(COpenGLView& view, CFTGLFontAtlas& atlas) {
 }
 
 } // namespace
+
+unsigned int MakeSharpSampler(const GLCalls& gl) {
+    unsigned int sampler = 0;
+    if (gl.Has(&GLEntryPoints::glGenSamplers) && gl.Has(&GLEntryPoints::glSamplerParameteri)) {
+        gl.glGenSamplers(1, &sampler);
+        for (const unsigned int filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
+            gl.glSamplerParameteri(sampler, filter, GL_NEAREST);
+        }
+        for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
+            gl.glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
+        }
+        NameObject(gl, GL_SAMPLER, sampler, "font");
+    }
+    return sampler;
+}
 
 long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text) {
     if (atlas.GetAtlasMetrics()->textureName == 0) {
@@ -307,6 +307,9 @@ void DeleteFontTextures(COpenGLView& view, bool contextIsCurrent) {
     CFTGLFontManager& fonts = COpenGLView::m_gFontManager;
     if (contextIsCurrent) {
         DeleteTaggedFontNames(view);
+        DeleteSheetTextures(view);
+    } else {
+        ForgetSheetTextures(nullptr);
     }
     fonts.ClearTaggedForDeletionTextureAndSamplerNames();
     g_partialTextures.clear();
@@ -328,6 +331,10 @@ void DeleteFontTextures(COpenGLView& view, bool contextIsCurrent) {
 
 unsigned long long FontTextureChanges() {
     return g_fontTextureChanges;
+}
+
+void NoteFontTextureChange() {
+    ++g_fontTextureChanges;
 }
 
 } // namespace KTR

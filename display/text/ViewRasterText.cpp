@@ -6,6 +6,7 @@
 #include "CodePage.h"
 #include "FontAtlas.h"
 #include "FontTextures.h"
+#include "GlyphHalo.h"
 #include "ListDrawing.h"
 #include "MatrixScope.h"
 #include "StringDrawing.h"
@@ -18,7 +19,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <exception>
 #include <new>
+#include <vector>
 
 namespace KTR {
 
@@ -61,6 +64,24 @@ void MakeBlankLists(const GLCalls& gl, HDC deviceContext, unsigned int listBase)
         gl.glNewList(listBase + static_cast<unsigned char>(*blank), GL_COMPILE);
         gl.glBitmap(1, 1, 0.0F, 0.0F, static_cast<float>(size.cx), 0.0F, noInk);
         gl.glEndList();
+    }
+}
+
+/// What strings of the raster lists measure.
+void MeasureCharacters(HDC deviceContext, TextLists& lists) {
+    constexpr MAT2 identity{{0, 1}, {0, 0}, {0, 0}, {0, 1}};
+    for (unsigned int character = 0; character < kListCharacters; ++character) {
+        GLYPHMETRICS metrics{};
+        const DWORD bytes = GetGlyphOutlineA(deviceContext, character, GGO_BITMAP, &metrics, 0, nullptr, &identity);
+        const bool found = bytes != GDI_ERROR;
+        lists.rasterAdvances[character] = found ? metrics.gmCellIncX : 0;
+        // A blank has no pixels, although it says that it has one.
+        lists.rasterHeights[character] = found && bytes > 0 ? static_cast<int>(metrics.gmBlackBoxY) : 0;
+    }
+    for (const char* blank : {" ", "\xA0"}) { // see MakeBlankLists
+        SIZE size = {};
+        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
+        lists.rasterAdvances[static_cast<unsigned char>(*blank)] = static_cast<int>(size.cx);
     }
 }
 
@@ -123,20 +144,172 @@ bool IsInFrameOfText(const TextState& text) {
     return text.IsRunOpen() && text.setups.entries[text.setups.top].replacedModelview.has_value();
 }
 
+/// One glyph of the font that a device context has, its pixels on or off. Empty where it has none.
+GlyphImage GdiGlyph(HDC deviceContext, unsigned int character, GLYPHMETRICS& metrics) {
+    constexpr MAT2 identity{{0, 1}, {0, 0}, {0, 0}, {0, 1}};
+    metrics = {};
+    GlyphImage image;
+    const DWORD bytes = GetGlyphOutlineA(deviceContext, character, GGO_BITMAP, &metrics, 0, nullptr, &identity);
+    if (bytes == GDI_ERROR || bytes == 0) {
+        return image;
+    }
+    std::vector<unsigned char> rows(bytes);
+    GetGlyphOutlineA(deviceContext, character, GGO_BITMAP, &metrics, bytes, rows.data(), &identity);
+    image.width = static_cast<int>(metrics.gmBlackBoxX);
+    image.height = static_cast<int>(metrics.gmBlackBoxY);
+    const int stride = (image.width + 31) / 32 * 4;
+    if (static_cast<long long>(stride) * image.height > static_cast<long long>(bytes)) {
+        return {};
+    }
+    for (int y = 0; y < image.height; ++y) {
+        for (int x = 0; x < image.width; ++x) {
+            const int bits = rows[static_cast<std::size_t>(y * stride + x / 8)];
+            image.pixels.push_back((bits & 0x80 >> x % 8) != 0 ? 0xFF : 0x00);
+        }
+    }
+    return image;
+}
+
+/// Records a halo as a bitmap about the raster position; it moves on as the glyph does.
+void RecordHalo(const GLCalls& gl, const GlyphImage& halo, const GLYPHMETRICS& metrics, int margin) {
+    constexpr unsigned char half = 0x80;
+    const auto advance = static_cast<float>(metrics.gmCellIncX);
+    if (halo.pixels.empty()) {
+        const unsigned char noInk[4] = {};
+        gl.glBitmap(1, 1, 0.0F, 0.0F, advance, 0.0F, noInk); // see MakeBlankLists
+        return;
+    }
+    const int stride = (halo.width + 7) / 8;
+    std::vector<unsigned char> bits(static_cast<std::size_t>(stride) * static_cast<std::size_t>(halo.height));
+    for (int y = 0; y < halo.height; ++y) {
+        for (int x = 0; x < halo.width; ++x) {
+            if (halo.pixels[static_cast<std::size_t>((halo.height - 1 - y) * halo.width + x)] >= half) {
+                bits[static_cast<std::size_t>(y * stride + x / 8)] |= static_cast<unsigned char>(0x80 >> x % 8);
+            }
+        }
+    }
+    const long left = metrics.gmptGlyphOrigin.x - margin;
+    const long bottom = metrics.gmptGlyphOrigin.y - static_cast<long>(metrics.gmBlackBoxY) - margin;
+    gl.glBitmap(halo.width, halo.height, static_cast<float>(-left), static_cast<float>(-bottom), advance, 0.0F,
+                bits.data());
+}
+
+/// Lists of the halos of the raster lists made last, of this width. False when there are none.
+bool MakeHaloLists(COpenGLView& view, double width) {
+    TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
+    if (lists.rasterHalo != 0 && lists.rasterHaloWidth == width) {
+        return true;
+    }
+    const GLCalls gl = ViewAccess::CallGL(view);
+    if (lists.rasterHalo == 0) {
+        lists.rasterHalo = gl.glGenLists(kListCharacters);
+    }
+    const HFONT font = CreateFontIndirectW(&lists.rasterFont);
+    const HDC memory = CreateCompatibleDC(nullptr);
+    bool made = false;
+    if (lists.rasterHalo != 0 && font && memory) {
+        const SelectedObject selected(memory, font);
+        const PixelStoreScope pixels(gl, PixelDirection::Unpack, {});
+        try {
+            for (unsigned int character = 0; character < kListCharacters; ++character) {
+                GLYPHMETRICS metrics;
+                const GlyphImage halo = HaloAround(GdiGlyph(memory, character, metrics), width);
+                gl.glNewList(lists.rasterHalo + character, GL_COMPILE);
+                RecordHalo(gl, halo, metrics, HaloMargin(width));
+                gl.glEndList();
+            }
+            lists.rasterHaloWidth = width;
+            made = true;
+        } catch (const std::exception&) {
+            lists.rasterHaloWidth = 0.0; // made anew when there is memory
+        }
+    }
+    DeleteObject(font);
+    DeleteDC(memory);
+    return made;
+}
+
+/// Draws the halo of a string of raster lists at the raster position, and leaves that as it is.
+void DrawRasterHalo(COpenGLView& view, const char* text) {
+    const TextLook& look = ViewAccess::Text(view).look;
+    const GLCalls gl = ViewAccess::CallGL(view);
+    GLboolean valid = GL_FALSE;
+    gl.glGetBooleanv(GL_CURRENT_RASTER_POSITION_VALID, &valid);
+    if (!valid || !MakeHaloLists(view, look.haloWidth)) {
+        return;
+    }
+    float window[4] = {};
+    gl.glGetFloatv(GL_CURRENT_RASTER_POSITION, window);
+    // A raster position takes the colour of its moment along.
+    gl.glPushAttrib(GL_CURRENT_BIT);
+    {
+        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
+        gl.glColor4ub(look.haloColor.r, look.haloColor.g, look.haloColor.b, look.haloColor.a);
+        gl.glRasterPos3f(std::floor(window[0]) + 0.5F, std::floor(window[1]) + 0.5F, window[2]);
+    }
+    CallLists(gl, ViewAccess::CurrentRecord(view).objects.textLists.rasterHalo, text);
+    gl.glPopAttrib();
+}
+
+/// What the halo of outlines is drawn with, while it lives: its colour, and lines and points as wide as it.
+class HaloAttributes {
+public:
+    HaloAttributes(COpenGLView& view, const GLCalls& gl) : m_gl(gl) {
+        const TextLook& look = ViewAccess::Text(view).look;
+        const auto width = static_cast<float>(2.0 * look.haloWidth);
+        m_gl.glPushAttrib(GL_CURRENT_BIT | GL_ENABLE_BIT | GL_LINE_BIT | GL_POINT_BIT | GL_POLYGON_BIT |
+                          GL_DEPTH_BUFFER_BIT);
+        m_gl.glColor4ub(look.haloColor.r, look.haloColor.g, look.haloColor.b, look.haloColor.a);
+        m_gl.glDisable(GL_LINE_STIPPLE);
+        m_gl.glDisable(GL_CULL_FACE);
+        m_gl.glLineWidth(width);
+        m_gl.glPointSize(width);
+        m_gl.glEnable(GL_POINT_SMOOTH); // round
+        m_gl.glDepthMask(GL_FALSE);     // the string that follows has the same depth
+    }
+    ~HaloAttributes() { m_gl.glPopAttrib(); }
+    HaloAttributes(const HaloAttributes&) = delete;
+    HaloAttributes& operator=(const HaloAttributes&) = delete;
+
+private:
+    GLCalls m_gl;
+};
+
+/// Calls outline lists whose em is `scale` units.
+void CallOutlines(COpenGLView& view, const GLCalls& gl, unsigned int listBase, const char* text,
+                  const glm::dvec3& place, const glm::dvec3& scale, double angleDegrees) {
+    glm::dmat4 clip = ClipMatrixFrom(view, place);
+    clip = glm::rotate(clip, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
+    // The lists move the matrix along; the scope puts it back.
+    const MatrixScope matrices(view, glm::scale(clip, scale));
+    CallLists(gl, listBase, text);
+}
+
+/// Calls `draw` for the halo, where strings have one: once with lines along the edges and once with points at their
+/// ends, so that corners are round.
+template <typename Draw> void DrawOutlineHalo(COpenGLView& view, const GLCalls& gl, const Draw& draw) {
+    if (!ViewAccess::Text(view).look.HasHalo()) {
+        return;
+    }
+    const HaloAttributes attributes(view, gl);
+    for (const unsigned int mode : {GL_LINE, GL_POINT}) {
+        gl.glPolygonMode(GL_FRONT_AND_BACK, mode);
+        draw();
+    }
+}
+
 /// Draws outlines whose em is `scale` units.
 void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text, const glm::dvec3& place,
                       const glm::dvec3& scale, double angleDegrees) {
     if (!text || *text == '\0') {
         return;
     }
-    view.Color(view.GetCurrentColor());
     const GLCalls gl = ViewAccess::CallGL(view);
+    const auto draw = [&] { CallOutlines(view, gl, listBase, text, place, scale, angleDegrees); };
+    DrawOutlineHalo(view, gl, draw);
+    view.Color(view.GetCurrentColor());
     const FilledPolygons filled(gl);
-    glm::dmat4 clip = ClipMatrixFrom(view, place);
-    clip = glm::rotate(clip, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
-    // The lists move the matrix along; the scope puts it back.
-    const MatrixScope matrices(view, glm::scale(clip, scale));
-    CallLists(gl, listBase, text);
+    draw();
 }
 
 /// As RasterPosition on a fixed-function context, but for the precision: OpenGL multiplies floats.
@@ -146,32 +319,6 @@ void PlaceRaster(COpenGLView& view, const glm::dvec3& place) {
         view.RasterPosition(0.0, 0.0, 0.0);
     }
     ViewAccess::CurrentRecord(view).attributes.rasterPosition = {place.x, place.y, place.z};
-}
-
-/// Matrices that take the window's coordinates, depth included, to clip coordinates.
-glm::dmat4 WindowToClip(const glm::dvec4& viewport) {
-    return COpenGLMath::OrthoMatrix(viewport.x, viewport.x + std::max(viewport.z, 1.0), viewport.y,
-                                    viewport.y + std::max(viewport.w, 1.0), 0.0, -1.0);
-}
-
-/// On a 4.x context: draws a string as bitmaps are drawn, in pixels of the window from the pixel that the raster
-/// position lies in, and moves that to the string's end. Behind the eye it lies nowhere.
-void DrawStringAtRasterPosition(COpenGLView& view, const wchar_t* text) {
-    std::array<double, 3>& position = ViewAccess::CurrentRecord(view).attributes.rasterPosition;
-    const glm::dvec4 clip = ClipMatrixFrom(view, {position[0], position[1], position[2]})[3];
-    if (!(clip.w > 0.0)) {
-        return;
-    }
-    glm::dvec3 window(0.0);
-    view.Project(position[0], position[1], position[2], &window.x, &window.y, &window.z, false);
-    TextFrame frame;
-    frame.place = {std::floor(window.x + kRasterTolerance), std::floor(window.y + kRasterTolerance), window.z};
-    double advance = 0.0;
-    {
-        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
-        DrawString(view, text, frame, &advance);
-    }
-    view.UnProject(window.x + advance, window.y, window.z, &position[0], &position[1], &position[2], false);
 }
 
 } // namespace
@@ -230,7 +377,10 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
         record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
         MakeBlankLists(gl, deviceContext, listBase);
     }
-    record.objects.textLists.raster = listBase;
+    TextLists& lists = record.objects.textLists;
+    lists.raster = listBase;
+    GetObjectW(font, sizeof(lists.rasterFont), &lists.rasterFont);
+    MeasureCharacters(deviceContext, lists);
     return record.rasterFontReady ? S_OK : E_FAIL;
 }
 
@@ -257,6 +407,8 @@ long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, 
     lists.outlineHeight = EmHeight(font);
     std::transform(metrics.begin(), metrics.end(), lists.outlineAdvances.begin(),
                    [](const GLYPHMETRICSFLOAT& glyph) { return glyph.gmfCellIncX; });
+    std::transform(metrics.begin(), metrics.end(), lists.outlineHeights.begin(),
+                   [](const GLYPHMETRICSFLOAT& glyph) { return glyph.gmfBlackBoxY; });
     return S_OK;
 }
 
@@ -264,7 +416,7 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
     if (!text || *text == '\0') {
         return;
     }
-    if (DrawsWithPrograms()) {
+    if (DrawsWithPrograms() || ShapesFromAtlas(*this)) {
         if (const std::unique_ptr<wchar_t[]> wide = WideText(text)) {
             DrawStringAtRasterPosition(*this, wide.get());
         }
@@ -275,6 +427,9 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         // There a unit is a pixel of the font, not its em.
         DrawOutlineLists(*this, listBase, text, glm::dvec3(0.0), glm::dvec3(lists.outlineHeight), 0.0);
         return;
+    }
+    if (listBase == lists.raster && m_text.look.HasHalo()) {
+        DrawRasterHalo(*this, text);
     }
     CallLists(CallGL(), listBase, text);
 }
@@ -295,7 +450,7 @@ void COpenGLView::DrawOutlineText(unsigned int listBase, const char* text, doubl
     if (!text || *text == '\0') {
         return;
     }
-    if (!DrawsWithPrograms()) {
+    if (!DrawsWithPrograms() && !ShapesFromAtlas(*this)) {
         DrawOutlineLists(*this, listBase, text, {x, y, z}, glm::dvec3(scale), angleDegrees);
         return;
     }
@@ -320,6 +475,7 @@ void COpenGLView::DeleteFont(unsigned int& listBase) {
     CallGL().glDeleteLists(listBase, kListCharacters);
     GLRenderingContextRecord& record = CurrentRecord();
     if (record.objects.textLists.raster == listBase) {
+        DeleteHaloLists(*this);
         record.objects.textLists.raster = 0;
         record.rasterFontReady = false;
     }
@@ -327,6 +483,27 @@ void COpenGLView::DeleteFont(unsigned int& listBase) {
         record.objects.textLists.outline = 0;
     }
     listBase = 0;
+}
+
+void DrawStringAtRasterPosition(COpenGLView& view, const wchar_t* text) {
+    std::array<double, 3>& position = ViewAccess::CurrentRecord(view).attributes.rasterPosition;
+    const glm::dvec4 clip = ClipMatrixFrom(view, {position[0], position[1], position[2]})[3];
+    if (!(clip.w > 0.0)) {
+        return;
+    }
+    glm::dvec3 window(0.0);
+    view.Project(position[0], position[1], position[2], &window.x, &window.y, &window.z, false);
+    TextFrame frame;
+    frame.place = {std::floor(window.x + kRasterTolerance), std::floor(window.y + kRasterTolerance), window.z};
+    double advance = 0.0;
+    {
+        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
+        DrawString(view, text, frame, &advance);
+    }
+    view.UnProject(window.x + advance, window.y, window.z, &position[0], &position[1], &position[2], false);
+    if (!view.DrawsWithPrograms()) {
+        PlaceRaster(view, {position[0], position[1], position[2]});
+    }
 }
 
 long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& place, const glm::dvec3& scale,
@@ -341,6 +518,58 @@ long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& 
     }
     view.DrawRasterText(lists.raster, text, place.x, place.y, place.z);
     return S_OK;
+}
+
+TextLayout LayOutOutlines(const TextLists& lists, const wchar_t* text) {
+    TextLayout layout;
+    for (const char character : NarrowText(text)) {
+        if (character == '\0') {
+            break;
+        }
+        const auto code = static_cast<unsigned char>(character);
+        const double advance = lists.outlineAdvances[code] * lists.outlineHeight;
+        layout.glyphs.push_back({code, layout.advance, 0.0, advance});
+        layout.advance += advance;
+    }
+    return layout;
+}
+
+void DrawOutlineLetters(COpenGLView& view, std::span<const PlacedLetter> letters) {
+    const TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
+    const GLCalls gl = ViewAccess::CallGL(view);
+    const auto draw = [&] {
+        for (const PlacedLetter& letter : letters) {
+            const char text[] = {static_cast<char>(letter.glyph), '\0'};
+            const double angle = std::atan2(letter.along.y, letter.along.x) / kRadiansPerDegree;
+            CallOutlines(view, gl, lists.outline, text, letter.pen, glm::dvec3(lists.outlineHeight), angle);
+        }
+    };
+    DrawOutlineHalo(view, gl, draw);
+    view.Color(view.GetCurrentColor());
+    const FilledPolygons filled(gl);
+    draw();
+}
+
+void MeasureLists(const TextLists& lists, const wchar_t* text, double& width, double& height) {
+    for (const char character : NarrowText(text)) {
+        if (character == '\0') {
+            break;
+        }
+        const auto code = static_cast<unsigned char>(character);
+        const bool bitmaps = lists.raster != 0;
+        width += bitmaps ? lists.rasterAdvances[code] : lists.outlineAdvances[code] * lists.outlineHeight;
+        height =
+            std::max(height, bitmaps ? lists.rasterHeights[code] : lists.outlineHeights[code] * lists.outlineHeight);
+    }
+}
+
+void DeleteHaloLists(COpenGLView& view) {
+    TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
+    if (lists.rasterHalo != 0) {
+        ViewAccess::CallGL(view).glDeleteLists(lists.rasterHalo, kListCharacters);
+        lists.rasterHalo = 0;
+        lists.rasterHaloWidth = 0.0;
+    }
 }
 
 double WidthFromOutlines(const TextLists& lists, const wchar_t* text) {

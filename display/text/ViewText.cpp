@@ -180,6 +180,10 @@ long COpenGLView::DrawTextString(unsigned int listBase, const wchar_t* text, con
         DrawGLText(listBase, ansiText);
         return S_OK;
     }
+    if (ShapesFromAtlas(*this)) {
+        DrawStringAtRasterPosition(*this, text);
+        return S_OK;
+    }
     DrawGLText(listBase, NarrowText(text).data());
     return S_OK;
 }
@@ -199,7 +203,7 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
     if (project) {
         Project(x, y, z, &x, &y, &z, false);
     }
-    if (!DrawsWithPrograms()) {
+    if (!DrawsWithPrograms() && !ShapesFromAtlas(*this)) {
         const std::array<char, kListTextBytes> narrow = text ? NarrowText(text) : std::array<char, kListTextBytes>{};
         return DrawStringFromLists(*this, text ? narrow.data() : ansiText, {x, y, z}, {scaleX, scaleY, scaleZ},
                                    angleDegrees);

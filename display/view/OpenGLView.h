@@ -38,6 +38,7 @@ struct TexturedQuadrilateral;
 enum GLLineJoin : int;
 enum GLSymbolKind : int;
 struct GLLineStyle;
+struct GLLineTextStyle;
 struct GLPolygonStyle;
 struct GLSymbolStyle;
 struct ProfileState;
@@ -78,7 +79,8 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///  22. Profiles                  display/profile/ViewProfile.cpp
 ///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
-///  24. State of drawing        display/view/ViewDrawingState.cpp, ViewReset.cpp
+///  24. State of drawing          display/view/ViewDrawingState.cpp, ViewReset.cpp
+///  25. Text on maps              display/text/ViewMapText.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -1352,6 +1354,44 @@ public:
     /// get a line with both values. Returns their number; 0 without a current context. For development: it waits for
     /// the GPU.
     int ValidateState(CString* report);
+
+    // ---- 25. Text on maps. Implemented in ViewMapText.cpp
+    // How strings of this view are drawn from here on, and strings along lines. Those of before stay as they were.
+
+    /// Draws a halo around all strings: everything within `widthPixels` of a letter, 0 (none, as at the start) to 32;
+    /// what is outside counts as the nearest. A string's halo lies under all of its letters, and takes no draw of its
+    /// own. It is scaled with the string, fades with the text's transparency and does not count when a string is
+    /// measured. A halo of alpha 0 is none.
+    ///
+    /// NOTE: on a fixed-function context strings of display lists have one where the lists are the ones made last of
+    /// their kind; it is opaque, around outlines as wide in pixels whatever their scale.
+    void SetTextHalo(const GLRGBAColor& color, double widthPixels);
+    GLRGBAColor GetTextHaloColor() const;
+    double GetTextHaloWidth() const;
+    /// Shapes strings (off at the start): kerning, ligatures and marks as the font's OpenType tables have them, joined
+    /// scripts such as Arabic and Devanagari, and scripts that run from right to left. Strings are measured as they are
+    /// shaped. A character that the font lacks shows as the font's sign for that.
+    ///
+    /// A string is laid out on one line by Unicode's bidirectional algorithm: its first letter with a direction decides
+    /// where it begins, parts of the other direction and numbers stand in it in theirs. Of the algorithm's control
+    /// characters only the left-to-right, right-to-left and Arabic letter marks have an effect, and brackets are not
+    /// paired. A string's place is its left end, whatever its direction.
+    ///
+    /// NOTE: display lists have only the characters of one code page. With this on a fixed-function context draws the
+    /// manager's current font, which SetUpNewFont loads there too: at the raster position wherever its strings stand
+    /// there. Without such a font its lists draw as ever, not shaped.
+    void SetTextShaping(bool on);
+    bool GetTextShaping() const;
+    /// Draws a string along the line through `count` places, in the current colour and font: its letters stand on the
+    /// line as the window shows it, each turned as the line is there, in pixels whatever the zoom. Places are in model
+    /// coordinates once the offsets of SetCurrentCoordinateOffsets are subtracted. What is not finite or behind the eye
+    /// breaks the line there, and each piece is a line. A piece that is too short for the string, or bends too much
+    /// under it, has none. On a fixed-function context without a current font (SetUpNewFont) the outline lists made
+    /// last draw it. Blending is for the setup of text to turn on, as for other strings.
+    ///
+    /// S_OK; S_FALSE where no piece took the string; E_INVALIDARG without text or line, or without font and outline
+    /// lists; E_OUTOFMEMORY.
+    long DrawTextAlongLine(const wchar_t* text, const PointXYZ* points, int count, const GLLineTextStyle& style);
 
     // ---- Class-wide members
 
