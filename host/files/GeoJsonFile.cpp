@@ -228,6 +228,9 @@ private:
             position.z = TakeCoordinate(node, 2);
             m_layer.hasElevations = true;
         }
+        if (!IsPlace(position)) {
+            node.Fail(SayFarAway(position));
+        }
         extent.Include(position);
         return position;
     }

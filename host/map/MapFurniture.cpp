@@ -49,7 +49,9 @@ private:
     /// Beyond the poles and the date line there are no coordinates.
     std::vector<double> FindTicksWithin(double low, double high, double step, double limit) const {
         const bool areDegrees = m_units == MapUnits::Degrees;
-        return FindTicks(areDegrees ? std::max(low, -limit) : low, areDegrees ? std::min(high, limit) : high, step);
+        // Steps are wider than a pixel, so there are fewer ticks than pixels.
+        return FindTicks(areDegrees ? std::max(low, -limit) : low, areDegrees ? std::min(high, limit) : high, step,
+                         std::max(m_frame.widthPixels, m_frame.heightPixels));
     }
 
     /// One step for both edges, wide enough for the longest text along the lower one.

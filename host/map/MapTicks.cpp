@@ -15,6 +15,10 @@ constexpr double kEarthRadiusMetres = 6371008.8;
 constexpr std::array<double, 3> kNiceDigits = {1.0, 2.0, 5.0};
 /// Steps that a division made a hair larger or smaller than they are still count as what they are.
 constexpr double kSlack = 1e-9;
+/// Doubles hold whole numbers up to this.
+constexpr double kLargestCount = 9007199254740992.0;
+/// No coordinate has more digits after the point that mean something.
+constexpr double kMostDecimals = 12.0;
 
 /// A number with so many digits after the point; without the zeros at its end.
 std::string FormatShortly(double value, int decimals) {
@@ -31,6 +35,9 @@ std::string FormatShortly(double value, int decimals) {
 } // namespace
 
 double FindNiceStep(double smallest) {
+    if (!(smallest > 0.0) || !std::isfinite(smallest)) {
+        return 1.0;
+    }
     const double power = std::pow(10.0, std::floor(std::log10(smallest)));
     for (const double digit : kNiceDigits) {
         if (digit * power >= smallest * (1.0 - kSlack)) {
@@ -40,18 +47,20 @@ double FindNiceStep(double smallest) {
     return 10.0 * power;
 }
 
-std::vector<double> FindTicks(double low, double high, double step) {
+std::vector<double> FindTicks(double low, double high, double step, int most) {
     const double first = std::ceil(low / step - kSlack);
-    const double last = std::floor(high / step + kSlack);
+    const double count = std::floor(high / step + kSlack) - first + 1.0;
+    // Where numbers are so large that the next one is farther than a step, there is no counting. Not for NaN.
+    const bool isCountable = std::abs(first) <= kLargestCount && count <= static_cast<double>(most);
     std::vector<double> ticks;
-    for (long long index = 0; first + static_cast<double>(index) <= last; ++index) {
-        ticks.push_back((first + static_cast<double>(index)) * step);
+    for (int index = 0; isCountable && index < count; ++index) {
+        ticks.push_back((first + index) * step);
     }
     return ticks;
 }
 
 int CountDecimals(double step) {
-    return static_cast<int>(std::max(0.0, std::ceil(-std::log10(step) - kSlack)));
+    return static_cast<int>(std::clamp(std::ceil(-std::log10(step) - kSlack), 0.0, kMostDecimals));
 }
 
 std::string FormatCoordinate(double value, int decimals) {
@@ -60,6 +69,14 @@ std::string FormatCoordinate(double value, int decimals) {
     std::string formatted(text.data(), static_cast<std::size_t>(std::clamp<int>(length, 0, text.size() - 1)));
     const bool isZero = formatted.find_first_not_of("-0.") == std::string::npos;
     return isZero && formatted.starts_with('-') ? formatted.substr(1) : formatted;
+}
+
+std::string FormatCount(std::uint64_t count) {
+    std::string text = std::to_string(count);
+    for (std::size_t place = text.size(); place > 3; place -= 3) {
+        text.insert(place - 3, 1, ',');
+    }
+    return text;
 }
 
 double MetresPerUnit(MapUnits units, double y) {

@@ -1,16 +1,19 @@
 #pragma once
 
+#include "data/CoordinateSystem.h"
+
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace OrrinViewer {
 
-/// The smallest of 1, 2 and 5 times a power of ten that is at least `smallest` (above 0).
+/// The smallest of 1, 2 and 5 times a power of ten that is at least `smallest`; 1 where that is no length.
 double FindNiceStep(double smallest);
 
 /// The multiples of `step` from `low` to `high`, both included. Each is computed on its own, so that it does not depend
-/// on where the map begins.
-std::vector<double> FindTicks(double low, double high, double step);
+/// on where the map begins. None where there are more than `most`, or where coordinates are too large for the step.
+std::vector<double> FindTicks(double low, double high, double step, int most);
 
 /// Digits after the point that tell multiples of `step` apart.
 int CountDecimals(double step);
@@ -18,11 +21,8 @@ int CountDecimals(double step);
 /// A coordinate with so many digits after the point, and never "-0".
 std::string FormatCoordinate(double value, int decimals);
 
-/// The size of the units in which a map's coordinates are.
-enum class MapUnits {
-    Metres,
-    Degrees, ///< of longitude and latitude
-};
+/// A number of things, with commas between thousands: "110,000".
+std::string FormatCount(std::uint64_t count);
 
 /// Length on the ground of one unit from west to east at the height `y` on the map.
 double MetresPerUnit(MapUnits units, double y);

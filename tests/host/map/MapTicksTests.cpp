@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 namespace OrrinViewer {
 namespace {
 
@@ -20,16 +23,28 @@ TEST(MapTicks, StepsAreOneTwoAndFiveAtEveryScale) {
 
 // A tick that comes and goes at the window's edge, or reads 499999.99, is what users of a map notice first.
 TEST(MapTicks, TicksAreTheMultiplesInside_BothEndsIncluded) {
-    EXPECT_EQ(FindTicks(499'990.0, 500'010.0, 10.0), (std::vector<double>{499'990.0, 500'000.0, 500'010.0}));
-    EXPECT_EQ(FindTicks(-0.25, 0.31, 0.1).size(), 6U);
-    EXPECT_TRUE(FindTicks(1.1, 1.9, 1.0).empty());
-    for (const double tick : FindTicks(-36.1, -35.9, 0.05)) {
+    EXPECT_EQ(FindTicks(499'990.0, 500'010.0, 10.0, 100), (std::vector<double>{499'990.0, 500'000.0, 500'010.0}));
+    EXPECT_EQ(FindTicks(-0.25, 0.31, 0.1, 100).size(), 6U);
+    EXPECT_TRUE(FindTicks(1.1, 1.9, 1.0, 100).empty());
+    for (const double tick : FindTicks(-36.1, -35.9, 0.05, 100)) {
         EXPECT_EQ(FormatCoordinate(tick, 2).size(), 6U) << tick;
     }
-    EXPECT_EQ(FormatCoordinate(FindTicks(-0.2, 0.0, 0.1).back(), 1), "0.0");
+    EXPECT_EQ(FormatCoordinate(FindTicks(-0.2, 0.0, 0.1, 100).back(), 1), "0.0");
     EXPECT_EQ(FormatCoordinate(-0.004, 2), "0.00");
     EXPECT_EQ(FormatCoordinate(-0.006, 2), "-0.01");
     EXPECT_EQ(FormatCoordinate(9'116'067.78, 1), "9116067.8");
+}
+
+// Where a coordinate is so large that a step is less than what a number tells apart, counting never ended.
+TEST(MapTicks, TicksAreBoundedWhateverTheMapShows) {
+    EXPECT_TRUE(FindTicks(1e300, 1.1e300, 1.0, 1000).empty());
+    EXPECT_TRUE(FindTicks(1e17, 1e17 + 1000.0, 0.5, 100).empty());
+    EXPECT_TRUE(FindTicks(0.0, 1e6, 1.0, 1000).empty());
+    EXPECT_TRUE(FindTicks(std::nan(""), 1.0, 1.0, 1000).empty());
+    EXPECT_TRUE(FindTicks(0.0, std::numeric_limits<double>::infinity(), 1.0, 1000).empty());
+    EXPECT_EQ(FindNiceStep(std::numeric_limits<double>::infinity()), 1.0);
+    EXPECT_EQ(FindNiceStep(0.0), 1.0);
+    EXPECT_LE(CountDecimals(1e-300), 12);
 }
 
 TEST(MapTicks, LengthsAndScaleBarsAreRound) {
