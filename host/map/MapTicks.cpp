@@ -1,6 +1,6 @@
 #include "MapTicks.h"
 
-#include "Angles.h"
+#include "Geodesic.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,6 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double kEarthRadiusMetres = 6371008.8;
 constexpr std::array<double, 3> kNiceDigits = {1.0, 2.0, 5.0};
 /// Steps that a division made a hair larger or smaller than they are still count as what they are.
 constexpr double kSlack = 1e-9;
@@ -80,21 +79,35 @@ std::string FormatCount(std::uint64_t count) {
 }
 
 double MetresPerUnit(MapUnits units, double y) {
-    if (units == MapUnits::Metres) {
+    switch (units) {
+    case MapUnits::Metres:
         return 1.0;
+    case MapUnits::Feet:
+        return kMetresPerFoot;
+    case MapUnits::UsSurveyFeet:
+        return kMetresPerUsSurveyFoot;
+    case MapUnits::Degrees:
+        break;
     }
-    return kEarthRadiusMetres * Radians(1.0) * std::cos(Radians(std::clamp(y, -89.9, 89.9)));
+    return MetresPerDegreeOfLongitude(std::clamp(y, -89.9, 89.9));
 }
 
 double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, double toY) {
-    if (units == MapUnits::Metres) {
-        return std::hypot(toX - fromX, toY - fromY);
+    if (units != MapUnits::Degrees) {
+        return std::hypot(toX - fromX, toY - fromY) * MetresPerUnit(units, 0.0);
     }
-    const double acrossLatitudes = std::sin(Radians(toY - fromY) * 0.5);
-    const double acrossLongitudes = std::sin(Radians(toX - fromX) * 0.5);
-    const double chord = acrossLatitudes * acrossLatitudes +
-                         std::cos(Radians(fromY)) * std::cos(Radians(toY)) * acrossLongitudes * acrossLongitudes;
-    return 2.0 * kEarthRadiusMetres * std::asin(std::sqrt(std::clamp(chord, 0.0, 1.0)));
+    return GeodesicMetres({fromX, std::clamp(fromY, -90.0, 90.0)}, {toX, std::clamp(toY, -90.0, 90.0)});
+}
+
+double FindHeightScale(MapUnits units, std::optional<double> heightMetres, double y) {
+    if (units == MapUnits::Degrees) {
+        // Half-way between its size to the east and to the north.
+        const double latitude = std::clamp(y, -89.9, 89.9);
+        const double degree = std::sqrt(MetresPerDegreeOfLongitude(latitude) * MetresPerDegreeOfLatitude(latitude));
+        return heightMetres.value_or(1.0) / degree;
+    }
+    const double unit = MetresPerUnit(units, y);
+    return heightMetres.value_or(unit) / unit;
 }
 
 std::string FormatLength(double metres) {

@@ -3,6 +3,7 @@
 #include "data/CoordinateSystem.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,8 +28,12 @@ std::string FormatCount(std::uint64_t count);
 /// Length on the ground of one unit from west to east at the height `y` on the map.
 double MetresPerUnit(MapUnits units, double y);
 
-/// Metres between two positions: on the plane, or the shorter way around the globe.
+/// Metres between two positions: on the plane, or the shortest way over the Earth.
 double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, double toY);
+
+/// What heights have to be multiplied by to be as large as the map's units are. Without a unit of their own they are in
+/// the map's, or in metres where that one is degrees. `y` is where on the map.
+double FindHeightScale(MapUnits units, std::optional<double> heightMetres, double y);
 
 /// A length in words, such as "250 m" or "12.4 km"; three digits at least are right.
 std::string FormatLength(double metres);
