@@ -40,8 +40,9 @@ public:
     // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, clouds, vectors. Add
     // everything before the first frame.
 
-    /// The cloud is read in the background from now on, and once more for each profile through it.
-    void AddCloud(CloudOpener open);
+    /// The cloud is read in the background from now on, and once more for each profile through it. `name` is what people
+    /// know its file by.
+    void AddCloud(CloudOpener open, std::string name = {});
     void AddSurface(ElevationGrid grid);
     void AddRaster(RasterLayer raster);
     /// Shades all rasters by this one; how strongly is 0 to 1.
@@ -49,6 +50,7 @@ public:
     void AddVectorLayer(VectorLayer layer);
     const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
 
+    /// The box around everything but the few points that lie far outside; without heights where nothing has any.
     const Extent& GetExtent() const { return m_extent; }
     std::size_t CountPoints() const;
     std::size_t CountFeatures() const;
@@ -63,6 +65,9 @@ public:
     void WaitUntilRead();
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
+    std::vector<std::string> GetProblems() const; ///< of all clouds
+    /// What there is to tell about the files, a line each; complete once nothing is read any more.
+    std::vector<std::string> GetRemarks() const;
 
     /// Without units they are degrees where coordinates look like that.
     void SetUnits(std::optional<MapUnits> units) { m_units = units; }
@@ -122,12 +127,14 @@ public:
 private:
     void ColorAllClouds();
     void Include(const Extent& extent);
+    double GroundHeight() const;
     void LoadCamera(KTR::COpenGLView& view);
     bool DrawGround(KTR::COpenGLView& view);
     bool DrawRasters(KTR::COpenGLView& view);
     void ReleaseShapes();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
-    Position OnTheGround(const Position& position) const;
+    GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
+    double HeightOfGround(const Position& position) const;
 
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
     std::vector<CloudOpener> m_cloudOpeners; ///< of each of them

@@ -183,5 +183,11 @@ TEST(GeoJsonFile, RandomDamage_NeverDoesMoreThanRefuse) {
     EXPECT_GT(CountRefusedMutations(ReadGeoJsonFile, kCollection, ".geojson"), 0);
 }
 
+TEST(GeoJsonFile, PlaceBeyondAnyCoordinate_IsRefusedByItsPath) {
+    const std::string complaint =
+        Complaint(ReadGeoJsonFile, R"({"type": "LineString", "coordinates": [[1, 2], [1e300, 2]]})", ".json");
+    EXPECT_NE(complaint.find("/coordinates/1 has the coordinate 1e+300"), std::string::npos) << complaint;
+}
+
 } // namespace
 } // namespace OrrinViewer
