@@ -38,8 +38,8 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
 
 } // namespace
 
-void Scene::AddCloud(std::unique_ptr<CloudReader> reader) {
-    m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader)));
+void Scene::AddCloud(std::unique_ptr<CloudReader> reader, std::string name) {
+    m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader), std::move(name)));
     m_extent.Include(m_clouds.back()->GetExtent());
 }
 
@@ -49,7 +49,7 @@ void Scene::AddSurface(ElevationGrid grid) {
 }
 
 void Scene::AddRaster(RasterLayer raster) {
-    Include(raster.FindExtent());
+    Include(raster.FindExtent().Flat());
     m_rasters.push_back(std::move(raster));
 }
 
@@ -59,7 +59,7 @@ void Scene::ShadeRasters(RasterLayer shade, double strength) {
 }
 
 void Scene::AddVectorLayer(VectorLayer layer) {
-    Include(layer.extent);
+    Include(layer.HasHeights() ? layer.extent : layer.extent.Flat());
     m_layers.push_back(std::move(layer));
     m_featureGeometry.emplace_back();
 }
@@ -104,12 +104,12 @@ void Scene::Update() {
     if (!isChanged) {
         return;
     }
-    const double middle = m_extent.Center().z;
+    const double ground = GroundHeight();
     m_extent = m_extentWithoutClouds;
     for (const auto& cloud : m_clouds) {
         m_extent.Include(cloud->GetExtent());
     }
-    if (m_extent.Center().z != middle) {
+    if (GroundHeight() != ground) {
         ReleaseShapes();
     }
     if (!m_isColorModeChosen) {
@@ -131,12 +131,27 @@ void Scene::WaitUntilRead() {
 }
 
 std::string Scene::GetProblem() const {
+    const std::vector<std::string> problems = GetProblems();
+    return problems.empty() ? std::string() : problems.front();
+}
+
+std::vector<std::string> Scene::GetProblems() const {
+    std::vector<std::string> problems;
     for (const auto& cloud : m_clouds) {
         if (std::string problem = cloud->GetProblem(); !problem.empty()) {
-            return problem;
+            problems.push_back(std::move(problem));
         }
     }
-    return {};
+    return problems;
+}
+
+std::vector<std::string> Scene::GetRemarks() const {
+    std::vector<std::string> remarks;
+    for (const auto& cloud : m_clouds) {
+        const std::vector<std::string> ofCloud = cloud->GetRemarks();
+        remarks.insert(remarks.end(), ofCloud.begin(), ofCloud.end());
+    }
+    return remarks;
 }
 
 MapUnits Scene::GetUnits() const {
@@ -196,8 +211,9 @@ void Scene::ReadRastersAtOnce() {
 
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
     // A scene without anything is shown as one position is.
-    const PointXYZ low = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.low);
-    const PointXYZ high = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.high);
+    const Extent box = m_extent.WithHeights();
+    const PointXYZ low = box.IsEmpty() ? PointXYZ{} : PointOf(box.low);
+    const PointXYZ high = box.IsEmpty() ? PointXYZ{} : PointOf(box.high);
     view.ChooseCoordinateOffsets(low, high);
     if (orientation == KTR::GLViewOrientationPerspective) {
         view.SetUpPerspectiveFromModelExtents(low, high, kAzimuthDegrees, kElevationDegrees, kFieldOfViewDegrees,
@@ -239,29 +255,26 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
     view.DrawEyeDomeLighting();
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
-    const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
         const Extent area = FindAreaToFill(view);
         for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
-            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity, onTheGround);
+            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity,
+                                               GroundOf(m_layers[layer], m_origin));
         }
     }
     for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
         if (m_featureStyle.IsPlain()) {
-            m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
+            m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], GroundOf(m_layers[layer], m_origin));
         } else {
             // The library subtracts the offsets of shapes itself.
-            const auto inTheWorld = [this](const Position& position) {
-                return Position{position.x, position.y, OnTheGround(position).z};
-            };
-            DrawStyledFeatures(view, m_layers[layer], m_featureStyle, inTheWorld);
+            DrawStyledFeatures(view, m_layers[layer], m_featureStyle, GroundOf(m_layers[layer], {}));
         }
     }
 }
 
 bool Scene::DrawRasters(KTR::COpenGLView& view) {
-    const double lowestZ = m_extent.low.z;
+    const double lowestZ = GroundHeight();
     bool isComplete = true;
     for (RasterLayer& raster : m_rasters) {
         const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
@@ -361,15 +374,43 @@ void Scene::ColorAllClouds() {
     }
 }
 
-/// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
-/// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
-Position Scene::OnTheGround(const Position& position) const {
-    double elevation = kNoElevation;
-    for (const Surface& surface : m_surfaces) {
-        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
+/// Where positions of a layer are drawn, relative to an origin: at their own heights where they have some, otherwise on
+/// the ground.
+GroundPosition Scene::GroundOf(const VectorLayer& layer, const Position& origin) const {
+    if (layer.HasHeights()) {
+        return [origin](const Position& position) {
+            return Position{position.x - origin.x, position.y - origin.y, position.z};
+        };
     }
-    const double z = std::isnan(elevation) ? m_extent.Center().z : elevation;
-    return {position.x - m_origin.x, position.y - m_origin.y, z};
+    return [this, origin](const Position& position) {
+        return Position{position.x - origin.x, position.y - origin.y, HeightOfGround(position)};
+    };
+}
+
+/// Of the relief where there is one.
+double Scene::HeightOfGround(const Position& position) const {
+    for (const Surface& surface : m_surfaces) {
+        const double elevation = surface.Grid().InterpolatedAt(position.x, position.y);
+        if (!std::isnan(elevation)) {
+            return elevation;
+        }
+    }
+    return GroundHeight();
+}
+
+/// What is flat lies here: below everything that has heights, or at 0. Of a cloud the lowest points are no ground, but
+/// echoes from below it.
+double Scene::GroundHeight() const {
+    if (!m_extent.HasHeights()) {
+        return 0.0;
+    }
+    double ground = m_extentWithoutClouds.HasHeights() ? m_extentWithoutClouds.low.z : m_extent.high.z;
+    for (const auto& cloud : m_clouds) {
+        if (cloud->Traits().count > 0) {
+            ground = std::min(ground, cloud->Traits().elevations.low);
+        }
+    }
+    return ground;
 }
 
 } // namespace OrrinViewer

@@ -39,8 +39,8 @@ public:
     // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, clouds, vectors. Add
     // everything before the first frame.
 
-    /// The cloud is read in the background from now on.
-    void AddCloud(std::unique_ptr<CloudReader> reader);
+    /// The cloud is read in the background from now on. `name` is what people know its file by.
+    void AddCloud(std::unique_ptr<CloudReader> reader, std::string name = {});
     void AddSurface(ElevationGrid grid);
     void AddRaster(RasterLayer raster);
     /// Shades all rasters by this one; how strongly is 0 to 1.
@@ -48,6 +48,7 @@ public:
     void AddVectorLayer(VectorLayer layer);
     const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
 
+    /// The box around everything but the few points that lie far outside; without heights where nothing has any.
     const Extent& GetExtent() const { return m_extent; }
     std::size_t CountPoints() const;
     std::size_t CountFeatures() const;
@@ -62,6 +63,9 @@ public:
     void WaitUntilRead();
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
+    std::vector<std::string> GetProblems() const; ///< of all clouds
+    /// What there is to tell about the files, a line each; complete once nothing is read any more.
+    std::vector<std::string> GetRemarks() const;
 
     /// Without units they are degrees where coordinates look like that.
     void SetUnits(std::optional<MapUnits> units) { m_units = units; }
@@ -114,12 +118,14 @@ public:
 private:
     void ColorAllClouds();
     void Include(const Extent& extent);
+    double GroundHeight() const;
     void LoadCamera(KTR::COpenGLView& view);
     bool DrawGround(KTR::COpenGLView& view);
     bool DrawRasters(KTR::COpenGLView& view);
     void ReleaseShapes();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
-    Position OnTheGround(const Position& position) const;
+    GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
+    double HeightOfGround(const Position& position) const;
 
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
     std::vector<Surface> m_surfaces;

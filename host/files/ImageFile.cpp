@@ -37,6 +37,10 @@ namespace {
 
 using namespace std::string_view_literals;
 
+bool BeginsLikeJpeg(std::span<const std::uint8_t> bytes) {
+    return !bytes.empty() && bytes[0] == 0xFF;
+}
+
 struct FreePixels {
     void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
 };
@@ -50,6 +54,38 @@ std::vector<std::uint8_t> ReadBytes(InputFile& file) {
     return bytes;
 }
 
+/// Whether the image library can be given these bytes.
+///
+/// HACK: stb_image 2.27, as Debian 12 has it, believes the number of codes in a table of a JPEG image and writes behind
+/// the 256 for which it has room. Such a table is refused wherever it could be found; what a valid image has by chance
+/// in its data is no table. RasterFile.JpegWithTooManyCodes_IsRefused crashes without it.
+bool HasTooManyCodes(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t kTableHeaderBytes = 17; // its kind, and how many codes there are of each length
+    constexpr std::size_t kMostCodes = 256;
+    const auto at = [bytes](std::size_t place) -> std::size_t { return place < bytes.size() ? bytes[place] : 0; };
+    for (std::size_t marker = 0; marker + 1 < bytes.size(); ++marker) {
+        if (bytes[marker] != 0xFF || bytes[marker + 1] != 0xC4) {
+            continue;
+        }
+        const std::size_t end = marker + 2 + (at(marker + 2) << 8 | at(marker + 3));
+        for (std::size_t table = marker + 4; table < end;) {
+            const std::size_t kind = at(table);
+            if (kind >> 4 > 1 || (kind & 15) > 3) {
+                break; // the library refuses it there
+            }
+            std::size_t codes = 0;
+            for (std::size_t length = 1; length < kTableHeaderBytes; ++length) {
+                codes += at(table + length);
+            }
+            if (codes > kMostCodes) {
+                return true;
+            }
+            table += kTableHeaderBytes + codes;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 bool BeginsLikeImage(std::string_view beginning) {
@@ -59,14 +95,18 @@ bool BeginsLikeImage(std::string_view beginning) {
 RasterImage ReadImageFile(const std::filesystem::path& path) {
     InputFile file(path);
     const std::vector<std::uint8_t> bytes = ReadBytes(file);
+    if (BeginsLikeJpeg(bytes) && HasTooManyCodes(bytes)) {
+        file.Fail("is a damaged image: a table of codes is larger than a JPEG image can have");
+    }
     constexpr int kChannels = 4;
     RasterImage image;
     int channelsInFile = 0;
     const std::unique_ptr<stbi_uc, FreePixels> pixels(stbi_load_from_memory(
         bytes.data(), static_cast<int>(bytes.size()), &image.width, &image.height, &channelsInFile, kChannels));
     if (!pixels) {
-        // The reason may quote the file.
-        file.Fail("is a damaged image or none at all: " + QuoteForMessage(stbi_failure_reason()));
+        // The reason may quote the file. Of some faults the library says nothing.
+        const char* reason = stbi_failure_reason();
+        file.Fail("is a damaged image or none at all" + (reason ? ": " + QuoteForMessage(reason) : std::string()));
     }
     const std::size_t size = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * kChannels;
     image.rgba.assign(pixels.get(), pixels.get() + size);

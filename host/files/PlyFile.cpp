@@ -276,11 +276,15 @@ public:
         for (; filled < points.size() && m_left > 0; --m_left) {
             m_rows.ReadRow(*m_vertex, m_row);
             const CloudPoint point = TakePoint();
-            if (IsFinite(point.position)) {
-                points[filled++] = point;
-            } else {
+            if (!IsFinite(point.position)) {
                 ++m_skipped;
+                continue;
             }
+            if (!IsPlace(point.position)) {
+                m_file.Fail("vertex " + std::to_string(m_vertex->count - m_left + 1) + ' ' +
+                            SayFarAway(point.position));
+            }
+            points[filled++] = point;
         }
         return filled;
     }

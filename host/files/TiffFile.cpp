@@ -63,11 +63,10 @@ std::optional<PixelToMap> PlaceByTags(const TiffBlocks& blocks, const std::vecto
 
 /// What is on the map, and has an area there.
 bool IsUsable(const PixelToMap& place, int width, int height) {
-    constexpr double kFarthest = 1e12;
     for (const int column : {0, width}) {
         for (const int row : {0, height}) {
             const Position corner = place.At(column, row);
-            if (!(std::abs(corner.x) <= kFarthest && std::abs(corner.y) <= kFarthest)) {
+            if (!IsPlace(corner)) {
                 return false;
             }
         }

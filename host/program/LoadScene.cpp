@@ -23,6 +23,11 @@ void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path
     }
 }
 
+std::string NameOf(const std::filesystem::path& file) {
+    const std::u8string name = file.filename().u8string();
+    return {name.begin(), name.end()};
+}
+
 void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOptions& options) {
     const FileKind kind = DetectKind(file);
     if (IsVectorKind(kind)) {
@@ -47,7 +52,7 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
     if (options.cloudCellSize) {
         AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options);
     } else {
-        scene.AddCloud(OpenCloudReader(file));
+        scene.AddCloud(OpenCloudReader(file), NameOf(file));
     }
 }
 
@@ -66,10 +71,17 @@ std::vector<FeatureLabel> CollectLabelsOrExplain(const std::vector<VectorLayer>&
 
 } // namespace
 
-Scene LoadScene(const ViewerOptions& options) {
+Scene LoadScene(const ViewerOptions& options, std::vector<std::string>& faults) {
     Scene scene;
     for (const std::filesystem::path& file : options.files) {
-        AddFile(scene, file, options);
+        try {
+            AddFile(scene, file, options);
+        } catch (const FileError& error) {
+            faults.emplace_back(error.what());
+            if (faults.size() == options.files.size() && options.computedSide == 0) {
+                throw;
+            }
+        }
     }
     if (options.computedSide > 0) {
         scene.AddRaster(RasterLayer::ForComputedRelief(options.computedSide, scene.GetExtent().Center()));

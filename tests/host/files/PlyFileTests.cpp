@@ -230,5 +230,15 @@ TEST(PlyFile, FileOfManyChunks_KeepsEachPoint) {
     }
 }
 
+// The "no data" of a float, and what a broken export writes: one of them made a map of 17 GB of ticks.
+TEST(PlyFile, VertexBeyondAnyPlace_IsRefusedWithItsNumber) {
+    const std::string complaint =
+        Complaint(ReadPlyFile,
+                  "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\nproperty float y\n"
+                  "property float z\nend_header\n1 2 3\nnan 1 1\n1 2 -3.4e38\n4 5 6\n",
+                  ".ply");
+    EXPECT_NE(complaint.find("vertex 3 has the coordinate -3.4e+38, beyond 1e+12"), std::string::npos) << complaint;
+}
+
 } // namespace
 } // namespace OrrinViewer
