@@ -3,10 +3,12 @@
 #include "ComputedRelief.h"
 #include "ElevationImages.h"
 #include "SceneColors.h"
+#include "files/TiffOverview.h"
 
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace OrrinViewer {
@@ -56,25 +58,35 @@ RasterLayer RasterLayer::ForElevations(const ElevationGrid& grid, const std::wst
     return {std::move(description), PlaceCells(grid), KTR::MakeValueReader(width, height, ElevationValues(grid))};
 }
 
-RasterLayer RasterLayer::ForTiff(TiffFile file, const std::wstring& name) {
-    const bool hasColors = file.HasColors();
-    KTR::GLRasterDescription description = Describe(name, file.Width(), file.Height(), hasColors ? GL_RGBA : GL_FLOAT);
+RasterLayer RasterLayer::ForTiff(const std::filesystem::path& path) {
+    const auto file = std::make_shared<TiffFile>(path); // readers are copied
+    const bool hasColors = file->HasColors();
+    KTR::GLRasterDescription description =
+        Describe(path.wstring(), file->Width(), file->Height(), hasColors ? GL_RGBA : GL_FLOAT);
     if (!hasColors) {
-        description.style = ElevationStyle(FindElevationRange(file.SampleValues()));
+        description.style = ElevationStyle(FindElevationRange(file->SampleValues()));
         description.smooth = false;
     }
-    const PixelToMap place = file.Place();
-    const auto shared = std::make_shared<TiffFile>(std::move(file)); // readers are copied
-    const auto read = [shared, hasColors](const KTR::GLRasterWindow& window, void* pixels) {
+    std::shared_ptr<TiffOverview> overview;
+    if (const std::optional<int> level = TiffOverview::FindLevel(*file)) {
+        overview = std::make_shared<TiffOverview>(path, *level);
+    }
+    const auto waits = std::make_shared<std::atomic<bool>>(false);
+    const auto read = [file, overview, waits, hasColors](const KTR::GLRasterWindow& window, void* pixels) {
         const TiffWindow wanted{window.level, window.x, window.y, window.width, window.height};
+        if (overview && window.level >= overview->Level()) {
+            return overview->Read(wanted, *waits, pixels) ? KTR::GLRasterReadDone : KTR::GLRasterReadLater;
+        }
         if (hasColors) {
-            shared->ReadColors(wanted, static_cast<std::uint8_t*>(pixels));
+            file->ReadColors(wanted, static_cast<std::uint8_t*>(pixels));
         } else {
-            shared->ReadValues(wanted, static_cast<float*>(pixels));
+            file->ReadValues(wanted, static_cast<float*>(pixels));
         }
         return KTR::GLRasterReadDone;
     };
-    return {std::move(description), place, read};
+    RasterLayer layer(std::move(description), file->Place(), read);
+    layer.m_waits = waits;
+    return layer;
 }
 
 RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {
@@ -108,6 +120,9 @@ RasterLayer::RasterLayer(KTR::GLRasterDescription description, const PixelToMap&
 
 void RasterLayer::ReadAtOnce() {
     m_layer.SetReadingTime(std::numeric_limits<double>::infinity());
+    if (m_waits) {
+        *m_waits = true;
+    }
 }
 
 bool RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z) {

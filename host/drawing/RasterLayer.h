@@ -2,10 +2,12 @@
 
 #include "data/ElevationGrid.h"
 #include "data/Raster.h"
-#include "files/TiffFile.h"
 
 #include <OrrinDisplay.h>
 
+#include <atomic>
+#include <filesystem>
+#include <memory>
 #include <string>
 
 namespace OrrinViewer {
@@ -19,7 +21,7 @@ public:
     /// Elevations: each cell a square, coloured from low to high, transparent where nothing was measured.
     static RasterLayer ForElevations(const ElevationGrid& grid, const std::wstring& name);
     /// An image of any size, or values as elevations are shown; read where it is looked at.
-    static RasterLayer ForTiff(TiffFile file, const std::wstring& name);
+    static RasterLayer ForTiff(const std::filesystem::path& path);
     /// A relief that is computed where it is looked at, `side` pixels each way, one of them a unit, around a place.
     static RasterLayer ForComputedRelief(int side, const Position& middle);
     /// The light on elevations, to shade other rasters with.
@@ -40,6 +42,7 @@ private:
     void PlaceAround(const Position& origin);
 
     KTR::CRasterLayer m_layer;
+    std::shared_ptr<std::atomic<bool>> m_waits; ///< for what is read in the background; null where nothing is
     PixelToMap m_pixelToMap;
     Extent m_extent;
     std::size_t m_pixels;

@@ -209,6 +209,7 @@ template <typename Number> std::vector<Number> LoadAll(const std::vector<std::ui
 struct LasRecords {
     CoordinateSystem system;
     std::vector<std::uint8_t> compression; ///< how the points are compressed
+    std::vector<std::uint8_t> octree;      ///< where the index of compressed points is
 };
 
 /// Reads the records between header and points. What is damaged there is passed over: the points can be shown all the
@@ -239,6 +240,9 @@ LasRecords ReadRecords(InputFile& file, const LasHeader& header) {
         constexpr std::uint16_t kCompressionRecord = 22204;
         if (user.starts_with("laszip encoded") && number == kCompressionRecord) {
             records.compression = content;
+        }
+        if (user.starts_with(std::string_view("copc\0", 5)) && number == 1) {
+            records.octree = content;
         }
         if (!user.starts_with("LASF_Projection")) {
             continue;
@@ -272,9 +276,9 @@ public:
         LasRecords records = ReadRecords(m_file, m_header);
         m_system = std::move(records.system);
         if (m_header.isCompressed) {
-            m_compressed =
-                std::make_unique<LazRecords>(path, LazPlan{m_header.pointsAt, m_header.pointCount, m_header.recordBytes,
-                                                           m_header.pointFormat, std::move(records.compression)});
+            m_compressed = std::make_unique<LazRecords>(
+                path, LazPlan{m_header.pointsAt, m_header.pointCount, m_header.recordBytes, m_header.pointFormat,
+                              std::move(records.compression), std::move(records.octree)});
         } else {
             m_file.Skip(m_header.pointsAt - m_file.Offset());
         }

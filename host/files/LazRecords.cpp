@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -34,6 +35,7 @@ constexpr const char* kConverts = "; pdal translate in.laz out.las converts it";
 LazRecords::LazRecords(const std::filesystem::path& path, const LazPlan& plan) : m_file(path) {
     ReadItems(plan);
     ReadChunkTable(plan);
+    OrderByLevels(plan.octree);
 }
 
 /// The layout that is told must be the one that the point format has.
@@ -124,7 +126,8 @@ void LazRecords::ReadChunkTable(const LazPlan& plan) {
             }
             bytes = numbers.Take(decoder, bytes, 1);
             Entry entry{chunkAt, static_cast<std::uint32_t>(bytes),
-                        m_chunkSize == kVariable ? static_cast<std::uint32_t>(points) : m_chunkSize};
+                        m_chunkSize == kVariable ? static_cast<std::uint32_t>(points) : m_chunkSize,
+                        static_cast<std::size_t>(chunk + 1)};
             entry.points = std::min(entry.points, pointsLeft);
             if (entry.bytes > tableAt - chunkAt || entry.points / kMostPointsPerByte > entry.bytes) {
                 m_file.Fail("has a damaged table of chunks: chunk " + std::to_string(chunk + 1) + " would have " +
@@ -143,6 +146,53 @@ void LazRecords::ReadChunkTable(const LazPlan& plan) {
         m_file.Fail("promises " + std::to_string(plan.pointCount) + " points but has chunks for " +
                     std::to_string(plan.pointCount - pointsLeft));
     }
+}
+
+/// Each chunk is a cell of the octree, the root's level first. Where the index is damaged the order stays the file's:
+/// the points are the same.
+void LazRecords::OrderByLevels(const std::vector<std::uint8_t>& octree) {
+    constexpr std::size_t kRootPageAt = 40;
+    constexpr std::size_t kRecordBytes = 160;
+    constexpr std::size_t kEntryBytes = 32;
+    constexpr std::int32_t kIsPage = -1; // instead of a number of points
+    if (octree.size() < kRecordBytes) {
+        return;
+    }
+    struct Page {
+        std::uint64_t at;
+        std::uint64_t bytes;
+    };
+    std::vector<Page> pages = {{LoadLittleEndian<std::uint64_t>(&octree[kRootPageAt]),
+                                LoadLittleEndian<std::uint64_t>(&octree[kRootPageAt + 8])}};
+    std::vector<std::pair<std::uint64_t, std::int32_t>> levels; // by the place of the chunk
+    std::uint64_t bytesLeft = m_file.Size();                    // pages in a circle come to an end too
+    std::vector<std::uint8_t> bytes;
+    while (!pages.empty()) {
+        const Page page = pages.back();
+        pages.pop_back();
+        if (page.bytes > bytesLeft || page.at > m_file.Size() - page.bytes || page.bytes % kEntryBytes != 0) {
+            return;
+        }
+        bytesLeft -= page.bytes;
+        bytes.resize(static_cast<std::size_t>(page.bytes));
+        m_file.ReadAt(page.at, bytes);
+        for (std::size_t entry = 0; entry < bytes.size(); entry += kEntryBytes) {
+            const auto at = LoadLittleEndian<std::uint64_t>(&bytes[entry + 16]);
+            if (LoadLittleEndian<std::int32_t>(&bytes[entry + 28]) == kIsPage) {
+                pages.push_back({at, LoadLittleEndian<std::uint32_t>(&bytes[entry + 24])});
+            } else {
+                levels.emplace_back(at, LoadLittleEndian<std::int32_t>(&bytes[entry]));
+            }
+        }
+    }
+    std::sort(levels.begin(), levels.end());
+    for (Entry& entry : m_entries) {
+        const auto found = std::lower_bound(levels.begin(), levels.end(), std::pair(entry.at, INT32_MIN));
+        const bool isKnown = found != levels.end() && found->first == entry.at;
+        entry.level = isKnown ? found->second : INT32_MAX;
+    }
+    std::stable_sort(m_entries.begin(), m_entries.end(),
+                     [](const Entry& one, const Entry& other) { return one.level < other.level; });
 }
 
 void LazRecords::OpenNextChunk() {
@@ -164,7 +214,7 @@ void LazRecords::Read(std::span<std::uint8_t> records) {
             --m_leftInChunk;
         }
     } catch (const LazFault& fault) {
-        m_file.Fail("chunk " + std::to_string(m_next) + " of its points " + fault.what());
+        m_file.Fail("chunk " + std::to_string(m_entries[m_next - 1].number) + " of its points " + fault.what());
     }
 }
 

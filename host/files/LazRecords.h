@@ -17,11 +17,12 @@ struct LazPlan {
     std::uint64_t pointCount = 0;
     std::size_t recordBytes = 0;
     std::size_t pointFormat = 0;
-    std::vector<std::uint8_t> items; ///< the record that tells how the points are compressed
+    std::vector<std::uint8_t> items;  ///< the record that tells how the points are compressed
+    std::vector<std::uint8_t> octree; ///< the record that tells where an octree's index is; empty without one
 };
 
-/// Decompresses the point records of a LAZ file from the first to the last, chunk by chunk; those of a COPC file too,
-/// which is such a file with an octree's order and index. Throws FileError, with the chunk where it is one's.
+/// Decompresses the point records of a LAZ file, chunk by chunk: from the first to the last, those of an octree (COPC)
+/// level by level, so that the first of them are spread over all. Throws FileError, with the chunk where it is one's.
 class LazRecords {
 public:
     LazRecords(const std::filesystem::path& path, const LazPlan& plan);
@@ -34,10 +35,13 @@ private:
         std::uint64_t at = 0;
         std::uint64_t bytes = 0;
         std::uint64_t points = 0;
+        std::size_t number = 0; ///< in the file, from 1 on
+        int level = 0;
     };
 
     void ReadItems(const LazPlan& plan);
     void ReadChunkTable(const LazPlan& plan);
+    void OrderByLevels(const std::vector<std::uint8_t>& octree);
     void OpenNextChunk();
 
     RandomAccessFile m_file;

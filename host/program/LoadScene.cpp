@@ -2,7 +2,6 @@
 
 #include "files/FileError.h"
 #include "files/OpenFile.h"
-#include "files/TiffFile.h"
 
 #include <stdexcept>
 #include <utility>
@@ -41,7 +40,7 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
         AddElevations(scene, OpenElevationGrid(file), file, options);
         return;
     case FileKind::Tiff:
-        scene.AddRaster(RasterLayer::ForTiff(TiffFile(file), file.wstring()));
+        scene.AddRaster(RasterLayer::ForTiff(file));
         return;
     case FileKind::Image:
         scene.AddRaster(RasterLayer::ForImage(OpenRaster(file), file.wstring()));

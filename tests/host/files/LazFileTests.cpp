@@ -86,6 +86,27 @@ INSTANTIATE_TEST_SUITE_P(Forms, LazForm,
                                          LazCase{"tableAtTheEnd", {.pointFormat = 1, .isTableAtTheEnd = true}}),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
+// The first points of an octree are to be spread over all of it, whatever the order in the file.
+TEST(LazFile, OctreeComesLevelByLevel_AndADamagedIndexCostsNoPoint) {
+    const std::vector<LazPoint> written = MakePoints(360, 7);
+    std::string content = BuildLaz(written, {.pointFormat = 7, .chunkSize = 100, .levels = {2, 1, 3, 0}});
+    std::vector<LazPoint> expected(written.begin() + 300, written.end());
+    for (const int first : {100, 0, 200}) {
+        expected.insert(expected.end(), written.begin() + first, written.begin() + first + 100);
+    }
+    const auto expectPoints = [](const std::string& file, const std::vector<LazPoint>& points) {
+        const TemporaryFile temporary(".copc.laz", file);
+        const std::vector<CloudPoint> read = ReadPoints(temporary.Path());
+        ASSERT_EQ(read.size(), points.size());
+        for (std::size_t index = 0; index < points.size(); ++index) {
+            ASSERT_EQ(read[index].position.x, points[index].x * 0.01) << index;
+        }
+    };
+    expectPoints(content, expected);
+    content.replace(375 + 54 + 40, 8, 8, '\x7F');
+    expectPoints(content, written);
+}
+
 // The middle decides what a step is compared with; a plain median would be another format.
 TEST(LazEntropy, RunningMedianDropsItsEndsInTurn) {
     RunningMedian median;

@@ -412,6 +412,22 @@ std::string BuildLayeredChunk(const std::vector<LazPoint>& points, const LazShap
     return chunk.PutText(bytes).Content();
 }
 
+/// Puts the index behind the file, and where it is into the record in its front.
+std::string WithIndex(std::string content, const std::vector<std::string>& index) {
+    const std::size_t half = index.size() / 2;
+    FileBytes root;
+    root.FillTo(16).Put<std::uint64_t>(content.size()).Put(static_cast<std::uint32_t>(32 * (index.size() - half)));
+    root.Put<std::int32_t>(-1);
+    std::string rootPage = root.Content();
+    for (std::size_t entry = 0; entry < index.size(); ++entry) {
+        (entry < half ? rootPage : content) += index[entry];
+    }
+    FileBytes place;
+    place.Put<std::uint64_t>(content.size()).Put<std::uint64_t>(rootPage.size());
+    content.replace(375 + 54 + 40, 16, place.Content());
+    return content + rootPage;
+}
+
 } // namespace
 
 std::string BuildLaz(const std::vector<LazPoint>& points, const LazShape& shape) {
@@ -433,26 +449,38 @@ std::string BuildLaz(const std::vector<LazPoint>& points, const LazShape& shape)
     constexpr std::size_t kHeaderBytes = 375;
     const std::size_t recordBytes = RecordOf(points.front(), shape).size();
     const std::size_t plan = 34 + 6 * items.size();
-    const auto pointsAt = static_cast<std::uint32_t>(kHeaderBytes + 54 + plan);
+    const std::size_t planAt = kHeaderBytes + (shape.levels.empty() ? 0U : 54U + 160U);
+    const auto pointsAt = static_cast<std::uint32_t>(planAt + 54 + plan);
     FileBytes file;
     file.PutText("LASF").FillTo(24).Put<std::uint8_t>(1).Put<std::uint8_t>(4).FillTo(94).Put<std::uint16_t>(
         kHeaderBytes);
-    file.Put(pointsAt).Put<std::uint32_t>(1).Put(static_cast<std::uint8_t>(0x80 | shape.pointFormat));
+    file.Put(pointsAt)
+        .Put<std::uint32_t>(shape.levels.empty() ? 1 : 2)
+        .Put(static_cast<std::uint8_t>(0x80 | shape.pointFormat));
     file.Put(static_cast<std::uint16_t>(recordBytes)).FillTo(131).Put(0.01).Put(0.01).Put(0.01).FillTo(247);
     file.Put(static_cast<std::uint64_t>(points.size())).FillTo(kHeaderBytes);
-    file.Put<std::uint16_t>(0).PutText("laszip encoded").FillTo(kHeaderBytes + 18).Put<std::uint16_t>(22204);
-    file.Put(static_cast<std::uint16_t>(plan)).FillTo(kHeaderBytes + 54);
+    if (!shape.levels.empty()) {
+        file.Put<std::uint16_t>(0)
+            .PutText("copc")
+            .FillTo(kHeaderBytes + 18)
+            .Put<std::uint16_t>(1)
+            .Put<std::uint16_t>(160);
+        file.FillTo(planAt);
+    }
+    file.Put<std::uint16_t>(0).PutText("laszip encoded").FillTo(planAt + 18).Put<std::uint16_t>(22204);
+    file.Put(static_cast<std::uint16_t>(plan)).FillTo(planAt + 54);
     file.Put(static_cast<std::uint16_t>(isLayered ? 3 : 2))
         .Put<std::uint16_t>(0)
         .Put<std::uint32_t>(3)
         .Put<std::uint32_t>(0);
-    file.Put(shape.chunkSize != 0 ? shape.chunkSize : 0xFFFFFFFF).FillTo(kHeaderBytes + 54 + 32);
+    file.Put(shape.chunkSize != 0 ? shape.chunkSize : 0xFFFFFFFF).FillTo(planAt + 54 + 32);
     file.Put(static_cast<std::uint16_t>(items.size()));
     for (const Item& item : items) {
         file.Put(static_cast<std::uint16_t>(item.type)).Put(static_cast<std::uint16_t>(item.size)).Put(version);
     }
 
     FileBytes chunks;
+    std::vector<std::string> index; // an entry for each chunk
     Encoder table;
     Integers numbers(32, 2);
     std::uint32_t count = 0;
@@ -464,6 +492,12 @@ std::string BuildLaz(const std::vector<LazPoint>& points, const LazShape& shape)
         const std::vector<LazPoint> part(points.begin() + static_cast<std::ptrdiff_t>(first),
                                          points.begin() + static_cast<std::ptrdiff_t>(first + size));
         const std::string bytes = isLayered ? BuildLayeredChunk(part, shape) : BuildPointwiseChunk(part, shape);
+        if (!shape.levels.empty()) {
+            FileBytes entry;
+            entry.Put(shape.levels.at(count)).FillTo(16).Put<std::uint64_t>(pointsAt + 8 + chunks.Content().size());
+            entry.Put(static_cast<std::uint32_t>(bytes.size())).Put(static_cast<std::uint32_t>(size));
+            index.push_back(entry.Content());
+        }
         chunks.PutText(bytes);
         if (shape.chunkSize == 0) {
             numbers.Put(table, lastPoints, static_cast<std::int32_t>(size), 0);
@@ -479,7 +513,7 @@ std::string BuildLaz(const std::vector<LazPoint>& points, const LazShape& shape)
     if (shape.isTableAtTheEnd) {
         file.Put(tableAt);
     }
-    return file.Content();
+    return index.empty() ? file.Content() : WithIndex(file.Content(), index);
 }
 
 } // namespace OrrinViewer

@@ -30,6 +30,8 @@ struct LazShape {
     std::uint32_t chunkSize = 50'000; ///< 0: chunks of two sizes in turn, as octrees have them
     std::uint16_t itemVersion = 0;    ///< 0: that of the format
     bool isTableAtTheEnd = false;     ///< as a writer leaves it that cannot go back
+    /// Of each chunk in an octree, whose index has a page for the first half of them and one for the others.
+    std::vector<std::int32_t> levels{};
 };
 
 /// A LAZ file of the points, with scale 0.01 and offset 0.
