@@ -5,6 +5,7 @@
 
 #include <OrrinDisplay.h>
 
+#include <optional>
 #include <string>
 
 namespace OrrinViewer {
@@ -22,6 +23,9 @@ public:
     /// The light on elevations, to shade other rasters with.
     static RasterLayer ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name);
 
+    /// Its colours as one image of at most so many pixels each way, to lay it over something. None for values, and
+    /// where it cannot be read.
+    std::optional<Raster> MakeImage(int largestSide) const;
     const Extent& FindExtent() const { return m_extent; }
     std::size_t CountPixels() const { return m_pixels; }
     /// Reads whatever a frame shows, however long that takes; otherwise a few milliseconds' worth.
@@ -36,7 +40,9 @@ private:
     RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
     void PlaceAround(const Position& origin);
 
-    KTR::CRasterLayer m_layer;
+    KTR::GLRasterDescription m_description;
+    KTR::GLRasterReader m_reader;
+    KTR::CRasterLayer m_layer; ///< of these
     PixelToMap m_pixelToMap;
     Extent m_extent;
     std::size_t m_pixels;

@@ -89,6 +89,17 @@ PointCloud OpenPointCloud(const std::filesystem::path& path) {
     }
 }
 
+std::optional<Mesh> OpenMesh(const std::filesystem::path& path) {
+    if (DetectKind(path) != FileKind::Ply) {
+        throw FileError(path, "is not a mesh; PLY files are known");
+    }
+    try {
+        return ReadPlyMesh(path);
+    } catch (const std::bad_alloc&) {
+        throw FileError(path, "there is not enough memory for its faces");
+    }
+}
+
 VectorLayer OpenVectorLayer(const std::filesystem::path& path) {
     if (DetectKind(path) != FileKind::GeoJson) {
         throw FileError(path, "is not a layer of vectors; GeoJSON files are known");
