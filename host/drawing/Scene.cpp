@@ -289,7 +289,11 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
 bool Scene::DrawRasters(KTR::COpenGLView& view) {
     const double lowestZ = GroundHeight();
     bool isComplete = true;
-    for (RasterLayer& raster : m_rasters) {
+    for (std::size_t index = 0; index < m_rasters.size(); ++index) {
+        if (m_coveredRasters[index]) {
+            continue;
+        }
+        RasterLayer& raster = m_rasters[index];
         const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
                                     : raster.Draw(view, m_origin, lowestZ);
         isComplete = isComplete && isRead;
@@ -370,6 +374,7 @@ void Scene::LoadCamera(KTR::COpenGLView& view) {
 void Scene::DrapeSurfaces() {
     constexpr int kLargestSide = 2048;
     m_isDraped = true;
+    m_coveredRasters.assign(m_rasters.size(), false);
     if (m_surfaces.empty()) {
         return;
     }
@@ -378,6 +383,7 @@ void Scene::DrapeSurfaces() {
         for (std::size_t surface = 0; image && surface < m_surfaces.size(); ++surface) {
             m_surfaces[surface].Drape(*image,
                                       L"image " + std::to_wstring(index) + L" on relief " + std::to_wstring(surface));
+            m_coveredRasters[index] = m_coveredRasters[index] || m_surfaces[surface].Reaches(*image);
         }
     }
 }

@@ -137,7 +137,8 @@ private:
 
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
     std::vector<Surface> m_surfaces;
-    bool m_isDraped = false; ///< images lie on the surfaces
+    bool m_isDraped = false;            ///< images lie on the surfaces
+    std::vector<bool> m_coveredRasters; ///< of the rasters, those that lie on a surface as a whole
     std::vector<MeshLayer> m_meshes;
     std::vector<RasterLayer> m_rasters;
     std::optional<RasterLayer> m_shade; ///< over all of them

@@ -41,6 +41,15 @@ void Surface::Drape(Raster image, const std::wstring& name) {
     m_geometry.Clear();
 }
 
+bool Surface::Reaches(const Raster& image) const {
+    const Extent extent = image.FindExtent();
+    const double margin = m_grid.cellSize;
+    const double east = m_grid.westX + static_cast<double>(m_grid.columns) * m_grid.cellSize;
+    const double south = m_grid.northY - static_cast<double>(m_grid.rows) * m_grid.cellSize;
+    return extent.low.x >= m_grid.westX - margin && extent.high.x <= east + margin && extent.low.y >= south - margin &&
+           extent.high.y <= m_grid.northY + margin;
+}
+
 void Surface::ReleaseGeometry() {
     m_geometry.Clear();
     for (Cover& cover : m_covers) {
