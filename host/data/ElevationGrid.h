@@ -29,6 +29,8 @@ struct ElevationGrid {
                 At(column, row)};
     }
     std::size_t CountCellsWithData() const;
+    /// Whether cells are so small that they are fractions of a degree.
+    bool MaybeInDegrees() const { return cellSize < 0.02; }
     /// The elevation of the cell at (x, y); none outside the grid.
     double ElevationAt(double x, double y) const;
     /// The elevation at (x, y) of the surface through the centres of the cells, to whose outer edges the outermost

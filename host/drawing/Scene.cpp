@@ -23,11 +23,6 @@ PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
 }
 
-/// True where the positions can be longitudes and latitudes in degrees.
-bool FitsTheGlobe(const Extent& extent) {
-    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
-}
-
 void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
     frame.complete = frame.complete && cloud.complete;
     frame.outdated = frame.outdated || cloud.outdated;
@@ -38,19 +33,25 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
 
 } // namespace
 
-void Scene::AddCloud(CloudOpener open, std::string name) {
-    m_clouds.push_back(std::make_unique<CloudLayer>(open(), std::move(name)));
-    m_cloudOpeners.push_back(std::move(open));
+void Scene::AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source) {
+    m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader), source.name));
+    m_cloudOpeners.push_back(std::move(again));
+    m_placedClouds.push_back({std::move(source), {}});
     m_extent.Include(m_clouds.back()->GetExtent());
 }
 
-void Scene::AddSurface(ElevationGrid grid) {
-    Include(grid.FindExtent());
+void Scene::AddSurface(ElevationGrid grid, LayerSource source) {
+    Place({std::move(source), grid.FindExtent(), grid.MaybeInDegrees()});
     m_surfaces.emplace_back(std::move(grid));
 }
 
-void Scene::AddRaster(RasterLayer raster) {
-    Include(raster.FindExtent().Flat());
+void Scene::AddMesh(Mesh mesh, LayerSource source) {
+    Place({std::move(source), mesh.extent});
+    m_meshes.emplace_back(std::move(mesh));
+}
+
+void Scene::AddRaster(RasterLayer raster, LayerSource source) {
+    Place({std::move(source), raster.FindExtent().Flat()});
     m_rasters.push_back(std::move(raster));
 }
 
@@ -59,8 +60,8 @@ void Scene::ShadeRasters(RasterLayer shade, double strength) {
     m_shadeStrength = strength;
 }
 
-void Scene::AddVectorLayer(VectorLayer layer) {
-    Include(layer.HasHeights() ? layer.extent : layer.extent.Flat());
+void Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
+    Place({std::move(source), layer.HasHeights() ? layer.extent : layer.extent.Flat(), true});
     m_layers.push_back(std::move(layer));
     m_featureGeometry.emplace_back();
 }
@@ -85,6 +86,14 @@ std::size_t Scene::CountCells() const {
     std::size_t count = 0;
     for (const Surface& surface : m_surfaces) {
         count += surface.Grid().CountCellsWithData();
+    }
+    return count;
+}
+
+std::size_t Scene::CountFaces() const {
+    std::size_t count = 0;
+    for (const MeshLayer& mesh : m_meshes) {
+        count += mesh.CountFaces();
     }
     return count;
 }
@@ -152,13 +161,17 @@ std::vector<std::string> Scene::GetRemarks() const {
         const std::vector<std::string> ofCloud = cloud->GetRemarks();
         remarks.insert(remarks.end(), ofCloud.begin(), ofCloud.end());
     }
+    const std::vector<std::string> apart = FindLayersApart(ListPlaced());
+    remarks.insert(remarks.end(), apart.begin(), apart.end());
     return remarks;
 }
 
 MapUnits Scene::GetUnits() const {
-    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
-    const bool areDegrees = !m_layers.empty() && FitsTheGlobe(m_extent);
-    return m_units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres);
+    return m_units.value_or(*FindUnits(ListPlaced()).units);
+}
+
+double Scene::GetHeightScale() const {
+    return FindHeightScale(GetUnits(), FindUnits(ListPlaced()).heightMetres, m_extent.Center().y);
 }
 
 void Scene::ColorClouds(std::optional<ColorMode> mode) {
@@ -218,9 +231,9 @@ void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orient
     view.ChooseCoordinateOffsets(low, high);
     if (orientation == KTR::GLViewOrientationPerspective) {
         view.SetUpPerspectiveFromModelExtents(low, high, kAzimuthDegrees, kElevationDegrees, kFieldOfViewDegrees,
-                                              m_exaggeration);
+                                              m_exaggeration * GetHeightScale());
     } else {
-        view.SetUpOrthoFromModelExtents(orientation, low, high, m_exaggeration);
+        view.SetUpOrthoFromModelExtents(orientation, low, high, m_exaggeration * GetHeightScale());
     }
 }
 
@@ -277,7 +290,11 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
 bool Scene::DrawRasters(KTR::COpenGLView& view) {
     const double lowestZ = GroundHeight();
     bool isComplete = true;
-    for (RasterLayer& raster : m_rasters) {
+    for (std::size_t index = 0; index < m_rasters.size(); ++index) {
+        if (m_coveredRasters[index]) {
+            continue;
+        }
+        RasterLayer& raster = m_rasters[index];
         const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
                                     : raster.Draw(view, m_origin, lowestZ);
         isComplete = isComplete && isRead;
@@ -318,6 +335,9 @@ void Scene::ReleaseGeometry() {
     for (Surface& surface : m_surfaces) {
         surface.ReleaseGeometry();
     }
+    for (MeshLayer& mesh : m_meshes) {
+        mesh.ReleaseGeometry();
+    }
     ReleaseShapes();
 }
 
@@ -328,9 +348,21 @@ void Scene::ReleaseShapes() {
     }
 }
 
-void Scene::Include(const Extent& extent) {
+void Scene::Place(PlacedLayer placed) {
+    const Extent extent = placed.extent;
+    m_placed.push_back(std::move(placed));
     m_extentWithoutClouds.Include(extent);
     m_extent.Include(extent);
+}
+
+/// All layers in the order in which they are drawn, the clouds as far as they have been read.
+std::vector<PlacedLayer> Scene::ListPlaced() const {
+    std::vector<PlacedLayer> placed = m_placedClouds;
+    for (std::size_t cloud = 0; cloud < m_clouds.size(); ++cloud) {
+        placed[cloud].extent = m_clouds[cloud]->GetExtent();
+    }
+    placed.insert(placed.end(), m_placed.begin(), m_placed.end());
+    return placed;
 }
 
 /// Other views may have other coordinate offsets. What has been added with those is shifted by the library.
@@ -339,8 +371,29 @@ void Scene::LoadCamera(KTR::COpenGLView& view) {
     view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
 }
 
+/// Lays the images over the reliefs, the last one uppermost.
+void Scene::DrapeSurfaces() {
+    constexpr int kLargestSide = 2048;
+    m_isDraped = true;
+    m_coveredRasters.assign(m_rasters.size(), false);
+    if (m_surfaces.empty()) {
+        return;
+    }
+    for (std::size_t index = m_rasters.size(); index-- > 0;) {
+        const std::optional<Raster> image = m_rasters[index].MakeImage(kLargestSide);
+        for (std::size_t surface = 0; image && surface < m_surfaces.size(); ++surface) {
+            m_surfaces[surface].Drape(*image,
+                                      L"image " + std::to_wstring(index) + L" on relief " + std::to_wstring(surface));
+            m_coveredRasters[index] = m_coveredRasters[index] || m_surfaces[surface].Reaches(*image);
+        }
+    }
+}
+
 /// Clears the frame and draws what lies below the clouds. False while rasters are read.
 bool Scene::DrawGround(KTR::COpenGLView& view) {
+    if (!m_isDraped) {
+        DrapeSurfaces();
+    }
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
     // Rasters are the ground below everything.
@@ -350,6 +403,9 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
     view.Enable(GL_DEPTH_TEST);
     for (Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
+    }
+    for (MeshLayer& mesh : m_meshes) {
+        mesh.Draw(view, m_origin);
     }
     return isRead;
 }

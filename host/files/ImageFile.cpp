@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "InputFile.h"
+#include "TextParsing.h"
 
 // The only place that takes in the bodies of the image library. clang's analyser reports what it takes for leaks
 // inside; it reads the declarations only.
@@ -52,6 +53,15 @@ std::vector<std::uint8_t> ReadBytes(InputFile& file) {
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(file.Size()));
     file.Read(bytes);
     return bytes;
+}
+
+std::string EndingOf(const std::filesystem::path& path) {
+    const std::u8string ending = path.extension().u8string();
+    return LowerCase(std::string(ending.begin(), ending.end()));
+}
+
+void AppendTo(void* text, void* data, int size) {
+    static_cast<std::string*>(text)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
 }
 
 /// Whether the image library can be given these bytes.
@@ -113,13 +123,26 @@ RasterImage ReadImageFile(const std::filesystem::path& path) {
     return image;
 }
 
+bool IsImageName(const std::filesystem::path& path) {
+    const std::string ending = EndingOf(path);
+    return ending == ".png" || ending == ".jpg" || ending == ".jpeg";
+}
+
+std::string EncodeImage(const std::filesystem::path& name, int width, int height, std::span<const std::uint8_t> rgb) {
+    constexpr int kChannels = 3;
+    constexpr int kQuality = 92;
+    if (EndingOf(name) == ".png") {
+        return EncodePng(width, height, rgb);
+    }
+    std::string content;
+    stbi_write_jpg_to_func(AppendTo, &content, width, height, kChannels, rgb.data(), kQuality);
+    return content;
+}
+
 std::string EncodePng(int width, int height, std::span<const std::uint8_t> rgb) {
     constexpr int kChannels = 3;
     std::string content;
-    const auto append = [](void* text, void* data, int size) {
-        static_cast<std::string*>(text)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
-    };
-    stbi_write_png_to_func(append, &content, width, height, kChannels, rgb.data(), width * kChannels);
+    stbi_write_png_to_func(AppendTo, &content, width, height, kChannels, rgb.data(), width * kChannels);
     return content;
 }
 

@@ -4,6 +4,7 @@
 #include "FileError.h"
 #include "GeoKeys.h"
 #include "InputFile.h"
+#include "LazRecords.h"
 #include "WktText.h"
 
 #include <algorithm>
@@ -55,6 +56,7 @@ struct LasHeader {
     std::uint64_t pointCount = 0; // that the file has
     std::size_t recordBytes = 0;
     std::size_t pointFormat = 0;
+    bool isCompressed = false;
     std::array<double, 3> scale{};
     std::array<double, 3> offset{};
     Extent extent; // as promised; empty where that makes no sense
@@ -79,15 +81,16 @@ void RequireSignature(const InputFile& file, const std::uint8_t* header) {
     }
 }
 
+/// Of the byte that tells the point format, the others tell that the points are compressed (LAZ).
+constexpr std::uint8_t kFormatBits = 0x3F;
+
 /// The point format, refused where this program cannot read it.
 std::size_t TakePointFormat(const InputFile& file, std::uint8_t formatByte) {
-    if (formatByte >= 128) {
-        file.Fail("holds compressed points (LAZ); unpack it to LAS first");
+    const std::uint8_t format = formatByte & kFormatBits;
+    if (format >= kLayouts.size()) {
+        file.Fail("has point format " + std::to_string(format) + " at byte 104; formats 0 to 10 are known");
     }
-    if (formatByte >= kLayouts.size()) {
-        file.Fail("has point format " + std::to_string(formatByte) + " at byte 104; formats 0 to 10 are known");
-    }
-    return formatByte;
+    return format;
 }
 
 /// Version 1.4 counts in 64 bits and keeps the 32-bit count for older readers, where it fits. Some writers fill in only
@@ -127,7 +130,15 @@ std::uint64_t CountPointsThere(const InputFile& file, const LasHeader& header) {
         file.Fail("promises points from byte " + std::to_string(header.pointsAt) + " on but ends at byte " +
                   std::to_string(file.Size()));
     }
-    const std::uint64_t held = (file.Size() - header.pointsAt) / header.recordBytes;
+    const std::uint64_t bytes = file.Size() - header.pointsAt;
+    if (header.isCompressed) {
+        constexpr std::uint64_t kMostPointsPerByte = 1000;
+        if (header.promisedPoints / kMostPointsPerByte > bytes) {
+            file.Fail("promises " + std::to_string(header.promisedPoints) + " points, for which it is too small");
+        }
+        return header.promisedPoints;
+    }
+    const std::uint64_t held = bytes / header.recordBytes;
     if (held == 0 && header.promisedPoints > 0) {
         file.Fail("promises " + std::to_string(header.promisedPoints) + " points but holds none");
     }
@@ -159,6 +170,7 @@ LasHeader ReadHeader(InputFile& file) {
 
     LasHeader header;
     header.pointFormat = TakePointFormat(file, bytes[104]);
+    header.isCompressed = bytes[104] > kFormatBits;
     header.recordBytes = LoadLittleEndian<std::uint16_t>(&bytes[105]);
     header.pointsAt = LoadLittleEndian<std::uint32_t>(&bytes[96]);
     header.promisedPoints = TakePointCount(bytes, minorVersion);
@@ -193,9 +205,17 @@ template <typename Number> std::vector<Number> LoadAll(const std::vector<std::ui
     return numbers;
 }
 
-/// Reads the records between header and points, of which those matter that tell the coordinate system. What is damaged
-/// there is passed over: the points can be shown all the same.
-CoordinateSystem ReadSystem(InputFile& file, const LasHeader& header) {
+/// What the records between header and points say.
+struct LasRecords {
+    CoordinateSystem system;
+    std::vector<std::uint8_t> compression; ///< how the points are compressed
+    std::vector<std::uint8_t> octree;      ///< where the index of compressed points is
+};
+
+/// Reads the records between header and points. What is damaged there is passed over: the points can be shown all the
+/// same.
+LasRecords ReadRecords(InputFile& file, const LasHeader& header) {
+    LasRecords records;
     constexpr std::size_t kRecordHeaderBytes = 54;
     std::vector<std::uint16_t> keys;
     std::string texts;
@@ -217,6 +237,13 @@ CoordinateSystem ReadSystem(InputFile& file, const LasHeader& header) {
         std::vector<std::uint8_t> content(length);
         file.Read(content);
         const std::string_view user(reinterpret_cast<const char*>(&head[2]), 16);
+        constexpr std::uint16_t kCompressionRecord = 22204;
+        if (user.starts_with("laszip encoded") && number == kCompressionRecord) {
+            records.compression = content;
+        }
+        if (user.starts_with(std::string_view("copc\0", 5)) && number == 1) {
+            records.octree = content;
+        }
         if (!user.starts_with("LASF_Projection")) {
             continue;
         }
@@ -229,7 +256,8 @@ CoordinateSystem ReadSystem(InputFile& file, const LasHeader& header) {
         }
     }
     std::optional<CoordinateSystem> system = SystemFromWkt(wkt);
-    return system ? *std::move(system) : SystemFromGeoKeys(keys, texts);
+    records.system = system ? *std::move(system) : SystemFromGeoKeys(keys, texts);
+    return records;
 }
 
 Position TakePosition(const std::uint8_t* record, const LasHeader& header) {
@@ -244,8 +272,16 @@ class LasReader final : public CloudReader {
 public:
     explicit LasReader(const std::filesystem::path& path)
         : m_file(path), m_header(ReadHeader(m_file)), m_layout(kLayouts[m_header.pointFormat]),
-          m_left(m_header.pointCount), m_system(ReadSystem(m_file, m_header)) {
-        m_file.Skip(m_header.pointsAt - m_file.Offset());
+          m_left(m_header.pointCount) {
+        LasRecords records = ReadRecords(m_file, m_header);
+        m_system = std::move(records.system);
+        if (m_header.isCompressed) {
+            m_compressed = std::make_unique<LazRecords>(
+                path, LazPlan{m_header.pointsAt, m_header.pointCount, m_header.recordBytes, m_header.pointFormat,
+                              std::move(records.compression), std::move(records.octree)});
+        } else {
+            m_file.Skip(m_header.pointsAt - m_file.Offset());
+        }
     }
 
     CloudFields GetFields() const override {
@@ -268,7 +304,11 @@ public:
             const auto records =
                 static_cast<std::size_t>(std::min<std::uint64_t>({points.size() - filled, m_left, kRecordsAtOnce}));
             m_records.resize(records * m_header.recordBytes);
-            m_file.Read(m_records);
+            if (m_compressed) {
+                m_compressed->Read(m_records);
+            } else {
+                m_file.Read(m_records);
+            }
             m_left -= records;
             for (std::size_t index = 0; index < records; ++index) {
                 const std::uint8_t* record = &m_records[index * m_header.recordBytes];
@@ -309,6 +349,7 @@ private:
     const PointLayout& m_layout;
     std::uint64_t m_left; // records
     CoordinateSystem m_system;
+    std::unique_ptr<LazRecords> m_compressed; // null where the points are not
     std::uint64_t m_skipped = 0;
     std::vector<std::uint8_t> m_records;
 };

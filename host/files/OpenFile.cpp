@@ -135,7 +135,7 @@ std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path) 
     case FileKind::PointText:
         return OpenPointTextFile(path);
     default:
-        RefuseKind(path, "is not a point cloud; LAS and PLY files and texts (XYZ, CSV) are known");
+        RefuseKind(path, "is not a point cloud; LAS, LAZ and PLY files and texts (XYZ, CSV) are known");
     }
 }
 
@@ -144,6 +144,17 @@ PointCloud OpenPointCloud(const std::filesystem::path& path) {
         return ReadAllPoints(*OpenCloudReader(path));
     } catch (const std::bad_alloc&) {
         throw FileError(path, "there is not enough memory for its points");
+    }
+}
+
+std::optional<Mesh> OpenMesh(const std::filesystem::path& path) {
+    if (DetectKind(path) != FileKind::Ply) {
+        throw FileError(path, "is not a mesh; PLY files are known");
+    }
+    try {
+        return ReadPlyMesh(path);
+    } catch (const std::bad_alloc&) {
+        throw FileError(path, "there is not enough memory for its faces");
     }
 }
 

@@ -150,8 +150,8 @@ void TiffBlocks::Open() {
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMostAtOnce);
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), TakeFault, this);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), PassWarning, this);
-    // Tables of offsets are read as blocks are asked for (O), not mapped (m).
-    m_tiff.reset(TIFFClientOpenExt("image", "rOm", this, ReadBytes, WriteNothing, SeekTo, CloseNothing, TellSize,
+    // Tables of offsets are read as blocks are asked for (O), not mapped (m), and one large strip stays one (c).
+    m_tiff.reset(TIFFClientOpenExt("image", "rOmc", this, ReadBytes, WriteNothing, SeekTo, CloseNothing, TellSize,
                                    nullptr, nullptr, options.get()));
     if (!m_tiff) {
         Fail("is a damaged TIFF image");

@@ -63,11 +63,10 @@ std::optional<PixelToMap> PlaceByTags(const TiffBlocks& blocks, const std::vecto
 
 /// What is on the map, and has an area there.
 bool IsUsable(const PixelToMap& place, int width, int height) {
-    constexpr double kFarthest = 1e12;
     for (const int column : {0, width}) {
         for (const int row : {0, height}) {
             const Position corner = place.At(column, row);
-            if (!(std::abs(corner.x) <= kFarthest && std::abs(corner.y) <= kFarthest)) {
+            if (!IsPlace(corner)) {
                 return false;
             }
         }
@@ -163,6 +162,17 @@ public:
         return samples;
     }
 
+    /// The coarsest level of the file that is no coarser than wanted.
+    const TiffLevel& FindLevel(int wanted) const {
+        const TiffLevel* best = &Full();
+        for (const TiffLevel& level : m_blocks.Levels()) {
+            if (level.power <= wanted && level.power > best->power) {
+                best = &level;
+            }
+        }
+        return *best;
+    }
+
 private:
     PixelToMap PlaceByWorldFile(const std::filesystem::path& path) const {
         try {
@@ -173,7 +183,9 @@ private:
         }
     }
 
-    static std::uint8_t ToByte(double value) { return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0) + 0.5); }
+    static std::uint8_t ToByte(double value) {
+        return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
+    }
 
     /// Sensors of 16 bits rarely use all of them: what nearly all values are within becomes the whole range.
     void StretchColors() {
@@ -204,17 +216,6 @@ private:
             AddRow(window, steps, row, firstColumn, bands, sums);
         });
         return sums;
-    }
-
-    /// The coarsest level of the file that is no coarser than wanted.
-    const TiffLevel& FindLevel(int wanted) const {
-        const TiffLevel* best = &Full();
-        for (const TiffLevel& level : m_blocks.Levels()) {
-            if (level.power <= wanted && level.power > best->power) {
-                best = &level;
-            }
-        }
-        return *best;
     }
 
     void AddRow(const TiffWindow& window, int steps, int row, int firstColumn, std::span<const TiffRow> bands,
@@ -302,6 +303,10 @@ const PixelToMap& TiffFile::Place() const {
 
 bool TiffFile::HasColors() const {
     return m_reader->HasColors();
+}
+
+int TiffFile::FindLevelRead(int level) const {
+    return m_reader->FindLevel(level).power;
 }
 
 const std::vector<std::uint16_t>& TiffFile::GeoKeys() const {

@@ -42,6 +42,8 @@ public:
     const PixelToMap& Place() const;
     /// An image for the eye; otherwise values such as elevations, of the first band.
     bool HasColors() const;
+    /// The coarsest level in the file that is no coarser than this one; of which it would be read.
+    int FindLevelRead(int level) const;
     /// Numbers of the table of keys that tells the coordinate system, and the texts it refers to; empty where there is
     /// none.
     const std::vector<std::uint16_t>& GeoKeys() const;

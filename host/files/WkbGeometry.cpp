@@ -1,6 +1,7 @@
 #include "WkbGeometry.h"
 
 #include "ByteOrder.h"
+#include "FileError.h"
 
 #include <cmath>
 #include <cstddef>
@@ -110,6 +111,9 @@ private:
         position.z = std::isfinite(position.z) ? position.z : 0.0;
         if (!IsFinite(position)) {
             throw WkbFault("has a coordinate that is not a finite number");
+        }
+        if (!IsPlace(position)) {
+            throw WkbFault(SayFarAway(position));
         }
         m_hasElevations = m_hasElevations || m_hasZ;
         m_feature.extent.Include(position);

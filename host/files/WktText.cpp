@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -153,6 +156,9 @@ bool IsOneOf(const WktNode& node, std::initializer_list<std::string_view> words)
 
 /// The system of the map, by itself, with one of heights, or within what binds it to another.
 const WktNode* FindMapSystem(const WktNode& node) {
+    if (node.parts.empty()) {
+        return nullptr;
+    }
     if (IsOneOf(node, kProjected) || IsOneOf(node, kGeographic)) {
         return &node;
     }
@@ -186,6 +192,20 @@ std::optional<CoordinateSystem> SystemFromWkt(std::string_view text) {
         system.heightMetres = metres > 0.0 ? std::optional(metres) : std::nullopt;
     }
     return system;
+}
+
+CoordinateSystem SystemBeside(const std::filesystem::path& file) {
+    constexpr std::uintmax_t kLongest = 1u << 20;
+    std::filesystem::path beside = file;
+    beside.replace_extension(".prj");
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(beside, error);
+    if (error || size > kLongest) {
+        return {};
+    }
+    std::ifstream stream(beside, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    return SystemFromWkt(text).value_or(CoordinateSystem{});
 }
 
 } // namespace OrrinViewer

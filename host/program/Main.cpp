@@ -35,6 +35,7 @@ void PrintSummary(const OrrinViewer::Scene& scene) {
     } kinds[] = {{scene.CountPoints(), "points"},
                  {scene.CountFeatures(), "features"},
                  {scene.CountCells(), "cells of relief"},
+                 {scene.CountFaces(), "faces"},
                  {scene.CountPixels(), "pixels of rasters"}};
     for (const auto& kind : kinds) {
         if (kind.count > 0) {

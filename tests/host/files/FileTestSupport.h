@@ -54,13 +54,15 @@ public:
     TemporaryFile(const std::filesystem::path& ending, std::string_view content)
         : m_path(std::filesystem::temp_directory_path() / UniqueStem()) {
         m_path += ending;
-        Write(content);
+        std::ofstream stream(m_path, std::ios::binary);
+        Write(stream, content);
     }
 
-    void Write(std::string_view content) const {
-        std::ofstream stream(m_path, std::ios::binary);
-        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-        EXPECT_TRUE(stream.good()) << "cannot write a temporary file";
+    /// Other bytes, as many as there are. A file that is emptied before is brought to the disk, which takes
+    /// milliseconds.
+    void Overwrite(std::string_view content) const {
+        std::fstream stream(m_path, std::ios::binary | std::ios::in | std::ios::out);
+        Write(stream, content);
     }
 
     ~TemporaryFile() {
@@ -74,6 +76,12 @@ public:
     const std::filesystem::path& Path() const { return m_path; }
 
 private:
+    static void Write(std::ostream& stream, std::string_view content) {
+        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+        stream.flush();
+        EXPECT_TRUE(stream.good()) << "cannot write a temporary file";
+    }
+
     static std::string UniqueStem() {
         static const unsigned run = std::random_device{}();
         static unsigned count = 0;
@@ -140,7 +148,7 @@ template <typename Read> int CountRefusedMutations(Read read, const std::string&
         for (unsigned change = random() % 4 + 1; change > 0; --change) {
             mutated[random() % mutated.size()] = static_cast<char>(random());
         }
-        file.Write(mutated);
+        file.Overwrite(mutated);
         const AllocationMeter meter;
         refused += ComplaintAbout(read, file).empty() ? 0 : 1;
         EXPECT_LE(meter.PeakBytes(), kReadersOwnBytes + 4 * static_cast<std::int64_t>(content.size()))

@@ -1,6 +1,7 @@
 #include "files/TiffFile.h"
 
 #include "FileTestSupport.h"
+#include "files/TiffOverview.h"
 
 #include <algorithm>
 #include <cmath>
@@ -448,6 +449,74 @@ TEST(TiffFile, OneStripOfManyRows_IsReadInParts) {
         }
         EXPECT_FLOAT_EQ(ReadValues(file, {10, 0, 0, 2, 1}).front(), 511.5F + 7.0F * 499.5F);
     }
+}
+
+// What a person sees of a large image without overviews, all of it, would be read from the whole file again and again.
+TEST(TiffOverview, IsWhatTheFileGives_AndOnlyMadeWhereItSaves) {
+    Image image;
+    image.width = 131;
+    image.height = 77;
+    image.samples = 3;
+    image.photometric = 2;
+    image.sample = [](std::uint32_t x, std::uint32_t y, std::uint32_t band) { return x + band * (y % 60U); };
+    Image values = Level(131, 77, 0, 0);
+    values.sample = [](std::uint32_t x, std::uint32_t y, std::uint32_t) { return x < 40 ? 7.0 : 3.0 * x + y; };
+    for (const Image& each : {image, values}) {
+        TiffBytes tiff;
+        const TemporaryFile path(".tif", PlaceHere(tiff).Text(42113, "7").Put(each).Content());
+        TiffFile file(path.Path());
+        EXPECT_FALSE(TiffOverview::FindLevel(file)) << "small";
+        TiffOverview overview(path.Path(), 2);
+        for (const TiffWindow& window :
+             {TiffWindow{2, 0, 0, 33, 20}, TiffWindow{2, 30, 3, 3, 17}, TiffWindow{4, 1, 1, 7, 3}}) {
+            const std::size_t count = static_cast<std::size_t>(window.width) * static_cast<std::size_t>(window.height);
+            if (file.HasColors()) {
+                std::vector<std::uint8_t> bytes(4 * count);
+                EXPECT_TRUE(overview.Read(window, true, bytes.data()));
+                const std::vector<Color> expected = ReadColors(file, window);
+                for (std::size_t at = 0; at < bytes.size(); ++at) {
+                    ASSERT_NEAR(bytes[at], expected[at / 4][at % 4], 1) << window.level << " " << at;
+                }
+            } else {
+                std::vector<float> read(count);
+                EXPECT_TRUE(overview.Read(window, true, read.data()));
+                const std::vector<float> expected = ReadValues(file, window);
+                for (std::size_t at = 0; at < count; ++at) {
+                    ASSERT_EQ(std::isnan(read[at]), std::isnan(expected[at])) << at;
+                    if (window.level == 2 && !std::isnan(read[at])) {
+                        ASSERT_EQ(read[at], expected[at]) << at;
+                    }
+                }
+            }
+        }
+    }
+    TiffBytes sparse;
+    Image large = Level(30'000, 20'000, 0, 1);
+    large.rowsPerStrip = large.height;
+    large.leftOut = 0;
+    PlaceHere(sparse).Put(large);
+    const TemporaryFile withoutOverview(".tif", sparse.Content());
+    EXPECT_EQ(TiffOverview::FindLevel(TiffFile(withoutOverview.Path())), 4);
+    Image small = Level(7'500, 5'000, 1, 1);
+    small.rowsPerStrip = small.height;
+    small.leftOut = 0;
+    TiffBytes both;
+    PlaceHere(both).Put(large).Put(small);
+    const TemporaryFile withOverview(".tif", both.Content());
+    EXPECT_EQ(TiffOverview::FindLevel(TiffFile(withOverview.Path())), std::nullopt);
+}
+
+TEST(TiffOverview, DamageOnTheWay_IsToldAndEndsTheWaiting) {
+    Image image = Level(64, 64, 0, 1);
+    image.compression = kDeflate;
+    image.rowsPerStrip = 64;
+    TiffBytes tiff;
+    std::string content = PlaceHere(tiff).Put(image).Content();
+    content.replace(8, 40, 40, '\xFF');
+    const TemporaryFile path(".tif", content);
+    TiffOverview overview(path.Path(), 1);
+    std::vector<float> values(16 * 16);
+    EXPECT_THROW(overview.Read({1, 0, 16, 16, 16}, true, values.data()), FileError);
 }
 
 struct PlaceCase {
