@@ -313,11 +313,15 @@ void ViewerWindow::MeetScene() {
         return;
     }
     m_sceneVersion = m_scene.GetVersion();
-    if (!m_isNavigated && m_view->MakeCurrent(KTR::GLContextMain)) {
-        // What was everything until now is no step of the view's history.
-        const KTR::GLViewOrientation orientation = m_view->GetCurrentViewOrientation();
-        m_view->PreviousView();
-        m_scene.ShowEverything(*m_view, orientation);
+    if (m_view->MakeCurrent(KTR::GLContextMain)) {
+        if (m_isNavigated) {
+            m_scene.HoldEverything(*m_view);
+        } else {
+            // What was everything until now is no step of the view's history.
+            const KTR::GLViewOrientation orientation = m_view->GetCurrentViewOrientation();
+            m_view->PreviousView();
+            m_scene.ShowEverything(*m_view, orientation);
+        }
     }
     Redraw();
 }

@@ -131,6 +131,20 @@ void ViewerWindow::TakeBandPlaceBack() {
     ReplayBand();
 }
 
+/// With the place under the mouse: what is seen is what is taken.
+void ViewerWindow::FinishBandHere() {
+    const int count = m_view->GetRubberBandPoints(static_cast<PointXY*>(nullptr), 0);
+    std::vector<PointXY> points(static_cast<std::size_t>(count));
+    m_view->GetRubberBandPoints(points.data(), count);
+    const PointXY& before = points[points.size() - 2]; // a band has two points from its beginning on
+    const PointXY& here = points.back();
+    const bool isElsewhere = std::hypot(here.x - before.x, here.y - before.y) >= kFewestPixels;
+    if (isElsewhere && m_bandEnd) {
+        m_bandPlaces.push_back(*m_bandEnd);
+    }
+    FinishBand();
+}
+
 void ViewerWindow::FinishBand() {
     const bool isWorthIt = m_band == BandUse::Zoom ? IsWorthZooming() : m_bandPlaces.size() > 1;
     const BandUse band = std::exchange(m_band, BandUse::None);
@@ -181,7 +195,7 @@ void ViewerWindow::FinishMeasuring(bool isArea) {
 void ViewerWindow::FinishProfile() {
     m_tool = Tool::Look;
     SetCursorShape();
-    m_session.ShowProfile(m_bandPlaces);
+    m_session.ShowProfile(m_bandPlaces, m_window);
 }
 
 void ViewerWindow::FinishProfileCorner() {
