@@ -52,6 +52,7 @@ void ViewerWindow::AddBandPlace(BandUse band, const Position& place, POINT curso
 }
 
 void ViewerWindow::BeginBand(BandUse band, const Position& place, POINT cursor) {
+    m_band = BandUse::None; // until it has begun
     m_measured.reset();
     KTR::GLRubberBandStyle style;
     const bool isProfile = band == BandUse::Profile || band == BandUse::ProfileCorner;
@@ -65,8 +66,15 @@ void ViewerWindow::BeginBand(BandUse band, const Position& place, POINT cursor) 
                                         : band == BandUse::Area          ? KTR::GLRubberBandPolygon
                                         : band == BandUse::ProfileCorner ? KTR::GLRubberBandLine
                                                                          : KTR::GLRubberBandLineString;
-    if (m_view->BeginRubberBand(type, cursor.x, cursor.y) != S_OK) {
-        return; // no frame to draw it on; one comes
+    long begun = m_view->BeginRubberBand(type, cursor.x, cursor.y);
+    if (begun == S_FALSE) {
+        // There is no frame to draw it over.
+        Redraw();
+        DrawFrame();
+        begun = m_view->BeginRubberBand(type, cursor.x, cursor.y);
+    }
+    if (begun != S_OK) {
+        return;
     }
     m_band = band;
     m_bandPlaces = {place};
@@ -101,9 +109,12 @@ void ViewerWindow::MoveBand(POINT cursor) {
 }
 
 void ViewerWindow::ReplayBand() {
-    m_bandIsOld = false;
+    m_bandIsOld = false; // first: beginning a band may draw a frame
     if (m_band == BandUse::Zoom) {
-        CancelBand(); // its corner was a place of the window
+        BeginBand(BandUse::Zoom, {}, m_pressed); // its corner is a place of the window
+        if (m_cursor) {
+            MoveBand(*m_cursor);
+        }
         return;
     }
     const BandUse band = m_band;
