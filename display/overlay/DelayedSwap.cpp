@@ -2,6 +2,8 @@
 
 #include "../platform/LockScope.h"
 
+#include <atomic>
+
 namespace KTR {
 
 void DelayedSwap::SetMode(bool on) {
@@ -29,16 +31,16 @@ int DelayedSwap::LayerCount() const {
 bool DelayedSwap::MayPresent() {
     const LockScope locked(m_lock);
     const bool delayed = Delays();
-    m_asked = delayed;
+    std::atomic_ref(m_asked).store(delayed);
     return !delayed;
 }
 
 bool DelayedSwap::TakeDuePresent() {
-    if (!m_asked) {
+    if (!std::atomic_ref(m_asked).load()) {
         return false;
     }
     const LockScope locked(m_lock);
-    return !Delays() && m_asked.exchange(false);
+    return !Delays() && std::atomic_ref(m_asked).exchange(false);
 }
 
 void DelayedSwap::TakeOver(const DelayedSwap& other) {
@@ -55,14 +57,14 @@ void DelayedSwap::TakeOver(const DelayedSwap& other) {
     const LockScope locked(m_lock);
     m_on = on;
     m_layers = layers;
-    m_asked = false;
+    std::atomic_ref(m_asked).store(false);
 }
 
 void DelayedSwap::Reset() {
     const LockScope locked(m_lock);
     m_on = false;
     m_layers = 0;
-    m_asked = false;
+    std::atomic_ref(m_asked).store(false);
 }
 
 } // namespace KTR

@@ -275,7 +275,7 @@ ShapeScope::ShapeScope(COpenGLView& view, unsigned int mode, const PointXYZ& fir
     if (!ViewAccess::HasCurrentContext(view)) {
         return;
     }
-    std::unique_ptr<ShapeDrawing>& kept = ViewAccess::Shapes(view);
+    SoleOwner<ShapeDrawing>& kept = ViewAccess::Shapes(view);
     if (!kept) {
         kept = std::make_unique<ShapeDrawing>();
     }

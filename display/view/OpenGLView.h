@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../images/TextureRequest.h"
@@ -14,13 +15,13 @@
 #include "../text/FontManager.h"
 #include "../text/TextState.h"
 #include "../values/BasicTypes.h"
+#include "../values/SharedPointer.h"
+#include "../values/SoleOwner.h"
 #include "RenderingContextRecord.h"
 
-#include <afx.h>
 #include <afxtempl.h>
 
 #include <array>
-#include <memory>
 #include <vector>
 
 namespace spdlog {
@@ -129,7 +130,9 @@ public:
     void InitializeOpenGL(HWND window);
     /// Releases the view's GL objects. Call it while `window` still exists; null does nothing.
     void ShutDownOpenGLContexts(HWND window);
-    /// The last call into the class: deletes what all views share.
+    /// The last call into the class: deletes the locks that all views share. A view that is still there (a global one,
+    /// a member of the program's object) may be shut down and destroyed after it. One made after it starts the class
+    /// anew, with the version that was settled before.
     static void FinalShutDownDestroyClassCriticalSection();
 
     /// The view's own lock, for hosts whose threads take turns on a view. A copied view has none; there the calls only
@@ -494,7 +497,7 @@ public:
     // ---- 11. Programs and buffers of the 4.x pipeline
     // Programs, their building and deletion. Implemented in ViewShaders.cpp
 
-    /// Builds the 13 stock programs on the current context, from the files in GetCommonFolder. 0, or the HRESULT of the
+    /// Builds the 13 stock programs on the current context, from the files in GetShaderFolder. 0, or the HRESULT of the
     /// first that failed; those before it stay. Failures show a message box.
     long BuildStockShaders();
     /// Builds one program into `data`; one that is already there is deleted. The last four files may be null. E_FAIL
@@ -853,7 +856,7 @@ public:
     /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
     /// text and images are drawn as ever. E_FAIL where a geometry is being filled already; E_OUTOFMEMORY.
     ///
-    /// \param origin  where the records' zero lies; without it, at the current coordinate offsets
+    /// The records' zero lies at `origin`; without one, at the current coordinate offsets.
     long BeginGeometry(GLGeometry& geometry);
     long BeginGeometry(GLGeometry& geometry, const PointXYZ& origin);
     /// The geometry is filled; a batch that was not ended is discarded. E_FAIL without a beginning and where the
@@ -1348,6 +1351,9 @@ private:
     COpenGLMath& MathOf(GLRenderingContextTypes type) const;
     COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
 
+    static void SetUpClassLocks();
+    /// A class-wide lock while there is one; null after the last call, when nobody is left to wait for.
+    static CRITICAL_SECTION* ClassLock(CRITICAL_SECTION& lock) { return m_gClassInitialized ? &lock : nullptr; }
     void CopySettings(const COpenGLView& other);
 
     void ReadDriverVersion();
@@ -1421,10 +1427,10 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
-    std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
-    std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
-    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
-    std::unique_ptr<ProfileState> m_profile;    ///< made with the first profile
+    SoleOwner<GeometryFilling> m_filling; ///< while a geometry is being filled
+    SoleOwner<ShapeDrawing> m_shapes;     ///< made at the first shape
+    SoleOwner<RasterState> m_rasters;     ///< null until a data raster was loaded
+    SoleOwner<ProfileState> m_profile;    ///< made with the first profile
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

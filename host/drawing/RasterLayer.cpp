@@ -62,7 +62,7 @@ RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {
         ComputeRelief(window.level, window.x, window.y, window.width, window.height, static_cast<float*>(pixels));
         return KTR::GLRasterReadDone;
     };
-    return {std::move(description), {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read};
+    return {description, {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read};
 }
 
 RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name) {
@@ -72,7 +72,8 @@ RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggera
             KTR::MakeImageReader(GL_LUMINANCE_ALPHA, width, height, MakeHillshade(grid, exaggeration))};
 }
 
-RasterLayer::RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader)
+RasterLayer::RasterLayer(const KTR::GLRasterDescription& description, const PixelToMap& pixelToMap,
+                         KTR::GLRasterReader reader)
     : m_layer(description, std::move(reader)), m_pixelToMap(pixelToMap),
       m_pixels(static_cast<std::size_t>(description.width) * static_cast<std::size_t>(description.height)) {
     for (const int column : {0, description.width}) {

@@ -4,6 +4,7 @@
 #include "data/Raster.h"
 
 #include <OrrinDisplay.h>
+#include <images/RasterLayer.h>
 
 #include <string>
 
@@ -33,7 +34,7 @@ public:
     bool DrawShaded(KTR::COpenGLView& view, RasterLayer& shade, double strength, const Position& origin, double z);
 
 private:
-    RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
+    RasterLayer(const KTR::GLRasterDescription& description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
     void PlaceAround(const Position& origin);
 
     KTR::CRasterLayer m_layer;

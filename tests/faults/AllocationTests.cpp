@@ -1,6 +1,8 @@
 // The library's sources linked into this program, where malloc can be made to fail.
 
 #include "FailingAllocation.h"
+#include "clouds/PointCloudLayer.h"
+#include "images/RasterLayer.h"
 #include "support/TextFixture.h"
 
 #include <ft2build.h>
@@ -9,6 +11,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <new>
 
 namespace {
 
@@ -124,13 +127,18 @@ TEST_F(Allocation, RasterLayerTellsAndLeavesNoTextures) {
         return GLRasterReadDone;
     };
     const GLDataStyle style{.stops = {{0.0, {9, 9, 9, 255}}}};
-    const auto draw = [&] {
-        CRasterLayer layer(
-            {.width = 300, .height = 300, .pixels = GL_FLOAT, .placement = {.originY = 128.0}, .style = style}, reader);
-        layer.SetReadingTime(1e9);
-        const long result = layer.Draw(*live.view);
-        live->DeleteDisplayTextureCache();
-        return result;
+    const auto draw = [&]() -> long {
+        try {
+            CRasterLayer layer(
+                {.width = 300, .height = 300, .pixels = GL_FLOAT, .placement = {.originY = 128.0}, .style = style},
+                reader);
+            layer.SetReadingTime(1e9);
+            const long result = layer.Draw(*live.view);
+            live->DeleteDisplayTextureCache();
+            return result;
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY; // the host's own copies of description and reader
+        }
     };
     FailEachAllocation(draw, [&](long result, bool failed) {
         EXPECT_TRUE(result == S_OK || (failed && result == E_OUTOFMEMORY)) << result;
