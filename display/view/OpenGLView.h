@@ -1098,6 +1098,10 @@ public:
     /// that a profile follows is not in a box.
     long SetUpOrthoFromModelExtents(GLViewOrientation orientation, const PointXYZ& low, const PointXYZ& high,
                                     double zExaggeration);
+    /// The model's box is another one, as while a file is read: near and far hold it from now on, in the views of the
+    /// history too. The picture stays, and this is no step of the history. E_INVALIDARG for what is no box; S_FALSE,
+    /// with nothing changed, before a set-up and in profiles.
+    long SetViewModelExtents(const PointXYZ& low, const PointXYZ& high);
     /// Loads the matrices of the view that is set up; there is nothing to load before.
     void LoadViewMatrices();
     /// The edges of what is visible of the view plane, measured along the screen's right and up: seen from the top in x

@@ -237,6 +237,12 @@ void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orient
     }
 }
 
+void Scene::HoldEverything(KTR::COpenGLView& view) const {
+    if (!m_extent.IsEmpty()) {
+        view.SetViewModelExtents(PointOf(m_extent.low), PointOf(m_extent.high));
+    }
+}
+
 CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     LoadCamera(view);
     CloudsFrame frame;

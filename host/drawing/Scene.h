@@ -107,6 +107,8 @@ public:
 
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
+    /// Has the view cut off nothing of everything, and leaves alone what it shows.
+    void HoldEverything(KTR::COpenGLView& view) const;
     /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
     /// budget allows. The view's main context must be current, here and below.
     CloudsFrame Begin(KTR::COpenGLView& view, const CloudBudget& budget);
