@@ -4,6 +4,7 @@
 #include "../view/ViewAccess.h"
 #include "FontLevels.h"
 #include "SheetTextures.h"
+#include "StringDrawing.h"
 
 #include <GL/glext.h>
 
@@ -271,6 +272,9 @@ long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* 
 }
 
 void UploadRestOfBoundFont(COpenGLView& view) {
+    if (IsSheetTexture(ViewAccess::CurrentObjects(view).fontAtlasTexture)) {
+        BindCurrentFont(view); // the host's glyphs are the atlas's
+    }
     const unsigned int bound = ViewAccess::CurrentObjects(view).fontAtlasTexture;
     PartialTexture* const partial = FindPartial(bound);
     if (!partial || !ViewAccess::HasCurrentContext(view)) {
