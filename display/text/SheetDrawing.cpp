@@ -188,6 +188,7 @@ void DrawWithFixedFunctions(COpenGLView& view, const GlyphSheet& sheet, unsigned
         }
     }
     view.EndArrays();
+    ViewAccess::CallGL(view); // where draws are shared it waits
 }
 
 long Draw(COpenGLView& view, const GlyphSheet& sheet, const SheetString& string, const glm::dvec3& place) {
