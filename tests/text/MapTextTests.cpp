@@ -162,7 +162,9 @@ TEST_P(MapText, LettersShowOverTheirHalosWhereDepthsAreTested) {
     Begin();
     View().Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     View().Enable(GL_DEPTH_TEST);
+    View().BeginSharedDraws();
     DrawInPixels(View(), L"Via Appia", 20.0, 40.0);
+    View().EndSharedDraws();
     View().Disable(GL_DEPTH_TEST);
     EXPECT_EQ(letters(Taken()), wanted);
     EXPECT_GT(wanted.size(), 100U);
@@ -297,7 +299,7 @@ TEST_P(LineLabels, LettersTurnWithTheLineOnBothPipelinesAlike) {
     std::vector<PointXYZ> arc;
     for (int step = 0; step <= 40; ++step) {
         const double angle = 3.14159265358979 * (1.0 - step / 40.0);
-        arc.push_back({120.0 + 70.0 * std::cos(angle), 10.0 + 70.0 * std::sin(angle), 0.0});
+        arc.push_back({120.0 + 60.0 * std::cos(angle), 5.0 + 60.0 * std::sin(angle), 0.0});
     }
     View().SetTextHalo(kRed, 2.0);
     const Picture label = DrawnAlong(arc, {});
