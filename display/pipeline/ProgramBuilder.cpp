@@ -88,7 +88,7 @@ int AttributeLocation(const GLCalls& gl, unsigned int program, const char* name)
 long BuildStockPrograms(const GLCalls& gl, ShaderSet& set, CString& message) {
     try {
         CString folder;
-        GetCommonFolder(folder);
+        GetShaderFolder(folder);
         message.Format(L"\n\n--------------------\n     OpenGL Shader Folder: %s \n--------------------\n\n",
                        folder.GetString());
         SendToDebugger(message);

@@ -2,11 +2,13 @@
 
 #include "../platform/Notice.h"
 
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace KTR {
 
@@ -20,6 +22,14 @@ template <typename Char> std::basic_string<Char> FolderOf(std::basic_string<Char
     const std::size_t end = path.rfind(Char('\\'));
     path.resize(end == std::basic_string<Char>::npos ? 0 : end + 1);
     return path;
+}
+
+/// What the host has named; empty for the machine's own place.
+std::wstring g_shaderFolder;
+
+bool IsFolder(const wchar_t* path) {
+    const DWORD attributes = GetFileAttributesW(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 } // namespace
@@ -113,6 +123,36 @@ void GetCommonFolder(CString& path) {
         return;
     }
     path.Format(L"%s\\%s", folder, L"Orrin\\");
+}
+
+long UseShaderFolder(const wchar_t* folder) {
+    try {
+        std::wstring named = folder ? folder : L"";
+        if (!named.empty() && named.back() != L'\\' && named.back() != L'/') {
+            named += L'\\';
+        }
+        g_shaderFolder = std::move(named);
+        return S_OK;
+    } catch (const std::exception&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+void GetShaderFolder(CString& path) {
+    if (!g_shaderFolder.empty()) {
+        path = g_shaderFolder.c_str();
+        return;
+    }
+    GetCommonFolder(path);
+    if (IsFolder(path)) {
+        return;
+    }
+    CString beside;
+    GetExecutablePath(beside);
+    beside += L"common\\Orrin\\";
+    if (IsFolder(beside)) {
+        path = beside;
+    }
 }
 
 } // namespace KTR

@@ -1,6 +1,7 @@
 #include "FontFiles.h"
 
 #include "../platform/Notice.h"
+#include "FontParameters.h"
 
 #include <knownfolders.h>
 #include <objbase.h>

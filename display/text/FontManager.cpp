@@ -1,6 +1,7 @@
 #include "FontManager.h"
 
 #include "../view/OpenGLView.h"
+#include "FontAtlas.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H

@@ -2,6 +2,7 @@
 
 #include "../pipeline/PixelStoreScope.h"
 #include "../view/ViewAccess.h"
+#include "FontAtlas.h"
 #include "FontLevels.h"
 #include "SheetTextures.h"
 #include "StringDrawing.h"

@@ -2,6 +2,7 @@
 
 #include "../pipeline/GeometryPause.h"
 #include "../view/ViewAccess.h"
+#include "FontAtlas.h"
 #include "LinePath.h"
 #include "ListDrawing.h"
 #include "MatrixScope.h"

@@ -2,6 +2,7 @@
 
 #include "../images/ImageDrawing.h"
 #include "../view/ViewAccess.h"
+#include "FontAtlas.h"
 #include "GlyphSheet.h"
 #include "SheetTextures.h"
 #include "StringDrawing.h"

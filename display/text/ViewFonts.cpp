@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../view/ViewAccess.h"
+#include "FontAtlas.h"
 #include "FontTextures.h"
 #include "ListDrawing.h"
 #include "SheetDrawing.h"
