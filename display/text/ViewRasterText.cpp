@@ -19,7 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <exception>
+#include <functional>
 #include <new>
 #include <vector>
 
@@ -120,11 +120,6 @@ private:
     bool m_changes = false;
 };
 
-/// Between DrawSetupText and its teardown, where outline lists draw.
-bool IsInFrameOfText(const TextState& text) {
-    return text.IsRunOpen() && text.setups.entries[text.setups.top].replacedModelview.has_value();
-}
-
 /// Calls outline lists whose em is `scale` units.
 void CallOutlines(COpenGLView& view, const GLCalls& gl, unsigned int listBase, const char* text,
                   const glm::dvec3& place, const glm::dvec3& scale, double angleDegrees) {
@@ -143,7 +138,7 @@ void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text
     }
     const GLCalls gl = ViewAccess::CallGL(view);
     const auto draw = [&] { CallOutlines(view, gl, listBase, text, place, scale, angleDegrees); };
-    DrawOutlineHalo(view, gl, draw);
+    DrawOutlineHalo(view, gl, std::ref(draw));
     view.Color(view.GetCurrentColor());
     const FilledPolygons filled(gl);
     draw();
@@ -260,7 +255,7 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         return;
     }
     const TextLists& lists = CurrentRecord().objects.textLists;
-    if (listBase == lists.outline && IsInFrameOfText(m_text)) {
+    if (listBase == lists.outline && m_text.IsInFrame()) {
         // There a unit is a pixel of the font, not its em.
         DrawOutlineLists(*this, listBase, text, glm::dvec3(0.0), glm::dvec3(lists.outlineHeight), 0.0);
         return;
@@ -270,12 +265,13 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
     }
     const GLCalls gl = CallGL();
     if (listBase == lists.outline) {
-        DrawOutlineHalo(*this, gl, [&] {
+        const auto draw = [&] {
             // Outlines move the matrix along.
             gl.glPushMatrix();
             CallLists(gl, listBase, text);
             gl.glPopMatrix();
-        });
+        };
+        DrawOutlineHalo(*this, gl, std::ref(draw));
     }
     CallLists(gl, listBase, text);
 }
@@ -390,7 +386,7 @@ void DrawOutlineLetters(COpenGLView& view, std::span<const PlacedLetter> letters
             CallOutlines(view, gl, lists.outline, text, letter.pen, glm::dvec3(lists.outlineHeight), angle);
         }
     };
-    DrawOutlineHalo(view, gl, draw);
+    DrawOutlineHalo(view, gl, std::ref(draw));
     view.Color(view.GetCurrentColor());
     const FilledPolygons filled(gl);
     draw();
