@@ -6,7 +6,7 @@
 #include "../scene/SceneRelease.h"
 #include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
-#include "../text/ListDrawing.h"
+#include "../text/ListHalo.h"
 #include "../text/SheetTextures.h"
 #include "../view/ViewAccess.h"
 #include "Border.h"

@@ -6,6 +6,7 @@
 #include "FontAtlas.h"
 #include "FontLevels.h"
 #include "SheetTextures.h"
+#include "StringDrawing.h"
 
 #include <GL/glext.h>
 
@@ -276,6 +277,9 @@ long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* 
 }
 
 void UploadRestOfBoundFont(COpenGLView& view) {
+    if (IsSheetTexture(ViewAccess::CurrentObjects(view).fontAtlasTexture)) {
+        BindCurrentFont(view); // the host's glyphs are the atlas's
+    }
     const unsigned int bound = ViewAccess::CurrentObjects(view).fontAtlasTexture;
     PartialTexture* const partial = FindPartial(bound);
     if (!partial || !ViewAccess::HasCurrentContext(view)) {

@@ -14,7 +14,7 @@ class GLCalls;
 /// font has no record any more.
 long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text);
 
-/// Uploads all that is missing of the font that the text program reads, for a host that draws glyphs by itself.
+/// Sees to it that the text program reads the font's atlas, all of it, for a host that draws glyphs by itself.
 void UploadRestOfBoundFont(COpenGLView& view);
 
 /// Deletes the names of a font that had to go. They wait as long as no context of the share group is current.

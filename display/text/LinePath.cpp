@@ -112,10 +112,14 @@ std::vector<double> PlaceLabels(const LinePath& path, double width, const GLLine
     for (const glm::dvec2& part : path.VisibleParts(low, high, width + std::abs(style.offset))) {
         const double first = std::max(std::ceil((part.x - style.margin) / step - 0.5), next);
         const double last = std::min(std::floor((part.y - style.margin) / step - 0.5), count - 1.0);
-        for (double number = first; number <= last; number += 1.0) {
-            starts.push_back(style.margin + (number + 0.5) * step - width * 0.5);
-            next = number + 1.0;
+        if (!(first <= last)) {
+            continue;
         }
+        const auto labels = static_cast<long long>(last - first) + 1;
+        for (long long label = 0; label < labels; ++label) {
+            starts.push_back(style.margin + (first + static_cast<double>(label) + 0.5) * step - width * 0.5);
+        }
+        next = last + 1.0;
     }
     return starts;
 }

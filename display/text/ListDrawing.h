@@ -32,9 +32,6 @@ void DrawOutlineLetters(COpenGLView& view, std::span<const PlacedLetter> letters
 /// tallest character.
 void MeasureLists(const TextLists& lists, const wchar_t* text, double& width, double& height);
 
-/// Deletes the lists of halos that the current context has.
-void DeleteHaloLists(COpenGLView& view);
-
 /// Pixels that a string takes in the outline font at scale 1; 0 for a null one.
 double WidthFromOutlines(const TextLists& lists, const wchar_t* text);
 

@@ -165,9 +165,9 @@ void DrawWithFixedFunctions(COpenGLView& view, const GlyphSheet& sheet, unsigned
     };
     const GLRGBAColor haloColor = colorOf(ViewAccess::Text(view).look.haloColor);
     const GLRGBAColor color = colorOf(attributes.currentColor);
+    const int filter = !string.smooth && MapsToPixels(view) ? GL_NEAREST : GL_LINEAR;
     const ImageDrawing drawing(view, place, texture, 0, GLShaderTextureDecal);
     const DepthsAlike depths(ViewAccess::CallGL(view));
-    const int filter = string.smooth ? GL_LINEAR : GL_NEAREST;
     for (const unsigned int name : {GL_TEXTURE_MAG_FILTER, GL_TEXTURE_MIN_FILTER}) {
         view.TexParameter(GL_TEXTURE_2D, name, filter);
     }
@@ -189,6 +189,7 @@ void DrawWithFixedFunctions(COpenGLView& view, const GlyphSheet& sheet, unsigned
         }
     }
     view.EndArrays();
+    ViewAccess::CallGL(view); // where draws are shared it waits
 }
 
 long Draw(COpenGLView& view, const GlyphSheet& sheet, const SheetString& string, const glm::dvec3& place) {

@@ -133,6 +133,12 @@ SheetTexture UploadSheet(COpenGLView& view, const GlyphSheet& sheet) {
     return g_entries.back().names;
 }
 
+bool IsSheetTexture(unsigned int texture) {
+    return texture != 0 && std::ranges::any_of(g_entries, [texture](const Entry& entry) {
+               return entry.names.texture == texture && entry.programs;
+           });
+}
+
 void ForgetSheet(const GlyphSheet& sheet) {
     for (Entry& entry : g_entries) {
         if (entry.sheet == &sheet) {
@@ -153,8 +159,9 @@ void DeleteSheetTextures(COpenGLView& view) {
 }
 
 void ForgetSheetTextures(const void* shareGroup) {
-    std::erase_if(g_entries, [shareGroup](const Entry& entry) { return entry.shareGroup == shareGroup; });
-    NoteFontTextureChange();
+    if (std::erase_if(g_entries, [shareGroup](const Entry& entry) { return entry.shareGroup == shareGroup; }) > 0) {
+        NoteFontTextureChange();
+    }
 }
 
 } // namespace KTR

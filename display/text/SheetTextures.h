@@ -16,6 +16,9 @@ struct SheetTexture {
 /// before anything changes.
 SheetTexture UploadSheet(COpenGLView& view, const GlyphSheet& sheet);
 
+/// Whether the text program would read a sheet from it.
+bool IsSheetTexture(unsigned int texture);
+
 /// The sheet goes; its textures wait for a context that can delete them.
 void ForgetSheet(const GlyphSheet& sheet);
 /// Deletes those of the current context's share group.

@@ -51,18 +51,6 @@ glm::dvec2 RoundedToUnits(double x, double y) {
     return {std::trunc(x + 0.5), std::trunc(y + 0.5)};
 }
 
-/// Whether one unit of the model is one pixel, with x to the right and y upwards.
-bool MapsToPixels(const COpenGLView& view) {
-    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-    const std::array<int, 4>& viewport = ViewAccess::CurrentRecord(view).attributes.viewport;
-    const glm::dmat4 clip = matrices.projection * matrices.modelview;
-    const double halfWidth = viewport[2] * 0.5;
-    const double halfHeight = viewport[3] * 0.5;
-    const bool flat = clip[0][3] == 0.0 && clip[1][3] == 0.0 && IsNear(clip[3][3], 1.0);
-    return flat && IsNear(clip[0][0] * halfWidth, 1.0) && IsNear(clip[0][1] * halfHeight, 0.0) &&
-           IsNear(clip[1][0] * halfWidth, 0.0) && IsNear(clip[1][1] * halfHeight, 1.0);
-}
-
 /// What a string has to be drawn with now. Glyphs that land on the pixels as they are get the sharp sampler.
 TextBinding BindingFor(COpenGLView& view, const GlyphTexture& glyphs, bool plain) {
     const GLAttributes& attributes = ViewAccess::CurrentRecord(view).attributes;
@@ -202,6 +190,17 @@ void CloseTextBatch(COpenGLView& view, bool mayWait) {
         return;
     }
     FlushStrings(view);
+}
+
+bool MapsToPixels(const COpenGLView& view) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const std::array<int, 4>& viewport = ViewAccess::CurrentRecord(view).attributes.viewport;
+    const glm::dmat4 clip = matrices.projection * matrices.modelview;
+    const double halfWidth = viewport[2] * 0.5;
+    const double halfHeight = viewport[3] * 0.5;
+    const bool flat = clip[0][3] == 0.0 && clip[1][3] == 0.0 && IsNear(clip[3][3], 1.0);
+    return flat && IsNear(clip[0][0] * halfWidth, 1.0) && IsNear(clip[0][1] * halfHeight, 0.0) &&
+           IsNear(clip[1][0] * halfWidth, 0.0) && IsNear(clip[1][1] * halfHeight, 1.0);
 }
 
 bool ShapesFromAtlas(COpenGLView& view) {

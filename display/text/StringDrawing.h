@@ -22,6 +22,9 @@ CFTGLFontAtlas* CurrentAtlas();
 /// join.
 bool ShapesFromAtlas(COpenGLView& view);
 
+/// Whether one unit of the model is one pixel, with x to the right and y upwards.
+bool MapsToPixels(const COpenGLView& view);
+
 /// A texture of glyphs, and what reads it where they land on the pixels as they are.
 struct GlyphTexture {
     unsigned int texture = 0;

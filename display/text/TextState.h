@@ -69,6 +69,8 @@ struct TextState {
 
     /// Whether strings may wait for others.
     bool IsRunOpen() const { return setups.count > 0; }
+    /// Between DrawSetupText and its teardown on a fixed-function context.
+    bool IsInFrame() const { return IsRunOpen() && setups.entries[setups.top].replacedModelview.has_value(); }
 };
 
 } // namespace KTR

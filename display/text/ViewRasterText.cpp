@@ -6,8 +6,8 @@
 #include "CodePage.h"
 #include "FontAtlas.h"
 #include "FontTextures.h"
-#include "GlyphHalo.h"
 #include "ListDrawing.h"
+#include "ListHalo.h"
 #include "MatrixScope.h"
 #include "StringDrawing.h"
 
@@ -19,7 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <exception>
+#include <functional>
 #include <new>
 #include <vector>
 
@@ -31,20 +31,6 @@ constexpr double kRadiansPerDegree = 0.017453292519943295;
 
 /// A raster position so little left of a pixel's border, or below it, is meant to be on it.
 constexpr double kRasterTolerance = 1e-4;
-
-/// A GDI object in a device context while it lives.
-class SelectedObject {
-public:
-    SelectedObject(HDC deviceContext, HGDIOBJ object)
-        : m_deviceContext(deviceContext), m_previous(SelectObject(deviceContext, object)) {}
-    ~SelectedObject() { SelectObject(m_deviceContext, m_previous); }
-    SelectedObject(const SelectedObject&) = delete;
-    SelectedObject& operator=(const SelectedObject&) = delete;
-
-private:
-    HDC m_deviceContext;
-    HGDIOBJ m_previous;
-};
 
 /// Pixels of one em of a font, taken as the atlas of the other pipeline takes it.
 double EmHeight(HFONT font) {
@@ -109,11 +95,6 @@ long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long
     return view.SetUpNewFont(request);
 }
 
-void CallLists(const GLCalls& gl, unsigned int listBase, const char* text) {
-    gl.glListBase(listBase);
-    gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
-}
-
 /// Polygons filled while it lives. Outlines of glyphs are made of them.
 class FilledPolygons {
 public:
@@ -139,142 +120,6 @@ private:
     bool m_changes = false;
 };
 
-/// Between DrawSetupText and its teardown, where outline lists draw.
-bool IsInFrameOfText(const TextState& text) {
-    return text.IsRunOpen() && text.setups.entries[text.setups.top].replacedModelview.has_value();
-}
-
-/// One glyph of the font that a device context has, its pixels on or off. Empty where it has none.
-GlyphImage GdiGlyph(HDC deviceContext, unsigned int character, GLYPHMETRICS& metrics) {
-    constexpr MAT2 identity{{0, 1}, {0, 0}, {0, 0}, {0, 1}};
-    metrics = {};
-    GlyphImage image;
-    const DWORD bytes = GetGlyphOutlineA(deviceContext, character, GGO_BITMAP, &metrics, 0, nullptr, &identity);
-    if (bytes == GDI_ERROR || bytes == 0) {
-        return image;
-    }
-    std::vector<unsigned char> rows(bytes);
-    GetGlyphOutlineA(deviceContext, character, GGO_BITMAP, &metrics, bytes, rows.data(), &identity);
-    image.width = static_cast<int>(metrics.gmBlackBoxX);
-    image.height = static_cast<int>(metrics.gmBlackBoxY);
-    const int stride = (image.width + 31) / 32 * 4;
-    if (static_cast<long long>(stride) * image.height > static_cast<long long>(bytes)) {
-        return {};
-    }
-    for (int y = 0; y < image.height; ++y) {
-        for (int x = 0; x < image.width; ++x) {
-            const int bits = rows[static_cast<std::size_t>(y * stride + x / 8)];
-            image.pixels.push_back((bits & 0x80 >> x % 8) != 0 ? 0xFF : 0x00);
-        }
-    }
-    return image;
-}
-
-/// Records a halo as a bitmap about the raster position; it moves on as the glyph does.
-void RecordHalo(const GLCalls& gl, const GlyphImage& halo, const GLYPHMETRICS& metrics, int margin) {
-    constexpr unsigned char half = 0x80;
-    const auto advance = static_cast<float>(metrics.gmCellIncX);
-    if (halo.pixels.empty()) {
-        const unsigned char noInk[4] = {};
-        gl.glBitmap(1, 1, 0.0F, 0.0F, advance, 0.0F, noInk); // see MakeBlankLists
-        return;
-    }
-    const int stride = (halo.width + 7) / 8;
-    std::vector<unsigned char> bits(static_cast<std::size_t>(stride) * static_cast<std::size_t>(halo.height));
-    for (int y = 0; y < halo.height; ++y) {
-        for (int x = 0; x < halo.width; ++x) {
-            if (halo.pixels[static_cast<std::size_t>((halo.height - 1 - y) * halo.width + x)] >= half) {
-                bits[static_cast<std::size_t>(y * stride + x / 8)] |= static_cast<unsigned char>(0x80 >> x % 8);
-            }
-        }
-    }
-    const long left = metrics.gmptGlyphOrigin.x - margin;
-    const long bottom = metrics.gmptGlyphOrigin.y - static_cast<long>(metrics.gmBlackBoxY) - margin;
-    gl.glBitmap(halo.width, halo.height, static_cast<float>(-left), static_cast<float>(-bottom), advance, 0.0F,
-                bits.data());
-}
-
-/// Lists of the halos of the raster lists made last, of this width. False when there are none.
-bool MakeHaloLists(COpenGLView& view, double width) {
-    TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
-    if (lists.rasterHalo != 0 && lists.rasterHaloWidth == width) {
-        return true;
-    }
-    const GLCalls gl = ViewAccess::CallGL(view);
-    if (lists.rasterHalo == 0) {
-        lists.rasterHalo = gl.glGenLists(kListCharacters);
-    }
-    const HFONT font = CreateFontIndirectW(&lists.rasterFont);
-    const HDC memory = CreateCompatibleDC(nullptr);
-    bool made = false;
-    if (lists.rasterHalo != 0 && font && memory) {
-        const SelectedObject selected(memory, font);
-        const PixelStoreScope pixels(gl, PixelDirection::Unpack, {});
-        try {
-            for (unsigned int character = 0; character < kListCharacters; ++character) {
-                GLYPHMETRICS metrics;
-                const GlyphImage halo = HaloAround(GdiGlyph(memory, character, metrics), width);
-                gl.glNewList(lists.rasterHalo + character, GL_COMPILE);
-                RecordHalo(gl, halo, metrics, HaloMargin(width));
-                gl.glEndList();
-            }
-            lists.rasterHaloWidth = width;
-            made = true;
-        } catch (const std::exception&) {
-            lists.rasterHaloWidth = 0.0; // made anew when there is memory
-        }
-    }
-    DeleteObject(font);
-    DeleteDC(memory);
-    return made;
-}
-
-/// Draws the halo of a string of raster lists at the raster position, and leaves that as it is.
-void DrawRasterHalo(COpenGLView& view, const char* text) {
-    const TextLook& look = ViewAccess::Text(view).look;
-    const GLCalls gl = ViewAccess::CallGL(view);
-    GLboolean valid = GL_FALSE;
-    gl.glGetBooleanv(GL_CURRENT_RASTER_POSITION_VALID, &valid);
-    if (!valid || !MakeHaloLists(view, look.haloWidth)) {
-        return;
-    }
-    float window[4] = {};
-    gl.glGetFloatv(GL_CURRENT_RASTER_POSITION, window);
-    // A raster position takes the colour of its moment along.
-    gl.glPushAttrib(GL_CURRENT_BIT);
-    {
-        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
-        gl.glColor4ub(look.haloColor.r, look.haloColor.g, look.haloColor.b, look.haloColor.a);
-        gl.glRasterPos3f(std::floor(window[0]) + 0.5F, std::floor(window[1]) + 0.5F, window[2]);
-    }
-    CallLists(gl, ViewAccess::CurrentRecord(view).objects.textLists.rasterHalo, text);
-    gl.glPopAttrib();
-}
-
-/// What the halo of outlines is drawn with, while it lives: its colour, and lines and points as wide as it.
-class HaloAttributes {
-public:
-    HaloAttributes(COpenGLView& view, const GLCalls& gl) : m_gl(gl) {
-        const TextLook& look = ViewAccess::Text(view).look;
-        const auto width = static_cast<float>(2.0 * look.haloWidth);
-        m_gl.glPushAttrib(GL_CURRENT_BIT | GL_ENABLE_BIT | GL_LINE_BIT | GL_POINT_BIT | GL_POLYGON_BIT |
-                          GL_DEPTH_BUFFER_BIT);
-        m_gl.glColor4ub(look.haloColor.r, look.haloColor.g, look.haloColor.b, look.haloColor.a);
-        m_gl.glDisable(GL_LINE_STIPPLE);
-        m_gl.glDisable(GL_CULL_FACE);
-        m_gl.glLineWidth(width);
-        m_gl.glPointSize(width);
-        m_gl.glEnable(GL_POINT_SMOOTH); // round
-        m_gl.glDepthMask(GL_FALSE);     // the string that follows has the same depth
-    }
-    ~HaloAttributes() { m_gl.glPopAttrib(); }
-    HaloAttributes(const HaloAttributes&) = delete;
-    HaloAttributes& operator=(const HaloAttributes&) = delete;
-
-private:
-    GLCalls m_gl;
-};
-
 /// Calls outline lists whose em is `scale` units.
 void CallOutlines(COpenGLView& view, const GLCalls& gl, unsigned int listBase, const char* text,
                   const glm::dvec3& place, const glm::dvec3& scale, double angleDegrees) {
@@ -285,19 +130,6 @@ void CallOutlines(COpenGLView& view, const GLCalls& gl, unsigned int listBase, c
     CallLists(gl, listBase, text);
 }
 
-/// Calls `draw` for the halo, where strings have one: once with lines along the edges and once with points at their
-/// ends, so that corners are round.
-template <typename Draw> void DrawOutlineHalo(COpenGLView& view, const GLCalls& gl, const Draw& draw) {
-    if (!ViewAccess::Text(view).look.HasHalo()) {
-        return;
-    }
-    const HaloAttributes attributes(view, gl);
-    for (const unsigned int mode : {GL_LINE, GL_POINT}) {
-        gl.glPolygonMode(GL_FRONT_AND_BACK, mode);
-        draw();
-    }
-}
-
 /// Draws outlines whose em is `scale` units.
 void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text, const glm::dvec3& place,
                       const glm::dvec3& scale, double angleDegrees) {
@@ -306,7 +138,7 @@ void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text
     }
     const GLCalls gl = ViewAccess::CallGL(view);
     const auto draw = [&] { CallOutlines(view, gl, listBase, text, place, scale, angleDegrees); };
-    DrawOutlineHalo(view, gl, draw);
+    DrawOutlineHalo(view, gl, std::ref(draw));
     view.Color(view.GetCurrentColor());
     const FilledPolygons filled(gl);
     draw();
@@ -423,7 +255,7 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
         return;
     }
     const TextLists& lists = CurrentRecord().objects.textLists;
-    if (listBase == lists.outline && IsInFrameOfText(m_text)) {
+    if (listBase == lists.outline && m_text.IsInFrame()) {
         // There a unit is a pixel of the font, not its em.
         DrawOutlineLists(*this, listBase, text, glm::dvec3(0.0), glm::dvec3(lists.outlineHeight), 0.0);
         return;
@@ -431,7 +263,17 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
     if (listBase == lists.raster && m_text.look.HasHalo()) {
         DrawRasterHalo(*this, text);
     }
-    CallLists(CallGL(), listBase, text);
+    const GLCalls gl = CallGL();
+    if (listBase == lists.outline) {
+        const auto draw = [&] {
+            // Outlines move the matrix along.
+            gl.glPushMatrix();
+            CallLists(gl, listBase, text);
+            gl.glPopMatrix();
+        };
+        DrawOutlineHalo(*this, gl, std::ref(draw));
+    }
+    CallLists(gl, listBase, text);
 }
 
 void COpenGLView::DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z) {
@@ -544,7 +386,7 @@ void DrawOutlineLetters(COpenGLView& view, std::span<const PlacedLetter> letters
             CallOutlines(view, gl, lists.outline, text, letter.pen, glm::dvec3(lists.outlineHeight), angle);
         }
     };
-    DrawOutlineHalo(view, gl, draw);
+    DrawOutlineHalo(view, gl, std::ref(draw));
     view.Color(view.GetCurrentColor());
     const FilledPolygons filled(gl);
     draw();
@@ -560,15 +402,6 @@ void MeasureLists(const TextLists& lists, const wchar_t* text, double& width, do
         width += bitmaps ? lists.rasterAdvances[code] : lists.outlineAdvances[code] * lists.outlineHeight;
         height =
             std::max(height, bitmaps ? lists.rasterHeights[code] : lists.outlineHeights[code] * lists.outlineHeight);
-    }
-}
-
-void DeleteHaloLists(COpenGLView& view) {
-    TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
-    if (lists.rasterHalo != 0) {
-        ViewAccess::CallGL(view).glDeleteLists(lists.rasterHalo, kListCharacters);
-        lists.rasterHalo = 0;
-        lists.rasterHaloWidth = 0.0;
     }
 }
 

@@ -181,6 +181,9 @@ long COpenGLView::DrawTextString(unsigned int listBase, const wchar_t* text, con
         return S_OK;
     }
     if (ShapesFromAtlas(*this)) {
+        if (m_text.IsInFrame()) {
+            return DrawString(*this, text, PlainFrame(0.0, 0.0, 0.0));
+        }
         DrawStringAtRasterPosition(*this, text);
         return S_OK;
     }
@@ -240,16 +243,24 @@ void COpenGLView::DrawSetupText(double x, double y, double z, const wchar_t* tex
     }
     DrawSetupFontAtlasText(false, false, 0, 0.0, 0.0);
     const TextLists& lists = CurrentRecord().objects.textLists;
-    if (lists.outline == 0) {
+    const bool shapes = ShapesFromAtlas(*this);
+    if (lists.outline == 0 && !shapes) {
         RasterPosition(x, y, z);
         return;
+    }
+    std::size_t length = 0;
+    double width = 0.0;
+    double height = 0.0;
+    if (shapes) {
+        GetTextStringDimensions(text, length, width, height);
+    } else {
+        width = WidthFromOutlines(lists, text);
     }
     const unsigned int mode = CurrentRecord().attributes.matrixMode;
     const glm::dmat4 modelview = GetMatrix(GL_MODELVIEW);
     m_text.setups.entries[m_text.setups.top].replacedModelview = modelview;
     MatrixMode(GL_MODELVIEW);
-    ReplaceCurrentMatrix(FrameWithin(modelview, {x, y, z}, {scaleX, scaleY, scaleZ}, angleDegrees,
-                                     alignment * WidthFromOutlines(lists, text)));
+    ReplaceCurrentMatrix(FrameWithin(modelview, {x, y, z}, {scaleX, scaleY, scaleZ}, angleDegrees, alignment * width));
     MatrixMode(mode);
     RasterPosition(0.0, 0.0, 0.0);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <windows.h>
+#include "../Framework.h"
 
 #include <array>
 

@@ -614,9 +614,10 @@ public:
     int GetFontAverageHeightPixels() const;
     double GetFontAverageWidthNotionalUnits() const;
     double GetFontAverageHeightNotionalUnits() const;
-    /// UTF-16 units of a string; 0 for a null one and without a current font.
+    /// UTF-16 units of a string; 0 for a null one and without a font or lists.
     std::size_t GetTextStringLength(const wchar_t* text) const;
-    /// Pixels that a string takes, and its length. All are 0 without a current font.
+    /// Pixels that a string takes, and its length. On a fixed-function context the display lists made last count, those
+    /// of bitmaps first and outlines at scale 1; without lists the current font does. All are 0 without either.
     long GetTextStringDimensions(const wchar_t* text, std::size_t& length, double& width, double& height) const;
     /// 0 makes text invisible, 255 shows it in the current colour. Needs blending, which the setup of text turns on.
     void DrawSetupTextTransparency(unsigned char transparency);

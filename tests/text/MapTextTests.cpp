@@ -70,6 +70,11 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Pipelines, MapText, testing::Bool(), PipelineName);
 
+/// The 4.x pipeline has no lists.
+class ListText : public MapText {};
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, ListText, testing::Values(false), PipelineName);
+
 /// The least distance from a pixel to the ink of a picture, up to 3.
 double DistanceToInk(const Picture& picture, int x, int y) {
     double least = 3.0;
@@ -162,16 +167,15 @@ TEST_P(MapText, LettersShowOverTheirHalosWhereDepthsAreTested) {
     Begin();
     View().Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     View().Enable(GL_DEPTH_TEST);
+    View().BeginSharedDraws();
     DrawInPixels(View(), L"Via Appia", 20.0, 40.0);
+    View().EndSharedDraws();
     View().Disable(GL_DEPTH_TEST);
     EXPECT_EQ(letters(Taken()), wanted);
     EXPECT_GT(wanted.size(), 100U);
 }
 
-TEST_P(MapText, HaloOfOutlineListsIsAsWideInPixels) {
-    if (GetParam()) {
-        GTEST_SKIP() << "the 4.x pipeline has no lists";
-    }
+TEST_P(ListText, HaloOfOutlinesIsAsWideInPixels) {
     unsigned int outlines = 0;
     ASSERT_EQ(View().RefreshOutlineFont(live->window.DeviceContext(), outlines, font, 0), S_OK);
     const auto draw = [&] { View().DrawOutlineText(outlines, "Ei", 40.0, 20.0, 0.0, 60.0, 10.0); };
@@ -278,6 +282,18 @@ TEST_P(MapText, ShapedStringGoesOnAtTheRasterPosition) {
     }
 }
 
+// The frame of a string scales, turns and centres it, shaped or not.
+TEST_P(MapText, ShapedStringStandsInItsFrame) {
+    LoadFont(L"arial", 14);
+    View().SetTextShaping(true);
+    const Picture framed = Drawn([&] {
+        View().DrawSetupText(100.0, 40.0, 0.0, L"Mitte", 1.5, 1.5, 1.0, 15.0, 0.5);
+        EXPECT_EQ(View().DrawTextString(bitmaps, L"Mitte", nullptr, false, false, false, 0.0, 0.0, 0.0), S_OK);
+        View().DrawTeardownFontAtlasText(false, true);
+    });
+    ExpectGolden("frame_shaped", CoverageRows(framed), 1);
+}
+
 class LineLabels : public MapText {
 protected:
     Picture DrawnAlong(const std::vector<PointXYZ>& line, const GLLineTextStyle& style, long wanted = S_OK) const {
@@ -292,12 +308,16 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Pipelines, LineLabels, testing::Bool(), PipelineName);
 
+class ListLabels : public LineLabels {};
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, ListLabels, testing::Values(false), PipelineName);
+
 TEST_P(LineLabels, LettersTurnWithTheLineOnBothPipelinesAlike) {
     LoadFont(L"arial", 18);
     std::vector<PointXYZ> arc;
     for (int step = 0; step <= 40; ++step) {
         const double angle = 3.14159265358979 * (1.0 - step / 40.0);
-        arc.push_back({120.0 + 70.0 * std::cos(angle), 10.0 + 70.0 * std::sin(angle), 0.0});
+        arc.push_back({120.0 + 60.0 * std::cos(angle), 5.0 + 60.0 * std::sin(angle), 0.0});
     }
     View().SetTextHalo(kRed, 2.0);
     const Picture label = DrawnAlong(arc, {});
@@ -360,10 +380,7 @@ TEST_P(LineLabels, NationalGridDrawsWhatTheOriginDoes) {
     EXPECT_EQ(CoverageRows(DrawnAlong(distant, {})), wanted);
 }
 
-TEST_P(LineLabels, OutlineListsDrawThemWithoutAFont) {
-    if (GetParam()) {
-        GTEST_SKIP() << "the 4.x pipeline has no lists";
-    }
+TEST_P(ListLabels, OutlinesDrawThemWithoutAFont) {
     const std::vector<PointXYZ> line = {{20, 10, 0}, {120, 40, 0}, {220, 50, 0}};
     EXPECT_EQ(DrawnAlong(line, {}, E_INVALIDARG).CountDrawn(), 0) << "bitmaps cannot be turned";
     unsigned int outlines = 0;
@@ -375,10 +392,7 @@ TEST_P(LineLabels, OutlineListsDrawThemWithoutAFont) {
 }
 
 // A host lays labels out by what they measure, on either pipeline.
-TEST_P(MapText, StringsAreMeasuredAsTheyAreDrawn) {
-    if (GetParam()) {
-        GTEST_SKIP() << "measured by the atlas, see FontAtlasTests";
-    }
+TEST_P(ListText, StringsAreMeasuredAsTheyAreDrawn) {
     const Picture picture = Drawn([&] { View().DrawRasterText(bitmaps, "HamburgH", 0.0, 30.0, 0.0); });
     int left = kWidth;
     int right = 0;

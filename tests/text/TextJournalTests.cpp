@@ -767,6 +767,22 @@ TEST_F(Text, LabelsWithHalosShareDrawsToo) {
     EXPECT_EQ(driver.Journal().size(), 1U) << "nothing is uploaded again";
 }
 
+// A host that draws glyphs by itself reads the font's texture, whatever the library's own strings read before.
+TEST_F(Text, HostsOwnGlyphsReadTheAtlasAfterAStringWithAHalo) {
+    Setup();
+    View().SetTextHalo({255, 0, 0, 255}, 1.0);
+    DrawString(L"ab", 5.0, 5.0);
+    driver.JournalOnly({"glBindTexture"});
+    driver.StartJournal();
+    View().BeginArrays(GL_TRIANGLES, GLShaderText);
+    unsigned int texture = 0;
+    unsigned int sampler = 0;
+    ASSERT_EQ(COpenGLView::m_gFontManager.GetCurrentFontTextureAndSamplerId(texture, sampler), S_OK);
+    EXPECT_EQ(driver.JournalText().back(), "glBindTexture(3553, " + std::to_string(texture) + ")");
+    View().EndArrays();
+    Teardown();
+}
+
 // Ten fonts are kept. The pictures of an eleventh must not pile up on the card.
 TEST_F(Text, SheetsOfFontsThatHadToGoAreDeleted) {
     View().SetTextHalo({255, 0, 0, 255}, 1.0);
