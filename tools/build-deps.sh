@@ -76,9 +76,8 @@ build_sqlite() {
     cp sqlite3.h "$prefix/include/"
 }
 
-# Coordinate systems. Their database takes as long to make as the library, so the distribution's own is installed: it is
-# of the same version. Compiled with few optimisations, which takes half as long and transforms as fast: what takes time
-# there are functions of the C library.
+# Coordinate systems. Their database is not made anew: the distribution's own is installed, which is of the same version.
+# Compiled with few optimisations, which takes less time here; transforming is not what loading waits for.
 build_proj() {
     cat >"$work/copy-database" <<'SCRIPT'
 #!/bin/sh
