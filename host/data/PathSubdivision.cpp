@@ -39,9 +39,9 @@ Path Subdivide(const Path& path, bool closed, const Extent& area, double step, s
         }
         const Position& from = path[leg];
         const Position& to = endOf(leg);
-        const double parts = CountParts(from, to, area, step);
-        for (double part = 1.0; part < parts; part += 1.0) {
-            const double share = part / parts;
+        const auto parts = static_cast<std::size_t>(CountParts(from, to, area, step));
+        for (std::size_t part = 1; part < parts; ++part) {
+            const double share = static_cast<double>(part) / static_cast<double>(parts);
             divided.push_back({from.x * (1.0 - share) + to.x * share, from.y * (1.0 - share) + to.y * share,
                                from.z * (1.0 - share) + to.z * share});
         }
