@@ -25,6 +25,9 @@ constexpr std::size_t kMostSymbolVertices = 2'000'000;
 constexpr std::size_t kMostVertices = kBatchRecords;
 
 unsigned char AlphaOf(unsigned char alpha, float coverage) {
+    if (coverage == 1.0F) {
+        return alpha; // most are
+    }
     return static_cast<unsigned char>(std::lround(static_cast<float>(alpha) * coverage));
 }
 

@@ -33,7 +33,6 @@ namespace KTR {
 class GeometryFilling;
 class GLCalls;
 class GLGeometry;
-enum GLFusionMode : int;
 struct RasterState;
 struct TexturedQuadrilateral;
 enum GLLineJoin : int;
@@ -575,9 +574,9 @@ public:
     /// writes to the logger named "OrrinLogger", at trace level.
     static void RegisterLogger(std::shared_ptr<spdlog::logger> logger);
     /// For capture tools and debuggers of OpenGL, where the driver has KHR_debug: programs, buffers, textures, samplers
-    /// and vertex arrays get names, what operations draw is grouped under theirs, and what the driver has to say goes to
-    /// the logger, from level debug up to error. Call it before the first context is made: what there is already stays
-    /// without names. Off, as at the start, no call of OpenGL is made for it. For the process; any thread.
+    /// and vertex arrays get names, what operations draw is grouped under theirs, and what the driver has to say goes
+    /// to the logger, from level debug up to error. Call it before the first context is made: what there is already
+    /// stays without names. Off, as at the start, no call of OpenGL is made for it. For the process; any thread.
     static void SetDebugNames(bool on);
     /// Writes one label to the trace. It does not ask OpenGL for errors. Any thread.
     void outputGlError(const wchar_t* label) const;
@@ -1031,10 +1030,11 @@ public:
     /// \return as LoadGLImage; E_INVALIDARG also without values
     long LoadDataRaster(unsigned int type, int width, int height, int rowAlignment, unsigned int filter,
                         const void* values, const GLDataStyle& style, unsigned int& texture, unsigned int& sampler);
-    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster (whose format is GL_RGBA) filled, from column
-    /// `x` and row `y` on; smaller levels follow. It is bound to GL_TEXTURE0 afterwards. E_INVALIDARG for what does not
-    /// lie in the texture, and for a format that it cannot keep: it takes the one that it was loaded with, and any
-    /// where that had an opacity or pixels without data. E_FAIL without a current context; E_OUTOFMEMORY.
+    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster filled, from column `x` and row `y` on, treated
+    /// and adjusted as an image is; smaller levels follow. The texture is bound to GL_TEXTURE0 afterwards. It takes the
+    /// format that it was loaded with; one with an opacity (GL_RGBA, values, pixels without data) takes any, and where
+    /// pixels without data are looked for it has to be such a one. E_INVALIDARG for others, and for what does not lie
+    /// in the texture; E_FAIL without a current context; E_OUTOFMEMORY.
     long UpdateGLImage(unsigned int texture, unsigned int format, int x, int y, int width, int height, int rowAlignment,
                        const void* pixels);
     /// Lets each channel of a pixel without data be off the marker by so many levels, 0 (as at the start) to 255.

@@ -70,16 +70,20 @@ FileKind DetectKind(const std::filesystem::path& path) {
     return kind != FileKind::Unknown ? kind : KindOfName(path);
 }
 
+std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path) {
+    switch (DetectKind(path)) {
+    case FileKind::Las:
+        return OpenLasFile(path);
+    case FileKind::Ply:
+        return OpenPlyFile(path);
+    default:
+        throw FileError(path, "is not a point cloud; LAS and PLY files are known");
+    }
+}
+
 PointCloud OpenPointCloud(const std::filesystem::path& path) {
     try {
-        switch (DetectKind(path)) {
-        case FileKind::Las:
-            return ReadLasFile(path);
-        case FileKind::Ply:
-            return ReadPlyFile(path);
-        default:
-            throw FileError(path, "is not a point cloud; LAS and PLY files are known");
-        }
+        return ReadAllPoints(*OpenCloudReader(path));
     } catch (const std::bad_alloc&) {
         throw FileError(path, "there is not enough memory for its points");
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "data/CloudReader.h"
 #include "data/ElevationGrid.h"
 #include "data/PointCloud.h"
 #include "data/Raster.h"
@@ -22,6 +23,9 @@ enum class FileKind {
 /// file still goes to the reader that can say what is wrong with it. Throws FileError for a file that is missing, empty
 /// or cannot be opened.
 FileKind DetectKind(const std::filesystem::path& path);
+
+/// Opens a point cloud of any kind to be read point by point. Throws FileError, also for a file of another kind.
+std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path);
 
 /// Reads a point cloud of any kind. Throws FileError, also for a file of another kind.
 PointCloud OpenPointCloud(const std::filesystem::path& path);

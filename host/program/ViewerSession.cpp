@@ -58,7 +58,7 @@ bool ViewerSession::Open() {
     return true;
 }
 
-void ViewerSession::Run() {
+void ViewerSession::Run(bool (*report)(const Scene& scene)) {
     if (m_options.frames > 0) {
         DrawFrames();
         return;
@@ -67,6 +67,12 @@ void ViewerSession::Run() {
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
+        // While files are read, the windows' timers see to it that this is looked at again and again.
+        if (report && !m_scene.IsReading()) {
+            m_scene.Update();
+            report(m_scene);
+            report = nullptr;
+        }
     }
 }
 

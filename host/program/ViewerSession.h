@@ -21,8 +21,8 @@ public:
     /// Opens the windows; false when there is no OpenGL to draw with.
     bool Open();
     /// Runs until the last window is closed, or until the options' number of frames is drawn. Throws FileError when a
-    /// screenshot cannot be written.
-    void Run();
+    /// screenshot cannot be written. `report`, unless null, is called once all files are read.
+    void Run(bool (*report)(const Scene& scene));
 
 private:
     void DrawFrames();

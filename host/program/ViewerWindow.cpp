@@ -27,6 +27,11 @@ constexpr double kDegreesPerPixel = 0.4;
 constexpr double kSunStepDegrees = 15.0;
 constexpr Rgb kBandColor{120, 180, 255};
 constexpr std::uint8_t kBandOpacity = 50;
+/// For points that are still read or fetched.
+constexpr UINT_PTR kTimer = 1;
+constexpr UINT kTimerMilliseconds = 30;
+/// A frame of a cloud that looks sparser than this is not worth showing: the next ones come soon.
+constexpr double kMostSpacingOfPointSize = 1.5;
 
 POINT CursorOf(LPARAM lParam) {
     return {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
@@ -80,6 +85,7 @@ ViewerWindow::~ViewerWindow() {
         // In this order: GL objects while the window exists, then the contexts, then the window.
         if (m_ready && m_view->MakeCurrent(KTR::GLContextMain)) {
             m_texts.Release(*m_view);
+            m_scene.Forget(*m_view);
             m_scene.ReleaseGeometry();
         }
         m_view->ShutDownOpenGLContexts(m_window);
@@ -129,12 +135,15 @@ bool ViewerWindow::Open(int offsetPixels) {
     m_view->GetWindowDimensions(m_width, m_height);
     m_view->SetUpViewport(0, 0, m_width, m_height);
     ShowFrom(OrientationOf(m_options.camera));
+    m_sceneVersion = m_scene.GetVersion();
     if (m_options.area && IsMap()) {
         m_view->SetViewExtents(m_options.area->low.x, m_options.area->low.y, m_options.area->high.x,
                                m_options.area->high.y);
+        m_isNavigated = true;
     }
     LoadTexts();
     UpdateTitle();
+    SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
     return true;
 }
 
@@ -181,8 +190,11 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         Redraw();
         return 0;
     case WM_PAINT:
-        DrawFrame();
         ValidateRect(m_window, nullptr);
+        DrawFrame();
+        return 0;
+    case WM_TIMER:
+        HandleTimer();
         return 0;
     case WM_ERASEBKGND:
         return 1; // every frame fills the window
@@ -244,6 +256,7 @@ void ViewerWindow::HandleButtonUp() {
         m_band.IsLargeEnoughToZoom(m_view->GetUnitsPerPixel())) {
         const Extent box = m_band.Box();
         m_view->SetViewExtents(box.low.x, box.low.y, box.high.x, box.high.y);
+        m_isNavigated = true;
         Redraw();
     }
     m_band.Drop();
@@ -293,6 +306,7 @@ void ViewerWindow::HandleKey(WPARAM key) {
         } else {
             m_view->PreviousView();
         }
+        m_isNavigated = true;
         break;
     case 'C':
         m_scene.SwitchColors();
@@ -357,6 +371,7 @@ void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
     }
     m_view->MakeCurrent(KTR::GLContextMain);
     m_view->ZoomAbout(std::pow(kZoomPerNotch, notches), cursor.x, cursor.y);
+    m_isNavigated = true;
     Redraw();
 }
 
@@ -367,7 +382,18 @@ void ViewerWindow::EndWheel() {
     }
 }
 
+void ViewerWindow::HandleTimer() {
+    MeetScene();
+    if (m_waits) {
+        RedrawOverlay();
+    }
+    if (m_stored == Stored::Scene && !m_scene.IsReading()) {
+        KillTimer(m_window, kTimer);
+    }
+}
+
 void ViewerWindow::Drag(double rightPixels, double downPixels) {
+    m_isNavigated = true;
     if (m_view->IsPerspectiveSideView() && !(m_dragging && m_draggingPans)) {
         m_view->OrbitBy(rightPixels * kDegreesPerPixel, downPixels * kDegreesPerPixel);
     } else {
@@ -378,6 +404,7 @@ void ViewerWindow::Drag(double rightPixels, double downPixels) {
 void ViewerWindow::ShowFrom(KTR::GLViewOrientation orientation) {
     m_band.Clear();
     m_scene.ShowEverything(*m_view, orientation);
+    m_isNavigated = false;
 }
 
 MapFrame ViewerWindow::DescribeMap() const {
@@ -480,35 +507,109 @@ void ViewerWindow::DrawFrame() {
     if (!m_ready) {
         return;
     }
-    if (!m_isSceneStored || !RestoreScene()) {
-        m_frameMilliseconds = DrawScene();
-        UpdateTitle();
-        // While the map moves under the mouse, the next frame is another one.
-        const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
-        m_isSceneStored = !m_dragging && SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK,
-                                                                            0, 0, m_width, m_height));
+    MeetScene();
+    if (DrawSceneOrPart()) {
+        DrawOverlay();
+        Present();
     }
-    DrawOverlay();
-    Present();
 }
 
-/// Puts the stored frame into the back buffer.
-bool ViewerWindow::RestoreScene() {
+/// Sees to it that the scene is in the back buffer, with as many points as can be drawn without making the user wait.
+/// False where there are too few of them to be shown; then further ones come soon.
+bool ViewerWindow::DrawSceneOrPart() {
+    if (m_stored == Stored::Scene && RestoreFrame(false)) {
+        return true;
+    }
+    const auto start = std::chrono::steady_clock::now();
+    m_view->MakeCurrent(KTR::GLContextMain);
+    m_view->SetUpViewport(0, 0, m_width, m_height);
+    const CloudsFrame frame = RefineOrBegin();
+    if (!frame.groundIsRead) {
+        m_stored = Stored::Nothing; // the ground lies below the points, so the next frame begins with it
+    } else if (!frame.complete) {
+        StoreFrame(Stored::Clouds);
+    }
+    DrawAboveClouds();
+    if (frame.complete) {
+        StoreFrame(Stored::Scene);
+    }
+    m_view->Finish();
+    m_frameMilliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    UpdateTitle();
+    // While the map moves under the mouse, the next frame is another one.
+    m_waits = !frame.complete && frame.groundIsRead && frame.drawn == 0 && !frame.enlarged;
+    if (!frame.complete && !m_waits && !m_dragging) {
+        RedrawOverlay();
+    }
+    if (!frame.complete) {
+        SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+    }
+    return frame.complete || !frame.groundIsRead || frame.enlarged || m_waits || m_dragging ||
+           frame.spacingPixels <= kMostSpacingOfPointSize * m_scene.GetPointSize();
+}
+
+CloudsFrame ViewerWindow::RefineOrBegin() {
+    const CloudBudget budget{m_options.budgetPoints, m_options.budgetMilliseconds};
+    if (m_stored == Stored::Clouds && RestoreFrame(true)) {
+        const CloudsFrame frame = m_scene.Refine(*m_view);
+        if (!frame.outdated) {
+            return frame;
+        }
+    }
+    return m_scene.Begin(*m_view, budget);
+}
+
+void ViewerWindow::DrawAboveClouds() {
+    m_scene.DrawShapes(*m_view);
+    if (IsMap()) {
+        DrawMapTexts();
+    }
+}
+
+/// Puts the stored frame into the back buffer; with its depths, so that points can be added.
+///
+/// NOTE: On a fixed-function context the store has no depths. There those of the frame are still in the depth buffer:
+/// nothing that is drawn over the clouds writes any, and swapping leaves them alone.
+bool ViewerWindow::RestoreFrame(bool depths) {
     if (!m_view->MakeCurrent(KTR::GLContextMain)) {
         return false;
     }
-    m_view->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, m_width, m_height, 0, 0, m_width, m_height, false, false,
+    m_view->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, m_width, m_height, 0, 0, m_width, m_height, false, depths,
                                 false);
     return true;
 }
 
+void ViewerWindow::StoreFrame(Stored stored) {
+    const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
+    const bool isStored = !m_dragging && SUCCEEDED(m_view->SaveBackingStore(deviceContext, KTR::GLContextMain, GL_BACK,
+                                                                            0, 0, m_width, m_height));
+    m_stored = isStored ? stored : Stored::Nothing;
+}
+
+/// Shows what has come to the scene since the last frame.
+void ViewerWindow::MeetScene() {
+    m_scene.Update();
+    if (m_scene.GetVersion() == m_sceneVersion) {
+        return;
+    }
+    m_sceneVersion = m_scene.GetVersion();
+    if (!m_isNavigated && m_view->MakeCurrent(KTR::GLContextMain)) {
+        // What was everything until now is no step of the view's history.
+        const KTR::GLViewOrientation orientation = m_view->GetCurrentViewOrientation();
+        m_view->PreviousView();
+        m_scene.ShowEverything(*m_view, orientation);
+    }
+    Redraw();
+}
+
 void ViewerWindow::Redraw() {
-    m_isSceneStored = false;
+    m_stored = Stored::Nothing;
     RedrawOverlay();
 }
 
 void ViewerWindow::UpdateTitle() const {
-    std::wstring title = L"OrrinViewer - " + std::to_wstring(m_scene.CountPoints()) + L" points, " +
+    std::wstring title = L"OrrinViewer - " + std::to_wstring(m_scene.CountPoints()) +
+                         (m_scene.IsReading() ? L" points so far, " : L" points, ") +
                          std::to_wstring(m_scene.CountFeatures()) + L" features";
     if (m_scene.CountPoints() > 0) {
         const std::string colors = m_scene.NameOfColors();
@@ -518,6 +619,9 @@ void ViewerWindow::UpdateTitle() const {
         wchar_t time[32] = {};
         std::swprintf(time, std::size(time), L" - %.1f ms", m_frameMilliseconds);
         title += time;
+    }
+    if (const std::string problem = m_scene.GetProblem(); !problem.empty()) {
+        title += L" - " + WideText(problem);
     }
     SetWindowTextW(m_window, title.c_str());
 }

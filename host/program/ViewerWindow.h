@@ -22,6 +22,9 @@ namespace OrrinViewer {
 /// A frame has two layers. The scene is drawn only when it or the camera changes, and the view then keeps the finished
 /// frame in its backing store. What follows the mouse is drawn over the restored frame, however long the scene itself
 /// takes.
+///
+/// A large cloud is drawn in several frames, each of which adds points to the one before; between them the window
+/// answers. The backing store then has the ground with the points so far, and shapes and texts are drawn over it.
 class ViewerWindow {
 public:
     /// `closed` is called when the user closes the window; it is hidden then, and still the caller's to destroy.
@@ -34,7 +37,7 @@ public:
     /// `offsetPixels` to the right of and below where the system puts it.
     bool Open(int offsetPixels);
 
-    /// Draws the scene into the back buffer. Returns the milliseconds until OpenGL was done with it.
+    /// Draws the whole scene into the back buffer. Returns the milliseconds until OpenGL was done with it.
     double DrawScene();
     /// Shows the back buffer.
     void Present();
@@ -42,6 +45,13 @@ public:
     void SaveFrame(const std::filesystem::path& path);
 
 private:
+    /// What the backing store has.
+    enum class Stored {
+        Nothing,
+        Clouds, ///< of the scene the ground and the points so far
+        Scene,
+    };
+
     static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam);
     void HandleButtonDown(WPARAM keys, POINT cursor, bool isRight);
@@ -50,6 +60,7 @@ private:
     void HandleMouseLeave();
     void HandleKey(WPARAM key);
     void HandleWheel(WPARAM wParam, LPARAM lParam);
+    void HandleTimer();
     /// Moves the picture, or turns the 3-D view, by so many pixels to the right and down.
     void Drag(double rightPixels, double downPixels);
     void ShowFrom(KTR::GLViewOrientation orientation);
@@ -66,7 +77,12 @@ private:
     void DrawOverlay();
     void DrawRubberBand(std::vector<PixelText>& texts);
     void DrawFrame();
-    bool RestoreScene();
+    bool DrawSceneOrPart();
+    bool RestoreFrame(bool depths);
+    void StoreFrame(Stored stored);
+    CloudsFrame RefineOrBegin();
+    void DrawAboveClouds();
+    void MeetScene();
     /// The scene has to be drawn anew.
     void Redraw();
     /// Only what lies over it has changed.
@@ -81,9 +97,12 @@ private:
     LabelLayer m_labels;
     HWND m_window = nullptr;
     bool m_ready = false;
-    bool m_isSceneStored = false;     ///< the backing store has the scene as it has to be shown
-    double m_frameMilliseconds = 0.0; ///< of the last frame; 0 before the first
-    int m_width = 1;                  ///< of the client area in pixels, at least 1
+    Stored m_stored = Stored::Nothing; ///< as it has to be shown
+    bool m_waits = false;              ///< points are to come, but there are none to draw now
+    int m_sceneVersion = 0;            ///< that is shown
+    bool m_isNavigated = false;        ///< the user has chosen what is shown
+    double m_frameMilliseconds = 0.0;  ///< of the last frame; 0 before the first
+    int m_width = 1;                   ///< of the client area in pixels, at least 1
     int m_height = 1;
     bool m_dragging = false;
     bool m_draggingPans = false; ///< also in perspective
