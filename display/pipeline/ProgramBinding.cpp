@@ -1,5 +1,6 @@
 #include "ProgramBinding.h"
 
+#include "../platform/Border.h"
 #include "../values/LightDirection.h"
 #include "../view/ViewAccess.h"
 #include "ClientState.h"
@@ -14,7 +15,6 @@
 #include <glm/gtc/matrix_inverse.hpp>
 
 #include <atomic>
-#include <exception>
 
 namespace KTR {
 
@@ -66,7 +66,8 @@ unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const
     }
     try {
         return &objects.hostVertexArrays.emplace_back(ContextObjects::HostVertexArray{data.program, 0}).vertexArray;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return nullptr;
     }
 }

@@ -1,9 +1,13 @@
 #include "ShaderFiles.h"
 
+#include "../platform/Border.h"
 #include "../platform/Notice.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <ios>
+#include <limits>
 #include <memory>
 #include <new>
 #include <string>
@@ -24,7 +28,7 @@ template <typename Char> std::basic_string<Char> FolderOf(std::basic_string<Char
 
 } // namespace
 
-long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length) {
+long ReadShaderSource(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length) {
     *source = nullptr;
     *length = 0;
     CString path;
@@ -60,6 +64,12 @@ long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsig
     return S_OK;
 }
 
+long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length) {
+    *source = nullptr;
+    *length = 0;
+    return AtTheBorder(long{E_OUTOFMEMORY}, [&] { return ReadShaderSource(folder, file, source, length); });
+}
+
 void UnloadShader(unsigned char** source) {
     delete[] reinterpret_cast<char*>(*source);
     *source = nullptr;
@@ -78,29 +88,40 @@ unsigned long GetFileLength(std::ifstream& stream) {
     stream.seekg(0, std::ios::end);
     const std::ifstream::pos_type end = stream.tellg();
     stream.seekg(position);
-    return end > std::ifstream::pos_type(0) ? static_cast<unsigned long>(end) : 0;
+    constexpr std::streamoff most = std::numeric_limits<unsigned long>::max();
+    return end > std::ifstream::pos_type(0) ? static_cast<unsigned long>(std::min(std::streamoff(end), most)) : 0;
 }
 
 void GetExecutablePath(CString& path) {
-    std::wstring name(MAX_PATH, L'\0');
-    DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
-    while (length == name.size()) {
-        name.resize(name.size() * 2);
-        length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+    const bool found = AtTheBorder([&path] {
+        std::wstring name(MAX_PATH, L'\0');
+        DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        while (length == name.size()) {
+            name.resize(name.size() * 2);
+            length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        }
+        name.resize(length);
+        path = FolderOf(std::move(name)).c_str();
+    });
+    if (!found) {
+        path.Empty();
     }
-    name.resize(length);
-    path = FolderOf(std::move(name)).c_str();
 }
 
 void GetExecutablePathASCII(CStringA& path) {
-    std::string name(MAX_PATH, '\0');
-    DWORD length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
-    while (length == name.size()) {
-        name.resize(name.size() * 2);
-        length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
+    const bool found = AtTheBorder([&path] {
+        std::string name(MAX_PATH, '\0');
+        DWORD length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        while (length == name.size()) {
+            name.resize(name.size() * 2);
+            length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        }
+        name.resize(length);
+        path = FolderOf(std::move(name)).c_str();
+    });
+    if (!found) {
+        path.Empty();
     }
-    name.resize(length);
-    path = FolderOf(std::move(name)).c_str();
 }
 
 void GetCommonFolder(CString& path) {
@@ -112,7 +133,9 @@ void GetCommonFolder(CString& path) {
         GetExecutablePath(path);
         return;
     }
-    path.Format(L"%s\\%s", folder, L"Orrin\\");
+    if (!AtTheBorder([&] { path.Format(L"%s\\%s", folder, L"Orrin\\"); })) {
+        path.Empty();
+    }
 }
 
 } // namespace KTR

@@ -2,6 +2,7 @@
 
 #include "GLCalls.h"
 
+#include "Border.h"
 #include "ContextLifecycle.h"
 #include "CriticalSectionLock.h"
 #include "Notice.h"
@@ -30,7 +31,7 @@ int COpenGLView::CreateContext(HDC deviceContext, bool drawToWindow, GLRendering
     type = KindFor(deviceContext, type);
     const bool hardware = drawToWindow && acceleration != AccelerationSoftware;
     const int deviceColorBits = colorBits < 1 ? GetDeviceCaps(deviceContext, BITSPIXEL) : colorBits;
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
 
     int result = 0;
     if (m_gsOpenGLVersionData.bAdvancedPixelFormat && acceleration != AccelerationSoftware) {
@@ -92,7 +93,7 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
 
 int COpenGLView::CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type,
                                         const wchar_t* name, int colorBits, OpenGLHardwareAcceleration acceleration) {
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
     const int deviceColorBits = colorBits < 1 ? GetDeviceCaps(deviceContext, BITSPIXEL) : colorBits;
     if (acceleration == AccelerationSoftware) {
         ForceSoftwareRendering(true);
@@ -260,7 +261,7 @@ void COpenGLView::RestoreAsCurrentExitingDCAndGLRC() {
 }
 
 int COpenGLView::RecreateContext(bool makeCurrent, HDC deviceContext, const wchar_t* name) {
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
     GLRenderingContextRecord& record = m_contexts[GLContextMain];
     // The new context is made on the same device context, so that one must not be released with the old context.
     HDC released = record.deviceContext == deviceContext ? nullptr : record.deviceContext;
@@ -283,7 +284,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     if (!context) {
         return 1;
     }
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
     GLRenderingContextRecord& record = m_contexts[type];
     const bool held = record.renderingContext == context;
     const bool own = ShareGroup::Find(context).owner == this;

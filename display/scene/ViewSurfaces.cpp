@@ -1,6 +1,7 @@
 #include "../pipeline/ForcedState.h"
 #include "../pipeline/ProgramBinding.h"
 #include "../pipeline/StockPrograms.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "StreamBuffer.h"
 #include "SurfaceNormals.h"
@@ -11,7 +12,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -423,7 +423,8 @@ long COpenGLView::DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const 
         const bool drawn = DrawsWithPrograms() ? DrawWithProgram(*this, geometry, shader, whole, ranges)
                                                : DrawWithFixedFunctions(*this, geometry, shader, whole, ranges);
         return drawn ? S_OK : E_OUTOFMEMORY;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
