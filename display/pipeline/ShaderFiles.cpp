@@ -18,6 +18,8 @@ namespace {
 
 constexpr wchar_t kCaption[] = L"OpenGL Shader Error";
 constexpr DWORD kFolderCapacity = 520;
+/// Two hundred times the largest stock source. What is larger is no shader, and compilers take minutes over it.
+constexpr unsigned long kLargestFile = 1024 * 1024;
 
 /// Everything up to and including the last backslash.
 template <typename Char> std::basic_string<Char> FolderOf(std::basic_string<Char> path) {
@@ -43,6 +45,11 @@ long ReadShaderSource(const wchar_t* folder, const wchar_t* file, char** source,
     const unsigned long fileLength = GetFileLength(stream);
     if (fileLength == 0) {
         message.Format(L"OpenGL 4.x Shader File: %s empty.", path.GetString());
+        ShowMessageBox(nullptr, message, kCaption, MB_OK);
+        return E_INVALIDARG;
+    }
+    if (fileLength > kLargestFile) {
+        message.Format(L"OpenGL 4.x Shader File: %s is larger than %ld bytes.", path.GetString(), kLargestFile);
         ShowMessageBox(nullptr, message, kCaption, MB_OK);
         return E_INVALIDARG;
     }

@@ -10,7 +10,7 @@ namespace KTR {
 
 /// Reads `folder` + `file` into a new zero-terminated buffer, to be freed with DeleteShaderSource. `length` is the size
 /// of the file in bytes. On failure a message box tells which file, and the outputs are null and 0: E_ACCESSDENIED when
-/// it cannot be opened, E_INVALIDARG when it is empty, E_OUTOFMEMORY.
+/// it cannot be opened, E_INVALIDARG when it is empty or larger than a megabyte, E_OUTOFMEMORY.
 ORRIN_DISPLAY_API long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length);
 
 /// The same for the library itself: what is thrown meanwhile is the caller's to catch.
