@@ -77,7 +77,7 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  20. View volume               display/view/ViewVolume.cpp, ViewConversions.cpp, display/scene/ViewPerspective.cpp
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///  22. Profiles                  display/profile/ViewProfile.cpp
-///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
+///  23. Vertices in bulk        display/pipeline/ViewBulk.cpp
 ///  24. State of drawing        display/view/ViewDrawingState.cpp, ViewReset.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
