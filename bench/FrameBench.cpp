@@ -23,12 +23,13 @@ struct Way {
     /// Traits that a workload must have, all of them, for this way to say something new about it.
     unsigned wants;
     std::unique_ptr<Painter> (*make)();
+    unsigned cannot = 0; ///< traits of workloads that it cannot draw
 };
 
 const Way kWays[] = {
-    {"glBegin", "glBegin", false, kAny, DrawByBegin},
-    {"client_arrays", "client arrays", false, kAny, DrawFromClientArrays},
-    {"by_hand", "by hand", true, kAny, [] { return DrawByHand(32'760); }},
+    {"glBegin", "glBegin", false, kAny, DrawByBegin, kStyled},
+    {"client_arrays", "client arrays", false, kAny, DrawFromClientArrays, kStyled},
+    {"by_hand", "by hand", true, kAny, [] { return DrawByHand(32'760); }, kStyled},
     {"by_hand_8000", "by hand, 8,000", true, kLong, [] { return DrawByHand(8'000); }},
     {"fixed", "fixed-function", false, kAny, [] { return DrawWithLibrary({}); }},
     {"4x", "4.x", true, kAny, [] { return DrawWithLibrary({}); }},
@@ -48,7 +49,7 @@ const Way kWays[] = {
 };
 
 bool Suits(const Way& way, const Workload& workload) {
-    return (workload.traits & way.wants) == way.wants;
+    return (workload.traits & way.wants) == way.wants && (workload.traits & way.cannot) == 0;
 }
 
 /// Counts how often the library or a loop by hand waited for a fence to its end, in the 4.x context.

@@ -52,6 +52,8 @@ def table(driver, null):
     print("|---" * (len(others) + 6) + "|")
     for workload in workloads:
         begin = milliseconds(driver, workload, base)
+        if not any(begin):
+            continue
         cells = [workload, pair(begin)]
         cells += [pair(ratios(begin, milliseconds(driver, workload, way))) for way in others]
         against_hand = ratios(milliseconds(driver, workload, library), milliseconds(driver, workload, hand))
@@ -62,6 +64,11 @@ def table(driver, null):
             waits = driver.get((workload, way, "visible"), {}).get("waits")
             cells.append("" if waits is None else f"{waits:,.0f}")
         print("| " + " | ".join(cells) + " |")
+    own = [workload for workload in workloads if not any(milliseconds(driver, workload, base))]
+    if own:
+        print(f"\n| Only the library | fixed-function, ms | {library}, ms |\n|---|---|---|")
+    for workload in own:
+        print(f"| {workload} | {' | '.join(pair(milliseconds(driver, workload, way)) for way in ('fixed-function', library))} |")
 
 
 def starts(path):
@@ -74,11 +81,23 @@ def starts(path):
         print(f"| {name} | {number(statistics.median(taken))} {unit} |")
 
 
+def clouds(folder):
+    columns = {}
+    for pipeline in ("4x", "fixed"):
+        for line in (folder / f"cloud-{pipeline}.txt").read_text().splitlines():
+            name, value, unit = line.split("\t")
+            columns.setdefault((name, unit.strip()), []).append(number(float(value)))
+    print("\n| A large cloud | 4.x | fixed-function |\n|---|---|---|")
+    for (name, unit), (programs, fixed) in columns.items():
+        print(f"| {name} | {programs} {unit} | {fixed} {unit} |")
+
+
 def main():
     folder = pathlib.Path(sys.argv[1])
     table(medians(folder / "driver.json"), medians(folder / "null.json"))
     spread(folder / "driver.json")
     starts(folder / "start.txt")
+    clouds(folder)
 
 
 main()

@@ -1,8 +1,18 @@
 #!/usr/bin/env bash
 # Checks the format of all sources and the contents list of the view's header, compares the generated tables with their
-# catalogue, and reads the sources with clang-tidy.
+# catalogue, and reads the sources with clang-tidy. --deep has its analyzer follow more paths through each function, which
+# takes twice as long.
 source "$(dirname "$0")/common.sh"
 cd "$root"
+shallow=(--extra-arg=-Xclang --extra-arg=-analyzer-config --extra-arg=-Xclang --extra-arg=mode=shallow)
+case ${1:-} in
+    "") ;;
+    --deep) shallow=() ;;
+    *)
+        echo "usage: tools/lint.sh [--deep]" >&2
+        exit 2
+        ;;
+esac
 
 mapfile -t formatted < <(git ls-files '*.h' '*.cpp' | grep -v '/generated/')
 step clang-format "Checking the format of ${#formatted[@]} files" clang-format --dry-run -Werror "${formatted[@]}"
@@ -31,6 +41,6 @@ json.dump(entries, open(output, "w"))
 PYTHON
 mapfile -t sources < <(python3 -c 'import json, sys; print("\n".join(e["file"] for e in json.load(open(sys.argv[1]))))' "$database/compile_commands.json")
 tidy() {
-    printf '%s\0' "${sources[@]}" | xargs -0 -P2 -n4 clang-tidy -p "$database" --quiet
+    printf '%s\0' "${sources[@]}" | xargs -0 -P2 -n4 clang-tidy -p "$database" --quiet "${shallow[@]}"
 }
 step clang-tidy "Reading ${#sources[@]} sources with clang-tidy" tidy

@@ -157,6 +157,17 @@ public:
         }
     }
 
+    void Draw(const Shapes& content) override {
+        m_view->BeginShapes();
+        for (const std::vector<PointXYZ>& string : content.strings) {
+            m_view->DrawLineString(string.data(), static_cast<int>(string.size()), content.line);
+        }
+        for (const PointXYZ& place : content.symbols) {
+            m_view->DrawSymbol(content.kind, place.x, place.y, place.z, content.symbol);
+        }
+        m_view->EndShapes();
+    }
+
 private:
     void DrawInOneCall(const Tiles& content) {
         m_quadrilaterals.resize(content.tiles.size());

@@ -21,6 +21,7 @@ public:
     virtual void Draw(const Labels& content) = 0;
     virtual void Draw(const StaticPoints& content) = 0;
     virtual void Draw(const Tiles& content) = 0;
+    virtual void Draw(const Shapes&) {} ///< only the library
     virtual void Leave() {}
 };
 

@@ -129,6 +129,37 @@ Content LineStrings() {
     return content;
 }
 
+/// The line strings as a map shows roads: wide, dashed, with round joins.
+Content DashedStrings() {
+    const Batches lines = std::get<Batches>(LineStrings());
+    Shapes content;
+    content.line.width = 5.0;
+    content.line.color = GLRGBAColor{200, 90, 30, 255};
+    content.line.join = KTR::GLLineJoinRound;
+    content.line.dashes = {9.0, 4.0};
+    for (int string = 0; string < lines.batches; ++string) {
+        std::vector<PointXYZ>& points = content.strings.emplace_back();
+        lines.Walk(string, [&points](const DrawnVertex* first, const DrawnVertex* last) {
+            for (const DrawnVertex* vertex = first; vertex != last; ++vertex) {
+                points.push_back(vertex->position);
+            }
+        });
+    }
+    return content;
+}
+
+Content TenThousandSymbols() {
+    Shapes content;
+    content.symbol.color = GLRGBAColor{60, 140, 220, 255};
+    content.symbol.outlineWidth = 1.0;
+    Numbers numbers;
+    for (int symbol = 0; symbol < 10'000; ++symbol) {
+        content.symbols.push_back(
+            {numbers.WholePixel(kWindowWidth, 10) + 4.5, numbers.WholePixel(kWindowHeight, 10) + 4.5, 0.0});
+    }
+    return content;
+}
+
 /// A ring about a centre whose radius waves, counter-clockwise or clockwise, on quarters of a pixel.
 std::vector<PointXY> WavyRing(double x, double y, double radius, int vertices, bool clockwise) {
     std::vector<PointXY> ring;
@@ -240,6 +271,8 @@ std::vector<Workload> MakeWorkloads(bool quick) {
         {"six_vertex_batches", "20,000 batches of six vertices", kManySmall | kShares | kManyCalls, SixVertexBatches},
         {"line_strings", "5,000 line strings of 40 vertices", kManySmall | kShares | kStandsStill, LineStrings},
         {"parcels", "470 parcels with holes, filled", kManySmall | kShares | kStandsStill, Parcels},
+        {"dashed_strings", "5,000 wide dashed strings of 40 vertices", kStyled, DashedStrings, 3},
+        {"symbols", "10,000 symbols with outlines", kStyled, TenThousandSymbols},
         {"labels", "10,000 labels of eight characters", kLong | kManyCalls, TenThousandLabels},
         {"tiles", "a raster of 200 tiles", kShares | kTiled, RasterOfTiles},
         {"static_points", std::to_string(millions) + " million points that stand still", kStandsStill,

@@ -83,7 +83,16 @@ struct Tiles {
     std::vector<Tile> tiles;
 };
 
-using Content = std::variant<Batches, Polygons, Labels, StaticPoints, Tiles>;
+/// Line strings in one style, and symbols of one look: what only the library draws.
+struct Shapes {
+    KTR::GLLineStyle line;
+    std::vector<std::vector<PointXYZ>> strings;
+    KTR::GLSymbolKind kind = KTR::GLSymbolCircle;
+    KTR::GLSymbolStyle symbol;
+    std::vector<PointXYZ> symbols;
+};
+
+using Content = std::variant<Batches, Polygons, Labels, StaticPoints, Tiles, Shapes>;
 
 /// What decides which ways of drawing say something about a workload.
 enum Traits : unsigned {
@@ -94,7 +103,8 @@ enum Traits : unsigned {
     kStandsStill = 8, ///< a map's own content, which a host may add once and keep
     kShares = 16,     ///< many draws that a host may let share fences
     kTiled = 32,      ///< quadrilaterals that one call can draw
-    kInArrays = 64    ///< vertices that a host may well have in arrays
+    kInArrays = 64,   ///< vertices that a host may well have in arrays
+    kStyled = 128     ///< in styles that plain OpenGL does not have
 };
 
 struct Workload {

@@ -166,8 +166,16 @@ long MakeSmallerLevels(const ImageRows& rows, unsigned int filter, std::vector<I
     }
 }
 
+/// A format that all of a texture's channels can be read in.
+unsigned int WholeFormat(GLint internalFormat, unsigned int format) {
+    return internalFormat == GL_RGBA8 ? GL_RGBA : internalFormat == GL_RGB8 ? GL_RGB : format;
+}
+
 /// After a part of the bound texture has changed.
-long RefreshSmallerLevels(const GLCalls& gl, unsigned int format, const TextureFormat& kept) {
+long RefreshSmallerLevels(const GLCalls& gl, unsigned int changedFormat, bool programs) {
+    const GLint internalFormat = LevelParameter(gl, 0, GL_TEXTURE_INTERNAL_FORMAT);
+    const unsigned int format = WholeFormat(internalFormat, changedFormat);
+    const TextureFormat kept{internalFormat, FormatFor(format, programs).format, GL_UNSIGNED_BYTE};
     GLint filter = 0;
     gl.glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &filter);
     if (!HasSmallerLevels(static_cast<unsigned int>(filter))) {
@@ -281,7 +289,7 @@ long UpdateImage(COpenGLView& view, unsigned int texture, int x, int y, const Im
         const PixelStoreScope pixels(gl, PixelDirection::Unpack, {source.rowAlignment, source.rowLength, 0, 0});
         gl.glTexSubImage2D(GL_TEXTURE_2D, 0, x, y, source.width, source.height, kept.format, kept.type, source.pixels);
     }
-    return RefreshSmallerLevels(gl, source.format, kept);
+    return RefreshSmallerLevels(gl, source.format, programs);
 }
 
 } // namespace KTR

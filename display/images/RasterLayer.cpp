@@ -10,13 +10,13 @@
 #include "TreatedImage.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <map>
 #include <optional>
 #include <set>
-#include <span>
 #include <string_view>
 #include <utility>
 
@@ -246,6 +246,7 @@ private:
             rows = {rows.format,  PowerOfTwoFor(rows.width), PowerOfTwoFor(rows.height), PowerOfTwoFor(rows.width), 1,
                     padded.data()};
         }
+        m_own.reserve(m_own.size() + 1); // nothing is to fail once there is a texture
         TileTexture made{0, 0, rows.width, rows.height};
         const unsigned int filter = m_layer.description.smooth ? GL_LINEAR : GL_NEAREST;
         m_result = UploadImage(m_view, rows, GL_TEXTURE0, filter, made.texture, made.sampler);
@@ -300,90 +301,109 @@ private:
     long m_result = S_OK;
 };
 
-/// Cuts a convex polygon into quadrilaterals and gives each to `add`, as the indices of its corners; in the last one
-/// two may be the same.
-template <typename Add> void CutIntoQuadrilaterals(std::size_t corners, const Add& add) {
-    for (std::size_t next = 1; next + 1 < corners; next += 2) {
-        const std::size_t indices[] = {0, next, next + 1, std::min(next + 2, corners - 1)};
-        add(indices);
+SharedCorner MiddleOf(const std::vector<SharedCorner>& corners) {
+    SharedCorner middle;
+    const auto count = static_cast<double>(corners.size());
+    for (const SharedCorner& corner : corners) {
+        middle.firstColumn += corner.firstColumn / count;
+        middle.firstRow += corner.firstRow / count;
+        middle.secondColumn += corner.secondColumn / count;
+        middle.secondRow += corner.secondRow / count;
+    }
+    return middle;
+}
+
+/// Gives the quadrilaterals of a convex polygon to `add`, four corners each. Around the middle, so that each corner is
+/// one of a triangle with some area, also those in the middle of an edge.
+template <typename Add> void CutIntoQuadrilaterals(const std::vector<SharedCorner>& corners, const Add& add) {
+    const std::size_t count = corners.size();
+    if (count == 4) {
+        add({&corners[0], &corners[1], &corners[2], &corners[3]});
+        return;
+    }
+    const SharedCorner middle = MiddleOf(corners);
+    for (std::size_t first = 0; first < count; first += 2) {
+        const std::size_t second = (first + 1) % count;
+        const std::size_t third = first + 1 < count ? (first + 2) % count : second;
+        add({&middle, &corners[first], &corners[second], &corners[third]});
     }
 }
 
-/// Pieces of a layer, some of them under pieces of a second one.
-class FusedPieces {
+/// What is drawn of a layer: pieces of its own, and such that lie under pieces of a second one.
+class LayerPieces {
 public:
-    FusedPieces(LayerFrame& first, LayerFrame& second) : m_first(first), m_second(second) {}
+    explicit LayerPieces(LayerFrame& first) : m_first(first), m_outlines(first.Grid(), first.Tiles()) {}
 
-    void AddTile(const RasterTile& tile) {
+    void Add(const RasterTile& tile) {
+        if (const ShownTile* const shown = m_first.Find(tile)) {
+            std::vector<SharedCorner> corners;
+            for (const PointXY& corner : m_outlines.OutlineOf(tile)) {
+                corners.push_back({corner.x, corner.y, 0.0, 0.0});
+            }
+            AddPiece(corners, *shown);
+        }
+    }
+    void AddUnder(LayerFrame& second, const RasterTile& tile) {
         const ShownTile* const found = m_first.Find(tile);
         if (!found) {
             return;
         }
         const ShownTile first = *found;
-        for (const SharedPiece& piece : CutAlongTiles(m_first.Grid().AreaOf(tile), m_first.Placement(), m_second.Grid(),
-                                                      m_second.Placement(), m_second.Tiles())) {
-            const ShownTile* const second = piece.isShared ? m_second.Find(piece.second) : nullptr;
-            AddPiece(piece.corners, first, second);
+        for (const SharedPiece& piece : CutAlongTiles(m_outlines.OutlineOf(tile), m_first.Placement(), second.Grid(),
+                                                      second.Placement(), second.Tiles())) {
+            if (const ShownTile* const over = piece.isShared ? second.Find(piece.second) : nullptr) {
+                AddFusedPiece(piece.corners, first, second, *over);
+            } else {
+                AddPiece(piece.corners, first);
+            }
         }
     }
     const std::vector<TexturedQuadrilateral>& Alone() const { return m_alone; }
     const std::vector<FusedQuadrilateral>& Fused() const { return m_fused; }
 
 private:
-    void AddPiece(const std::vector<SharedCorner>& corners, const ShownTile& first, const ShownTile* second) {
-        CutIntoQuadrilaterals(corners.size(), [&](const std::size_t(&indices)[4]) {
-            FusedQuadrilateral one;
-            one.texture = first.texture.texture;
-            one.sampler = first.texture.sampler;
-            for (std::size_t index = 0; index < 4; ++index) {
-                const SharedCorner& corner = corners[indices[index]];
-                one.corners[index] = m_first.PlaceOf(corner.firstColumn, corner.firstRow);
-                one.coordinates[index] = m_first.CoordinatesIn(first, corner.firstColumn, corner.firstRow);
-                if (second) {
-                    one.fusionCoordinates[index] =
-                        m_second.CoordinatesIn(*second, corner.secondColumn, corner.secondRow);
-                }
-            }
-            if (second) {
-                one.fusionTexture = second->texture.texture;
-                one.fusionSampler = second->texture.sampler;
-                m_fused.push_back(one);
-            } else {
-                m_alone.push_back(one);
+    using Corners = std::array<const SharedCorner*, 4>;
+
+    void Place(const Corners& corners, const ShownTile& shown, TexturedQuadrilateral& one) const {
+        one.texture = shown.texture.texture;
+        one.sampler = shown.texture.sampler;
+        for (std::size_t index = 0; index < corners.size(); ++index) {
+            const SharedCorner& corner = *corners[index];
+            one.corners[index] = m_first.PlaceOf(corner.firstColumn, corner.firstRow);
+            one.coordinates[index] = m_first.CoordinatesIn(shown, corner.firstColumn, corner.firstRow);
+        }
+    }
+    void AddPiece(const std::vector<SharedCorner>& polygon, const ShownTile& shown) {
+        CutIntoQuadrilaterals(polygon, [&](const Corners& corners) { Place(corners, shown, m_alone.emplace_back()); });
+    }
+    void AddFusedPiece(const std::vector<SharedCorner>& polygon, const ShownTile& shown, const LayerFrame& second,
+                       const ShownTile& over) {
+        CutIntoQuadrilaterals(polygon, [&](const Corners& corners) {
+            FusedQuadrilateral& one = m_fused.emplace_back();
+            Place(corners, shown, one);
+            one.fusionTexture = over.texture.texture;
+            one.fusionSampler = over.texture.sampler;
+            for (std::size_t index = 0; index < corners.size(); ++index) {
+                one.fusionCoordinates[index] =
+                    second.CoordinatesIn(over, corners[index]->secondColumn, corners[index]->secondRow);
             }
         });
     }
 
     LayerFrame& m_first;
-    LayerFrame& m_second;
+    TileOutlines m_outlines;
     std::vector<TexturedQuadrilateral> m_alone;
     std::vector<FusedQuadrilateral> m_fused;
 };
 
-TexturedQuadrilateral QuadrilateralOf(const LayerFrame& frame, const ShownTile& shown, const RasterArea& area) {
-    const std::pair<double, double> places[] = {
-        {area.left, area.top}, {area.right, area.top}, {area.right, area.bottom}, {area.left, area.bottom}};
-    TexturedQuadrilateral one;
-    one.texture = shown.texture.texture;
-    one.sampler = shown.texture.sampler;
-    for (std::size_t corner = 0; corner < 4; ++corner) {
-        const auto [column, row] = places[corner];
-        one.corners[corner] = frame.PlaceOf(column, row);
-        one.coordinates[corner] = frame.CoordinatesIn(shown, column, row);
-    }
-    return one;
-}
-
 long DrawLayer(COpenGLView& view, RasterLayerState& layer, double z) {
     LayerFrame frame(view, layer, z);
     frame.Read();
-    std::vector<TexturedQuadrilateral> quadrilaterals;
+    LayerPieces pieces(frame);
     for (const RasterTile& tile : frame.Tiles()) {
-        if (const ShownTile* const shown = frame.Find(tile)) {
-            quadrilaterals.push_back(QuadrilateralOf(frame, *shown, frame.Grid().AreaOf(tile)));
-        }
+        pieces.Add(tile);
     }
-    view.DrawTexturedQuadrilaterals(quadrilaterals.data(), quadrilaterals.size());
+    view.DrawTexturedQuadrilaterals(pieces.Alone().data(), pieces.Alone().size());
     return frame.End();
 }
 
@@ -393,9 +413,9 @@ long DrawLayers(COpenGLView& view, RasterLayerState& firstLayer, RasterLayerStat
     LayerFrame second(view, secondLayer, z);
     first.Read();
     second.Read();
-    FusedPieces pieces(first, second);
+    LayerPieces pieces(first);
     for (const RasterTile& tile : first.Tiles()) {
-        pieces.AddTile(tile);
+        pieces.AddUnder(second, tile);
     }
     view.DrawTexturedQuadrilaterals(pieces.Alone().data(), pieces.Alone().size());
     DrawFusedQuadrilaterals(view, pieces.Fused(), mode, amount);
@@ -467,12 +487,13 @@ void CRasterLayer::SetStyle(const GLDataStyle& style) {
         return;
     }
     try {
-        m_state->description.style = style;
+        GLDataStyle copy = style;
+        m_state->description.style = std::move(copy);
         m_state->colors.reset();
         Forget();
     } catch (...) {
         DropCaught();
-        m_state.reset();
+        // Without memory for it the colours stay.
     }
 }
 

@@ -76,6 +76,7 @@ public:
     /// this one is drawn alone. `mode` and `amount` as in DrawFusionOnQuadrilateral.
     long DrawFused(COpenGLView& view, CRasterLayer& second, GLFusionMode mode, double amount, double z = 0.0);
 
+    /// In the coordinates that the view's matrices are for, as those of all that is drawn.
     void SetPlacement(const GLRasterPlacement& placement);
     /// Other colours of values: the tiles are read again. They are also with Forget, where the source has changed.
     void SetStyle(const GLDataStyle& style);

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <set>
-#include <utility>
 
 namespace KTR {
 
@@ -311,17 +309,65 @@ std::vector<RasterTile> ReadingOrder(const RasterGrid& grid, const std::vector<R
     return order;
 }
 
-std::vector<SharedPiece> CutAlongTiles(const RasterArea& area, const GLRasterPlacement& first,
+TileOutlines::TileOutlines(const RasterGrid& grid, const std::vector<RasterTile>& tiles) : m_grid(grid) {
+    m_mixed = std::any_of(tiles.begin(), tiles.end(),
+                          [&tiles](const RasterTile& tile) { return tile.level != tiles.front().level; });
+    if (!m_mixed) {
+        return;
+    }
+    for (const RasterTile& tile : tiles) {
+        const RasterArea area = grid.AreaOf(tile);
+        for (const double column : {area.left, area.right}) {
+            for (const double row : {area.top, area.bottom}) {
+                m_byColumn.emplace(column, row);
+                m_byRow.emplace(row, column);
+            }
+        }
+    }
+}
+
+std::vector<PointXY> TileOutlines::OutlineOf(const RasterTile& tile) const {
+    const RasterArea area = m_grid.AreaOf(tile);
+    if (!m_mixed) {
+        return {{area.left, area.top}, {area.right, area.top}, {area.right, area.bottom}, {area.left, area.bottom}};
+    }
+    // The corners on an edge, its ends included.
+    const auto onEdge = [](const std::set<std::pair<double, double>>& corners, double line, double from, double to) {
+        std::vector<double> places;
+        for (auto corner = corners.lower_bound({line, from}); corner != corners.upper_bound({line, to}); ++corner) {
+            places.push_back(corner->second);
+        }
+        return places;
+    };
+    std::vector<double> upper = onEdge(m_byRow, area.top, area.left, area.right);
+    std::vector<double> right = onEdge(m_byColumn, area.right, area.top, area.bottom);
+    std::vector<double> lower = onEdge(m_byRow, area.bottom, area.left, area.right);
+    std::vector<double> left = onEdge(m_byColumn, area.left, area.top, area.bottom);
+    std::vector<PointXY> outline;
+    for (std::size_t index = 0; index + 1 < upper.size(); ++index) {
+        outline.push_back({upper[index], area.top});
+    }
+    for (std::size_t index = 0; index + 1 < right.size(); ++index) {
+        outline.push_back({area.right, right[index]});
+    }
+    for (std::size_t index = lower.size(); index-- > 1;) {
+        outline.push_back({lower[index], area.bottom});
+    }
+    for (std::size_t index = left.size(); index-- > 1;) {
+        outline.push_back({area.left, left[index]});
+    }
+    return outline;
+}
+
+std::vector<SharedPiece> CutAlongTiles(const std::vector<PointXY>& outline, const GLRasterPlacement& first,
                                        const RasterGrid& secondGrid, const GLRasterPlacement& second,
                                        const std::vector<RasterTile>& secondTiles) {
     const ModelToPixels toSecond(second);
-    const std::pair<double, double> places[] = {
-        {area.left, area.top}, {area.right, area.top}, {area.right, area.bottom}, {area.left, area.bottom}};
     Polygon polygon;
-    for (const auto& [column, row] : places) {
-        const double x = first.originX + first.columnX * column + first.rowX * row;
-        const double y = first.originY + first.columnY * column + first.rowY * row;
-        polygon.push_back({column, row, toSecond.ColumnAt(x, y), toSecond.RowAt(x, y)});
+    for (const PointXY& corner : outline) {
+        const double x = first.originX + first.columnX * corner.x + first.rowX * corner.y;
+        const double y = first.originY + first.columnY * corner.x + first.rowY * corner.y;
+        polygon.push_back({corner.x, corner.y, toSecond.ColumnAt(x, y), toSecond.RowAt(x, y)});
     }
     std::vector<SharedPiece> pieces;
     if (!toSecond.IsUsable() || secondTiles.empty()) {

@@ -6,6 +6,8 @@
 
 #include <compare>
 #include <cstddef>
+#include <set>
+#include <utility>
 #include <vector>
 
 namespace KTR {
@@ -83,6 +85,23 @@ std::vector<RasterTile> SelectTiles(const RasterGrid& grid, const RasterCamera& 
 /// ones are few and soon there, to stand in for the others.
 std::vector<RasterTile> ReadingOrder(const RasterGrid& grid, const std::vector<RasterTile>& tiles);
 
+/// The corners of tiles that lie beside each other, in pixels of the raster. Where tiles of different levels meet,
+/// those of the finer ones are corners of the coarser one too: edges that are the same are drawn the same, and no pixel
+/// falls between them.
+class TileOutlines {
+public:
+    TileOutlines(const RasterGrid& grid, const std::vector<RasterTile>& tiles);
+
+    /// From the upper left corner on, clockwise.
+    std::vector<PointXY> OutlineOf(const RasterTile& tile) const;
+
+private:
+    const RasterGrid& m_grid;
+    bool m_mixed = false; ///< of more than one level
+    std::set<std::pair<double, double>> m_byColumn;
+    std::set<std::pair<double, double>> m_byRow;
+};
+
 /// A corner of a piece that two rasters share, in pixels of each.
 struct SharedCorner {
     double firstColumn = 0.0;
@@ -98,9 +117,9 @@ struct SharedPiece {
     RasterTile second;                 ///< where it is
 };
 
-/// Cuts an area of a raster along the tiles `secondTiles` of another one. What lies beside that, or where the second
-/// raster has none of these tiles, comes out as pieces of the first alone.
-std::vector<SharedPiece> CutAlongTiles(const RasterArea& area, const GLRasterPlacement& first,
+/// Cuts the outline of a raster's tile along the tiles `secondTiles` of another one. What lies beside that, or where
+/// the second raster has none of these tiles, comes out as pieces of the first alone.
+std::vector<SharedPiece> CutAlongTiles(const std::vector<PointXY>& outline, const GLRasterPlacement& first,
                                        const RasterGrid& secondGrid, const GLRasterPlacement& second,
                                        const std::vector<RasterTile>& secondTiles);
 

@@ -22,13 +22,15 @@ namespace {
 /// powers of two.
 long LoadTile(COpenGLView& view, unsigned int textureUnit, const ImageRows& image, const TileSpan& columns,
               const TileSpan& rows, bool pads, unsigned int filter, unsigned int& texture, unsigned int& sampler) {
+    if (!IsLoadable(image)) {
+        return E_INVALIDARG;
+    }
     const int x = columns.textureFirst;
     const int y = rows.textureFirst;
     const int width = columns.textureLast - x;
     const int height = rows.textureLast - y;
     const int limit = ViewAccess::HasCurrentContext(view) ? view.GetContextMaxTextureSize() : 0;
-    const bool changeable =
-        image.pixels && image.format != GL_DEPTH_COMPONENT && IsLoadable(image) && width <= limit && height <= limit;
+    const bool changeable = image.pixels && image.format != GL_DEPTH_COMPONENT && width <= limit && height <= limit;
     if (!changeable) {
         return UploadImage(view, PartOf(image, x, y, width, height), textureUnit, filter, texture, sampler);
     }

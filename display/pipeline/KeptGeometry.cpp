@@ -12,7 +12,7 @@ namespace KTR {
 namespace {
 
 /// What a geometry holds, made where there is nothing yet. Null when there is no memory.
-KeptRecords* Holder(std::unique_ptr<KeptRecords>& kept) {
+KeptRecords* Holder(SoleOwner<KeptRecords>& kept) {
     if (!kept) {
         kept.reset(new (std::nothrow) KeptRecords);
     }

@@ -104,7 +104,7 @@ long BuildStockPrograms(const GLCalls& gl, ShaderSet& set, CString& message) {
     wchar_t failure[kFailureCapacity] = {};
     try {
         CString folder;
-        GetCommonFolder(folder);
+        GetShaderFolder(folder);
         message.Format(L"\n\n--------------------\n     OpenGL Shader Folder: %s \n--------------------\n\n",
                        folder.GetString());
         SendToDebugger(message);

@@ -11,6 +11,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace KTR {
 
@@ -26,6 +27,14 @@ template <typename Char> std::basic_string<Char> FolderOf(std::basic_string<Char
     const std::size_t end = path.rfind(Char('\\'));
     path.resize(end == std::basic_string<Char>::npos ? 0 : end + 1);
     return path;
+}
+
+/// What the host has named; empty for the machine's own place.
+std::wstring g_shaderFolder;
+
+bool IsFolder(const wchar_t* path) {
+    const DWORD attributes = GetFileAttributesW(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 } // namespace
@@ -141,6 +150,39 @@ void GetCommonFolder(CString& path) {
         return;
     }
     if (!AtTheBorder([&] { path.Format(L"%s\\%s", folder, L"Orrin\\"); })) {
+        path.Empty();
+    }
+}
+
+long UseShaderFolder(const wchar_t* folder) {
+    const bool named = AtTheBorder([folder] {
+        std::wstring path = folder ? folder : L"";
+        if (!path.empty() && path.back() != L'\\' && path.back() != L'/') {
+            path += L'\\';
+        }
+        g_shaderFolder = std::move(path);
+    });
+    return named ? S_OK : E_OUTOFMEMORY;
+}
+
+void GetShaderFolder(CString& path) {
+    const bool found = AtTheBorder([&path] {
+        if (!g_shaderFolder.empty()) {
+            path = g_shaderFolder.c_str();
+            return;
+        }
+        GetCommonFolder(path);
+        if (IsFolder(path)) {
+            return;
+        }
+        CString beside;
+        GetExecutablePath(beside);
+        beside += L"common\\Orrin\\";
+        if (IsFolder(beside)) {
+            path = beside;
+        }
+    });
+    if (!found) {
         path.Empty();
     }
 }

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "../Export.h"
-
-#include <afxwin.h>
+#include "../Framework.h"
 
 #include <iosfwd>
 
@@ -29,8 +28,16 @@ ORRIN_DISPLAY_API unsigned long GetFileLength(std::ifstream& stream);
 ORRIN_DISPLAY_API void GetExecutablePath(CString& path);
 ORRIN_DISPLAY_API void GetExecutablePathASCII(CStringA& path);
 
-/// The folder of the shader files, ending with a backslash: Orrin\ in %CommonProgramFiles%, or the program's own folder
-/// when the system does not say where that is.
+/// The folder that the system keeps shader files in, ending with a backslash: Orrin\ in %CommonProgramFiles%, or the
+/// program's own folder when the system does not say where that is.
 ORRIN_DISPLAY_API void GetCommonFolder(CString& path);
+
+/// Has the stock programs be built from the files of this folder. Null, as at the start, takes the folder from the
+/// machine: GetCommonFolder's, or where that does not exist the folder common/Orrin beside the program, if there is
+/// one. For programs that bring the files along elsewhere; call it before the first context is made. S_OK or
+/// E_OUTOFMEMORY. Not locked.
+ORRIN_DISPLAY_API long UseShaderFolder(const wchar_t* folder);
+/// The folder that the stock programs are built from, ending with a backslash.
+ORRIN_DISPLAY_API void GetShaderFolder(CString& path);
 
 } // namespace KTR

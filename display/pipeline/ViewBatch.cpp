@@ -116,6 +116,9 @@ void COpenGLView::OpenBatch(unsigned int mode, GLShaderTypes shader) {
         m_filling->BeginBatch(mode);
         return;
     }
+    if (m_shapes && m_shapes->Waits()) {
+        DrawWaitingVertices(); // they leave no program bound
+    }
     if (m_batch.stateDisableWaits) {
         if (DrawsWithPrograms() && IsStockProgram(shader)) {
             BindStockProgram(*this, shader);

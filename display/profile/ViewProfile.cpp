@@ -2,6 +2,7 @@
 
 #include "../overlay/ClientDrawing.h"
 #include "../platform/Border.h"
+#include "../platform/LockScope.h"
 #include "../shapes/ShapeStyles.h"
 #include "../view/ViewAccess.h"
 #include "../view/ViewVolume.h"
@@ -39,11 +40,11 @@ struct ProfileLink {
 class ProfileLinks {
 public:
     void Add(const ProfileLink& link) {
-        const Locked locked(m_lock);
+        const LockScope locked(m_lock);
         m_links.push_back(link);
     }
     std::vector<ProfileLink> Of(const COpenGLView& view) {
-        const Locked locked(m_lock);
+        const LockScope locked(m_lock);
         std::vector<ProfileLink> links;
         std::ranges::copy_if(m_links, std::back_inserter(links),
                              [&](const ProfileLink& link) { return link.profile == &view || link.map == &view; });
@@ -51,7 +52,7 @@ public:
     }
     /// Removes the first link that is as wanted. One without views when there is none.
     template <typename Wanted> ProfileLink Take(Wanted wanted) {
-        const Locked locked(m_lock);
+        const LockScope locked(m_lock);
         const auto found = std::ranges::find_if(m_links, wanted);
         if (found == m_links.end()) {
             return {};
@@ -62,17 +63,6 @@ public:
     }
 
 private:
-    class Locked {
-    public:
-        explicit Locked(SRWLOCK& lock) : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
-        ~Locked() { ReleaseSRWLockExclusive(&m_lock); }
-        Locked(const Locked&) = delete;
-        Locked& operator=(const Locked&) = delete;
-
-    private:
-        SRWLOCK& m_lock;
-    };
-
     SRWLOCK m_lock = SRWLOCK_INIT;
     std::vector<ProfileLink> m_links;
 };

@@ -91,7 +91,7 @@ public:
         m_pieces[0].Add(point, onUpper, area);
     }
     void End(int point, TriangulatedArea& area) {
-        for (int piece = 0; piece < m_count; ++piece) {
+        for (std::size_t piece = 0; piece < m_count; ++piece) {
             m_pieces[piece].End(point, area);
         }
         m_count = 0;
@@ -126,7 +126,7 @@ public:
 
 private:
     std::array<Piece, 2> m_pieces; ///< from below
-    int m_count = 0;
+    std::size_t m_count = 0;
 };
 
 class TriangleSweep {
@@ -134,11 +134,9 @@ public:
     explicit TriangleSweep(const std::vector<BorderEdge>& borders) {
         m_edges.reserve(borders.size());
         m_insideAbove.reserve(borders.size());
-        m_meetsOther.reserve(borders.size());
         for (const BorderEdge& border : borders) {
             m_edges.push_back(border.edge);
             m_insideAbove.push_back(border.insideAbove);
-            m_meetsOther.push_back(border.meetsOther);
         }
         NumberPoints();
     }
@@ -163,7 +161,7 @@ public:
         for (std::size_t edge = 0; edge < m_edges.size(); ++edge) {
             const bool forward = m_insideAbove[edge];
             m_area.border.push_back({forward ? m_leftPoints[edge] : m_rightPoints[edge],
-                                     forward ? m_rightPoints[edge] : m_leftPoints[edge], m_meetsOther[edge]});
+                                     forward ? m_rightPoints[edge] : m_leftPoints[edge]});
         }
         return std::move(m_area);
     }
@@ -209,7 +207,6 @@ private:
     TriangulatedArea m_area;
     std::vector<PlanarEdge> m_edges;
     std::vector<bool> m_insideAbove;
-    std::vector<bool> m_meetsOther;
     std::vector<int> m_leftPoints;
     std::vector<int> m_rightPoints;
     std::vector<int> m_byLeft; ///< edges in the order of those

@@ -8,7 +8,6 @@ namespace KTR {
 struct BorderEdge {
     PlanarEdge edge;
     bool insideAbove = false;
-    bool meetsOther = false; ///< what is outside belongs to the fill's other layer
 };
 
 /// An area cut into triangles.
@@ -16,7 +15,6 @@ struct TriangulatedArea {
     struct Border {
         int from = 0; ///< numbers of points
         int to = 0;
-        bool meetsOther = false; ///< see BorderEdge
     };
 
     std::vector<PointXYZ> points;

@@ -72,8 +72,7 @@ TriangulatedArea TriangulateEdges(const std::vector<PlanarEdge>& edges, FillRule
         const std::array<int, 2> above{edge.below[0] + edge.step[0], edge.below[1] + edge.step[1]};
         const bool insideAbove = IsInside(rule, above);
         if (insideAbove != IsInside(rule, edge.below)) {
-            const std::array<int, 2>& outside = insideAbove ? edge.below : above;
-            borders.push_back({edge, insideAbove, outside[1] != 0});
+            borders.push_back({edge, insideAbove});
         }
     }
     TriangulatedArea area = Triangulate(borders);
@@ -94,11 +93,11 @@ TriangulatedArea FillRings(std::span<const FillRing> rings, FillRule rule, const
     for (const double factor : {1.0, kOtherGrid}) {
         const double step = finest * factor;
         std::vector<PlanarEdge> edges = EdgesOf(rings, step);
-        const bool small = edges.size() < kFewEdges;
+        const bool isSmall = edges.size() < kFewEdges;
         if (SeparateEdges(edges, kMostSplits)) {
             return TriangulateEdges(edges, rule, step);
         }
-        if (!small) {
+        if (!isSmall) {
             break;
         }
     }

@@ -24,6 +24,9 @@ constexpr std::size_t kMostSymbolVertices = 2'000'000;
 constexpr std::size_t kMostVertices = kBatchRecords;
 
 unsigned char AlphaOf(unsigned char alpha, float coverage) {
+    if (coverage == 1.0F) {
+        return alpha; // most are
+    }
     return static_cast<unsigned char>(std::lround(static_cast<float>(alpha) * coverage));
 }
 
@@ -272,7 +275,7 @@ ShapeScope::ShapeScope(COpenGLView& view, unsigned int mode, const PointXYZ& fir
     if (!ViewAccess::HasCurrentContext(view)) {
         return;
     }
-    std::unique_ptr<ShapeDrawing>& kept = ViewAccess::Shapes(view);
+    SoleOwner<ShapeDrawing>& kept = ViewAccess::Shapes(view);
     if (!kept) {
         kept = std::make_unique<ShapeDrawing>();
     }

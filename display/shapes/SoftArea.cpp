@@ -10,7 +10,7 @@ using namespace Plane;
 
 namespace {
 
-/// Most that a corner of the border moves, in moves of its edges.
+/// Most that a corner of the fringe is away from that of the border, in its widths.
 constexpr double kLongestMiter = 3.0;
 
 constexpr double kStraight = 1e-9;
@@ -35,36 +35,27 @@ public:
         FindSmallRings(kSmallestRing * fringe * fringe);
     }
 
-    /// -1 where corners were too tangled to tell.
-    int Before(std::size_t edge) const { return m_before[edge]; }
     int Next(std::size_t edge) const { return m_next[edge]; }
-    /// Whether several rings pass the point.
-    bool IsShared(int point) const { return m_firstEdge[Index(point) + 1] - m_firstEdge[Index(point)] > 1; }
-
     /// Whether the border fades along an edge.
-    bool IsSoft(std::size_t edge) const { return !m_area.border[edge].meetsOther && !m_small[edge]; }
+    bool IsSoft(std::size_t edge) const { return !m_small[edge]; }
 
-    /// How the start of an edge moves when the edges that meet there move outwards by so much. Sharp corners do not
-    /// reach far, and between two edges that enclose next to nothing of the outside they stay.
-    PointXY MoveAt(std::size_t edge, double before, double after) const {
+    /// Where the fringe ends at the start of an edge, for a fringe of width 1. Sharp corners do not reach far, and
+    /// where two edges enclose next to nothing of the outside there is no room for it.
+    PointXY MiterAt(std::size_t edge) const {
         const PointXY next = NormalOf(edge);
         if (m_before[edge] < 0) {
-            return next * after;
+            return next;
         }
         const PointXY first = NormalOf(Index(m_before[edge]));
-        const double cosine = Dot(first, next);
-        const double squaredSine = 1.0 - cosine * cosine;
-        const double farthest = std::max(std::abs(before), std::abs(after)) * kLongestMiter;
-        if (squaredSine < kStraight) {
-            return cosine > 0.0 ? (first + next) * ((before + after) * 0.25) : -LeftOf(first) * before;
+        if (1.0 + Dot(first, next) < kStraight) {
+            return -LeftOf(first); // a spike: its tip moves on
         }
-        const PointXY move =
-            (first * (before - cosine * after) + next * (after - cosine * before)) * (1.0 / squaredSine);
-        const double length = Length(move);
-        if (length <= farthest) {
-            return move;
+        const PointXY miter = MiterOf(first, next);
+        const double length = Length(miter);
+        if (length <= kLongestMiter) {
+            return miter;
         }
-        return Cross(first, next) < 0.0 ? PointXY{} : move * (farthest / length);
+        return Cross(first, next) < 0.0 ? PointXY{} : miter * (kLongestMiter / length);
     }
 
 private:
@@ -150,16 +141,10 @@ ShapeVertex VertexOf(const PointXYZ& point, float coverage, unsigned char paint)
     return {point.x, point.y, point.z, coverage, paint};
 }
 
-PointXYZ Moved(const PointXYZ& point, const PointXY& by) {
-    return {point.x + by.x, point.y + by.y, point.z};
-}
-
-void AddTriangles(const TriangulatedArea& area, const std::vector<PointXYZ>& points, float coverage,
-                  unsigned char paint, ShapeMesh& mesh) {
+void AddTriangles(const TriangulatedArea& area, float coverage, unsigned char paint, ShapeMesh& mesh) {
     for (const std::array<int, 3>& triangle : area.triangles) {
-        const auto at = [&](int corner) {
-            return VertexOf(points[static_cast<std::size_t>(triangle[static_cast<std::size_t>(corner)])], coverage,
-                            paint);
+        const auto at = [&](std::size_t corner) {
+            return VertexOf(area.points[static_cast<std::size_t>(triangle[corner])], coverage, paint);
         };
         mesh.AddTriangle(at(0), at(1), at(2));
     }
@@ -168,46 +153,30 @@ void AddTriangles(const TriangulatedArea& area, const std::vector<PointXYZ>& poi
 } // namespace
 
 void AddArea(const TriangulatedArea& area, unsigned char paint, ShapeMesh& mesh) {
-    AddTriangles(area, area.points, 1.0F, paint, mesh);
+    AddTriangles(area, 1.0F, paint, mesh);
 }
 
 void AddSoftArea(const TriangulatedArea& area, const SoftEdge& soft, ShapeMesh& mesh) {
-    const BorderRings rings(area, soft.inwards + soft.outwards);
-    // Along the other layer, whose own edge fades there, the area reaches below that.
-    const auto moveOf = [&](std::size_t edge, double whereSoft) {
-        return rings.IsSoft(edge) ? whereSoft : area.border[edge].meetsOther ? soft.outwards : 0.0;
-    };
-    const auto before = [&rings](std::size_t edge) {
-        return rings.Before(edge) < 0 ? edge : static_cast<std::size_t>(rings.Before(edge));
-    };
-    std::vector<PointXYZ> full = area.points;
-    for (std::size_t edge = 0; edge < area.border.size(); ++edge) {
-        const int point = area.border[edge].from;
-        if (!rings.IsShared(point)) {
-            PointXYZ& place = full[static_cast<std::size_t>(point)];
-            place = Moved(place, rings.MoveAt(edge, moveOf(before(edge), -soft.inwards), moveOf(edge, -soft.inwards)));
-        }
-    }
-    AddTriangles(area, full, soft.coverage, soft.paint, mesh);
+    AddTriangles(area, soft.coverage, soft.paint, mesh);
+    const BorderRings rings(area, soft.width);
     std::vector<bool> done(area.border.size());
     for (std::size_t start = 0; start < area.border.size(); ++start) {
-        // A ring, or the soft part of one.
+        if (done[start] || !rings.IsSoft(start)) {
+            continue;
+        }
         mesh.BeginStrip();
         std::size_t edge = start;
         const auto addRib = [&] {
-            const auto point = static_cast<std::size_t>(area.border[edge].from);
-            const PointXY move = rings.MoveAt(edge, moveOf(before(edge), soft.outwards), moveOf(edge, soft.outwards));
-            mesh.Add(VertexOf(Moved(area.points[point], move), 0.0F, soft.paint));
-            mesh.Add(VertexOf(full[point], soft.coverage, soft.paint));
+            const PointXYZ& point = area.points[static_cast<std::size_t>(area.border[edge].from)];
+            const PointXY miter = rings.MiterAt(edge) * soft.width;
+            mesh.Add(VertexOf({point.x + miter.x, point.y + miter.y, point.z}, 0.0F, soft.paint));
+            mesh.Add(VertexOf(point, soft.coverage, soft.paint));
         };
-        while (!done[edge] && rings.IsSoft(edge)) {
+        for (; !done[edge]; edge = static_cast<std::size_t>(rings.Next(edge))) {
             done[edge] = true;
             addRib();
-            edge = static_cast<std::size_t>(rings.Next(edge));
-            if (done[edge] || !rings.IsSoft(edge)) {
-                addRib();
-            }
         }
+        addRib();
         mesh.BeginStrip();
     }
 }

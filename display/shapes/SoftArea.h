@@ -5,16 +5,15 @@
 
 namespace KTR {
 
-/// How the edge of an area fades: from the full colour `inwards` of the border to nothing `outwards` of it.
+/// How an area fades around its border.
 struct SoftEdge {
-    double inwards = 0.0;
-    double outwards = 0.0;
-    float coverage = 1.0F; ///< what full is
+    double width = 0.0; ///< outside of the border, over which it fades
+    float coverage = 1.0F;
     unsigned char paint = 0;
 };
 
-/// Adds an area whose border fades, so that no place is covered twice. Where the border meets the other layer of the
-/// fill it stays hard.
+/// Adds an area and what it fades to around it. Nearly no place is covered twice: only where the fringes of two parts
+/// of the border meet.
 void AddSoftArea(const TriangulatedArea& area, const SoftEdge& edge, ShapeMesh& mesh);
 
 /// Adds an area as it is.

@@ -22,8 +22,8 @@ constexpr double kSamePlace = 1e-9;
 /// The colour fades as the share of a pixel that a line of this width covers does: thinner than a fringe, it never gets
 /// full.
 Stroker::Stroker(const Stroke& stroke)
-    : m_stroke(stroke), m_half(stroke.width * 0.5), m_full(std::abs(m_half - stroke.fringe * 0.5)),
-      m_faded(m_half + stroke.fringe * 0.5),
+    : m_stroke(stroke), m_half(stroke.width * 0.5), m_full(std::abs(m_half - stroke.fringe * 0.5 + stroke.grow)),
+      m_faded(m_half + stroke.fringe * 0.5 + stroke.grow),
       m_coverage(stroke.width < stroke.fringe ? static_cast<float>(stroke.width / stroke.fringe) : 1.0F),
       m_outwards(m_faded - m_half), m_inwards(m_half - m_full) {}
 
@@ -79,7 +79,7 @@ void Stroker::MeasureJoins() {
         return;
     }
     for (std::size_t corner = m_closed ? 0 : 1; corner < (m_closed ? count : count - 1); ++corner) {
-        const PointXY& before = m_segments[(corner + count - 1) % count].direction;
+        const PointXY& before = m_segments[corner == 0 ? count - 1 : corner - 1].direction;
         const PointXY& after = m_segments[corner].direction;
         Join& join = m_joins[corner];
         const double sine = Cross(before, after);
@@ -95,12 +95,13 @@ void Stroker::MeasureJoins() {
     const double cut = m_stroke.cap == GLLineCapButt && !m_closed ? m_stroke.fringe * 0.5 : 0.0; // see AddCap
     for (std::size_t index = 0; index < m_segments.size(); ++index) {
         const Join& start = m_joins[index];
-        const Join& end = m_joins[(index + 1) % count];
+        const std::size_t next = index + 1 == count ? 0 : index + 1;
+        const Join& end = m_joins[next];
         const double needed = start.toLeft == end.toLeft ? start.trim + end.trim : std::max(start.trim, end.trim);
         const bool isEnd = index == 0 || index + 1 == m_segments.size();
         if (needed + (isEnd ? cut : 0.0) > m_segments[index].length) {
             m_joins[index].overlaps |= start.trim > 0.0;
-            m_joins[(index + 1) % count].overlaps |= end.trim > 0.0;
+            m_joins[next].overlaps |= end.trim > 0.0;
         }
     }
 }
@@ -212,7 +213,7 @@ void Stroker::AddOutside(const PointXY& normal, const PointXY& next) {
 void Stroker::AddJoin(std::size_t corner) {
     const std::size_t count = m_points.size();
     const PointXYZ& point = m_points[corner];
-    const PointXY before = LeftOf(m_segments[(corner + count - 1) % count].direction);
+    const PointXY before = LeftOf(m_segments[corner == 0 ? count - 1 : corner - 1].direction);
     const PointXY after = LeftOf(m_segments[corner].direction);
     const double outer = m_joins[corner].toLeft ? -1.0 : 1.0;
     AddOutside(before * outer, after * outer);
@@ -229,7 +230,7 @@ void Stroker::AddOverlap(std::size_t corner) {
     m_simple = false;
     const std::size_t count = m_points.size();
     const PointXYZ& point = m_points[corner];
-    const PointXY& before = m_segments[(corner + count - 1) % count].direction;
+    const PointXY& before = m_segments[corner == 0 ? count - 1 : corner - 1].direction;
     const PointXY& after = m_segments[corner].direction;
     m_ribs.push_back(RibAt(point, before, m_coverage));
     EmitRibs();
@@ -255,7 +256,7 @@ void Stroker::AddCap(const PointXYZ& end, const PointXY& outwards, bool atStart,
         AddRoundCap(end, outwards, atStart);
         return;
     }
-    const double beyond = m_stroke.cap == GLLineCapSquare ? m_half : 0.0;
+    const double beyond = (m_stroke.cap == GLLineCapSquare ? m_half : 0.0) + m_stroke.grow;
     const PointXY along = atStart ? -outwards : outwards;
     const auto ribAt = [&](double distance, float coverage) {
         const PointXY place = Flat(end) + outwards * distance;

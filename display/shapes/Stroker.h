@@ -15,6 +15,7 @@ struct Stroke {
     GLLineJoin join = GLLineJoinMiter;
     double miterLimit = 4.0; ///< at least 1
     GLLineCap cap = GLLineCapButt;
+    double grow = 0.0;      ///< moves all edges outwards; only without a fringe
     double tolerance = 0.1; ///< of round joins and caps
     unsigned char paint = 0;
 };

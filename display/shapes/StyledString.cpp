@@ -24,6 +24,11 @@ constexpr double kTolerancePixels = 0.1;
 /// A pattern that repeats within fewer pixels than this would be no pattern to the eye.
 constexpr double kShortestPatternPixels = 0.5;
 
+/// The full colour of a transparent line is at least this wide, as a part of what its edge fades over.
+constexpr double kThinnestFull = 0.25;
+/// Most of a casing's band that fades on each side.
+constexpr double kWidestFade = 0.375;
+
 /// A string of more segments is taken as one that touches itself; to compare all would take longer than to draw so.
 constexpr std::size_t kMostComparedSegments = 500;
 
@@ -147,18 +152,12 @@ private:
     std::vector<int> m_layers;
 };
 
-/// The stroke without fading edges, and how the edges of its area fade then.
-Stroke HardStroke(const Stroke& stroke) {
+/// A stroke with hard edges that is wider than another by `by` all around.
+Stroke WidenedStroke(const Stroke& stroke, double by) {
     Stroke hard = stroke;
+    hard.grow = by;
     hard.fringe = 0.0;
     return hard;
-}
-
-SoftEdge EdgeOf(const Stroke& stroke) {
-    const double half = stroke.width * 0.5;
-    const double fade = stroke.fringe * 0.5;
-    return {half - std::abs(half - fade), fade, static_cast<float>(std::min(stroke.width / stroke.fringe, 1.0)),
-            stroke.paint};
 }
 
 /// What a string is drawn from.
@@ -204,31 +203,38 @@ private:
 
     void AddUnion(const std::vector<PlaneString>& strings, const Stroke& stroke, const DashPattern& dashes,
                   const GLRGBAColor& color) const {
+        // The area is that of the full colour, which must have some width; then a thin line is as much fainter.
+        const double fade = stroke.fringe * 0.5;
+        const double full = std::max(std::abs(stroke.width * 0.5 - fade), fade * kThinnestFull);
+        const double faded = stroke.width * 0.5 + fade;
         ShapeMesh& mesh = m_scope.Mesh();
         mesh.Clear();
-        StrokeStrings(strings, HardStroke(stroke), dashes, m_window, mesh);
+        StrokeStrings(strings, WidenedStroke(stroke, full - stroke.width * 0.5), dashes, m_window, mesh);
         MeshRings rings;
         rings.Add(mesh, 0);
-        AddFaded(rings.Fill(FillRule::First, m_window), stroke, color);
+        const double coverage = std::min(stroke.width / (full + faded), 1.0);
+        AddFaded(rings.Fill(FillRule::First, m_window), {faded - full, static_cast<float>(coverage)}, color);
     }
 
     /// Where both are transparent the casing must not shine through the line.
     void AddCasingAround(const std::vector<PlaneString>& strings) const {
+        const double band = (m_style.casing.width - m_style.line.width) * 0.5;
+        const double fade = std::min(m_style.casing.fringe * 0.5, band * kWidestFade);
         MeshRings rings;
         ShapeMesh& mesh = m_scope.Mesh();
         mesh.Clear();
-        StrokeStrings(strings, HardStroke(m_style.casing), DashPattern(), m_window, mesh);
+        StrokeStrings(strings, WidenedStroke(m_style.casing, -fade), DashPattern(), m_window, mesh);
         rings.Add(mesh, 0);
         mesh.Clear();
-        StrokeStrings(strings, HardStroke(m_style.line), m_style.dashes, m_window, mesh);
+        StrokeStrings(strings, WidenedStroke(m_style.line, fade), m_style.dashes, m_window, mesh);
         rings.Add(mesh, 1);
-        AddFaded(rings.Fill(FillRule::FirstWithoutSecond, m_window), m_style.casing, m_casingColor);
+        AddFaded(rings.Fill(FillRule::FirstWithoutSecond, m_window), {2.0 * fade, 1.0F}, m_casingColor);
     }
 
-    void AddFaded(const TriangulatedArea& area, const Stroke& stroke, const GLRGBAColor& color) const {
+    void AddFaded(const TriangulatedArea& area, const SoftEdge& edge, const GLRGBAColor& color) const {
         ShapeMesh& mesh = m_scope.Mesh();
         mesh.Clear();
-        AddSoftArea(area, EdgeOf(stroke), mesh);
+        AddSoftArea(area, edge, mesh);
         m_scope.AddMesh(mesh, m_unit, &color);
     }
 

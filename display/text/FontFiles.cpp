@@ -2,6 +2,7 @@
 
 #include "../platform/Border.h"
 #include "../platform/Notice.h"
+#include "FontParameters.h"
 
 #include <knownfolders.h>
 #include <objbase.h>

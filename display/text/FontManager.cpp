@@ -2,6 +2,7 @@
 
 #include "../platform/Border.h"
 #include "../view/OpenGLView.h"
+#include "FontAtlas.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H

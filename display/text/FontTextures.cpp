@@ -3,6 +3,7 @@
 #include "../pipeline/PixelStoreScope.h"
 #include "../platform/Border.h"
 #include "../view/ViewAccess.h"
+#include "FontAtlas.h"
 #include "FontLevels.h"
 
 #include <GL/glext.h>

@@ -1,6 +1,7 @@
 #include "GlyphRun.h"
 
 #include "../view/ViewAccess.h"
+#include "FontAtlas.h"
 #include "KerningCache.h"
 
 #include <cstring>

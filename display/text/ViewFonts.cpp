@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "FontAtlas.h"
 #include "FontTextures.h"
 
 #include <cwchar>

@@ -5,6 +5,7 @@
 #include "../platform/GLCalls.h"
 
 #include "CodePage.h"
+#include "FontAtlas.h"
 #include "FontTextures.h"
 #include "ListDrawing.h"
 #include "MatrixScope.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../images/TextureRequest.h"
@@ -14,13 +15,13 @@
 #include "../text/FontManager.h"
 #include "../text/TextState.h"
 #include "../values/BasicTypes.h"
+#include "../values/SharedPointer.h"
+#include "../values/SoleOwner.h"
 #include "RenderingContextRecord.h"
 
-#include <afx.h>
 #include <afxtempl.h>
 
 #include <array>
-#include <memory>
 #include <vector>
 
 namespace spdlog {
@@ -32,7 +33,6 @@ namespace KTR {
 class GeometryFilling;
 class GLCalls;
 class GLGeometry;
-enum GLFusionMode : int;
 struct RasterState;
 struct TexturedQuadrilateral;
 enum GLLineJoin : int;
@@ -502,7 +502,7 @@ public:
     // ---- 11. Programs and buffers of the 4.x pipeline
     // Programs, their building and deletion. Implemented in ViewShaders.cpp
 
-    /// Builds the 13 stock programs on the current context, from the files in GetCommonFolder. 0, or the HRESULT of the
+    /// Builds the 13 stock programs on the current context, from the files in GetShaderFolder. 0, or the HRESULT of the
     /// first that failed; those before it stay. Failures show a message box.
     long BuildStockShaders();
     /// Builds one program into `data`; one that is already there is deleted. The last four files may be null. E_FAIL
@@ -861,7 +861,7 @@ public:
     /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
     /// text and images are drawn as ever. E_FAIL where a geometry is being filled already; E_OUTOFMEMORY.
     ///
-    /// \param origin  where the records' zero lies; without it, at the current coordinate offsets
+    /// The records' zero lies at `origin`; without one, at the current coordinate offsets.
     long BeginGeometry(GLGeometry& geometry);
     long BeginGeometry(GLGeometry& geometry, const PointXYZ& origin);
     /// The geometry is filled; a batch that was not ended is discarded. E_FAIL without a beginning and where the
@@ -884,7 +884,9 @@ public:
     // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call
     // that needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays
     // covered, draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into
-    // the back buffer between two of these calls comes to light with the next.
+    // the back buffer between two of these calls comes to light with the next. A host that draws its frame in steps
+    // saves the whole back buffer itself (SaveBackingStore) after each: that is then the frame, and after
+    // RestoreBackingStore of all of it the host goes on drawing without what overlays left there.
     //
     // Results: S_OK; S_FALSE, with nothing drawn, where there is no frame to draw over (none was drawn yet, or the
     // window's size or the context changed since: draw one, see NeedsRedraw) and for a band that is not active; E_FAIL
@@ -932,6 +934,8 @@ public:
     /// The band's points: those settled and, last, the one that follows the mouse; after the end those it ended with.
     /// Their number. At most `capacity` are written, to client coordinates.
     int GetRubberBandPoints(PointXY* points, int capacity) const;
+    /// The same in true coordinates, as Client2RealWorld finds them; what has none is no number.
+    int GetRubberBandPoints(PointXYZ* points, int capacity) const;
     /// Holds for bands begun from now on, and for the active one from its next move on. Values out of range are
     /// clamped.
     void SetRubberBandStyle(const GLRubberBandStyle& style);
@@ -1032,10 +1036,11 @@ public:
     /// \return as LoadGLImage; E_INVALIDARG also without values
     long LoadDataRaster(unsigned int type, int width, int height, int rowAlignment, unsigned int filter,
                         const void* values, const GLDataStyle& style, unsigned int& texture, unsigned int& sampler);
-    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster (whose format is GL_RGBA) filled, from column
-    /// `x` and row `y` on; smaller levels follow. It is bound to GL_TEXTURE0 afterwards. E_INVALIDARG for what does not
-    /// lie in the texture, and for a format that it cannot keep: it takes the one that it was loaded with, and any
-    /// where that had an opacity or pixels without data. E_FAIL without a current context; E_OUTOFMEMORY.
+    /// Replaces a part of a texture that LoadGLImage or LoadDataRaster filled, from column `x` and row `y` on, treated
+    /// and adjusted as an image is; smaller levels follow. The texture is bound to GL_TEXTURE0 afterwards. It takes the
+    /// format that it was loaded with; one with an opacity (GL_RGBA, values, pixels without data) takes any, and where
+    /// pixels without data are looked for it has to be such a one. E_INVALIDARG for others, and for what does not lie
+    /// in the texture; E_FAIL without a current context; E_OUTOFMEMORY.
     long UpdateGLImage(unsigned int texture, unsigned int format, int x, int y, int width, int height, int rowAlignment,
                        const void* pixels);
     /// Lets each channel of a pixel without data be off the marker by so many levels, 0 (as at the start) to 255.
@@ -1457,10 +1462,10 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
-    std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
-    std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
-    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
-    std::unique_ptr<ProfileState> m_profile;    ///< made with the first profile
+    SoleOwner<GeometryFilling> m_filling; ///< while a geometry is being filled
+    SoleOwner<ShapeDrawing> m_shapes;     ///< made at the first shape
+    SoleOwner<RasterState> m_rasters;     ///< null until a data raster was loaded
+    SoleOwner<ProfileState> m_profile;    ///< made with the first profile
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

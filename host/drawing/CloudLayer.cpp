@@ -1,63 +1,136 @@
 #include "CloudLayer.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 namespace OrrinViewer {
 
 namespace {
 
-/// Larger clouds, of two gigabytes and more, are drawn point by point.
-constexpr std::size_t kMostPointsKept = 60'000'000;
+/// Clouds up to this size are drawn whole, in the order of their file.
+constexpr std::uint64_t kSmallCloud = 1'000'000;
+/// Of the points that colours are first made of.
+constexpr std::uint64_t kFirstPoints = 10'000;
+
+CloudPoint PointOf(const KTR::PointCloudRecord& record, const PointXYZ& origin) {
+    CloudPoint point;
+    point.position = {origin.x + static_cast<double>(record.x), origin.y + static_cast<double>(record.y),
+                      origin.z + static_cast<double>(record.z)};
+    point.red = record.red;
+    point.green = record.green;
+    point.blue = record.blue;
+    point.classNumber = record.classNumber;
+    point.intensity = record.intensity;
+    return point;
+}
+
+KTR::PointCloudLimits Limits() {
+    KTR::PointCloudLimits limits;
+    limits.pointsInOrder = static_cast<unsigned int>(kSmallCloud);
+    return limits;
+}
 
 } // namespace
 
-CloudLayer::CloudLayer(PointCloud cloud) : m_cloud(std::move(cloud)) {}
+/// What the thread that reads tells the one that draws.
+struct CloudLayer::Progress {
+    explicit Progress(const CloudFields& fields) : survey(fields) {}
+
+    std::mutex mutex; ///< of all that follows
+    CloudSurvey survey;
+    std::string problem;
+};
+
+/// Hands a file's points to the library, on the library's thread.
+class CloudLayer::Feed final : public KTR::PointCloudReader {
+public:
+    Feed(std::unique_ptr<CloudReader> reader, std::shared_ptr<Progress> progress)
+        : m_reader(std::move(reader)), m_progress(std::move(progress)) {}
+
+    unsigned long long GetPointCount() const override { return m_reader->GetPointCount(); }
+
+    long Read(KTR::PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
+        try {
+            m_points.resize(capacity);
+            count = m_reader->Read(m_points);
+        } catch (const std::exception& error) {
+            const std::lock_guard lock(m_progress->mutex);
+            m_progress->problem = error.what();
+            return E_FAIL;
+        }
+        for (std::size_t index = 0; index < count; ++index) {
+            const CloudPoint& point = m_points[index];
+            points[index] = {{point.position.x, point.position.y, point.position.z},
+                             point.red,
+                             point.green,
+                             point.blue,
+                             point.classNumber,
+                             point.intensity};
+        }
+        const std::lock_guard lock(m_progress->mutex);
+        m_progress->survey.Add(std::span(m_points).first(count));
+        return S_OK;
+    }
+
+private:
+    std::unique_ptr<CloudReader> m_reader;
+    std::shared_ptr<Progress> m_progress;
+    std::vector<CloudPoint> m_points;
+};
+
+CloudLayer::CloudLayer(std::unique_ptr<CloudReader> reader)
+    : m_progress(std::make_shared<Progress>(reader->GetFields())), m_promisedExtent(reader->GetPromisedExtent()),
+      m_layer(std::make_unique<Feed>(std::move(reader), m_progress), Limits()) {}
+
+std::string CloudLayer::GetProblem() const {
+    const long result = m_layer.GetState().result;
+    const std::lock_guard lock(m_progress->mutex);
+    if (!m_progress->problem.empty() || result == S_OK) {
+        return m_progress->problem;
+    }
+    char text[64] = {};
+    std::snprintf(text, sizeof(text), "A point cloud cannot be kept (error %08lX)", static_cast<unsigned long>(result));
+    return text;
+}
+
+bool CloudLayer::Update() {
+    if (m_isSettled) {
+        return false;
+    }
+    // In this order: what is read after the question is for the next update.
+    const bool isReading = IsReading();
+    const std::lock_guard lock(m_progress->mutex);
+    const bool isMuchMore = m_progress->survey.Count() >= std::max(2 * m_traits.count, kFirstPoints);
+    if (isReading && !isMuchMore) {
+        return false;
+    }
+    m_isSettled = !isReading;
+    m_traits = m_progress->survey.Find();
+    return true;
+}
 
 void CloudLayer::Color(ColorMode mode) {
-    m_colors = ColorPoints(m_cloud, mode);
-    m_geometry.Clear();
+    const PointColors colors(m_traits, mode);
+    m_layer.SetColoring([colors](const KTR::PointCloudRecord* records, std::size_t count, const PointXYZ& origin,
+                                 GLRGBAColor* colored) {
+        for (std::size_t index = 0; index < count; ++index) {
+            const Rgb color = colors.ColorOf(PointOf(records[index], origin));
+            colored[index] = {color.red, color.green, color.blue, 255};
+        }
+    });
 }
 
-void CloudLayer::Draw(KTR::COpenGLView& view, const Position& origin, double pointSizePixels) {
-    view.PointSize(static_cast<float>(pointSizePixels));
-    view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderPoint);
-    if (!DrawKept(view, origin)) {
-        AddPoints(view, origin);
-    }
-    view.DisableClientState();
-}
-
-/// A cloud does not change from frame to frame: it is added once and stays where it is drawn from. What the graphics
-/// card has need not be in main memory too, since it can be added again.
-bool CloudLayer::DrawKept(KTR::COpenGLView& view, const Position& origin) {
-    if (m_cloud.Count() > kMostPointsKept || (m_geometry.GetCount() == 0 && !Keep(view, origin))) {
-        return false;
-    }
-    long result = view.DrawGeometry(m_geometry);
-    if (result == E_HANDLE && Keep(view, origin)) {
-        result = view.DrawGeometry(m_geometry);
-    }
-    return result == S_OK;
-}
-
-bool CloudLayer::Keep(KTR::COpenGLView& view, const Position& origin) {
-    if (m_geometry.Reserve(static_cast<int>(m_cloud.Count())) != S_OK ||
-        m_geometry.FreeRecordsAfterUpload(true) != S_OK || view.BeginGeometry(m_geometry) != S_OK) {
-        return false;
-    }
-    AddPoints(view, origin);
-    return view.EndGeometry() == S_OK;
-}
-
-void CloudLayer::AddPoints(KTR::COpenGLView& view, const Position& origin) const {
-    view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (std::size_t index = 0; index < m_cloud.Count(); ++index) {
-        const Position& position = m_cloud.positions[index];
-        const Rgb& color = m_colors[index];
-        view.AddIndex3DVertexRGBA(position.x - origin.x, position.y - origin.y, position.z - origin.z, color.red,
-                                  color.green, color.blue, 255);
-    }
-    view.EndArrays();
+KTR::PointCloudFrame CloudLayer::Draw(KTR::COpenGLView& view, double pointSizePixels, const CloudBudget& budget) {
+    KTR::PointCloudDrawing drawing; // relative to the view's coordinate offsets and nothing else
+    drawing.pointSizePixels = pointSizePixels;
+    const bool isSmall = m_isSettled && m_traits.count <= kSmallCloud;
+    drawing.mostPoints = isSmall ? 0 : budget.points;
+    drawing.mostMilliseconds = isSmall ? 0.0 : budget.milliseconds;
+    return m_layer.Draw(view, drawing);
 }
 
 } // namespace OrrinViewer

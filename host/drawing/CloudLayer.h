@@ -1,33 +1,60 @@
 #pragma once
 
 #include "SceneColors.h"
-#include "data/PointCloud.h"
+#include "data/CloudReader.h"
 
 #include <OrrinDisplay.h>
+#include <clouds/PointCloudLayer.h>
 
-#include <vector>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace OrrinViewer {
 
-/// A point cloud and how it is drawn: from geometry that is kept, or point by point where there is no memory for that.
+/// How much of a cloud one frame draws.
+struct CloudBudget {
+    std::uint64_t points = 0;  ///< 0: no limit
+    double milliseconds = 0.0; ///< 0: no limit
+};
+
+/// A point cloud and how it is drawn. Its points are read in the background, whatever their number; until all of them
+/// are there its traits, and with them its colours, are those of the points so far.
 class CloudLayer {
 public:
-    explicit CloudLayer(PointCloud cloud);
+    /// Begins to read.
+    explicit CloudLayer(std::unique_ptr<CloudReader> reader);
 
-    const PointCloud& Cloud() const { return m_cloud; }
+    /// Of the points read so far, as of the last Update.
+    const CloudTraits& Traits() const { return m_traits; }
+    /// The box that the file promised, until points have been read.
+    Extent GetExtent() const { return m_traits.extent.IsEmpty() ? m_promisedExtent : m_traits.extent; }
+    bool IsReading() const { return m_layer.GetState().reading; }
+    std::uint64_t CountPoints() const { return m_layer.GetState().pointsRead; }
+    /// Why there are no more points than those read; empty while nothing went wrong.
+    std::string GetProblem() const;
+    /// Takes the traits of the points that have come, where there are many more than before or no more to come. True
+    /// when there is something new, and the layer has to be coloured again.
+    bool Update();
     void Color(ColorMode mode);
-    /// Draws it relative to the origin.
-    void Draw(KTR::COpenGLView& view, const Position& origin, double pointSizePixels);
-    void ReleaseGeometry() { m_geometry.Clear(); }
+
+    /// Begins a frame: draws as much as the budget allows.
+    KTR::PointCloudFrame Draw(KTR::COpenGLView& view, double pointSizePixels, const CloudBudget& budget);
+    /// Adds as much again to a frame that Draw has begun.
+    KTR::PointCloudFrame Refine(KTR::COpenGLView& view) { return m_layer.Refine(view); }
+    /// Before a view goes.
+    void Forget(const KTR::COpenGLView& view) { m_layer.Forget(view); }
+    void ReleaseGeometry() { m_layer.FreeCard(); }
 
 private:
-    bool DrawKept(KTR::COpenGLView& view, const Position& origin);
-    bool Keep(KTR::COpenGLView& view, const Position& origin);
-    void AddPoints(KTR::COpenGLView& view, const Position& origin) const;
+    class Feed;
+    struct Progress;
 
-    PointCloud m_cloud;
-    std::vector<Rgb> m_colors;
-    KTR::GLGeometry m_geometry; ///< empty where it has to be added
+    std::shared_ptr<Progress> m_progress; ///< shared with the feed
+    Extent m_promisedExtent;
+    KTR::CPointCloudLayer m_layer;
+    CloudTraits m_traits;
+    bool m_isSettled = false; ///< the traits are those of all points
 };
 
 } // namespace OrrinViewer

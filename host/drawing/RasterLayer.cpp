@@ -1,85 +1,108 @@
 #include "RasterLayer.h"
 
-#include <algorithm>
+#include "ComputedRelief.h"
+#include "ElevationImages.h"
+#include "SceneColors.h"
+
+#include <limits>
 #include <utility>
 
 namespace OrrinViewer {
 
 namespace {
 
-/// Small enough for every driver, and for a part of a raster to be evicted from the cache on its own.
-constexpr int kLargestTile = 2048;
-constexpr int kBytesPerPixel = 4;
-constexpr unsigned int kTextureUnit = 0x84C0; // GL_TEXTURE0, which Windows' own header is too old for
+/// Of all rasters in all windows; the library's cache keeps to it.
+constexpr unsigned long long kTextureMemory = 256ULL << 20;
+
+KTR::GLRasterDescription Describe(const std::wstring& name, int width, int height, unsigned int pixels) {
+    KTR::GLRasterDescription description;
+    description.name = name;
+    description.width = width;
+    description.height = height;
+    description.pixels = pixels;
+    return description;
+}
+
+/// From the lowest to the highest elevation; a level plain takes the colour in the middle.
+KTR::GLDataStyle ElevationStyle(const ElevationRange& range) {
+    KTR::GLDataStyle style;
+    const double margin = range.low < range.high ? 0.0 : 1.0;
+    style.low = range.low - margin;
+    style.high = range.high + margin;
+    for (std::size_t index = 0; index < kElevationRamp.size(); ++index) {
+        const Rgb& color = kElevationRamp[index];
+        const double position = static_cast<double>(index) / (kElevationRamp.size() - 1);
+        style.stops.push_back({position, {color.red, color.green, color.blue, 255}});
+    }
+    return style;
+}
 
 } // namespace
 
-RasterLayer::RasterLayer(Raster raster, std::wstring name, bool smooth) : m_name(std::move(name)), m_smooth(smooth) {
-    if (smooth) {
-        m_levels = BuildPyramid(std::move(raster));
-    } else {
-        m_levels.push_back(std::move(raster));
-    }
+RasterLayer RasterLayer::ForImage(Raster raster, const std::wstring& name) {
+    RasterImage& image = raster.image;
+    return {Describe(name, image.width, image.height, GL_RGBA), raster.pixelToMap,
+            KTR::MakeImageReader(GL_RGBA, image.width, image.height, std::move(image.rgba))};
 }
 
-void RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z, double unitsPerPixel) const {
-    const int largestSide = std::min(kLargestTile, view.GetContextMaxTextureSize());
-    const std::size_t level = ChoosePyramidLevel(m_levels, unitsPerPixel);
-    const RasterImage& image = m_levels[level].image;
-    std::vector<KTR::TexturedQuadrilateral> quadrilaterals;
-    for (const RasterTile& tile : SplitIntoTiles(image.width, image.height, largestSide)) {
-        KTR::TexturedQuadrilateral quadrilateral = Place(level, tile, origin, z);
-        if (FindTexture(view, level, tile, quadrilateral.texture, quadrilateral.sampler)) {
-            quadrilaterals.push_back(quadrilateral);
+RasterLayer RasterLayer::ForElevations(const ElevationGrid& grid, const std::wstring& name) {
+    const int width = static_cast<int>(grid.columns);
+    const int height = static_cast<int>(grid.rows);
+    KTR::GLRasterDescription description = Describe(name, width, height, GL_FLOAT);
+    description.style = ElevationStyle(FindElevationRange(ElevationsWithData(grid)));
+    description.smooth = false;
+    return {std::move(description), PlaceCells(grid), KTR::MakeValueReader(width, height, ElevationValues(grid))};
+}
+
+RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {
+    KTR::GLRasterDescription description = Describe(L"computed relief", side, side, GL_FLOAT);
+    description.style = ElevationStyle({kComputedLow, kComputedHigh});
+    const double half = side * 0.5;
+    const auto read = [](const KTR::GLRasterWindow& window, void* pixels) {
+        ComputeRelief(window.level, window.x, window.y, window.width, window.height, static_cast<float*>(pixels));
+        return KTR::GLRasterReadDone;
+    };
+    return {description, {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read};
+}
+
+RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name) {
+    const int width = static_cast<int>(grid.columns);
+    const int height = static_cast<int>(grid.rows);
+    return {Describe(name + L" hillshade", width, height, GL_LUMINANCE_ALPHA), PlaceCells(grid),
+            KTR::MakeImageReader(GL_LUMINANCE_ALPHA, width, height, MakeHillshade(grid, exaggeration))};
+}
+
+RasterLayer::RasterLayer(const KTR::GLRasterDescription& description, const PixelToMap& pixelToMap,
+                         KTR::GLRasterReader reader)
+    : m_layer(description, std::move(reader)), m_pixelToMap(pixelToMap),
+      m_pixels(static_cast<std::size_t>(description.width) * static_cast<std::size_t>(description.height)) {
+    for (const int column : {0, description.width}) {
+        for (const int row : {0, description.height}) {
+            m_extent.Include(pixelToMap.At(column, row));
         }
     }
-    view.DrawTexturedQuadrilaterals(quadrilaterals.data(), quadrilaterals.size());
+    m_layer.SetCacheLimit(kTextureMemory);
 }
 
-/// Where a tile lies, without its texture. That has the image's upper row first, so that t grows downwards like the
-/// rows.
-KTR::TexturedQuadrilateral RasterLayer::Place(std::size_t level, const RasterTile& tile, const Position& origin,
-                                              double z) const {
-    const std::array<std::array<int, 2>, 4> pixels = {{{tile.column, tile.row},
-                                                       {tile.column + tile.columns, tile.row},
-                                                       {tile.column + tile.columns, tile.row + tile.rows},
-                                                       {tile.column, tile.row + tile.rows}}};
-    KTR::TexturedQuadrilateral quadrilateral;
-    for (std::size_t index = 0; index < pixels.size(); ++index) {
-        const auto [column, row] = pixels[index];
-        const Position place = m_levels[level].pixelToMap.At(column, row);
-        quadrilateral.corners[index] = {place.x - origin.x, place.y - origin.y, z};
-        quadrilateral.coordinates[index] = {static_cast<double>(column - tile.textureColumn) / tile.textureColumns,
-                                            static_cast<double>(row - tile.textureRow) / tile.textureRows};
-    }
-    return quadrilateral;
+void RasterLayer::ReadAtOnce() {
+    m_layer.SetReadingTime(std::numeric_limits<double>::infinity());
 }
 
-/// From the cache, where another window or an earlier frame may have put it; otherwise it is loaded and put there.
-/// False when the driver does not take it.
-bool RasterLayer::FindTexture(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, unsigned int& texture,
-                              unsigned int& sampler) const {
-    const RasterImage& image = m_levels[level].image;
-    const std::wstring name =
-        m_name + L"#" + std::to_wstring(level) + L"," + std::to_wstring(tile.column) + L"," + std::to_wstring(tile.row);
-    KTR::GLTextureObject* entry = nullptr;
-    const bool isThere = view.RequestTextureFromCache(
-        name.c_str(), image.width, image.height, 1, kBytesPerPixel, tile.textureColumns, tile.textureRows,
-        tile.textureColumn, tile.textureRow, tile.textureColumn + tile.textureColumns - 1,
-        tile.textureRow + tile.textureRows - 1, 1.0, 0.0, 0.0, true, true, false, true, true, &entry);
-    if (isThere) {
-        texture = entry->texture;
-        sampler = entry->sampler;
-        return true;
-    }
-    const std::vector<std::uint8_t> pixels = CopyTile(image, tile);
-    const unsigned int filter = m_smooth ? GL_LINEAR : GL_NEAREST;
-    if (FAILED(view.LoadGLImage(kTextureUnit, GL_RGBA, tile.textureColumns, tile.textureRows, kBytesPerPixel, filter,
-                                pixels.data(), texture, sampler))) {
-        return false;
-    }
-    view.AddRequestedTexture(texture, sampler, &entry);
-    return true;
+bool RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z) {
+    PlaceAround(origin);
+    return m_layer.Draw(view, z) != S_FALSE;
+}
+
+bool RasterLayer::DrawShaded(KTR::COpenGLView& view, RasterLayer& shade, double strength, const Position& origin,
+                             double z) {
+    PlaceAround(origin);
+    shade.PlaceAround(origin);
+    return m_layer.DrawFused(view, shade.m_layer, KTR::GLFusionMultiply, strength, z) != S_FALSE;
+}
+
+void RasterLayer::PlaceAround(const Position& origin) {
+    m_layer.SetPlacement({m_pixelToMap.columnX, m_pixelToMap.columnY, m_pixelToMap.rowX, m_pixelToMap.rowY,
+                          m_pixelToMap.originX - origin.x, m_pixelToMap.originY - origin.y});
 }
 
 } // namespace OrrinViewer

@@ -1,35 +1,46 @@
 #pragma once
 
-#include "RasterTiles.h"
+#include "data/ElevationGrid.h"
 #include "data/Raster.h"
 
 #include <OrrinDisplay.h>
+#include <images/RasterLayer.h>
 
 #include <string>
-#include <vector>
 
 namespace OrrinViewer {
 
-/// A raster on the map. Its textures live in the library's cache, where all windows find them by name.
+/// A raster on the map: the library's layer, with where it lies. `name` tells it from all other rasters of the process;
+/// all windows find its tiles by that.
 class RasterLayer {
 public:
-    /// `name` tells it from all other rasters of the process. `smooth` blends between pixels; without it each pixel is
-    /// a square of one colour, as cells of a grid are.
-    RasterLayer(Raster raster, std::wstring name, bool smooth);
+    /// An image, blended between its pixels.
+    static RasterLayer ForImage(Raster raster, const std::wstring& name);
+    /// Elevations: each cell a square, coloured from low to high, transparent where nothing was measured.
+    static RasterLayer ForElevations(const ElevationGrid& grid, const std::wstring& name);
+    /// A relief that is computed where it is looked at, `side` pixels each way, one of them a unit, around a place.
+    static RasterLayer ForComputedRelief(int side, const Position& middle);
+    /// The light on elevations, to shade other rasters with.
+    static RasterLayer ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name);
 
-    Extent FindExtent() const { return m_levels.front().FindExtent(); }
-    std::size_t CountPixels() const { return m_levels.front().image.rgba.size() / 4; }
-    /// Draws it at height z, relative to the origin. `unitsPerPixel` is the scale of the map; 0 draws all pixels.
-    void Draw(KTR::COpenGLView& view, const Position& origin, double z, double unitsPerPixel) const;
+    const Extent& FindExtent() const { return m_extent; }
+    std::size_t CountPixels() const { return m_pixels; }
+    /// Reads whatever a frame shows, however long that takes; otherwise a few milliseconds' worth.
+    void ReadAtOnce();
+
+    /// Draws it at height z, relative to the origin. False when more is to be read: another frame will show it finer.
+    bool Draw(KTR::COpenGLView& view, const Position& origin, double z);
+    /// The same, shaded by another one; how strongly is 0 to 1.
+    bool DrawShaded(KTR::COpenGLView& view, RasterLayer& shade, double strength, const Position& origin, double z);
 
 private:
-    KTR::TexturedQuadrilateral Place(std::size_t level, const RasterTile& tile, const Position& origin, double z) const;
-    bool FindTexture(KTR::COpenGLView& view, std::size_t level, const RasterTile& tile, unsigned int& texture,
-                     unsigned int& sampler) const;
+    RasterLayer(const KTR::GLRasterDescription& description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
+    void PlaceAround(const Position& origin);
 
-    std::vector<Raster> m_levels; ///< of its pyramid, the raster itself first
-    std::wstring m_name;
-    bool m_smooth;
+    KTR::CRasterLayer m_layer;
+    PixelToMap m_pixelToMap;
+    Extent m_extent;
+    std::size_t m_pixels;
 };
 
 } // namespace OrrinViewer

@@ -1,7 +1,11 @@
 #include "Scene.h"
 
+#include "StyledFeatures.h"
+
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <thread>
 #include <utility>
 
 namespace OrrinViewer {
@@ -19,35 +23,54 @@ PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
 }
 
+/// True where the positions can be longitudes and latitudes in degrees.
+bool FitsTheGlobe(const Extent& extent) {
+    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
+}
+
+void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
+    frame.complete = frame.complete && cloud.complete;
+    frame.outdated = frame.outdated || cloud.outdated;
+    frame.enlarged = frame.enlarged || cloud.enlarged;
+    frame.drawn += cloud.drawn;
+    frame.spacingPixels = std::max(frame.spacingPixels, cloud.spacingPixels);
+}
+
 } // namespace
 
-void Scene::AddCloud(PointCloud cloud) {
-    m_extent.Include(cloud.extent);
-    m_clouds.emplace_back(std::move(cloud));
+void Scene::AddCloud(CloudOpener open) {
+    m_clouds.push_back(std::make_unique<CloudLayer>(open()));
+    m_cloudOpeners.push_back(std::move(open));
+    m_extent.Include(m_clouds.back()->GetExtent());
 }
 
 void Scene::AddSurface(ElevationGrid grid) {
-    m_extent.Include(grid.FindExtent());
+    Include(grid.FindExtent());
     m_surfaces.emplace_back(std::move(grid));
 }
 
-void Scene::AddRaster(Raster raster, std::wstring name, bool smooth) {
-    m_extent.Include(raster.FindExtent());
-    m_rasters.emplace_back(std::move(raster), std::move(name), smooth);
+void Scene::AddRaster(RasterLayer raster) {
+    Include(raster.FindExtent());
+    m_rasters.push_back(std::move(raster));
+}
+
+void Scene::ShadeRasters(RasterLayer shade, double strength) {
+    m_shade.emplace(std::move(shade));
+    m_shadeStrength = strength;
 }
 
 void Scene::AddVectorLayer(VectorLayer layer) {
-    m_extent.Include(layer.extent);
+    Include(layer.extent);
     m_layers.push_back(std::move(layer));
     m_featureGeometry.emplace_back();
 }
 
 std::size_t Scene::CountPoints() const {
-    std::size_t count = 0;
-    for (const CloudLayer& cloud : m_clouds) {
-        count += cloud.Cloud().Count();
+    std::uint64_t count = 0;
+    for (const auto& cloud : m_clouds) {
+        count += cloud->CountPoints();
     }
-    return count;
+    return static_cast<std::size_t>(count);
 }
 
 std::size_t Scene::CountFeatures() const {
@@ -74,10 +97,58 @@ std::size_t Scene::CountPixels() const {
     return count;
 }
 
-void Scene::ColorClouds(std::optional<ColorMode> mode) {
-    if (!m_clouds.empty()) {
-        m_colorMode = mode.value_or(ChooseColorMode(m_clouds.front().Cloud()));
+void Scene::Update() {
+    bool isChanged = false;
+    for (const auto& cloud : m_clouds) {
+        isChanged = cloud->Update() || isChanged;
     }
+    if (!isChanged) {
+        return;
+    }
+    const double middle = m_extent.Center().z;
+    m_extent = m_extentWithoutClouds;
+    for (const auto& cloud : m_clouds) {
+        m_extent.Include(cloud->GetExtent());
+    }
+    if (m_extent.Center().z != middle) {
+        ReleaseShapes();
+    }
+    if (!m_isColorModeChosen) {
+        m_colorMode = ChooseColorMode(m_clouds.front()->Traits());
+    }
+    ColorAllClouds();
+    ++m_version;
+}
+
+bool Scene::IsReading() const {
+    return std::any_of(m_clouds.begin(), m_clouds.end(), [](const auto& cloud) { return cloud->IsReading(); });
+}
+
+void Scene::WaitUntilRead() {
+    while (IsReading()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    Update();
+}
+
+std::string Scene::GetProblem() const {
+    for (const auto& cloud : m_clouds) {
+        if (std::string problem = cloud->GetProblem(); !problem.empty()) {
+            return problem;
+        }
+    }
+    return {};
+}
+
+MapUnits Scene::GetUnits() const {
+    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
+    const bool areDegrees = !m_layers.empty() && FitsTheGlobe(m_extent);
+    return m_units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres);
+}
+
+void Scene::ColorClouds(std::optional<ColorMode> mode) {
+    m_isColorModeChosen = mode.has_value();
+    m_colorMode = mode.value_or(m_colorMode);
     ColorAllClouds();
 }
 
@@ -96,6 +167,7 @@ const char* Scene::SwitchColors() {
         m_colorMode = ColorMode::Recorded;
         break;
     }
+    m_isColorModeChosen = true;
     ColorAllClouds();
     return NameOfColors();
 }
@@ -114,6 +186,15 @@ const char* Scene::NameOfColors() const {
     return "";
 }
 
+void Scene::ReadRastersAtOnce() {
+    for (RasterLayer& raster : m_rasters) {
+        raster.ReadAtOnce();
+    }
+    if (m_shade) {
+        m_shade->ReadAtOnce();
+    }
+}
+
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
     // A scene without anything is shown as one position is.
     const PointXYZ low = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.low);
@@ -127,26 +208,33 @@ void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orient
     }
 }
 
-void Scene::Draw(KTR::COpenGLView& view) {
-    view.SetBackgroundColor(kBackground, true);
-    view.LoadViewMatrices();
-    view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
-    view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
+CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
+    LoadCamera(view);
+    CloudsFrame frame;
+    frame.groundIsRead = DrawGround(view);
+    frame.complete = frame.groundIsRead;
+    const auto clouds = std::max<std::size_t>(m_clouds.size(), 1);
+    const CloudBudget share{budget.points == 0 ? 0 : std::max<std::uint64_t>(budget.points / clouds, 1),
+                            budget.milliseconds / static_cast<double>(clouds)};
+    for (const auto& cloud : m_clouds) {
+        Join(frame, cloud->Draw(view, m_pointSizePixels, share));
+    }
+    return frame;
+}
 
-    // Rasters are the ground below everything. A map shows no more of their pixels than it has itself.
-    view.Disable(GL_DEPTH_TEST);
-    const bool isMap = view.GetCurrentViewOrientation() == KTR::GLViewOrientationTop;
-    for (const RasterLayer& raster : m_rasters) {
-        raster.Draw(view, m_origin, m_extent.low.z, isMap ? view.GetUnitsPerPixel() : 0.0);
-    }
-    // What is nearer hides what is farther; seen from above, what is higher what is lower.
+CloudsFrame Scene::Refine(KTR::COpenGLView& view) {
+    LoadCamera(view);
     view.Enable(GL_DEPTH_TEST);
-    for (Surface& surface : m_surfaces) {
-        surface.Draw(view, m_origin);
+    CloudsFrame frame;
+    for (const auto& cloud : m_clouds) {
+        Join(frame, cloud->Refine(view));
     }
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.Draw(view, m_origin, m_pointSizePixels);
-    }
+    return frame;
+}
+
+void Scene::DrawShapes(KTR::COpenGLView& view) {
+    LoadCamera(view);
+    // The clouds are complete, or as far as they will be in this frame.
     const bool shades = m_shadesClouds && !m_clouds.empty() && view.IsPerspectiveSideView();
     view.SetUpEyeDomeLighting(shades, kShadeStrength, kShadeRadiusPixels);
     view.DrawEyeDomeLighting();
@@ -161,7 +249,48 @@ void Scene::Draw(KTR::COpenGLView& view) {
         }
     }
     for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
-        m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
+        if (m_featureStyle.IsPlain()) {
+            m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
+        } else {
+            // The library subtracts the offsets of shapes itself.
+            const auto inTheWorld = [this](const Position& position) {
+                return Position{position.x, position.y, OnTheGround(position).z};
+            };
+            DrawStyledFeatures(view, m_layers[layer], m_featureStyle, inTheWorld);
+        }
+    }
+}
+
+bool Scene::DrawRasters(KTR::COpenGLView& view) {
+    const double lowestZ = m_extent.low.z;
+    bool isComplete = true;
+    for (RasterLayer& raster : m_rasters) {
+        const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
+                                    : raster.Draw(view, m_origin, lowestZ);
+        isComplete = isComplete && isRead;
+    }
+    return isComplete;
+}
+
+void Scene::Draw(KTR::COpenGLView& view) {
+    LoadCamera(view);
+    DrawGround(view);
+    // One cloud after the other: of two points at one place and height the first one shows.
+    for (const auto& cloud : m_clouds) {
+        KTR::PointCloudFrame frame = cloud->Draw(view, m_pointSizePixels, {});
+        while (!frame.complete && frame.result == S_OK) {
+            if (frame.drawn == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            frame = cloud->Refine(view);
+        }
+    }
+    DrawShapes(view);
+}
+
+void Scene::Forget(const KTR::COpenGLView& view) {
+    for (const auto& cloud : m_clouds) {
+        cloud->Forget(view);
     }
 }
 
@@ -170,15 +299,46 @@ void Scene::RaiseSun(double degrees) {
 }
 
 void Scene::ReleaseGeometry() {
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.ReleaseGeometry();
+    for (const auto& cloud : m_clouds) {
+        cloud->ReleaseGeometry();
     }
     for (Surface& surface : m_surfaces) {
         surface.ReleaseGeometry();
     }
+    ReleaseShapes();
+}
+
+/// They have been added at heights of which the scene may have others now.
+void Scene::ReleaseShapes() {
     for (FeatureGeometry& geometry : m_featureGeometry) {
         geometry.Release();
     }
+}
+
+void Scene::Include(const Extent& extent) {
+    m_extentWithoutClouds.Include(extent);
+    m_extent.Include(extent);
+}
+
+/// Other views may have other coordinate offsets. What has been added with those is shifted by the library.
+void Scene::LoadCamera(KTR::COpenGLView& view) {
+    view.LoadViewMatrices();
+    view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
+}
+
+/// Clears the frame and draws what lies below the clouds. False while rasters are read.
+bool Scene::DrawGround(KTR::COpenGLView& view) {
+    view.SetBackgroundColor(kBackground, true);
+    view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
+    // Rasters are the ground below everything.
+    view.Disable(GL_DEPTH_TEST);
+    const bool isRead = DrawRasters(view);
+    // What is nearer hides what is farther; seen from above, what is higher what is lower.
+    view.Enable(GL_DEPTH_TEST);
+    for (Surface& surface : m_surfaces) {
+        surface.Draw(view, m_origin);
+    }
+    return isRead;
 }
 
 /// On a map what it shows of it.
@@ -196,19 +356,32 @@ Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
     return area;
 }
 
+std::vector<PointColors> Scene::GetCloudColors() const {
+    std::vector<PointColors> colors;
+    for (const auto& cloud : m_clouds) {
+        colors.emplace_back(cloud->Traits(), m_colorMode);
+    }
+    return colors;
+}
+
+double Scene::ElevationAt(double x, double y) const {
+    double elevation = kNoElevation;
+    for (const Surface& surface : m_surfaces) {
+        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(x, y) : elevation;
+    }
+    return elevation;
+}
+
 void Scene::ColorAllClouds() {
-    for (CloudLayer& cloud : m_clouds) {
-        cloud.Color(m_colorMode);
+    for (const auto& cloud : m_clouds) {
+        cloud->Color(m_colorMode);
     }
 }
 
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
 /// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
 Position Scene::OnTheGround(const Position& position) const {
-    double elevation = kNoElevation;
-    for (const Surface& surface : m_surfaces) {
-        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
-    }
+    const double elevation = ElevationAt(position.x, position.y);
     const double z = std::isnan(elevation) ? m_extent.Center().z : elevation;
     return {position.x - m_origin.x, position.y - m_origin.y, z};
 }

@@ -2,15 +2,18 @@
 
 #include "CloudLayer.h"
 #include "FeatureGeometry.h"
+#include "FeatureStyle.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
+#include "data/BandReading.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
 #include "map/MapTicks.h"
 
 #include <OrrinDisplay.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -18,16 +21,31 @@
 
 namespace OrrinViewer {
 
+/// What has been drawn of the clouds.
+struct CloudsFrame {
+    bool complete = true;       ///< all that there is to see
+    bool groundIsRead = true;   ///< no raster will be finer in the next frame
+    bool outdated = false;      ///< nothing: the frame has to be begun anew
+    bool enlarged = false;      ///< points are larger than they should be, since they are so few
+    std::uint64_t drawn = 0;    ///< points, by the last call
+    double spacingPixels = 0.0; ///< between points, where there are more to come
+};
+
 /// The data that all windows show, and how it is drawn. This is the part to read for how a host uses the library.
+///
+/// A frame is drawn in three steps: the ground with as many points of the clouds as the budget allows, further points
+/// in as many steps as it takes, and the shapes that lie over all of them.
 class Scene {
 public:
     // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, clouds, vectors. Add
     // everything before the first frame.
 
-    void AddCloud(PointCloud cloud);
+    /// The cloud is read in the background from now on, and once more for each profile through it.
+    void AddCloud(CloudOpener open);
     void AddSurface(ElevationGrid grid);
-    /// `name` tells it from all other rasters of the process; `smooth` blends between its pixels.
-    void AddRaster(Raster raster, std::wstring name, bool smooth);
+    void AddRaster(RasterLayer raster);
+    /// Shades all rasters by this one; how strongly is 0 to 1.
+    void ShadeRasters(RasterLayer shade, double strength);
     void AddVectorLayer(VectorLayer layer);
     const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
 
@@ -37,8 +55,18 @@ public:
     std::size_t CountCells() const;
     std::size_t CountPixels() const;
 
-    void SetUnits(MapUnits units) { m_units = units; }
-    MapUnits GetUnits() const { return m_units; }
+    /// Takes over what has been read of the clouds. Extent, colours and origin may be others then, and the version is.
+    void Update();
+    /// Grows with each change that all frames have to show.
+    int GetVersion() const { return m_version; }
+    bool IsReading() const;
+    void WaitUntilRead();
+    /// Why a cloud has no more points than it has; empty while nothing went wrong.
+    std::string GetProblem() const;
+
+    /// Without units they are degrees where coordinates look like that.
+    void SetUnits(std::optional<MapUnits> units) { m_units = units; }
+    MapUnits GetUnits() const;
     void SetLabels(std::vector<FeatureLabel> labels) { m_labels = std::move(labels); }
     /// Those of large features first.
     const std::vector<FeatureLabel>& GetLabels() const { return m_labels; }
@@ -62,31 +90,62 @@ public:
     bool ShadesClouds() const { return m_shadesClouds; }
     /// From 0, areas are not filled, to 1, nothing shows through them.
     void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
+    void SetFeatureStyle(FeatureStyle style) { m_featureStyle = std::move(style); }
+
+    /// Has each frame read all that it shows of rasters, however long that takes, instead of a few milliseconds' worth.
+    void ReadRastersAtOnce();
 
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
-    /// Draws one frame into the view's back buffer, of what the view shows. Its main context must be current.
+    /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
+    /// budget allows. The view's main context must be current, here and below.
+    CloudsFrame Begin(KTR::COpenGLView& view, const CloudBudget& budget);
+    /// Adds points to a frame that was begun with the same view.
+    CloudsFrame Refine(KTR::COpenGLView& view);
+    /// Draws areas and outlines over it.
+    void DrawShapes(KTR::COpenGLView& view);
+    /// All of it at once, however long it takes.
     void Draw(KTR::COpenGLView& view);
+    /// What profiles are made of: each cloud's file, and how its points are coloured at present.
+    const std::vector<CloudOpener>& GetCloudOpeners() const { return m_cloudOpeners; }
+    std::vector<PointColors> GetCloudColors() const;
+    ClassMeaning GetClassMeaning(std::size_t cloud) const { return m_clouds.at(cloud)->Traits().classMeaning; }
+    /// The height of the relief there; NaN where there is none.
+    double ElevationAt(double x, double y) const;
+
+    /// Before the view goes.
+    void Forget(const KTR::COpenGLView& view);
     /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
     /// cache.
     void ReleaseGeometry();
 
 private:
     void ColorAllClouds();
+    void Include(const Extent& extent);
+    void LoadCamera(KTR::COpenGLView& view);
+    bool DrawGround(KTR::COpenGLView& view);
+    bool DrawRasters(KTR::COpenGLView& view);
+    void ReleaseShapes();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     Position OnTheGround(const Position& position) const;
 
-    std::vector<CloudLayer> m_clouds;
+    std::vector<std::unique_ptr<CloudLayer>> m_clouds;
+    std::vector<CloudOpener> m_cloudOpeners; ///< of each of them
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
+    std::optional<RasterLayer> m_shade; ///< over all of them
+    double m_shadeStrength = 0.0;
     std::vector<VectorLayer> m_layers;
     std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
     Extent m_extent;
+    Extent m_extentWithoutClouds;
+    int m_version = 0;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
     /// metres of a national grid. These are the view's coordinate offsets, which its matrices allow for.
     Position m_origin;
-    MapUnits m_units = MapUnits::Metres;
+    std::optional<MapUnits> m_units;
+    bool m_isColorModeChosen = false; ///< by the user
     ColorMode m_colorMode = ColorMode::Elevation;
     double m_pointSizePixels = 2.0;
     double m_exaggeration = 1.0;
@@ -94,6 +153,7 @@ private:
     double m_sunAltitudeDegrees = 45.0;
     bool m_shadesClouds = true;
     double m_fillOpacity = 0.0;
+    FeatureStyle m_featureStyle;
 };
 
 } // namespace OrrinViewer

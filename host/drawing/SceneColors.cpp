@@ -5,21 +5,10 @@
 #include <cmath>
 #include <cstddef>
 #include <string_view>
-#include <utility>
 
 namespace OrrinViewer {
 
 namespace {
-
-/// From low ground to peaks; each step is brighter than the one before, so that the order also shows without colour.
-constexpr std::array<Rgb, 6> kElevationRamp = {{
-    {24, 40, 110},
-    {22, 92, 140},
-    {44, 138, 100},
-    {136, 176, 70},
-    {228, 204, 110},
-    {248, 244, 236},
-}};
 
 struct SurveyClass {
     std::string_view name;
@@ -73,62 +62,22 @@ std::uint8_t Blend(std::uint8_t from, std::uint8_t to, double share) {
     return static_cast<std::uint8_t>(std::lround(from + (to - from) * share));
 }
 
-std::vector<Rgb> ColorByElevation(const PointCloud& cloud) {
-    const ElevationRange range = FindElevationRange(cloud);
-    std::vector<Rgb> colors;
-    colors.reserve(cloud.Count());
-    for (const Position& position : cloud.positions) {
-        colors.push_back(ColorOfElevation(position.z, range));
-    }
-    return colors;
-}
-
-std::vector<Rgb> ColorByClass(const PointCloud& cloud) {
-    std::vector<Rgb> colors;
-    colors.reserve(cloud.Count());
-    for (const std::uint8_t classNumber : cloud.classes) {
-        colors.push_back(ColorOfClass(classNumber, cloud.classMeaning));
-    }
-    return colors;
-}
-
 /// Grey, from a dark tone that still shows on black to white at the strongest return.
-std::vector<Rgb> ColorByIntensity(const PointCloud& cloud) {
-    float strongest = 0.0f;
-    for (const float intensity : cloud.intensities) {
-        strongest = intensity > strongest && std::isfinite(intensity) ? intensity : strongest;
-    }
-    std::vector<Rgb> colors;
-    colors.reserve(cloud.Count());
-    for (const float intensity : cloud.intensities) {
-        const double share = intensity > 0.0f ? std::min(1.0, static_cast<double>(intensity) / strongest) : 0.0;
-        const std::uint8_t grey = Blend(40, 255, share);
-        colors.push_back({grey, grey, grey});
-    }
-    return colors;
+Rgb ColorOfIntensity(float intensity, float strongest) {
+    const double share = intensity > 0.0F ? std::min(1.0, static_cast<double>(intensity) / strongest) : 0.0;
+    const std::uint8_t grey = Blend(40, 255, share);
+    return {grey, grey, grey};
+}
+
+/// Many programs write 0 to 255 into 16-bit fields, which read as 16-bit colours are all but black. Which of the two a
+/// file does shows only at its first channel above 255; all colours before turn out to have been black then.
+Rgb RecordedColor(const CloudPoint& point, bool wide) {
+    const int shift = wide ? 8 : 0;
+    return {static_cast<std::uint8_t>(point.red >> shift), static_cast<std::uint8_t>(point.green >> shift),
+            static_cast<std::uint8_t>(point.blue >> shift)};
 }
 
 } // namespace
-
-ElevationRange FindElevationRange(const PointCloud& cloud) {
-    // Some ten thousand points, spread over the file, tell as much as all of them.
-    constexpr std::size_t kSampleSize = 10000;
-    const std::size_t step = std::max<std::size_t>(1, cloud.Count() / kSampleSize);
-    std::vector<double> elevations;
-    for (std::size_t index = 0; index < cloud.Count(); index += step) {
-        elevations.push_back(cloud.positions[index].z);
-    }
-    return FindElevationRange(std::move(elevations));
-}
-
-ElevationRange FindElevationRange(std::vector<double> elevations) {
-    if (elevations.empty()) {
-        return {};
-    }
-    std::sort(elevations.begin(), elevations.end());
-    const std::size_t cutOff = elevations.size() / 50;
-    return {elevations[cutOff], elevations[elevations.size() - 1 - cutOff]};
-}
 
 Rgb ColorOfElevation(double elevation, const ElevationRange& range) {
     const double span = range.high - range.low;
@@ -158,33 +107,36 @@ std::string NameOfClass(std::uint8_t classNumber, ClassMeaning meaning) {
     return "class " + std::to_string(classNumber);
 }
 
-ColorMode ChooseColorMode(const PointCloud& cloud) {
-    const auto isMostOf = [&cloud](std::ptrdiff_t count) {
-        return 2 * static_cast<std::size_t>(count) > cloud.Count();
-    };
-    const auto isColored = [](const Rgb& color) { return color != Rgb{}; };
-    if (isMostOf(std::count_if(cloud.colors.begin(), cloud.colors.end(), isColored))) {
+ColorMode ChooseColorMode(const CloudTraits& traits) {
+    const auto isMostOf = [&traits](std::uint64_t count) { return 2 * count > traits.count; };
+    if (traits.hasColors && isMostOf(traits.coloredPoints)) {
         return ColorMode::Recorded;
     }
-    const bool isSurvey = cloud.classMeaning == ClassMeaning::Survey;
-    const auto isClassified = [isSurvey](std::uint8_t number) { return isSurvey ? number > 1 : number != kNoClass; };
-    if (isMostOf(std::count_if(cloud.classes.begin(), cloud.classes.end(), isClassified))) {
+    if (traits.hasClasses && isMostOf(traits.classifiedPoints)) {
         return ColorMode::Class;
     }
     return ColorMode::Elevation;
 }
 
-std::vector<Rgb> ColorPoints(const PointCloud& cloud, ColorMode mode) {
-    if (mode == ColorMode::Recorded && cloud.HasColors()) {
-        return cloud.colors;
+PointColors::PointColors(const CloudTraits& traits, ColorMode mode) : m_traits(traits), m_mode(mode) {
+    const bool isThere = mode == ColorMode::Elevation || (mode == ColorMode::Recorded && traits.hasColors) ||
+                         (mode == ColorMode::Class && traits.hasClasses) ||
+                         (mode == ColorMode::Intensity && traits.hasIntensities);
+    m_mode = isThere ? mode : ColorMode::Elevation;
+}
+
+Rgb PointColors::ColorOf(const CloudPoint& point) const {
+    switch (m_mode) {
+    case ColorMode::Recorded:
+        return RecordedColor(point, m_traits.wideColors);
+    case ColorMode::Class:
+        return ColorOfClass(point.classNumber, m_traits.classMeaning);
+    case ColorMode::Intensity:
+        return ColorOfIntensity(point.intensity, m_traits.strongestIntensity);
+    case ColorMode::Elevation:
+        break;
     }
-    if (mode == ColorMode::Class && cloud.HasClasses()) {
-        return ColorByClass(cloud);
-    }
-    if (mode == ColorMode::Intensity && cloud.HasIntensities()) {
-        return ColorByIntensity(cloud);
-    }
-    return ColorByElevation(cloud);
+    return ColorOfElevation(point.position.z, m_traits.elevations);
 }
 
 } // namespace OrrinViewer

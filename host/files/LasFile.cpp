@@ -2,7 +2,6 @@
 
 #include "ByteOrder.h"
 #include "InputFile.h"
-#include "WideColors.h"
 
 #include <algorithm>
 #include <array>
@@ -50,6 +49,7 @@ struct LasHeader {
     std::size_t pointFormat = 0;
     std::array<double, 3> scale{};
     std::array<double, 3> offset{};
+    Extent extent; // as promised; empty where that makes no sense
 };
 
 constexpr std::size_t kCommonHeaderBytes = 227; // version 1.2; later ones append fields
@@ -91,6 +91,15 @@ std::uint64_t TakePointCount(const std::vector<std::uint8_t>& header, int minorV
     }
     const auto count = LoadLittleEndian<std::uint64_t>(&header[247]);
     return count != 0 ? count : legacyCount;
+}
+
+/// The box that the writer says its points are in: largest and smallest x, then y, then z.
+Extent TakeExtent(const std::vector<std::uint8_t>& header) {
+    const auto number = [&header](std::size_t place) { return LoadLittleEndian<double>(&header[179 + 8 * place]); };
+    const Extent extent{{number(1), number(3), number(5)}, {number(0), number(2), number(4)}};
+    const bool isBox = IsFinite(extent.low) && IsFinite(extent.high) && extent.low.x < extent.high.x &&
+                       extent.low.y < extent.high.y && extent.low.z <= extent.high.z;
+    return isBox ? extent : Extent();
 }
 
 void RequireUsableTransform(const InputFile& file, const LasHeader& header) {
@@ -148,6 +157,8 @@ LasHeader ReadHeader(InputFile& file) {
         header.offset[axis] = LoadLittleEndian<double>(&bytes[155 + 8 * axis]);
     }
 
+    header.extent = TakeExtent(bytes);
+
     if (header.recordBytes < kLayouts[header.pointFormat].recordBytes) {
         file.Fail("has point records of " + std::to_string(header.recordBytes) + " bytes at byte 105; format " +
                   std::to_string(header.pointFormat) + " needs " +
@@ -169,53 +180,75 @@ Position TakePosition(const std::uint8_t* record, const LasHeader& header) {
     return {coordinate(0), coordinate(1), coordinate(2)};
 }
 
-template <typename Value> void DropWhenAllZero(std::vector<Value>& values) {
-    const bool filled = std::any_of(values.begin(), values.end(), [](const Value& value) { return value != Value{}; });
-    if (!filled) {
-        values = {};
+/// Reads point records, many at a time.
+class LasReader final : public CloudReader {
+public:
+    explicit LasReader(const std::filesystem::path& path)
+        : m_file(path), m_header(ReadHeader(m_file)), m_layout(kLayouts[m_header.pointFormat]),
+          m_left(m_header.pointCount) {
+        m_file.Skip(m_header.pointsAt - m_file.Offset());
     }
-}
+
+    CloudFields GetFields() const override {
+        return {.colors = m_layout.colorAt != 0, .classes = true, .intensities = true, .zeroIsAbsent = true};
+    }
+    std::uint64_t GetPointCount() const override { return m_header.pointCount; }
+    Extent GetPromisedExtent() const override { return m_header.extent; }
+    std::uint64_t CountSkipped() const override { return m_skipped; }
+
+    std::size_t Read(std::span<CloudPoint> points) override {
+        std::size_t filled = 0;
+        while (filled < points.size() && m_left > 0) {
+            const auto records =
+                static_cast<std::size_t>(std::min<std::uint64_t>({points.size() - filled, m_left, kRecordsAtOnce}));
+            m_records.resize(records * m_header.recordBytes);
+            m_file.Read(m_records);
+            m_left -= records;
+            for (std::size_t index = 0; index < records; ++index) {
+                const std::uint8_t* record = &m_records[index * m_header.recordBytes];
+                if ((record[m_layout.flagsAt] & m_layout.withheldMask) != 0) {
+                    ++m_skipped;
+                } else {
+                    points[filled++] = TakePoint(record);
+                }
+            }
+        }
+        return filled;
+    }
+
+private:
+    static constexpr std::uint64_t kRecordsAtOnce = 4096;
+
+    CloudPoint TakePoint(const std::uint8_t* record) const {
+        CloudPoint point;
+        point.position = TakePosition(record, m_header);
+        point.classNumber = static_cast<std::uint8_t>(record[m_layout.classAt] & m_layout.classMask);
+        point.intensity = LoadLittleEndian<std::uint16_t>(record + kIntensityAt);
+        if (m_layout.colorAt != 0) {
+            const std::uint8_t* color = record + m_layout.colorAt;
+            point.red = LoadLittleEndian<std::uint16_t>(color);
+            point.green = LoadLittleEndian<std::uint16_t>(color + 2);
+            point.blue = LoadLittleEndian<std::uint16_t>(color + 4);
+        }
+        return point;
+    }
+
+    InputFile m_file;
+    LasHeader m_header;
+    const PointLayout& m_layout;
+    std::uint64_t m_left; // records
+    std::uint64_t m_skipped = 0;
+    std::vector<std::uint8_t> m_records;
+};
 
 } // namespace
 
+std::unique_ptr<CloudReader> OpenLasFile(const std::filesystem::path& path) {
+    return std::make_unique<LasReader>(path);
+}
+
 PointCloud ReadLasFile(const std::filesystem::path& path) {
-    InputFile file(path);
-    const LasHeader header = ReadHeader(file);
-    const PointLayout& layout = kLayouts[header.pointFormat];
-    file.Skip(header.pointsAt - file.Offset());
-
-    PointCloud cloud;
-    const auto count = static_cast<std::size_t>(header.pointCount);
-    cloud.positions.reserve(count);
-    cloud.classes.reserve(count);
-    cloud.intensities.reserve(count);
-    if (layout.colorAt != 0) {
-        cloud.colors.reserve(count);
-    }
-
-    WideColors colors(cloud.colors);
-    std::vector<std::uint8_t> record(header.recordBytes);
-    for (std::size_t index = 0; index < count; ++index) {
-        file.Read(record);
-        if ((record[layout.flagsAt] & layout.withheldMask) != 0) {
-            ++cloud.skippedPoints;
-            continue;
-        }
-        const Position position = TakePosition(record.data(), header);
-        cloud.positions.push_back(position);
-        cloud.extent.Include(position);
-        cloud.classes.push_back(static_cast<std::uint8_t>(record[layout.classAt] & layout.classMask));
-        cloud.intensities.push_back(LoadLittleEndian<std::uint16_t>(&record[kIntensityAt]));
-        if (layout.colorAt != 0) {
-            const std::uint8_t* color = &record[layout.colorAt];
-            colors.Add(LoadLittleEndian<std::uint16_t>(color), LoadLittleEndian<std::uint16_t>(color + 2),
-                       LoadLittleEndian<std::uint16_t>(color + 4));
-        }
-    }
-    DropWhenAllZero(cloud.colors);
-    DropWhenAllZero(cloud.classes);
-    DropWhenAllZero(cloud.intensities);
-    return cloud;
+    return ReadAllPoints(*OpenLasFile(path));
 }
 
 } // namespace OrrinViewer

@@ -1,10 +1,13 @@
 #pragma once
 
-#include "data/PointCloud.h"
+#include "data/CloudReader.h"
 
 #include <filesystem>
 
 namespace OrrinViewer {
+
+/// Opens a LAS file to be read point by point, as ReadLasFile does. The header is judged at once. Throws FileError.
+std::unique_ptr<CloudReader> OpenLasFile(const std::filesystem::path& path);
 
 /// Reads a LAS file, versions 1.2 to 1.4, point formats 0 to 10, uncompressed.
 ///

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "data/CloudReader.h"
 #include "data/ElevationGrid.h"
 #include "data/PointCloud.h"
 #include "data/Raster.h"
 #include "data/VectorLayer.h"
 
 #include <filesystem>
+#include <vector>
 
 namespace OrrinViewer {
 
@@ -16,6 +18,8 @@ enum class FileKind {
     GeoJson,
     AsciiGrid,
     Image,
+    PointText,
+    ShapeFile,
 };
 
 /// Which kind of file this is, by how it begins. Where that says nothing, by the ending of its name, so that a damaged
@@ -23,11 +27,17 @@ enum class FileKind {
 /// or cannot be opened.
 FileKind DetectKind(const std::filesystem::path& path);
 
+/// Opens a point cloud of any kind to be read point by point. Throws FileError, also for a file of another kind.
+std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path);
+
 /// Reads a point cloud of any kind. Throws FileError, also for a file of another kind.
 PointCloud OpenPointCloud(const std::filesystem::path& path);
 
-/// Reads a layer of vectors of any kind. Throws FileError, also for a file of another kind.
-VectorLayer OpenVectorLayer(const std::filesystem::path& path);
+/// True for the kinds that OpenVectorLayers reads.
+bool IsVectorKind(FileKind kind);
+
+/// Reads all layers of vectors that a file of any kind has. Throws FileError, also for a file of another kind.
+std::vector<VectorLayer> OpenVectorLayers(const std::filesystem::path& path);
 
 /// Reads a grid of elevations of any kind. Throws FileError, also for a file of another kind.
 ElevationGrid OpenElevationGrid(const std::filesystem::path& path);

@@ -5,7 +5,6 @@
 #include "InputFile.h"
 #include "PlyHeader.h"
 #include "TextParsing.h"
-#include "WideColors.h"
 
 #include <algorithm>
 #include <array>
@@ -228,51 +227,6 @@ std::uint8_t ClassOf(double value, ClassMeaning meaning) {
     return isClass ? static_cast<std::uint8_t>(value) : kNoClass;
 }
 
-/// Puts the vertices, row by row, into a cloud.
-class VertexCollector {
-public:
-    VertexCollector(const PlyElement& vertex, const VertexRoles& roles, PointCloud& cloud)
-        : m_vertex(vertex), m_roles(roles), m_cloud(cloud), m_colors(cloud.colors) {
-        const auto count = static_cast<std::size_t>(vertex.count);
-        cloud.positions.reserve(count);
-        cloud.colors.reserve(roles.color ? count : 0);
-        cloud.intensities.reserve(roles.intensity ? count : 0);
-        cloud.classes.reserve(roles.classNumber ? count : 0);
-        cloud.classMeaning = roles.classMeaning;
-    }
-
-    void Add(const std::vector<double>& row) {
-        const auto& [x, y, z] = m_roles.position;
-        const Position position{row[x], row[y], row[z]};
-        if (!IsFinite(position)) {
-            ++m_cloud.skippedPoints;
-            return;
-        }
-        m_cloud.positions.push_back(position);
-        m_cloud.extent.Include(position);
-        if (m_roles.color) {
-            const auto& [red, green, blue] = *m_roles.color;
-            m_colors.Add(Channel(row, red), Channel(row, green), Channel(row, blue));
-        }
-        if (m_roles.intensity) {
-            m_cloud.intensities.push_back(static_cast<float>(row[*m_roles.intensity]));
-        }
-        if (m_roles.classNumber) {
-            m_cloud.classes.push_back(ClassOf(row[*m_roles.classNumber], m_roles.classMeaning));
-        }
-    }
-
-private:
-    std::uint16_t Channel(const std::vector<double>& row, std::size_t property) const {
-        return WideChannel(row[property], m_vertex.properties[property].type);
-    }
-
-    const PlyElement& m_vertex;
-    const VertexRoles& m_roles;
-    PointCloud& m_cloud;
-    WideColors m_colors;
-};
-
 /// The header is believed only as far as the file's size bears it out; nothing is allocated before.
 void RequireRoom(const InputFile& file, const PlyElement& element, PlyEncoding encoding) {
     const std::size_t rowBytes = element.LeastRowBytes(encoding);
@@ -289,29 +243,89 @@ void RequireRoom(const InputFile& file, const PlyElement& element, PlyEncoding e
     }
 }
 
+/// Reads the vertices, row by row.
+class PlyReader final : public CloudReader {
+public:
+    explicit PlyReader(const std::filesystem::path& path)
+        : m_file(path), m_header(ReadPlyHeader(m_file)), m_rows(m_file, m_header.encoding) {
+        for (const PlyElement& element : m_header.elements) {
+            RequireRoom(m_file, element, m_header.encoding);
+            if (element.name == "vertex") {
+                m_roles = AssignRoles(m_file, element);
+                m_vertex = &element;
+                m_left = element.count;
+                m_row.resize(element.properties.size());
+                return;
+            }
+            m_rows.SkipRows(element);
+        }
+        m_file.Fail("has no vertices");
+    }
+
+    CloudFields GetFields() const override {
+        return {.colors = m_roles.color.has_value(),
+                .classes = m_roles.classNumber.has_value(),
+                .intensities = m_roles.intensity.has_value(),
+                .classMeaning = m_roles.classMeaning};
+    }
+    std::uint64_t GetPointCount() const override { return m_vertex->count; }
+    std::uint64_t CountSkipped() const override { return m_skipped; }
+
+    std::size_t Read(std::span<CloudPoint> points) override {
+        std::size_t filled = 0;
+        for (; filled < points.size() && m_left > 0; --m_left) {
+            m_rows.ReadRow(*m_vertex, m_row);
+            const CloudPoint point = TakePoint();
+            if (IsFinite(point.position)) {
+                points[filled++] = point;
+            } else {
+                ++m_skipped;
+            }
+        }
+        return filled;
+    }
+
+private:
+    CloudPoint TakePoint() const {
+        const auto& [x, y, z] = m_roles.position;
+        CloudPoint point;
+        point.position = {m_row[x], m_row[y], m_row[z]};
+        if (m_roles.color) {
+            const auto& [red, green, blue] = *m_roles.color;
+            point.red = Channel(red);
+            point.green = Channel(green);
+            point.blue = Channel(blue);
+        }
+        if (m_roles.intensity) {
+            point.intensity = static_cast<float>(m_row[*m_roles.intensity]);
+        }
+        if (m_roles.classNumber) {
+            point.classNumber = ClassOf(m_row[*m_roles.classNumber], m_roles.classMeaning);
+        }
+        return point;
+    }
+    std::uint16_t Channel(std::size_t property) const {
+        return WideChannel(m_row[property], m_vertex->properties[property].type);
+    }
+
+    InputFile m_file;
+    PlyHeader m_header;
+    PlyRowReader m_rows;
+    VertexRoles m_roles;
+    const PlyElement* m_vertex = nullptr; // of the header
+    std::uint64_t m_left = 0;             // rows
+    std::uint64_t m_skipped = 0;
+    std::vector<double> m_row;
+};
+
 } // namespace
 
+std::unique_ptr<CloudReader> OpenPlyFile(const std::filesystem::path& path) {
+    return std::make_unique<PlyReader>(path);
+}
+
 PointCloud ReadPlyFile(const std::filesystem::path& path) {
-    InputFile file(path);
-    const PlyHeader header = ReadPlyHeader(file);
-    PlyRowReader rows(file, header.encoding);
-    for (const PlyElement& element : header.elements) {
-        RequireRoom(file, element, header.encoding);
-        if (element.name != "vertex") {
-            rows.SkipRows(element);
-            continue;
-        }
-        const VertexRoles roles = AssignRoles(file, element);
-        PointCloud cloud;
-        VertexCollector vertices(element, roles, cloud);
-        std::vector<double> row(element.properties.size());
-        for (std::uint64_t index = 0; index < element.count; ++index) {
-            rows.ReadRow(element, row);
-            vertices.Add(row);
-        }
-        return cloud;
-    }
-    file.Fail("has no vertices");
+    return ReadAllPoints(*OpenPlyFile(path));
 }
 
 } // namespace OrrinViewer

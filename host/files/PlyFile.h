@@ -1,10 +1,14 @@
 #pragma once
 
-#include "data/PointCloud.h"
+#include "data/CloudReader.h"
 
 #include <filesystem>
 
 namespace OrrinViewer {
+
+/// Opens a PLY file to be read point by point, as ReadPlyFile does. What comes before the points is read at once.
+/// Throws FileError.
+std::unique_ptr<CloudReader> OpenPlyFile(const std::filesystem::path& path);
 
 /// Reads the vertices of a PLY 1.0 file, ASCII or binary in either byte order, as points; faces and all else are passed
 /// over.

@@ -1,6 +1,5 @@
 #include "LoadScene.h"
 
-#include "drawing/ElevationRaster.h"
 #include "files/FileError.h"
 #include "files/OpenFile.h"
 
@@ -11,37 +10,40 @@ namespace OrrinViewer {
 
 namespace {
 
-/// True where the positions can be longitudes and latitudes in degrees.
-bool FitsTheGlobe(const Extent& extent) {
-    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
-}
-
-void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, bool flat) {
-    if (flat) {
-        scene.AddRaster(MakeElevationRaster(grid), file.wstring(), false);
-    } else {
+void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, const ViewerOptions& options) {
+    if (options.hillshadePercent > 0.0) {
+        scene.ShadeRasters(RasterLayer::ForHillshade(grid, options.exaggeration, file.wstring()),
+                           options.hillshadePercent / 100.0);
+    }
+    if (options.flat) {
+        scene.AddRaster(RasterLayer::ForElevations(grid, file.wstring()));
+    } else if (options.hillshadePercent <= 0.0) {
         scene.AddSurface(std::move(grid));
     }
 }
 
 void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOptions& options) {
-    switch (DetectKind(file)) {
-    case FileKind::GeoJson:
-        scene.AddVectorLayer(OpenVectorLayer(file));
+    const FileKind kind = DetectKind(file);
+    if (IsVectorKind(kind)) {
+        for (VectorLayer& layer : OpenVectorLayers(file)) {
+            scene.AddVectorLayer(std::move(layer));
+        }
         return;
+    }
+    switch (kind) {
     case FileKind::AsciiGrid:
-        AddElevations(scene, OpenElevationGrid(file), file, options.flat);
+        AddElevations(scene, OpenElevationGrid(file), file, options);
         return;
     case FileKind::Image:
-        scene.AddRaster(OpenRaster(file), file.wstring(), true);
+        scene.AddRaster(RasterLayer::ForImage(OpenRaster(file), file.wstring()));
         return;
     default:
         break;
     }
     if (options.cloudCellSize) {
-        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options.flat);
+        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options);
     } else {
-        scene.AddCloud(OpenPointCloud(file));
+        scene.AddCloud([file] { return OpenCloudReader(file); });
     }
 }
 
@@ -65,9 +67,10 @@ Scene LoadScene(const ViewerOptions& options) {
     for (const std::filesystem::path& file : options.files) {
         AddFile(scene, file, options);
     }
-    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
-    const bool areDegrees = !scene.GetVectorLayers().empty() && FitsTheGlobe(scene.GetExtent());
-    scene.SetUnits(options.units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres));
+    if (options.computedSide > 0) {
+        scene.AddRaster(RasterLayer::ForComputedRelief(options.computedSide, scene.GetExtent().Center()));
+    }
+    scene.SetUnits(options.units);
     if (!options.labelProperty.empty()) {
         scene.SetLabels(CollectLabelsOrExplain(scene.GetVectorLayers(), options.labelProperty));
     }
@@ -76,6 +79,7 @@ Scene LoadScene(const ViewerOptions& options) {
     scene.ShadeClouds(options.cloudsShaded);
     scene.SetExaggeration(options.exaggeration);
     scene.SetFillOpacity(options.fillPercent / 100.0);
+    scene.SetFeatureStyle(options.features);
     return scene;
 }
 

@@ -17,13 +17,8 @@ int PrintMessageBox(const wchar_t* text, const wchar_t* caption, unsigned int /*
     return IDOK;
 }
 
-int ShowFiles(const OrrinViewer::ViewerOptions& options) {
-    OrrinViewer::Scene scene = OrrinViewer::LoadScene(options);
+void PrintSummary(const OrrinViewer::Scene& scene) {
     const OrrinViewer::Extent& extent = scene.GetExtent();
-    if (extent.IsEmpty()) {
-        std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pixels.\n");
-        return 1;
-    }
     std::printf("%zu points, %zu features, x %.2f to %.2f, y %.2f to %.2f, z %.2f to %.2f\n", scene.CountPoints(),
                 scene.CountFeatures(), extent.low.x, extent.high.x, extent.low.y, extent.high.y, extent.low.z,
                 extent.high.z);
@@ -34,9 +29,36 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
         std::printf("%zu pixels of rasters\n", scene.CountPixels());
     }
     std::fflush(stdout);
+}
 
+/// What there is to say once all files are read. False when they cannot be shown.
+bool Report(const OrrinViewer::Scene& scene) {
+    if (const std::string problem = scene.GetProblem(); !problem.empty()) {
+        std::fprintf(stderr, "%s\n", problem.c_str());
+        return false;
+    }
+    if (scene.GetExtent().IsEmpty()) {
+        std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pixels.\n");
+        return false;
+    }
+    PrintSummary(scene);
+    return true;
+}
+
+int ShowFiles(const OrrinViewer::ViewerOptions& options) {
+    OrrinViewer::Scene scene = OrrinViewer::LoadScene(options);
     if (options.frames > 0) {
+        // Without a person nobody looks at a part of the points.
+        scene.WaitUntilRead();
         KTR::SetMessageBoxHandler(PrintMessageBox, nullptr);
+        scene.ReadRastersAtOnce(); // no later frame would show them finer
+    }
+    const bool isReading = scene.IsReading();
+    if (!isReading) {
+        scene.Update();
+        if (!Report(scene)) {
+            return 1;
+        }
     }
     OrrinViewer::FindShaderFolder();
     OrrinViewer::ViewerSession session(scene, options);
@@ -44,7 +66,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
         std::fprintf(stderr, "There is no OpenGL to draw with: neither a pixel format nor a context could be had.\n");
         return 1;
     }
-    session.Run();
+    session.Run(isReading ? Report : nullptr);
     return 0;
 }
 

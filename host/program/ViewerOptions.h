@@ -1,9 +1,11 @@
 #pragma once
 
 #include "data/Extent.h"
+#include "drawing/FeatureStyle.h"
 #include "drawing/SceneColors.h"
 #include "map/MapTicks.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -34,14 +36,19 @@ struct ViewerOptions {
     Pipeline pipeline = Pipeline::Automatic;
     std::optional<ColorMode> colorMode; ///< not set: what suits the cloud
     double pointSizePixels = 2.0;
+    std::uint64_t budgetPoints = 0;   ///< of large clouds, that a frame draws while the view moves; 0: no limit
+    double budgetMilliseconds = 80.0; ///< the same in time
     Camera camera = Camera::Map;
     double exaggeration = 1.0;           ///< of heights
     std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells
     bool cloudsShaded = true;            ///< by their depths, in perspective, where the pipeline can
     bool flat = false;                   ///< elevations are shown as rasters, not as surfaces
+    int computedSide = 0;                ///< pixels each way of a computed relief; 0: there is none
+    double hillshadePercent = 0.0;       ///< how strongly elevations shade rasters; 0: they are shown themselves
     double fillPercent = 0.0;            ///< opacity of filled areas
-    std::string labelProperty;           ///< UTF-8; empty: no labels
-    std::string font = "Arial";          ///< UTF-8, a family that the system knows
+    FeatureStyle features;
+    std::string labelProperty;  ///< UTF-8; empty: no labels
+    std::string font = "Arial"; ///< UTF-8, a family that the system knows
     int fontPoints = 10;
     bool plain = false;            ///< without coordinates, scale bar and north arrow
     std::optional<MapUnits> units; ///< not set: degrees where the coordinates look like them

@@ -1,11 +1,14 @@
 // The library's sources linked into this program, where malloc can be made to fail.
 
 #include "FailingAllocation.h"
+#include "clouds/PointCloudLayer.h"
+#include "images/RasterLayer.h"
 #include "support/TextFixture.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <new>
 
 namespace {
 
@@ -111,6 +114,36 @@ TEST_F(Allocation, ViewWithoutATesselatorLivesAndDies) {
     view->ShutDownOpenGLContexts(window.Window());
 }
 
+// Reading a raster may need more than there is: it tells so, leaves no texture behind, and draws when there is room.
+TEST_F(Allocation, RasterLayerTellsAndLeavesNoTextures) {
+    LiveView live;
+    const GLRasterReader reader = [](const GLRasterWindow& window, void* pixels) {
+        std::fill_n(static_cast<float*>(pixels), window.width * window.height, 0.5F);
+        return GLRasterReadDone;
+    };
+    const GLDataStyle style{.stops = {{0.0, {9, 9, 9, 255}}}};
+    const auto draw = [&]() -> long {
+        try {
+            CRasterLayer layer(
+                {.width = 300, .height = 300, .pixels = GL_FLOAT, .placement = {.originY = 128.0}, .style = style},
+                reader);
+            layer.SetReadingTime(1e9);
+            const long result = layer.Draw(*live.view);
+            live->DeleteDisplayTextureCache();
+            return result;
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY; // the host's own copies of description and reader
+        }
+    };
+    FailEachAllocation(draw, [&](long result, bool failed) {
+        EXPECT_TRUE(result == S_OK || (failed && result == E_OUTOFMEMORY)) << result;
+        for (unsigned int name = 1; name < 100; ++name) {
+            ASSERT_EQ(glIsTexture(name), GL_FALSE) << name;
+        }
+    });
+    EXPECT_EQ(live.At(40, 40), (Pixel{9, 9, 9, 255}));
+}
+
 // A cache that runs out of memory tells so and keeps its bookkeeping right.
 TEST_F(Allocation, TextureCacheKeepsItsBooks) {
     LiveView live;
@@ -179,6 +212,46 @@ TEST_F(Allocation, GeometryThatFindsNoMemoryIsEmpty) {
     square(20.0);
     live->DisableClientState();
     EXPECT_EQ(live.At(24, 4), (Pixel{200, 100, 50, 255}));
+}
+
+/// A diagonal of points.
+class DiagonalReader : public PointCloudReader {
+public:
+    long Read(PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
+        for (count = 0; count < capacity && m_next < 5'000; ++count, ++m_next) {
+            points[count].position = {m_next % 128 + 0.5, m_next % 128 + 0.5, 0.0};
+            points[count].red = 0xFFFF;
+        }
+        return S_OK;
+    }
+
+private:
+    int m_next = 0;
+};
+
+TEST_F(Allocation, CloudThatFindsNoMemoryIsDrawnOnceItDoes) {
+    LiveView live;
+    PointCloudLimits limits;
+    limits.pointsInOrder = 0;
+    limits.chunkPoints = 1'000;
+    CPointCloudLayer layer(std::make_unique<DiagonalReader>(), limits);
+    const auto draw = [&] {
+        layer.Forget(*live.view);
+        layer.FreeCard();
+        live.Clear();
+        return layer.Draw(*live.view, {});
+    };
+    while (!draw().complete) {
+        Sleep(1);
+    }
+    FailEachAllocation([&] { return draw(); },
+                       [&](const PointCloudFrame& frame, bool failed) {
+                           EXPECT_TRUE(frame.result == S_OK || (frame.result == E_OUTOFMEMORY && failed));
+                           EXPECT_FALSE(live->GetContextRecord(GLContextMain).batchOpen);
+                       });
+    EXPECT_TRUE(draw().complete);
+    EXPECT_EQ(live.CountDrawn(), 128);
+    EXPECT_EQ(live->GetError(), 0U);
 }
 
 TEST_F(Allocation, ImageThatFindsNoMemoryLeavesNoTexture) {

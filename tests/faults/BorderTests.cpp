@@ -45,6 +45,7 @@ const std::vector<PointXYZ> kZigzag{{10, 10, 0}, {60, 100, 0}, {70, 20, 0}, {110
 const std::vector<std::vector<PointXYZ>> kRings{{{10, 10, 0}, {110, 10, 0}, {20, 110, 0}, {100, 100, 0}},
                                                 {{40, 30, 0}, {60, 30, 0}, {50, 50, 0}}};
 const FontParameters kFont = FontRequest(L"arial", 9);
+FontParameters g_parameters; // its own texts take memory too
 const std::vector<unsigned char> kImage(64 * 64 * 4, 77);
 const std::vector<float> kValues(64 * 64, 0.5F);
 std::vector<GLDrawGeometry> Records() {
@@ -127,6 +128,10 @@ std::vector<Operation> TextOperations() {
              GetExecutablePath(path);
              GetExecutablePathASCII(narrow);
              GetCommonFolder(path);
+             UseShaderFolder(kLongName.c_str());
+             GetShaderFolder(path);
+             UseShaderFolder(nullptr);
+             GetShaderFolder(path);
          }},
         {"shader file",
          [](LiveView&) {
@@ -170,11 +175,7 @@ std::vector<Operation> TextOperations() {
              live->InitializeFontManager();
          },
          501},
-        {"font parameters",
-         [](LiveView& live) {
-             FontParameters parameters;
-             live->GetFontParameters(parameters);
-         }},
+        {"font parameters", [](LiveView& live) { live->GetFontParameters(g_parameters); }},
         {"differences",
          [](LiveView& live) {
              live->GetContextRecord(GLContextMain).glCement->glLineWidth(7.0F);

@@ -145,6 +145,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Refusal{"TooWide", GL_TEXTURE0, GL_RGB, 65, 8, 1, GL_LINEAR, kTooBig},
                     Refusal{"TooHigh", GL_TEXTURE0, GL_RGBA, 1, 2'147'483'647, 1, GL_LINEAR, kTooBig},
                     Refusal{"Alignment", GL_TEXTURE0, GL_RGB, 8, 8, 3, GL_LINEAR, ""},
+                    Refusal{"NoAlignment", GL_TEXTURE0, GL_RGB, 8, 8, 0, GL_LINEAR, ""},
                     Refusal{"Format", GL_TEXTURE0, GL_COLOR_INDEX, 8, 8, 1, GL_LINEAR, ""},
                     Refusal{"Filter", GL_TEXTURE0, GL_RGB, 8, 8, 1, GL_LINEAR_MIPMAP_NEAREST, ""},
                     Refusal{"LevelsOfDepths", GL_TEXTURE0, GL_DEPTH_COMPONENT, 8, 8, 1, GL_LINEAR_MIPMAP_LINEAR, ""},

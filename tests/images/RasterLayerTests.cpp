@@ -1,9 +1,12 @@
 #include "support/Picture.h"
 #include "support/PipelineFixture.h"
 
+#include <images/RasterLayer.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <stdexcept>
 
 namespace {
@@ -168,6 +171,25 @@ TEST_P(RasterLayers, CoarserTilesStandInWhileFinerOnesAreRead) {
     Clear();
     EXPECT_EQ(layer.Draw(View()), S_OK);
     EXPECT_EQ(layer.GetLastFrame().read, 0);
+}
+
+// Looking over the country tiles of many levels meet: no pixel of the background shines through between them.
+TEST_P(RasterLayers, PerspectiveHasNoGapsBetweenLevels) {
+    CRasterLayer layer({.width = kLarge, .height = kLarge, .placement = {1.0, 0.0, 0.0, -1.0, 0.0, 0.0}},
+                       source.Reader());
+    layer.SetReadingTime(kAtOnce);
+    for (const double turn : {0.0, 23.0, 61.0}) {
+        View().MatrixMode(GL_PROJECTION);
+        View().Perspective(40.0, 1.5, 10.0, 100'000.0);
+        View().MatrixMode(GL_MODELVIEW);
+        // So steep that the horizon is above the window.
+        const double radians = turn * std::numbers::pi / 180.0;
+        View().LookAt(50'000, -50'000, 400, 50'000 + 900 * std::sin(radians), -50'000 + 900 * std::cos(radians), 0, 0,
+                      0, 1);
+        live->Clear(RGB(255, 255, 255));
+        EXPECT_EQ(layer.Draw(View()), S_OK);
+        EXPECT_EQ(Take().CountDrawn({255, 255, 255, 255}), kWidth * kHeight) << turn;
+    }
 }
 
 TEST_P(RasterLayers, ReaderMayAskForTimeOrFail) {

@@ -139,6 +139,15 @@ TEST_P(RasterPixels, SmallerLevelsFollowAReplacedPart) {
     const double light = 200.0 * 200.0 / 255.0;
     EXPECT_NEAR(live->At(0, 32).g, 100.0 * 100.0 / 255.0, 3.0);
     EXPECT_NEAR(live->At(3, 32).g, light, 3.0);
+    // A part in another format that the texture can keep: the rest keeps all its channels.
+    const Bytes colors(64 * 64 * 3, 180);
+    EXPECT_EQ(Load(GL_RGB, 64, 64, colors.data(), GL_LINEAR_MIPMAP_LINEAR), S_OK);
+    const Bytes blueFirst(32 * 64 * 3, 90);
+    EXPECT_EQ(View().UpdateGLImage(texture, GL_BGR_EXT, 0, 0, 32, 64, 1, blueFirst.data()), S_OK);
+    live->Clear();
+    Draw(0, 4);
+    EXPECT_LE(LargestDifference(live->At(0, 32), {90, 90, 90, 255}), 3);
+    EXPECT_LE(LargestDifference(live->At(3, 32), {180, 180, 180, 255}), 3);
 }
 
 // The cache's textures come from LoadGLImage: its holes and colours are the drawn images'.

@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <set>
+#include <utility>
 
 namespace {
 
@@ -162,6 +164,34 @@ TEST(RasterTiles, PerspectiveTakesCoarserTilesFarAway) {
     EXPECT_EQ(CountAt(grid, tiles, 50'000, 20'000), 1);
 }
 
+// Where a coarse tile meets finer ones its edge has their corners; a corner in the middle of another's edge leaves
+// gaps.
+TEST(RasterTiles, OutlinesOfNeighboursHaveTheSameCorners) {
+    const RasterGrid grid(1'500, 1'300);
+    const std::vector<RasterTile> tiles = {{1, 1, 0}, {1, 0, 1}, {1, 1, 1}, {1, 2, 1}, {0, 0, 0}, {0, 1, 0},
+                                           {0, 0, 1}, {0, 1, 1}, {0, 4, 0}, {0, 5, 0}, {0, 4, 1}, {0, 5, 1}};
+    const TileOutlines outlines(grid, tiles);
+    std::map<std::pair<double, double>, int> corners;
+    for (const RasterTile& tile : tiles) {
+        for (const PointXY& corner : outlines.OutlineOf(tile)) {
+            ++corners[{corner.x, corner.y}];
+        }
+    }
+    for (const auto& [corner, count] : corners) {
+        int touching = 0;
+        for (const RasterTile& tile : tiles) {
+            const RasterArea area = grid.AreaOf(tile);
+            touching += corner.first >= area.left && corner.first <= area.right && corner.second >= area.top &&
+                                corner.second <= area.bottom
+                            ? 1
+                            : 0;
+        }
+        EXPECT_EQ(count, touching) << corner.first << ", " << corner.second;
+    }
+    EXPECT_EQ(outlines.OutlineOf({1, 1, 0}).size(), 6U) << "finer ones on both sides";
+    EXPECT_EQ(TileOutlines(grid, {{0, 0, 0}, {0, 1, 0}}).OutlineOf({0, 0, 0}).size(), 4U);
+}
+
 TEST(RasterTiles, AreNoMoreThanThereIsRoomFor) {
     const RasterGrid grid(kLarge, kLarge);
     const RasterCamera camera = Map(50'123.4, -60'000.7, 800);
@@ -200,7 +230,9 @@ double AreaOf(const std::vector<SharedCorner>& corners) {
 TEST(SharedPieces, FillTheTileAndLieInOneTileEach) {
     const RasterGrid second(5'000, 4'000);
     const GLRasterPlacement first{2.0, 0.0, 0.0, -2.0, 500'000, 4'500'000};
-    const RasterArea area{254.0, 508.0, 508.0, 762.0};
+    // A corner of a finer neighbour lies on the upper edge.
+    const std::vector<PointXY> outline = {
+        {254.0, 508.0}, {381.0, 508.0}, {508.0, 508.0}, {508.0, 762.0}, {254.0, 762.0}};
     const struct {
         const char* name;
         GLRasterPlacement placement;
@@ -219,7 +251,7 @@ TEST(SharedPieces, FillTheTileAndLieInOneTileEach) {
         }
         double all = 0.0;
         double shared = 0.0;
-        for (const SharedPiece& piece : CutAlongTiles(area, first, second, test.placement, tiles)) {
+        for (const SharedPiece& piece : CutAlongTiles(outline, first, second, test.placement, tiles)) {
             const double pieceArea = AreaOf(piece.corners);
             EXPECT_GE(pieceArea, 0.0) << test.name;
             all += pieceArea;
@@ -244,7 +276,7 @@ TEST(SharedPieces, FillTheTileAndLieInOneTileEach) {
         EXPECT_NEAR(all, 254.0 * 254.0, 1e-3) << test.name;
         EXPECT_NEAR(shared / all, test.share, 0.01) << test.name;
     }
-    EXPECT_EQ(CutAlongTiles(area, first, second, first, {}).size(), 1U) << "none of its tiles is seen";
+    EXPECT_EQ(CutAlongTiles(outline, first, second, first, {}).size(), 1U) << "none of its tiles is seen";
 }
 
 } // namespace

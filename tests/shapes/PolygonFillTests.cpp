@@ -180,23 +180,23 @@ TEST(PolygonFill, LargeStarsAreFilled) {
     EXPECT_NEAR(AreaOf(Fill({Spikes(50'000, 1000.0, 500.0)}, {}, FillRule::First)) / exact, 1.0, 1e-9);
 }
 
-// The colour of an area whose border fades has the same sum; no place is covered twice.
-TEST(SoftArea, FadesHalfInsideAndHalfOutside) {
+// A fringe of 1 outside of the border adds half its area, and little at corners.
+TEST(SoftArea, FadesAroundItsBorder) {
     const struct {
         std::vector<Points> rings;
         std::vector<Points> others;
         double area;
         double tolerance;
     } cases[] = {
-        {{Square(0, 0, 10)}, {}, 100.0, 0.5},
-        {{Square(0, 0, 10), Square(5, 5, 10)}, {}, 175.0, 0.7},
-        {{Square(0, 0, 30)}, {Square(10, 10, 10)}, 800.0 + 20.0, 0.8}, // and half a unit below the other layer
-        {{Square(0, 0, 10), Square(20, 20, 0.01)}, {}, 100.0, 0.5},    // next to nothing does not grow a fringe
-        {{Star(5, 2, 20)}, {}, StarArea(5, 2, 20), 3.0},
+        {{Square(0, 0, 10)}, {}, 100.0 + 20.0, 2.0},
+        {{Square(0, 0, 10), Square(5, 5, 10)}, {}, 175.0 + 30.0, 2.0},
+        {{Square(0, 0, 30)}, {Square(10, 10, 10)}, 800.0 + 80.0, 2.0},
+        {{Square(0, 0, 10), Square(20, 20, 0.01)}, {}, 120.0, 2.0}, // next to nothing does not grow a fringe
+        {{Square(0, 0, 10), Square(10, 10, 10)}, {}, 200.0 + 40.0, 3.0},
     };
     for (const auto& wanted : cases) {
         ShapeMesh mesh;
-        AddSoftArea(Fill(wanted.rings, wanted.others, FillRule::FirstWithoutSecond), {0.5, 0.5, 1.0F, 0}, mesh);
+        AddSoftArea(Fill(wanted.rings, wanted.others, FillRule::FirstWithoutSecond), {1.0, 1.0F, 0}, mesh);
         EXPECT_NEAR(CoveredArea(mesh), wanted.area, wanted.tolerance);
     }
 }

@@ -7,14 +7,16 @@
 namespace OrrinViewer {
 namespace {
 
-/// 1000 points from 0 to 999 and one stray far above them.
-PointCloud SlopeWithAnOutlier() {
-    PointCloud cloud;
-    for (int z = 0; z < 1000; ++z) {
-        cloud.positions.push_back({0.0, 0.0, static_cast<double>(z)});
-    }
-    cloud.positions.push_back({0.0, 0.0, 1e6});
-    return cloud;
+CloudPoint At(double z) {
+    CloudPoint point;
+    point.position.z = z;
+    return point;
+}
+
+CloudTraits TraitsOf(const std::vector<CloudPoint>& points, const CloudFields& fields) {
+    CloudSurvey survey(fields);
+    survey.Add(points);
+    return survey.Find();
 }
 
 int Brightness(const Rgb& color) {
@@ -22,52 +24,87 @@ int Brightness(const Rgb& color) {
 }
 
 TEST(SceneColors, ElevationRamp_IgnoresOutliersAndGrowsBrighter) {
-    const PointCloud cloud = SlopeWithAnOutlier();
-    const ElevationRange range = FindElevationRange(cloud);
-    EXPECT_EQ(range.low, 20.0);
-    EXPECT_EQ(range.high, 980.0);
-    const std::vector<Rgb> colors = ColorPoints(cloud, ColorMode::Elevation);
-    for (std::size_t index = 100; index < colors.size(); index += 100) {
-        EXPECT_GT(Brightness(colors[index]), Brightness(colors[index - 100])) << index;
+    std::vector<CloudPoint> slope;
+    for (int z = 0; z < 1000; ++z) {
+        slope.push_back(At(z));
     }
-    EXPECT_EQ(colors.front(), ColorOfElevation(-1e300, range));
-    EXPECT_EQ(colors.back(), ColorOfElevation(1e300, range));
-    EXPECT_EQ(ColorPoints(PointCloud{}, ColorMode::Elevation), std::vector<Rgb>{});
+    slope.push_back(At(1e6));
+    const CloudTraits traits = TraitsOf(slope, {});
+    EXPECT_EQ(traits.elevations.low, 20.0);
+    EXPECT_EQ(traits.elevations.high, 980.0);
+    const PointColors colors(traits, ColorMode::Elevation);
+    for (int z = 100; z <= 1000; z += 100) {
+        EXPECT_GT(Brightness(colors.ColorOf(At(z))), Brightness(colors.ColorOf(At(z - 100)))) << z;
+    }
+    EXPECT_EQ(colors.ColorOf(slope.front()), ColorOfElevation(-1e300, traits.elevations));
+    EXPECT_EQ(colors.ColorOf(slope.back()), ColorOfElevation(1e300, traits.elevations));
+}
+
+TEST(SceneColors, ElevationsOfAVeryLargeCloudAreStillFromAllOverIt) {
+    CloudSurvey survey({});
+    std::vector<CloudPoint> part(100'000);
+    for (int round = 0; round < 25; ++round) {
+        for (std::size_t index = 0; index < part.size(); ++index) {
+            part[index] = At(round * 1e5 + static_cast<double>(index));
+        }
+        survey.Add(part);
+    }
+    const ElevationRange range = survey.Find().elevations;
+    EXPECT_NEAR(range.low, 0.02 * 2.5e6, 2'000.0);
+    EXPECT_NEAR(range.high, 0.98 * 2.5e6, 2'000.0);
 }
 
 TEST(SceneColors, EachModeShowsItsAttribute_ElevationsWhereItIsMissing) {
-    PointCloud cloud;
-    cloud.positions = {{0, 0, 0}, {0, 0, 5}};
-    const std::vector<Rgb> byElevation = ColorPoints(cloud, ColorMode::Elevation);
+    std::vector<CloudPoint> points = {At(0), At(5)};
+    CloudFields fields;
+    const auto colored = [&](ColorMode mode) {
+        const PointColors colors(TraitsOf(points, fields), mode);
+        return std::vector<Rgb>{colors.ColorOf(points[0]), colors.ColorOf(points[1])};
+    };
+    const auto chosen = [&] { return ChooseColorMode(TraitsOf(points, fields)); };
+    const std::vector<Rgb> byElevation = colored(ColorMode::Elevation);
     EXPECT_NE(byElevation[0], byElevation[1]);
-    EXPECT_EQ(ChooseColorMode(cloud), ColorMode::Elevation);
+    EXPECT_EQ(chosen(), ColorMode::Elevation);
     for (const ColorMode mode : {ColorMode::Recorded, ColorMode::Class, ColorMode::Intensity}) {
-        EXPECT_EQ(ColorPoints(cloud, mode), byElevation);
+        EXPECT_EQ(colored(mode), byElevation);
     }
 
-    cloud.classes = {2, 6};
-    EXPECT_EQ(ChooseColorMode(cloud), ColorMode::Class);
-    EXPECT_EQ(ColorPoints(cloud, ColorMode::Class)[1], ColorOfClass(6, ClassMeaning::Survey));
-    cloud.intensities = {0.0f, 80.0f};
-    EXPECT_EQ(ColorPoints(cloud, ColorMode::Intensity), (std::vector<Rgb>{{40, 40, 40}, {255, 255, 255}}));
-    cloud.colors = {{1, 2, 3}, {4, 5, 6}};
-    EXPECT_EQ(ChooseColorMode(cloud), ColorMode::Recorded);
-    EXPECT_EQ(ColorPoints(cloud, ColorMode::Recorded), cloud.colors);
+    fields.classes = true;
+    points[0].classNumber = 2;
+    points[1].classNumber = 6;
+    EXPECT_EQ(chosen(), ColorMode::Class);
+    EXPECT_EQ(colored(ColorMode::Class)[1], ColorOfClass(6, ClassMeaning::Survey));
+    fields.intensities = true;
+    points[1].intensity = 80.0F;
+    EXPECT_EQ(colored(ColorMode::Intensity), (std::vector<Rgb>{{40, 40, 40}, {255, 255, 255}}));
+    fields.colors = true;
+    points[0].red = 1;
+    points[1].blue = 6;
+    EXPECT_EQ(chosen(), ColorMode::Recorded);
+    EXPECT_EQ(colored(ColorMode::Recorded), (std::vector<Rgb>{{1, 0, 0}, {0, 0, 6}}));
+    points[1].blue = 0x0600; // now it shows that the channels have 16 bits
+    EXPECT_EQ(colored(ColorMode::Recorded), (std::vector<Rgb>{{0, 0, 0}, {0, 0, 6}}));
+    points = {At(0), At(5)};
+    fields.zeroIsAbsent = true;
+    EXPECT_EQ(colored(ColorMode::Recorded), byElevation);
 }
 
 // A file in which one point in ten is labelled and coloured, and the rest black, would show as a dark smear.
 TEST(SceneColors, AttributesThatFewPointsHave_AreNotChosen) {
-    PointCloud cloud;
-    cloud.positions.resize(10);
-    cloud.colors.assign(10, Rgb{});
-    cloud.colors[3] = {255, 0, 0};
-    cloud.classes.assign(10, kNoClass);
-    cloud.classMeaning = ClassMeaning::Labels;
-    EXPECT_EQ(ChooseColorMode(cloud), ColorMode::Elevation);
-    cloud.classes.assign(10, 0);
-    EXPECT_EQ(ChooseColorMode(cloud), ColorMode::Class);
-    cloud.classMeaning = ClassMeaning::Survey;
-    EXPECT_EQ(ChooseColorMode(cloud), ColorMode::Elevation) << "0 is what a survey writes before it is classified";
+    std::vector<CloudPoint> points(10);
+    points[3].red = 255;
+    for (CloudPoint& point : points) {
+        point.classNumber = kNoClass;
+    }
+    CloudFields fields{.colors = true, .classes = true, .classMeaning = ClassMeaning::Labels};
+    EXPECT_EQ(ChooseColorMode(TraitsOf(points, fields)), ColorMode::Elevation);
+    for (CloudPoint& point : points) {
+        point.classNumber = 0;
+    }
+    EXPECT_EQ(ChooseColorMode(TraitsOf(points, fields)), ColorMode::Class);
+    fields.classMeaning = ClassMeaning::Survey;
+    EXPECT_EQ(ChooseColorMode(TraitsOf(points, fields)), ColorMode::Elevation)
+        << "0 is what a survey writes before it is classified";
 }
 
 TEST(SceneColors, ClassNumbersMeanWhatTheFileSays) {

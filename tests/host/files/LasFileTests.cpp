@@ -140,6 +140,51 @@ TEST(LasFile, AttributesThatAreZeroEverywhere_CountAsAbsent) {
     EXPECT_FALSE(cloud.HasColors() || cloud.HasClasses() || cloud.HasIntensities());
 }
 
+// A file is the same whatever parts it is read in, also where a part is full in the middle of withheld points.
+TEST(LasFile, PartsOfAnySizeAreTheWholeFile) {
+    std::vector<LasPoint> points;
+    for (int index = 0; index < 10'000; ++index) {
+        points.push_back({index, 2 * index, 3 * index, 1, 2, index % 7 < 3, 0, 0, 0});
+    }
+    LasVariation variation;
+    variation.promised = points.size();
+    std::string content = BuildLas(kFormats[1], points, variation);
+    const TemporaryFile file(".las", content);
+    const PointCloud whole = ReadLasFile(file.Path());
+    for (const std::size_t size : {1U, 5U, 4'096U, 20'000U}) {
+        const std::unique_ptr<CloudReader> reader = OpenLasFile(file.Path());
+        EXPECT_EQ(reader->GetPointCount(), points.size());
+        std::vector<CloudPoint> part(size);
+        std::vector<Position> positions;
+        std::size_t count = size;
+        while (count == size) {
+            count = reader->Read(part);
+            for (std::size_t index = 0; index < count; ++index) {
+                positions.push_back(part[index].position);
+            }
+        }
+        EXPECT_EQ(positions, whole.positions) << size;
+        EXPECT_EQ(reader->CountSkipped(), whole.skippedPoints) << size;
+    }
+}
+
+// The window opens on the box that the header promises. Many writers leave it empty, and then it must not be believed.
+TEST(LasFile, PromisedBoxIsTakenWhereItIsOne) {
+    const auto promised = [](const std::vector<double>& box) {
+        std::string content = BuildLas(kFormats[0], kPoints, {});
+        for (std::size_t number = 0; number < box.size(); ++number) {
+            std::memcpy(&content[179 + 8 * number], &box[number], sizeof(double));
+        }
+        const TemporaryFile file(".las", content);
+        return OpenLasFile(file.Path())->GetPromisedExtent();
+    };
+    EXPECT_TRUE(promised({}).IsEmpty());
+    EXPECT_EQ(promised({20, 10, 40, 30, 6, 5}).low, (Position{10, 30, 5}));
+    EXPECT_EQ(promised({20, 10, 40, 30, 6, 5}).high, (Position{20, 40, 6}));
+    EXPECT_TRUE(promised({10, 20, 40, 30, 6, 5}).IsEmpty()) << "the wrong way round";
+    EXPECT_TRUE(promised({std::numeric_limits<double>::infinity(), 10, 40, 30, 6, 5}).IsEmpty());
+}
+
 TEST(LasFile, Version14WithOnlyTheOldCount_IsReadByIt) {
     LasVariation variation;
     variation.minorVersion = 4;

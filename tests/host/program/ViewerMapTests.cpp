@@ -5,6 +5,7 @@
 #include "files/ImageFile.h"
 
 #include <array>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,46 @@ TEST_P(ViewerMap, RasterShowsBesideFilledAreasAndThroughTheirHoles) {
     }
 }
 
+// A slope that falls to the south east lies in the shade, a photograph on it too; without a grid it is as it was.
+TEST_P(ViewerMap, HillshadeDarkensTheImageWhereTheGroundTurnsAway) {
+    const std::wstring photo = WriteFourColors().wstring();
+    std::string grid = "ncols 10\nnrows 10\nxllcorner 500000\nyllcorner 4500000\ncellsize 10\n";
+    for (int row = 0; row < 10; ++row) {
+        for (int column = 0; column < 10; ++column) {
+            grid += std::to_string(column < 5 ? 300 : 300 - (column - 5) * 10 - row * 10) + " ";
+        }
+        grid += "\n";
+    }
+    const std::wstring terrain = Write("terrain.asc", grid).wstring();
+    const auto draw = [&](const wchar_t* percent) {
+        return Draw(
+            WithPipeline({photo, terrain, L"--hillshade", percent, L"--area", L"499990,4500010,500110,4500090"}));
+    };
+    const Frame shaded = draw(L"100");
+    EXPECT_EQ(shaded.At(120 - 90, 80 - 70), kUpperLeft) << "level ground";
+    const Color slope = shaded.At(120 + 70, 80 - 60);
+    EXPECT_LT(slope[1], 100);
+    EXPECT_EQ(slope[0], 0);
+    const Color half = draw(L"50").At(120 + 70, 80 - 60);
+    EXPECT_NEAR(half[1], (kUpperRight[1] + slope[1]) / 2, 2);
+}
+
+// Ten thousand million pixels: near and far the map is there at once, with a hill's colours and no hole.
+TEST_P(ViewerMap, RasterLargerThanMemoryIsShownNearAndFar) {
+    for (const wchar_t* area : {L"-50000,-33000,50000,33000", L"12000,30000,12120,30080"}) {
+        const Frame frame = Draw(WithPipeline({L"--computed", L"100000", L"--area", area, L"--units", L"metres"}));
+        ASSERT_EQ(frame.width, 240);
+        std::set<Color> colors;
+        for (int x = 60; x < 180; x += 4) {
+            for (int y = 10; y < 150; y += 4) {
+                colors.insert(frame.At(x, y));
+            }
+        }
+        EXPECT_FALSE(colors.contains({74, 82, 94})) << "the background";
+        EXPECT_GT(colors.size(), 10U);
+    }
+}
+
 /// The box around all pixels that are white.
 struct Box {
     int left = 10'000, top = 10'000, right = -1, bottom = -1;
@@ -143,6 +184,32 @@ TEST_P(ViewerMap, FurnitureStandsOnlyAroundTheMap) {
     EXPECT_GT(countChanged(420, 340, 600, 375), 150) << "scale bar";
     EXPECT_GT(countChanged(560, 15, 600, 90), 150) << "north arrow";
     EXPECT_EQ(countChanged(100, 20, 500, 330), 0) << "the map itself";
+}
+
+// Roads open where they cross: the casings of all lie below all of them. One metre is two pixels.
+TEST_P(ViewerMap, RoadsHaveCasingsAndAreasWideBorders) {
+    const fs::path map = Write("roads.geojson", R"({"type": "GeometryCollection", "geometries": [
+        {"type": "LineString", "coordinates": [[500000, 4500030], [500100, 4500030]]},
+        {"type": "LineString", "coordinates": [[500050, 4500010], [500050, 4500090]]},
+        {"type": "Polygon", "coordinates": [[[500010, 4500050], [500030, 4500050], [500030, 4500070],
+                                             [500010, 4500070], [500010, 4500050]]]},
+        {"type": "Point", "coordinates": [500080, 4500060]}]})");
+    const Frame frame =
+        Draw(WithPipeline({map.wstring(), L"--units", L"metres", L"--line-width", L"6", L"--casing", L"10", L"--border",
+                           L"8", L"--symbol", L"circle", L"--plain", L"--area", L"499990,4500010,500110,4500090"}));
+    constexpr Color road = {255, 244, 214};
+    constexpr Color casing = {150, 92, 34};
+    const auto at = [&](int x, int y) { return frame.At((x + 10) * 2, 160 - (y - 10) * 2); };
+    EXPECT_EQ(at(50, 30), road) << "where they cross";
+    EXPECT_EQ(frame.At(120 - 10, 160 - 40 + 2), road);
+    EXPECT_EQ(frame.At(120 + 40, 160 - 40 - 4), casing);
+    EXPECT_EQ(frame.At(120 - 4, 40), casing);
+    EXPECT_EQ(frame.At(120, 40 + 1), road);
+    for (const int aside : {-2, 2}) {
+        EXPECT_EQ(frame.At(40 + aside, 60), kOutline) << "a border of eight pixels";
+    }
+    EXPECT_EQ(at(80, 60), (Color{230, 70, 60})) << "a symbol";
+    EXPECT_EQ(at(20, 60), frame.At(2, 2)) << "areas are not filled";
 }
 
 // The second window finds the textures and programs of the first, and shows the same.

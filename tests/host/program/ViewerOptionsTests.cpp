@@ -17,6 +17,15 @@ TEST(ViewerOptions, EveryOptionIsRead) {
     EXPECT_EQ(line.options.files[0], std::filesystem::path(u8"a b.las"));
     EXPECT_EQ(line.options.files[1], std::filesystem::path(u8"\u00E9t\u00E9.ply"));
     EXPECT_EQ(line.options.screenshot, std::filesystem::path("x.png"));
+    EXPECT_GT(line.options.budgetMilliseconds, 0.0);
+}
+
+// A budget of points that also ended after some time would be none.
+TEST(ViewerOptions, BudgetIsOfPointsOrOfTime) {
+    const ParsedCommandLine line = ParseCommandLine({"a.las", "--budget", "250000"});
+    ASSERT_FALSE(line.exitCode);
+    EXPECT_EQ(line.options.budgetPoints, 250'000U);
+    EXPECT_EQ(line.options.budgetMilliseconds, 0.0);
 }
 
 TEST(ViewerOptions, ScreenshotAlone_DrawsOneFrame) {
@@ -36,6 +45,18 @@ TEST(ViewerOptions, AreaOfNegativeDegreesIsRead) {
     EXPECT_EQ(line.options.units, MapUnits::Degrees);
 }
 
+TEST(ViewerOptions, StylesOfFeaturesAreRead) {
+    const FeatureStyle style = ParseCommandLine({"--line-width", "5.5", "--casing", "8", "--dash", "12,6,2", "--border",
+                                                 "3", "--symbol", "star", "a.geojson"})
+                                   .options.features;
+    EXPECT_EQ(style.lineWidthPixels, 5.5);
+    EXPECT_EQ(style.casingWidthPixels, 8.0);
+    EXPECT_EQ(style.dashesPixels, (std::vector{12.0, 6.0, 2.0}));
+    EXPECT_EQ(style.borderWidthPixels, 3.0);
+    EXPECT_EQ(style.symbol, "star");
+    EXPECT_TRUE(ParseCommandLine({"a.geojson"}).options.features.IsPlain());
+}
+
 TEST(ViewerOptions, WrongOptionsEndWithAnError_HelpDoesNot) {
     for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
                                                   {"a.las", "--pipeline", "vulkan"},
@@ -44,6 +65,8 @@ TEST(ViewerOptions, WrongOptionsEndWithAnError_HelpDoesNot) {
                                                   {"a.las", "--area", "10,0,5,1"},
                                                   {"a.las", "--area", "1,2,3"},
                                                   {"a.las", "--area", "1,2,3,north"},
+                                                  {"a.las", "--dash", "3,long"},
+                                                  {"a.las", "--symbol", "heart"},
                                                   {"a.las", "--width", "12"}}) {
         EXPECT_NE(ParseCommandLine(wrong).exitCode.value_or(0), 0);
     }

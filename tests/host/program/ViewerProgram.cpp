@@ -3,6 +3,7 @@
 #include "files/FileError.h"
 #include "files/ImageFile.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -16,6 +17,33 @@ namespace {
 std::string ReadText(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// The visible window of a process; null while it has none.
+HWND FindWindowOf(DWORD process) {
+    struct Search {
+        DWORD process;
+        HWND found;
+    } search = {process, nullptr};
+    EnumWindows(
+        [](HWND window, LPARAM parameter) -> BOOL {
+            auto& looked = *reinterpret_cast<Search*>(parameter);
+            DWORD owner = 0;
+            GetWindowThreadProcessId(window, &owner);
+            looked.found = owner == looked.process && IsWindowVisible(window) ? window : looked.found;
+            return looked.found == nullptr;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+/// Asked of the window, which has to answer for that.
+std::wstring TitleOf(HWND window) {
+    wchar_t title[512] = {};
+    DWORD_PTR length = 0;
+    SendMessageTimeoutW(window, WM_GETTEXT, std::size(title), reinterpret_cast<LPARAM>(title), SMTO_NORMAL, 5'000,
+                        &length);
+    return title;
 }
 
 } // namespace
@@ -72,6 +100,32 @@ fs::path ViewerProgram::Write(const std::string& name, const std::string& conten
 }
 
 Outcome ViewerProgram::Run(const std::vector<std::wstring>& arguments) const {
+    return Start(arguments, [](const PROCESS_INFORMATION&) {});
+}
+
+Outcome ViewerProgram::Watch(const std::vector<std::wstring>& arguments,
+                             const std::vector<std::wstring>& wanted) const {
+    return Start(arguments, [&wanted](const PROCESS_INFORMATION& process) {
+        std::wstring title;
+        const auto saysAll = [&] {
+            return std::all_of(wanted.begin(), wanted.end(),
+                               [&title](const std::wstring& part) { return title.find(part) != std::wstring::npos; });
+        };
+        HWND window = nullptr;
+        for (int look = 0; look < 6'000 && (title.empty() || !saysAll()); ++look) {
+            if (WaitForSingleObject(process.hProcess, 10) == WAIT_OBJECT_0) {
+                break;
+            }
+            window = FindWindowOf(process.dwProcessId);
+            title = TitleOf(window);
+        }
+        EXPECT_TRUE(saysAll()) << testing::PrintToString(title);
+        PostMessageW(window, WM_CLOSE, 0, 0);
+    });
+}
+
+Outcome ViewerProgram::Start(const std::vector<std::wstring>& arguments,
+                             const std::function<void(const PROCESS_INFORMATION&)>& attend) const {
     // Each run has its own files: the system may hold those of the last one for a moment.
     static int run = 0;
     const fs::path outputFile = m_folder / (L"output" + std::to_wstring(++run));
@@ -97,6 +151,7 @@ Outcome ViewerProgram::Run(const std::vector<std::wstring>& arguments) const {
     Outcome outcome;
     if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
         DWORD exitCode = 0;
+        attend(process);
         if (WaitForSingleObject(process.hProcess, 60'000) != WAIT_OBJECT_0) {
             TerminateProcess(process.hProcess, 99);
             WaitForSingleObject(process.hProcess, 5'000);

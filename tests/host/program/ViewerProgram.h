@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,8 @@ protected:
     fs::path Write(const std::string& name, const std::string& content) const;
     /// Runs the viewer to its end; a minute is enough for any of these.
     Outcome Run(const std::vector<std::wstring>& arguments) const;
+    /// Opens the viewer as a person does, and closes its window once its title says all of `wanted`, or after a minute.
+    Outcome Watch(const std::vector<std::wstring>& arguments, const std::vector<std::wstring>& wanted) const;
     /// Draws files into a frame of 240 by 160 pixels, with nothing around the map.
     Frame Draw(std::vector<std::wstring> arguments) const;
     /// Draws files into a frame of that size, as the arguments say.
@@ -55,6 +58,10 @@ protected:
     static std::string SquareCloud(double x, double y);
 
 private:
+    /// Starts the viewer, lets `attend` look after it until it returns, and waits for its end.
+    Outcome Start(const std::vector<std::wstring>& arguments,
+                  const std::function<void(const PROCESS_INFORMATION&)>& attend) const;
+
     fs::path m_folder = fs::temp_directory_path() / (L"orrin_viewer_tests_" + std::to_wstring(GetCurrentProcessId()) +
                                                      L"_" + std::to_wstring(GetTickCount64()));
 };

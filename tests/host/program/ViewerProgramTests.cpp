@@ -112,6 +112,32 @@ TEST_F(ViewerProgram, CloudIsTheSameFrameOnBothPipelinesAndTimed) {
     EXPECT_NE(timed.output.find("5 points per frame, "), std::string::npos) << timed.output;
 }
 
+// A person sees the window at once, and points as they come; what went wrong with them is told without losing the
+// others.
+TEST_F(ViewerProgram, WindowShowsPointsAsTheyAreRead) {
+    std::string cloud =
+        "ply\nformat binary_little_endian 1.0\nelement vertex 60000\nproperty float x\nproperty float y\n"
+        "property float z\nend_header\n";
+    for (int index = 0; index < 60'000; ++index) {
+        const float place[3] = {static_cast<float>(index % 300), static_cast<float>(index / 300), 5.0F};
+        cloud.append(reinterpret_cast<const char*>(place), sizeof(place));
+    }
+    for (const wchar_t* pipeline : {L"legacy", L"gl4"}) {
+        const Outcome outcome =
+            Watch({Write("cloud.ply", cloud).wstring(), L"--pipeline", pipeline}, {L"60000 points, ", L" ms"});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_NE(outcome.output.find("60000 points, 0 features, x 0.00 to 299.00, y 0.00 to 199.00"),
+                  std::string::npos)
+            << outcome.output;
+        EXPECT_EQ(outcome.errors, "");
+    }
+    std::string ascii = SquareCloud(0, 0);
+    ascii.insert(ascii.find("0.0000 100.0000"), "what ");
+    const Outcome broken = Watch({Write("broken.ply", ascii).wstring()}, {L"broken.ply"});
+    EXPECT_EQ(broken.exitCode, 0);
+    EXPECT_NE(broken.errors.find("'what' is not a number"), std::string::npos) << broken.errors;
+}
+
 // Stairs of points, all of one colour: without the shading they are one flat patch.
 TEST_F(ViewerProgram, CloudIsShadedByItsDepthsInPerspective) {
     std::string text =

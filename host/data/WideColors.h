@@ -1,6 +1,6 @@
 #pragma once
 
-#include "data/PointCloud.h"
+#include "PointCloud.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "CloudPoint.h"
+#include "PointCloud.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+namespace OrrinViewer {
+
+/// A file of points, read from the first to the last, in parts, so that its size does not matter to memory.
+class CloudReader {
+public:
+    CloudReader() = default;
+    virtual ~CloudReader() = default;
+    CloudReader(const CloudReader&) = delete;
+    CloudReader& operator=(const CloudReader&) = delete;
+
+    /// What its points can have.
+    virtual CloudFields GetFields() const = 0;
+    /// How many points the file promises, those included that will be skipped; 0 where that shows only at the end.
+    virtual std::uint64_t GetPointCount() const = 0;
+    /// The box that the file promises its points to be in; empty where it promises none.
+    virtual Extent GetPromisedExtent() const { return {}; }
+    /// Fills in the next points and returns how many; fewer than there is room for only at the end. Throws FileError.
+    virtual std::size_t Read(std::span<CloudPoint> points) = 0;
+    /// Points that were left out so far: withdrawn by the file's maker or without a position.
+    virtual std::uint64_t CountSkipped() const = 0;
+};
+
+/// Reads all points into memory.
+PointCloud ReadAllPoints(CloudReader& reader);
+
+} // namespace OrrinViewer

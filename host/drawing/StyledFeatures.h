@@ -1,0 +1,16 @@
+#pragma once
+
+#include "FeatureStyle.h"
+#include "PolygonFill.h"
+#include "data/VectorLayer.h"
+
+#include <OrrinDisplay.h>
+
+namespace OrrinViewer {
+
+/// Draws the lines of a layer as roads, the borders of its areas and its points as the style says. The casings of all
+/// roads lie below all roads, so that they open at crossings. `onTheGround` gives true coordinates.
+void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style,
+                        const GroundPosition& onTheGround);
+
+} // namespace OrrinViewer
