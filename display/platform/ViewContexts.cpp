@@ -300,6 +300,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         record.current = false;
         record.initialized = false;
         record.fixedFunctionOnly = false;
+        record.lacksProgramFunctions = false;
         record.objects = {};
         if (!own) {
             record.deviceContext = nullptr;
