@@ -6,6 +6,7 @@
 // cloud_bench [MILLIONS] [fixed]: 10 million points if not told otherwise; on the 4.x pipeline unless "fixed".
 
 #include "BenchView.h"
+#include "clouds/PointCloudLayer.h"
 
 #include <psapi.h>
 

@@ -4,6 +4,7 @@
 #include "BenchView.h"
 #include "images/DataColors.h"
 #include "images/ImageLevels.h"
+#include "images/RasterLayer.h"
 
 #include <psapi.h>
 

@@ -6,7 +6,7 @@ target_compile_definitions(OrrinOptions INTERFACE UNICODE _UNICODE NOMINMAX WIN3
 
 if(MSVC)
     target_compile_options(OrrinOptions INTERFACE /W4 /permissive- /utf-8)
-    target_compile_definitions(OrrinOptions INTERFACE _CRT_SECURE_NO_WARNINGS _AFXDLL)
+    target_compile_definitions(OrrinOptions INTERFACE _CRT_SECURE_NO_WARNINGS)
     if(ORRIN_WARNINGS_AS_ERRORS)
         target_compile_options(OrrinOptions INTERFACE /WX)
     endif()

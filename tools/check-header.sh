@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that the numbered contents list at the top of the view's header is true: tools/check-header.sh [HEADER].
+# Checks what each source of a host costs that includes the library, and that the numbered contents list at the top of the view's header is true: tools/check-header.sh [HEADER].
 #
 #  - The list and the section lines "// ---- 5. Context lifecycle. Implemented in ViewContexts.cpp" have the same
 #    numbers and name the same files; below a section line, further comments may say "Implemented in ...". A title of
@@ -138,3 +138,17 @@ if faults:
     sys.exit(1)
 print(f"{len(contents)} sections and {checked} functions are where the contents list says")
 PYTHON
+
+# A host compiles this with each of its sources. <windows.h> itself has 65,000 lines without what few programs need.
+preprocessed_lines() {
+    echo "#include <$1>" | x86_64-w64-mingw32-g++-posix -std=c++20 -DWIN32_LEAN_AND_MEAN -I "$root/display" \
+        -I "$root/compat/mfc" -isystem "$build/deps/include" -E -x c++ - | wc -l
+}
+limit=60000
+own=$(($(preprocessed_lines OrrinDisplay.h) - $(preprocessed_lines windows.h)))
+if [ "$own" -gt "$limit" ]; then
+    echo "OrrinDisplay.h costs a host $own preprocessed lines beside <windows.h>, more than $limit: <memory>, <algorithm>," \
+        "<functional>, <string> and <richedit.h> are too heavy for it" >&2
+    exit 1
+fi
+echo "OrrinDisplay.h costs a host $own preprocessed lines beside <windows.h>, of $limit"

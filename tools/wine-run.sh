@@ -1,30 +1,36 @@
 #!/usr/bin/env bash
 # Runs a Windows program: tools/wine-run.sh PROGRAM ARGUMENTS. It shows windows on the display that is there, or else on a
 # virtual screen, and ends with the program's exit code. ORRIN_DLL_OVERRIDES adds to Wine's overrides ("opengl32=n,b" lets
-# a program use an opengl32.dll beside it instead of Wine's).
+# a program use an opengl32.dll beside it instead of Wine's). ORRIN_WINE_PREFIX names a prefix other than build/wine, which
+# is made as Wine makes it: without the project's fonts, settings and DLLs, like a machine that has none of them.
+# ORRIN_LIBRARY_PATH takes the place of the folder that DLLs are looked for in beside the program's own.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
-if [ "${1:-}" = --no-prefix ]; then
+prefix=$root/build/wine
+libraries=${ORRIN_LIBRARY_PATH-Z:$root/build/deps/bin}
+if [ -n "${ORRIN_WINE_PREFIX:-}" ]; then
+    prefix=$ORRIN_WINE_PREFIX libraries=
+elif [ "${1:-}" = --no-prefix ]; then
     shift
 else
     "$root/tools/make-prefix.sh" >&2
 fi
 
 # Wine keeps quiet, except when a program cannot start because a DLL of it is missing.
-export WINEPREFIX=$root/build/wine WINEDEBUG=-all,err+module LIBGL_ALWAYS_SOFTWARE=1
+export WINEPREFIX=$prefix WINEDEBUG=-all,err+module LIBGL_ALWAYS_SOFTWARE=1
 export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe,winedbg.exe=${ORRIN_DLL_OVERRIDES:+;$ORRIN_DLL_OVERRIDES}"
 # File names reach the program whole only when Wine reads them as UTF-8, which a bare machine's locale is not.
 export LC_ALL=C.UTF-8
-WINEPATH=$(printf '%s' "Z:$root/build/deps/bin" | sed 's#/#\\#g')
+WINEPATH=$(printf '%s' "$libraries" | sed 's#/#\\#g')
 export WINEPATH
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 wineserver=$(dirname "$(readlink -f "$wine")")/wineserver
-screen=$root/build/wine.screen # "DISPLAY PID" of the virtual screen, if there is one
+screen=$prefix.screen # "DISPLAY PID" of the virtual screen, if there is one
 
 # Runs at the same time share Wine's server and one virtual screen, and the last to leave stops both. Who comes or leaves
 # holds the gate; who is inside holds the lock 'users' in common, so that taking it alone proves that nobody is left.
-exec 7>"$root/build/wine.gate" 8>"$root/build/wine.users"
+exec 7>"$prefix.gate" 8>"$prefix.users"
 
 screen_runs() {
     local display pid

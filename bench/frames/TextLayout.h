@@ -1,6 +1,7 @@
 #pragma once
 
 #include <OrrinDisplay.h>
+#include <text/FontAtlas.h>
 
 #include <ft2build.h>
 #include FT_FREETYPE_H

@@ -5,6 +5,7 @@
 #include <limits>
 #include <new>
 #include <string_view>
+#include <unordered_map>
 
 namespace KTR {
 
@@ -14,6 +15,8 @@ struct COpenGLViewTextureManager::Entry : GLTextureObject {
     std::size_t nameHash = 0;
     Entry* next = nullptr; ///< the next of this hash
 };
+
+struct COpenGLViewTextureManager::Index : std::unordered_map<std::size_t, Entry*> {};
 
 namespace {
 
@@ -78,7 +81,7 @@ GLTextureObject* COpenGLViewTextureManager::GetAt(POSITION position) const {
 }
 
 long COpenGLViewTextureManager::DeleteTextureObjects() {
-    m_index.clear();
+    m_index.reset();
     for (POSITION position = m_textures.GetHeadPosition(); position;) {
         Entry* const entry = EntryAt(position);
         m_textures.GetNext(position);
@@ -197,7 +200,7 @@ long COpenGLViewTextureManager::MakeTextureNewest(GLTextureObject* entry) {
         return E_OUTOFMEMORY;
     }
     // The last of a hash's chain too. The index has its place already, so that nothing is allocated.
-    Entry** link = &m_index[moved->nameHash];
+    Entry** link = &(*m_index)[moved->nameHash];
     while (*link != moved) {
         link = &(*link)->next;
     }
@@ -212,8 +215,11 @@ long COpenGLViewTextureManager::MakeTextureNewest(GLTextureObject* entry) {
 
 template <typename Predicate> COpenGLViewTextureManager::Entry*
 COpenGLViewTextureManager::FirstNamed(const wchar_t* name, Predicate predicate) const {
-    const auto found = name ? m_index.find(HashOf(name)) : m_index.end();
-    Entry* entry = found == m_index.end() ? nullptr : found->second;
+    if (!m_index || !name) {
+        return nullptr;
+    }
+    const auto found = m_index->find(HashOf(name));
+    Entry* entry = found == m_index->end() ? nullptr : found->second;
     while (entry && !(entry->name == name && predicate(*entry))) {
         entry = entry->next;
     }
@@ -247,7 +253,10 @@ POSITION COpenGLViewTextureManager::PositionOf(const GLTextureObject* entry) con
 }
 
 void COpenGLViewTextureManager::AddToIndex(Entry* entry) {
-    Entry** link = &m_index[entry->nameHash];
+    if (!m_index) {
+        m_index.reset(new Index);
+    }
+    Entry** link = &(*m_index)[entry->nameHash];
     while (*link) {
         link = &(*link)->next;
     }
@@ -255,8 +264,11 @@ void COpenGLViewTextureManager::AddToIndex(Entry* entry) {
 }
 
 void COpenGLViewTextureManager::RemoveFromIndex(Entry* entry) {
-    const auto found = m_index.find(entry->nameHash);
-    if (found == m_index.end()) {
+    if (!m_index) {
+        return;
+    }
+    const auto found = m_index->find(entry->nameHash);
+    if (found == m_index->end()) {
         return;
     }
     Entry** link = &found->second;
@@ -267,7 +279,7 @@ void COpenGLViewTextureManager::RemoveFromIndex(Entry* entry) {
         *link = entry->next;
     }
     if (!found->second) {
-        m_index.erase(found);
+        m_index->erase(found);
     }
 }
 

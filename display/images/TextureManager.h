@@ -1,14 +1,14 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
+#include "../values/SoleOwner.h"
 #include "RasterTypes.h"
 
-#include <afx.h>
 #include <afxcoll.h>
 
 #include <cstddef>
 #include <initializer_list>
-#include <unordered_map>
 
 namespace KTR {
 
@@ -102,6 +102,7 @@ public:
 
 private:
     struct Entry;
+    struct Index;
 
     /// The entry nearest to the head that has this name and suits; null when there is none.
     template <typename Predicate> Entry* FirstNamed(const wchar_t* name, Predicate predicate) const;
@@ -115,7 +116,7 @@ private:
 
     CPtrList m_textures;
     /// The first entry of each hash of a name; entries of one hash are chained in the order of the list.
-    std::unordered_map<std::size_t, Entry*> m_index;
+    SoleOwner<Index> m_index; ///< null before the first entry
     unsigned long long m_cacheSize = 0;
     GLTextureCacheOrder m_order = GLTextureCacheByAddition;
 };

@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
 #include "../pipeline/TextureUnit.h"
 #include "../view/ViewAccess.h"
@@ -88,6 +89,8 @@ void FreeBackingStore(COpenGLView& view) {
 long SaveFrame(COpenGLView& view, int x, int y, int width, int height) {
     const GLRenderingContextRecord& record = ViewAccess::CurrentRecord(view);
     const bool programs = view.DrawsWithPrograms();
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    const DebugGroup group(gl, "SaveBackingStore");
     BackingStore& store = ViewAccess::Store(view);
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
     frame.context = nullptr;
@@ -306,6 +309,11 @@ long COpenGLView::SaveBackingStore(HDC deviceContext, GLRenderingContextTypes ty
         result = SaveFrame(*this, x, y, width, height);
         PopBothMatrices(L"SaveBackingStore");
     }
+    if (type == GLContextMain) {
+        const BackingStoreFrame& frame = m_backingStoreFrame;
+        const bool whole = x == 0 && y == 0 && width == frame.windowWidth && height == frame.windowHeight;
+        NoteFrameSaved(*this, result == S_OK && whole && readBuffer == GL_BACK);
+    }
     outputGlError(L"SaveBackingStore: END");
     return result;
 }
@@ -315,6 +323,8 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
                                       int windowHeight, bool clear, bool depth, bool frontBuffer) {
     outputGlError(L"RestoreBackingStore");
     if (ViewAccess::HasCurrentContext(*this)) {
+        const GLCalls gl = CurrentGL();
+        const DebugGroup group(gl, "RestoreBackingStore");
         DrawingStateScope state(*this, DrawnThing::Frame);
         const bool programs = DrawsWithPrograms();
         const bool onlyFront = m_currentContext == GLContextLegacy || !GetDoubleBufferSetting(m_currentContext);
@@ -332,6 +342,12 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
                                      static_cast<int>(columns.target), static_cast<int>(rows.target)};
                 const DrawingArea area{part.targetX, part.targetY, part.width, part.height};
                 DrawParts(*this, state, area, std::span(&part, 1), depth);
+                const BackingStoreFrame& frame = m_backingStoreFrame;
+                if (m_currentContext == GLContextMain && !frontBuffer && part.sourceX == 0 && part.sourceY == 0 &&
+                    part.targetX == 0 && part.targetY == 0 && part.width == frame.windowWidth &&
+                    part.height == frame.windowHeight) {
+                    NoteFrameRestored(*this);
+                }
             }
         }
         if (programs) {
@@ -351,6 +367,8 @@ bool RestoreStoredParts(COpenGLView& view, const std::vector<StoredPart>& parts,
     if (!CanRestoreParts(view)) {
         return false;
     }
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    const DebugGroup group(gl, "RestoreBackingStore");
     const BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
     std::vector<FramePart> framed;
     framed.reserve(parts.size());

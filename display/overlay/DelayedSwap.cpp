@@ -1,57 +1,46 @@
 #include "DelayedSwap.h"
 
+#include "../platform/LockScope.h"
+
+#include <atomic>
+
 namespace KTR {
 
-namespace {
-
-class Locked {
-public:
-    explicit Locked(SRWLOCK& lock) : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
-    ~Locked() { ReleaseSRWLockExclusive(&m_lock); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-private:
-    SRWLOCK& m_lock;
-};
-
-} // namespace
-
 void DelayedSwap::SetMode(bool on) {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = on;
 }
 
 void DelayedSwap::StartLayer() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     ++m_layers;
 }
 
 void DelayedSwap::CompleteLayer() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     if (m_layers > 0) {
         --m_layers;
     }
 }
 
 int DelayedSwap::LayerCount() const {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     return m_layers;
 }
 
 bool DelayedSwap::MayPresent() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     const bool delayed = Delays();
-    m_asked = delayed;
+    std::atomic_ref(m_asked).store(delayed);
     return !delayed;
 }
 
 bool DelayedSwap::TakeDuePresent() {
-    if (!m_asked) {
+    if (!std::atomic_ref(m_asked).load()) {
         return false;
     }
-    const Locked locked(m_lock);
-    return !Delays() && m_asked.exchange(false);
+    const LockScope locked(m_lock);
+    return !Delays() && std::atomic_ref(m_asked).exchange(false);
 }
 
 void DelayedSwap::TakeOver(const DelayedSwap& other) {
@@ -61,21 +50,21 @@ void DelayedSwap::TakeOver(const DelayedSwap& other) {
     bool on = false;
     int layers = 0;
     {
-        const Locked locked(other.m_lock);
+        const LockScope locked(other.m_lock);
         on = other.m_on;
         layers = other.m_layers;
     }
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = on;
     m_layers = layers;
-    m_asked = false;
+    std::atomic_ref(m_asked).store(false);
 }
 
 void DelayedSwap::Reset() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = false;
     m_layers = 0;
-    m_asked = false;
+    std::atomic_ref(m_asked).store(false);
 }
 
 } // namespace KTR

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <windows.h>
-
-#include <atomic>
+#include "../Framework.h"
 
 namespace KTR {
 
@@ -31,7 +29,7 @@ private:
     mutable SRWLOCK m_lock = SRWLOCK_INIT;
     bool m_on = false;
     int m_layers = 0;
-    std::atomic<bool> m_asked = false; ///< while it could not be done; read before each GL call
+    bool m_asked = false; ///< while it could not be done; read before each GL call, by atomic operations alone
 };
 
 } // namespace KTR

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../images/BackingStore.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "OverlayScope.h"
 
@@ -33,7 +34,9 @@ void StartFrame(COpenGLView& view, HostFrame frame) {
     state.isInBack = false;
     if (frame != HostFrame::None) {
         view.GetWindowDimensions(state.width, state.height);
-        state.covered.Resize(state.width, state.height);
+        if (!AtTheBorder([&state] { state.covered.Resize(state.width, state.height); })) {
+            state.frame = HostFrame::None; // no overlay can be drawn over it
+        }
     }
 }
 
@@ -111,13 +114,38 @@ void NoteFramePresented(COpenGLView& view, bool due) {
     StartFrame(view, HostFrame::None);
 }
 
+void NoteFrameSaved(COpenGLView& view, bool wholeBackBuffer) {
+    OverlayState& state = ViewAccess::Overlays(view);
+    const bool hasOverlays = !state.covered.IsEmpty();
+    if (wholeBackBuffer && HasHostFrame(view) && !hasOverlays && (state.isInBack || state.frame == HostFrame::Drawn)) {
+        ++state.frameNumber;
+        state.storedFrame = state.frameNumber;
+        state.isInBack = true;
+        return;
+    }
+    state.storedFrame = 0;
+    if (hasOverlays) {
+        ForgetFrame(view); // what was beneath them stood in the store only
+    }
+}
+
+void NoteFrameRestored(COpenGLView& view) {
+    OverlayState& state = ViewAccess::Overlays(view);
+    if (HasHostFrame(view) && state.storedFrame == state.frameNumber) {
+        state.isInBack = true;
+        state.covered.Clear();
+    }
+}
+
 void ForgetFrame(COpenGLView& view) {
     OverlayState& state = ViewAccess::Overlays(view);
     state.frame = HostFrame::None;
     state.isInBack = false;
 }
 
-long StoreHostFrame(COpenGLView& view) {
+namespace {
+
+long StoreFrame(COpenGLView& view) {
     OverlayState& state = ViewAccess::Overlays(view);
     if (!view.MakeCurrent(GLContextMain)) {
         return E_FAIL;
@@ -137,13 +165,16 @@ long StoreHostFrame(COpenGLView& view) {
     if (result != S_OK) {
         return result;
     }
+    if (!HasHostFrame(view)) {
+        return S_FALSE; // the buffer had overlays too, and the store without them is gone
+    }
     state.storedFrame = state.frameNumber;
     state.isInBack = isInBack;
     state.covered.Resize(state.width, state.height);
     return S_OK;
 }
 
-long ComposeOverlays(COpenGLView& view) {
+long Compose(COpenGLView& view) {
     const long stored = StoreHostFrame(view);
     if (stored != S_OK) {
         return stored;
@@ -172,7 +203,7 @@ long ComposeOverlays(COpenGLView& view) {
     return drawn ? S_OK : E_FAIL;
 }
 
-long KeepRubberBand(COpenGLView& view) {
+long KeepBand(COpenGLView& view) {
     const long stored = StoreHostFrame(view);
     if (stored != S_OK) {
         return stored;
@@ -184,17 +215,41 @@ long KeepRubberBand(COpenGLView& view) {
         return E_FAIL;
     }
     state.isInBack = true;
-    {
-        try {
-            DrawRubberBand(view, state.covered);
-        } catch (...) {
-            ForgetFrame(view);
-            return E_FAIL;
-        }
+    state.covered.Clear();
+    TileMask covered;
+    covered.Resize(state.width, state.height);
+    try {
+        DrawRubberBand(view, covered);
+    } catch (...) {
+        ForgetFrame(view);
+        return E_FAIL;
     }
     const long result =
         view.SaveBackingStore(DeviceContextOf(view), GLContextMain, buffer, 0, 0, state.width, state.height);
     return result == S_OK ? ComposeOverlays(view) : result;
+}
+
+/// Without memory for its notes nobody knows what the buffers hold.
+template <typename Operation> long ForgetFrameWithoutMemory(COpenGLView& view, Operation operation) {
+    long result = E_OUTOFMEMORY;
+    if (!AtTheBorder([&] { result = operation(view); })) {
+        ForgetFrame(view);
+    }
+    return result;
+}
+
+} // namespace
+
+long StoreHostFrame(COpenGLView& view) {
+    return ForgetFrameWithoutMemory(view, StoreFrame);
+}
+
+long ComposeOverlays(COpenGLView& view) {
+    return ForgetFrameWithoutMemory(view, Compose);
+}
+
+long KeepRubberBand(COpenGLView& view) {
+    return ForgetFrameWithoutMemory(view, KeepBand);
 }
 
 bool COpenGLView::NeedsRedraw() const {
@@ -206,12 +261,14 @@ int COpenGLView::AddOverlay(GLOverlayFunction draw, void* context, int order) {
     if (!draw) {
         return 0;
     }
-    const Overlay overlay{++m_overlays.lastNumber, order, draw, context};
-    std::vector<Overlay>& overlays = m_overlays.overlays;
-    const auto behind = std::upper_bound(overlays.begin(), overlays.end(), order,
-                                         [](int wanted, const Overlay& other) { return wanted < other.order; });
-    overlays.insert(behind, overlay);
-    return overlay.number;
+    return AtTheBorder(0, [&] {
+        const Overlay overlay{++m_overlays.lastNumber, order, draw, context};
+        std::vector<Overlay>& overlays = m_overlays.overlays;
+        const auto behind = std::upper_bound(overlays.begin(), overlays.end(), order,
+                                             [](int wanted, const Overlay& other) { return wanted < other.order; });
+        overlays.insert(behind, overlay);
+        return overlay.number;
+    });
 }
 
 bool COpenGLView::RemoveOverlay(int overlay) {

@@ -1,10 +1,12 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/Border.h"
 #include "../shapes/ShapeStyles.h"
 #include "ClientDrawing.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 
 namespace KTR {
@@ -72,7 +74,13 @@ void DrawRubberBand(COpenGLView& view, TileMask& covered) {
         const double width = drawing.WidthOf(text);
         const PointXY& mouse = band.Points().back();
         const double x = std::max(std::min(mouse.x + kTextAside, drawing.Width() - width - kTextAside), kTextAside);
-        drawing.DrawString(text, x, std::max(mouse.y - kTextAside, 3.0 * kTextAside), style.color, &covered);
+        const double y = std::max(mouse.y - kTextAside, 3.0 * kTextAside);
+        if (style.casingColor.a != 0 && style.casingPixels > 0.0) {
+            for (const PointXY& aside : {PointXY{-1.0, 0.0}, {1.0, 0.0}, {0.0, -1.0}, {0.0, 1.0}}) {
+                drawing.DrawString(text, x + aside.x, y + aside.y, style.casingColor);
+            }
+        }
+        drawing.DrawString(text, x, y, style.color, &covered);
     }
 }
 
@@ -86,8 +94,8 @@ long COpenGLView::BeginRubberBand(GLRubberBandTypes type, double clientX, double
     }
     // The frame is stored before the first move, so that that one is quick.
     const long stored = StoreHostFrame(*this);
-    if (stored == S_OK) {
-        m_overlays.band.Begin(type, {clientX, clientY});
+    if (stored == S_OK && !AtTheBorder([&] { m_overlays.band.Begin(type, {clientX, clientY}); })) {
+        return E_OUTOFMEMORY;
     }
     return stored;
 }
@@ -110,7 +118,9 @@ long COpenGLView::AddRubberBandPoint(double clientX, double clientY) {
     if (!m_overlays.band.IsActive()) {
         return S_FALSE;
     }
-    m_overlays.band.AddPoint({clientX, clientY});
+    if (!AtTheBorder([&] { m_overlays.band.AddPoint({clientX, clientY}); })) {
+        return E_OUTOFMEMORY;
+    }
     return ComposeOverlays(*this);
 }
 
@@ -130,6 +140,19 @@ int COpenGLView::GetRubberBandPoints(PointXY* points, int capacity) const {
     const int count = static_cast<int>(band.size());
     if (points) {
         std::copy_n(band.begin(), std::clamp(capacity, 0, count), points);
+    }
+    return count;
+}
+
+int COpenGLView::GetRubberBandPoints(PointXYZ* points, int capacity) const {
+    constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
+    const std::vector<PointXY>& band = m_overlays.band.Points();
+    const int count = static_cast<int>(band.size());
+    for (int index = 0; points && index < std::min(capacity, count); ++index) {
+        const PointXY& client = band[static_cast<std::size_t>(index)];
+        PointXYZ world{kNowhere, kNowhere, kNowhere};
+        Client2RealWorld(client.x, client.y, world.x, world.y, world.z);
+        points[index] = world;
     }
     return count;
 }

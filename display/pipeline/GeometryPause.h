@@ -19,7 +19,7 @@ public:
 
 private:
     COpenGLView& m_view;
-    std::unique_ptr<GeometryFilling> m_filling;
+    SoleOwner<GeometryFilling> m_filling;
 };
 
 } // namespace KTR

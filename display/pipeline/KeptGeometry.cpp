@@ -1,9 +1,9 @@
 #include "KeptGeometry.h"
 
+#include "../platform/Border.h"
 #include "KeptRecords.h"
 
 #include <algorithm>
-#include <exception>
 #include <new>
 #include <utility>
 
@@ -12,7 +12,7 @@ namespace KTR {
 namespace {
 
 /// What a geometry holds, made where there is nothing yet. Null when there is no memory.
-KeptRecords* Holder(std::unique_ptr<KeptRecords>& kept) {
+KeptRecords* Holder(SoleOwner<KeptRecords>& kept) {
     if (!kept) {
         kept.reset(new (std::nothrow) KeptRecords);
     }
@@ -72,7 +72,8 @@ long GLGeometry::Reserve(int count) {
     }
     try {
         kept->records.reserve(static_cast<std::size_t>(count));
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
     return S_OK;

@@ -3,8 +3,7 @@
 #include "../Export.h"
 #include "../values/BasicTypes.h"
 #include "../values/DrawGeometry.h"
-
-#include <memory>
+#include "../values/SoleOwner.h"
 
 namespace KTR {
 
@@ -79,7 +78,7 @@ public:
 private:
     friend class COpenGLView;
 
-    std::unique_ptr<KeptRecords> m_kept; ///< null while there was nothing to hold
+    SoleOwner<KeptRecords> m_kept; ///< null while there was nothing to hold
 };
 
 } // namespace KTR

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "../Framework.h"
 #include "ShaderData.h"
-
-#include <afx.h>
 
 namespace KTR {
 
@@ -20,7 +19,7 @@ struct ProgramFiles {
 
 // Programs are built, and their failures shown, with the functions of the context that is current.
 
-/// Builds the stock programs from the files in GetCommonFolder. 0, or the HRESULT of the first that failed; those
+/// Builds the stock programs from the files in GetShaderFolder. 0, or the HRESULT of the first that failed; those
 /// before it stay. `message` receives what was told last.
 long BuildStockPrograms(const GLCalls& gl, ShaderSet& set, CString& message);
 /// Builds one program into `data`; one that is already there is deleted. Vertex and fragment file are needed. E_FAIL

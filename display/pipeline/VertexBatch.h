@@ -3,8 +3,6 @@
 #include "ClientStateRequest.h"
 #include "VertexBuffers.h"
 
-#include <algorithm>
-
 namespace KTR {
 
 /// The counters and pointers of a view's open batch.
@@ -47,15 +45,18 @@ struct VertexBatchState {
     /// Drops all but the first `count` vertices. The indices behind them become the identity again.
     void Keep(int count) {
         batchVertexCount = count;
-        writtenCount = std::min(writtenCount, count);
-        ringOnlyCount = std::min(ringOnlyCount, count);
+        writtenCount = Smaller(writtenCount, count);
+        ringOnlyCount = Smaller(ringOnlyCount, count);
         reservedCount = 0;
-        addLimit = std::min(count + kWriteAheadRecords, kBatchCapacity);
+        addLimit = Smaller(count + kWriteAheadRecords, kBatchCapacity);
         for (int slot = count; slot < strayIndices; ++slot) {
             batchIndexPointer[slot] = static_cast<unsigned int>(slot);
         }
-        strayIndices = std::min(strayIndices, count);
+        strayIndices = Smaller(strayIndices, count);
     }
+
+private:
+    static int Smaller(int a, int b) { return a < b ? a : b; }
 };
 
 /// The arrays that a view's adds write to. They are as large as a batch may get from the start, so that no add

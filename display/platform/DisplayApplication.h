@@ -1,8 +1,7 @@
 #pragma once
 
 #include "../Export.h"
-
-#include <afxwin.h>
+#include "../Framework.h"
 
 // Only MFC's own header defines this; without MFC there are no application objects.
 #ifdef __AFXWIN_H__

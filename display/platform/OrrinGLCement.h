@@ -1,9 +1,8 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
 #include "generated/GLEntryPoints.h"
-
-#include <afx.h>
 
 #include <cstdint>
 

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "../Export.h"
-
-#include <afxwin.h>
+#include "../Framework.h"
 
 #include <tlhelp32.h>
 

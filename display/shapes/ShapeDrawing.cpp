@@ -1,5 +1,6 @@
 #include "ShapeDrawing.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/ProgramBinding.h"
 #include "../pipeline/StockPrograms.h"
 #include "../view/ViewAccess.h"
@@ -261,6 +262,8 @@ void DrawWaitingShapes(COpenGLView& view, ShapeDrawing& drawing) {
         return;
     }
     drawing.drawing = true;
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    const DebugGroup group(gl, "shapes");
     if (view.DrawsWithPrograms()) {
         DrawWithPrograms(view, drawing);
     } else {
@@ -275,7 +278,7 @@ ShapeScope::ShapeScope(COpenGLView& view, unsigned int mode, const PointXYZ& fir
     if (!ViewAccess::HasCurrentContext(view)) {
         return;
     }
-    std::unique_ptr<ShapeDrawing>& kept = ViewAccess::Shapes(view);
+    SoleOwner<ShapeDrawing>& kept = ViewAccess::Shapes(view);
     if (!kept) {
         kept = std::make_unique<ShapeDrawing>();
     }

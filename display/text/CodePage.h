@@ -2,7 +2,7 @@
 
 // Text for display lists, which have one list for each character of the ANSI code page, and back.
 
-#include <afx.h>
+#include "../Framework.h"
 
 #include <array>
 #include <memory>

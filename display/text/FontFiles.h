@@ -1,9 +1,11 @@
 #pragma once
 
 #include "../Export.h"
-#include "FontParameters.h"
+#include "../Framework.h"
 
 namespace KTR {
+
+struct FontParameters;
 
 /// The name that a font file is looked up by: the face without the sign of vertical writing (@) and outer blanks, then
 /// " Bold" and " Italic" as asked for.

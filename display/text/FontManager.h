@@ -1,9 +1,17 @@
 #pragma once
 
 #include "../Export.h"
-#include "FontAtlas.h"
+#include "../Framework.h"
+
+#include <cstddef>
+
+struct FT_FaceRec_;
 
 namespace KTR {
+
+class CFTGLFontAtlas;
+struct FontAtlasGlyphMetrics;
+struct FontParameters;
 
 /// Fonts that can be loaded at a time.
 inline constexpr int kFontSlots = 10;

@@ -1,6 +1,7 @@
 #include "GlyphRun.h"
 
 #include "../view/ViewAccess.h"
+#include "FontAtlas.h"
 #include "KerningCache.h"
 
 #include <cstring>
@@ -10,20 +11,6 @@ namespace KTR {
 namespace {
 
 constexpr int kGlyphVertices = 6;
-
-/// How far the quad of a rotated glyph reaches beyond its pixels, in pixels: half of one, over which the filter lets
-/// the edge fade.
-constexpr double kFade = 0.5;
-
-/// One glyph as it goes into the batch: corners relative to its origin, texture coordinates with t growing downwards.
-struct GlyphQuad {
-    glm::vec2 lowerLeft;
-    glm::vec2 lowerRight;
-    glm::vec2 upperLeft;
-    glm::vec2 upperRight;
-    float z;
-    float s0, s1, t0, t1;
-};
 
 /// The coordinates go out in pairs: the stores are what a glyph costs.
 inline void StoreGlyphVertex(GLDrawGeometry& record, const glm::vec2& corner, float z, const glm::vec2& texture) {
@@ -169,6 +156,10 @@ GlyphRun AddRotatedGlyphs(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_
 }
 
 } // namespace
+
+void AddGlyph(COpenGLView& view, const GlyphQuad& quad) {
+    AddGlyphQuad(view, ViewAccess::Batch(view), quad);
+}
 
 GlyphRun AddGlyphs(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text, const TextFrame& frame,
                    const glm::dvec3& start) {

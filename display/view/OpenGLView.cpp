@@ -4,6 +4,7 @@
 #include "../platform/GLCalls.h"
 
 #include "../pipeline/GeometryFilling.h"
+#include "../platform/Border.h"
 #include "../platform/ContextLifecycle.h"
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 namespace KTR {
@@ -38,17 +40,14 @@ COpenGLView::COpenGLView() {
     InitializeCriticalSection(&m_managerSection);
     m_owned.lock = true;
 
+    SetUpClassLocks();
+    const CriticalSectionLock lock(ClassLock(m_gcsOpenGLConstructor));
     if (m_managerIndex != 0) {
-        const CriticalSectionLock lock(m_gcsOpenGLConstructor);
         Initialize();
         return;
     }
-    InitializeCriticalSection(&m_gcsOpenGLConstructor);
-    const CriticalSectionLock lock(m_gcsOpenGLConstructor);
-    InitializeCriticalSection(&m_gcsOpenGLCreateContext);
     m_gShaderSet = ShaderSet{};
     Initialize();
-    m_gClassInitialized = 1;
     GetOpenGLVersionWithGLCement();
     // Only now: whether there is a default font and how large its texture may be is known from the bootstrap.
     m_gFontManager.InitializeObject();
@@ -155,7 +154,7 @@ void COpenGLView::ShutDownOpenGLContexts(HWND window) {
         return;
     }
     if (m_owned.tesselator) {
-        const CriticalSectionLock lock(m_gcsOpenGLConstructor);
+        const CriticalSectionLock lock(ClassLock(m_gcsOpenGLConstructor));
         m_owned.tesselator->Destroy();
     }
     if (!DrawsWithPrograms()) {
@@ -168,13 +167,26 @@ void COpenGLView::ShutDownOpenGLContexts(HWND window) {
     }
 }
 
+/// The locks are there from the first view on, and again from the first one after the last call.
+void COpenGLView::SetUpClassLocks() {
+    static std::mutex s_settingUp;
+    const std::lock_guard lock(s_settingUp);
+    if (!m_gClassInitialized) {
+        InitializeCriticalSection(&m_gcsOpenGLConstructor);
+        InitializeCriticalSection(&m_gcsOpenGLCreateContext);
+        m_gClassInitialized = 1;
+    }
+}
+
 void COpenGLView::FinalShutDownDestroyClassCriticalSection() {
+    if (!m_gClassInitialized) {
+        return;
+    }
+    m_gClassInitialized = 0;
     DeleteCriticalSection(&m_gcsOpenGLConstructor);
     DeleteCriticalSection(&m_gcsOpenGLCreateContext);
     std::memset(&m_gcsOpenGLConstructor, 0, sizeof(m_gcsOpenGLConstructor));
     std::memset(&m_gcsOpenGLCreateContext, 0, sizeof(m_gcsOpenGLCreateContext));
-    m_gClassInitialized = 0;
-    ShareGroup::ForgetMaster();
     m_gCurrentRenderingContext = nullptr;
     m_gCurrentDeviceContext = nullptr;
 }
@@ -209,15 +221,18 @@ int COpenGLView::GetMasterContextIndex() const {
 /// Takes over what a copy shares with its source. Records, arrays and locks stay this view's own, and so does what it
 /// has to free: the members copied here only point.
 void COpenGLView::CopySettings(const COpenGLView& other) {
-    m_reserved = other.m_reserved;
     m_batch = other.m_batch;
     m_batch.ForgetWaiting();
     m_batch.sharedDepth = 0;
     m_backingStore = other.m_backingStore;
-    m_name = other.m_name;
-    m_message = other.m_message;
+    AtTheBorder([&] {
+        // The texts; where there is no memory for one, it and those behind it stay as they were.
+        m_requestedTexture = other.m_requestedTexture;
+        m_reserved = other.m_reserved;
+        m_name = other.m_name;
+        m_message = other.m_message;
+    });
     m_textureRequest = other.m_textureRequest;
-    m_requestedTexture = other.m_requestedTexture;
     m_tesselator = other.m_tesselator;
     m_loadNewTexture[0] = other.m_loadNewTexture[0];
     m_loadNewTexture[1] = other.m_loadNewTexture[1];

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
 #include "../images/BackingStore.h"
 #include "../images/TextureManager.h"
 #include "../images/TextureRequest.h"
@@ -14,13 +15,13 @@
 #include "../text/FontManager.h"
 #include "../text/TextState.h"
 #include "../values/BasicTypes.h"
+#include "../values/SharedPointer.h"
+#include "../values/SoleOwner.h"
 #include "RenderingContextRecord.h"
 
-#include <afx.h>
 #include <afxtempl.h>
 
 #include <array>
-#include <memory>
 #include <vector>
 
 namespace spdlog {
@@ -37,6 +38,7 @@ struct TexturedQuadrilateral;
 enum GLLineJoin : int;
 enum GLSymbolKind : int;
 struct GLLineStyle;
+struct GLLineTextStyle;
 struct GLPolygonStyle;
 struct GLSymbolStyle;
 struct ProfileState;
@@ -77,6 +79,8 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///  22. Profiles                  display/profile/ViewProfile.cpp
 ///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
+///  24. State of drawing          display/view/ViewDrawingState.cpp, ViewReset.cpp
+///  25. Text on maps              display/text/ViewMapText.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -129,7 +133,9 @@ public:
     void InitializeOpenGL(HWND window);
     /// Releases the view's GL objects. Call it while `window` still exists; null does nothing.
     void ShutDownOpenGLContexts(HWND window);
-    /// The last call into the class: deletes what all views share.
+    /// The last call into the class: deletes the locks that all views share. A view that is still there (a global one,
+    /// a member of the program's object) may be shut down and destroyed after it. One made after it starts the class
+    /// anew, with the version that was settled before.
     static void FinalShutDownDestroyClassCriticalSection();
 
     /// The view's own lock, for hosts whose threads take turns on a view. A copied view has none; there the calls only
@@ -188,8 +194,12 @@ public:
     bool IsCurrentContextOpenGL4OrLater() const { return IsContextOpenGL4OrLater(m_currentContext); }
     bool IsCurrentContextLegacyOpenGL11() const { return IsContextLegacyOpenGL11(m_currentContext); }
     /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
-    /// context that the driver gave only in the plain way: it has to do without the shared programs.
-    bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
+    /// context that the driver gave only in the plain way, which has to do without the shared programs, and for one
+    /// whose driver lacks functions that they need.
+    bool DrawsWithPrograms() const {
+        const GLRenderingContextRecord& record = CurrentRecord();
+        return IsCurrentContextOpenGL4OrLater() && !record.fixedFunctionOnly && !record.lacksProgramFunctions;
+    }
 
     /// Bootstraps the loader and settles the process's pipeline. The first view's constructor calls it.
     int GetOpenGLVersionWithGLCement();
@@ -494,7 +504,7 @@ public:
     // ---- 11. Programs and buffers of the 4.x pipeline
     // Programs, their building and deletion. Implemented in ViewShaders.cpp
 
-    /// Builds the 13 stock programs on the current context, from the files in GetCommonFolder. 0, or the HRESULT of the
+    /// Builds the 13 stock programs on the current context, from the files in GetShaderFolder. 0, or the HRESULT of the
     /// first that failed; those before it stay. Failures show a message box.
     long BuildStockShaders();
     /// Builds one program into `data`; one that is already there is deleted. The last four files may be null. E_FAIL
@@ -572,6 +582,11 @@ public:
     /// Registers the host's logger under its own name; a name that is taken stays with its first logger. The library
     /// writes to the logger named "OrrinLogger", at trace level.
     static void RegisterLogger(std::shared_ptr<spdlog::logger> logger);
+    /// For capture tools and debuggers of OpenGL, where the driver has KHR_debug: programs, buffers, textures, samplers
+    /// and vertex arrays get names, what operations draw is grouped under theirs, and what the driver has to say goes
+    /// to the logger, from level debug up to error. Call it before the first context is made: what there is already
+    /// stays without names. Off, as at the start, no call of OpenGL is made for it. For the process; any thread.
+    static void SetDebugNames(bool on);
     /// Writes one label to the trace. It does not ask OpenGL for errors. Any thread.
     void outputGlError(const wchar_t* label) const;
     /// The current context's glGetError; 0 without a context.
@@ -599,9 +614,10 @@ public:
     int GetFontAverageHeightPixels() const;
     double GetFontAverageWidthNotionalUnits() const;
     double GetFontAverageHeightNotionalUnits() const;
-    /// UTF-16 units of a string; 0 for a null one and without a current font.
+    /// UTF-16 units of a string; 0 for a null one and without a font or lists.
     std::size_t GetTextStringLength(const wchar_t* text) const;
-    /// Pixels that a string takes, and its length. All are 0 without a current font.
+    /// Pixels that a string takes, and its length. On a fixed-function context the display lists made last count, those
+    /// of bitmaps first and outlines at scale 1; without lists the current font does. All are 0 without either.
     long GetTextStringDimensions(const wchar_t* text, std::size_t& length, double& width, double& height) const;
     /// 0 makes text invisible, 255 shows it in the current colour. Needs blending, which the setup of text turns on.
     void DrawSetupTextTransparency(unsigned char transparency);
@@ -853,7 +869,7 @@ public:
     /// the geometry instead of being drawn; what it held before goes. No context is needed. An open batch is discarded;
     /// text and images are drawn as ever. E_FAIL where a geometry is being filled already; E_OUTOFMEMORY.
     ///
-    /// \param origin  where the records' zero lies; without it, at the current coordinate offsets
+    /// The records' zero lies at `origin`; without one, at the current coordinate offsets.
     long BeginGeometry(GLGeometry& geometry);
     long BeginGeometry(GLGeometry& geometry, const PointXYZ& origin);
     /// The geometry is filled; a batch that was not ended is discarded. E_FAIL without a beginning and where the
@@ -876,7 +892,9 @@ public:
     // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call
     // that needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays
     // covered, draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into
-    // the back buffer between two of these calls comes to light with the next.
+    // the back buffer between two of these calls comes to light with the next. A host that draws its frame in steps
+    // saves the whole back buffer itself (SaveBackingStore) after each: that is then the frame, and after
+    // RestoreBackingStore of all of it the host goes on drawing without what overlays left there.
     //
     // Results: S_OK; S_FALSE, with nothing drawn, where there is no frame to draw over (none was drawn yet, or the
     // window's size or the context changed since: draw one, see NeedsRedraw) and for a band that is not active; E_FAIL
@@ -924,6 +942,8 @@ public:
     /// The band's points: those settled and, last, the one that follows the mouse; after the end those it ended with.
     /// Their number. At most `capacity` are written, to client coordinates.
     int GetRubberBandPoints(PointXY* points, int capacity) const;
+    /// The same in true coordinates, as Client2RealWorld finds them; what has none is no number.
+    int GetRubberBandPoints(PointXYZ* points, int capacity) const;
     /// Holds for bands begun from now on, and for the active one from its next move on. Values out of range are
     /// clamped.
     void SetRubberBandStyle(const GLRubberBandStyle& style);
@@ -1079,6 +1099,10 @@ public:
     /// that a profile follows is not in a box.
     long SetUpOrthoFromModelExtents(GLViewOrientation orientation, const PointXYZ& low, const PointXYZ& high,
                                     double zExaggeration);
+    /// The model's box is another one, as while a file is read: near and far hold it from now on, in the views of the
+    /// history too. The picture stays, and this is no step of the history. E_INVALIDARG for what is no box; S_FALSE,
+    /// with nothing changed, before a set-up and in profiles.
+    long SetViewModelExtents(const PointXYZ& low, const PointXYZ& high);
     /// Loads the matrices of the view that is set up; there is nothing to load before.
     void LoadViewMatrices();
     /// The edges of what is visible of the view plane, measured along the screen's right and up: seen from the top in x
@@ -1302,6 +1326,78 @@ public:
     /// since.
     long CommitRecords(int count);
 
+    // ---- 24. State of drawing: whether the view draws, and whose OpenGL's state is
+    // Implemented in ViewDrawingState.cpp
+
+    /// Whether what is drawn with the current context now will be seen. What fails is told to the debugger once; this
+    /// is for hosts that want to tell their users. Text of the 4.x pipeline needs a font besides.
+    GLDrawingState GetDrawingState() const;
+
+    // A host may draw with OpenGL calls of its own in a view's context. Whose state is whose:
+    //
+    //   The view's own     what the operations of this class set and a record keeps: the capabilities that
+    //                      IsOpenGLStateEnabled knows, blending, logic operation, polygon mode, widths, stipple,
+    //                      viewport, background, colour and matrices of fixed functions. Set it through the view: what
+    //                      is set behind its back shows until the view sends that state again.
+    //   The library's      programs, vertex arrays, client arrays, array buffers, textures and samplers of the units,
+    //                      the active unit. A host's do not last; bind them before each use.
+    //   Put aside          pixel storage, pixel transfer and pixel buffers, while images and text are loaded; a host's
+    //                      program, while images, frames, records and shapes are drawn.
+    //   The host's         all else. The library draws through it and expects a new context's: culling, stencil, alpha
+    //                      test, clip planes, fog, masks, the depth function, offsets, framebuffers, texture matrices.
+    //                      Put it back, or call ResetGLState.
+    //
+    // Implemented in ViewReset.cpp
+
+    /// After a host's own OpenGL calls: the state that the library draws through becomes a new context's, and OpenGL
+    /// gets the view's own state again. Client state is disabled, an open batch is discarded; textures and buffers are
+    /// unbound, none is deleted. Stereo and multisampling stay as they are. Without a current context it does nothing.
+    /// It costs some two hundred calls: once after a host's drawing, not around each of them.
+    void ResetGLState();
+    /// Compares what the view believes of OpenGL with what OpenGL says, and what the library draws through with a new
+    /// context's. Nothing changes, and what waits is drawn. For each difference `report` (may be null) and the debugger
+    /// get a line with both values. Returns their number; 0 without a current context. For development: it waits for
+    /// the GPU.
+    int ValidateState(CString* report);
+
+    // ---- 25. Text on maps. Implemented in ViewMapText.cpp
+    // How strings of this view are drawn from here on, and strings along lines. Those of before stay as they were.
+
+    /// Draws a halo around all strings: everything within `widthPixels` of a letter, 0 (none, as at the start) to 32;
+    /// what is outside counts as the nearest. A string's halo lies under all of its letters, and takes no draw of its
+    /// own. It is scaled with the string, fades with the text's transparency and does not count when a string is
+    /// measured. A halo of alpha 0 is none.
+    ///
+    /// NOTE: on a fixed-function context strings of display lists have one where the lists are the ones made last of
+    /// their kind; it is opaque, around outlines as wide in pixels whatever their scale.
+    void SetTextHalo(const GLRGBAColor& color, double widthPixels);
+    GLRGBAColor GetTextHaloColor() const;
+    double GetTextHaloWidth() const;
+    /// Shapes strings (off at the start): kerning, ligatures and marks as the font's OpenType tables have them, joined
+    /// scripts such as Arabic and Devanagari, and scripts that run from right to left. Strings are measured as they are
+    /// shaped. A character that the font lacks shows as the font's sign for that.
+    ///
+    /// A string is laid out on one line by Unicode's bidirectional algorithm: its first letter with a direction decides
+    /// where it begins, parts of the other direction and numbers stand in it in theirs. Of the algorithm's control
+    /// characters only the left-to-right, right-to-left and Arabic letter marks have an effect, and brackets are not
+    /// paired. A string's place is its left end, whatever its direction.
+    ///
+    /// NOTE: display lists have only the characters of one code page. With this on a fixed-function context draws the
+    /// manager's current font, which SetUpNewFont loads there too: at the raster position wherever its strings stand
+    /// there. Without such a font its lists draw as ever, not shaped.
+    void SetTextShaping(bool on);
+    bool GetTextShaping() const;
+    /// Draws a string along the line through `count` places, in the current colour and font: its letters stand on the
+    /// line as the window shows it, each turned as the line is there, in pixels whatever the zoom. Places are in model
+    /// coordinates once the offsets of SetCurrentCoordinateOffsets are subtracted. What is not finite or behind the eye
+    /// breaks the line there, and each piece is a line. A piece that is too short for the string, or bends too much
+    /// under it, has none. On a fixed-function context without a current font (SetUpNewFont) the outline lists made
+    /// last draw it. Blending is for the setup of text to turn on, as for other strings.
+    ///
+    /// S_OK; S_FALSE where no piece took the string; E_INVALIDARG without text or line, or without font and outline
+    /// lists; E_OUTOFMEMORY.
+    long DrawTextAlongLine(const wchar_t* text, const PointXYZ* points, int count, const GLLineTextStyle& style);
+
     // ---- Class-wide members
 
     static long m_gManagerCount; ///< views constructed so far, minus one
@@ -1340,6 +1436,9 @@ private:
     COpenGLMath& MathOf(GLRenderingContextTypes type) const;
     COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
 
+    static void SetUpClassLocks();
+    /// A class-wide lock while there is one; null after the last call, when nobody is left to wait for.
+    static CRITICAL_SECTION* ClassLock(CRITICAL_SECTION& lock) { return m_gClassInitialized ? &lock : nullptr; }
     void CopySettings(const COpenGLView& other);
 
     void ReadDriverVersion();
@@ -1413,10 +1512,10 @@ private:
     unsigned int m_contextCreations = 0; ///< attribute-based ones
     OwnedObjects m_owned;
     TextState m_text;
-    std::unique_ptr<GeometryFilling> m_filling; ///< while a geometry is being filled
-    std::unique_ptr<ShapeDrawing> m_shapes;     ///< made at the first shape
-    std::unique_ptr<RasterState> m_rasters;     ///< null until a data raster was loaded
-    std::unique_ptr<ProfileState> m_profile;    ///< made with the first profile
+    SoleOwner<GeometryFilling> m_filling; ///< while a geometry is being filled
+    SoleOwner<ShapeDrawing> m_shapes;     ///< made at the first shape
+    SoleOwner<RasterState> m_rasters;     ///< null until a data raster was loaded
+    SoleOwner<ProfileState> m_profile;    ///< made with the first profile
 
     static ShaderSet m_gShaderSet;
     static int m_gClassInitialized;

@@ -3,6 +3,7 @@
 #include "../platform/GLCalls.h"
 #include "OpenGLView.h"
 
+#include <memory>
 #include <utility>
 
 namespace KTR {
@@ -32,6 +33,7 @@ struct ViewAccess {
     /// Whether the context that the view selected last is the thread's current one. What deletes or loads GL objects
     /// asks here first.
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
+    static CRITICAL_SECTION* ClassLock(CRITICAL_SECTION& lock) { return COpenGLView::ClassLock(lock); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
     /// Opens a batch of the library's own strings, whose glyphs were seen to.
     static void OpenBatch(COpenGLView& view, unsigned int mode, GLShaderTypes shader) { view.OpenBatch(mode, shader); }
@@ -46,11 +48,11 @@ struct ViewAccess {
     static GLTextureObject& RequestedTexture(COpenGLView& view) { return view.m_requestedTexture; }
     static auto& Owned(COpenGLView& view) { return view.m_owned; }
     static BackingStore& Store(COpenGLView& view) { return view.m_backingStore; }
-    static std::unique_ptr<ProfileState>& Profile(COpenGLView& view) { return view.m_profile; }
-    static const std::unique_ptr<ProfileState>& Profile(const COpenGLView& view) { return view.m_profile; }
+    static SoleOwner<ProfileState>& Profile(COpenGLView& view) { return view.m_profile; }
+    static const SoleOwner<ProfileState>& Profile(const COpenGLView& view) { return view.m_profile; }
     static OverlayState& Overlays(COpenGLView& view) { return view.m_overlays; }
     static const OverlayState& Overlays(const COpenGLView& view) { return view.m_overlays; }
-    static std::unique_ptr<ShapeDrawing>& Shapes(COpenGLView& view) { return view.m_shapes; }
+    static SoleOwner<ShapeDrawing>& Shapes(COpenGLView& view) { return view.m_shapes; }
     /// Draws a room's own records through the ring; at most kBatchRecords of them, with the program that is
     /// bound. What waits has been drawn.
     static void DrawFromRing(COpenGLView& view, unsigned int mode, GLDrawGeometry* records, int count) {

@@ -4,6 +4,7 @@
 #include "data/CloudReader.h"
 
 #include <OrrinDisplay.h>
+#include <clouds/PointCloudLayer.h>
 
 #include <memory>
 #include <optional>

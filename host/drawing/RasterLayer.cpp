@@ -99,7 +99,7 @@ RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {
         ComputeRelief(window.level, window.x, window.y, window.width, window.height, static_cast<float*>(pixels));
         return KTR::GLRasterReadDone;
     };
-    return {std::move(description), {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read};
+    return {description, {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read};
 }
 
 RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name) {

@@ -4,6 +4,7 @@
 #include "data/Raster.h"
 
 #include <OrrinDisplay.h>
+#include <images/RasterLayer.h>
 
 #include <atomic>
 #include <filesystem>

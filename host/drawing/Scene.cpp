@@ -33,8 +33,9 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
 
 } // namespace
 
-void Scene::AddCloud(std::unique_ptr<CloudReader> reader, LayerSource source) {
+void Scene::AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source) {
     m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader), source.name));
+    m_cloudOpeners.push_back(std::move(again));
     m_placedClouds.push_back({std::move(source), {}});
     m_extent.Include(m_clouds.back()->GetExtent());
 }
@@ -236,6 +237,12 @@ void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orient
     }
 }
 
+void Scene::HoldEverything(KTR::COpenGLView& view) const {
+    if (!m_extent.IsEmpty()) {
+        view.SetViewModelExtents(PointOf(m_extent.low), PointOf(m_extent.high));
+    }
+}
+
 CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     LoadCamera(view);
     CloudsFrame frame;
@@ -424,6 +431,22 @@ Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
     return area;
 }
 
+std::vector<PointColors> Scene::GetCloudColors() const {
+    std::vector<PointColors> colors;
+    for (const auto& cloud : m_clouds) {
+        colors.emplace_back(cloud->Traits(), m_colorMode);
+    }
+    return colors;
+}
+
+double Scene::ElevationAt(double x, double y) const {
+    double elevation = kNoElevation;
+    for (const Surface& surface : m_surfaces) {
+        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(x, y) : elevation;
+    }
+    return elevation;
+}
+
 void Scene::ColorAllClouds() {
     for (const auto& cloud : m_clouds) {
         cloud->Color(m_colorMode);
@@ -445,13 +468,8 @@ GroundPosition Scene::GroundOf(const VectorLayer& layer, const Position& origin)
 
 /// Of the relief where there is one.
 double Scene::HeightOfGround(const Position& position) const {
-    for (const Surface& surface : m_surfaces) {
-        const double elevation = surface.Grid().InterpolatedAt(position.x, position.y);
-        if (!std::isnan(elevation)) {
-            return elevation;
-        }
-    }
-    return GroundHeight();
+    const double elevation = ElevationAt(position.x, position.y);
+    return std::isnan(elevation) ? GroundHeight() : elevation;
 }
 
 /// What is flat lies here: below everything that has heights, or at 0. Of a cloud the lowest points are no ground, but

@@ -7,6 +7,7 @@
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
+#include "data/BandReading.h"
 #include "data/LayerSource.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
@@ -41,8 +42,8 @@ public:
     // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, meshes, clouds,
     // vectors. Add everything before the first frame.
 
-    /// The cloud is read in the background from now on.
-    void AddCloud(std::unique_ptr<CloudReader> reader, LayerSource source = {});
+    /// The cloud is read in the background from now on; `again` opens it once more for each profile through it.
+    void AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source = {});
     void AddSurface(ElevationGrid grid, LayerSource source = {});
     void AddMesh(Mesh mesh, LayerSource source = {});
     void AddRaster(RasterLayer raster, LayerSource source = {});
@@ -106,6 +107,8 @@ public:
 
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
+    /// Has the view cut off nothing of everything, and leaves alone what it shows.
+    void HoldEverything(KTR::COpenGLView& view) const;
     /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
     /// budget allows. The view's main context must be current, here and below.
     CloudsFrame Begin(KTR::COpenGLView& view, const CloudBudget& budget);
@@ -115,6 +118,13 @@ public:
     void DrawShapes(KTR::COpenGLView& view);
     /// All of it at once, however long it takes.
     void Draw(KTR::COpenGLView& view);
+    /// What profiles are made of: each cloud's file, and how its points are coloured at present.
+    const std::vector<CloudOpener>& GetCloudOpeners() const { return m_cloudOpeners; }
+    std::vector<PointColors> GetCloudColors() const;
+    ClassMeaning GetClassMeaning(std::size_t cloud) const { return m_clouds.at(cloud)->Traits().classMeaning; }
+    /// The height of the relief there; NaN where there is none.
+    double ElevationAt(double x, double y) const;
+
     /// Before the view goes.
     void Forget(const KTR::COpenGLView& view);
     /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
@@ -136,6 +146,7 @@ private:
     double HeightOfGround(const Position& position) const;
 
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
+    std::vector<CloudOpener> m_cloudOpeners; ///< of each of them
     std::vector<Surface> m_surfaces;
     bool m_isDraped = false;            ///< images lie on the surfaces
     std::vector<bool> m_coveredRasters; ///< of the rasters, those that lie on a surface as a whole

@@ -83,7 +83,8 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
     if (options.cloudCellSize) {
         AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, source, options);
     } else {
-        scene.AddCloud(std::move(reader), std::move(source));
+        scene.AddCloud(
+            std::move(reader), [file] { return OpenCloudReader(file); }, std::move(source));
     }
 }
 

@@ -2,6 +2,8 @@
 #include "support/Picture.h"
 #include "support/RecordedFixture.h"
 
+#include <clouds/PointCloudLayer.h>
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>

@@ -17,10 +17,21 @@ if(EXISTS ${prefix}/include/OrrinStandIn)
     message(FATAL_ERROR "the stand-in driver was installed without being asked for")
 endif()
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix} --config ${CONFIG} --component StandIn)
-run(${CMAKE_COMMAND} -S ${SOURCE} -B ${project} -G Ninja -D CMAKE_BUILD_TYPE=${CONFIG}
-    -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D CMAKE_PREFIX_PATH=${PREFIX_PATH}
-    -D OrrinDisplay_DIR=${prefix}/lib/cmake/OrrinDisplay)
-run(${CMAKE_COMMAND} --build ${project})
-file(COPY ${prefix}/bin/OrrinDisplay.dll DESTINATION ${project})
-run(${EMULATOR} ${project}/consumer.exe)
-run(${CMAKE_COMMAND} -E env ORRIN_DLL_OVERRIDES=opengl32=n,b ${EMULATOR} ${project}/standin/host_gl_tests.exe)
+if(EXISTS ${prefix}/bin/OrrinDisplay.dll.debug OR NOT EXISTS ${prefix}/bin/.debug)
+    message(FATAL_ERROR "the debugging data does not lie apart")
+endif()
+
+# The package alone brings what the host needs; its toolchain file, where there is one, finds it.
+if(EXISTS ${prefix}/lib/cmake/OrrinDisplay/OrrinMinGWToolchain.cmake)
+    set(toolchain ${prefix}/lib/cmake/OrrinDisplay/OrrinMinGWToolchain.cmake)
+else()
+    set(toolchain ${TOOLCHAIN})
+endif()
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${project} -D CMAKE_BUILD_TYPE=${CONFIG} -G ${GENERATOR}
+    -D CMAKE_TOOLCHAIN_FILE=${toolchain} -D CMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${project} --config ${CONFIG})
+file(GLOB consumer ${project}/consumer.exe ${project}/${CONFIG}/consumer.exe)
+# What it was not given it does not have: no folder of DLLs is named, and no shader files are installed.
+run(${CMAKE_COMMAND} -E env ORRIN_LIBRARY_PATH= ${EMULATOR} ${consumer})
+file(GLOB_RECURSE host_gl_tests ${project}/host_gl_tests.exe)
+run(${CMAKE_COMMAND} -E env ORRIN_DLL_OVERRIDES=opengl32=n,b ${EMULATOR} ${host_gl_tests})

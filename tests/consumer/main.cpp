@@ -3,10 +3,18 @@
 #include <cstdio>
 #include <memory>
 
-int main() {
+// A host of a few lines: it draws a point on the pipeline that the library chooses, and then on the 4.x one.
+
+namespace {
+
+bool DrawPoint(bool withPrograms) {
     const HWND window =
         CreateWindowW(L"STATIC", L"Consumer", WS_POPUP | WS_VISIBLE, 0, 0, 64, 64, nullptr, nullptr, nullptr, nullptr);
     auto view = std::make_unique<KTR::COpenGLView>();
+    if (withPrograms) {
+        KTR::COpenGLView::SetOpenGLVersion(4, 4);
+        view->InitializeFontManager();
+    }
     view->CreateContext(GetDC(window), true, KTR::GLContextMain, L"Consumer", 0, KTR::AccelerationHardware);
     view->InitializeOpenGL(window);
     view->SetBackgroundColor(RGB(10, 20, 30), true);
@@ -17,8 +25,16 @@ int main() {
     unsigned char pixel[4] = {};
     view->ReadPixels(32, 32, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
     view->SwapBuffers();
+    const bool programs = view->DrawsWithPrograms();
     view->ShutDownOpenGLContexts(window);
     view.reset();
-    std::printf("pixel %d %d %d\n", pixel[0], pixel[1], pixel[2]);
-    return pixel[0] == 200 && pixel[1] == 100 && pixel[2] == 50 ? 0 : 1;
+    DestroyWindow(window);
+    std::printf("pixel %d %d %d on the %s pipeline\n", pixel[0], pixel[1], pixel[2], programs ? "4.x" : "1.1");
+    return pixel[0] == 200 && pixel[1] == 100 && pixel[2] == 50 && (programs || !withPrograms);
+}
+
+} // namespace
+
+int main() {
+    return DrawPoint(false) && DrawPoint(true) ? 0 : 1;
 }

@@ -1,9 +1,12 @@
 #include "support/Picture.h"
 #include "support/PipelineFixture.h"
 
+#include <images/RasterLayer.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <stdexcept>
 
 namespace {
@@ -179,7 +182,10 @@ TEST_P(RasterLayers, PerspectiveHasNoGapsBetweenLevels) {
         View().MatrixMode(GL_PROJECTION);
         View().Perspective(40.0, 1.5, 10.0, 100'000.0);
         View().MatrixMode(GL_MODELVIEW);
-        View().LookAt(50'000, -50'000, 300, 50'000 + 900 * std::sin(turn), -50'000 + 900 * std::cos(turn), 0, 0, 0, 1);
+        // So steep that the horizon is above the window.
+        const double radians = turn * std::numbers::pi / 180.0;
+        View().LookAt(50'000, -50'000, 400, 50'000 + 900 * std::sin(radians), -50'000 + 900 * std::cos(radians), 0, 0,
+                      0, 1);
         live->Clear(RGB(255, 255, 255));
         EXPECT_EQ(layer.Draw(View()), S_OK);
         EXPECT_EQ(Take().CountDrawn({255, 255, 255, 255}), kWidth * kHeight) << turn;

@@ -92,6 +92,33 @@ INSTANTIATE_TEST_SUITE_P(
                     E_FAIL, L"Failed: Type of Failure: Program Link: .\n\nERROR LOG:\n", 5}),
     [](const auto& fault) { return fault.param.name; });
 
+// Programs that bring the files along beside them or name a folder of their own; what the system has comes before what
+// lies beside the program.
+TEST_F(SourceFaults, FilesAreTakenFromTheirPlacesInOrder) {
+    namespace fs = std::filesystem;
+    CString folder;
+    GetExecutablePath(folder);
+    const fs::path besideProgram = fs::path(folder.GetString()) / L"common";
+    ASSERT_FALSE(fs::exists(besideProgram));
+    const auto build = [&] { return View().InitializeMasterContextSharedResources(); };
+    fs::rename(m_common / L"Orrin", m_common / L"elsewhere");
+    EXPECT_EQ(build(), E_ACCESSDENIED);
+    ASSERT_EQ(UseShaderFolder((m_common / L"elsewhere").c_str()), S_OK);
+    EXPECT_EQ(build(), S_OK);
+    GetShaderFolder(folder);
+    EXPECT_EQ(std::wstring(folder), (m_common / L"elsewhere" / L"").wstring());
+    ASSERT_EQ(UseShaderFolder(nullptr), S_OK);
+    EXPECT_EQ(build(), E_ACCESSDENIED);
+
+    fs::create_directories(besideProgram);
+    fs::copy(m_common / L"elsewhere", besideProgram / L"Orrin");
+    EXPECT_EQ(build(), S_OK);
+    EXPECT_EQ(driver.LiveObjects(DriverObject::Program), 13U);
+    fs::create_directories(m_common / L"Orrin");
+    EXPECT_EQ(build(), E_ACCESSDENIED) << "an installation that is damaged is told of";
+    fs::remove_all(besideProgram);
+}
+
 // The host's own message handler throws: the build ends in the library's words, not in the host's abort.
 TEST_F(SourceFaults, ExceptionEndsInTheLibrary) {
     std::filesystem::remove(m_common / L"Orrin" / L"OrrinLine.frag");
@@ -279,7 +306,7 @@ INSTANTIATE_TEST_SUITE_P(
                     UniformCase{"Decal", GLShaderTextureDecal, {{0.2}, {0}}},
                     UniformCase{"Fusion", GLShaderTextureDecalFusion, {{0.2}, {0}}},
                     UniformCase{"Bitmap", GLShaderTextureBitmap, {{0}, {1, 0.2, 0, 0.4}}},
-                    UniformCase{"Text", GLShaderText, {{1, 0.2, 0, 0.4}, {0}}},
+                    UniformCase{"Text", GLShaderText, {{1, 0.2, 0, 0.4}, {0, 0, 0, 0}, {0}}},
                     UniformCase{"BackingStore", GLShaderBackingStore, {{0}, {1}}}),
     [](const auto& test) { return test.param.name; });
 

@@ -4,6 +4,7 @@
 // folder.
 
 #include <OrrinDisplay.h>
+#include <text/FontAtlas.h>
 
 #include <algorithm>
 #include <cwchar>

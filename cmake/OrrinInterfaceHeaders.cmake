@@ -1,0 +1,23 @@
+# Finds what headers include of their own folder, directly and through others: what has to be installed with them, and
+# nothing else. The paths are relative to `folder`.
+function(orrin_find_included_headers folder headers result)
+    set(found ${headers})
+    set(waiting ${headers})
+    while(waiting)
+        list(POP_FRONT waiting current)
+        # Another include in it may ask for another installation.
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/${current})
+        cmake_path(GET current PARENT_PATH place)
+        file(STRINGS ${folder}/${current} lines REGEX "^#include \"")
+        foreach(line IN LISTS lines)
+            string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" name "${line}")
+            cmake_path(APPEND place "${name}" OUTPUT_VARIABLE path)
+            cmake_path(NORMAL_PATH path)
+            if(NOT path IN_LIST found AND EXISTS ${folder}/${path})
+                list(APPEND found ${path})
+                list(APPEND waiting ${path})
+            endif()
+        endforeach()
+    endwhile()
+    set(${result} ${found} PARENT_SCOPE)
+endfunction()
