@@ -4,8 +4,8 @@
 ///
 /// What few hosts need and costs much to compile is apart, for the sources that use it:
 ///
-///     clouds/PointCloudLayer.h   clouds of points of any number
-///     images/RasterLayer.h       rasters of any size, which a host reads piece by piece
+///     clouds/PointCloudLayer.h   point clouds of any size that a host reads in parts
+///     images/RasterLayer.h       rasters of any size that a host reads piece by piece
 ///     text/FontAtlas.h           requests for fonts (FontParameters), and what is known of a font
 
 // <windows.h> makes macros of these, if a host includes it as it comes; no C++ header stands that.

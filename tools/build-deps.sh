@@ -7,7 +7,7 @@ source "$(dirname "$0")/private-apt.sh"
 toolchain=$root/cmake/mingw-w64-x86_64.cmake
 key=$(cat "$root/tools/build-deps.sh" "$toolchain" | sha256sum | cut -c1-16)
 prefix=$cache/deps-$key
-packages=(fmtlib spdlog freetype benchmark)
+packages=(fmtlib spdlog freetype benchmark tiff sqlite3)
 
 link_prefix() {
     [ "$(readlink "$build/deps")" = "$prefix" ] || ln -sfnT "$prefix" "$build/deps"
@@ -52,6 +52,23 @@ build_all() {
         -DBENCHMARK_ENABLE_WERROR=OFF -DBENCHMARK_INSTALL_DOCS=OFF -DHAVE_STD_REGEX=1 -DHAVE_STEADY_CLOCK=1 \
         -DHAVE_GNU_POSIX_REGEX=0 -DHAVE_POSIX_REGEX=0 -DHAVE_THREAD_SAFETY_ATTRIBUTES=0
     build_library googletest -DBUILD_SHARED_LIBS=OFF
+    # What GeoTIFF files are compressed by in practice; zlib for the target is a package of the distribution.
+    build_library tiff -DBUILD_SHARED_LIBS=OFF -Dtiff-tools=OFF -Dtiff-tests=OFF -Dtiff-contrib=OFF -Dtiff-docs=OFF \
+        -Dcxx=OFF -Dlibdeflate=OFF -Dpixarlog=OFF -Djpeg=OFF -Djbig=OFF -Dlerc=OFF -Dlzma=OFF -Dzstd=OFF -Dwebp=OFF \
+        -Dccitt=OFF -Dthunder=OFF -Dnext=OFF -Dlogluv=OFF -Dmdi=OFF
+    build_sqlite
+}
+
+# Its sources become one file by programs that run here, which is then compiled for the target.
+build_sqlite() {
+    mkdir "$work/build/sqlite3"
+    cd "$work/build/sqlite3"
+    "$work/source/sqlite3/configure" --disable-tcl --disable-shared
+    make sqlite3.c sqlite3.h
+    x86_64-w64-mingw32-gcc-posix -O2 "-ffile-prefix-map=$work/build/=" -DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION \
+        -DSQLITE_OMIT_DEPRECATED -c sqlite3.c
+    x86_64-w64-mingw32-ar rcs "$prefix/lib/libsqlite3.a" sqlite3.o
+    cp sqlite3.h "$prefix/include/"
 }
 
 # Libraries that are only headers. The compiler for the target must not see the machine's own headers as a whole. They
@@ -84,7 +101,7 @@ if [ ! -e "$prefix/complete" ]; then
     rm -rf "$prefix"
     mkdir -p "$prefix"
     step deps-fetch "Fetching the sources of ${packages[*]}" fetch_sources
-    step deps-build "Building them and googletest for the target (about a minute)" build_all
+    step deps-build "Building them and googletest for the target (two minutes)" build_all
     step deps-headers "Copying header libraries" copy_headers
     step deps-runtime "Copying the compiler's runtime" copy_runtime
     touch "$prefix/complete"

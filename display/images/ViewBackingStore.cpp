@@ -309,6 +309,11 @@ long COpenGLView::SaveBackingStore(HDC deviceContext, GLRenderingContextTypes ty
         result = SaveFrame(*this, x, y, width, height);
         PopBothMatrices(L"SaveBackingStore");
     }
+    if (type == GLContextMain) {
+        const BackingStoreFrame& frame = m_backingStoreFrame;
+        const bool whole = x == 0 && y == 0 && width == frame.windowWidth && height == frame.windowHeight;
+        NoteFrameSaved(*this, result == S_OK && whole && readBuffer == GL_BACK);
+    }
     outputGlError(L"SaveBackingStore: END");
     return result;
 }
@@ -337,6 +342,12 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
                                      static_cast<int>(columns.target), static_cast<int>(rows.target)};
                 const DrawingArea area{part.targetX, part.targetY, part.width, part.height};
                 DrawParts(*this, state, area, std::span(&part, 1), depth);
+                const BackingStoreFrame& frame = m_backingStoreFrame;
+                if (m_currentContext == GLContextMain && !frontBuffer && part.sourceX == 0 && part.sourceY == 0 &&
+                    part.targetX == 0 && part.targetY == 0 && part.width == frame.windowWidth &&
+                    part.height == frame.windowHeight) {
+                    NoteFrameRestored(*this);
+                }
             }
         }
         if (programs) {

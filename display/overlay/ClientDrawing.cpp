@@ -61,17 +61,9 @@ void ClientDrawing::FillPolygon(const std::vector<PointXY>& points, const GLRGBA
     if (points.size() < 3) {
         return;
     }
-    m_view.Enable(GL_BLEND);
-    m_view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    m_view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderColorPassThrough);
-    GLTesselator& filler = *m_view.GetTesselator();
-    filler.BeginPolygon();
-    for (const PointXY& point : points) {
-        filler.AddIndex2DVertexRGBA(point.x, point.y, color.r, color.g, color.b, color.a);
-    }
-    filler.EndContour();
-    filler.EndPolygon();
-    m_view.DisableClientState();
+    GLPolygonStyle style;
+    style.fillColor = color;
+    m_view.DrawPolygon({InPlane(points)}, style);
     if (covered) {
         const auto [left, right] =
             std::ranges::minmax_element(points, {}, [](const PointXY& point) { return point.x; });

@@ -1,48 +1,35 @@
 #include "DelayedSwap.h"
 
+#include "../platform/LockScope.h"
+
 #include <atomic>
 
 namespace KTR {
 
-namespace {
-
-class Locked {
-public:
-    explicit Locked(SRWLOCK& lock) : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
-    ~Locked() { ReleaseSRWLockExclusive(&m_lock); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-private:
-    SRWLOCK& m_lock;
-};
-
-} // namespace
-
 void DelayedSwap::SetMode(bool on) {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = on;
 }
 
 void DelayedSwap::StartLayer() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     ++m_layers;
 }
 
 void DelayedSwap::CompleteLayer() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     if (m_layers > 0) {
         --m_layers;
     }
 }
 
 int DelayedSwap::LayerCount() const {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     return m_layers;
 }
 
 bool DelayedSwap::MayPresent() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     const bool delayed = Delays();
     std::atomic_ref(m_asked).store(delayed);
     return !delayed;
@@ -52,7 +39,7 @@ bool DelayedSwap::TakeDuePresent() {
     if (!std::atomic_ref(m_asked).load()) {
         return false;
     }
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     return !Delays() && std::atomic_ref(m_asked).exchange(false);
 }
 
@@ -63,18 +50,18 @@ void DelayedSwap::TakeOver(const DelayedSwap& other) {
     bool on = false;
     int layers = 0;
     {
-        const Locked locked(other.m_lock);
+        const LockScope locked(other.m_lock);
         on = other.m_on;
         layers = other.m_layers;
     }
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = on;
     m_layers = layers;
     std::atomic_ref(m_asked).store(false);
 }
 
 void DelayedSwap::Reset() {
-    const Locked locked(m_lock);
+    const LockScope locked(m_lock);
     m_on = false;
     m_layers = 0;
     std::atomic_ref(m_asked).store(false);

@@ -50,6 +50,10 @@ void NoteFrameBegun(COpenGLView& view);
 void NoteFramePresented(COpenGLView& view, bool due);
 /// Has the system swap the main context's buffers. False when the context was lost, and made anew.
 bool PresentBackBuffer(COpenGLView& view);
+/// The backing store was filled from the main context by somebody: with the whole back buffer or with something else.
+void NoteFrameSaved(COpenGLView& view, bool wholeBackBuffer);
+/// All of the stored frame was put back into the back buffer.
+void NoteFrameRestored(COpenGLView& view);
 /// The context is gone, and the frame with it.
 void ForgetFrame(COpenGLView& view);
 

@@ -42,7 +42,7 @@ using GLRubberBandTextFunction = void (*)(const PointXY* points, int count, wcha
 /// How a band looks.
 struct GLRubberBandStyle {
     GLRGBAColor color{255, 255, 255, 255};
-    GLRGBAColor casingColor{0, 0, 0, 160}; ///< beneath the line, so that it shows on any ground; alpha 0 for none
+    GLRGBAColor casingColor{0, 0, 0, 160}; ///< beneath line and text, which then show on any ground; alpha 0 for none
     double widthPixels = 1.0;              ///< 0.5 to 64
     double casingPixels = 1.0;             ///< on either side of the line, 0 to 64
     GLRGBAColor fillColor{0, 0, 0, 0};     ///< of rectangles, circles and polygons; alpha 0 for none

@@ -111,6 +111,29 @@ void NoteFramePresented(COpenGLView& view, bool due) {
     StartFrame(view, HostFrame::None);
 }
 
+void NoteFrameSaved(COpenGLView& view, bool wholeBackBuffer) {
+    OverlayState& state = ViewAccess::Overlays(view);
+    const bool hasOverlays = !state.covered.IsEmpty();
+    if (wholeBackBuffer && HasHostFrame(view) && !hasOverlays && (state.isInBack || state.frame == HostFrame::Drawn)) {
+        ++state.frameNumber;
+        state.storedFrame = state.frameNumber;
+        state.isInBack = true;
+        return;
+    }
+    state.storedFrame = 0;
+    if (hasOverlays) {
+        ForgetFrame(view); // what was beneath them stood in the store only
+    }
+}
+
+void NoteFrameRestored(COpenGLView& view) {
+    OverlayState& state = ViewAccess::Overlays(view);
+    if (HasHostFrame(view) && state.storedFrame == state.frameNumber) {
+        state.isInBack = true;
+        state.covered.Clear();
+    }
+}
+
 void ForgetFrame(COpenGLView& view) {
     OverlayState& state = ViewAccess::Overlays(view);
     state.frame = HostFrame::None;
@@ -136,6 +159,9 @@ long StoreHostFrame(COpenGLView& view) {
         view.SaveBackingStore(DeviceContextOf(view), GLContextMain, buffer, 0, 0, state.width, state.height);
     if (result != S_OK) {
         return result;
+    }
+    if (!HasHostFrame(view)) {
+        return S_FALSE; // the buffer had overlays too, and the store without them is gone
     }
     state.storedFrame = state.frameNumber;
     state.isInBack = isInBack;
@@ -184,13 +210,14 @@ long KeepRubberBand(COpenGLView& view) {
         return E_FAIL;
     }
     state.isInBack = true;
-    {
-        try {
-            DrawRubberBand(view, state.covered);
-        } catch (...) {
-            ForgetFrame(view);
-            return E_FAIL;
-        }
+    state.covered.Clear();
+    TileMask covered;
+    covered.Resize(state.width, state.height);
+    try {
+        DrawRubberBand(view, covered);
+    } catch (...) {
+        ForgetFrame(view);
+        return E_FAIL;
     }
     const long result =
         view.SaveBackingStore(DeviceContextOf(view), GLContextMain, buffer, 0, 0, state.width, state.height);

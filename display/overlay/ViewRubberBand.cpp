@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 
 namespace KTR {
@@ -72,7 +73,13 @@ void DrawRubberBand(COpenGLView& view, TileMask& covered) {
         const double width = drawing.WidthOf(text);
         const PointXY& mouse = band.Points().back();
         const double x = std::max(std::min(mouse.x + kTextAside, drawing.Width() - width - kTextAside), kTextAside);
-        drawing.DrawString(text, x, std::max(mouse.y - kTextAside, 3.0 * kTextAside), style.color, &covered);
+        const double y = std::max(mouse.y - kTextAside, 3.0 * kTextAside);
+        if (style.casingColor.a != 0 && style.casingPixels > 0.0) {
+            for (const PointXY& aside : {PointXY{-1.0, 0.0}, {1.0, 0.0}, {0.0, -1.0}, {0.0, 1.0}}) {
+                drawing.DrawString(text, x + aside.x, y + aside.y, style.casingColor);
+            }
+        }
+        drawing.DrawString(text, x, y, style.color, &covered);
     }
 }
 
@@ -130,6 +137,19 @@ int COpenGLView::GetRubberBandPoints(PointXY* points, int capacity) const {
     const int count = static_cast<int>(band.size());
     if (points) {
         std::copy_n(band.begin(), std::clamp(capacity, 0, count), points);
+    }
+    return count;
+}
+
+int COpenGLView::GetRubberBandPoints(PointXYZ* points, int capacity) const {
+    constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
+    const std::vector<PointXY>& band = m_overlays.band.Points();
+    const int count = static_cast<int>(band.size());
+    for (int index = 0; points && index < std::min(capacity, count); ++index) {
+        const PointXY& client = band[static_cast<std::size_t>(index)];
+        PointXYZ world{kNowhere, kNowhere, kNowhere};
+        Client2RealWorld(client.x, client.y, world.x, world.y, world.z);
+        points[index] = world;
     }
     return count;
 }

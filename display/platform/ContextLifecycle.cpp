@@ -176,7 +176,7 @@ void ReleaseGLObjects(COpenGLView& view, HWND window, GLRenderingContextTypes ty
         view.DeleteAttributeBuffers();
         if (type == GLContextMain) {
             DeleteBackingStoreTextures(view);
-            const CriticalSectionLock lock(COpenGLView::m_gcsOpenGLConstructor);
+            const CriticalSectionLock lock(ViewAccess::ClassLock(COpenGLView::m_gcsOpenGLConstructor));
             LeaveStockPrograms(view, ViewAccess::Record(view, type).renderingContext, true);
         }
     }

@@ -121,12 +121,6 @@ ShareGroup::Leaving ShareGroup::Leave(HGLRC context) {
     return Leaving::Last;
 }
 
-void ShareGroup::ForgetMaster() {
-    const std::lock_guard lock(s_mutex);
-    s_master = nullptr;
-    s_programsTried = false;
-}
-
 void ShareGroup::LeaveBehind(const SharedNames& names) {
     if (names.IsEmpty()) {
         return;

@@ -64,8 +64,6 @@ public:
     };
     /// The context keeps the shared objects alive but needs the programs no longer.
     static Leaving Leave(HGLRC context);
-    /// There is no master until the next main context is made.
-    static void ForgetMaster();
 
     /// Names for any member to delete, who has a context current. Without members they are gone already; without memory
     /// they go with the last one.

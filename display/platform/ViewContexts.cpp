@@ -64,7 +64,7 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
     if (!m_gsOpenGLVersionData.bAdvancedPixelFormat) {
         created = SetUpLegacyContext(deviceContext, format, type);
     } else {
-        const CriticalSectionLock lock(m_gcsOpenGLCreateContext);
+        const CriticalSectionLock lock(ClassLock(m_gcsOpenGLCreateContext));
         if (const HGLRC context = CreateSharedContext(*this, deviceContext, type)) {
             if (!SelectNewContext(*this, deviceContext, context, type)) {
                 return 0;

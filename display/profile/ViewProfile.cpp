@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../overlay/ClientDrawing.h"
+#include "../platform/LockScope.h"
 #include "../shapes/ShapeStyles.h"
 #include "../view/ViewAccess.h"
 #include "../view/ViewVolume.h"
@@ -37,35 +38,24 @@ struct ProfileLink {
 class ProfileLinks {
 public:
     void Add(const ProfileLink& link) {
-        const Locked locked(m_lock);
+        const LockScope locked(m_lock);
         m_links.push_back(link);
     }
     std::vector<ProfileLink> Of(const COpenGLView& view) {
-        const Locked locked(m_lock);
+        const LockScope locked(m_lock);
         std::vector<ProfileLink> links;
         std::ranges::copy_if(m_links, std::back_inserter(links),
                              [&](const ProfileLink& link) { return link.profile == &view || link.map == &view; });
         return links;
     }
     void Remove(const ProfileLink& removed) {
-        const Locked locked(m_lock);
+        const LockScope locked(m_lock);
         std::erase_if(m_links, [&](const ProfileLink& link) {
             return link.profile == removed.profile && link.map == removed.map;
         });
     }
 
 private:
-    class Locked {
-    public:
-        explicit Locked(SRWLOCK& lock) : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
-        ~Locked() { ReleaseSRWLockExclusive(&m_lock); }
-        Locked(const Locked&) = delete;
-        Locked& operator=(const Locked&) = delete;
-
-    private:
-        SRWLOCK& m_lock;
-    };
-
     SRWLOCK m_lock = SRWLOCK_INIT;
     std::vector<ProfileLink> m_links;
 };

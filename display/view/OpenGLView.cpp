@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 namespace KTR {
@@ -38,17 +39,14 @@ COpenGLView::COpenGLView() {
     InitializeCriticalSection(&m_managerSection);
     m_owned.lock = true;
 
+    SetUpClassLocks();
+    const CriticalSectionLock lock(ClassLock(m_gcsOpenGLConstructor));
     if (m_managerIndex != 0) {
-        const CriticalSectionLock lock(m_gcsOpenGLConstructor);
         Initialize();
         return;
     }
-    InitializeCriticalSection(&m_gcsOpenGLConstructor);
-    const CriticalSectionLock lock(m_gcsOpenGLConstructor);
-    InitializeCriticalSection(&m_gcsOpenGLCreateContext);
     m_gShaderSet = ShaderSet{};
     Initialize();
-    m_gClassInitialized = 1;
     GetOpenGLVersionWithGLCement();
     // Only now: whether there is a default font and how large its texture may be is known from the bootstrap.
     m_gFontManager.InitializeObject();
@@ -155,7 +153,7 @@ void COpenGLView::ShutDownOpenGLContexts(HWND window) {
         return;
     }
     if (m_owned.tesselator) {
-        const CriticalSectionLock lock(m_gcsOpenGLConstructor);
+        const CriticalSectionLock lock(ClassLock(m_gcsOpenGLConstructor));
         m_owned.tesselator->Destroy();
     }
     if (!DrawsWithPrograms()) {
@@ -168,13 +166,26 @@ void COpenGLView::ShutDownOpenGLContexts(HWND window) {
     }
 }
 
+/// The locks are there from the first view on, and again from the first one after the last call.
+void COpenGLView::SetUpClassLocks() {
+    static std::mutex s_settingUp;
+    const std::lock_guard lock(s_settingUp);
+    if (!m_gClassInitialized) {
+        InitializeCriticalSection(&m_gcsOpenGLConstructor);
+        InitializeCriticalSection(&m_gcsOpenGLCreateContext);
+        m_gClassInitialized = 1;
+    }
+}
+
 void COpenGLView::FinalShutDownDestroyClassCriticalSection() {
+    if (!m_gClassInitialized) {
+        return;
+    }
+    m_gClassInitialized = 0;
     DeleteCriticalSection(&m_gcsOpenGLConstructor);
     DeleteCriticalSection(&m_gcsOpenGLCreateContext);
     std::memset(&m_gcsOpenGLConstructor, 0, sizeof(m_gcsOpenGLConstructor));
     std::memset(&m_gcsOpenGLCreateContext, 0, sizeof(m_gcsOpenGLCreateContext));
-    m_gClassInitialized = 0;
-    ShareGroup::ForgetMaster();
     m_gCurrentRenderingContext = nullptr;
     m_gCurrentDeviceContext = nullptr;
 }

@@ -130,7 +130,9 @@ public:
     void InitializeOpenGL(HWND window);
     /// Releases the view's GL objects. Call it while `window` still exists; null does nothing.
     void ShutDownOpenGLContexts(HWND window);
-    /// The last call into the class: deletes what all views share.
+    /// The last call into the class: deletes the locks that all views share. A view that is still there (a global one,
+    /// a member of the program's object) may be shut down and destroyed after it. One made after it starts the class
+    /// anew, with the version that was settled before.
     static void FinalShutDownDestroyClassCriticalSection();
 
     /// The view's own lock, for hosts whose threads take turns on a view. A copied view has none; there the calls only
@@ -882,7 +884,9 @@ public:
     // (Clear, SetBackgroundColor) and not presented yet, or presented (SwapBuffers). It is stored at the first call
     // that needs it, with its depths on a 4.x context, in the backing store; then every call puts back what overlays
     // covered, draws them anew and presents, without drawing the scene. What OpenGL calls of the host's own put into
-    // the back buffer between two of these calls comes to light with the next.
+    // the back buffer between two of these calls comes to light with the next. A host that draws its frame in steps
+    // saves the whole back buffer itself (SaveBackingStore) after each: that is then the frame, and after
+    // RestoreBackingStore of all of it the host goes on drawing without what overlays left there.
     //
     // Results: S_OK; S_FALSE, with nothing drawn, where there is no frame to draw over (none was drawn yet, or the
     // window's size or the context changed since: draw one, see NeedsRedraw) and for a band that is not active; E_FAIL
@@ -930,6 +934,8 @@ public:
     /// The band's points: those settled and, last, the one that follows the mouse; after the end those it ended with.
     /// Their number. At most `capacity` are written, to client coordinates.
     int GetRubberBandPoints(PointXY* points, int capacity) const;
+    /// The same in true coordinates, as Client2RealWorld finds them; what has none is no number.
+    int GetRubberBandPoints(PointXYZ* points, int capacity) const;
     /// Holds for bands begun from now on, and for the active one from its next move on. Values out of range are
     /// clamped.
     void SetRubberBandStyle(const GLRubberBandStyle& style);
@@ -1346,6 +1352,9 @@ private:
     COpenGLMath& MathOf(GLRenderingContextTypes type) const;
     COpenGLMath& CurrentMath() const { return MathOf(m_currentContext); }
 
+    static void SetUpClassLocks();
+    /// A class-wide lock while there is one; null after the last call, when nobody is left to wait for.
+    static CRITICAL_SECTION* ClassLock(CRITICAL_SECTION& lock) { return m_gClassInitialized ? &lock : nullptr; }
     void CopySettings(const COpenGLView& other);
 
     void ReadDriverVersion();

@@ -33,6 +33,7 @@ struct ViewAccess {
     /// Whether the context that the view selected last is the thread's current one. What deletes or loads GL objects
     /// asks here first.
     static bool HasCurrentContext(const COpenGLView& view) { return view.HasCurrentContext(); }
+    static CRITICAL_SECTION* ClassLock(CRITICAL_SECTION& lock) { return COpenGLView::ClassLock(lock); }
     static ShaderSet& StockPrograms() { return COpenGLView::m_gShaderSet; }
     /// Opens a batch of the library's own strings, whose glyphs were seen to.
     static void OpenBatch(COpenGLView& view, unsigned int mode, GLShaderTypes shader) { view.OpenBatch(mode, shader); }

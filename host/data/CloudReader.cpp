@@ -31,7 +31,7 @@ PointCloud ReadAllPoints(CloudReader& reader) {
     cloud.intensities.reserve(fields.intensities ? count : 0);
 
     WideColors colors(cloud.colors);
-    std::vector<CloudPoint> points(std::min(kPointsAtOnce, count));
+    std::vector<CloudPoint> points(count > 0 ? std::min(kPointsAtOnce, count) : kPointsAtOnce);
     for (std::size_t read = points.size(); read == points.size() && read > 0;) {
         read = reader.Read(points);
         for (std::size_t index = 0; index < read; ++index) {

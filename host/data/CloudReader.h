@@ -20,7 +20,7 @@ public:
 
     /// What its points can have.
     virtual CloudFields GetFields() const = 0;
-    /// How many points the file promises, those included that will be skipped.
+    /// How many points the file promises, those included that will be skipped; 0 where that shows only at the end.
     virtual std::uint64_t GetPointCount() const = 0;
     /// The box that the file promises its points to be in; empty where it promises none.
     virtual Extent GetPromisedExtent() const { return {}; }

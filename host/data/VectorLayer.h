@@ -28,8 +28,10 @@ struct VectorFeature {
     std::vector<std::pair<std::string, std::string>> properties;
 };
 
-/// The features of one file. Positions without an elevation have z = 0.
+/// The features of one file, or of one layer of a file that has several. Positions without an elevation have z = 0.
 struct VectorLayer {
+    std::string name; ///< UTF-8; empty where the file has but one layer
+    std::string wkt;  ///< the coordinate system as the file tells it; empty where it does not
     std::vector<VectorFeature> features;
     Extent extent;
     bool hasElevations = false;

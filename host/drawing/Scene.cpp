@@ -38,8 +38,9 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
 
 } // namespace
 
-void Scene::AddCloud(std::unique_ptr<CloudReader> reader) {
-    m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader)));
+void Scene::AddCloud(CloudOpener open) {
+    m_clouds.push_back(std::make_unique<CloudLayer>(open()));
+    m_cloudOpeners.push_back(std::move(open));
     m_extent.Include(m_clouds.back()->GetExtent());
 }
 
@@ -355,6 +356,22 @@ Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
     return area;
 }
 
+std::vector<PointColors> Scene::GetCloudColors() const {
+    std::vector<PointColors> colors;
+    for (const auto& cloud : m_clouds) {
+        colors.emplace_back(cloud->Traits(), m_colorMode);
+    }
+    return colors;
+}
+
+double Scene::ElevationAt(double x, double y) const {
+    double elevation = kNoElevation;
+    for (const Surface& surface : m_surfaces) {
+        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(x, y) : elevation;
+    }
+    return elevation;
+}
+
 void Scene::ColorAllClouds() {
     for (const auto& cloud : m_clouds) {
         cloud->Color(m_colorMode);
@@ -364,10 +381,7 @@ void Scene::ColorAllClouds() {
 /// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
 /// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
 Position Scene::OnTheGround(const Position& position) const {
-    double elevation = kNoElevation;
-    for (const Surface& surface : m_surfaces) {
-        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(position.x, position.y) : elevation;
-    }
+    const double elevation = ElevationAt(position.x, position.y);
     const double z = std::isnan(elevation) ? m_extent.Center().z : elevation;
     return {position.x - m_origin.x, position.y - m_origin.y, z};
 }

@@ -6,6 +6,7 @@
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
+#include "data/BandReading.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
 #include "map/MapTicks.h"
@@ -39,8 +40,8 @@ public:
     // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, clouds, vectors. Add
     // everything before the first frame.
 
-    /// The cloud is read in the background from now on.
-    void AddCloud(std::unique_ptr<CloudReader> reader);
+    /// The cloud is read in the background from now on, and once more for each profile through it.
+    void AddCloud(CloudOpener open);
     void AddSurface(ElevationGrid grid);
     void AddRaster(RasterLayer raster);
     /// Shades all rasters by this one; how strongly is 0 to 1.
@@ -105,6 +106,13 @@ public:
     void DrawShapes(KTR::COpenGLView& view);
     /// All of it at once, however long it takes.
     void Draw(KTR::COpenGLView& view);
+    /// What profiles are made of: each cloud's file, and how its points are coloured at present.
+    const std::vector<CloudOpener>& GetCloudOpeners() const { return m_cloudOpeners; }
+    std::vector<PointColors> GetCloudColors() const;
+    ClassMeaning GetClassMeaning(std::size_t cloud) const { return m_clouds.at(cloud)->Traits().classMeaning; }
+    /// The height of the relief there; NaN where there is none.
+    double ElevationAt(double x, double y) const;
+
     /// Before the view goes.
     void Forget(const KTR::COpenGLView& view);
     /// Frees what is kept of the data for drawing. A frame drawn later adds it again. Textures stay in the library's
@@ -122,6 +130,7 @@ private:
     Position OnTheGround(const Position& position) const;
 
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
+    std::vector<CloudOpener> m_cloudOpeners; ///< of each of them
     std::vector<Surface> m_surfaces;
     std::vector<RasterLayer> m_rasters;
     std::optional<RasterLayer> m_shade; ///< over all of them

@@ -2,123 +2,165 @@
 
 #include "FileError.h"
 #include "InputFile.h"
+#include "JsonCursor.h"
 
-#include <nlohmann/json.hpp>
-
+#include <array>
 #include <cmath>
-#include <fstream>
+#include <cstddef>
+#include <cstdint>
 #include <new>
-#include <stdexcept>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace OrrinViewer {
 
 namespace {
 
-/// Keeps the members of an object in the file's order, in which a table of properties is shown.
-using Json = nlohmann::ordered_json;
-
-/// Deeper nesting than any map has, and shallow enough for functions that call themselves once per level.
-constexpr int kDeepestNesting = 64;
-
-/// What is wrong with one node of the document; the file's name is added where the file is known.
-class JsonFault : public std::runtime_error {
+/// Where a value stands in the document. A path is composed only when a fault needs it: there is one for each position.
+class JsonPath {
 public:
-    using std::runtime_error::runtime_error;
-};
-
-/// A value together with its path in the document, so that a fault can name it. The value belongs to the document.
-class JsonNode {
-public:
-    explicit JsonNode(const Json& document) : m_value(&document) {}
-
-    const Json& Value() const { return *m_value; }
+    JsonPath() = default;
+    JsonPath(const JsonPath& parent, const char* name) : m_parent(&parent), m_name(name) {}
+    JsonPath(const JsonPath& parent, std::size_t index) : m_parent(&parent), m_index(index) {}
 
     [[noreturn]] void Fail(const std::string& problem) const {
-        const std::string pointer = FullPointer();
-        throw JsonFault((pointer.empty() ? std::string("the document") : pointer) + " " + problem);
-    }
-
-    /// The member of an object; a fault when this is no object or has no such member.
-    JsonNode Member(const char* name) const {
-        if (!m_value->is_object()) {
-            Fail("is not an object");
-        }
-        const auto member = m_value->find(name);
-        if (member == m_value->end()) {
-            Fail(std::string("has no \"") + name + "\"");
-        }
-        return {*member, *this, name};
-    }
-
-    /// Calls `visit` with the node of each entry; a fault when this is no array.
-    template <typename Visit> void ForEach(Visit visit) const {
-        if (!m_value->is_array()) {
-            Fail("is not an array");
-        }
-        for (std::size_t index = 0; index < m_value->size(); ++index) {
-            visit(JsonNode((*m_value)[index], *this, index));
-        }
-    }
-
-    std::string Text() const {
-        if (!m_value->is_string()) {
-            Fail("is not text");
-        }
-        return m_value->get<std::string>();
+        throw JsonFault((m_parent == nullptr ? std::string("the document") : Text()) + " " + problem);
     }
 
 private:
-    // The path of a node is composed only when a fault needs it: there is one node per coordinate.
-    JsonNode(const Json& value, const JsonNode& parent, const char* name)
-        : m_value(&value), m_parent(&parent), m_name(name) {}
-    JsonNode(const Json& value, const JsonNode& parent, std::size_t index)
-        : m_value(&value), m_parent(&parent), m_index(index) {}
-
-    std::string FullPointer() const {
+    std::string Text() const {
         if (m_parent == nullptr) {
             return {};
         }
-        return m_parent->FullPointer() + "/" + (m_name != nullptr ? std::string(m_name) : std::to_string(m_index));
+        return m_parent->Text() + "/" + (m_name != nullptr ? std::string(m_name) : std::to_string(m_index));
     }
 
-    const Json* m_value;
-    const JsonNode* m_parent = nullptr;
+    const JsonPath* m_parent = nullptr;
     const char* m_name = nullptr;
     std::size_t m_index = 0;
 };
 
-/// Builds a layer from a document. Faults are thrown as JsonFault.
-class LayerBuilder {
+enum class GeometryType { Point, MultiPoint, LineString, MultiLineString, Polygon, MultiPolygon, Collection };
+
+constexpr std::array<std::pair<std::string_view, GeometryType>, 7> kGeometryTypes = {
+    {{"Point", GeometryType::Point},
+     {"MultiPoint", GeometryType::MultiPoint},
+     {"LineString", GeometryType::LineString},
+     {"MultiLineString", GeometryType::MultiLineString},
+     {"Polygon", GeometryType::Polygon},
+     {"MultiPolygon", GeometryType::MultiPolygon},
+     {"GeometryCollection", GeometryType::Collection}}};
+
+/// Builds a layer while it reads, in one pass where a geometry's type comes before its coordinates, as nearly all
+/// writers have it; where not, the coordinates are passed over and come back to.
+class LayerReader {
 public:
-    VectorLayer Build(const Json& document) {
-        const JsonNode root(document);
-        const std::string type = root.Member("type").Text();
+    explicit LayerReader(std::string_view text) : m_cursor(text) {}
+
+    VectorLayer Read() {
+        const JsonPath root;
+        const std::string type = FindType(root);
         if (type == "FeatureCollection") {
-            root.Member("features").ForEach([this](const JsonNode& feature) { AddFeature(feature); });
+            ReadCollection(root);
         } else if (type == "Feature") {
-            AddFeature(root);
+            ReadFeature(root);
         } else {
             VectorFeature feature;
-            AddGeometry(root, feature);
+            ReadGeometry(root, feature);
             Keep(std::move(feature));
         }
+        m_cursor.Finish();
         return std::move(m_layer);
     }
 
 private:
-    void AddFeature(const JsonNode& node) {
-        const JsonNode type = node.Member("type");
-        if (type.Text() != "Feature") {
-            type.Fail("is " + QuoteForMessage(type.Text()) + ", not 'Feature'");
+    void EnterObject(const JsonPath& path) {
+        if (m_cursor.Peek() != JsonKind::Object) {
+            path.Fail("is not an object");
         }
+        m_cursor.EnterObject();
+    }
+
+    void EnterArray(const JsonPath& path) {
+        if (m_cursor.Peek() != JsonKind::Array) {
+            path.Fail("is not an array");
+        }
+        m_cursor.EnterArray();
+    }
+
+    /// Calls `visit` in front of each element, with its path.
+    template <typename Visit> void ForEach(const JsonPath& path, Visit visit) {
+        EnterArray(path);
+        for (std::size_t index = 0; m_cursor.NextElement(); ++index) {
+            visit(JsonPath(path, index));
+        }
+    }
+
+    std::string TakeType(const JsonPath& parent) {
+        std::string type;
+        if (m_cursor.Peek() != JsonKind::String) {
+            JsonPath(parent, "type").Fail("is not text");
+        }
+        m_cursor.TakeString(type);
+        return type;
+    }
+
+    /// The document's type, wherever it stands; leaves the cursor where it is.
+    std::string FindType(const JsonPath& root) {
+        const JsonCursor::Place start = m_cursor.Here();
+        for (EnterObject(root); m_cursor.NextMember(m_name); m_cursor.Skip()) {
+            if (m_name == "type") {
+                std::string type = TakeType(root);
+                m_cursor.JumpTo(start);
+                return type;
+            }
+        }
+        root.Fail("has no \"type\"");
+    }
+
+    void ReadCollection(const JsonPath& path) {
+        bool hasFeatures = false;
+        for (EnterObject(path); m_cursor.NextMember(m_name);) {
+            if (m_name == "features" && !hasFeatures) {
+                hasFeatures = true;
+                ForEach(JsonPath(path, "features"), [this](const JsonPath& feature) { ReadFeature(feature); });
+            } else {
+                m_cursor.Skip();
+            }
+        }
+        if (!hasFeatures) {
+            path.Fail("has no \"features\"");
+        }
+    }
+
+    void ReadFeature(const JsonPath& path) {
         VectorFeature feature;
-        const JsonNode geometry = node.Member("geometry");
-        if (!geometry.Value().is_null()) {
-            AddGeometry(geometry, feature);
+        bool hasType = false;
+        bool hasGeometry = false;
+        for (EnterObject(path); m_cursor.NextMember(m_name);) {
+            if (m_name == "type") {
+                hasType = true;
+                if (const std::string type = TakeType(path); type != "Feature") {
+                    JsonPath(path, "type").Fail("is " + QuoteForMessage(type) + ", not 'Feature'");
+                }
+            } else if (m_name == "geometry" && !hasGeometry) {
+                hasGeometry = true;
+                if (m_cursor.PeekNull()) {
+                    m_cursor.Skip();
+                } else {
+                    ReadGeometry(JsonPath(path, "geometry"), feature);
+                }
+            } else if (m_name == "properties" && !m_cursor.PeekNull()) {
+                ReadProperties(JsonPath(path, "properties"), feature);
+            } else {
+                m_cursor.Skip();
+            }
         }
-        AddProperties(node, feature);
+        if (!hasType || !hasGeometry) {
+            path.Fail(hasType ? "has no \"geometry\"" : "has no \"type\"");
+        }
         Keep(std::move(feature));
     }
 
@@ -131,151 +173,197 @@ private:
         m_layer.features.push_back(std::move(feature));
     }
 
-    void AddProperties(const JsonNode& node, VectorFeature& feature) {
-        const auto properties = node.Value().find("properties");
-        if (properties == node.Value().end() || properties->is_null()) {
-            return;
-        }
-        if (!properties->is_object()) {
-            node.Member("properties").Fail("is not an object");
-        }
-        for (const auto& [name, value] : properties->items()) {
-            feature.properties.emplace_back(name, value.is_string() ? value.get<std::string>() : value.dump());
+    void ReadProperties(const JsonPath& path, VectorFeature& feature) {
+        // As many as the feature before had.
+        feature.properties.reserve(m_layer.features.empty() ? 0 : m_layer.features.back().properties.size());
+        for (EnterObject(path); m_cursor.NextMember(m_name);) {
+            auto& [name, value] = feature.properties.emplace_back(m_name, std::string());
+            if (m_cursor.Peek() == JsonKind::String) {
+                m_cursor.TakeString(value);
+            } else {
+                value = m_cursor.TakeText();
+            }
         }
     }
 
-    void AddGeometry(const JsonNode& node, VectorFeature& feature) {
-        const JsonNode typeNode = node.Member("type");
-        const std::string type = typeNode.Text();
-        if (type == "GeometryCollection") {
-            node.Member("geometries").ForEach([&](const JsonNode& geometry) {
-                if (!geometry.Value().is_null()) {
-                    AddGeometry(geometry, feature);
+    static GeometryType FindGeometryType(const JsonPath& path, const std::string& type) {
+        for (const auto& [name, known] : kGeometryTypes) {
+            if (type == name) {
+                return known;
+            }
+        }
+        JsonPath(path, "type").Fail("is " + QuoteForMessage(type) + ", which is no geometry");
+    }
+
+    void ReadGeometry(const JsonPath& path, VectorFeature& feature) {
+        std::optional<GeometryType> type;
+        std::optional<JsonCursor::Place> shapes; // that have not been read
+        std::optional<JsonCursor::Place> parts;
+        bool isRead = false;
+        for (EnterObject(path); m_cursor.NextMember(m_name);) {
+            if (m_name == "type") {
+                type = FindGeometryType(path, TakeType(path));
+                continue;
+            }
+            const bool isShapes = m_name == "coordinates";
+            const bool isParts = m_name == "geometries";
+            if (type && !isRead && (*type == GeometryType::Collection ? isParts : isShapes)) {
+                isRead = true;
+                ReadShapes(path, *type, feature);
+                continue;
+            }
+            if (isShapes || isParts) {
+                (isShapes ? shapes : parts) = m_cursor.Here();
+            }
+            m_cursor.Skip();
+        }
+        if (!type) {
+            path.Fail("has no \"type\"");
+        }
+        if (isRead) {
+            return;
+        }
+        const bool isCollection = *type == GeometryType::Collection;
+        const std::optional<JsonCursor::Place>& unread = isCollection ? parts : shapes;
+        if (!unread) {
+            path.Fail(isCollection ? "has no \"geometries\"" : "has no \"coordinates\"");
+        }
+        const JsonCursor::Place end = m_cursor.Here();
+        m_cursor.JumpTo(*unread);
+        ReadShapes(path, *type, feature);
+        m_cursor.JumpTo(end);
+    }
+
+    /// The coordinates of a geometry, or the geometries of a collection.
+    void ReadShapes(const JsonPath& path, GeometryType type, VectorFeature& feature) {
+        if (type == GeometryType::Collection) {
+            ForEach(JsonPath(path, "geometries"), [&](const JsonPath& geometry) {
+                if (m_cursor.PeekNull()) {
+                    m_cursor.Skip();
+                } else {
+                    ReadGeometry(geometry, feature);
                 }
             });
             return;
         }
-
-        const bool known = type == "Point" || type == "MultiPoint" || type == "LineString" ||
-                           type == "MultiLineString" || type == "Polygon" || type == "MultiPolygon";
-        if (!known) {
-            typeNode.Fail("is " + QuoteForMessage(type) + ", which is no geometry");
-        }
-        const JsonNode coordinates = node.Member("coordinates");
-        if (coordinates.Value().is_array() && coordinates.Value().empty()) {
+        const JsonPath coordinates(path, "coordinates");
+        if (PassEmptyArray()) {
             return; // how some writers say null
         }
-        if (type == "Point") {
-            AddPoint(coordinates, feature);
-        } else if (type == "MultiPoint") {
-            coordinates.ForEach([&](const JsonNode& point) { AddPoint(point, feature); });
-        } else if (type == "LineString") {
-            AddLine(coordinates, feature);
-        } else if (type == "MultiLineString") {
-            coordinates.ForEach([&](const JsonNode& line) { AddLine(line, feature); });
-        } else if (type == "Polygon") {
-            AddPolygon(coordinates, feature);
-        } else {
-            coordinates.ForEach([&](const JsonNode& polygon) { AddPolygon(polygon, feature); });
+        switch (type) {
+        case GeometryType::Point:
+            ReadPoint(coordinates, feature);
+            break;
+        case GeometryType::MultiPoint:
+            ForEach(coordinates, [&](const JsonPath& point) { ReadPoint(point, feature); });
+            break;
+        case GeometryType::LineString:
+            ReadLine(coordinates, feature);
+            break;
+        case GeometryType::MultiLineString:
+            ForEach(coordinates, [&](const JsonPath& line) { ReadLine(line, feature); });
+            break;
+        case GeometryType::Polygon:
+            ReadPolygon(coordinates, feature);
+            break;
+        case GeometryType::MultiPolygon:
+            ForEach(coordinates, [&](const JsonPath& polygon) { ReadPolygon(polygon, feature); });
+            break;
+        case GeometryType::Collection:
+            break;
         }
     }
 
-    void AddPoint(const JsonNode& node, VectorFeature& feature) {
-        feature.points.push_back(TakePosition(node, feature.extent));
-    }
-
-    void AddLine(const JsonNode& node, VectorFeature& feature) {
-        Path line = TakePath(node, feature.extent);
-        if (line.size() < 2) {
-            node.Fail("is a line of fewer than two positions");
+    bool PassEmptyArray() {
+        if (m_cursor.Peek() != JsonKind::Array) {
+            return false;
         }
-        feature.lines.push_back(std::move(line));
+        const JsonCursor::Place start = m_cursor.Here();
+        m_cursor.EnterArray();
+        if (!m_cursor.NextElement()) {
+            return true;
+        }
+        m_cursor.JumpTo(start);
+        return false;
     }
 
-    void AddPolygon(const JsonNode& node, VectorFeature& feature) {
+    void ReadPoint(const JsonPath& path, VectorFeature& feature) {
+        feature.points.push_back(TakePosition(path, feature.extent));
+    }
+
+    void ReadLine(const JsonPath& path, VectorFeature& feature) {
+        ReadPath(path, feature.extent);
+        if (m_path.size() < 2) {
+            path.Fail("is a line of fewer than two positions");
+        }
+        feature.lines.emplace_back(m_path);
+    }
+
+    void ReadPolygon(const JsonPath& path, VectorFeature& feature) {
         Polygon polygon;
-        node.ForEach([&](const JsonNode& ringNode) {
-            Path ring = TakePath(ringNode, feature.extent);
-            if (ring.size() > 1 && ring.front() == ring.back()) {
-                ring.pop_back();
+        ForEach(path, [&](const JsonPath& ring) {
+            ReadPath(ring, feature.extent);
+            if (m_path.size() > 1 && m_path.front() == m_path.back()) {
+                m_path.pop_back();
             }
-            if (ring.size() < 3) {
-                ringNode.Fail("is a ring of fewer than three corners");
+            if (m_path.size() < 3) {
+                ring.Fail("is a ring of fewer than three corners");
             }
-            polygon.rings.push_back(std::move(ring));
+            polygon.rings.emplace_back(m_path);
         });
         if (polygon.rings.empty()) {
-            node.Fail("is a polygon without a ring");
+            path.Fail("is a polygon without a ring");
         }
         feature.polygons.push_back(std::move(polygon));
     }
 
-    Path TakePath(const JsonNode& node, Extent& extent) {
-        Path path;
-        path.reserve(node.Value().size());
-        node.ForEach([&](const JsonNode& position) { path.push_back(TakePosition(position, extent)); });
-        return path;
+    /// Into m_path, from which it is copied: how long it is shows only at its end.
+    void ReadPath(const JsonPath& path, Extent& extent) {
+        m_path.clear();
+        ForEach(path, [&](const JsonPath& position) { m_path.push_back(TakePosition(position, extent)); });
     }
 
     /// The elevation is optional; what comes after it has no agreed meaning and is left alone.
-    Position TakePosition(const JsonNode& node, Extent& extent) {
-        const Json& numbers = node.Value();
-        if (!numbers.is_array() || numbers.size() < 2) {
-            node.Fail("is not a position of two or three numbers");
+    Position TakePosition(const JsonPath& path, Extent& extent) {
+        std::array<double, 3> numbers{};
+        const std::size_t count = m_cursor.Peek() == JsonKind::Array ? m_cursor.TakeNumbers(numbers) : 0;
+        if (count < 2) {
+            path.Fail("is not a position of two or three numbers");
         }
-        Position position{TakeCoordinate(node, 0), TakeCoordinate(node, 1), 0.0};
-        if (numbers.size() > 2) {
-            position.z = TakeCoordinate(node, 2);
-            m_layer.hasElevations = true;
+        const Position position{numbers[0], numbers[1], numbers[2]};
+        if (!IsFinite(position)) {
+            path.Fail("has a coordinate that is not a finite number");
         }
+        m_layer.hasElevations = m_layer.hasElevations || count > 2;
         extent.Include(position);
         return position;
     }
 
-    static double TakeCoordinate(const JsonNode& node, std::size_t index) {
-        const Json& number = node.Value()[index];
-        const double value = number.is_number() ? number.get<double>() : std::nan("");
-        if (!std::isfinite(value)) {
-            node.Fail("has a coordinate that is not a finite number");
-        }
-        return value;
-    }
-
+    JsonCursor m_cursor;
     VectorLayer m_layer;
+    std::string m_name; // of the member that was entered last
+    Path m_path;
 };
 
-/// What the JSON library says, without its own prefix "[json.exception...]".
-std::string PlainReason(const Json::exception& error) {
-    const std::string text = error.what();
-    const std::size_t prefixEnd = text.find("] ");
-    return prefixEnd == std::string::npos ? text : text.substr(prefixEnd + 2);
-}
-
-Json ParseDocument(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::in | std::ios::binary);
-    const auto refuseDeepNesting = [](int depth, Json::parse_event_t, Json&) {
-        if (depth > kDeepestNesting) {
-            throw JsonFault("the document is nested more than " + std::to_string(kDeepestNesting) + " levels deep");
-        }
-        return true;
-    };
-    try {
-        return Json::parse(stream, refuseDeepNesting);
-    } catch (const Json::exception& error) {
-        throw JsonFault("is not valid JSON: " + PlainReason(error));
-    }
+std::string ReadText(InputFile& file) {
+    std::string text(static_cast<std::size_t>(file.Size()), '\0');
+    file.Read({reinterpret_cast<std::uint8_t*>(text.data()), text.size()});
+    return text;
 }
 
 } // namespace
 
 VectorLayer ReadGeoJsonFile(const std::filesystem::path& path) {
-    const InputFile openable(path); // for its words on a file that is missing, empty or locked
+    InputFile file(path);
     try {
-        return LayerBuilder().Build(ParseDocument(path));
+        const std::string text = ReadText(file);
+        constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+        return LayerReader(std::string_view(text).substr(text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0))
+            .Read();
     } catch (const JsonFault& fault) {
         throw FileError(path, fault.what());
     } catch (const std::bad_alloc&) {
-        throw FileError(path, "there is not enough memory for its " + std::to_string(openable.Size()) + " bytes");
+        throw FileError(path, "there is not enough memory for its " + std::to_string(file.Size()) + " bytes");
     }
 }
 

@@ -2,15 +2,19 @@
 
 #include "AsciiGridFile.h"
 #include "FileError.h"
+#include "ForeignFormats.h"
 #include "GeoJsonFile.h"
 #include "ImageFile.h"
 #include "InputFile.h"
 #include "LasFile.h"
 #include "PlyFile.h"
+#include "PointTextFile.h"
+#include "ShapeFile.h"
 #include "TextParsing.h"
 #include "WorldFile.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <new>
 #include <string>
 #include <string_view>
@@ -18,6 +22,9 @@
 namespace OrrinViewer {
 
 namespace {
+
+/// Enough for the names of many columns and a few lines below them.
+constexpr std::uint64_t kBeginningBytes = 4096;
 
 FileKind KindOfContent(std::string_view beginning) {
     if (beginning.starts_with("LASF")) {
@@ -32,12 +39,18 @@ FileKind KindOfContent(std::string_view beginning) {
     if (BeginsLikeImage(beginning)) {
         return FileKind::Image;
     }
+    if (BeginsLikeShapeFile(beginning)) {
+        return FileKind::ShapeFile;
+    }
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
     if (beginning.starts_with(kByteOrderMark)) {
         beginning.remove_prefix(kByteOrderMark.size());
     }
     const std::size_t first = beginning.find_first_not_of(" \t\r\n");
-    return first != std::string_view::npos && beginning[first] == '{' ? FileKind::GeoJson : FileKind::Unknown;
+    if (first != std::string_view::npos && beginning[first] == '{') {
+        return FileKind::GeoJson;
+    }
+    return BeginsLikePointText(beginning) ? FileKind::PointText : FileKind::Unknown;
 }
 
 FileKind KindOfName(const std::filesystem::path& path) {
@@ -57,17 +70,46 @@ FileKind KindOfName(const std::filesystem::path& path) {
             return FileKind::Image;
         }
     }
+    if (ending == ".shp") {
+        return FileKind::ShapeFile;
+    }
+    for (const char* textEnding : {".csv", ".xyz", ".pts"}) {
+        if (ending == textEnding) {
+            return FileKind::PointText;
+        }
+    }
     return ending == ".geojson" || ending == ".json" ? FileKind::GeoJson : FileKind::Unknown;
+}
+
+std::string ReadBeginning(const std::filesystem::path& path) {
+    InputFile file(path);
+    std::string beginning(static_cast<std::size_t>(std::min(kBeginningBytes, file.Size())), '\0');
+    file.Read({reinterpret_cast<std::uint8_t*>(beginning.data()), beginning.size()});
+    return beginning;
+}
+
+/// Names a file of a kind that is known elsewhere; for others tells what it is not.
+[[noreturn]] void RefuseKind(const std::filesystem::path& path, const char* problem) {
+    const std::string foreign = DescribeForeignFormat(ReadBeginning(path), path);
+    throw FileError(path, foreign.empty() ? problem : foreign);
+}
+
+/// The index of a shapefile begins like the shapes.
+std::filesystem::path ShapesOf(const std::filesystem::path& path) {
+    const std::u8string extension = path.extension().u8string();
+    std::filesystem::path shapes = path;
+    return LowerCase(std::string(extension.begin(), extension.end())) == ".shx" ? shapes.replace_extension(".shp")
+                                                                                : shapes;
 }
 
 } // namespace
 
 FileKind DetectKind(const std::filesystem::path& path) {
-    InputFile file(path);
-    std::string beginning(static_cast<std::size_t>(std::min<std::uint64_t>(256, file.Size())), '\0');
-    file.Read({reinterpret_cast<std::uint8_t*>(beginning.data()), beginning.size()});
+    const std::string beginning = ReadBeginning(path);
     const FileKind kind = KindOfContent(beginning);
-    return kind != FileKind::Unknown ? kind : KindOfName(path);
+    // A foreign format may have an ending that some use for texts.
+    const bool isForeign = kind == FileKind::Unknown && !DescribeForeignFormat(beginning, path).empty();
+    return kind != FileKind::Unknown || isForeign ? kind : KindOfName(path);
 }
 
 std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path) {
@@ -76,8 +118,10 @@ std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path) 
         return OpenLasFile(path);
     case FileKind::Ply:
         return OpenPlyFile(path);
+    case FileKind::PointText:
+        return OpenPointTextFile(path);
     default:
-        throw FileError(path, "is not a point cloud; LAS and PLY files are known");
+        RefuseKind(path, "is not a point cloud; LAS and PLY files and texts (XYZ, CSV) are known");
     }
 }
 
@@ -89,16 +133,31 @@ PointCloud OpenPointCloud(const std::filesystem::path& path) {
     }
 }
 
-VectorLayer OpenVectorLayer(const std::filesystem::path& path) {
-    if (DetectKind(path) != FileKind::GeoJson) {
-        throw FileError(path, "is not a layer of vectors; GeoJSON files are known");
+bool IsVectorKind(FileKind kind) {
+    return kind == FileKind::GeoJson || kind == FileKind::ShapeFile;
+}
+
+std::vector<VectorLayer> OpenVectorLayers(const std::filesystem::path& path) {
+    std::vector<VectorLayer> layers;
+    try {
+        switch (DetectKind(path)) {
+        case FileKind::GeoJson:
+            layers.push_back(ReadGeoJsonFile(path));
+            return layers;
+        case FileKind::ShapeFile:
+            layers.push_back(ReadShapeFile(ShapesOf(path)));
+            return layers;
+        default:
+            RefuseKind(path, "is not a layer of vectors; GeoJSON files and shapefiles are known");
+        }
+    } catch (const std::bad_alloc&) {
+        throw FileError(path, "there is not enough memory for its features");
     }
-    return ReadGeoJsonFile(path);
 }
 
 ElevationGrid OpenElevationGrid(const std::filesystem::path& path) {
     if (DetectKind(path) != FileKind::AsciiGrid) {
-        throw FileError(path, "is not a grid of elevations; ESRI ASCII grids are known");
+        RefuseKind(path, "is not a grid of elevations; ESRI ASCII grids are known");
     }
     try {
         return ReadAsciiGridFile(path);
@@ -109,7 +168,7 @@ ElevationGrid OpenElevationGrid(const std::filesystem::path& path) {
 
 Raster OpenRaster(const std::filesystem::path& path) {
     if (DetectKind(path) != FileKind::Image) {
-        throw FileError(path, "is not an image; PNG and JPEG files are known");
+        RefuseKind(path, "is not an image; PNG and JPEG files are known");
     }
     try {
         Raster raster;

@@ -7,6 +7,7 @@
 #include "data/VectorLayer.h"
 
 #include <filesystem>
+#include <vector>
 
 namespace OrrinViewer {
 
@@ -17,6 +18,8 @@ enum class FileKind {
     GeoJson,
     AsciiGrid,
     Image,
+    PointText,
+    ShapeFile,
 };
 
 /// Which kind of file this is, by how it begins. Where that says nothing, by the ending of its name, so that a damaged
@@ -30,8 +33,11 @@ std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path);
 /// Reads a point cloud of any kind. Throws FileError, also for a file of another kind.
 PointCloud OpenPointCloud(const std::filesystem::path& path);
 
-/// Reads a layer of vectors of any kind. Throws FileError, also for a file of another kind.
-VectorLayer OpenVectorLayer(const std::filesystem::path& path);
+/// True for the kinds that OpenVectorLayers reads.
+bool IsVectorKind(FileKind kind);
+
+/// Reads all layers of vectors that a file of any kind has. Throws FileError, also for a file of another kind.
+std::vector<VectorLayer> OpenVectorLayers(const std::filesystem::path& path);
 
 /// Reads a grid of elevations of any kind. Throws FileError, also for a file of another kind.
 ElevationGrid OpenElevationGrid(const std::filesystem::path& path);

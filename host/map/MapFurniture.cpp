@@ -34,6 +34,11 @@ public:
         return std::move(m_furniture);
     }
 
+    MapFurniture BuildScaleBar() {
+        AddScaleBar();
+        return std::move(m_furniture);
+    }
+
 private:
     double Width() const { return m_frame.widthPixels; }
     double Height() const { return m_frame.heightPixels; }
@@ -142,6 +147,10 @@ private:
 
 MapFurniture LayOutMapFurniture(const MapFrame& frame, MapUnits units, const TextSizes& sizes) {
     return FurnitureLayout(frame, units, sizes).Build();
+}
+
+MapFurniture LayOutScaleBar(const MapFrame& frame, MapUnits units, const TextSizes& sizes) {
+    return FurnitureLayout(frame, units, sizes).BuildScaleBar();
 }
 
 std::string FormatPosition(const Position& position, double unitsPerPixel) {

@@ -37,6 +37,9 @@ struct MapFurniture {
 /// the mouse.
 MapFurniture LayOutMapFurniture(const MapFrame& frame, MapUnits units, const TextSizes& sizes);
 
+/// The scale bar alone, for views that are no maps.
+MapFurniture LayOutScaleBar(const MapFrame& frame, MapUnits units, const TextSizes& sizes);
+
 /// The position in words, with as many digits as a pixel is worth. A height that is NaN is left out.
 std::string FormatPosition(const Position& position, double unitsPerPixel);
 

@@ -23,10 +23,14 @@ void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path
 }
 
 void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOptions& options) {
-    switch (DetectKind(file)) {
-    case FileKind::GeoJson:
-        scene.AddVectorLayer(OpenVectorLayer(file));
+    const FileKind kind = DetectKind(file);
+    if (IsVectorKind(kind)) {
+        for (VectorLayer& layer : OpenVectorLayers(file)) {
+            scene.AddVectorLayer(std::move(layer));
+        }
         return;
+    }
+    switch (kind) {
     case FileKind::AsciiGrid:
         AddElevations(scene, OpenElevationGrid(file), file, options);
         return;
@@ -39,7 +43,7 @@ void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOption
     if (options.cloudCellSize) {
         AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options);
     } else {
-        scene.AddCloud(OpenCloudReader(file));
+        scene.AddCloud([file] { return OpenCloudReader(file); });
     }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -33,6 +34,7 @@ std::filesystem::path NameForWindow(const std::filesystem::path& path, std::size
 
 ViewerSession::~ViewerSession() {
     const bool hadViews = !m_windows.empty();
+    m_profile.reset();
     // The others share with the first.
     while (!m_windows.empty()) {
         m_windows.pop_back();
@@ -43,13 +45,8 @@ ViewerSession::~ViewerSession() {
 }
 
 bool ViewerSession::Open() {
-    const auto closed = [this] {
-        if (--m_openWindows == 0) {
-            PostQuitMessage(0);
-        }
-    };
     for (int window = 0; window < m_options.windows; ++window) {
-        m_windows.push_back(std::make_unique<ViewerWindow>(m_scene, m_options, closed));
+        m_windows.push_back(std::make_unique<ViewerWindow>(m_scene, m_options, *this));
         if (!m_windows.back()->Open(window * kOffsetPixels)) {
             return false;
         }
@@ -73,6 +70,44 @@ void ViewerSession::Run(bool (*report)(const Scene& scene)) {
             report(m_scene);
             report = nullptr;
         }
+    }
+}
+
+void ViewerSession::RedrawAll() {
+    for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+        window->ShowSceneAnew();
+    }
+    if (ProfileWindow* const profile = GetProfile()) {
+        profile->ShowSceneAnew();
+    }
+}
+
+void ViewerSession::NoteClosed() {
+    if (--m_openWindows == 0) {
+        PostQuitMessage(0);
+    }
+}
+
+void ViewerSession::ShowProfile(std::vector<Position> line) {
+    if (!m_profile) {
+        m_profile = std::make_unique<ProfileWindow>(m_scene, m_options, *this);
+    }
+    if (!m_profile->Show(std::move(line))) {
+        m_profile.reset();
+        return;
+    }
+    for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+        m_profile->View().LinkProfile(window->View());
+    }
+    ShowProfileOnMaps();
+}
+
+void ViewerSession::ShowProfileOnMaps() {
+    for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+        if (m_profile && !m_profile->IsShown()) {
+            m_profile->View().UnlinkProfile(window->View());
+        }
+        window->RedrawOverlays();
     }
 }
 

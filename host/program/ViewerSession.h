@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ProfileWindow.h"
 #include "ViewerOptions.h"
 #include "ViewerWindow.h"
 #include "drawing/Scene.h"
@@ -24,6 +25,17 @@ public:
     /// screenshot cannot be written. `report`, unless null, is called once all files are read.
     void Run(bool (*report)(const Scene& scene));
 
+    /// How the scene is drawn has changed, which every window shows.
+    void RedrawAll();
+    void NoteClosed();
+
+    /// Shows the profile along a line in the window for that.
+    void ShowProfile(std::vector<Position> line);
+    /// The profile's window; null while there is none to be seen.
+    ProfileWindow* GetProfile() { return m_profile && m_profile->IsShown() ? m_profile.get() : nullptr; }
+    /// Its line is another one, or it is hidden: maps draw it over their frames.
+    void ShowProfileOnMaps();
+
 private:
     void DrawFrames();
     void SaveScreenshots();
@@ -31,6 +43,7 @@ private:
     Scene& m_scene;
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
+    std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
 };
 

@@ -1,41 +1,44 @@
 #pragma once
 
+#include "NativeWindow.h"
 #include "ViewerOptions.h"
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
 #include "map/LabelLayer.h"
 #include "map/MapFrame.h"
-#include "map/RubberBand.h"
 
 #include <OrrinDisplay.h>
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace OrrinViewer {
 
+class ViewerSession;
+
 /// A window: it owns a view, feeds it the scene and makes navigation of mouse and keys.
 ///
-/// A frame has two layers. The scene is drawn only when it or the camera changes, and the view then keeps the finished
-/// frame in its backing store. What follows the mouse is drawn over the restored frame, however long the scene itself
-/// takes.
+/// A frame has two layers. The scene is drawn only when it or the camera changes. What follows the mouse and what lies
+/// over the map (readings, measured lines, bands, a profile's cursor) are overlays of the view, drawn over the finished
+/// frame, however long the scene itself takes.
 ///
 /// A large cloud is drawn in several frames, each of which adds points to the one before; between them the window
-/// answers. The backing store then has the ground with the points so far, and shapes and texts are drawn over it.
-class ViewerWindow {
+/// answers. Until all points are there, shapes and texts are an overlay too: the frame has only what lies below.
+///
+/// Its functions stand in three more files: WindowInput.cpp (mouse and keys), WindowBands.cpp (what is drawn with the
+/// mouse) and WindowOverlays.cpp (what lies over the frame).
+class ViewerWindow final : public NativeWindow {
 public:
-    /// `closed` is called when the user closes the window; it is hidden then, and still the caller's to destroy.
-    ViewerWindow(Scene& scene, const ViewerOptions& options, std::function<void()> closed);
-    ~ViewerWindow();
-    ViewerWindow(const ViewerWindow&) = delete;
-    ViewerWindow& operator=(const ViewerWindow&) = delete;
+    ViewerWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session);
+    ~ViewerWindow() override;
 
     /// Opens the window and makes it ready to draw; false when there is no OpenGL to draw with. It stands
     /// `offsetPixels` to the right of and below where the system puts it.
     bool Open(int offsetPixels);
+    KTR::COpenGLView& View() { return *m_view; }
 
     /// Draws the whole scene into the back buffer. Returns the milliseconds until OpenGL was done with it.
     double DrawScene();
@@ -44,58 +47,111 @@ public:
     /// Saves the back buffer. Throws FileError when the file cannot be written.
     void SaveFrame(const std::filesystem::path& path);
 
+    /// The scene is drawn in another way than before.
+    void ShowSceneAnew();
+    /// Only what lies over the frame has changed.
+    void RedrawOverlays() const { InvalidateRect(m_window, nullptr, FALSE); }
+
 private:
-    /// What the backing store has.
+    /// What the view's stored frame has.
     enum class Stored {
         Nothing,
         Clouds, ///< of the scene the ground and the points so far
         Scene,
     };
+    /// What the left button does.
+    enum class Tool {
+        Look, ///< moves the view
+        MeasurePath,
+        MeasureArea,
+        DrawProfile,
+    };
+    /// What is being drawn with the mouse.
+    enum class BandUse {
+        None,
+        Zoom, ///< a rectangle to be shown next
+        Length,
+        Area,
+        Profile,
+        ProfileCorner, ///< of the profile there is
+    };
+    /// What was measured; it stays until something else is.
+    struct Measured {
+        bool isArea = false;
+        std::vector<Position> places;
+    };
 
-    static LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void HandleButtonDown(WPARAM keys, POINT cursor, bool isRight);
-    void HandleButtonUp();
+    void HandleButtonUp(POINT cursor);
     void HandleMouseMove(POINT cursor);
     void HandleMouseLeave();
     void HandleKey(WPARAM key);
+    bool HandleViewKey(WPARAM key);
+    bool HandleSceneKey(WPARAM key);
+    void HandleEscape();
     void HandleWheel(WPARAM wParam, LPARAM lParam);
     void HandleTimer();
+    void SetCursorShape() const;
     /// Moves the picture, or turns the 3-D view, by so many pixels to the right and down.
-    void Drag(double rightPixels, double downPixels);
+    void Drag(double rightPixels, double downPixels, bool pans);
     void ShowFrom(KTR::GLViewOrientation orientation);
+    void StepThroughViews(bool forward);
     /// Many steps of the wheel are one of the view's history.
     void EndWheel();
+    void LeadProfileCursor();
     bool IsMap() const { return m_view->GetCurrentViewOrientation() == KTR::GLViewOrientationTop; }
-    MapFrame DescribeMap() const;
-    Position PositionOnMap(POINT cursor) const;
-    PixelPlace PlaceOf(const Position& position) const;
     std::optional<Position> FindPositionUnder(POINT cursor);
 
+    void SetTool(Tool tool);
+    BandUse BandOfTool() const;
+    /// Begins with the place, or goes on from it.
+    void AddBandPlace(BandUse band, const Position& place, POINT cursor);
+    void BeginBand(BandUse band, const Position& place, POINT cursor);
+    bool TakeProfileCorner(POINT cursor);
+    void MoveBand(POINT cursor);
+    /// Draws it anew after the view has changed.
+    void ReplayBand();
+    void TakeBandPlaceBack();
+    void FinishBand();
+    void CancelBand();
+    void FinishMeasuring(bool isArea);
+    void FinishProfile();
+    void FinishProfileCorner();
+    bool IsWorthZooming() const;
+    std::string DescribeBand() const;
+    static void WriteBandText(const PointXY* points, int count, wchar_t* text, int capacity, void* context);
+
+    void AddOverlays();
+    /// Of a frame whose points are not all there: what lies above them.
+    static void DrawUnfinished(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
+    static void DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
+    static void DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
+    static void DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
+    std::string NameOfTool() const;
+
+    MapFrame DescribeMap() const;
+    PixelPlace PlaceOf(const Position& position) const;
     void LoadTexts();
-    void DrawMapTexts();
-    void DrawOverlay();
-    void DrawRubberBand(std::vector<PixelText>& texts);
+    void DrawTexts();
     void DrawFrame();
+    void ShowFrame();
     bool DrawSceneOrPart();
-    bool RestoreFrame(bool depths);
+    bool RestoreFrame();
     void StoreFrame(Stored stored);
     CloudsFrame RefineOrBegin();
     void DrawAboveClouds();
     void MeetScene();
     /// The scene has to be drawn anew.
     void Redraw();
-    /// Only what lies over it has changed.
-    void RedrawOverlay() const { InvalidateRect(m_window, nullptr, FALSE); }
     void UpdateTitle() const;
 
     Scene& m_scene;
     const ViewerOptions& m_options;
-    std::function<void()> m_closed;
+    ViewerSession& m_session;
     std::unique_ptr<KTR::COpenGLView> m_view;
     TextPainter m_texts;
     LabelLayer m_labels;
-    HWND m_window = nullptr;
     bool m_ready = false;
     Stored m_stored = Stored::Nothing; ///< as it has to be shown
     bool m_waits = false;              ///< points are to come, but there are none to draw now
@@ -107,9 +163,18 @@ private:
     bool m_dragging = false;
     bool m_draggingPans = false; ///< also in perspective
     bool m_wheeling = false;
-    bool m_everyDragMeasures = false;
-    RubberBand m_band;
-    std::optional<POINT> m_cursor; ///< where the mouse is in the window
+    bool m_showsHelp = false;
+    Tool m_tool = Tool::Look;
+    BandUse m_band = BandUse::None;
+    bool m_bandEndsWithButton = false;  ///< when the button is let go
+    bool m_bandIsOld = false;           ///< it was drawn before the view changed
+    std::vector<Position> m_bandPlaces; ///< settled ones
+    std::optional<Position> m_bandEnd;  ///< under the mouse, where something is
+    std::size_t m_takenCorner = 0;      ///< of the profile's line
+    POINT m_pressed{};                  ///< where the button went down
+    std::optional<Measured> m_measured;
+    std::optional<POINT> m_cursor;          ///< where the mouse is in the window
+    std::optional<Position> m_readPosition; ///< what is there
 };
 
 } // namespace OrrinViewer

@@ -1,6 +1,8 @@
 // The library's sources linked into this program, where malloc can be made to fail.
 
 #include "FailingAllocation.h"
+#include "clouds/PointCloudLayer.h"
+#include "images/RasterLayer.h"
 #include "support/TextFixture.h"
 
 #include <clouds/PointCloudLayer.h>

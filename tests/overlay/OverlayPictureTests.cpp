@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <span>
 #include <stdexcept>
 
 namespace {
@@ -229,6 +230,72 @@ TEST_P(OverlayPictures, BadOverlayHarmsNothing) {
     EXPECT_EQ(Screen().pixels, scene.pixels);
     DrawScene();
     EXPECT_EQ(TakePicture(*live.view, kWide, kHigh).pixels, scene.pixels) << "the host draws on as before";
+}
+
+// As a map does whose points come little by little: each step goes on from the frame without what lies over it.
+TEST_P(OverlayPictures, FrameInStepsGrowsBeneathItsOverlays) {
+    const auto save = [&] {
+        return live->SaveBackingStore(live.window.DeviceContext(), GLContextMain, GL_BACK, 0, 0, kWide, kHigh);
+    };
+    const auto restore = [&] {
+        live->RestoreBackingStore(GL_RGBA, 0, 0.0F, 0.0F, 0, 0, kWide, kHigh, 0, 0, kWide, kHigh, false, true, false);
+    };
+    live.Clear();
+    ASSERT_EQ(save(), S_OK);
+    Marker marker;
+    const int number = live->AddOverlay(&DrawMarker, &marker, 0);
+    ASSERT_EQ(live->RedrawOverlays(), S_OK);
+    for (int step = 1; step < 4; ++step) {
+        restore();
+        live->EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, GLShaderColorPassThrough);
+        live->BeginArrays(GL_TRIANGLES, GLShaderColorPassThrough);
+        for (const auto& [right, up] : {std::pair{0, 0}, {30, 0}, {0, 30}}) {
+            live->AddIndex2DVertexRGBA(40 * step + right, 60 + up, 255, 255, 0, 255);
+        }
+        live->EndArraysAndDisableClientState();
+        ASSERT_EQ(save(), S_OK);
+        marker.x = 30 * step;
+        ASSERT_EQ(live->RedrawOverlays(), S_OK);
+        const Picture picture = Screen();
+        EXPECT_EQ(At(picture, 30 * step + 4, 24), (Pixel{0, 0, 255, 255}));
+        EXPECT_EQ(At(picture, 30 * step - 26, 24), kBlack) << "where the overlay was before";
+        EXPECT_EQ(picture.At(44, 64), kYellow) << "the first step's";
+        EXPECT_EQ(picture.At(40 * step + 4, 64), kYellow);
+    }
+    // A store that holds something else cannot put the frame right any more.
+    ASSERT_EQ(live->SaveBackingStore(live.window.DeviceContext(), GLContextMain, GL_BACK, 0, 0, 10, 10), S_OK);
+    EXPECT_TRUE(live->NeedsRedraw());
+    EXPECT_EQ(live->RedrawOverlays(), S_FALSE);
+    EXPECT_TRUE(live->RemoveOverlay(number));
+}
+
+// The outline crosses itself: both halves are inside, in whatever direction they go.
+TEST_P(OverlayPictures, CrossedPolygonIsFilledAndKnowsItsPlaces) {
+    live->SetUpOrthoFromModelExtents(GLViewOrientationTop, {500'000.0, 4'500'000.0, 0.0}, {500'100.0, 4'500'100.0, 0.0},
+                                     1.0);
+    live.Clear();
+    live->SwapBuffers();
+    GLRubberBandStyle style;
+    style.fillColor = {0, 255, 0, 255};
+    live->SetRubberBandStyle(style);
+    constexpr PointXY kCorners[] = {{20.0, 20.0}, {140.0, 120.0}, {140.0, 20.0}, {20.0, 120.0}};
+    ASSERT_EQ(live->BeginRubberBand(GLRubberBandPolygon, kCorners[0].x, kCorners[0].y), S_OK);
+    for (const PointXY& corner : std::span(kCorners).subspan(1)) {
+        ASSERT_EQ(live->AddRubberBandPoint(corner.x, corner.y), S_OK);
+    }
+    const Picture picture = Screen();
+    EXPECT_EQ(At(picture, 30, 70), (Pixel{0, 255, 0, 255}));
+    EXPECT_EQ(At(picture, 130, 70), (Pixel{0, 255, 0, 255}));
+    EXPECT_EQ(At(picture, 80, 30), kBlack);
+    EXPECT_EQ(live->EndRubberBand(false), S_OK);
+    PointXYZ places[9] = {};
+    ASSERT_EQ(live->GetRubberBandPoints(places, 9), 5);
+    double x = 0.0;
+    double y = 0.0;
+    ASSERT_TRUE(live->RealWorld2Client(places[1].x, places[1].y, places[1].z, x, y));
+    EXPECT_GT(places[1].x, 499'900.0);
+    EXPECT_NEAR(x, 140.0, 1e-6);
+    EXPECT_NEAR(y, 120.0, 1e-6);
 }
 
 TEST_P(OverlayPictures, ResizeAndLossAreTold) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AllocationMeter.h"
 #include "files/FileError.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -77,6 +79,25 @@ private:
     std::filesystem::path m_path;
 };
 
+/// A file beside another one, with another ending; removed with this.
+class SidecarFile {
+public:
+    SidecarFile(std::filesystem::path file, const char* ending, std::string_view content) : m_path(std::move(file)) {
+        m_path.replace_extension(ending);
+        std::ofstream stream(m_path, std::ios::binary);
+        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+    }
+    ~SidecarFile() {
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
+    }
+    SidecarFile(const SidecarFile&) = delete;
+    SidecarFile& operator=(const SidecarFile&) = delete;
+
+private:
+    std::filesystem::path m_path;
+};
+
 /// What `read(path)` says about a file with the content, or "" when it accepts it. Any other exception than a
 /// FileError, and a message of several lines or without the file's name, fails the test.
 template <typename Read> std::string Complaint(Read read, std::string_view content, const char* ending) {
@@ -95,8 +116,12 @@ template <typename Read> std::string Complaint(Read read, std::string_view conte
     }
 }
 
+/// What any reader may take whatever the file's size is: chunks to read in, names, a layer without features.
+constexpr std::int64_t kReadersOwnBytes = 1 << 20;
+
 /// Reads several hundred copies of the content, each with a few bytes changed at random, the same on each run. Returns
-/// how many of them were refused.
+/// how many of them were refused. None may take more than four times its size: no count in a file is believed that the
+/// file does not bear out.
 template <typename Read> int CountRefusedMutations(Read read, const std::string& content, const char* ending) {
     std::mt19937 random(20261121);
     int refused = 0;
@@ -105,7 +130,10 @@ template <typename Read> int CountRefusedMutations(Read read, const std::string&
         for (unsigned change = random() % 4 + 1; change > 0; --change) {
             mutated[random() % mutated.size()] = static_cast<char>(random());
         }
+        const AllocationMeter meter;
         refused += Complaint(read, mutated, ending).empty() ? 0 : 1;
+        EXPECT_LE(meter.PeakBytes(), kReadersOwnBytes + 4 * static_cast<std::int64_t>(content.size()))
+            << "mutation " << round;
     }
     return refused;
 }

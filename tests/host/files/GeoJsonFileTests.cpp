@@ -2,6 +2,7 @@
 
 #include "FileTestSupport.h"
 
+#include <cstdlib>
 #include <vector>
 
 namespace OrrinViewer {
@@ -44,6 +45,40 @@ TEST(GeoJsonFile, Collection_KeepsShapesHolesAndPropertiesInOrder) {
     ASSERT_EQ(feature.polygons.size(), 1u);
     const std::vector<Path> rings = {{{0, 0, 0}, {9, 0, 0}, {9, 9, 0}, {0, 9, 0}}, {{2, 2, 0}, {2, 4, 0}, {4, 4, 0}}};
     EXPECT_EQ(feature.polygons[0].rings, rings);
+}
+
+// Writers sort the names, or keep the order of their own tables.
+TEST(GeoJsonFile, MembersMayComeInAnyOrder) {
+    const VectorLayer layer = ReadContent(
+        R"({"features": [{"properties": {"a": 1}, "geometry": {"geometries": [{"coordinates": [[1, 2], [3, 4]],)"
+        R"( "bbox": [0, {}], "type": "LineString"}, {"geometries": 5, "type": "Point", "coordinates": [5, 6]}],)"
+        R"( "coordinates": [], "type": "GeometryCollection"}, "type": "Feature"}], "features": 3,)"
+        R"( "type": "FeatureCollection"})");
+    ASSERT_EQ(layer.features.size(), 1u);
+    EXPECT_EQ(layer.features[0].lines, (std::vector<Path>{{{1, 2, 0}, {3, 4, 0}}}));
+    EXPECT_EQ(layer.features[0].points, (std::vector<Position>{{5, 6, 0}}));
+    EXPECT_EQ(layer.features[0].properties.size(), 1u);
+}
+
+// A coordinate that is rounded otherwise than others round it makes neighbours' borders gape.
+TEST(GeoJsonFile, NumbersAreRoundedAsTheStandardLibraryDoes) {
+    for (const char* number :
+         {"0", "-0.0", "0.1", "7.123456789012345", "51.98765432109876", "4500000.123456789", "9007199254740993",
+          "9007199254740991", "123456789012345678901234567890", "1e22", "1.5E-7", "-2.5e+3", "1e-400",
+          "0.30000000000000004", "1.7976931348623157e308", "999999999999999.9", "0.000000000000001"}) {
+        const double expected = std::strtod(number, nullptr);
+        const VectorLayer layer = ReadContent(Geometry("Point", "[" + std::string(number) + ",0]"));
+        EXPECT_EQ(layer.features.at(0).points.at(0).x, expected) << number;
+    }
+}
+
+TEST(GeoJsonFile, EscapesAreLetters) {
+    const VectorLayer layer =
+        ReadContent(R"({"type":"Feature","geometry":{"type":"Point","coordinates":[1,2]},"properties":)"
+                    R"({"n\u00e4me":"\"\u20AC\ud83d\ude00\\\/\n\"", "kept": [ "a \" [" , { "b" : 1.50 } ]}})");
+    const std::vector<std::pair<std::string, std::string>> expected = {{"näme", "\"€\xF0\x9F\x98\x80\\/\n\""},
+                                                                       {"kept", R"(["a \" [",{"b":1.50}])"}};
+    EXPECT_EQ(layer.features.at(0).properties, expected);
 }
 
 struct ShapeCase {
@@ -99,6 +134,24 @@ INSTANTIATE_TEST_SUITE_P(
         JsonDamage{"empty", "", "the file is empty"}, JsonDamage{"garbage", "\x89PNG\r\n", "not valid JSON"},
         JsonDamage{"position", "{\"type\":\n ?}", "line 2, column 2"},
         JsonDamage{"afterTheEnd", Geometry("Point", "[1,2]") + "}", "not valid JSON"},
+        JsonDamage{"cutText", R"({"type":"Poi)", "within a text"},
+        JsonDamage{"latin1", "{\"type\":\"Feature\",\"geometry\":null,\"properties\":{\"a\":\"\xE4\"}}",
+                   "not in UTF-8"},
+        JsonDamage{"lineFeedInText", "{\"type\":\"a\nb\"}", "control character"},
+        JsonDamage{"unknownEscape", R"({"type":"\x41"})", "column 11: there is no such escape"},
+        JsonDamage{"halfCharacter", R"({"type":"\ud83d"})", "half of a character"},
+        JsonDamage{"noHexadecimal", R"({"type":"\u00g0"})", "hexadecimal"},
+        JsonDamage{"zeros", Geometry("Point", "[01,2]"), "begins with 0"},
+        JsonDamage{"noDecimals", Geometry("Point", "[1.,2]"), "a digit"},
+        JsonDamage{"noExponent", Geometry("Point", "[1e,2]"), "a digit"},
+        JsonDamage{"onlyMinus", Geometry("Point", "[-,2]"), "a digit"},
+        JsonDamage{"plus", Geometry("Point", "[+1,2]"), "a value is expected"},
+        JsonDamage{"notANumber", Geometry("Point", "[NaN,2]"), "a value is expected"},
+        JsonDamage{"wordCutShort", R"({"type":"Feature","geometry":nul})", "a value is expected"},
+        JsonDamage{"commaAtTheEnd", Geometry("Point", "[1,2,]"), "a value is expected"},
+        JsonDamage{"noComma", Geometry("Point", "[1 2]"), "comma"},
+        JsonDamage{"noColon", R"({"type" "Point"})", "colon"},
+        JsonDamage{"nameWithoutQuotes", "{type:1}", "the name of a member"},
         JsonDamage{"notAnObject", "[1,2]", "the document is not an object"},
         JsonDamage{"noType", "{}", "has no \"type\""}, JsonDamage{"typeIsNumber", "{\"type\":3}", "/type is not text"},
         JsonDamage{"unknownType", Geometry("Circle", "[1,2]"), "/type is 'Circle'"},

@@ -19,20 +19,30 @@ TEST_P(FileKindDetection, IsTakenFromTheContentAndOnlyThenFromTheName) {
     EXPECT_EQ(DetectKind(file.Path()), GetParam().kind);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, FileKindDetection,
-                         testing::Values(KindCase{"lasUnderAnotherName", ".ply", "LASF....", FileKind::Las},
-                                         KindCase{"plyUnderAnotherName", ".json", "ply\r\nformat", FileKind::Ply},
-                                         KindCase{"jsonUnderAnotherName", ".las", "\xEF\xBB\xBF \n {",
-                                                  FileKind::GeoJson},
-                                         KindCase{"gridUnderAnotherName", ".txt", " NCOLS 4", FileKind::AsciiGrid},
-                                         KindCase{"pngUnderAnotherName", ".las", "\x89PNG\r\n\x1A\n", FileKind::Image},
-                                         KindCase{"damagedImage", ".JPG", "?", FileKind::Image},
-                                         KindCase{"damagedGrid", ".asc", "?", FileKind::AsciiGrid},
-                                         KindCase{"damagedLas", ".LAS", "FSAL", FileKind::Las},
-                                         KindCase{"damagedLaz", ".laz", "?", FileKind::Las},
-                                         KindCase{"damagedJson", ".GeoJSON", "]", FileKind::GeoJson},
-                                         KindCase{"wordThatBeginsLikePly", ".txt", "plywood", FileKind::Unknown}),
-                         [](const auto& tested) { return std::string(tested.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, FileKindDetection,
+    testing::Values(
+        KindCase{"lasUnderAnotherName", ".ply", "LASF....", FileKind::Las},
+        KindCase{"plyUnderAnotherName", ".json", "ply\r\nformat", FileKind::Ply},
+        KindCase{"jsonUnderAnotherName", ".las", "\xEF\xBB\xBF \n {", FileKind::GeoJson},
+        KindCase{"gridUnderAnotherName", ".txt", " NCOLS 4", FileKind::AsciiGrid},
+        KindCase{"pngUnderAnotherName", ".las", "\x89PNG\r\n\x1A\n", FileKind::Image},
+        KindCase{"damagedImage", ".JPG", "?", FileKind::Image},
+        KindCase{"damagedGrid", ".asc", "?", FileKind::AsciiGrid},
+        KindCase{"damagedLas", ".LAS", "FSAL", FileKind::Las}, KindCase{"damagedLaz", ".laz", "?", FileKind::Las},
+        KindCase{"damagedJson", ".GeoJSON", "]", FileKind::GeoJson},
+        KindCase{"tableUnderAnotherName", ".las", "lon;lat\n7,5;51,5\n", FileKind::PointText},
+        KindCase{"numbersUnderAnotherName", ".png", "1 2 3\n4 5 6\n", FileKind::PointText},
+        KindCase{"tableWithoutCoordinates", ".dat", "name,age\nEve,30\n", FileKind::Unknown},
+        KindCase{"worldFile", ".wld", "0.5\n0\n0\n-0.5\n5\n6\n", FileKind::Unknown},
+        KindCase{
+            "shapesUnderAnotherName", ".txt",
+            FileBytes(true).Put<std::int32_t>(9994).FillTo(28).PutText(std::string_view("\xE8\x03\0\0", 4)).Content(),
+            FileKind::ShapeFile},
+        KindCase{"damagedShapes", ".SHP", "?", FileKind::ShapeFile},
+        KindCase{"damagedTable", ".csv", "?", FileKind::PointText},
+        KindCase{"wordThatBeginsLikePly", ".txt", "plywood", FileKind::Unknown}),
+    [](const auto& tested) { return std::string(tested.param.name); });
 
 // The viewer's users keep their data under names in their own languages.
 TEST(OpenFile, NameOutsideAnyCodePage_OpensAndIsReported) {
@@ -66,8 +76,18 @@ TEST(OpenFile, WhatCannotBeOpened_IsToldApart) {
     EXPECT_NE(ComplaintAbout(folder).find("is a folder"), std::string::npos);
     EXPECT_NE(Complaint(OpenPointCloud, "", ".las").find("empty"), std::string::npos);
     EXPECT_NE(Complaint(OpenPointCloud, "{}", ".las").find("not a point cloud"), std::string::npos);
-    EXPECT_NE(Complaint(OpenVectorLayer, "LASF", ".json").find("not a layer of vectors"), std::string::npos);
-    EXPECT_NE(Complaint(OpenVectorLayer, "%PDF", ".json").find("not valid JSON"), std::string::npos);
+    EXPECT_NE(Complaint(OpenVectorLayers, "LASF", ".json").find("not a layer of vectors"), std::string::npos);
+    EXPECT_NE(Complaint(OpenVectorLayers, "PDF", ".json").find("not valid JSON"), std::string::npos);
+}
+
+// "Not a point cloud" sends people to look for a fault of their file, where it only needs another program first.
+TEST(OpenFile, KnownKindThatIsNotRead_IsNamedWithWhatConvertsIt) {
+    EXPECT_NE(Complaint(OpenPointCloud, "<?xml version='1.0'?>\n<kml>", ".xml").find("KML file"), std::string::npos);
+    EXPECT_NE(Complaint(OpenPointCloud, "<?xml version='1.0'?>\n<kml>", ".xml").find("ogr2ogr"), std::string::npos);
+    EXPECT_NE(Complaint(OpenPointCloud, "# .PCD v0.7\nVERSION 0.7\n", ".txt").find("pdal translate"),
+              std::string::npos);
+    EXPECT_NE(Complaint(OpenPointCloud, "\x89HDF\r\n\x1A\n", ".nc").find("gdal_translate"), std::string::npos);
+    EXPECT_NE(Complaint(OpenPointCloud, "?", ".dbf").find("ending .shp"), std::string::npos);
 }
 
 } // namespace

@@ -13,24 +13,6 @@ std::string FourPixelPng() {
     return EncodePng(2, 2, kFourPixels);
 }
 
-/// A file beside an image, removed with this.
-class SidecarFile {
-public:
-    SidecarFile(std::filesystem::path image, const char* ending, std::string_view content) : m_path(std::move(image)) {
-        m_path.replace_extension(ending);
-        std::ofstream(m_path, std::ios::binary) << content;
-    }
-    ~SidecarFile() {
-        std::error_code ignored;
-        std::filesystem::remove(m_path, ignored);
-    }
-    SidecarFile(const SidecarFile&) = delete;
-    SidecarFile& operator=(const SidecarFile&) = delete;
-
-private:
-    std::filesystem::path m_path;
-};
-
 constexpr std::string_view kHalfMetrePixels = "0.5\r\n0\r\n0\r\n-0.5\r\n 500000.25 \r\n+4500000.75\r\n";
 
 // A raster that is half a pixel off, upside down or mirrored makes every outline over it look wrong.

@@ -1,0 +1,58 @@
+#include "NativeWindow.h"
+
+#include <windowsx.h>
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr wchar_t kWindowClass[] = L"OrrinViewer";
+
+} // namespace
+
+bool NativeWindow::Create(const wchar_t* title, int widthPixels, int heightPixels) {
+    WNDCLASSEXW windowClass = {};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.style = CS_OWNDC | CS_DBLCLKS; // OpenGL keeps drawing through one device context
+    windowClass.lpfnWndProc = WindowProcedure;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    windowClass.lpszClassName = kWindowClass;
+    RegisterClassExW(&windowClass);
+
+    RECT frame = {0, 0, widthPixels, heightPixels};
+    AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
+    m_window = CreateWindowExW(0, kWindowClass, title, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
+                               frame.right - frame.left, frame.bottom - frame.top, nullptr, nullptr,
+                               GetModuleHandleW(nullptr), this);
+    return m_window != nullptr;
+}
+
+void NativeWindow::Destroy() {
+    if (m_window) {
+        SetWindowLongPtrW(m_window, GWLP_USERDATA, 0);
+        DestroyWindow(m_window);
+        m_window = nullptr;
+    }
+}
+
+LRESULT CALLBACK NativeWindow::WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_NCCREATE) {
+        const auto* creation = reinterpret_cast<const CREATESTRUCTW*>(lParam);
+        auto* created = static_cast<NativeWindow*>(creation->lpCreateParams);
+        created->m_window = window;
+        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(created));
+    }
+    auto* target = reinterpret_cast<NativeWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    return target ? target->HandleMessage(message, wParam, lParam) : DefWindowProcW(window, message, wParam, lParam);
+}
+
+POINT CursorOf(LPARAM lParam) {
+    return {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+}
+
+bool IsKeyDown(int key) {
+    return GetKeyState(key) < 0;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,172 @@
+// What lies over the frame of a viewer's window, as overlays of its view.
+
+#include "ViewerWindow.h"
+
+#include "ViewerSession.h"
+#include "drawing/PixelDrawing.h"
+#include "map/Measure.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace OrrinViewer {
+
+namespace {
+
+/// In the order in which they are drawn.
+enum OverlayOrder { OrderOfUnfinished, OrderOfMeasured, OrderOfReadout, OrderOfHelp };
+
+constexpr double kEdgePixels = 10.0;
+constexpr Rgb kPanelColor{20, 24, 30};
+constexpr std::uint8_t kPanelOpacity = 215;
+
+struct KeyHelp {
+    const char* keys;
+    const char* what;
+};
+
+constexpr std::array<KeyHelp, 19> kHelp = {{
+    {"Wheel", "zoom to what is under the mouse"},
+    {"Drag", "move the map, turn the 3-D view about what was clicked"},
+    {"Right drag", "move the 3-D view"},
+    {"Shift + drag", "zoom to a rectangle"},
+    {"Ctrl + drag", "measure a line"},
+    {"Arrows", "move the map, turn the 3-D view (with Shift move it)"},
+    {"1 to 6", "from the top, bottom, front, back, left, right"},
+    {"V", "map or 3-D view"},
+    {"Home", "show everything"},
+    {"Backspace, Ctrl + Z", "previous view (Shift + Backspace, Ctrl + Y: next)"},
+    {"M", "measure a path, then an area, then neither"},
+    {"P", "draw a line and see its profile"},
+    {"C", "other colours"},
+    {"+  -", "larger, smaller points"},
+    {"E", "shading of clouds by their depths"},
+    {"S, A", "turn, raise the sun (Shift: back)"},
+    {"Enter", "ends what is being drawn (also double or right click)"},
+    {"Esc", "leaves: what is being drawn, the tool, the program"},
+    {"F1, ?", "these keys"},
+}};
+
+} // namespace
+
+void ViewerWindow::AddOverlays() {
+    m_view->AddOverlay(&DrawUnfinished, this, OrderOfUnfinished);
+    m_view->AddOverlay(&DrawMeasured, this, OrderOfMeasured);
+    m_view->AddOverlay(&DrawReadout, this, OrderOfReadout);
+    m_view->AddOverlay(&DrawHelp, this, OrderOfHelp);
+}
+
+void ViewerWindow::DrawUnfinished(KTR::COpenGLView& /*view*/, KTR::GLCoveredArea& covered, void* context) {
+    auto& own = *static_cast<ViewerWindow*>(context);
+    if (own.m_stored == Stored::Clouds) {
+        own.DrawAboveClouds();
+    } else {
+        covered = {};
+    }
+}
+
+std::string ViewerWindow::NameOfTool() const {
+    switch (m_tool) {
+    case Tool::MeasurePath:
+        return "Measuring a path: click its points, Enter ends it, M measures areas";
+    case Tool::MeasureArea:
+        return "Measuring an area: click its corners, Enter ends it, M leaves";
+    case Tool::DrawProfile:
+        return "Profile: click the points of a line, Enter ends it, Esc leaves";
+    case Tool::Look:
+        break;
+    }
+    return {};
+}
+
+/// The position under the mouse in words, and what the mouse does.
+void ViewerWindow::DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
+    auto& own = *static_cast<ViewerWindow*>(context);
+    covered = {};
+    const TextSizes sizes = own.m_texts.Sizes(view);
+    std::vector<PixelText> texts;
+    if (own.m_readPosition) {
+        texts.push_back(LayOutPosition(FormatPosition(*own.m_readPosition, view.GetUnitsPerPixel()), own.m_width,
+                                       own.m_height, sizes));
+    }
+    const double rowHeight = sizes.ascent + sizes.descent + kEdgePixels;
+    if (const std::string tool = own.NameOfTool(); !tool.empty()) {
+        texts.push_back({tool, kEdgePixels, std::round(own.m_height - 2.0 * rowHeight - kEdgePixels)});
+    }
+    if (texts.empty()) {
+        return;
+    }
+    SetUpPixelCamera(view, own.m_width, own.m_height);
+    own.m_texts.Draw(view, texts);
+    covered = {0.0, 0.0, static_cast<double>(own.m_width), 3.0 * rowHeight + kEdgePixels};
+}
+
+/// What was measured last, where it lies on the map.
+void ViewerWindow::DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
+    auto& own = *static_cast<ViewerWindow*>(context);
+    if (!own.m_measured) {
+        covered = {};
+        return;
+    }
+    const std::vector<Position>& places = own.m_measured->places;
+    std::vector<Position> pixels;
+    for (const Position& place : places) {
+        const PixelPlace client = own.PlaceOf({place.x, place.y, std::isnan(place.z) ? 0.0 : place.z});
+        pixels.push_back({std::floor(client.x), std::floor(own.m_height - client.y), 0.0});
+    }
+    if (own.m_measured->isArea) {
+        pixels.push_back(pixels.front());
+    }
+    std::vector<PixelLine> lines;
+    for (std::size_t index = 1; index < pixels.size(); ++index) {
+        lines.push_back({pixels[index - 1], pixels[index]});
+    }
+    SetUpPixelCamera(view, own.m_width, own.m_height);
+    DrawEdgedLines(view, lines);
+    const MapUnits units = own.m_scene.GetUnits();
+    const std::string text = own.m_measured->isArea ? DescribeArea(units, places) : DescribePath(units, places);
+    const std::size_t last = places.size() - 1;
+    own.m_texts.Draw(view, {PlaceBesideLine(text, own.m_texts.Sizes(view).width(text), pixels[last - 1], pixels[last],
+                                            own.m_width, own.m_height)});
+    // The whole window stays covered: it is drawn once, not with each move of something else.
+}
+
+/// The keys and what they do, on a panel in the window's middle.
+void ViewerWindow::DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
+    auto& own = *static_cast<ViewerWindow*>(context);
+    if (!own.m_showsHelp) {
+        covered = {};
+        return;
+    }
+    const TextSizes sizes = own.m_texts.Sizes(view);
+    const double rowHeight = std::round(sizes.ascent + sizes.descent + 6.0);
+    double keyWidth = 0.0;
+    double whatWidth = 0.0;
+    for (const KeyHelp& line : kHelp) {
+        keyWidth = std::max(keyWidth, sizes.width(line.keys));
+        whatWidth = std::max(whatWidth, sizes.width(line.what));
+    }
+    const double width = keyWidth + whatWidth + 4.0 * kEdgePixels;
+    const double height = rowHeight * static_cast<double>(kHelp.size()) + 2.0 * kEdgePixels;
+    const double left = std::round((own.m_width - width) * 0.5);
+    const double bottom = std::round((own.m_height - height) * 0.5);
+    SetUpPixelCamera(view, own.m_width, own.m_height);
+    const Position corners[] = {{left, bottom, 0.0},
+                                {left + width, bottom, 0.0},
+                                {left + width, bottom + height, 0.0},
+                                {left, bottom + height, 0.0}};
+    DrawPixelTriangles(view, {{corners[0], corners[1], corners[2]}, {corners[0], corners[2], corners[3]}}, kPanelColor,
+                       kPanelOpacity);
+    std::vector<PixelText> texts;
+    double baseline = bottom + height - kEdgePixels - sizes.ascent;
+    for (const KeyHelp& line : kHelp) {
+        texts.push_back({line.keys, left + kEdgePixels, std::round(baseline)});
+        texts.push_back({line.what, std::round(left + keyWidth + 3.0 * kEdgePixels), std::round(baseline)});
+        baseline -= rowHeight;
+    }
+    own.m_texts.Draw(view, texts);
+    covered = {left, own.m_height - bottom - height, left + width, own.m_height - bottom};
+}
+
+} // namespace OrrinViewer

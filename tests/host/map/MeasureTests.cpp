@@ -1,0 +1,47 @@
+#include "map/Measure.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace OrrinViewer {
+namespace {
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
+TEST(Measure, AreaOfAParcelIsExactAtGridCoordinates) {
+    const std::vector<Position> parcel = {{500'000.0, 4'500'000.0, kNone},
+                                          {500'120.5, 4'500'000.0, kNone},
+                                          {500'120.5, 4'500'080.0, kNone},
+                                          {500'000.0, 4'500'080.0, kNone}};
+    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Metres, parcel), 9640.0, 1e-6);
+    EXPECT_EQ(DescribeArea(MapUnits::Metres, parcel), "9640 m\xC2\xB2, around 401 m");
+    const std::vector<Position> reversed(parcel.rbegin(), parcel.rend());
+    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Metres, reversed), 9640.0, 1e-6);
+    EXPECT_EQ(AreaInSquareMetres(MapUnits::Metres, std::span(parcel).first(2)), 0.0);
+}
+
+// An eighth of the globe, and a degree at the equator.
+TEST(Measure, AreaOfDegreesIsThatOfTheGlobe) {
+    constexpr double kGlobe = 4.0 * 3.14159265358979323846 * 6371008.8 * 6371008.8;
+    const std::vector<Position> octant = {
+        {0.0, 0.0, kNone}, {90.0, 0.0, kNone}, {90.0, 90.0, kNone}, {0.0, 90.0, kNone}};
+    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Degrees, octant) / kGlobe, 0.125, 1e-12);
+    const std::vector<Position> degree = {
+        {10.0, -0.5, kNone}, {11.0, -0.5, kNone}, {11.0, 0.5, kNone}, {10.0, 0.5, kNone}};
+    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Degrees, degree), 111194.93 * 111194.93, 2e6);
+}
+
+TEST(Measure, TextsSayWhatThereIs) {
+    const std::vector<Position> path = {{0.0, 0.0, 100.0}, {30.0, 40.0, kNone}, {30.0, 140.0, 87.5}};
+    EXPECT_EQ(DescribePath(MapUnits::Metres, path), "150 m, height -12.50");
+    EXPECT_EQ(DescribePath(MapUnits::Metres, std::span(path).first(2)), "50 m") << "one end has no height";
+    EXPECT_EQ(FormatArea(0.0), "0 m\xC2\xB2");
+    EXPECT_EQ(FormatArea(12'500.0), "1.25 ha");
+    EXPECT_EQ(FormatArea(3.456e9), "3456 km\xC2\xB2");
+}
+
+} // namespace
+} // namespace OrrinViewer
