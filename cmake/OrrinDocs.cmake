@@ -5,7 +5,6 @@ mark_as_advanced(ORRIN_DOXYGEN ORRIN_AWK)
 if(ORRIN_DOXYGEN AND ORRIN_AWK)
     # What is installed is what is documented.
     get_target_property(ORRIN_DOCUMENTED_HEADERS OrrinDisplay HEADER_SET)
-    list(TRANSFORM ORRIN_DOCUMENTED_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/display/)
     list(JOIN ORRIN_DOCUMENTED_HEADERS " " ORRIN_DOCUMENTED_HEADERS)
     configure_file(${PROJECT_SOURCE_DIR}/docs/Doxyfile.in ${CMAKE_BINARY_DIR}/Doxyfile @ONLY)
     add_custom_target(docs COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/docs

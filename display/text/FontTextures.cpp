@@ -2,6 +2,7 @@
 
 #include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "FontAtlas.h"
 #include "FontLevels.h"
@@ -11,7 +12,6 @@
 #include <GL/glext.h>
 
 #include <algorithm>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -88,7 +88,8 @@ unsigned int MakeEmptyTexture(COpenGLView& view, const GLCalls& gl, const FontAt
         partial.rows.resize(static_cast<std::size_t>(font.rows));
         partial.missing = partial.rows.size();
         g_partialTextures.reserve(g_partialTextures.size() + 1);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return 0;
     }
     gl.glActiveTexture(GL_TEXTURE0);
@@ -211,7 +212,8 @@ long UploadMissing(COpenGLView& view, CFTGLFontAtlas& atlas, PartialTexture& par
                 --partial.missing;
             }
         }
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY; // what is missing still counts as missing
     }
     if (partial.missing == 0) {

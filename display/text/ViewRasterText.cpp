@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 
 #include "CodePage.h"
@@ -72,7 +73,7 @@ void MeasureCharacters(HDC deviceContext, TextLists& lists) {
 }
 
 /// On the 4.x pipeline a GDI font stands for a font request.
-long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
+long RequestGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
     FontParameters request;
     LOGFONTW& logicalFont = request.logicalFont;
     if (!GetObjectW(font, sizeof(logicalFont), &logicalFont)) {
@@ -93,6 +94,10 @@ long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long
     }
     request.pointSize = static_cast<int>(std::ceil(logicalFont.lfHeight * 72.0 / dpi));
     return view.SetUpNewFont(request);
+}
+
+long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
+    return AtTheBorder(long{E_OUTOFMEMORY}, [&] { return RequestGdiFont(view, deviceContext, font, color); });
 }
 
 /// Polygons filled while it lives. Outlines of glyphs are made of them.

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../pipeline/ProgramBinding.h"
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 
 #include "../platform/Notice.h"
@@ -90,10 +91,12 @@ void COpenGLView::GetFontAtlasTextSetup(unsigned int& value, double& a, double& 
 
 void COpenGLView::DrawFontAtlasEnableClientState() {
     if (DrawsWithPrograms() && !BindCurrentFont(*this)) {
-        ShowMessageBox(nullptr,
-                       L"Requested Font not found, attempted to use default Arial font.  DEFAULT ARIAL FONT NOT "
-                       L"LOADED.  Critical Error.",
-                       L"ERROR BAD FONT", MB_OK);
+        AtTheBorder([] {
+            ShowMessageBox(nullptr,
+                           L"Requested Font not found, attempted to use default Arial font.  DEFAULT ARIAL FONT NOT "
+                           L"LOADED.  Critical Error.",
+                           L"ERROR BAD FONT", MB_OK);
+        });
     }
 }
 

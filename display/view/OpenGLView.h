@@ -583,9 +583,9 @@ public:
     /// writes to the logger named "OrrinLogger", at trace level.
     static void RegisterLogger(std::shared_ptr<spdlog::logger> logger);
     /// For capture tools and debuggers of OpenGL, where the driver has KHR_debug: programs, buffers, textures, samplers
-    /// and vertex arrays get names, what operations draw is grouped under theirs, and what the driver has to say goes to
-    /// the logger, from level debug up to error. Call it before the first context is made: what there is already stays
-    /// without names. Off, as at the start, no call of OpenGL is made for it. For the process; any thread.
+    /// and vertex arrays get names, what operations draw is grouped under theirs, and what the driver has to say goes
+    /// to the logger, from level debug up to error. Call it before the first context is made: what there is already
+    /// stays without names. Off, as at the start, no call of OpenGL is made for it. For the process; any thread.
     static void SetDebugNames(bool on);
     /// Writes one label to the trace. It does not ask OpenGL for errors. Any thread.
     void outputGlError(const wchar_t* label) const;

@@ -62,6 +62,13 @@ public:
                 .classMeaning = m_layout.isSurveyClass ? ClassMeaning::Survey : ClassMeaning::Labels};
     }
     std::uint64_t GetPointCount() const override { return 0; }
+    CoordinateSystem GetSystem() const override {
+        CoordinateSystem system;
+        if (m_layout.areDegrees) {
+            system.units = MapUnits::Degrees;
+        }
+        return system;
+    }
     std::uint64_t CountSkipped() const override { return m_skipped; }
 
     std::size_t Read(std::span<CloudPoint> points) override {

@@ -90,6 +90,7 @@ std::optional<PointTextLayout> LayoutOfNames(const std::vector<std::string_view>
         return std::nullopt;
     }
     PointTextLayout layout;
+    layout.areDegrees = names[*x].starts_with("lon") || names[*x] == "lng";
     layout.x = *x;
     layout.y = *y;
     layout.z = FindColumn(names, {"z", "elevation", "elev", "ele", "height", "altitude", "alt", "h", "zcoord",

@@ -21,6 +21,7 @@ struct PointTextLayout {
     std::optional<std::size_t> classNumber;
     bool isSurveyClass = false; ///< the class is one of the list that airborne surveys share
     bool colorsAreFractions = false;
+    bool areDegrees = false;    ///< the columns are named longitude and latitude
     std::size_t lastColumn = 1; ///< of those that are used
 
     bool operator==(const PointTextLayout&) const = default;

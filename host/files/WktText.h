@@ -12,8 +12,8 @@ namespace OrrinViewer {
 /// language (PROJCS, GEOGCS) as in the second (PROJCRS, GEOGCRS), alone or with heights. None for what is no such text.
 std::optional<CoordinateSystem> SystemFromWkt(std::string_view text);
 
-/// The same of a text that names a system of the register, such as "urn:ogc:def:crs:EPSG::25832", whatever stands around
-/// that. None where it names none.
+/// The same of a text that names a system of the register, such as "urn:ogc:def:crs:EPSG::25832", whatever stands
+/// around that. None where it names none.
 std::optional<CoordinateSystem> SystemFromName(std::string_view text);
 
 /// The unit of that many metres.

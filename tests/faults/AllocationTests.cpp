@@ -5,6 +5,9 @@
 #include "images/RasterLayer.h"
 #include "support/TextFixture.h"
 
+#include <clouds/PointCloudLayer.h>
+#include <images/RasterLayer.h>
+
 #include <ft2build.h>
 #include FT_FREETYPE_H
 

@@ -3,6 +3,7 @@
 #include "support/PipelineFixture.h"
 
 #include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -76,6 +77,22 @@ TEST_F(MissingShaders, LeaveTheBackground) {
         EXPECT_EQ(notices.shown.size(), 1U);
     }
     EXPECT_EQ(driver.LiveObjects(), 0U) << driver.LeakReport();
+}
+
+// A file that somebody has replaced: a compiler would take minutes over it.
+TEST_F(MissingShaders, FileBeyondAMegabyteIsRefused) {
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / L"orrin_no_shaders";
+    for (const std::size_t size : {std::size_t{1} << 20, (std::size_t{1} << 20) + 1}) {
+        std::ofstream(folder / L"large.vert", std::ios::binary) << std::string(size, ' ');
+        char* source = nullptr;
+        unsigned long length = 0;
+        const long result = LoadShader((folder.wstring() + L"\\").c_str(), L"large.vert", &source, &length);
+        EXPECT_EQ(result, length == size ? S_OK : E_INVALIDARG);
+        EXPECT_EQ(length, size <= std::size_t{1} << 20 ? size : 0U);
+        EXPECT_EQ(source != nullptr, length != 0);
+        DeleteShaderSource(&source);
+    }
+    EXPECT_NE(OnlyNotice().text.find(L"large.vert is larger than 1048576 bytes."), std::wstring::npos);
 }
 
 /// A view with a batch that a program is bound for already.

@@ -76,6 +76,14 @@ TEST(PointTextFile, WithoutElevations_LiesAtZero) {
               (std::vector<Position>{{7.5, 51.5, 0}}));
 }
 
+// A scale bar of metres under degrees is wrong by five digits.
+TEST(PointTextFile, UnitsAreDegreesWhereTheColumnsSaySo) {
+    const TemporaryFile degrees(".csv", "Long (deg);Lat (deg)\n7,5;51,5\n");
+    EXPECT_EQ(OpenPointTextFile(degrees.Path())->GetSystem().units, MapUnits::Degrees);
+    const TemporaryFile unknown(".csv", "x;y\n7,5;51,5\n");
+    EXPECT_EQ(OpenPointTextFile(unknown.Path())->GetSystem().units, std::nullopt);
+}
+
 // A logger writes "nan" where it had no fix, and a table may end in a line of sums.
 TEST(PointTextFile, LineWithoutAPlace_IsSkippedAndCounted) {
     const PointCloud cloud = ReadContent("x,y,z\n1,2,3\nnan,2,3\n,,\n4,5\nsum,7,8\n1e999,0,0\n4,5,6\n");
