@@ -150,7 +150,7 @@ CoordinateSystem SystemRegister::Complete(CoordinateSystem system) const {
 }
 
 bool SystemRegister::AreSame(const CoordinateSystem& one, const CoordinateSystem& other) const {
-    if (one.code != 0 && one.code == other.code) {
+    if (one.code != 0 ? one.code == other.code : !one.wkt.empty() && one.wkt == other.wkt) {
         return true;
     }
     const Context context = OpenDatabase(m_database);
