@@ -7,7 +7,7 @@ source "$(dirname "$0")/private-apt.sh"
 toolchain=$root/cmake/mingw-w64-x86_64.cmake
 key=$(cat "$root/tools/build-deps.sh" "$toolchain" | sha256sum | cut -c1-16)
 prefix=$cache/deps-$key
-packages=(fmtlib spdlog freetype harfbuzz benchmark tiff sqlite3)
+packages=(fmtlib spdlog freetype harfbuzz benchmark tiff sqlite3 proj)
 
 link_prefix() {
     [ "$(readlink "$build/deps")" = "$prefix" ] || ln -sfnT "$prefix" "$build/deps"
@@ -61,6 +61,7 @@ build_all() {
         -Dcxx=OFF -Dlibdeflate=OFF -Dpixarlog=OFF -Djpeg=OFF -Djbig=OFF -Dlerc=OFF -Dlzma=OFF -Dzstd=OFF -Dwebp=OFF \
         -Dccitt=OFF -Dthunder=OFF -Dnext=OFF -Dlogluv=OFF -Dmdi=OFF
     build_sqlite
+    build_proj
 }
 
 # Its sources become one file by programs that run here, which is then compiled for the target.
@@ -73,6 +74,20 @@ build_sqlite() {
         -DSQLITE_OMIT_DEPRECATED -c sqlite3.c
     x86_64-w64-mingw32-ar rcs "$prefix/lib/libsqlite3.a" sqlite3.o
     cp sqlite3.h "$prefix/include/"
+}
+
+# Coordinate systems. Their database is not made anew: the distribution's own is installed, which is of the same version.
+# Compiled with few optimisations, which takes less time here; transforming is not what loading waits for.
+build_proj() {
+    cat >"$work/copy-database" <<'SCRIPT'
+#!/bin/sh
+cp /usr/share/proj/proj.db "$1"
+SCRIPT
+    chmod +x "$work/copy-database"
+    build_library proj -DBUILD_SHARED_LIBS=OFF -DENABLE_TIFF=OFF -DENABLE_CURL=OFF -DBUILD_APPS=OFF \
+        -DBUILD_TESTING=OFF -DSQLITE3_INCLUDE_DIR="$prefix/include" -DSQLITE3_LIBRARY="$prefix/lib/libsqlite3.a" \
+        -DEXE_SQLITE3="$work/copy-database" "-DCMAKE_C_FLAGS_RELEASE=-O1 -DNDEBUG" \
+        "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG"
 }
 
 # Libraries that are only headers. The compiler for the target must not see the machine's own headers as a whole. They
@@ -105,7 +120,7 @@ if [ ! -e "$prefix/complete" ]; then
     rm -rf "$prefix"
     mkdir -p "$prefix"
     step deps-fetch "Fetching the sources of ${packages[*]}" fetch_sources
-    step deps-build "Building them and googletest for the target (two minutes)" build_all
+    step deps-build "Building them and googletest for the target (three minutes)" build_all
     step deps-headers "Copying header libraries" copy_headers
     step deps-runtime "Copying the compiler's runtime" copy_runtime
     touch "$prefix/complete"

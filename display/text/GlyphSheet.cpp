@@ -24,13 +24,8 @@ constexpr int kBorder = 1;
 /// Names of a map are some thousands; beyond that they are laid out anew.
 constexpr std::size_t kMostLayouts = 8192;
 
-/// The key of the spot that is all ink; glyphs are numbered with 16 bits.
-constexpr GlyphLook kInk{0xFFFFFF, false, 0};
-
-unsigned long long KeyOf(const GlyphLook& look) {
-    return static_cast<unsigned long long>(look.glyph) << 16 | static_cast<unsigned long long>(look.smooth) << 15 |
-           static_cast<unsigned long long>(look.haloQuarters);
-}
+constexpr std::size_t kCharacters = 65536;
+constexpr unsigned int kNotAsked = ~0U;
 
 GlyphImage ImageOf(const FT_Bitmap& bitmap) {
     GlyphImage image;
@@ -59,14 +54,16 @@ GlyphSheet::~GlyphSheet() {
 }
 
 const SheetGlyph* GlyphSheet::Find(const GlyphLook& look) {
-    const auto found = m_glyphs.find(KeyOf(look));
-    return found != m_glyphs.end() ? &found->second : Draw(look);
+    LookTable& table = TableOf(look);
+    if (look.glyph < table.glyphs.size() && table.glyphs[look.glyph]) {
+        return table.glyphs[look.glyph];
+    }
+    return Draw(look, table);
 }
 
 const SheetGlyph* GlyphSheet::FindInk() {
-    const auto found = m_glyphs.find(KeyOf(kInk));
-    if (found != m_glyphs.end()) {
-        return &found->second;
+    if (m_ink) {
+        return m_ink;
     }
     constexpr int side = 3;
     SheetGlyph spot;
@@ -78,11 +75,14 @@ const SheetGlyph* GlyphSheet::FindInk() {
     spot.y += 1;
     spot.width = 1;
     spot.height = 1;
-    return &m_glyphs.emplace(KeyOf(kInk), spot).first->second;
+    m_ink = &m_pictures.emplace_back(spot);
+    return m_ink;
 }
 
 void GlyphSheet::Clear() {
-    m_glyphs.clear();
+    m_tables.clear();
+    m_ink = nullptr;
+    m_pictures.clear();
     m_drawn.clear();
     std::fill(m_pixels.begin(), m_pixels.end(), static_cast<unsigned char>(0));
     m_rowX = 0;
@@ -91,26 +91,29 @@ void GlyphSheet::Clear() {
     ++m_generation;
 }
 
-TextLayout GlyphSheet::LayOutPlain(const FontAtlasGlyphMetrics& font, KerningCache* kerning, const wchar_t* text) {
-    TextLayout layout;
+const TextLayout& GlyphSheet::LayOutPlain(const FontAtlasGlyphMetrics& font, KerningCache* kerning,
+                                          const wchar_t* text) {
+    m_plain.glyphs.clear();
+    double pen = 0.0;
     unsigned short previous = 0;
     for (; *text != L'\0'; ++text) {
         const auto code = static_cast<unsigned short>(*text);
         if (kerning && previous != 0) {
-            layout.advance += kerning->PixelsBetween(previous, code);
+            pen += kerning->PixelsBetween(previous, code);
         }
         previous = code;
         const double advance = font.glyphs[font.characterMap[code]].advance;
-        layout.glyphs.push_back({GlyphOf(font, *text), layout.advance, 0.0, advance});
-        layout.advance += advance;
+        m_plain.glyphs.push_back({GlyphOf(font, *text), pen, 0.0, advance});
+        pen += advance;
     }
-    return layout;
+    m_plain.advance = pen;
+    return m_plain;
 }
 
-const TextLayout* GlyphSheet::LayOutShaped(const wchar_t* text) {
+const TextLayout& GlyphSheet::LayOutShaped(const wchar_t* text) {
     const std::wstring key(text);
     if (const auto found = m_layouts.find(key); found != m_layouts.end()) {
-        return &found->second;
+        return found->second;
     }
     if (!m_shaper) {
         m_shaper = std::make_unique<TextShaper>(m_face);
@@ -118,11 +121,20 @@ const TextLayout* GlyphSheet::LayOutShaped(const wchar_t* text) {
     if (m_layouts.size() >= kMostLayouts) {
         m_layouts.clear();
     }
-    return &m_layouts.emplace(key, m_shaper->Shape(key)).first->second;
+    return m_layouts.emplace(key, m_shaper->Shape(key)).first->second;
+}
+
+GlyphSheet::LookTable& GlyphSheet::TableOf(const GlyphLook& look) {
+    for (LookTable& table : m_tables) {
+        if (table.smooth == look.smooth && table.haloQuarters == look.haloQuarters) {
+            return table;
+        }
+    }
+    return m_tables.emplace_back(LookTable{look.smooth, look.haloQuarters, {}});
 }
 
 /// Draws the glyph, as the atlas has it unless it is smooth. One that cannot be drawn has no pixels.
-const SheetGlyph* GlyphSheet::Draw(const GlyphLook& look) {
+const SheetGlyph* GlyphSheet::Draw(const GlyphLook& look, LookTable& table) {
     SheetGlyph glyph;
     const FT_Int32 flags = look.smooth ? FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT : kAtlasLoadFlags;
     if (FT_Load_Glyph(m_face, look.glyph, flags) == 0) {
@@ -145,7 +157,12 @@ const SheetGlyph* GlyphSheet::Draw(const GlyphLook& look) {
             return nullptr;
         }
     }
-    return &m_glyphs.emplace(KeyOf(look), glyph).first->second;
+    if (look.glyph >= table.glyphs.size()) {
+        table.glyphs.resize(look.glyph + 1U);
+    }
+    const SheetGlyph* const picture = &m_pictures.emplace_back(glyph);
+    table.glyphs[look.glyph] = picture;
+    return picture;
 }
 
 /// Copies a picture into the open row, or the next one. False when it does not fit.
@@ -197,11 +214,18 @@ bool GlyphSheet::Grow() {
 /// The glyph that the atlas shows for a character: of one that the font lacks, its first character's.
 unsigned int GlyphSheet::GlyphOf(const FontAtlasGlyphMetrics& font, wchar_t character) {
     const auto code = static_cast<unsigned short>(character);
-    if (font.characterMap[code] != 0) {
-        return GlyphOfCharacter(m_face, code);
+    m_glyphsOfCharacters.resize(kCharacters, kNotAsked);
+    unsigned int& glyph = m_glyphsOfCharacters[code];
+    if (glyph != kNotAsked) {
+        return glyph;
     }
-    FT_UInt glyph = 0;
-    FT_Get_First_Char(m_face, &glyph);
+    if (font.characterMap[code] != 0) {
+        glyph = GlyphOfCharacter(m_face, code);
+    } else {
+        FT_UInt first = 0;
+        FT_Get_First_Char(m_face, &first);
+        glyph = first;
+    }
     return glyph;
 }
 

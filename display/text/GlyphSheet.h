@@ -6,6 +6,7 @@
 #include "GlyphHalo.h"
 #include "TextLayout.h"
 
+#include <deque>
 #include <memory>
 #include <unordered_map>
 
@@ -50,11 +51,11 @@ public:
     const SheetGlyph* FindInk();
     void Clear();
 
-    /// The pictures of the string's characters, each by itself, with the font's kerning, as the atlas would be drawn
-    /// with.
-    TextLayout LayOutPlain(const FontAtlasGlyphMetrics& font, class KerningCache* kerning, const wchar_t* text);
-    /// As HarfBuzz joins and places them. Kept, since maps draw the same names again and again. Null without memory.
-    const TextLayout* LayOutShaped(const wchar_t* text);
+    /// The glyphs of the string's characters, each by itself, with the font's kerning, as the atlas would be drawn
+    /// with. Good until the next one.
+    const TextLayout& LayOutPlain(const FontAtlasGlyphMetrics& font, class KerningCache* kerning, const wchar_t* text);
+    /// As HarfBuzz joins and places them. Kept, since maps draw the same names again and again.
+    const TextLayout& LayOutShaped(const wchar_t* text);
 
     int Width() const { return m_width; }
     int Height() const { return m_height; }
@@ -64,8 +65,23 @@ public:
     /// Pictures in the order in which they were drawn.
     const std::vector<SheetGlyph>& Drawn() const { return m_drawn; }
 
+    /// For who draws a string: its pictures and those of its halos. Kept here so that they are not allocated for each.
+    struct Scratch {
+        std::vector<const SheetGlyph*> letters;
+        std::vector<const SheetGlyph*> halos;
+    };
+    Scratch& DrawingScratch() { return m_scratch; }
+
 private:
-    const SheetGlyph* Draw(const GlyphLook& look);
+    /// The pictures of one look, by glyph; null where there is none yet.
+    struct LookTable {
+        bool smooth = false;
+        int haloQuarters = 0;
+        std::vector<const SheetGlyph*> glyphs;
+    };
+
+    LookTable& TableOf(const GlyphLook& look);
+    const SheetGlyph* Draw(const GlyphLook& look, LookTable& table);
     bool Place(const GlyphImage& image, SheetGlyph& glyph);
     bool Grow();
     unsigned int GlyphOf(const FontAtlasGlyphMetrics& font, wchar_t character);
@@ -80,9 +96,14 @@ private:
     unsigned int m_generation = 1;
     std::vector<unsigned char> m_pixels;
     std::vector<SheetGlyph> m_drawn;
-    std::unordered_map<unsigned long long, SheetGlyph> m_glyphs;
+    std::deque<SheetGlyph> m_pictures; ///< what the tables point to
+    std::vector<LookTable> m_tables;
+    const SheetGlyph* m_ink = nullptr;
+    TextLayout m_plain;
+    std::vector<unsigned int> m_glyphsOfCharacters; ///< for each UTF-16 unit; all bits where not asked yet
     std::unordered_map<std::wstring, TextLayout> m_layouts;
     std::unique_ptr<TextShaper> m_shaper;
+    Scratch m_scratch;
 };
 
 } // namespace KTR

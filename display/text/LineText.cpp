@@ -154,8 +154,7 @@ long DrawStringAlongLine(COpenGLView& view, const wchar_t* text, std::span<const
     const WindowMapping mapping(view);
     CFTGLFontAtlas* const atlas = CurrentAtlas();
     if (atlas && atlas->GetAtlasMetrics() && atlas->GetFontFace()) {
-        TextLayout own;
-        const TextLayout* const layout = LayOut(*atlas, text, ViewAccess::Text(view).look.shaping, own);
+        const TextLayout* const layout = LayOut(*atlas, text, ViewAccess::Text(view).look.shaping);
         return layout ? DrawPieces(view, SheetLineString(*atlas, *layout), style, mapping, places) : E_OUTOFMEMORY;
     }
     const TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;

@@ -27,8 +27,8 @@ struct PlacedLetter {
 /// Whether the view's strings have to come from the sheet.
 bool NeedsSheet(COpenGLView& view);
 
-/// The string's glyphs. `own` receives those that the sheet does not keep. Null when there is no memory.
-const TextLayout* LayOut(CFTGLFontAtlas& atlas, const wchar_t* text, bool shaping, TextLayout& own);
+/// The string's glyphs, good until those of the next are asked for. Null when there is no memory.
+const TextLayout* LayOut(CFTGLFontAtlas& atlas, const wchar_t* text, bool shaping);
 
 /// As DrawString.
 long DrawSheetString(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text, const TextFrame& frame,

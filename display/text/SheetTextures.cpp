@@ -25,7 +25,11 @@ struct Entry {
     std::size_t uploaded = 0;    ///< pictures
 };
 
-std::vector<Entry> g_entries;
+/// Never freed: the fonts of the process end with it, in an order of their own, and their sheets come here then.
+std::vector<Entry>& Entries() {
+    static auto* const entries = new std::vector<Entry>;
+    return *entries;
+}
 
 bool IsOf(const Entry& entry, const void* shareGroup, bool programs) {
     return entry.shareGroup == shareGroup && entry.programs == programs;
@@ -42,7 +46,7 @@ void DeleteNames(COpenGLView& view, Entry& entry) {
 }
 
 void DeleteUnused(COpenGLView& view, const void* shareGroup) {
-    std::erase_if(g_entries, [&](Entry& entry) {
+    std::erase_if(Entries(), [&](Entry& entry) {
         if (entry.sheet || entry.shareGroup != shareGroup) {
             return false;
         }
@@ -107,8 +111,8 @@ SheetTexture UploadSheet(COpenGLView& view, const GlyphSheet& sheet) {
     const void* const shareGroup = TextureGroupOf(ViewAccess::CurrentRecord(view));
     const bool programs = view.DrawsWithPrograms();
     const auto found = std::ranges::find_if(
-        g_entries, [&](const Entry& entry) { return entry.sheet == &sheet && IsOf(entry, shareGroup, programs); });
-    if (found != g_entries.end() && found->generation == sheet.Generation()) {
+        Entries(), [&](const Entry& entry) { return entry.sheet == &sheet && IsOf(entry, shareGroup, programs); });
+    if (found != Entries().end() && found->generation == sheet.Generation()) {
         if (found->uploaded != sheet.Drawn().size()) {
             UploadNew(view, *found);
         }
@@ -118,29 +122,29 @@ SheetTexture UploadSheet(COpenGLView& view, const GlyphSheet& sheet) {
         return {};
     }
     ViewAccess::CallGL(view); // strings that wait read the texture that goes
-    if (found != g_entries.end()) {
+    if (found != Entries().end()) {
         DeleteNames(view, *found);
         MakeTexture(view, *found);
         return found->names;
     }
     DeleteUnused(view, shareGroup);
     try {
-        g_entries.push_back({&sheet, shareGroup, programs, {}, 0, 0});
+        Entries().push_back({&sheet, shareGroup, programs, {}, 0, 0});
     } catch (const std::exception&) {
         return {};
     }
-    MakeTexture(view, g_entries.back());
-    return g_entries.back().names;
+    MakeTexture(view, Entries().back());
+    return Entries().back().names;
 }
 
 bool IsSheetTexture(unsigned int texture) {
-    return texture != 0 && std::ranges::any_of(g_entries, [texture](const Entry& entry) {
+    return texture != 0 && std::ranges::any_of(Entries(), [texture](const Entry& entry) {
                return entry.names.texture == texture && entry.programs;
            });
 }
 
 void ForgetSheet(const GlyphSheet& sheet) {
-    for (Entry& entry : g_entries) {
+    for (Entry& entry : Entries()) {
         if (entry.sheet == &sheet) {
             entry.sheet = nullptr;
         }
@@ -149,7 +153,7 @@ void ForgetSheet(const GlyphSheet& sheet) {
 
 void DeleteSheetTextures(COpenGLView& view) {
     const void* const shareGroup = TextureGroupOf(ViewAccess::CurrentRecord(view));
-    std::erase_if(g_entries, [&](Entry& entry) {
+    std::erase_if(Entries(), [&](Entry& entry) {
         if (entry.shareGroup != shareGroup) {
             return false;
         }
@@ -159,7 +163,7 @@ void DeleteSheetTextures(COpenGLView& view) {
 }
 
 void ForgetSheetTextures(const void* shareGroup) {
-    if (std::erase_if(g_entries, [shareGroup](const Entry& entry) { return entry.shareGroup == shareGroup; }) > 0) {
+    if (std::erase_if(Entries(), [shareGroup](const Entry& entry) { return entry.shareGroup == shareGroup; }) > 0) {
         NoteFontTextureChange();
     }
 }

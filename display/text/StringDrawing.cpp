@@ -15,9 +15,6 @@ namespace {
 
 constexpr double kRadiansPerDegree = 0.017453292519943295;
 
-/// Distance of the underline from the lowest pixels of a string.
-constexpr double kUnderlineGap = 2.0;
-
 /// How far a matrix may be off and still put each glyph's texel on a pixel of its own.
 constexpr double kPixelTolerance = 1e-6;
 

@@ -7,6 +7,9 @@
 
 namespace KTR {
 
+/// Distance of the underline from the lowest pixels of a string.
+inline constexpr double kUnderlineGap = 2.0;
+
 /// A place rounded to whole units, half upwards, and the string's pixels as units of the model.
 TextFrame PlainFrame(double x, double y, double z);
 /// Scaled, then rotated against the clock about its place. A string of its own size along the axes is plain.

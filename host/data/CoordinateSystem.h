@@ -28,4 +28,13 @@ struct CoordinateSystem {
     bool IsKnown() const { return code != 0 || !wkt.empty(); }
 };
 
+/// Name and code for a person to read: "WGS 84 / UTM zone 32N (EPSG:32632)". Empty where neither is told.
+inline std::string NameOf(const CoordinateSystem& system) {
+    if (system.code == 0) {
+        return system.name;
+    }
+    const std::string code = "EPSG:" + std::to_string(system.code);
+    return system.name.empty() ? code : system.name + " (" + code + ")";
+}
+
 } // namespace OrrinViewer

@@ -24,12 +24,11 @@ bool AreApart(const PlacedLayer& one, const PlacedLayer& other) {
     return FindGap(one.extent, other.extent) > nearby;
 }
 
-/// True where the positions can be longitudes and latitudes in degrees.
+} // namespace
+
 bool FitsTheGlobe(const Extent& extent) {
     return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
 }
-
-} // namespace
 
 std::vector<std::string> FindLayersApart(const std::vector<PlacedLayer>& layers) {
     std::vector<PlacedLayer> present;
@@ -63,6 +62,11 @@ CoordinateSystem FindUnits(const std::vector<PlacedLayer>& layers) {
     for (const PlacedLayer& layer : layers) {
         extent.Include(layer.extent);
         maybeDegrees = maybeDegrees || layer.maybeDegrees;
+        if (!units.IsKnown()) {
+            units.name = layer.source.system.name;
+            units.code = layer.source.system.code;
+            units.wkt = layer.source.system.wkt;
+        }
         units.units = units.units ? units.units : layer.source.system.units;
         units.heightMetres = units.heightMetres ? units.heightMetres : layer.source.system.heightMetres;
     }

@@ -21,6 +21,9 @@ struct PlacedLayer {
     bool maybeDegrees = false; ///< files of the kind often are in degrees without saying so
 };
 
+/// True where the positions can be longitudes and latitudes in degrees.
+bool FitsTheGlobe(const Extent& extent);
+
 /// A line for each layer that lies apart from all others although nobody knows whether it should: it or they do not
 /// tell their coordinate system. Neighbours are not apart.
 std::vector<std::string> FindLayersApart(const std::vector<PlacedLayer>& layers);

@@ -31,7 +31,7 @@ struct VectorFeature {
 /// The features of one file, or of one layer of a file that has several. Positions without an elevation have z = 0.
 struct VectorLayer {
     std::string name; ///< UTF-8; empty where the file has but one layer
-    std::string wkt;  ///< the coordinate system as the file tells it; empty where it does not
+    std::string wkt;  ///< the coordinate system as the file tells it, by definition or by name; empty where it does not
     std::vector<VectorFeature> features;
     Extent extent;
     bool hasElevations = false;

@@ -3,7 +3,9 @@
 #include "ComputedRelief.h"
 #include "ElevationImages.h"
 #include "SceneColors.h"
+#include "WarpedReader.h"
 #include "files/TiffOverview.h"
+#include "systems/TransformLayers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -119,6 +121,32 @@ RasterLayer::RasterLayer(KTR::GLRasterDescription description, const PixelToMap&
         }
     }
     m_layer.SetCacheLimit(kTextureMemory);
+}
+
+std::optional<RasterLayer> RasterLayer::Transformed(const MapTransformation& transformation) const {
+    const Extent box = TransformExtent(m_extent.Flat(), transformation);
+    const bool isKnownKind = m_description.pixels == GL_RGBA || m_description.pixels == GL_FLOAT;
+    if (box.IsEmpty() || !isKnownKind) {
+        return std::nullopt;
+    }
+    const double width = box.high.x - box.low.x;
+    const double height = box.high.y - box.low.y;
+    // As many pixels as before, square ones.
+    const double side = std::sqrt(width * height / static_cast<double>(m_pixels));
+    constexpr double kMostPixels = 1e8; // each way
+    const double columns = std::ceil(width / side);
+    const double rows = std::ceil(height / side);
+    if (!(side > 0.0) || !(columns < kMostPixels) || !(rows < kMostPixels)) {
+        return std::nullopt;
+    }
+    KTR::GLRasterDescription description = m_description;
+    description.name += L" transformed";
+    description.width = static_cast<int>(columns);
+    description.height = static_cast<int>(rows);
+    const PixelToMap place{side, 0.0, 0.0, -side, box.low.x, box.high.y};
+    const WarpSource source{m_reader, m_description.width, m_description.height, m_pixelToMap,
+                            m_description.pixels == GL_FLOAT};
+    return RasterLayer(description, place, MakeWarpedReader(source, place, transformation.backward));
 }
 
 std::optional<Raster> RasterLayer::MakeImage(int largestSide) const {

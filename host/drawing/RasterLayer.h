@@ -2,6 +2,7 @@
 
 #include "data/ElevationGrid.h"
 #include "data/Raster.h"
+#include "systems/MapTransformation.h"
 
 #include <OrrinDisplay.h>
 #include <images/RasterLayer.h>
@@ -31,6 +32,9 @@ public:
     /// The light on elevations, to shade other rasters with.
     static RasterLayer ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name);
 
+    /// The same raster in another coordinate system: what is asked for is read where it was. None where it has no place
+    /// there, and for what is neither colours nor values in floating point.
+    std::optional<RasterLayer> Transformed(const MapTransformation& transformation) const;
     /// Its colours as one image of at most so many pixels each way, to lay it over something. None for values, and
     /// where it cannot be read.
     std::optional<Raster> MakeImage(int largestSide) const;

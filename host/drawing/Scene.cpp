@@ -1,6 +1,7 @@
 #include "Scene.h"
 
 #include "StyledFeatures.h"
+#include "data/PathSubdivision.h"
 
 #include <algorithm>
 #include <chrono>
@@ -156,7 +157,7 @@ std::vector<std::string> Scene::GetProblems() const {
 }
 
 std::vector<std::string> Scene::GetRemarks() const {
-    std::vector<std::string> remarks;
+    std::vector<std::string> remarks = m_remarks;
     for (const auto& cloud : m_clouds) {
         const std::vector<std::string> ofCloud = cloud->GetRemarks();
         remarks.insert(remarks.end(), ofCloud.begin(), ofCloud.end());
@@ -377,6 +378,33 @@ void Scene::LoadCamera(KTR::COpenGLView& view) {
     view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
 }
 
+/// Gives the lines of layers without heights as many positions as it takes to follow the reliefs.
+void Scene::BendLayers() {
+    std::size_t left = 2'000'000; // positions to add, of all layers
+    for (const Surface& surface : m_surfaces) {
+        const Extent area = surface.Grid().FindExtent();
+        const auto bend = [&](Path& path, bool closed) {
+            const std::size_t before = path.size();
+            path = Subdivide(path, closed, area, surface.Grid().cellSize, left);
+            left -= path.size() - before;
+        };
+        for (VectorLayer& layer : m_layers) {
+            const bool isFlat = !layer.HasHeights();
+            for (std::size_t index = 0; isFlat && index < layer.features.size(); ++index) {
+                VectorFeature& feature = layer.features[index];
+                for (Path& line : feature.lines) {
+                    bend(line, false);
+                }
+                for (Polygon& polygon : feature.polygons) {
+                    for (Path& ring : polygon.rings) {
+                        bend(ring, true);
+                    }
+                }
+            }
+        }
+    }
+}
+
 /// Lays the images over the reliefs, the last one uppermost.
 void Scene::DrapeSurfaces() {
     constexpr int kLargestSide = 2048;
@@ -399,6 +427,7 @@ void Scene::DrapeSurfaces() {
 bool Scene::DrawGround(KTR::COpenGLView& view) {
     if (!m_isDraped) {
         DrapeSurfaces();
+        BendLayers();
     }
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);

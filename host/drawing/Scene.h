@@ -69,12 +69,16 @@ public:
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
     std::vector<std::string> GetProblems() const; ///< of all clouds
+    /// Adds to what there is to tell.
+    void AddRemark(std::string remark) { m_remarks.push_back(std::move(remark)); }
     /// What there is to tell about the files, a line each; complete once nothing is read any more.
     std::vector<std::string> GetRemarks() const;
 
     /// Without units they are those that a file tells, or degrees where coordinates look like that.
     void SetUnits(std::optional<MapUnits> units) { m_units = units; }
     MapUnits GetUnits() const;
+    /// Of the coordinates, for a person to read; empty where no file tells it.
+    std::string GetSystemName() const { return NameOf(FindUnits(ListPlaced())); }
     /// What heights have to be multiplied by to be as large as the map's units are.
     double GetHeightScale() const;
     void SetLabels(std::vector<FeatureLabel> labels) { m_labels = std::move(labels); }
@@ -141,6 +145,7 @@ private:
     bool DrawRasters(KTR::COpenGLView& view);
     void ReleaseShapes();
     void DrapeSurfaces();
+    void BendLayers();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
     double HeightOfGround(const Position& position) const;
@@ -157,6 +162,7 @@ private:
     std::vector<VectorLayer> m_layers;
     std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
+    std::vector<std::string> m_remarks;
     std::vector<PlacedLayer> m_placedClouds; ///< of the clouds
     std::vector<PlacedLayer> m_placed;       ///< of all else
     Extent m_extent;

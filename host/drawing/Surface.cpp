@@ -89,8 +89,9 @@ void Surface::FillTransparentPixels(Raster& image) const {
         if (rgba[3] == 255) {
             continue;
         }
-        const Position place =
-            image.pixelToMap.At(static_cast<double>(pixel % width) + 0.5, static_cast<double>(pixel / width) + 0.5);
+        const std::size_t column = pixel % width;
+        const std::size_t row = pixel / width;
+        const Position place = image.pixelToMap.At(static_cast<double>(column) + 0.5, static_cast<double>(row) + 0.5);
         const double elevation = m_grid.ElevationAt(place.x, place.y);
         const Rgb ground = ColorOfElevation(std::isnan(elevation) ? m_range.low : elevation, m_range);
         const auto blend = [opacity = rgba[3]](int above, int below) {

@@ -126,6 +126,8 @@ private:
             if (m_name == "features" && !hasFeatures) {
                 hasFeatures = true;
                 ForEach(JsonPath(path, "features"), [this](const JsonPath& feature) { ReadFeature(feature); });
+            } else if (m_name == "crs") {
+                m_layer.wkt = m_cursor.TakeText();
             } else {
                 m_cursor.Skip();
             }

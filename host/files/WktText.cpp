@@ -124,16 +124,6 @@ bool IsAbout(double size, double expected) {
     return std::abs(size - expected) < expected * 2e-7;
 }
 
-std::optional<MapUnits> UnitsOfSize(double metres) {
-    if (IsAbout(metres, 1.0)) {
-        return MapUnits::Metres;
-    }
-    if (IsAbout(metres, kMetresPerFoot)) {
-        return MapUnits::Feet;
-    }
-    return IsAbout(metres, kMetresPerUsSurveyFoot) ? std::optional(MapUnits::UsSurveyFeet) : std::nullopt;
-}
-
 int FindCode(const WktNode& system) {
     const WktNode* authority = system.Find({"AUTHORITY", "ID"});
     if (!authority || authority->parts.size() < 2 || LowerCase(authority->parts[0].word) != "epsg") {
@@ -186,12 +176,44 @@ std::optional<CoordinateSystem> SystemFromWkt(std::string_view text) {
     system.name = map->FirstText();
     system.code = FindCode(*map);
     system.wkt = text.substr(0, end);
-    system.units = IsOneOf(*map, kGeographic) ? MapUnits::Degrees : UnitsOfSize(FindUnitSize(*map));
+    system.units = IsOneOf(*map, kGeographic) ? MapUnits::Degrees : MapUnitsOfSize(FindUnitSize(*map));
     if (const WktNode* heights = root->Find(kVertical)) {
         const double metres = FindUnitSize(*heights);
         system.heightMetres = metres > 0.0 ? std::optional(metres) : std::nullopt;
     }
     return system;
+}
+
+std::optional<CoordinateSystem> SystemFromName(std::string_view text) {
+    const std::string lower = LowerCase(text);
+    CoordinateSystem system;
+    if (lower.find("crs84") != std::string::npos) {
+        system.code = 4326; // but for the order of the axes, which maps do not follow
+        system.units = MapUnits::Degrees;
+        return system;
+    }
+    const std::size_t authority = lower.find("epsg");
+    const std::size_t last = lower.find_last_of("0123456789");
+    if (authority == std::string::npos || last == std::string::npos || last < authority) {
+        return std::nullopt;
+    }
+    const std::size_t first = lower.find_last_not_of("0123456789", last) + 1;
+    const double code = ParseNumber(std::string_view(lower).substr(first, last + 1 - first)).value_or(0.0);
+    if (!(code >= 1.0 && code < 1e6)) {
+        return std::nullopt;
+    }
+    system.code = static_cast<int>(code);
+    return system;
+}
+
+std::optional<MapUnits> MapUnitsOfSize(double metres) {
+    if (IsAbout(metres, 1.0)) {
+        return MapUnits::Metres;
+    }
+    if (IsAbout(metres, kMetresPerFoot)) {
+        return MapUnits::Feet;
+    }
+    return IsAbout(metres, kMetresPerUsSurveyFoot) ? std::optional(MapUnits::UsSurveyFeet) : std::nullopt;
 }
 
 CoordinateSystem SystemBeside(const std::filesystem::path& file) {

@@ -12,6 +12,13 @@ namespace OrrinViewer {
 /// language (PROJCS, GEOGCS) as in the second (PROJCRS, GEOGCRS), alone or with heights. None for what is no such text.
 std::optional<CoordinateSystem> SystemFromWkt(std::string_view text);
 
+/// The same of a text that names a system of the register, such as "urn:ogc:def:crs:EPSG::25832", whatever stands
+/// around that. None where it names none.
+std::optional<CoordinateSystem> SystemFromName(std::string_view text);
+
+/// The unit of that many metres.
+std::optional<MapUnits> MapUnitsOfSize(double metres);
+
 /// What the file of the same name with the ending .prj says of a grid's or an image's system; nothing where there is
 /// none.
 CoordinateSystem SystemBeside(const std::filesystem::path& file);

@@ -89,4 +89,11 @@ double MetresPerDegreeOfLatitude(double latitude) {
            std::pow(1.0 - kSquaredEccentricity * sine * sine, 1.5);
 }
 
+double SquareMetresPerRadian(double latitude) {
+    const double sine = std::sin(Radians(latitude));
+    const double eccentricity = std::sqrt(kSquaredEccentricity);
+    const double q = sine / (1.0 - kSquaredEccentricity * sine * sine) + std::atanh(eccentricity * sine) / eccentricity;
+    return 0.5 * kPoleRadius * kPoleRadius * q;
+}
+
 } // namespace OrrinViewer

@@ -8,8 +8,8 @@ struct GlobePlace {
     double latitude = 0.0;
 };
 
-/// The length in metres of the shortest way between two places on the Earth's ellipsoid (WGS 84): to the millimetre, but
-/// between places all but opposite each other only to some kilometres of twenty thousand.
+/// The length in metres of the shortest way between two places on the Earth's ellipsoid (WGS 84): to the millimetre,
+/// but between places all but opposite each other only to some kilometres of twenty thousand.
 double GeodesicMetres(const GlobePlace& from, const GlobePlace& to);
 
 /// Metres of one degree of longitude at that latitude.
@@ -17,5 +17,8 @@ double MetresPerDegreeOfLongitude(double latitude);
 
 /// Metres of one degree of latitude there.
 double MetresPerDegreeOfLatitude(double latitude);
+
+/// Square metres of the ellipsoid between the equator and that latitude, for each radian of longitude.
+double SquareMetresPerRadian(double latitude);
 
 } // namespace OrrinViewer

@@ -1,6 +1,7 @@
 #include "Measure.h"
 
 #include "Angles.h"
+#include "Geodesic.h"
 
 #include <algorithm>
 #include <array>
@@ -11,8 +12,6 @@
 namespace OrrinViewer {
 
 namespace {
-
-constexpr double kEarthRadiusMetres = 6371008.8;
 
 /// Three digits at least, and no zeros behind the point.
 std::string FormatNumber(double value) {
@@ -43,14 +42,16 @@ double AreaInSquareMetres(MapUnits units, std::span<const Position> ring) {
         const Position& from = ring[index];
         const Position& to = ring[(index + 1) % ring.size()];
         if (units == MapUnits::Degrees) {
-            twice += Radians(to.x - from.x) * (2.0 + std::sin(Radians(from.y)) + std::sin(Radians(to.y)));
+            // From the south pole up, so that a ring around a pole counts what lies within it.
+            twice += Radians(to.x - from.x) *
+                     (2.0 * SquareMetresPerRadian(90.0) + SquareMetresPerRadian(from.y) + SquareMetresPerRadian(to.y));
         } else {
             // Relative to the first, so that coordinates of a national grid do not eat the digits.
             twice += (from.x - first.x) * (to.y - first.y) - (to.x - first.x) * (from.y - first.y);
         }
     }
     if (units == MapUnits::Degrees) {
-        return std::fabs(twice) * kEarthRadiusMetres * kEarthRadiusMetres * 0.5;
+        return std::fabs(twice) * 0.5;
     }
     const double unit = MetresPerUnit(units, first.y);
     return std::fabs(twice) * 0.5 * unit * unit;

@@ -11,8 +11,8 @@ namespace OrrinViewer {
 /// Metres on the ground from position to position.
 double PathLengthInMetres(MapUnits units, std::span<const Position> path);
 
-/// Square metres of the ring that the positions make; on the globe in degrees. A ring that crosses itself counts what
-/// it goes around with the clock against the rest.
+/// Square metres of the ring that the positions make; on the Earth's ellipsoid in degrees. A ring that crosses itself
+/// counts what it goes around with the clock against the rest.
 double AreaInSquareMetres(MapUnits units, std::span<const Position> ring);
 
 /// An area in words, such as "250 m²", "1.25 ha" or "12.4 km²" (UTF-8).

@@ -50,7 +50,8 @@ void PrintSummary(const OrrinViewer::Scene& scene) {
     if (extent.HasHeights()) {
         std::printf(", z %.2f to %.2f", extent.low.z, extent.high.z);
     }
-    std::printf("\n");
+    const std::string system = scene.GetSystemName();
+    std::printf("%s%s\n", system.empty() ? "" : ", in ", system.c_str());
     std::fflush(stdout);
 }
 

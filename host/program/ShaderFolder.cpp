@@ -24,4 +24,10 @@ void FindShaderFolder() {
     }
 }
 
+std::filesystem::path FindSystemDatabase() {
+    CString program;
+    KTR::GetExecutablePath(program);
+    return std::filesystem::path(program.GetString()) / L"proj.db";
+}
+
 } // namespace OrrinViewer

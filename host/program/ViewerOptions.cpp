@@ -205,6 +205,11 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                              {"feet", MapUnits::Feet},
                              {"us-feet", MapUnits::UsSurveyFeet},
                              {"degrees", MapUnits::Degrees}});
+    text(
+        "--crs", options.coordinateSystem,
+        "Coordinate system that the files are shown in, such as EPSG:25832 (default: that of the first file that tells "
+        "one)",
+        "SYSTEM");
     text("--area", area, "What the map shows first (default: everything)", "WEST,SOUTH,EAST,NORTH");
     TakeCount(app.add_option("--windows", options.windows, "Number of windows on the same data (default 1)"), 1.0, 8.0);
     TakeNumber(app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels (default 2)"), 1.0,

@@ -51,7 +51,8 @@ struct ViewerOptions {
     std::string font = "Arial"; ///< UTF-8, a family that the system knows
     int fontPoints = 10;
     bool plain = false;            ///< without coordinates, scale bar and north arrow
-    std::optional<MapUnits> units; ///< not set: degrees where the coordinates look like them
+    std::string coordinateSystem;  ///< UTF-8, that the scene is shown in; empty: that of the first file that tells one
+    std::optional<MapUnits> units; ///< not set: what the files tell, or the coordinates look like
     std::optional<Extent> area;    ///< what the map shows first; not set: everything
     int windows = 1;
     int widthPixels = 1200;

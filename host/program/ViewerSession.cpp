@@ -127,8 +127,10 @@ void ViewerSession::DrawFrames() {
     }
     SaveScreenshots();
     if (m_options.frames > 1) {
-        std::printf("%zu points per frame, %.2f ms per frame (median of %zu)\n", m_scene.CountPoints(),
-                    FindMedian(milliseconds), milliseconds.size());
+        if (m_scene.CountPoints() > 0) {
+            std::printf("%zu points per frame, ", m_scene.CountPoints());
+        }
+        std::printf("%.2f ms per frame (median of %zu)\n", FindMedian(milliseconds), milliseconds.size());
     }
 }
 

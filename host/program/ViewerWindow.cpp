@@ -333,9 +333,15 @@ void ViewerWindow::Redraw() {
 }
 
 void ViewerWindow::UpdateTitle() const {
-    std::wstring title = L"OrrinViewer - " + std::to_wstring(m_scene.CountPoints()) +
-                         (m_scene.IsReading() ? L" points so far, " : L" points, ") +
-                         std::to_wstring(m_scene.CountFeatures()) + L" features";
+    std::wstring title = L"OrrinViewer";
+    // What there is none of has no place there, such as points of a map of outlines.
+    if (m_scene.CountPoints() > 0 || m_scene.IsReading()) {
+        title +=
+            L" - " + std::to_wstring(m_scene.CountPoints()) + (m_scene.IsReading() ? L" points so far" : L" points");
+    }
+    if (m_scene.CountFeatures() > 0) {
+        title += L" - " + std::to_wstring(m_scene.CountFeatures()) + L" features";
+    }
     if (m_scene.CountPoints() > 0) {
         const std::string colors = m_scene.NameOfColors();
         title += L" - by " + std::wstring(colors.begin(), colors.end());

@@ -145,6 +145,10 @@ TEST_P(MapText, StringsOfALoadedFontLookAlikeOnBothPipelines) {
                   S_OK);
         View().DrawTeardownFontAtlasText(false, false);
     });
+    View().SetTextShaping(false);
+    UseFont(View(), 14, true, true);
+    const Picture underlined = DrawnText(L"Via Appia", 20.0, 40.0);
+    ExpectGolden("halo_underlined", CoverageRows(underlined), 0);
     ExpectGolden("halo", CoverageRows(haloed), 0);
     ExpectGolden("halo_rotated", CoverageRows(rotated), 1);
     EXPECT_EQ(View().GetError(), 0U);

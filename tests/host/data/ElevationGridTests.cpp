@@ -1,5 +1,6 @@
 #include "data/ElevationGrid.h"
 #include "data/Outliers.h"
+#include "data/PathSubdivision.h"
 
 #include <gtest/gtest.h>
 
@@ -79,6 +80,19 @@ TEST(Outliers, FewFarAwayAreCountedAndLeftOut) {
     EXPECT_EQ(two.outside, 0U);
     EXPECT_EQ(two.extent.low.x, 0.0);
     EXPECT_EQ(FindCore({{500'100, 4'502'000, 150}}).outside, 0U) << "a tower, and a village nearby";
+}
+
+// A road over a hill has its next corner behind it.
+TEST(PathSubdivision, LegsAreCutWhereTheReliefIs) {
+    const Extent area{{0, 0, 0}, {100, 100, 0}};
+    const Path path = {{-50, 50, 0}, {-24, 50, 0}, {40, 50, 0}};
+    EXPECT_EQ(Subdivide(path, false, area, 16, 100),
+              (Path{{-50, 50, 0}, {-24, 50, 0}, {-8, 50, 0}, {8, 50, 0}, {24, 50, 0}, {40, 50, 0}}));
+    EXPECT_EQ(Subdivide({{0, 0, 0}, {10, 0, 0}, {10, 30, 0}}, true, area, 16, 100).size(), 3U + 1U + 1U)
+        << "and the leg that closes a ring";
+    EXPECT_EQ(Subdivide(path, false, area, 1e-9, 100), path) << "too many";
+    EXPECT_TRUE(Subdivide({}, true, area, 20, 100).empty());
+    EXPECT_EQ(Subdivide({{1, 1, 0}}, true, area, 20, 100).size(), 1U);
 }
 
 } // namespace

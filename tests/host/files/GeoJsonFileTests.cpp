@@ -188,5 +188,12 @@ TEST(GeoJsonFile, PlaceBeyondAnyCoordinate_IsRefusedByItsPath) {
     EXPECT_NE(complaint.find("/coordinates/1 has the coordinate 1e+300"), std::string::npos) << complaint;
 }
 
+// Files from before 2016 are in whatever system they name.
+TEST(GeoJsonFile, NamedSystemIsKept) {
+    const VectorLayer layer = ReadContent(
+        R"({"type": "FeatureCollection", "crs": {"type": "name", "properties": {"name": "EPSG:25832"}}, "features": []})");
+    EXPECT_NE(layer.wkt.find("EPSG:25832"), std::string::npos) << layer.wkt;
+}
+
 } // namespace
 } // namespace OrrinViewer

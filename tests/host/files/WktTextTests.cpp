@@ -67,6 +67,15 @@ TEST(WktTextDamage, IsNoSystem) {
     }
 }
 
+TEST(WktTextDamage, NamesOfTheRegisterAreFound) {
+    EXPECT_EQ(SystemFromName(R"({"type":"name","properties":{"name":"urn:ogc:def:crs:EPSG::25832"}})")->code, 25832);
+    EXPECT_EQ(SystemFromName("urn:ogc:def:crs:EPSG:6.3:4258")->code, 4258);
+    EXPECT_EQ(SystemFromName("urn:ogc:def:crs:OGC:1.3:CRS84")->units, MapUnits::Degrees);
+    for (const char* text : {"", "EPSG", "25832", "EPSG:99999999999999999999", R"({"type":"link"})"}) {
+        EXPECT_FALSE(SystemFromName(text)) << text;
+    }
+}
+
 TEST(WktTextDamage, FileBesideTellsTheSystem) {
     const TemporaryFile system(".prj", "GEOGCS[\"GCS_WGS_1984\",UNIT[\"Degree\",0.0174532925199433]]");
     std::filesystem::path grid = system.Path();

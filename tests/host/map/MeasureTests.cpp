@@ -24,14 +24,14 @@ TEST(Measure, AreaOfAParcelIsExactAtGridCoordinates) {
 }
 
 // An eighth of the globe, and a degree at the equator.
-TEST(Measure, AreaOfDegreesIsThatOfTheGlobe) {
-    constexpr double kGlobe = 4.0 * 3.14159265358979323846 * 6371008.8 * 6371008.8;
+TEST(Measure, AreaOfDegreesIsThatOfTheEllipsoid) {
+    constexpr double kEllipsoid = 510'065'621'724'089.0;
     const std::vector<Position> octant = {
         {0.0, 0.0, kNone}, {90.0, 0.0, kNone}, {90.0, 90.0, kNone}, {0.0, 90.0, kNone}};
-    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Degrees, octant) / kGlobe, 0.125, 1e-12);
+    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Degrees, octant) / kEllipsoid, 0.125, 1e-9);
     const std::vector<Position> degree = {
         {10.0, -0.5, kNone}, {11.0, -0.5, kNone}, {11.0, 0.5, kNone}, {10.0, 0.5, kNone}};
-    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Degrees, degree), 111194.93 * 111194.93, 2e6);
+    EXPECT_NEAR(AreaInSquareMetres(MapUnits::Degrees, degree), 111'319.49 * 110'574.39, 1e6);
 }
 
 TEST(Measure, TextsSayWhatThereIs) {

@@ -140,6 +140,45 @@ TEST_P(ViewerMap, PhotoLiesOnTheRelief) {
     EXPECT_GT(colored, 100) << "the photo, seen from the south";
 }
 
+// Outlines in degrees, a photo in the next zone, a grid in metres: one map.
+TEST_P(ViewerMap, LayersOfOtherSystemsLieWhereTheyAre) {
+    const auto definition = [](int zone, int meridian) {
+        return "PROJCS[\"WGS 84 / UTM zone " + std::to_string(zone) +
+               "N\",GEOGCS[\"WGS 84\",DATUM[\"WGS_1984\",SPHEROID[\"WGS 84\",6378137,298.257223563]],"
+               "PRIMEM[\"Greenwich\",0],UNIT[\"degree\",0.0174532925199433]],PROJECTION[\"Transverse_Mercator\"],"
+               "PARAMETER[\"latitude_of_origin\",0],PARAMETER[\"central_meridian\"," +
+               std::to_string(meridian) +
+               "],PARAMETER[\"scale_factor\",0.9996],PARAMETER[\"false_easting\",500000],"
+               "PARAMETER[\"false_northing\",0],UNIT[\"metre\",1],AUTHORITY[\"EPSG\",\"" +
+               std::to_string(32600 + zone) + "\"]]";
+    };
+    Write("level.prj", definition(32, 9));
+    const std::wstring level =
+        Write("level.asc", "ncols 2\nnrows 2\nxllcorner 500000\nyllcorner 4982900\ncellsize 100\n1 1 1 1\n").wstring();
+    // The middle of the grid in degrees.
+    const std::wstring outline =
+        Write("outline.json", R"({"type": "LineString", "coordinates": [[9.00001, 45.0004], [9.0025, 45.0004]]})")
+            .wstring();
+    const Outcome outcome = Run({outline, level, L"--frames", L"1"});
+    EXPECT_NE(outcome.errors.find("outline.json: transformed from WGS 84 (EPSG:4326) into WGS 84 / UTM zone 32N"),
+              std::string::npos)
+        << outcome.errors;
+    EXPECT_NE(outcome.output.find(", in WGS 84 / UTM zone 32N (EPSG:32632)"), std::string::npos) << outcome.output;
+    const Frame frame = Draw(WithPipeline({outline, level, L"--area", L"499900,4982900,500300,4983100"}));
+    // 45.0004 degrees are 4,982,994.9 m; 1.25 units a pixel or more.
+    bool isFound = false;
+    for (int y = 60; y < 100; ++y) {
+        isFound = isFound || frame.At(120, y) == kOutline;
+    }
+    EXPECT_TRUE(isFound);
+    const Outcome other = Run({level, L"--crs", L"EPSG:32631", L"--flat", L"--frames", L"1"});
+    EXPECT_NE(other.output.find("in WGS 84 / UTM zone 31N (EPSG:32631)"), std::string::npos) << other.output;
+    EXPECT_NE(other.output.find("x 97"), std::string::npos) << "470 km from that meridian: " << other.output;
+    const Outcome wrong = Run({level, L"--crs", L"EPSG:99", L"--frames", L"1"});
+    EXPECT_EQ(wrong.exitCode, 1);
+    EXPECT_NE(wrong.errors.find("--crs: takes a coordinate system of the register"), std::string::npos) << wrong.errors;
+}
+
 // Ten thousand million pixels: near and far the map is there at once, with a hill's colours and no hole.
 TEST_P(ViewerMap, RasterLargerThanMemoryIsShownNearAndFar) {
     for (const wchar_t* area : {L"-50000,-33000,50000,33000", L"12000,30000,12120,30080"}) {

@@ -125,7 +125,7 @@ TEST_F(ViewerProgram, WindowShowsPointsAsTheyAreRead) {
     }
     for (const wchar_t* pipeline : {L"legacy", L"gl4"}) {
         const Outcome outcome =
-            Watch({Write("cloud.ply", cloud).wstring(), L"--pipeline", pipeline}, {L"60000 points, ", L" ms"});
+            Watch({Write("cloud.ply", cloud).wstring(), L"--pipeline", pipeline}, {L"60000 points - ", L" ms"});
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_NE(outcome.output.find("60000 points, x 0.00 to 299.00, y 0.00 to 199.00"), std::string::npos)
             << outcome.output;
