@@ -23,8 +23,6 @@ struct PointTextLayout {
     bool colorsAreFractions = false;
     bool areDegrees = false;    ///< the columns are named longitude and latitude
     std::size_t lastColumn = 1; ///< of those that are used
-
-    bool operator==(const PointTextLayout&) const = default;
 };
 
 /// The fields of a line, without blanks and quotes around them; `most` of them at most. Points into `line`.

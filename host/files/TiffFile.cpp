@@ -24,7 +24,6 @@ constexpr std::uint32_t kPixelScaleTag = 33550;
 constexpr std::uint32_t kTiePointTag = 33922;
 constexpr std::uint32_t kTransformationTag = 34264;
 constexpr std::uint32_t kGeoKeysTag = 34735;
-constexpr std::uint32_t kGeoNumbersTag = 34736;
 constexpr std::uint32_t kGeoTextsTag = 34737;
 constexpr std::uint32_t kNoDataTag = 42113;
 
@@ -92,7 +91,6 @@ class TiffFile::Reader {
 public:
     explicit Reader(const std::filesystem::path& path) : m_blocks(path) {
         m_keys = m_blocks.ShortNumbers(kGeoKeysTag);
-        m_numbers = m_blocks.Numbers(kGeoNumbersTag);
         m_texts = m_blocks.Text(kGeoTextsTag);
         const TiffLevel& level = m_blocks.Levels().front();
         const std::optional<PixelToMap> place = PlaceByTags(m_blocks, m_keys);
@@ -112,7 +110,6 @@ public:
     const TiffLevel& Full() const { return m_blocks.Levels().front(); }
     const PixelToMap& Place() const { return m_place; }
     const std::vector<std::uint16_t>& Keys() const { return m_keys; }
-    const std::vector<double>& Numbers() const { return m_numbers; }
     const std::string& Texts() const { return m_texts; }
 
     bool HasColors() const { return m_blocks.Format().isColor; }
@@ -276,7 +273,6 @@ private:
     TiffBlocks m_blocks;
     PixelToMap m_place;
     std::vector<std::uint16_t> m_keys;
-    std::vector<double> m_numbers;
     std::string m_texts;
     std::optional<double> m_noData;
     std::vector<std::array<std::uint8_t, 3>> m_palette;
@@ -311,10 +307,6 @@ int TiffFile::FindLevelRead(int level) const {
 
 const std::vector<std::uint16_t>& TiffFile::GeoKeys() const {
     return m_reader->Keys();
-}
-
-const std::vector<double>& TiffFile::GeoNumbers() const {
-    return m_reader->Numbers();
 }
 
 std::string_view TiffFile::GeoTexts() const {

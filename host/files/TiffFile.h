@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <optional>
-#include <span>
 #include <string_view>
 #include <vector>
 
@@ -44,10 +42,8 @@ public:
     bool HasColors() const;
     /// The coarsest level in the file that is no coarser than this one; of which it would be read.
     int FindLevelRead(int level) const;
-    /// Numbers of the table of keys that tells the coordinate system, and the texts it refers to; empty where there is
-    /// none.
+    /// The table of keys that tells the coordinate system, and the texts it refers to; empty where there is none.
     const std::vector<std::uint16_t>& GeoKeys() const;
-    const std::vector<double>& GeoNumbers() const;
     std::string_view GeoTexts() const;
 
     /// Red, green, blue and opacity of each pixel, the upper row first.

@@ -133,6 +133,16 @@ template <typename Read> std::string Complaint(Read read, std::string_view conte
     return ComplaintAbout(read, TemporaryFile(ending, content));
 }
 
+/// Cuts a file byte by byte down to nothing and calls `judge` with each length and what is said about what is left.
+template <typename Read, typename Judge>
+void CutByteByByte(Read read, std::string_view content, const char* ending, Judge judge) {
+    const TemporaryFile file(ending, content);
+    for (std::size_t length = content.size(); length-- > 0;) {
+        std::filesystem::resize_file(file.Path(), length);
+        judge(length, ComplaintAbout(read, file));
+    }
+}
+
 /// What any reader may take whatever the file's size is: chunks to read in, names, a layer without features.
 constexpr std::int64_t kReadersOwnBytes = 1 << 20;
 

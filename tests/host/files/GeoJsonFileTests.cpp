@@ -173,9 +173,9 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(GeoJsonFile, CutAnywhere_IsRefused) {
-    for (std::size_t length = 0; length < kCollection.size(); ++length) {
-        EXPECT_NE(Complaint(ReadGeoJsonFile, kCollection.substr(0, length), ".geojson"), "") << "cut to " << length;
-    }
+    CutByteByByte(ReadGeoJsonFile, kCollection, ".geojson", [](std::size_t length, const std::string& complaint) {
+        EXPECT_NE(complaint, "") << "cut to " << length;
+    });
 }
 
 TEST(GeoJsonFile, RandomDamage_NeverDoesMoreThanRefuse) {

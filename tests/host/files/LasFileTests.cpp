@@ -293,10 +293,9 @@ TEST(LasFile, CutBeforeItsFirstWholePoint_IsRefused) {
         variation.minorVersion = format.minorVersion;
         const std::string content = BuildLas(format, kPoints, variation);
         const std::size_t firstPointEnds = HeaderBytes(format.minorVersion) + format.recordBytes;
-        for (std::size_t length = 0; length < content.size(); ++length) {
-            const bool isRefused = !Complaint(ReadLasFile, content.substr(0, length), ".las").empty();
-            EXPECT_EQ(isRefused, length < firstPointEnds) << "cut to " << length;
-        }
+        CutByteByByte(ReadLasFile, content, ".las", [&](std::size_t length, const std::string& complaint) {
+            EXPECT_EQ(!complaint.empty(), length < firstPointEnds) << "cut to " << length;
+        });
     }
 }
 

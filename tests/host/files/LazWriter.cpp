@@ -45,7 +45,6 @@ public:
         }
         return m_bytes + std::string(2, '\0');
     }
-    bool IsEmpty() const { return m_bytes.empty() && m_length == 0xFFFFFFFF; }
 
 private:
     void Narrow(std::uint32_t first, std::uint32_t length) {

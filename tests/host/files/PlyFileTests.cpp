@@ -197,14 +197,13 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(PlyFile, CutAnywhereInItsVertices_IsRefused) {
     const std::string binary = BuildBinaryPly(false, "double", 1);
     const std::size_t faceBytes = 5; // after the vertices, where nothing is missed any more
-    for (std::size_t length = 0; length < binary.size() - faceBytes; ++length) {
-        EXPECT_NE(Complaint(ReadPlyFile, binary.substr(0, length), ".ply"), "") << "cut to " << length;
-    }
+    const auto expectRefusal = [](std::size_t length, const std::string& complaint) {
+        EXPECT_NE(complaint, "") << "cut to " << length;
+    };
+    CutByteByByte(ReadPlyFile, std::string_view(binary).substr(0, binary.size() - faceBytes), ".ply", expectRefusal);
     // A text cut within its last number still is a number, so only cuts before that one can be told.
     const std::string ascii = AsciiPly("element vertex 2\n" + kXyz, "1 2 3\n4 5 678\n");
-    for (std::size_t length = 0; length < ascii.size() - 4; ++length) {
-        EXPECT_NE(Complaint(ReadPlyFile, ascii.substr(0, length), ".ply"), "") << "cut to " << length;
-    }
+    CutByteByByte(ReadPlyFile, std::string_view(ascii).substr(0, ascii.size() - 4), ".ply", expectRefusal);
 }
 
 TEST(PlyFile, RandomDamage_NeverDoesMoreThanRefuse) {

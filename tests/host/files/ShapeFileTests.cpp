@@ -272,8 +272,11 @@ TEST(ShapeFile, RandomDamage_NeverDoesMoreThanRefuse) {
 
     // The table is the file that is damaged; the shapes lie beside it.
     const std::string table = BuildTable({Row("abc", "   1.5", "20011231", "T"), Row("d", "     7", "        ", "F")});
-    const auto readBesideShapes = [&shapes](const std::filesystem::path& damaged) {
-        const SidecarFile beside(damaged, ".shp", shapes);
+    std::optional<SidecarFile> beside;
+    const auto readBesideShapes = [&](const std::filesystem::path& damaged) {
+        if (!beside) {
+            beside.emplace(damaged, ".shp", shapes);
+        }
         std::filesystem::path path = damaged;
         ReadShapeFile(path.replace_extension(".shp"));
     };
