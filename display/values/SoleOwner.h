@@ -13,8 +13,8 @@ public:
     explicit SoleOwner(Type* object) noexcept : m_object(object) {}
     /// Takes over what another owner has, a std::unique_ptr too.
     template <typename Other>
-    requires requires(Other&& other) { static_cast<Type*>(other.release()); }
-    SoleOwner(Other&& other) noexcept : m_object(other.release()) {}
+    requires requires(Other other) { static_cast<Type*>(other.release()); }
+    SoleOwner(Other other) noexcept : m_object(other.release()) {}
     SoleOwner(SoleOwner&& other) noexcept : m_object(other.release()) {}
     SoleOwner& operator=(SoleOwner&& other) noexcept {
         reset(other.release());
@@ -35,7 +35,7 @@ public:
         return object;
     }
     void reset(Type* object = nullptr) noexcept {
-        static_assert(sizeof(Type) > 0, "what is deleted has to be known where it is");
+        static_cast<void>(sizeof(Type)); // what is deleted has to be known where it is
         Type* const before = m_object;
         m_object = object;
         delete before;
