@@ -1,3 +1,4 @@
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 #include "../view/OpenGLView.h"
 #include "DebugNames.h"
@@ -11,14 +12,12 @@
 namespace KTR {
 
 void COpenGLView::RegisterLogger(std::shared_ptr<spdlog::logger> logger) {
-    if (!logger || spdlog::get(logger->name())) {
-        return;
-    }
-    try {
-        spdlog::register_logger(std::move(logger));
-    } catch (const spdlog::spdlog_ex&) {
-        // Another thread took the name in between; its logger stands.
-    }
+    // Where another thread takes the name in between, this throws, and that one's logger stands.
+    AtTheBorder([&logger] {
+        if (logger && !spdlog::get(logger->name())) {
+            spdlog::register_logger(std::move(logger));
+        }
+    });
 }
 
 void COpenGLView::SetDebugNames(bool on) {

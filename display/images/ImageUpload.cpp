@@ -2,13 +2,13 @@
 
 #include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "ImageLevels.h"
 
 #include <GL/glext.h>
 
 #include <algorithm>
-#include <exception>
 
 namespace KTR {
 
@@ -161,7 +161,8 @@ long MakeSmallerLevels(const ImageRows& rows, unsigned int filter, std::vector<I
             levels = SmallerLevels(rows);
         }
         return S_OK;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -192,7 +193,8 @@ long RefreshSmallerLevels(const GLCalls& gl, unsigned int changedFormat, bool pr
         }
         const std::vector<ImageLevel> levels = SmallerLevels({format, width, height, width, 1, pixels.data()});
         return FillSmallerLevels(gl, levels, format, kept) ? S_OK : E_OUTOFMEMORY;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -278,7 +280,8 @@ long UpdateImage(COpenGLView& view, unsigned int texture, int x, int y, const Im
         // The texture keeps colours that other formats mean as well.
         try {
             rgba = ToRgba(rows);
-        } catch (const std::exception&) {
+        } catch (...) {
+            DropCaught();
             return E_OUTOFMEMORY;
         }
         source = {GL_RGBA, rows.width, rows.height, rows.width, 1, rgba.data()};

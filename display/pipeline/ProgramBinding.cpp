@@ -1,6 +1,7 @@
 #include "ProgramBinding.h"
 
 #include "../diagnostics/DebugNames.h"
+#include "../platform/Border.h"
 #include "../values/LightDirection.h"
 #include "../view/ViewAccess.h"
 #include "ClientState.h"
@@ -15,7 +16,6 @@
 #include <glm/gtc/matrix_inverse.hpp>
 
 #include <atomic>
-#include <exception>
 
 namespace KTR {
 
@@ -67,7 +67,8 @@ unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const
     }
     try {
         return &objects.hostVertexArrays.emplace_back(ContextObjects::HostVertexArray{data.program, 0}).vertexArray;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return nullptr;
     }
 }
@@ -87,6 +88,10 @@ void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramU
     uniforms.currentColor = FloatColor(attributes.currentColor, alpha);
     uniforms.textColor =
         FloatColor(attributes.currentColor, alpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
+    const TextLook& look = ViewAccess::Text(view).look;
+    const float haloAlpha = look.HasHalo() ? static_cast<float>(look.haloColor.a) * kByteToFloat : 0.0F;
+    uniforms.haloColor =
+        FloatColor(look.haloColor, haloAlpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
 }
 
 /// State of the context, not of the program, that the program `type` draws wrong without.

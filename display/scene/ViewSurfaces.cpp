@@ -3,6 +3,7 @@
 #include "../diagnostics/DebugNames.h"
 #include "../pipeline/ProgramBinding.h"
 #include "../pipeline/StockPrograms.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "StreamBuffer.h"
 #include "SurfaceNormals.h"
@@ -13,7 +14,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -427,7 +427,8 @@ long COpenGLView::DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const 
         const bool drawn = DrawsWithPrograms() ? DrawWithProgram(*this, geometry, shader, whole, ranges)
                                                : DrawWithFixedFunctions(*this, geometry, shader, whole, ranges);
         return drawn ? S_OK : E_OUTOFMEMORY;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }

@@ -128,6 +128,28 @@ long COpenGLView::SetUpOrthoFromModelExtents(GLViewOrientation orientation, cons
                               OrthoCamera(orientation, BoxOf(low, high), zExaggeration, FindViewportSize(*this)));
 }
 
+long COpenGLView::SetViewModelExtents(const PointXYZ& low, const PointXYZ& high) {
+    const ModelBox box = BoxOf(low, high);
+    if (!IsBox(box)) {
+        return E_INVALIDARG;
+    }
+    GLRenderingContextRecord& record = CurrentRecord();
+    if (!record.camera.IsSetUp() || record.camera.orientation == GLViewOrientationProfile) {
+        return S_FALSE;
+    }
+    const bool isLoaded = AreViewMatricesLoaded(*this);
+    record.camera.model = box;
+    for (CircularCameraStack* const stack : {&record.viewHistory.previous, &record.viewHistory.next}) {
+        for (ViewCamera& camera : stack->entries) {
+            camera.model = camera.orientation == GLViewOrientationProfile ? camera.model : box;
+        }
+    }
+    if (isLoaded) {
+        ReloadViewMatrices(*this);
+    }
+    return S_OK;
+}
+
 void COpenGLView::LoadViewMatrices() {
     GLRenderingContextRecord& record = CurrentRecord();
     if (!record.camera.IsSetUp()) {

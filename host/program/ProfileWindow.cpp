@@ -51,6 +51,28 @@ bool EndsWith(const std::filesystem::path& path, const wchar_t* ending) {
     return own == ending;
 }
 
+/// Puts a window below another one, or else to the right of it, or else into the screen's lower left.
+void StandBeside(HWND window, HWND other) {
+    RECT own = {};
+    RECT there = {};
+    MONITORINFO screen = {};
+    screen.cbSize = sizeof(screen);
+    if (!GetWindowRect(window, &own) || !GetWindowRect(other, &there) ||
+        !GetMonitorInfoW(MonitorFromWindow(other, MONITOR_DEFAULTTONEAREST), &screen)) {
+        return;
+    }
+    const RECT& work = screen.rcWork;
+    const LONG width = own.right - own.left;
+    const LONG height = own.bottom - own.top;
+    POINT place{work.left, std::max(work.bottom - height, work.top)};
+    if (there.bottom + height <= work.bottom) {
+        place = {std::max(std::min(there.left, work.right - width), work.left), there.bottom};
+    } else if (there.right + width <= work.right) {
+        place = {there.right, std::max(there.top, work.top)};
+    }
+    SetWindowPos(window, nullptr, place.x, place.y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 } // namespace
 
 ProfileWindow::ProfileWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session)
@@ -69,13 +91,14 @@ ProfileWindow::~ProfileWindow() {
     Destroy();
 }
 
-bool ProfileWindow::Open() {
+bool ProfileWindow::Open(HWND beside) {
     if (m_ready) {
         return true;
     }
     if (!Create(L"Profile", kWidthPixels, kHeightPixels)) {
         return false;
     }
+    StandBeside(m_window, beside);
     // Shown first: a context draws into the window that there is.
     ShowWindow(m_window, SW_SHOW);
     m_view = std::make_unique<KTR::COpenGLView>();
@@ -91,10 +114,10 @@ bool ProfileWindow::Open() {
     return true;
 }
 
-bool ProfileWindow::Show(std::vector<Position> line) {
+bool ProfileWindow::Show(std::vector<Position> line, HWND beside) {
     Band band{std::move(line), 1.0};
     const double length = band.Length();
-    if (!(length > 0.0) || !Open()) {
+    if (!(length > 0.0) || !Open(beside)) {
         return false;
     }
     band.halfWidth = FindNiceStep(length * kHalfWidthShare);
@@ -523,9 +546,9 @@ void ProfileWindow::UpdateTitle() {
     const double metres = PathLengthInMetres(units, m_band.corners);
     const double width = 2.0 * m_band.halfWidth * MetresPerUnit(units, m_band.corners.front().y);
     std::string title = "Profile - " + FormatLength(metres) + " long, " + FormatLength(width) + " wide - " +
-                        std::to_string(state.found) + (state.reading ? " points so far" : " points");
-    if (state.points < state.found) {
-        title += ", shown " + std::to_string(state.points);
+                        std::to_string(m_view->GetProfilePointCount()) + (state.reading ? " points so far" : " points");
+    if (state.thinned > 0) {
+        title += ", one of " + std::to_string(1ULL << state.thinned);
     }
     char factor[48] = {};
     std::snprintf(factor, sizeof(factor), " - heights x %.3g",

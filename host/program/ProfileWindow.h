@@ -27,9 +27,9 @@ public:
     ProfileWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session);
     ~ProfileWindow() override;
 
-    /// Shows the profile along a line, in a band whose width suits the line's length. False without a window or a
-    /// context, or for a line without length.
-    bool Show(std::vector<Position> line);
+    /// Shows the profile along a line, in a band whose width suits the line's length; when it opens, beside another
+    /// window. False without a window or a context, or for a line without length.
+    bool Show(std::vector<Position> line, HWND beside);
     bool IsShown() const { return m_shown; }
     const Band& GetBand() const { return m_band; }
     KTR::COpenGLView& View() { return *m_view; }
@@ -50,7 +50,7 @@ private:
     void HandleWheel(WPARAM wParam, LPARAM lParam);
     void HandleSize(int width, int height);
 
-    bool Open();
+    bool Open(HWND beside);
     void Hide();
     /// Reads the points of a band and shows them.
     void SetBand(Band band);

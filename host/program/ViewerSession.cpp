@@ -88,11 +88,11 @@ void ViewerSession::NoteClosed() {
     }
 }
 
-void ViewerSession::ShowProfile(std::vector<Position> line) {
+void ViewerSession::ShowProfile(std::vector<Position> line, HWND drawnIn) {
     if (!m_profile) {
         m_profile = std::make_unique<ProfileWindow>(m_scene, m_options, *this);
     }
-    if (!m_profile->Show(std::move(line))) {
+    if (!m_profile->Show(std::move(line), drawnIn)) {
         m_profile.reset();
         return;
     }

@@ -29,8 +29,8 @@ public:
     void RedrawAll();
     void NoteClosed();
 
-    /// Shows the profile along a line in the window for that.
-    void ShowProfile(std::vector<Position> line);
+    /// Shows the profile along a line that was drawn in one of the windows.
+    void ShowProfile(std::vector<Position> line, HWND drawnIn);
     /// The profile's window; null while there is none to be seen.
     ProfileWindow* GetProfile() { return m_profile && m_profile->IsShown() ? m_profile.get() : nullptr; }
     /// Its line is another one, or it is hidden: maps draw it over their frames.

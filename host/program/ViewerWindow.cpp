@@ -218,7 +218,7 @@ void ViewerWindow::ShowFrame() {
     m_view->MakeCurrent(KTR::GLContextMain);
     m_readPosition = m_cursor && !m_options.plain ? FindPositionUnder(*m_cursor) : std::nullopt;
     // A frame that lives for one move of the mouse is not worth storing; but then no other overlay is drawn.
-    const bool isShort = m_dragging && !m_session.GetProfile();
+    const bool isShort = m_dragging && m_stored == Stored::Nothing && !m_session.GetProfile();
     const long shown = isShort ? E_ABORT : m_view->RedrawOverlays();
     if (shown == S_FALSE) {
         Redraw(); // the window has another size, or its context is a new one
@@ -313,11 +313,15 @@ void ViewerWindow::MeetScene() {
         return;
     }
     m_sceneVersion = m_scene.GetVersion();
-    if (!m_isNavigated && m_view->MakeCurrent(KTR::GLContextMain)) {
-        // What was everything until now is no step of the view's history.
-        const KTR::GLViewOrientation orientation = m_view->GetCurrentViewOrientation();
-        m_view->PreviousView();
-        m_scene.ShowEverything(*m_view, orientation);
+    if (m_view->MakeCurrent(KTR::GLContextMain)) {
+        if (m_isNavigated) {
+            m_scene.HoldEverything(*m_view);
+        } else {
+            // What was everything until now is no step of the view's history.
+            const KTR::GLViewOrientation orientation = m_view->GetCurrentViewOrientation();
+            m_view->PreviousView();
+            m_scene.ShowEverything(*m_view, orientation);
+        }
     }
     Redraw();
 }

@@ -113,6 +113,7 @@ private:
     /// Draws it anew after the view has changed.
     void ReplayBand();
     void TakeBandPlaceBack();
+    void FinishBandHere();
     void FinishBand();
     void CancelBand();
     void FinishMeasuring(bool isArea);
@@ -123,6 +124,7 @@ private:
     static void WriteBandText(const PointXY* points, int count, wchar_t* text, int capacity, void* context);
 
     void AddOverlays();
+    void ShowHelp(bool on);
     /// Of a frame whose points are not all there: what lies above them.
     static void DrawUnfinished(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
@@ -163,7 +165,7 @@ private:
     bool m_dragging = false;
     bool m_draggingPans = false; ///< also in perspective
     bool m_wheeling = false;
-    bool m_showsHelp = false;
+    int m_helpOverlay = 0; ///< 0: it is not shown
     Tool m_tool = Tool::Look;
     BandUse m_band = BandUse::None;
     bool m_bandEndsWithButton = false;  ///< when the button is let go

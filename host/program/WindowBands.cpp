@@ -52,6 +52,7 @@ void ViewerWindow::AddBandPlace(BandUse band, const Position& place, POINT curso
 }
 
 void ViewerWindow::BeginBand(BandUse band, const Position& place, POINT cursor) {
+    m_band = BandUse::None; // until it has begun
     m_measured.reset();
     KTR::GLRubberBandStyle style;
     const bool isProfile = band == BandUse::Profile || band == BandUse::ProfileCorner;
@@ -65,8 +66,15 @@ void ViewerWindow::BeginBand(BandUse band, const Position& place, POINT cursor) 
                                         : band == BandUse::Area          ? KTR::GLRubberBandPolygon
                                         : band == BandUse::ProfileCorner ? KTR::GLRubberBandLine
                                                                          : KTR::GLRubberBandLineString;
-    if (m_view->BeginRubberBand(type, cursor.x, cursor.y) != S_OK) {
-        return; // no frame to draw it on; one comes
+    long begun = m_view->BeginRubberBand(type, cursor.x, cursor.y);
+    if (begun == S_FALSE) {
+        // There is no frame to draw it over.
+        Redraw();
+        DrawFrame();
+        begun = m_view->BeginRubberBand(type, cursor.x, cursor.y);
+    }
+    if (begun != S_OK) {
+        return;
     }
     m_band = band;
     m_bandPlaces = {place};
@@ -101,9 +109,12 @@ void ViewerWindow::MoveBand(POINT cursor) {
 }
 
 void ViewerWindow::ReplayBand() {
-    m_bandIsOld = false;
+    m_bandIsOld = false; // first: beginning a band may draw a frame
     if (m_band == BandUse::Zoom) {
-        CancelBand(); // its corner was a place of the window
+        BeginBand(BandUse::Zoom, {}, m_pressed); // its corner is a place of the window
+        if (m_cursor) {
+            MoveBand(*m_cursor);
+        }
         return;
     }
     const BandUse band = m_band;
@@ -129,6 +140,20 @@ void ViewerWindow::TakeBandPlaceBack() {
     }
     m_bandPlaces.pop_back();
     ReplayBand();
+}
+
+/// With the place under the mouse: what is seen is what is taken.
+void ViewerWindow::FinishBandHere() {
+    const int count = m_view->GetRubberBandPoints(static_cast<PointXY*>(nullptr), 0);
+    std::vector<PointXY> points(static_cast<std::size_t>(count));
+    m_view->GetRubberBandPoints(points.data(), count);
+    const PointXY& before = points[points.size() - 2]; // a band has two points from its beginning on
+    const PointXY& here = points.back();
+    const bool isElsewhere = std::hypot(here.x - before.x, here.y - before.y) >= kFewestPixels;
+    if (isElsewhere && m_bandEnd) {
+        m_bandPlaces.push_back(*m_bandEnd);
+    }
+    FinishBand();
 }
 
 void ViewerWindow::FinishBand() {
@@ -181,7 +206,7 @@ void ViewerWindow::FinishMeasuring(bool isArea) {
 void ViewerWindow::FinishProfile() {
     m_tool = Tool::Look;
     SetCursorShape();
-    m_session.ShowProfile(m_bandPlaces);
+    m_session.ShowProfile(m_bandPlaces, m_window);
 }
 
 void ViewerWindow::FinishProfileCorner() {

@@ -101,7 +101,7 @@ void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor, bool isRight) {
     m_cursor = cursor;
     m_pressed = cursor;
     if (isRight && m_band != BandUse::None) {
-        FinishBand();
+        FinishBandHere();
         return;
     }
     SetCapture(m_window);
@@ -201,8 +201,7 @@ void ViewerWindow::HandleKey(WPARAM key) {
     }
     switch (key) {
     case VK_F1:
-        m_showsHelp = !m_showsHelp;
-        RedrawOverlays();
+        ShowHelp(m_helpOverlay == 0);
         break;
     case 'M':
         SetTool(m_tool == Tool::MeasurePath   ? Tool::MeasureArea
@@ -214,7 +213,7 @@ void ViewerWindow::HandleKey(WPARAM key) {
         break;
     case VK_RETURN:
         if (m_band != BandUse::None && !m_bandEndsWithButton) {
-            FinishBand();
+            FinishBandHere();
         }
         break;
     case VK_ESCAPE:
@@ -306,9 +305,8 @@ bool ViewerWindow::HandleSceneKey(WPARAM key) {
 void ViewerWindow::HandleEscape() {
     if (m_band != BandUse::None) {
         CancelBand();
-    } else if (m_showsHelp) {
-        m_showsHelp = false;
-        RedrawOverlays();
+    } else if (m_helpOverlay != 0) {
+        ShowHelp(false);
     } else if (m_tool != Tool::Look) {
         SetTool(Tool::Look);
     } else if (m_measured) {

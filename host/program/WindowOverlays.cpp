@@ -8,14 +8,16 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cmath>
+#include <utility>
 
 namespace OrrinViewer {
 
 namespace {
 
 /// In the order in which they are drawn.
-enum OverlayOrder { OrderOfUnfinished, OrderOfMeasured, OrderOfReadout, OrderOfHelp };
+enum OverlayOrder { OrderOfUnfinished, OrderOfMeasured, OrderOfReadout };
 
 constexpr double kEdgePixels = 10.0;
 constexpr Rgb kPanelColor{20, 24, 30};
@@ -54,7 +56,16 @@ void ViewerWindow::AddOverlays() {
     m_view->AddOverlay(&DrawUnfinished, this, OrderOfUnfinished);
     m_view->AddOverlay(&DrawMeasured, this, OrderOfMeasured);
     m_view->AddOverlay(&DrawReadout, this, OrderOfReadout);
-    m_view->AddOverlay(&DrawHelp, this, OrderOfHelp);
+}
+
+void ViewerWindow::ShowHelp(bool on) {
+    if (on && m_helpOverlay == 0) {
+        // Over everything that is there by now, a profile's line included.
+        m_helpOverlay = m_view->AddOverlay(&DrawHelp, this, INT_MAX);
+    } else if (!on) {
+        m_view->RemoveOverlay(std::exchange(m_helpOverlay, 0));
+    }
+    RedrawOverlays();
 }
 
 void ViewerWindow::DrawUnfinished(KTR::COpenGLView& /*view*/, KTR::GLCoveredArea& covered, void* context) {
@@ -135,10 +146,6 @@ void ViewerWindow::DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& cove
 /// The keys and what they do, on a panel in the window's middle.
 void ViewerWindow::DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
     auto& own = *static_cast<ViewerWindow*>(context);
-    if (!own.m_showsHelp) {
-        covered = {};
-        return;
-    }
     const TextSizes sizes = own.m_texts.Sizes(view);
     const double rowHeight = std::round(sizes.ascent + sizes.descent + 6.0);
     double keyWidth = 0.0;

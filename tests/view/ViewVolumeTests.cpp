@@ -352,6 +352,35 @@ TEST_P(ViewVolume, HistoryGoesBackSixteenViewsAndForwardAgain) {
     EXPECT_FALSE(live->IsPerspectiveSideView()) << "set-ups are steps too";
 }
 
+// A file that is still read turns out to reach higher than the box that the view was set up for.
+TEST_P(ViewVolume, ModelMayGrowBeneathTheView) {
+    const PointXYZ flatHigh{kHigh.x, kHigh.y, kLow.z};
+    for (const GLViewOrientation orientation : {GLViewOrientationTop, GLViewOrientationFront}) {
+        ASSERT_EQ(live->SetUpOrthoFromModelExtents(orientation, kLow, flatHigh, 1.0), S_OK);
+        live->ZoomAbout(2.0, 30, 40);
+        const double scale = live->GetUnitsPerPixel();
+        const auto depthOfHigh = [&] {
+            const MatrixSet& matrices = live->GetContextRecord(GLContextMain).math->Matrices();
+            double offsetX = 0.0;
+            double offsetY = 0.0;
+            live->GetCurrentCoordinateOffset(offsetX, offsetY);
+            const glm::dvec4 place =
+                matrices.projection * matrices.modelview *
+                glm::dvec4(kHigh.x - offsetX, 2.0 * kHigh.y - kLow.y - offsetY, kHigh.z + 1e4, 1.0);
+            return std::fabs(place.z / place.w);
+        };
+        EXPECT_GT(depthOfHigh(), 1.0) << "cut off";
+        const PointXYZ high{kHigh.x, 2.0 * kHigh.y - kLow.y, kHigh.z + 1e4};
+        EXPECT_EQ(live->SetViewModelExtents(kLow, high), S_OK);
+        EXPECT_LE(depthOfHigh(), 1.0);
+        EXPECT_EQ(live->GetUnitsPerPixel(), scale);
+        EXPECT_EQ(live->SetViewModelExtents(high, kLow), E_INVALIDARG);
+        ASSERT_TRUE(live->PreviousView()) << "the zoom was the last step";
+        EXPECT_NE(live->GetUnitsPerPixel(), scale);
+        EXPECT_LE(depthOfHigh(), 1.0) << "the view of before too";
+    }
+}
+
 TEST_P(ViewVolume, TurnsAboutWhatWasClicked) {
     live->SetUpPerspectiveFromModelExtents(kLow, kHigh, 215, 30, 45, kExaggeration);
     DrawTerrainAndCloud();
