@@ -12,8 +12,9 @@ public:
     SoleOwner(std::nullptr_t) noexcept {}
     explicit SoleOwner(Type* object) noexcept : m_object(object) {}
     /// Takes over what another owner has, a std::unique_ptr too.
-    template <template <typename...> class Owner, typename Other, typename... Rest>
-    SoleOwner(Owner<Other, Rest...>&& other) noexcept : m_object(other.release()) {}
+    template <typename Other>
+    requires requires(Other other) { static_cast<Type*>(other.release()); }
+    SoleOwner(Other other) noexcept : m_object(other.release()) {}
     SoleOwner(SoleOwner&& other) noexcept : m_object(other.release()) {}
     SoleOwner& operator=(SoleOwner&& other) noexcept {
         reset(other.release());
@@ -34,7 +35,7 @@ public:
         return object;
     }
     void reset(Type* object = nullptr) noexcept {
-        static_assert(requires { sizeof(Type); }, "what is deleted has to be known where it is");
+        static_cast<void>(sizeof(Type)); // what is deleted has to be known where it is
         Type* const before = m_object;
         m_object = object;
         delete before;

@@ -76,7 +76,7 @@ void StandBeside(HWND window, HWND other) {
 } // namespace
 
 ProfileWindow::ProfileWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session)
-    : m_scene(scene), m_options(options), m_session(session), m_texts(WideText(options.font), options.fontPoints) {}
+    : m_scene(scene), m_session(session), m_texts(WideText(options.font), options.fontPoints) {}
 
 ProfileWindow::~ProfileWindow() {
     m_reading.Stop();

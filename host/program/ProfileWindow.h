@@ -75,7 +75,6 @@ private:
     void SaveTable(const std::filesystem::path& path) const;
 
     Scene& m_scene;
-    const ViewerOptions& m_options;
     ViewerSession& m_session;
     std::unique_ptr<KTR::COpenGLView> m_view;
     TextPainter m_texts;
