@@ -59,12 +59,14 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                  "OrrinViewer");
     app.footer(
         "Mouse: the wheel zooms to what is under it, dragging pans, or turns the 3-D view about what was clicked, "
-        "dragging with the right button pans there too; on the map Shift and dragging zooms to a rectangle, Ctrl and "
-        "dragging measures. Keys: 1 to 6 show the scene from the top, the bottom, the front, the back, the left and "
-        "the right, V switches between map and 3-D view, Backspace goes to the previous view and with Shift to the "
-        "next, Home shows everything, M lets every dragging measure, C switches the colouring, E the shading of "
-        "clouds by their depths, + and - the point size, S turns the sun and A raises it (with Shift back), Esc "
-        "ends.");
+        "dragging with the right button pans there too; Shift and dragging zooms to a rectangle, Ctrl and dragging "
+        "measures. Keys: F1 shows all of them over the map. 1 to 6 show the scene from the top, the bottom, the front, "
+        "the back, the left and the right, V switches between map and 3-D view, Backspace goes to the previous view "
+        "and with Shift to the next, Home shows everything, M measures paths and then areas, P draws a line and shows "
+        "its profile, C switches the colouring, E the shading of clouds by their depths, + and - the point size, F "
+        "lets "
+        "it follow the scale, S "
+        "turns the sun and A raises it (with Shift back), Esc ends.");
     app.add_option("files", files, "Files to show; they should share one coordinate system");
     app.add_option("--pipeline", options.pipeline, "auto, legacy or gl4")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Pipeline>{
@@ -116,7 +118,9 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                 std::map<std::string, MapUnits>{{"metres", MapUnits::Metres}, {"degrees", MapUnits::Degrees}}));
     app.add_option("--area", area, "What the map shows first: west,south,east,north");
     app.add_option("--windows", options.windows, "Number of windows on the same data")->check(CLI::Range(1, 8));
-    app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels")->check(CLI::Range(1.0, 64.0));
+    app.add_option("--point-size", options.pointSizePixels,
+                   "Size of a point in pixels; otherwise as large as its distance to the others wants")
+        ->check(CLI::Range(1.0, 64.0));
     const CLI::Option* budgetOption =
         app.add_option("--budget", options.budgetPoints,
                        "Points of large clouds that a frame draws before the next one adds more; otherwise as many as "
