@@ -56,7 +56,9 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     const bool isReading = scene.IsReading();
     if (!isReading) {
         scene.Update();
-        if (!Report(scene)) {
+        // A person sees what there is of a file that is damaged further on, however soon it was read.
+        const bool isWorthAWindow = options.frames == 0 && !scene.GetExtent().IsEmpty();
+        if (!Report(scene) && !isWorthAWindow) {
             return 1;
         }
     }
