@@ -93,8 +93,7 @@ void LongString(benchmark::State& state) {
 }
 BENCHMARK(LongString);
 
-void ShortLabels(benchmark::State& state) {
-    COpenGLView& view = View<GLContextMain>();
+void DrawShortLabels(benchmark::State& state, COpenGLView& view) {
     for (auto _ : state) {
         view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
         for (int label = 0; label < kLabels; ++label) {
@@ -103,6 +102,10 @@ void ShortLabels(benchmark::State& state) {
         view.DrawTeardownFontAtlasText(false, false);
     }
     ReportPerGlyph(state, kLabels * kLabelGlyphs);
+}
+
+void ShortLabels(benchmark::State& state) {
+    DrawShortLabels(state, View<GLContextMain>());
 }
 BENCHMARK(ShortLabels);
 
@@ -119,6 +122,39 @@ void ShortRotatedLabels(benchmark::State& state) {
     ReportPerGlyph(state, kLabels * kLabelGlyphs);
 }
 BENCHMARK(ShortRotatedLabels);
+
+void ShortLabelsWithHalos(benchmark::State& state) {
+    COpenGLView& view = View<GLContextMain>();
+    view.SetTextHalo({0, 0, 0, 255}, 1.5);
+    DrawShortLabels(state, view);
+    view.SetTextHalo({}, 0.0);
+}
+BENCHMARK(ShortLabelsWithHalos);
+
+void ShortShapedLabels(benchmark::State& state) {
+    COpenGLView& view = View<GLContextMain>();
+    view.SetTextShaping(true);
+    DrawShortLabels(state, view);
+    view.SetTextShaping(false);
+}
+BENCHMARK(ShortShapedLabels);
+
+void LabelsAlongLines(benchmark::State& state) {
+    COpenGLView& view = View<GLContextMain>();
+    constexpr int lines = kLabels / 10;
+    for (auto _ : state) {
+        view.DrawSetupFontAtlasText(true, true, 0, 0.0, 0.0);
+        for (int line = 0; line < lines; ++line) {
+            const double x = line % 100;
+            const double y = line / 10;
+            const PointXYZ points[] = {{x, y, 0}, {x + 40, y + 10, 0}, {x + 80, y + 30, 0}, {x + 120, y + 35, 0}};
+            view.DrawTextAlongLine(kLabel, points, 4, {});
+        }
+        view.DrawTeardownFontAtlasText(false, false);
+    }
+    ReportPerGlyph(state, lines * kLabelGlyphs);
+}
+BENCHMARK(LabelsAlongLines);
 
 /// Display lists of a context, kept for all benchmarks.
 unsigned int Lists(COpenGLView& view) {

@@ -44,6 +44,11 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/OrrinDisplayConfig.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/OrrinDisplayConfigVersion.cmake ${PROJECT_SOURCE_DIR}/cmake/OrrinDeploy.cmake
     DESTINATION lib/cmake/OrrinDisplay COMPONENT Development)
 
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD-PARTY-NOTICES.md
+    DESTINATION share/OrrinDisplay COMPONENT Runtime)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION share/OrrinDisplay COMPONENT Development
+    PATTERN build EXCLUDE)
+
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME OrrinDisplay)
 set(CPACK_PACKAGE_FILE_NAME OrrinDisplay-${PROJECT_VERSION}-win64)

@@ -28,6 +28,7 @@
 #include "scene/SurfaceNormals.h"
 #include "shapes/ShapeStyles.h"
 #include "text/FontFiles.h"
+#include "text/LineTextStyle.h"
 #include "view/OpenGLView.h"
 
 #pragma pop_macro("max")

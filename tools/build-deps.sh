@@ -7,7 +7,7 @@ source "$(dirname "$0")/private-apt.sh"
 toolchain=$root/cmake/mingw-w64-x86_64.cmake
 key=$(cat "$root/tools/build-deps.sh" "$toolchain" | sha256sum | cut -c1-16)
 prefix=$cache/deps-$key
-packages=(fmtlib spdlog freetype benchmark tiff sqlite3)
+packages=(fmtlib spdlog freetype harfbuzz benchmark tiff sqlite3)
 
 link_prefix() {
     [ "$(readlink "$build/deps")" = "$prefix" ] || ln -sfnT "$prefix" "$build/deps"
@@ -38,14 +38,18 @@ build_library() {
     cmake --install "$work/build/$name" --strip
 }
 
-# FreeType and the test libraries go into their users; spdlog and fmt are DLLs, so that a host and the library see one
-# registry of loggers.
+# FreeType, HarfBuzz and the test libraries go into their users; spdlog and fmt are DLLs, so that a host and the library
+# see one registry of loggers.
 build_all() {
     build_library fmtlib -DBUILD_SHARED_LIBS=ON -DFMT_TEST=OFF -DFMT_DOC=OFF
     build_library spdlog -DSPDLOG_BUILD_SHARED=ON -DSPDLOG_FMT_EXTERNAL=ON -DSPDLOG_BUILD_EXAMPLE=OFF \
         -DSPDLOG_BUILD_TESTS=OFF
     build_library freetype -DBUILD_SHARED_LIBS=OFF -DFT_DISABLE_ZLIB=ON -DFT_DISABLE_BZIP2=ON -DFT_DISABLE_PNG=ON \
         -DFT_DISABLE_HARFBUZZ=ON -DFT_DISABLE_BROTLI=ON
+    # Of HarfBuzz the shaping of OpenType fonts alone: metrics come from FreeType, which has the font's hinting. Without
+    # the rest, and optimized no further, its one source compiles in 14 seconds instead of 40.
+    build_library harfbuzz -DBUILD_SHARED_LIBS=OFF -DHB_BUILD_SUBSET=OFF -DCMAKE_INSTALL_INCLUDEDIR=include \
+        "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG -DHB_LEAN -DHB_NO_AAT -DHB_NO_OT_FONT"
     # Debian's packaging hands the version in; 0.0.0 means "no tag", and then the library takes its own. Which regular
     # expressions there are is told, as finding out would mean running a probe on the target.
     build_library benchmark -DBUILD_SHARED_LIBS=OFF -DGIT_VERSION=0.0.0 -DBENCHMARK_ENABLE_TESTING=OFF \

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <afx.h>
+#include "../Framework.h"
 
 #include <cstddef>
 

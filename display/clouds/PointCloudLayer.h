@@ -1,10 +1,9 @@
 #pragma once
 
 #include "../Export.h"
+#include "../Framework.h"
 #include "../pipeline/ShaderData.h"
 #include "PointCloudReader.h"
-
-#include <afx.h>
 
 #include <functional>
 #include <memory>

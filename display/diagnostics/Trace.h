@@ -8,6 +8,9 @@ class logger;
 
 namespace KTR {
 
+/// The host's logger, or null.
+std::shared_ptr<spdlog::logger> FindLogger();
+
 /// The way to the trace, for the length of one operation: the host's logger is looked up when the first label comes,
 /// and once. Any thread.
 class Trace {

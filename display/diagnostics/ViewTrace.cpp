@@ -1,5 +1,7 @@
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 #include "../view/OpenGLView.h"
+#include "DebugNames.h"
 #include "Trace.h"
 
 #include <GL/glu.h>
@@ -10,14 +12,16 @@
 namespace KTR {
 
 void COpenGLView::RegisterLogger(std::shared_ptr<spdlog::logger> logger) {
-    if (!logger || spdlog::get(logger->name())) {
-        return;
-    }
-    try {
-        spdlog::register_logger(std::move(logger));
-    } catch (const spdlog::spdlog_ex&) {
-        // Another thread took the name in between; its logger stands.
-    }
+    // Where another thread takes the name in between, this throws, and that one's logger stands.
+    AtTheBorder([&logger] {
+        if (logger && !spdlog::get(logger->name())) {
+            spdlog::register_logger(std::move(logger));
+        }
+    });
+}
+
+void COpenGLView::SetDebugNames(bool on) {
+    WantDebugNames(on);
 }
 
 void COpenGLView::outputGlError(const wchar_t* label) const {

@@ -19,7 +19,7 @@ constexpr GLint kFixedUnits = 3;
 
 GLint FixedUnitsOf(const GLCalls& gl) {
     GLint units = 1;
-    if (gl.Has(&GLEntryPoints::glClientActiveTexture)) {
+    if (gl.Has(&GLEntryPoints::glActiveTexture) && gl.Has(&GLEntryPoints::glClientActiveTexture)) {
         gl.glGetIntegerv(GL_MAX_TEXTURE_UNITS, &units);
     }
     return units;

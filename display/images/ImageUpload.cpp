@@ -1,13 +1,14 @@
 #include "ImageUpload.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "ImageLevels.h"
 
 #include <GL/glext.h>
 
 #include <algorithm>
-#include <exception>
 
 namespace KTR {
 
@@ -160,7 +161,8 @@ long MakeSmallerLevels(const ImageRows& rows, unsigned int filter, std::vector<I
             levels = SmallerLevels(rows);
         }
         return S_OK;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -191,7 +193,8 @@ long RefreshSmallerLevels(const GLCalls& gl, unsigned int changedFormat, bool pr
         }
         const std::vector<ImageLevel> levels = SmallerLevels({format, width, height, width, 1, pixels.data()});
         return FillSmallerLevels(gl, levels, format, kept) ? S_OK : E_OUTOFMEMORY;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -238,6 +241,7 @@ long UploadImage(COpenGLView& view, const ImageRows& rows, unsigned int textureU
     if (done && programs) {
         sampler = sampler != 0 ? sampler : newSampler;
         SetUpSampler(gl, sampler, filter);
+        NameObject(gl, GL_SAMPLER, sampler, "image");
         gl.glBindSampler(textureUnit - GL_TEXTURE0, sampler);
     }
     if (hasUnits && textureUnit != GL_TEXTURE0) {
@@ -247,6 +251,9 @@ long UploadImage(COpenGLView& view, const ImageRows& rows, unsigned int textureU
         unsigned int newTexture = texture == 0 ? filled : 0;
         view.DeleteTextureAndSamplerNames(newTexture, newSampler);
         return E_OUTOFMEMORY;
+    }
+    if (texture == 0) {
+        NameObject(gl, GL_TEXTURE, filled, "image");
     }
     texture = filled;
     return S_OK;
@@ -273,7 +280,8 @@ long UpdateImage(COpenGLView& view, unsigned int texture, int x, int y, const Im
         // The texture keeps colours that other formats mean as well.
         try {
             rgba = ToRgba(rows);
-        } catch (const std::exception&) {
+        } catch (...) {
+            DropCaught();
             return E_OUTOFMEMORY;
         }
         source = {GL_RGBA, rows.width, rows.height, rows.width, 1, rgba.data()};

@@ -1,11 +1,11 @@
 #include "RasterLayer.h"
 
+#include "../platform/Border.h"
 #include "../values/GLTypes.h"
 #include "ImageLevels.h"
 #include "RasterTiling.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 namespace KTR {
@@ -59,7 +59,8 @@ template <typename Sample, typename Halve> GLRasterReader MakeReader(int width, 
             return known ? CopyWindow((*levels)[static_cast<std::size_t>(window.level)], channels, window, target)
                          : GLRasterReadFailed;
         };
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return {};
     }
 }

@@ -1,5 +1,6 @@
 #include "RasterLayer.h"
 
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "DataColors.h"
 #include "DrawingStateScope.h"
@@ -13,7 +14,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <exception>
 #include <map>
 #include <optional>
 #include <set>
@@ -429,7 +429,8 @@ long DrawLayers(COpenGLView& view, RasterLayerState& firstLayer, RasterLayerStat
 CRasterLayer::CRasterLayer(const GLRasterDescription& description, GLRasterReader reader) {
     try {
         m_state = std::make_unique<RasterLayerState>(description, std::move(reader));
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         m_state.reset();
     }
 }
@@ -450,7 +451,8 @@ long CRasterLayer::Draw(COpenGLView& view, double z) {
     }
     try {
         return DrawLayer(view, *m_state, z);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -468,7 +470,8 @@ long CRasterLayer::DrawFused(COpenGLView& view, CRasterLayer& second, GLFusionMo
     try {
         return amount > 0.0 ? DrawLayers(view, *m_state, *second.m_state, mode, std::min(amount, 1.0), z)
                             : DrawLayer(view, *m_state, z);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -488,7 +491,8 @@ void CRasterLayer::SetStyle(const GLDataStyle& style) {
         m_state->description.style = std::move(copy);
         m_state->colors.reset();
         Forget();
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         // Without memory for it the colours stay.
     }
 }
@@ -517,7 +521,8 @@ void CRasterLayer::DeleteTiles(COpenGLView& view) {
         for (const std::wstring& name : names) {
             view.DeleteTextureFromCache(name.c_str());
         }
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         // They go when they are the oldest.
     }
 }

@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
 #include "../pipeline/TextureUnit.h"
 #include "../view/ViewAccess.h"
@@ -88,6 +89,8 @@ void FreeBackingStore(COpenGLView& view) {
 long SaveFrame(COpenGLView& view, int x, int y, int width, int height) {
     const GLRenderingContextRecord& record = ViewAccess::CurrentRecord(view);
     const bool programs = view.DrawsWithPrograms();
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    const DebugGroup group(gl, "SaveBackingStore");
     BackingStore& store = ViewAccess::Store(view);
     BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
     frame.context = nullptr;
@@ -320,6 +323,8 @@ void COpenGLView::RestoreBackingStore(unsigned int format, unsigned long sizeInB
                                       int windowHeight, bool clear, bool depth, bool frontBuffer) {
     outputGlError(L"RestoreBackingStore");
     if (ViewAccess::HasCurrentContext(*this)) {
+        const GLCalls gl = CurrentGL();
+        const DebugGroup group(gl, "RestoreBackingStore");
         DrawingStateScope state(*this, DrawnThing::Frame);
         const bool programs = DrawsWithPrograms();
         const bool onlyFront = m_currentContext == GLContextLegacy || !GetDoubleBufferSetting(m_currentContext);
@@ -362,6 +367,8 @@ bool RestoreStoredParts(COpenGLView& view, const std::vector<StoredPart>& parts,
     if (!CanRestoreParts(view)) {
         return false;
     }
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    const DebugGroup group(gl, "RestoreBackingStore");
     const BackingStoreFrame& frame = ViewAccess::StoredFrame(view);
     std::vector<FramePart> framed;
     framed.reserve(parts.size());

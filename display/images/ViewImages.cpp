@@ -1,5 +1,7 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 
 #include "ImageDrawing.h"
@@ -11,7 +13,6 @@
 #include <GL/glext.h>
 
 #include <algorithm>
-#include <exception>
 #include <span>
 
 namespace KTR {
@@ -43,7 +44,8 @@ long LoadTile(COpenGLView& view, unsigned int textureUnit, const ImageRows& imag
             tile = {tile.format, PowerOfTwoFor(width), PowerOfTwoFor(height), PowerOfTwoFor(width), 1, padded.data()};
         }
         return UploadImage(view, tile, textureUnit, filter, texture, sampler);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -91,7 +93,8 @@ long DrawTiles(COpenGLView& view, const ImageRows& image, double modelWidth, dou
                 }
             }
         }
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         result = E_OUTOFMEMORY;
     }
     view.DeleteTextureAndSamplerNames(texture, sampler);
@@ -155,6 +158,8 @@ long COpenGLView::DrawTexturedQuadrilaterals(const TexturedQuadrilateral* quadri
     if (!ViewAccess::HasCurrentContext(*this)) {
         return E_FAIL;
     }
+    const GLCalls gl = CurrentGL();
+    const DebugGroup group(gl, "DrawTexturedQuadrilaterals");
     const glm::dvec3 origin = OriginInView(*this, all.front().corners[0]);
     const TexturedQuadrilateral* before = &all.front();
     const ImageDrawing drawing(*this, origin, before->texture, before->sampler);

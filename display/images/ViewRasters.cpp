@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "FusedQuadrilateral.h"
 #include "ImageDrawing.h"
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 
 namespace KTR {
 
@@ -44,7 +44,8 @@ long COpenGLView::LoadDataRaster(unsigned int type, int width, int height, int r
         m_rasters->colors.Convert(rows, rgba.get());
         return UploadImage(*this, {GL_RGBA, width, height, width, 1, rgba.get()}, GL_TEXTURE0, filter, texture,
                            sampler);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -64,7 +65,8 @@ long COpenGLView::UpdateGLImage(unsigned int texture, unsigned int format, int x
     try {
         const TreatedImage treated(CurrentRecord().attributes, image, 0, 0, width, height);
         return UpdateImage(*this, texture, x, y, treated.Rows());
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }

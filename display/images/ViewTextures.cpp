@@ -1,8 +1,8 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -62,7 +62,8 @@ void DeleteNamesOf(COpenGLView& view, const GLTextureObject& entry) {
     if (texture != 0) {
         try {
             g_waitingTextures.push_back({texture, entry.shareGroup});
-        } catch (const std::exception&) {
+        } catch (...) {
+            DropCaught();
             texture = 0; // Without memory for its name it goes with its share group.
         }
     }

@@ -24,7 +24,8 @@ OverlayScope::OverlayScope(COpenGLView& view)
       m_matrixStacks(ViewAccess::CurrentRecord(view).matrixStacks),
       m_attributeStack(ViewAccess::CurrentRecord(view).attributeStack), m_textRuns(ViewAccess::Text(view).setups.count),
       m_sharedDepth(ViewAccess::Batch(view).sharedDepth), m_textScale(ViewAccess::CurrentRecord(view).textScale),
-      m_offset{ViewAccess::CurrentRecord(view).coordinateOffsetX, ViewAccess::CurrentRecord(view).coordinateOffsetY},
+      m_textLook(ViewAccess::Text(view).look), m_offset{ViewAccess::CurrentRecord(view).coordinateOffsetX,
+                                                        ViewAccess::CurrentRecord(view).coordinateOffsetY},
       m_camera(ViewAccess::CurrentRecord(view).camera), m_loadedView(ViewAccess::CurrentRecord(view).loadedView),
       m_shaderTexture(ViewAccess::Textures(view).shaderTexture),
       m_shaderSampler(ViewAccess::Textures(view).shaderSampler) {
@@ -75,6 +76,7 @@ OverlayScope::~OverlayScope() {
     record.attributePushDepth = m_depths[2];
     record.textMatrixPushDepth = m_depths[3];
     record.textScale = m_textScale;
+    ViewAccess::Text(m_view).look = m_textLook;
     record.coordinateOffsetX = m_offset.x;
     record.coordinateOffsetY = m_offset.y;
     record.camera = m_camera;

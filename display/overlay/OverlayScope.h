@@ -35,6 +35,7 @@ private:
     int m_textRuns;
     int m_sharedDepth;
     double m_textScale;
+    TextLook m_textLook;
     PointXY m_offset;
     ViewCamera m_camera;
     decltype(GLRenderingContextRecord::loadedView) m_loadedView;

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../images/BackingStore.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "OverlayScope.h"
 
@@ -33,7 +34,9 @@ void StartFrame(COpenGLView& view, HostFrame frame) {
     state.isInBack = false;
     if (frame != HostFrame::None) {
         view.GetWindowDimensions(state.width, state.height);
-        state.covered.Resize(state.width, state.height);
+        if (!AtTheBorder([&state] { state.covered.Resize(state.width, state.height); })) {
+            state.frame = HostFrame::None; // no overlay can be drawn over it
+        }
     }
 }
 
@@ -140,7 +143,9 @@ void ForgetFrame(COpenGLView& view) {
     state.isInBack = false;
 }
 
-long StoreHostFrame(COpenGLView& view) {
+namespace {
+
+long StoreFrame(COpenGLView& view) {
     OverlayState& state = ViewAccess::Overlays(view);
     if (!view.MakeCurrent(GLContextMain)) {
         return E_FAIL;
@@ -169,7 +174,7 @@ long StoreHostFrame(COpenGLView& view) {
     return S_OK;
 }
 
-long ComposeOverlays(COpenGLView& view) {
+long Compose(COpenGLView& view) {
     const long stored = StoreHostFrame(view);
     if (stored != S_OK) {
         return stored;
@@ -198,7 +203,7 @@ long ComposeOverlays(COpenGLView& view) {
     return drawn ? S_OK : E_FAIL;
 }
 
-long KeepRubberBand(COpenGLView& view) {
+long KeepBand(COpenGLView& view) {
     const long stored = StoreHostFrame(view);
     if (stored != S_OK) {
         return stored;
@@ -224,6 +229,29 @@ long KeepRubberBand(COpenGLView& view) {
     return result == S_OK ? ComposeOverlays(view) : result;
 }
 
+/// Without memory for its notes nobody knows what the buffers hold.
+template <typename Operation> long ForgetFrameWithoutMemory(COpenGLView& view, Operation operation) {
+    long result = E_OUTOFMEMORY;
+    if (!AtTheBorder([&] { result = operation(view); })) {
+        ForgetFrame(view);
+    }
+    return result;
+}
+
+} // namespace
+
+long StoreHostFrame(COpenGLView& view) {
+    return ForgetFrameWithoutMemory(view, StoreFrame);
+}
+
+long ComposeOverlays(COpenGLView& view) {
+    return ForgetFrameWithoutMemory(view, Compose);
+}
+
+long KeepRubberBand(COpenGLView& view) {
+    return ForgetFrameWithoutMemory(view, KeepBand);
+}
+
 bool COpenGLView::NeedsRedraw() const {
     const bool wanted = m_overlays.band.IsActive() || !m_overlays.covered.IsEmpty();
     return wanted && !HasHostFrame(*this);
@@ -233,12 +261,14 @@ int COpenGLView::AddOverlay(GLOverlayFunction draw, void* context, int order) {
     if (!draw) {
         return 0;
     }
-    const Overlay overlay{++m_overlays.lastNumber, order, draw, context};
-    std::vector<Overlay>& overlays = m_overlays.overlays;
-    const auto behind = std::upper_bound(overlays.begin(), overlays.end(), order,
-                                         [](int wanted, const Overlay& other) { return wanted < other.order; });
-    overlays.insert(behind, overlay);
-    return overlay.number;
+    return AtTheBorder(0, [&] {
+        const Overlay overlay{++m_overlays.lastNumber, order, draw, context};
+        std::vector<Overlay>& overlays = m_overlays.overlays;
+        const auto behind = std::upper_bound(overlays.begin(), overlays.end(), order,
+                                             [](int wanted, const Overlay& other) { return wanted < other.order; });
+        overlays.insert(behind, overlay);
+        return overlay.number;
+    });
 }
 
 bool COpenGLView::RemoveOverlay(int overlay) {

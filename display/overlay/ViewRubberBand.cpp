@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/Border.h"
 #include "../shapes/ShapeStyles.h"
 #include "ClientDrawing.h"
 
@@ -93,8 +94,8 @@ long COpenGLView::BeginRubberBand(GLRubberBandTypes type, double clientX, double
     }
     // The frame is stored before the first move, so that that one is quick.
     const long stored = StoreHostFrame(*this);
-    if (stored == S_OK) {
-        m_overlays.band.Begin(type, {clientX, clientY});
+    if (stored == S_OK && !AtTheBorder([&] { m_overlays.band.Begin(type, {clientX, clientY}); })) {
+        return E_OUTOFMEMORY;
     }
     return stored;
 }
@@ -117,7 +118,9 @@ long COpenGLView::AddRubberBandPoint(double clientX, double clientY) {
     if (!m_overlays.band.IsActive()) {
         return S_FALSE;
     }
-    m_overlays.band.AddPoint({clientX, clientY});
+    if (!AtTheBorder([&] { m_overlays.band.AddPoint({clientX, clientY}); })) {
+        return E_OUTOFMEMORY;
+    }
     return ComposeOverlays(*this);
 }
 

@@ -1,8 +1,8 @@
 #include "GeometryFilling.h"
 
+#include "../platform/Border.h"
 #include "VertexBatch.h"
 
-#include <exception>
 #include <limits>
 
 namespace KTR {
@@ -46,7 +46,8 @@ template <typename Value> void GiveBackRoom(std::vector<Value>& values) {
     if (values.capacity() - values.size() > values.size() / 4) {
         try {
             values.shrink_to_fit();
-        } catch (const std::exception&) {
+        } catch (...) {
+            DropCaught();
             // Then it stays.
         }
     }
@@ -90,7 +91,8 @@ void GeometryFilling::Add(const VertexBatchState& batch) {
     m_target->mode = mode;
     try {
         AddSeparate(batch);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         Fail(E_OUTOFMEMORY);
         return;
     }
@@ -172,7 +174,8 @@ void GeometryFilling::CloseStrip() {
         }
         m_target->chainFirsts.push_back(static_cast<GLint>(m_batchFirst));
         m_target->chainCounts.push_back(static_cast<GLsizei>(records.size() - m_batchFirst));
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         Fail(E_OUTOFMEMORY);
     }
 }

@@ -1,9 +1,9 @@
 #include "KeptGeometry.h"
 
+#include "../platform/Border.h"
 #include "KeptRecords.h"
 
 #include <algorithm>
-#include <exception>
 #include <new>
 #include <utility>
 
@@ -72,7 +72,8 @@ long GLGeometry::Reserve(int count) {
     }
     try {
         kept->records.reserve(static_cast<std::size_t>(count));
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
     return S_OK;

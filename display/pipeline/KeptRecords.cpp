@@ -1,5 +1,6 @@
 #include "KeptRecords.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../platform/ContextLifecycle.h"
 #include "../platform/GLCalls.h"
 #include "../platform/ShareGroup.h"
@@ -93,6 +94,7 @@ bool KeptRecords::FillBuffer(const GLCalls& gl) {
         return false;
     }
     const FilledBuffer bound(gl, m_buffer);
+    NameObject(gl, GL_BUFFER, m_buffer, "geometry");
     const GLsizeiptr bytes = BytesOf(records.size());
     gl.glBufferData(GL_COPY_WRITE_BUFFER, bytes, records.data(), GL_STATIC_DRAW);
     // NOTE: a driver that has no room leaves the buffer as it was. Asking for its size afterwards tells so without

@@ -1,5 +1,7 @@
 #include "ProgramBinding.h"
 
+#include "../diagnostics/DebugNames.h"
+#include "../platform/Border.h"
 #include "../values/LightDirection.h"
 #include "../view/ViewAccess.h"
 #include "ClientState.h"
@@ -14,7 +16,6 @@
 #include <glm/gtc/matrix_inverse.hpp>
 
 #include <atomic>
-#include <exception>
 
 namespace KTR {
 
@@ -66,7 +67,8 @@ unsigned int* VertexArrayOf(ContextObjects& objects, const ShaderSet& set, const
     }
     try {
         return &objects.hostVertexArrays.emplace_back(ContextObjects::HostVertexArray{data.program, 0}).vertexArray;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return nullptr;
     }
 }
@@ -86,6 +88,10 @@ void GatherUniforms(COpenGLView& view, GLRenderingContextTypes context, ProgramU
     uniforms.currentColor = FloatColor(attributes.currentColor, alpha);
     uniforms.textColor =
         FloatColor(attributes.currentColor, alpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
+    const TextLook& look = ViewAccess::Text(view).look;
+    const float haloAlpha = look.HasHalo() ? static_cast<float>(look.haloColor.a) * kByteToFloat : 0.0F;
+    uniforms.haloColor =
+        FloatColor(look.haloColor, haloAlpha * static_cast<float>(attributes.textTransparency) * kByteToFloat);
 }
 
 /// State of the context, not of the program, that the program `type` draws wrong without.
@@ -170,15 +176,23 @@ bool BindVertexStorage(const GLCalls& gl, ContextObjects& objects, ShaderData& d
     if (!vertexArray) {
         return false;
     }
-    if (*vertexArray == 0) {
+    const bool isNewArray = *vertexArray == 0;
+    if (isNewArray) {
         gl.glGenVertexArrays(1, vertexArray);
     }
     objects.programStateBound = true;
     gl.glBindVertexArray(*vertexArray);
-    if (vbo.vertexBuffer == 0) {
+    if (isNewArray) {
+        NameObject(gl, GL_VERTEX_ARRAY, *vertexArray, "vertex array");
+    }
+    const bool isNewBuffer = vbo.vertexBuffer == 0;
+    if (isNewBuffer) {
         gl.glGenBuffers(1, &vbo.vertexBuffer);
     }
     gl.glBindBuffer(GL_ARRAY_BUFFER, vbo.vertexBuffer);
+    if (isNewBuffer) {
+        NameObject(gl, GL_BUFFER, vbo.vertexBuffer, "vertices");
+    }
     for (const VertexAttribute& attribute : kVertexAttributes) {
         gl.glEnableVertexAttribArray(attribute.location);
         gl.glVertexAttribFormat(attribute.location, attribute.components, attribute.type, attribute.normalized,

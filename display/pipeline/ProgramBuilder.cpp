@@ -1,5 +1,7 @@
 #include "ProgramBuilder.h"
 
+#include "../diagnostics/DebugNames.h"
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 #include "../platform/Notice.h"
 #include "ShaderFiles.h"
@@ -8,6 +10,7 @@
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <cwchar>
 #include <exception>
 #include <memory>
 #include <new>
@@ -18,6 +21,8 @@
 namespace KTR {
 
 namespace {
+
+constexpr std::size_t kFailureCapacity = 512;
 
 /// One stage of a program while it is built: its file, the source read from it and where its GL name goes.
 struct Stage {
@@ -52,7 +57,7 @@ long Define(const char* name, Stage& stage) {
 long LoadSource(const wchar_t* folder, const char* define, Stage& stage) {
     char* source = nullptr;
     unsigned long length = 0;
-    const long result = LoadShader(folder, stage.file, &source, &length);
+    const long result = ReadShaderSource(folder, stage.file, &source, &length);
     stage.source.reset(source);
     return result == S_OK && define ? Define(define, stage) : result;
 }
@@ -75,6 +80,17 @@ bool CompileShader(const GLCalls& gl, unsigned int kind, const char* source, uns
     return compiled == GL_TRUE;
 }
 
+/// Shaders that were compiled before a failure belong to no program and would never be deleted.
+void DeleteCompiledShaders(const GLCalls& gl, ShaderData& data) {
+    for (unsigned int* shader : {&data.fragmentShader, &data.vertexShader, &data.tessControlShader,
+                                 &data.tessEvaluationShader, &data.geometryShader, &data.computeShader}) {
+        if (*shader != 0) {
+            gl.As(L"BuildShader glDeleteShader: ").glDeleteShader(*shader);
+            *shader = 0;
+        }
+    }
+}
+
 /// Location of a vertex input, -1 when the program does not read it.
 int AttributeLocation(const GLCalls& gl, unsigned int program, const char* name) {
     // NOTE: the table of entry points has no glGetAttribLocation; the newer question answers the same.
@@ -86,6 +102,7 @@ int AttributeLocation(const GLCalls& gl, unsigned int program, const char* name)
 } // namespace
 
 long BuildStockPrograms(const GLCalls& gl, ShaderSet& set, CString& message) {
+    wchar_t failure[kFailureCapacity] = {};
     try {
         CString folder;
         GetShaderFolder(folder);
@@ -103,15 +120,22 @@ long BuildStockPrograms(const GLCalls& gl, ShaderSet& set, CString& message) {
         }
         return S_OK;
     } catch (const std::exception& exception) {
-        message.Format(L"EXCEPTION THROWN BuildStockShaders\nException: %s", Widen(exception.what()).c_str());
+        // It may be memory that is missing, so this takes none.
+        _snwprintf(failure, kFailureCapacity - 1, L"EXCEPTION THROWN BuildStockShaders\nException: %hs",
+                   exception.what());
+    } catch (...) {
+        DropCaught();
+        _snwprintf(failure, kFailureCapacity - 1, L"EXCEPTION THROWN BuildStockShaders\nException: ");
     }
-    SendToDebugger(message);
-    ShowMessageBox(nullptr, message, L"ERROR SHADERS", MB_OK);
+    SendToDebugger(failure);
+    AtTheBorder([&failure] { ShowMessageBox(nullptr, failure, L"ERROR SHADERS", MB_OK); });
     return E_FAIL;
 }
 
-long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& files, GLShaderTypes type,
-                  unsigned int drawMode, ShaderData& data) {
+namespace {
+
+long LinkFromFiles(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& files, GLShaderTypes type,
+                   unsigned int drawMode, ShaderData& data) {
     gl.Label(L"BuildShader BEGIN: ");
     DeleteProgram(gl, data.program);
     data = ShaderData{};
@@ -125,15 +149,8 @@ long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& 
         {GL_GEOMETRY_SHADER, files.geometry, data.geometryShader, nullptr},
         {GL_COMPUTE_SHADER, files.compute, data.computeShader, nullptr},
     };
-    // Shaders that were compiled before a failure belong to no program and would never be deleted.
     const auto fail = [&](long result) {
-        for (unsigned int* shader : {&data.fragmentShader, &data.vertexShader, &data.tessControlShader,
-                                     &data.tessEvaluationShader, &data.geometryShader, &data.computeShader}) {
-            if (*shader != 0) {
-                gl.As(L"BuildShader glDeleteShader: ").glDeleteShader(*shader);
-                *shader = 0;
-            }
-        }
+        DeleteCompiledShaders(gl, data);
         return result;
     };
     const auto compile = [&](Stage& stage) {
@@ -195,6 +212,7 @@ long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& 
             gl.glDeleteShader(shader);
         }
     }
+    NameObject(gl, GL_PROGRAM, data.program, "program ", files.vertex);
     data.positionLocation = AttributeLocation(gl, data.program, "in_position");
     data.normalLocation = AttributeLocation(gl, data.program, "in_normal");
     data.textureLocation = AttributeLocation(gl, data.program, "in_texture");
@@ -205,7 +223,23 @@ long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& 
     return S_OK;
 }
 
-void ShowBuildLog(const GLCalls& gl, unsigned int object, const wchar_t* folder, const wchar_t* file, bool isShader) {
+} // namespace
+
+long BuildProgram(const GLCalls& gl, const wchar_t* folder, const ProgramFiles& files, GLShaderTypes type,
+                  unsigned int drawMode, ShaderData& data) {
+    try {
+        return LinkFromFiles(gl, folder, files, type, drawMode, data);
+    } catch (...) {
+        DeleteCompiledShaders(gl, data);
+        DeleteProgram(gl, data.program);
+        throw;
+    }
+}
+
+namespace {
+
+void ComposeBuildLog(const GLCalls& gl, unsigned int object, const wchar_t* folder, const wchar_t* file, bool isShader,
+                     CString& message) {
     GLint length = 0;
     if (isShader) {
         gl.glGetShaderiv(object, GL_INFO_LOG_LENGTH, &length);
@@ -231,14 +265,23 @@ void ShowBuildLog(const GLCalls& gl, unsigned int object, const wchar_t* folder,
         empty.Format(L"Emtpy Error Log or unable to allocate: %ld bytes for log", static_cast<long>(length));
         log = empty.GetString();
     }
-    CString message;
     message.Format(L"OpenGL 4.x Shader File: %s\\%s Failed: Type of Failure: %s.\n", folder, file,
                    isShader ? L"Shader Compilation: " : L"Program Link: ");
     CString logText;
     logText.Format(L"\nERROR LOG:\n%s\n", log.c_str());
     message += logText;
-    SendToDebugger(message);
-    ShowMessageBox(nullptr, message, L"OpenGL Shader Error", MB_OK);
+}
+
+} // namespace
+
+void ShowBuildLog(const GLCalls& gl, unsigned int object, const wchar_t* folder, const wchar_t* file, bool isShader) {
+    CString message;
+    const wchar_t* shown = L"Unable to allocate memory for GLSL Info log.";
+    if (AtTheBorder([&] { ComposeBuildLog(gl, object, folder, file, isShader, message); })) {
+        shown = message.GetString();
+    }
+    SendToDebugger(shown);
+    ShowMessageBox(nullptr, shown, L"OpenGL Shader Error", MB_OK);
 }
 
 void DeleteProgram(const GLCalls& gl, unsigned int& program) {

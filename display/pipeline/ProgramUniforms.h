@@ -22,6 +22,7 @@ struct ProgramUniforms {
     float textureTransparency = 1.0F;
     glm::vec4 currentColor{0.0F};
     glm::vec4 textColor{0.0F};
+    glm::vec4 haloColor{0.0F}; ///< alpha 0 while strings have no halo
 };
 
 } // namespace KTR

@@ -56,6 +56,7 @@ enum StockUniform : int {
     UniformBitmapTexture,
     UniformCurrentColor,
     UniformTextColor,
+    UniformHaloColor,
     UniformFontAtlasTexture,
 };
 

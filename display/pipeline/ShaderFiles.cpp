@@ -1,10 +1,13 @@
 #include "ShaderFiles.h"
 
+#include "../platform/Border.h"
 #include "../platform/Notice.h"
 
-#include <exception>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <ios>
+#include <limits>
 #include <memory>
 #include <new>
 #include <string>
@@ -16,6 +19,8 @@ namespace {
 
 constexpr wchar_t kCaption[] = L"OpenGL Shader Error";
 constexpr DWORD kFolderCapacity = 520;
+/// Two hundred times the largest stock source. What is larger is no shader, and compilers take minutes over it.
+constexpr unsigned long kLargestFile = 1024 * 1024;
 
 /// Everything up to and including the last backslash.
 template <typename Char> std::basic_string<Char> FolderOf(std::basic_string<Char> path) {
@@ -34,7 +39,7 @@ bool IsFolder(const wchar_t* path) {
 
 } // namespace
 
-long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length) {
+long ReadShaderSource(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length) {
     *source = nullptr;
     *length = 0;
     CString path;
@@ -49,6 +54,11 @@ long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsig
     const unsigned long fileLength = GetFileLength(stream);
     if (fileLength == 0) {
         message.Format(L"OpenGL 4.x Shader File: %s empty.", path.GetString());
+        ShowMessageBox(nullptr, message, kCaption, MB_OK);
+        return E_INVALIDARG;
+    }
+    if (fileLength > kLargestFile) {
+        message.Format(L"OpenGL 4.x Shader File: %s is larger than %ld bytes.", path.GetString(), kLargestFile);
         ShowMessageBox(nullptr, message, kCaption, MB_OK);
         return E_INVALIDARG;
     }
@@ -70,6 +80,12 @@ long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsig
     return S_OK;
 }
 
+long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length) {
+    *source = nullptr;
+    *length = 0;
+    return AtTheBorder(long{E_OUTOFMEMORY}, [&] { return ReadShaderSource(folder, file, source, length); });
+}
+
 void UnloadShader(unsigned char** source) {
     delete[] reinterpret_cast<char*>(*source);
     *source = nullptr;
@@ -88,29 +104,40 @@ unsigned long GetFileLength(std::ifstream& stream) {
     stream.seekg(0, std::ios::end);
     const std::ifstream::pos_type end = stream.tellg();
     stream.seekg(position);
-    return end > std::ifstream::pos_type(0) ? static_cast<unsigned long>(end) : 0;
+    constexpr std::streamoff most = std::numeric_limits<unsigned long>::max();
+    return end > std::ifstream::pos_type(0) ? static_cast<unsigned long>(std::min(std::streamoff(end), most)) : 0;
 }
 
 void GetExecutablePath(CString& path) {
-    std::wstring name(MAX_PATH, L'\0');
-    DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
-    while (length == name.size()) {
-        name.resize(name.size() * 2);
-        length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+    const bool found = AtTheBorder([&path] {
+        std::wstring name(MAX_PATH, L'\0');
+        DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        while (length == name.size()) {
+            name.resize(name.size() * 2);
+            length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        }
+        name.resize(length);
+        path = FolderOf(std::move(name)).c_str();
+    });
+    if (!found) {
+        path.Empty();
     }
-    name.resize(length);
-    path = FolderOf(std::move(name)).c_str();
 }
 
 void GetExecutablePathASCII(CStringA& path) {
-    std::string name(MAX_PATH, '\0');
-    DWORD length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
-    while (length == name.size()) {
-        name.resize(name.size() * 2);
-        length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
+    const bool found = AtTheBorder([&path] {
+        std::string name(MAX_PATH, '\0');
+        DWORD length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        while (length == name.size()) {
+            name.resize(name.size() * 2);
+            length = GetModuleFileNameA(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        }
+        name.resize(length);
+        path = FolderOf(std::move(name)).c_str();
+    });
+    if (!found) {
+        path.Empty();
     }
-    name.resize(length);
-    path = FolderOf(std::move(name)).c_str();
 }
 
 void GetCommonFolder(CString& path) {
@@ -122,36 +149,41 @@ void GetCommonFolder(CString& path) {
         GetExecutablePath(path);
         return;
     }
-    path.Format(L"%s\\%s", folder, L"Orrin\\");
+    if (!AtTheBorder([&] { path.Format(L"%s\\%s", folder, L"Orrin\\"); })) {
+        path.Empty();
+    }
 }
 
 long UseShaderFolder(const wchar_t* folder) {
-    try {
-        std::wstring named = folder ? folder : L"";
-        if (!named.empty() && named.back() != L'\\' && named.back() != L'/') {
-            named += L'\\';
+    const bool named = AtTheBorder([folder] {
+        std::wstring path = folder ? folder : L"";
+        if (!path.empty() && path.back() != L'\\' && path.back() != L'/') {
+            path += L'\\';
         }
-        g_shaderFolder = std::move(named);
-        return S_OK;
-    } catch (const std::exception&) {
-        return E_OUTOFMEMORY;
-    }
+        g_shaderFolder = std::move(path);
+    });
+    return named ? S_OK : E_OUTOFMEMORY;
 }
 
 void GetShaderFolder(CString& path) {
-    if (!g_shaderFolder.empty()) {
-        path = g_shaderFolder.c_str();
-        return;
-    }
-    GetCommonFolder(path);
-    if (IsFolder(path)) {
-        return;
-    }
-    CString beside;
-    GetExecutablePath(beside);
-    beside += L"common\\Orrin\\";
-    if (IsFolder(beside)) {
-        path = beside;
+    const bool found = AtTheBorder([&path] {
+        if (!g_shaderFolder.empty()) {
+            path = g_shaderFolder.c_str();
+            return;
+        }
+        GetCommonFolder(path);
+        if (IsFolder(path)) {
+            return;
+        }
+        CString beside;
+        GetExecutablePath(beside);
+        beside += L"common\\Orrin\\";
+        if (IsFolder(beside)) {
+            path = beside;
+        }
+    });
+    if (!found) {
+        path.Empty();
     }
 }
 

@@ -9,8 +9,11 @@ namespace KTR {
 
 /// Reads `folder` + `file` into a new zero-terminated buffer, to be freed with DeleteShaderSource. `length` is the size
 /// of the file in bytes. On failure a message box tells which file, and the outputs are null and 0: E_ACCESSDENIED when
-/// it cannot be opened, E_INVALIDARG when it is empty, E_OUTOFMEMORY.
+/// it cannot be opened, E_INVALIDARG when it is empty or larger than a megabyte, E_OUTOFMEMORY.
 ORRIN_DISPLAY_API long LoadShader(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length);
+
+/// The same for the library itself: what is thrown meanwhile is the caller's to catch.
+long ReadShaderSource(const wchar_t* folder, const wchar_t* file, char** source, unsigned long* length);
 
 /// Both free a buffer of LoadShader and clear the pointer; null is allowed.
 ORRIN_DISPLAY_API void UnloadShader(unsigned char** source);
@@ -18,6 +21,8 @@ ORRIN_DISPLAY_API void DeleteShaderSource(char** source);
 
 /// Size of an open file in bytes. The read position stays where it was.
 ORRIN_DISPLAY_API unsigned long GetFileLength(std::ifstream& stream);
+
+// A path that there is no memory for is empty.
 
 /// The folder of the program, ending with a backslash.
 ORRIN_DISPLAY_API void GetExecutablePath(CString& path);

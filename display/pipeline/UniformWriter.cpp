@@ -35,6 +35,7 @@ constexpr const char* kUniformNames[kStockUniformCount] = {
     "BinaryBitmapTexture",
     "CurrentColor",
     "TextColor",
+    "HaloColor",
     "FontAtlasTexture",
 };
 
@@ -77,6 +78,8 @@ bool AgreeIn(StockUniform uniform, const ProgramUniforms& one, const ProgramUnif
         return one.currentColor == other.currentColor;
     case UniformTextColor:
         return one.textColor == other.textColor;
+    case UniformHaloColor:
+        return one.haloColor == other.haloColor;
     default: // the same always, or matrices and light
         return true;
     }
@@ -138,6 +141,10 @@ void UniformWriter::WriteStockUniform(StockUniform uniform, const ProgramUniform
     }
     case UniformTextColor: {
         const glm::vec4& color = uniforms.textColor;
+        return WriteVector4(location, color.x, color.y, color.z, color.w);
+    }
+    case UniformHaloColor: {
+        const glm::vec4& color = uniforms.haloColor;
         return WriteVector4(location, color.x, color.y, color.z, color.w);
     }
     default: // matrices and light, which are written before, and what one operation sets for itself

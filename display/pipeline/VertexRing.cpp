@@ -1,5 +1,6 @@
 #include "VertexRing.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../platform/GLCalls.h"
 
 #include <GL/glext.h>
@@ -33,11 +34,15 @@ void PlaceFence(const GLCalls& gl, GLsync& fence) {
         gl.glDeleteSync(fence);
     }
     fence = gl.glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    if (!fence) {
+        // Nothing would tell when the GPU is done with what it reads, and that would be written over.
+        gl.glFinish();
+    }
     gl.As(L"LockGPUBuffer: END").glFlush();
 }
 
 unsigned long long WaitForFence(const GLCalls& gl, GLsync fence) {
-    if (!fence) {
+    if (!fence || !gl.Has(&GLEntryPoints::glClientWaitSync)) {
         return 0;
     }
     unsigned long long questions = 0;
@@ -56,12 +61,14 @@ bool VertexRing::Create(const GLCalls& gl) {
     }
     m_buffers.mappedVertices = static_cast<GLDrawGeometry*>(MapStorage(gl, GL_ARRAY_BUFFER, kRingVertexBytes));
     m_buffers.currentSegment = 0;
-    if (!m_buffers.mappedVertices) {
+    m_refused = !m_buffers.mappedVertices;
+    if (m_refused) {
         gl.glDeleteBuffers(1, &m_buffers.vertexBuffer);
         m_buffers.vertexBuffer = 0;
         return false;
     }
     m_buffers.vertexBytes = kRingVertexBytes;
+    NameObject(gl, GL_BUFFER, m_buffers.vertexBuffer, "ring of vertices");
     NumberSegments(m_buffers);
     m_turn = NextTurn();
     return true;
@@ -76,12 +83,14 @@ bool VertexRing::CreateIndices(const GLCalls& gl) {
         return true;
     }
     m_buffers.mappedIndices = static_cast<unsigned int*>(MapStorage(gl, GL_ELEMENT_ARRAY_BUFFER, kRingIndexBytes));
-    if (!m_buffers.mappedIndices) {
+    m_refused = !m_buffers.mappedIndices;
+    if (m_refused) {
         gl.glDeleteBuffers(1, &m_buffers.indexBuffer);
         m_buffers.indexBuffer = 0;
         return false;
     }
     m_buffers.indexBytes = kRingIndexBytes;
+    NameObject(gl, GL_BUFFER, m_buffers.indexBuffer, "ring of indices");
     return true;
 }
 

@@ -6,7 +6,8 @@ namespace KTR {
 
 class GLCalls;
 
-/// Puts a fence behind everything drawn so far; an old fence is deleted.
+/// Puts a fence behind everything drawn so far; an old fence is deleted. Where the driver gives none, the GPU has done
+/// all that on return.
 void PlaceFence(const GLCalls& gl, GLsync& fence);
 /// Waits until the GPU has passed the fence; null does not wait. Returns how often it had to ask. The context, or one
 /// of its share group, must be current: without one no question is answered, and this would never end.
@@ -28,6 +29,8 @@ public:
     /// Gives the buffer that is bound to GL_ARRAY_BUFFER its storage, if it has none. False when the driver has none;
     /// the buffer is deleted then, since its storage is settled for good.
     bool Create(const GLCalls& gl);
+    /// Whether the driver had none when it was asked last.
+    bool WasRefused() const { return m_refused; }
     /// The same for indices; the buffer is made and bound to GL_ELEMENT_ARRAY_BUFFER.
     bool CreateIndices(const GLCalls& gl);
 
@@ -66,6 +69,7 @@ private:
     int m_used = 0;            ///< records of the current segment that draws read which share it
     bool m_lacksFence = false; ///< some of those draws have no fence behind them
     unsigned long long m_turn = 0;
+    bool m_refused = false;
 };
 
 } // namespace KTR

@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../platform/GLCalls.h"
 #include "../scene/ViewLight.h"
 #include "../shapes/ShapeDrawing.h"
@@ -286,6 +287,7 @@ void COpenGLView::DrawBatch(int count) {
         if (m_batch.ringOnlyCount > 0) {
             return; // they went into another context's ring
         }
+        const DebugGroup group(gl, "batch");
         gl.As(L"glDrawElements: AFTER:")
             .glDrawElements(m_batch.batchPrimitiveMode, count, GL_UNSIGNED_INT, m_batch.batchIndexPointer);
         return;
@@ -303,6 +305,7 @@ void COpenGLView::DrawBatch(int count) {
     if (m_batch.ringOnlyCount > m_batch.writtenCount) {
         return; // the segment went on without them
     }
+    const DebugGroup group(gl, "batch");
     // A triangle that starts at the last record reaches two records past a segment. What does not fit goes into the
     // next one, at the end of a whole primitive; only the chains need the vertex between them twice. What stands in
     // this segment only is drawn from it.

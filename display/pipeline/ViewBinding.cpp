@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../platform/GLCalls.h"
+#include "../platform/Notice.h"
 #include "../scene/SceneRelease.h"
 #include "../scene/ViewLight.h"
 #include "../text/FontTextures.h"
@@ -66,8 +67,15 @@ long COpenGLView::BindVAOAndVBOBufferData(ShaderData& data) {
     ContextObjects& objects = CurrentObjects();
     VertexRing& ring = objects.ring;
     const GLCalls gl = CallGL();
-    if (!BindVertexStorage(gl, objects, data, ring.Buffers()) || !ring.Create(gl) ||
-        (!m_batch.drawArraysOnly && !ring.CreateIndices(gl))) {
+    if (!BindVertexStorage(gl, objects, data, ring.Buffers())) {
+        return E_OUTOFMEMORY;
+    }
+    const bool told = ring.WasRefused();
+    if (!ring.Create(gl) || (!m_batch.drawArraysOnly && !ring.CreateIndices(gl))) {
+        if (!told) {
+            SendToDebugger(L"OrrinDisplay: the driver refuses memory for vertices. Nothing is drawn until it has some; "
+                           L"GetDrawingState tells.\n");
+        }
         return E_OUTOFMEMORY;
     }
     m_batch.batchVertexPointer = m_batchStorage.batchVertices;

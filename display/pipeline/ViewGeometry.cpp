@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../platform/GLCalls.h"
 #include "../scene/ViewLight.h"
 #include "../text/MatrixScope.h"
@@ -233,6 +234,8 @@ long COpenGLView::DrawGeometry(const GLGeometry& geometry, int first, int count)
     if (count == 0) {
         return S_OK;
     }
+    const GLCalls gl = CurrentGL();
+    const DebugGroup group(gl, "DrawGeometry");
     const GLRenderingContextRecord& record = CurrentRecord();
     const glm::dvec3 shift(kept->origin.x - record.coordinateOffsetX, kept->origin.y - record.coordinateOffsetY,
                            kept->origin.z);

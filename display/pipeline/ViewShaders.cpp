@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 #include "ProgramBuilder.h"
 
@@ -14,12 +15,13 @@ long COpenGLView::BuildShader(const wchar_t* folder, const wchar_t* vertexFile, 
                               const wchar_t* geometryFile, const wchar_t* computeFile, GLShaderTypes type,
                               unsigned int drawMode, ShaderData& data) {
     const ProgramFiles files{vertexFile, fragmentFile, tessControlFile, tessEvaluationFile, geometryFile, computeFile};
-    return BuildProgram(CallGL(), folder, files, type, drawMode, data);
+    return AtTheBorder(long{E_OUTOFMEMORY},
+                       [&] { return BuildProgram(CallGL(), folder, files, type, drawMode, data); });
 }
 
 void COpenGLView::DisplayShaderErrorLogMessage(unsigned int& object, const wchar_t* folder, const wchar_t* file,
                                                bool isShader) {
-    ShowBuildLog(CallGL(), object, folder, file, isShader);
+    AtTheBorder([&] { ShowBuildLog(CallGL(), object, folder, file, isShader); });
 }
 
 void COpenGLView::DeleteShaderProgram(unsigned int& program) {

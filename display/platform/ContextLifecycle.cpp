@@ -6,14 +6,16 @@
 #include "../scene/SceneRelease.h"
 #include "../shapes/ShapeDrawing.h"
 #include "../text/FontTextures.h"
+#include "../text/ListHalo.h"
+#include "../text/SheetTextures.h"
 #include "../view/ViewAccess.h"
+#include "Border.h"
 #include "CriticalSectionLock.h"
 #include "ShareGroup.h"
 
 #include <GL/wglext.h>
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 namespace KTR {
@@ -60,7 +62,8 @@ void LeaveBehind(COpenGLView& view, ContextObjects& objects, bool withBackingSto
             leave(names.samplers, frame.colorSampler);
             leave(names.samplers, frame.depthSampler);
         }
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         // Without memory for their names they go with the group.
     }
     objects.ring = {};
@@ -78,7 +81,8 @@ void LeaveStockPrograms(COpenGLView& view, HGLRC context, bool contextIsCurrent)
         return;
     }
     // Also where the process draws with fixed functions by now: the programs are there all the same.
-    const bool mayDelete = contextIsCurrent && !ViewAccess::CurrentRecord(view).fixedFunctionOnly;
+    const GLRenderingContextRecord& record = ViewAccess::CurrentRecord(view);
+    const bool mayDelete = contextIsCurrent && !record.fixedFunctionOnly && !record.lacksProgramFunctions;
     if (mayDelete) {
         ViewAccess::CallGL(view).glUseProgram(0);
         view.DeleteTexturesAndSamplers();
@@ -130,7 +134,8 @@ bool HoldContext(COpenGLView& view, GLRenderingContextTypes type, HGLRC context)
     if (record.renderingContext && record.objects.HoldsNames()) {
         try {
             ViewAccess::Parked(view).push_back({record.renderingContext, std::move(record.objects)});
-        } catch (const std::exception&) {
+        } catch (...) {
+            DropCaught();
             return false;
         }
     }
@@ -205,6 +210,7 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
         if (released) {
             view.DeleteAttributeBuffers();
             DeleteBackingStoreTextures(view);
+            DeleteHaloLists(view);
         }
         LeaveStockPrograms(view, record.renderingContext, released);
         ViewAccess::SelectRecord(view, previousType);
@@ -234,7 +240,8 @@ void ReleaseObjectsOfContext(COpenGLView& view, GLRenderingContextTypes type) {
 }
 
 void DeleteLeftBehind(COpenGLView& view) {
-    if (ViewAccess::CurrentRecord(view).fixedFunctionOnly || !ViewAccess::HasCurrentContext(view)) {
+    const GLRenderingContextRecord& record = ViewAccess::CurrentRecord(view);
+    if (record.fixedFunctionOnly || record.lacksProgramFunctions || !ViewAccess::HasCurrentContext(view)) {
         return;
     }
     const SharedNames names = ShareGroup::TakeLeftBehind();
@@ -268,6 +275,7 @@ int EndContext(COpenGLView& view, HGLRC context) {
         ForgetTextureGroup(nullptr);
     }
     ForgetTextureGroup(context);
+    ForgetSheetTextures(context);
     const int result = wglDeleteContext(context);
     for (const GLRenderingContextTypes type : {GLContextMain, GLContextLegacy}) {
         GLRenderingContextRecord& record = ViewAccess::Record(view, type);

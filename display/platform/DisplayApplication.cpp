@@ -19,7 +19,7 @@ int CVRNDISPLAY::ExitInstance() {
 namespace {
 
 /// MFC's entry point of a DLL finds it by itself.
-KTR::CVRNDISPLAY g_application;
+[[maybe_unused]] KTR::CVRNDISPLAY g_application;
 
 } // namespace
 #endif

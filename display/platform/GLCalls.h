@@ -10,7 +10,8 @@ namespace KTR {
 /// OpenGL as the library calls it: `gl.glEnable(GL_BLEND)` calls the function and writes "glEnable: END" to the trace
 /// behind it, so that no call goes without its label. Questions (glGet..., glIs...) have none.
 ///
-/// Made for one operation from the functions of the context that is current during it; cheap to make.
+/// Made for one operation from the functions of the context that is current during it; cheap to make. A function that
+/// the driver lacks is passed over and gives 0, so that no host goes down with it; who can do without one asks Has.
 class GLCalls {
 public:
     explicit GLCalls(const COrrinGLCement& functions) : m_functions(&functions) {}
@@ -35,6 +36,9 @@ private:
     template <typename Result, typename... Parameters>
     Result Call(const wchar_t* label, Result(ORRIN_GLAPI* function)(Parameters...),
                 std::type_identity_t<Parameters>... arguments) const {
+        if (!function) {
+            return Result();
+        }
         if constexpr (std::is_void_v<Result>) {
             function(arguments...);
             m_trace.Write(m_label ? m_label : label);
@@ -46,7 +50,7 @@ private:
     }
     template <typename Result, typename... Parameters>
     Result Ask(Result(ORRIN_GLAPI* function)(Parameters...), std::type_identity_t<Parameters>... arguments) const {
-        return function(arguments...);
+        return function ? function(arguments...) : Result();
     }
 
     const COrrinGLCement* m_functions;

@@ -11,6 +11,8 @@ using MessageBoxHandler = int (*)(const wchar_t* text, const wchar_t* caption, u
 
 /// Sends every later message box of the library to `handler` instead of the screen; null shows them again. For hosts
 /// that run unattended. Set it before the first view is made; it is not synchronised with boxes on other threads.
+/// Without a handler a process whose desktop nobody sees, such as a service, shows none either: the debugger gets the
+/// text.
 ORRIN_DISPLAY_API void SetMessageBoxHandler(MessageBoxHandler handler, void* context);
 
 /// Debugger output. Everything that the library says there goes through these two.
@@ -19,7 +21,8 @@ void SendToDebugger(const char* text);
 
 /// Modal message box of the system.
 void ShowMessageBox(HWND owner, const wchar_t* text, const wchar_t* caption, unsigned int type);
-/// Modal message box of the host's framework, with the default style and the program's name as its caption.
+/// Modal message box of the host's framework, with the default style and the program's name as its caption. What a
+/// host's handler throws goes no further.
 void ShowFrameworkMessageBox(const wchar_t* text);
 /// The main window of the host's framework, or null when there is none.
 HWND FrameworkMainWindow();

@@ -1,8 +1,10 @@
 #include "ProcessEnvironment.h"
 
+#include "Border.h"
 #include "Notice.h"
 
 #include <cwchar>
+#include <iterator>
 #include <memory>
 #include <type_traits>
 #include <vector>
@@ -20,9 +22,9 @@ struct SidFreer {
 using UniqueSid = std::unique_ptr<std::remove_pointer_t<PSID>, SidFreer>;
 
 void SendFormatted(const wchar_t* format, DWORD value) {
-    CString message;
-    message.Format(format, value);
-    KTR::SendToDebugger(message.GetString());
+    wchar_t message[128] = {};
+    _snwprintf(message, std::size(message) - 1, format, value);
+    KTR::SendToDebugger(message);
 }
 
 bool IsHostExecutable(const wchar_t* name) {
@@ -75,7 +77,7 @@ int IsProcessRunningAsAnExecutableAndNotAService() {
     // Asked for what it says to the debugger; the token decides.
     ProcessWasLaunchedAsService();
 
-    const std::vector<std::byte> block = ReadTokenGroups();
+    const std::vector<std::byte> block = AtTheBorder(std::vector<std::byte>(), ReadTokenGroups);
     const UniqueSid interactiveSid = MakeSid(SECURITY_INTERACTIVE_RID);
     const UniqueSid serviceSid = MakeSid(SECURITY_SERVICE_RID);
     if (block.empty() || !interactiveSid || !serviceSid) {
@@ -128,8 +130,7 @@ bool GetParentProcessName(CString& name) {
         SendToDebugger(L"GetParentProcessName: Could not get entry for parent process.\n");
         return false;
     }
-    name = parent.szExeFile;
-    return true;
+    return AtTheBorder([&] { name = parent.szExeFile; });
 }
 
 int GetSelfProcessEntry(PROCESSENTRY32W& entry) {

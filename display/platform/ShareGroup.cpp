@@ -1,8 +1,9 @@
 #include "ShareGroup.h"
 
+#include "Border.h"
+
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -47,7 +48,8 @@ bool ShareGroup::Add(const LibraryContext& context) {
         const std::lock_guard lock(s_mutex);
         s_contexts.push_back(context);
         return true;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return false;
     }
 }
@@ -135,7 +137,8 @@ void ShareGroup::LeaveBehind(const SharedNames& names) {
         Append(s_leftBehind.samplers, names.samplers);
         Append(s_leftBehind.programs, names.programs);
         Append(s_leftBehind.fences, names.fences);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         // What was taken so far is deleted; the rest goes with the group.
     }
     s_anythingLeftBehind = true;
@@ -163,7 +166,8 @@ void ShareGroup::LeaveBufferBehind(unsigned int buffer, unsigned long long numbe
     try {
         s_leftBehind.buffers.push_back(buffer);
         s_anythingLeftBehind = true;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         // Without memory for its name it goes with the group.
     }
 }

@@ -4,8 +4,10 @@
 
 #include <afx.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <cstdlib>
+#include <cwchar>
+#include <string_view>
 
 namespace {
 
@@ -17,17 +19,23 @@ bool ReadEnvironmentVariable(const wchar_t* name, wchar_t (&text)[kEnvironmentCh
     return length >= 1 && length <= kEnvironmentCharacters && text[0] != L'\0';
 }
 
+/// Whether the text has a word, which is in upper case, in upper or lower case.
+bool HasWord(std::string_view text, std::string_view word) {
+    const auto isSame = [](char one, char wanted) {
+        return (one >= 'a' && one <= 'z' ? static_cast<char>(one - 'a' + 'A') : one) == wanted;
+    };
+    return std::search(text.begin(), text.end(), word.begin(), word.end(), isSame) != text.end();
+}
+
 KTR::GLVideoCardVendor FindVendor(const char* versionText) {
-    CStringA upper(versionText);
-    upper.MakeUpper();
-    if (upper.Find("NVIDIA") >= 0) {
+    if (HasWord(versionText, "NVIDIA")) {
         return KTR::VendorNVIDIA;
     }
-    if (upper.Find("INTEL") >= 0) {
+    if (HasWord(versionText, "INTEL")) {
         return KTR::VendorIntel;
     }
     // A plain search on purpose: any text with these letters counts, "Compatibility" among them.
-    if (upper.Find("ATI") >= 0) {
+    if (HasWord(versionText, "ATI")) {
         return KTR::VendorATI;
     }
     return KTR::VendorOther;
@@ -42,9 +50,17 @@ ParsedGLVersion ParseGLVersionText(const char* text) {
         ++text;
     }
     ParsedGLVersion parsed;
-    // NOTE: a number too long for an int is clamped or wraps here; the policy then sees a very new or a very old
-    // driver.
-    if (std::sscanf(text, "%i.%i", &parsed.major, &parsed.minor) != 2) {
+    // As sscanf's "%i.%i", which MinGW's runtime has memory for, unchecked.
+    //
+    // NOTE: a number too long for an int is clamped here; the policy then sees a very new driver.
+    char* end = nullptr;
+    parsed.major = static_cast<int>(std::strtol(text, &end, 0));
+    if (end == text || *end != '.') {
+        return parsed;
+    }
+    const char* const minor = end + 1;
+    parsed.minor = static_cast<int>(std::strtol(minor, &end, 0));
+    if (end == minor) {
         return parsed;
     }
     parsed.understood = true;
@@ -75,10 +91,11 @@ bool GetOpenGL11UserEnvironmentVariable() {
         return false;
     }
     const int requested = _wtoi(text);
-    CString message;
-    message.Format(L"\n     Environment Variable - ORRIN_OPENGL_VERSION: SET - Requested OpenGL version: %ld\n",
-                   static_cast<long>(requested));
-    SendToDebugger(message.GetString());
+    wchar_t message[kEnvironmentCharacters] = {};
+    _snwprintf(message, kEnvironmentCharacters - 1,
+               L"\n     Environment Variable - ORRIN_OPENGL_VERSION: SET - Requested OpenGL version: %ld\n",
+               static_cast<long>(requested));
+    SendToDebugger(message);
     return requested == 1 || requested == 11;
 }
 

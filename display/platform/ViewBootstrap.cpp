@@ -1,13 +1,17 @@
 #include "../view/OpenGLView.h"
 
+#include "../view/ViewAccess.h"
+#include "Border.h"
 #include "GLCalls.h"
-
 #include "Notice.h"
 #include "ProcessEnvironment.h"
+#include "ProgramFunctions.h"
+#include "ShareGroup.h"
 
 #include <GL/glext.h>
 
 #include <cstdlib>
+#include <cwchar>
 #include <new>
 
 namespace KTR {
@@ -16,6 +20,7 @@ namespace {
 
 constexpr wchar_t kBootstrapName[] = L"GLCement";
 constexpr wchar_t kFatalError[] = L"Fatal Error";
+constexpr std::size_t kLineCapacity = 160; ///< of the longest line with two numbers in it
 
 /// The hidden window that the loader bootstraps on; gone at the end of the scope.
 class BootstrapWindow {
@@ -60,27 +65,53 @@ template <typename Function> void FetchExtension(Function& function, const char*
     function = reinterpret_cast<Function>(reinterpret_cast<void*>(address));
 }
 
+void ShowFatalError(const wchar_t* text) {
+    AtTheBorder([text] { ShowMessageBox(FrameworkMainWindow(), text, kFatalError, MB_ICONERROR); });
+}
+
+/// `message` keeps the text where there is memory for it.
+void ShowBootstrapFailure(const wchar_t* text, CString& message) {
+    AtTheBorder([&] { message = text; });
+    ShowFatalError(text);
+}
+
 /// A plain fixed-function context on the bootstrap's window, or null after a message box.
 HGLRC CreateBootstrapContext(HDC deviceContext, CString& message) {
     const PIXELFORMATDESCRIPTOR request = PixelFormatRequest(true, 32, 24);
     const int format = ChoosePixelFormat(deviceContext, &request);
     if (format == 0) {
-        message.Format(L"Couldn't Choose a suitable OpenGL Pixel Format to intialize GLCement");
-        ShowMessageBox(FrameworkMainWindow(), message.GetString(), kFatalError, MB_ICONERROR);
+        ShowBootstrapFailure(L"Couldn't Choose a suitable OpenGL Pixel Format to intialize GLCement", message);
         return nullptr;
     }
     if (!SetPixelFormat(deviceContext, format, &request)) {
-        message.Format(L"Couldn't Set a suitable OpenGL Pixel Format to intialize GLCement");
-        ShowMessageBox(FrameworkMainWindow(), message.GetString(), kFatalError, MB_ICONERROR);
+        ShowBootstrapFailure(L"Couldn't Set a suitable OpenGL Pixel Format to intialize GLCement", message);
         return nullptr;
     }
     const HGLRC context = wglCreateContext(deviceContext);
     if (!context) {
-        message.Format(L"Couldn't Create a suitable OpenGL context to intialize GLCement");
-        ShowMessageBox(FrameworkMainWindow(), message.GetString(), kFatalError, MB_ICONERROR);
-        SendToDebugger(message.GetString());
+        constexpr const wchar_t* noContext = L"Couldn't Create a suitable OpenGL context to intialize GLCement";
+        ShowBootstrapFailure(noContext, message);
+        SendToDebugger(noContext);
     }
     return context;
+}
+
+/// A 4.x context whose driver lacks what programs need draws with fixed functions, and is no master of programs that it
+/// could not use.
+void NoteMissingFunctions(COpenGLView& view, GLRenderingContextTypes type) {
+    GLRenderingContextRecord& record = ViewAccess::Record(view, type);
+    record.lacksProgramFunctions = true; // where there is no memory for their names, some are missing
+    CString message;
+    AtTheBorder([&] {
+        CString missing;
+        record.lacksProgramFunctions = FindMissingProgramFunctions(*record.glCement, missing);
+        message.Format(L"OrrinDisplay: this context draws with fixed functions, because the driver lacks %s.\n",
+                       missing.GetString());
+    });
+    if (record.lacksProgramFunctions && record.renderingContext && COpenGLView::IsContextOpenGL4OrLater(type)) {
+        ShareGroup::Leave(record.renderingContext);
+        SendToDebugger(message.GetString());
+    }
 }
 
 } // namespace
@@ -121,9 +152,9 @@ int COpenGLView::GetVendorGLVersion(int& combined, int& major, int& minor, GLVid
     const char* text = reinterpret_cast<const char*>(CallGL().glGetString(GL_VERSION));
     major = combined / 10;
     minor = combined % 10;
-    m_gVideoVendorString = text;
+    AtTheBorder([text] { m_gVideoVendorString = text; });
     SendToDebugger("\n\n------------------------\n     Video Vendor:  ");
-    SendToDebugger(m_gVideoVendorString.GetString());
+    SendToDebugger(text ? text : "");
     SendToDebugger("\n");
     if (!text) {
         return combined;
@@ -136,11 +167,13 @@ int COpenGLView::GetVendorGLVersion(int& combined, int& major, int& minor, GLVid
         vendor = parsed.vendor;
         return combined;
     }
-    const int length = MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, nullptr, 0);
-    CArray<wchar_t> wide;
-    wide.SetSize(length > 0 ? length : 1);
-    MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, wide.GetData(), length);
-    m_message.Format(L"Unable to interpret GL_VERSION string: %s\n", wide.GetData());
+    AtTheBorder([&] {
+        const int length = MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, nullptr, 0);
+        CArray<wchar_t> wide;
+        wide.SetSize(length > 0 ? length : 1);
+        MultiByteToWideChar(CP_THREAD_ACP, 0, text, -1, wide.GetData(), length);
+        m_message.Format(L"Unable to interpret GL_VERSION string: %s\n", wide.GetData());
+    });
     return 11;
 }
 
@@ -151,11 +184,12 @@ int COpenGLView::SetOpenGLVersion(int major, int minor) {
     version.bOpenGL4OrLater = major >= 4;
     version.bLegacyOpenGL11 = major < 4;
     version.bAdvancedPixelFormat = m_gfn_wglChoosePixelFormatARB != nullptr;
-    CString banner;
-    banner.Format(L"\n\n------------------------\n     OpenGL Version Set to: OpenGL "
-                  L"%ld.%ld\n------------------------\n\n",
-                  static_cast<long>(major), static_cast<long>(minor));
-    SendToDebugger(banner.GetString());
+    wchar_t banner[kLineCapacity] = {};
+    _snwprintf(banner, kLineCapacity - 1,
+               L"\n\n------------------------\n     OpenGL Version Set to: OpenGL "
+               L"%ld.%ld\n------------------------\n\n",
+               static_cast<long>(major), static_cast<long>(minor));
+    SendToDebugger(banner);
     return version.bOpenGL4OrLater ? 1 : 0;
 }
 
@@ -186,18 +220,15 @@ int COpenGLView::InitializeGLCement() {
 
     BootstrapWindow window(GetModuleHandleW(nullptr));
     if (!window.RegisterWindowClass()) {
-        ShowMessageBox(FrameworkMainWindow(), L"Couldn't register window class to intialize GLCement", kFatalError,
-                       MB_ICONERROR);
+        ShowFatalError(L"Couldn't register window class to intialize GLCement");
         return 0;
     }
     if (!window.Create()) {
-        ShowMessageBox(FrameworkMainWindow(), L"Couldn't create window to intialize GLCement", kFatalError,
-                       MB_ICONERROR);
+        ShowFatalError(L"Couldn't create window to intialize GLCement");
         return 0;
     }
     if (!window.ObtainDeviceContext()) {
-        ShowMessageBox(FrameworkMainWindow(), L"Couldn't create window device context to intialize GLCement",
-                       kFatalError, MB_ICONERROR);
+        ShowFatalError(L"Couldn't create window device context to intialize GLCement");
         return 0;
     }
 
@@ -234,6 +265,7 @@ int COpenGLView::MakeGLCementAndLoad(GLRenderingContextTypes type) {
         }
     }
     record.glCement->LoadOpenGLExtensionFunctions();
+    NoteMissingFunctions(*this, type);
     return 1;
 }
 
@@ -264,10 +296,7 @@ void COpenGLView::ReadDriverVersion() {
     version.iVendorMinor = choice.driverFails ? 0 : minor;
     if (choice.driverFails) {
         // Always says 2.0, whatever the driver claimed: support knows the line by these numbers.
-        CString message;
-        message.Format(L"CRITICAL PROBLEM WITH VENDOR OPENGL: Falling back from version: %ld.%ld to Version 1.1 ", 2L,
-                       0L);
-        SendToDebugger(message.GetString());
+        SendToDebugger(L"CRITICAL PROBLEM WITH VENDOR OPENGL: Falling back from version: 2.0 to Version 1.1 ");
     }
 
     FetchExtension(m_gfn_wglCreateContextAttribsARB, "wglCreateContextAttribsARB");

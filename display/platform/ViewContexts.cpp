@@ -1,7 +1,9 @@
 #include "../view/OpenGLView.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "GLCalls.h"
 
+#include "Border.h"
 #include "ContextLifecycle.h"
 #include "CriticalSectionLock.h"
 #include "Notice.h"
@@ -30,7 +32,7 @@ int COpenGLView::CreateContext(HDC deviceContext, bool drawToWindow, GLRendering
     type = KindFor(deviceContext, type);
     const bool hardware = drawToWindow && acceleration != AccelerationSoftware;
     const int deviceColorBits = colorBits < 1 ? GetDeviceCaps(deviceContext, BITSPIXEL) : colorBits;
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
 
     int result = 0;
     if (m_gsOpenGLVersionData.bAdvancedPixelFormat && acceleration != AccelerationSoftware) {
@@ -92,7 +94,7 @@ int COpenGLView::CreateContextAndMakeCurrent(HDC deviceContext, GLRenderingConte
 
 int COpenGLView::CreateContextOldOpenGL(HDC deviceContext, bool drawToWindow, GLRenderingContextTypes type,
                                         const wchar_t* name, int colorBits, OpenGLHardwareAcceleration acceleration) {
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
     const int deviceColorBits = colorBits < 1 ? GetDeviceCaps(deviceContext, BITSPIXEL) : colorBits;
     if (acceleration == AccelerationSoftware) {
         ForceSoftwareRendering(true);
@@ -194,6 +196,7 @@ int COpenGLView::MakeCurrent(GLRenderingContextTypes type) {
     }
     if (record.functionsPending) {
         record.functionsPending = MakeGLCementAndLoad(type) == 0;
+        HearDriver(CurrentGL());
     }
     DeleteLeftBehind(*this);
     return 1;
@@ -260,7 +263,7 @@ void COpenGLView::RestoreAsCurrentExitingDCAndGLRC() {
 }
 
 int COpenGLView::RecreateContext(bool makeCurrent, HDC deviceContext, const wchar_t* name) {
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
     GLRenderingContextRecord& record = m_contexts[GLContextMain];
     // The new context is made on the same device context, so that one must not be released with the old context.
     HDC released = record.deviceContext == deviceContext ? nullptr : record.deviceContext;
@@ -283,7 +286,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
     if (!context) {
         return 1;
     }
-    m_name = name;
+    AtTheBorder([&] { m_name = name; });
     GLRenderingContextRecord& record = m_contexts[type];
     const bool held = record.renderingContext == context;
     const bool own = ShareGroup::Find(context).owner == this;
@@ -299,6 +302,7 @@ int COpenGLView::DeleteContext(const wchar_t* name, GLRenderingContextTypes type
         record.current = false;
         record.initialized = false;
         record.fixedFunctionOnly = false;
+        record.lacksProgramFunctions = false;
         record.objects = {};
         if (!own) {
             record.deviceContext = nullptr;

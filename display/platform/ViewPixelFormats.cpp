@@ -2,11 +2,15 @@
 
 #include "Notice.h"
 
+#include <cwchar>
+#include <iterator>
+
 namespace KTR {
 
 namespace {
 
 constexpr UINT kMaximumFormats = 512;
+constexpr std::size_t kTextCapacity = 256; ///< of the beginning of a message, and of what follows it
 
 bool HasFlag(const PIXELFORMATDESCRIPTOR& format, DWORD flag) {
     return (format.dwFlags & flag) != 0;
@@ -33,17 +37,18 @@ void AdoptWindowPixelFormat(HDC deviceContext, GLRenderingContextRecord& record,
     }
 }
 
-void ShowPixelFormatFailure(const COpenGLView& view, const CString& beginning, const GLRenderingContextRecord& record,
+void ShowPixelFormatFailure(const COpenGLView& view, const wchar_t* beginning, const GLRenderingContextRecord& record,
                             unsigned int available) {
     const DWORD lastError = GetLastError();
     const unsigned int glError = view.GetError();
     const unsigned int glErrorAgain = view.GetError();
-    CString message;
-    message.Format(L"%s : %ld of %ld available\n\nglGetError: %8lx or  %ld  GetError: %ld", beginning.GetString(),
-                   static_cast<long>(record.pixelFormatNumber), static_cast<long>(available),
-                   static_cast<unsigned long>(glError), static_cast<long>(glErrorAgain), static_cast<long>(lastError));
-    SendToDebugger(message.GetString());
-    ShowFrameworkMessageBox(message.GetString());
+    wchar_t message[2 * kTextCapacity] = {};
+    _snwprintf(message, std::size(message) - 1,
+               L"%ls : %ld of %ld available\n\nglGetError: %8lx or  %ld  GetError: %ld", beginning,
+               static_cast<long>(record.pixelFormatNumber), static_cast<long>(available),
+               static_cast<unsigned long>(glError), static_cast<long>(glErrorAgain), static_cast<long>(lastError));
+    SendToDebugger(message);
+    ShowFrameworkMessageBox(message);
 }
 
 } // namespace
@@ -109,9 +114,10 @@ int COpenGLView::SetupAdvancedPixelFormatForOpenGL(HDC deviceContext, GLRenderin
         result = SearchAllPixelFormats(deviceContext, drawToWindow, hardware, record.pixelFormat,
                                        record.pixelFormatNumber, colorBits);
         if (!result) {
-            CString beginning;
-            beginning.Format(L"wglChoosePixelFormatARB Search Failed:  Draw To Window: %d  hdc: %p \nFormat",
-                             drawToWindow ? 1 : 0, static_cast<void*>(deviceContext));
+            wchar_t beginning[kTextCapacity] = {};
+            _snwprintf(beginning, kTextCapacity - 1,
+                       L"wglChoosePixelFormatARB Search Failed:  Draw To Window: %d  hdc: %p \nFormat",
+                       drawToWindow ? 1 : 0, static_cast<void*>(deviceContext));
             ShowPixelFormatFailure(*this, beginning, record, available);
         }
     }

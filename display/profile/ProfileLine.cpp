@@ -6,6 +6,14 @@
 
 namespace KTR {
 
+namespace {
+
+constexpr int kMostCells = 128; ///< in either direction
+/// Of legs in all cells together. A line of usual length stays far below it.
+constexpr std::size_t kMostEntries = 4'000'000;
+
+} // namespace
+
 bool ProfileLine::Set(const PointXY* points, int count, double halfWidth) {
     Clear();
     if (!points || !(halfWidth > 0.0) || !std::isfinite(halfWidth)) {
@@ -50,39 +58,78 @@ double ProfileLine::TurnAt(std::size_t corner) const {
     return in.x * out.y - in.y * out.x;
 }
 
-/// Which legs reach a cell: those whose line passes its middle within the half width and half a cell's diagonal.
+/// As many cells as keep their lists short: where many legs reach most of the cells, more cells would only take memory.
 void ProfileLine::FillCells() {
+    int side = kMostCells;
+    while (!CountInCells(side)) {
+        side /= 2;
+    }
+    std::vector<int> next(m_cells.first.begin(), m_cells.first.end() - 1);
+    m_cells.legs.resize(static_cast<std::size_t>(m_cells.first.back()));
+    for (std::size_t index = 0; index < m_legs.size(); ++index) {
+        VisitCells(m_legs[index], [&](std::size_t cell) {
+            m_cells.legs[static_cast<std::size_t>(next[cell]++)] = static_cast<int>(index);
+        });
+    }
+}
+
+/// Lays out side × side cells and where the list of each begins. False when the lists would be too long.
+bool ProfileLine::CountInCells(int side) {
     PointXY low = m_corners.front();
     PointXY high = low;
     for (const PointXY& corner : m_corners) {
         low = {std::min(low.x, corner.x), std::min(low.y, corner.y)};
         high = {std::max(high.x, corner.x), std::max(high.y, corner.y)};
     }
-    constexpr int side = Cells::kSide;
-    const double width = high.x - low.x + 2.0 * m_halfWidth;
-    const double height = high.y - low.y + 2.0 * m_halfWidth;
+    m_cells.side = side;
     m_cells.low = {low.x - m_halfWidth, low.y - m_halfWidth};
-    m_cells.perX = side / width;
-    m_cells.perY = side / height;
-    m_cells.first.assign(side * side + 1, 0);
-    m_cells.legs.clear();
-    const double cellWidth = width / side;
-    const double cellHeight = height / side;
+    m_cells.perX = side / (high.x - low.x + 2.0 * m_halfWidth);
+    m_cells.perY = side / (high.y - low.y + 2.0 * m_halfWidth);
+    const std::size_t most = side > 1 ? kMostEntries : m_legs.size();
+    const auto cells = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
+    m_cells.first.assign(cells + 1, 0);
+    std::size_t total = 0;
+    for (const Leg& leg : m_legs) {
+        VisitCells(leg, [&](std::size_t cell) {
+            ++m_cells.first[cell + 1];
+            ++total;
+        });
+        if (total > most) {
+            return false;
+        }
+    }
+    for (std::size_t cell = 0; cell < cells; ++cell) {
+        m_cells.first[cell + 1] += m_cells.first[cell];
+    }
+    return true;
+}
+
+/// The cells that a leg reaches: those whose middle its line passes within the half width and half a cell's diagonal.
+template <typename Visit> void ProfileLine::VisitCells(const Leg& leg, Visit visit) const {
+    const int side = m_cells.side;
+    const double cellWidth = 1.0 / m_cells.perX;
+    const double cellHeight = 1.0 / m_cells.perY;
     // A little more, so that a place at the edge of a cell is not lost to rounding.
     const double reach = (m_halfWidth + std::hypot(cellWidth, cellHeight) / 2.0) * (1.0 + 1e-9);
-    for (int row = 0; row < side; ++row) {
-        for (int column = 0; column < side; ++column) {
-            const PointXY middle{m_cells.low.x + (column + 0.5) * cellWidth, m_cells.low.y + (row + 0.5) * cellHeight};
-            for (std::size_t index = 0; index < m_legs.size(); ++index) {
-                const Leg& leg = m_legs[index];
-                const double dx = middle.x - leg.from.x;
-                const double dy = middle.y - leg.from.y;
-                const double along = std::clamp(dx * leg.direction.x + dy * leg.direction.y, 0.0, leg.length);
-                if (std::hypot(dx - along * leg.direction.x, dy - along * leg.direction.y) <= reach) {
-                    m_cells.legs.push_back(static_cast<int>(index));
-                }
+    const PointXY to{leg.from.x + leg.length * leg.direction.x, leg.from.y + leg.length * leg.direction.y};
+    const auto cellOf = [side](double place, double low, double perCell) {
+        return static_cast<int>(std::clamp((place - low) * perCell, 0.0, side - 1.0));
+    };
+    const int firstColumn = cellOf(std::min(leg.from.x, to.x) - reach, m_cells.low.x, m_cells.perX);
+    const int lastColumn = cellOf(std::max(leg.from.x, to.x) + reach, m_cells.low.x, m_cells.perX);
+    const int firstRow = cellOf(std::min(leg.from.y, to.y) - reach, m_cells.low.y, m_cells.perY);
+    const int lastRow = cellOf(std::max(leg.from.y, to.y) + reach, m_cells.low.y, m_cells.perY);
+    for (int row = firstRow; row <= lastRow; ++row) {
+        for (int column = firstColumn; column <= lastColumn; ++column) {
+            const double dx = m_cells.low.x + (column + 0.5) * cellWidth - leg.from.x;
+            const double dy = m_cells.low.y + (row + 0.5) * cellHeight - leg.from.y;
+            const double along = std::clamp(dx * leg.direction.x + dy * leg.direction.y, 0.0, leg.length);
+            const double awayX = dx - along * leg.direction.x;
+            const double awayY = dy - along * leg.direction.y;
+            if (awayX * awayX + awayY * awayY <= reach * reach) {
+                visit(static_cast<std::size_t>(row) * static_cast<std::size_t>(side) +
+                      static_cast<std::size_t>(column));
             }
-            m_cells.first[static_cast<std::size_t>(row * side + column) + 1] = static_cast<int>(m_cells.legs.size());
         }
     }
 }
@@ -91,15 +138,16 @@ bool ProfileLine::Find(double x, double y, ProfilePlace& place) const {
     if (m_legs.empty()) {
         return false;
     }
-    constexpr int side = Cells::kSide;
+    const int side = m_cells.side;
     const double column = (x - m_cells.low.x) * m_cells.perX;
     const double row = (y - m_cells.low.y) * m_cells.perY;
     // Written so that NaN is refused too; the upper edge belongs to the band.
     if (!(column >= 0.0 && column <= side && row >= 0.0 && row <= side)) {
         return false;
     }
-    const std::size_t cell = static_cast<std::size_t>(std::min(static_cast<int>(row), side - 1)) * side +
-                             static_cast<std::size_t>(std::min(static_cast<int>(column), side - 1));
+    const std::size_t cell =
+        static_cast<std::size_t>(std::min(static_cast<int>(row), side - 1)) * static_cast<std::size_t>(side) +
+        static_cast<std::size_t>(std::min(static_cast<int>(column), side - 1));
     const int begin = m_cells.first[cell];
     const int end = m_cells.first[cell + 1];
     double nearest = m_halfWidth * m_halfWidth;

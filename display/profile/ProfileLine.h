@@ -49,7 +49,7 @@ private:
     /// The band's box in cells, each with the legs whose part of the band may touch it. Most places of a large cloud
     /// lie in a cell without any, and are done with.
     struct Cells {
-        static constexpr int kSide = 128;
+        int side = 1; ///< cells in either direction
         PointXY low;
         double perX = 0.0; ///< cells a unit
         double perY = 0.0;
@@ -58,6 +58,8 @@ private:
     };
 
     void FillCells();
+    bool CountInCells(int side);
+    template <typename Visit> void VisitCells(const Leg& leg, Visit visit) const;
     double TurnAt(std::size_t corner) const;
     std::size_t LegAt(double station) const;
 

@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../overlay/ClientDrawing.h"
+#include "../platform/Border.h"
 #include "../platform/LockScope.h"
 #include "../shapes/ShapeStyles.h"
 #include "../view/ViewAccess.h"
@@ -15,6 +16,7 @@
 #include <limits>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace KTR {
 
@@ -48,11 +50,16 @@ public:
                              [&](const ProfileLink& link) { return link.profile == &view || link.map == &view; });
         return links;
     }
-    void Remove(const ProfileLink& removed) {
+    /// Removes the first link that is as wanted. One without views when there is none.
+    template <typename Wanted> ProfileLink Take(Wanted wanted) {
         const LockScope locked(m_lock);
-        std::erase_if(m_links, [&](const ProfileLink& link) {
-            return link.profile == removed.profile && link.map == removed.map;
-        });
+        const auto found = std::ranges::find_if(m_links, wanted);
+        if (found == m_links.end()) {
+            return {};
+        }
+        const ProfileLink taken = *found;
+        m_links.erase(found);
+        return taken;
     }
 
 private:
@@ -90,7 +97,7 @@ long ShowBand(COpenGLView& view, ProfileState& profile) {
 
 std::wstring NumberText(double value, int decimals, const wchar_t* unit) {
     wchar_t text[64] = {};
-    std::swprintf(text, std::size(text), L"%.*f", decimals, value);
+    _snwprintf(text, std::size(text) - 1, L"%.*f", decimals, value);
     std::wstring result = text;
     if (unit && *unit) {
         result += L' ';
@@ -219,6 +226,76 @@ long ShowCursor(COpenGLView& view) {
     return shown == S_OK ? result : shown;
 }
 
+/// Shapes that are drawn together, at the latest when this goes.
+class OpenShapes {
+public:
+    explicit OpenShapes(COpenGLView& view) : m_view(&view) { m_view->BeginShapes(); }
+    ~OpenShapes() { Draw(); }
+    OpenShapes(const OpenShapes&) = delete;
+    OpenShapes& operator=(const OpenShapes&) = delete;
+
+    void Draw() {
+        if (m_view) {
+            std::exchange(m_view, nullptr)->EndShapes();
+        }
+    }
+
+private:
+    COpenGLView* m_view;
+};
+
+void DrawGrid(COpenGLView& view, const ProfileState& profile, const GLProfileGridStyle& style) {
+    const ViewMapping mapping = MakeMapping(view);
+    const double exaggeration = ViewAccess::CurrentRecord(view).camera.zExaggeration;
+    const double spacing = std::clamp(std::isnan(style.spacingPixels) ? 80.0 : style.spacingPixels, 20.0, 1000.0);
+    const double across = view.GetUnitsPerPixel();
+    double left = 0.0;
+    double bottom = 0.0;
+    double right = 0.0;
+    double top = 0.0;
+    view.GetViewExtents(left, bottom, right, top);
+    const double length = profile.line.Length();
+    ClientDrawing drawing(view);
+    const double lowest = static_cast<double>(drawing.Height()) - kLabelGap;
+    const auto clientOf = [&](double station, double height) {
+        PointXY client;
+        mapping.ToClient({station, 0.0, height}, client);
+        return client;
+    };
+    OpenShapes shapes(view);
+    const RoundSteps heights =
+        FindRoundSteps(bottom / exaggeration, top / exaggeration, spacing * across / exaggeration);
+    const RoundSteps stations = FindRoundSteps(std::max(left, 0.0), std::min(right, length), spacing * across);
+    const double begin = clientOf(0.0, 0.0).x;
+    const double end = clientOf(length, 0.0).x;
+    for (int index = 0; index < heights.count; ++index) {
+        const double y = Sharp(clientOf(0.0, heights.At(index)).y);
+        drawing.DrawLine({{begin, y}, {end, y}}, false, ThinLine(style.lineColor));
+    }
+    for (int index = 0; index < stations.count; ++index) {
+        const double x = Sharp(clientOf(stations.At(index), 0.0).x);
+        drawing.DrawLine({{x, 0.0}, {x, lowest}}, false, ThinLine(style.lineColor));
+    }
+    GLLineStyle corner = ThinLine(style.cornerColor);
+    corner.dashes = {6.0, 4.0};
+    for (std::size_t index = 0; index < profile.line.Corners().size(); ++index) {
+        const double x = Sharp(clientOf(profile.line.StationOfCorner(index), 0.0).x);
+        drawing.DrawLine({{x, 0.0}, {x, lowest}}, false, corner);
+    }
+    shapes.Draw();
+    for (int index = 0; index < heights.count; ++index) {
+        const double y = clientOf(0.0, heights.At(index)).y;
+        if (y > kLabelHeight && y < lowest - kLabelHeight) {
+            drawing.DrawString(NumberText(heights.At(index), heights.decimals, style.unit),
+                               std::max(begin, 0.0) + kLabelGap, y - kLabelGap, style.textColor);
+        }
+    }
+    for (int index = 0; index < stations.count; ++index) {
+        drawing.DrawString(NumberText(stations.At(index), stations.decimals, style.unit),
+                           clientOf(stations.At(index), 0.0).x + kLabelGap, lowest, style.textColor);
+    }
+}
+
 } // namespace
 
 const ProfileState* ShownProfile(const COpenGLView& view) {
@@ -229,8 +306,8 @@ const ProfileState* ShownProfile(const COpenGLView& view) {
 }
 
 void ForgetProfileLinks(const COpenGLView& view) {
-    for (const ProfileLink& link : Links().Of(view)) {
-        Links().Remove(link);
+    const auto isOfView = [&view](const ProfileLink& link) { return link.profile == &view || link.map == &view; };
+    for (ProfileLink link = Links().Take(isOfView); link.map; link = Links().Take(isOfView)) {
         if (link.map != &view) {
             link.map->RemoveOverlay(link.overlay);
         }
@@ -240,8 +317,11 @@ void ForgetProfileLinks(const COpenGLView& view) {
 long COpenGLView::SetUpProfileView(const PointXY* line, int count, double halfWidth, double zLow, double zHigh,
                                    double zExaggeration) {
     ProfileLine wanted;
-    if (!wanted.Set(line, count, halfWidth) || std::isinf(zLow) || std::isinf(zHigh) || !std::isfinite(zExaggeration) ||
-        zExaggeration < 0.0) {
+    bool isLine = false;
+    if (!AtTheBorder([&] { isLine = wanted.Set(line, count, halfWidth); })) {
+        return E_OUTOFMEMORY;
+    }
+    if (!isLine || std::isinf(zLow) || std::isinf(zHigh) || !std::isfinite(zExaggeration) || zExaggeration < 0.0) {
         return E_INVALIDARG;
     }
     if (!m_profile) {
@@ -249,7 +329,10 @@ long COpenGLView::SetUpProfileView(const PointXY* line, int count, double halfWi
         if (!m_profile) {
             return E_OUTOFMEMORY;
         }
-        AddOverlay(&DrawCursor, nullptr, kCursorOrder);
+        if (AddOverlay(&DrawCursor, nullptr, kCursorOrder) == 0) {
+            m_profile.reset();
+            return E_OUTOFMEMORY;
+        }
     }
     ProfileState& profile = *m_profile;
     profile.line = std::move(wanted);
@@ -326,7 +409,8 @@ long COpenGLView::AddProfilePoints(const GLDrawGeometry* records, unsigned __int
         const double high = profile.givenHeights ? profile.heights.high : infinity;
         profile.points.Add(profile.line, records, count, {record.coordinateOffsetX, record.coordinateOffsetY}, low,
                            high);
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
+        DropCaught();
         ClearProfilePoints();
         return E_OUTOFMEMORY;
     }
@@ -412,58 +496,11 @@ long COpenGLView::DrawProfileGrid(const GLProfileGridStyle& style) {
     if (!profile || !ViewAccess::HasCurrentContext(*this)) {
         return S_FALSE;
     }
-    const ViewMapping mapping = MakeMapping(*this);
-    const double exaggeration = CurrentRecord().camera.zExaggeration;
-    const double spacing = std::clamp(std::isnan(style.spacingPixels) ? 80.0 : style.spacingPixels, 20.0, 1000.0);
-    const double across = GetUnitsPerPixel();
-    double left = 0.0;
-    double bottom = 0.0;
-    double right = 0.0;
-    double top = 0.0;
-    GetViewExtents(left, bottom, right, top);
-    const double length = profile->line.Length();
-    ClientDrawing drawing(*this);
-    const double lowest = static_cast<double>(drawing.Height()) - kLabelGap;
-    const auto clientOf = [&](double station, double height) {
-        PointXY client;
-        mapping.ToClient({station, 0.0, height}, client);
-        return client;
-    };
-    BeginShapes();
-    const RoundSteps heights =
-        FindRoundSteps(bottom / exaggeration, top / exaggeration, spacing * across / exaggeration);
-    const RoundSteps stations = FindRoundSteps(std::max(left, 0.0), std::min(right, length), spacing * across);
-    const double begin = clientOf(0.0, 0.0).x;
-    const double end = clientOf(length, 0.0).x;
-    for (int index = 0; index < heights.count; ++index) {
-        const double y = Sharp(clientOf(0.0, heights.At(index)).y);
-        drawing.DrawLine({{begin, y}, {end, y}}, false, ThinLine(style.lineColor));
-    }
-    for (int index = 0; index < stations.count; ++index) {
-        const double x = Sharp(clientOf(stations.At(index), 0.0).x);
-        drawing.DrawLine({{x, 0.0}, {x, lowest}}, false, ThinLine(style.lineColor));
-    }
-    GLLineStyle corner = ThinLine(style.cornerColor);
-    corner.dashes = {6.0, 4.0};
-    for (std::size_t index = 0; index < profile->line.Corners().size(); ++index) {
-        const double x = Sharp(clientOf(profile->line.StationOfCorner(index), 0.0).x);
-        drawing.DrawLine({{x, 0.0}, {x, lowest}}, false, corner);
-    }
-    EndShapes();
-    for (int index = 0; index < heights.count; ++index) {
-        const double y = clientOf(0.0, heights.At(index)).y;
-        if (y > kLabelHeight && y < lowest - kLabelHeight) {
-            drawing.DrawString(NumberText(heights.At(index), heights.decimals, style.unit),
-                               std::max(begin, 0.0) + kLabelGap, y - kLabelGap, style.textColor);
-        }
-    }
-    for (int index = 0; index < stations.count; ++index) {
-        drawing.DrawString(NumberText(stations.At(index), stations.decimals, style.unit),
-                           clientOf(stations.At(index), 0.0).x + kLabelGap, lowest, style.textColor);
-    }
-    return S_OK;
+    return AtTheBorder(long{E_OUTOFMEMORY}, [&] {
+        DrawGrid(*this, *profile, style);
+        return S_OK;
+    });
 }
-
 long COpenGLView::SetProfileCursor(double station, double z) {
     if (!ShownProfile(*this)) {
         return S_FALSE;
@@ -472,7 +509,7 @@ long COpenGLView::SetProfileCursor(double station, double z) {
         return E_INVALIDARG;
     }
     m_profile->cursor = {station, z};
-    return ShowCursor(*this);
+    return AtTheBorder(long{E_OUTOFMEMORY}, [this] { return ShowCursor(*this); });
 }
 
 long COpenGLView::HideProfileCursor() {
@@ -480,7 +517,7 @@ long COpenGLView::HideProfileCursor() {
         return S_FALSE;
     }
     m_profile->cursor.reset();
-    return ShowCursor(*this);
+    return AtTheBorder(long{E_OUTOFMEMORY}, [this] { return ShowCursor(*this); });
 }
 
 bool COpenGLView::GetProfileCursor(double& station, double& z) const {
@@ -497,21 +534,21 @@ long COpenGLView::LinkProfile(COpenGLView& view) {
         return E_INVALIDARG;
     }
     UnlinkProfile(view);
-    try {
-        const int overlay = view.AddOverlay(&DrawOnMap, this, kCursorOrder);
-        Links().Add({this, &view, overlay});
-    } catch (const std::bad_alloc&) {
+    const int overlay = view.AddOverlay(&DrawOnMap, this, kCursorOrder);
+    if (overlay == 0) {
+        return E_OUTOFMEMORY;
+    }
+    if (!AtTheBorder([&] { Links().Add({this, &view, overlay}); })) {
+        view.RemoveOverlay(overlay);
         return E_OUTOFMEMORY;
     }
     return S_OK;
 }
 
 void COpenGLView::UnlinkProfile(COpenGLView& view) {
-    for (const ProfileLink& link : Links().Of(*this)) {
-        if (link.profile == this && link.map == &view) {
-            Links().Remove(link);
-            view.RemoveOverlay(link.overlay);
-        }
+    const auto isBetween = [&](const ProfileLink& link) { return link.profile == this && link.map == &view; };
+    for (ProfileLink link = Links().Take(isBetween); link.map; link = Links().Take(isBetween)) {
+        view.RemoveOverlay(link.overlay);
     }
 }
 

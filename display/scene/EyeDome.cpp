@@ -1,5 +1,6 @@
 #include "EyeDome.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/TextureUnit.h"
 #include "../platform/GLCalls.h"
 #include "../platform/Notice.h"
@@ -88,6 +89,7 @@ GLuint LinkProgram(const GLCalls& gl, GLuint vertexShader, GLuint fragmentShader
     GLint linked = GL_FALSE;
     gl.glGetProgramiv(program, GL_LINK_STATUS, &linked);
     if (linked == GL_TRUE) {
+        NameObject(gl, GL_PROGRAM, program, "program of eye-dome lighting");
         return program;
     }
     SendToDebugger("OrrinDisplay: the program of eye-dome lighting does not link.\n");
@@ -136,6 +138,7 @@ void CopyDepths(const GLCalls& gl, EyeDomeObjects& objects, const std::array<int
     if (!fits) {
         // NOTE: into a texture that holds stencils too Mesa copies nothing, and reports no error.
         gl.glTexStorage2D(GL_TEXTURE_2D, 1, GL_DEPTH_COMPONENT24, objects.width, objects.height);
+        NameObject(gl, GL_TEXTURE, objects.depthTexture, "depths of eye-dome lighting");
         gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
         gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     }

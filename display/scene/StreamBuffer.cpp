@@ -1,5 +1,6 @@
 #include "StreamBuffer.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../platform/GLCalls.h"
 
 #include <GL/glext.h>
@@ -17,10 +18,14 @@ constexpr GLsizeiptr kSmallestCapacity = 1 << 20;
 
 StreamRoom::StreamRoom(const GLCalls& gl, GLenum target, StreamBuffer& buffer, GLsizeiptr bytes)
     : m_gl(gl), m_target(target) {
-    if (buffer.name == 0) {
+    const bool isNew = buffer.name == 0;
+    if (isNew) {
         m_gl.glGenBuffers(1, &buffer.name);
     }
     m_gl.glBindBuffer(target, buffer.name);
+    if (isNew) {
+        NameObject(m_gl, GL_BUFFER, buffer.name, "surfaces");
+    }
     if (buffer.used + bytes > buffer.capacity) {
         buffer.capacity = std::max({buffer.capacity, bytes, kSmallestCapacity});
         m_gl.glBufferData(target, buffer.capacity, nullptr, GL_STREAM_DRAW);

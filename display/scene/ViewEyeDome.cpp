@@ -1,4 +1,6 @@
 #include "../images/DrawingStateScope.h"
+
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
 #include "../view/ViewAccess.h"
 #include "EyeDome.h"
@@ -69,6 +71,7 @@ long COpenGLView::DrawEyeDomeLighting() {
         return S_OK;
     }
     const GLCalls gl = CallGL();
+    const DebugGroup group(gl, "DrawEyeDomeLighting");
     EyeDomeObjects& objects = CurrentObjects().scene.eyeDome;
     if (!BuildEyeDomeProgram(gl, objects)) {
         return E_FAIL;

@@ -1,6 +1,9 @@
 #include "../pipeline/ForcedState.h"
+
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/ProgramBinding.h"
 #include "../pipeline/StockPrograms.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "StreamBuffer.h"
 #include "SurfaceNormals.h"
@@ -11,7 +14,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -420,10 +422,13 @@ long COpenGLView::DrawGeometry3D(unsigned int mode, GLShaderTypes shader, const 
         }
         DrawWaitingVertices();
         m_batch.Keep(0);
+        const GLCalls gl = CurrentGL();
+        const DebugGroup group(gl, "DrawGeometry3D");
         const bool drawn = DrawsWithPrograms() ? DrawWithProgram(*this, geometry, shader, whole, ranges)
                                                : DrawWithFixedFunctions(*this, geometry, shader, whole, ranges);
         return drawn ? S_OK : E_OUTOFMEMORY;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }

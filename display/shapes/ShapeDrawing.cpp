@@ -1,5 +1,6 @@
 #include "ShapeDrawing.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/ProgramBinding.h"
 #include "../pipeline/StockPrograms.h"
 #include "../view/ViewAccess.h"
@@ -261,6 +262,8 @@ void DrawWaitingShapes(COpenGLView& view, ShapeDrawing& drawing) {
         return;
     }
     drawing.drawing = true;
+    const GLCalls gl = ViewAccess::CurrentGL(view);
+    const DebugGroup group(gl, "shapes");
     if (view.DrawsWithPrograms()) {
         DrawWithPrograms(view, drawing);
     } else {

@@ -1,5 +1,6 @@
 #include "../view/OpenGLView.h"
 
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "Curves.h"
 #include "OffsetString.h"
@@ -9,7 +10,6 @@
 #include "StyledString.h"
 
 #include <algorithm>
-#include <exception>
 #include <span>
 
 namespace KTR {
@@ -25,7 +25,8 @@ constexpr double kCurveTolerancePixels = 0.25;
 template <typename Draw> void DrawShape(Draw draw) {
     try {
         draw();
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
     }
 }
 

@@ -1,13 +1,14 @@
 #include "FontAtlas.h"
 
+#include "../platform/Border.h"
 #include "../platform/Notice.h"
 #include "../view/OpenGLView.h"
+#include "FontFace.h"
 #include "FontFiles.h"
 #include "FontManager.h"
+#include "FontMemory.h"
+#include "GlyphSheet.h"
 #include "KerningCache.h"
-
-#include <ft2build.h>
-#include FT_FREETYPE_H
 
 #include <algorithm>
 #include <climits>
@@ -25,7 +26,8 @@ namespace {
 // Sampling exactly on the border between two cells may fall to either side; this keeps a glyph's outer pixels in.
 constexpr double kTexelMargin = 0.01;
 
-constexpr int kFractionBits = 6; // FreeType's pixels are fixed-point numbers
+/// Most pixels that FreeType draws a glyph with, in either direction.
+constexpr unsigned int kLargestBitmap = 0x7FFF;
 
 /// The device context of the whole desktop, which GDI fonts are measured on.
 class DesktopContext {
@@ -77,41 +79,15 @@ FT_F26Dot6 FixedPoints(int points) {
 /// Calls `visit(code)` for each character of the face until one returns an error. A glyph that cannot be drawn would
 /// not be on another try either, and FreeType is not to be used on after it ran out of memory, so the first error
 /// decides.
-template <typename Visit> long VisitCharacters(FT_Face face, Visit visit) {
+template <typename Visit> long VisitCharacters(FT_Face face, const FontMemory& memory, Visit visit) {
     FT_UInt glyph = 0;
     for (FT_ULong code = FT_Get_First_Char(face, &glyph); glyph != 0; code = FT_Get_Next_Char(face, code, &glyph)) {
-        if (const FT_Error error = visit(code)) {
+        const FT_Error loaded = visit(code);
+        if (const FT_Error error = IsExhausted(memory) ? FT_Err_Out_Of_Memory : loaded) {
             return error == FT_Err_Out_Of_Memory ? E_OUTOFMEMORY : E_FAIL;
         }
     }
     return S_OK;
-}
-
-/// Row `row` from the top. With a negative pitch the bottom row comes first in memory.
-const unsigned char* RowOf(const FT_Bitmap& bitmap, int row) {
-    const int rows = static_cast<int>(bitmap.rows);
-    return bitmap.buffer +
-           static_cast<std::ptrdiff_t>(bitmap.pitch < 0 ? rows - 1 - row : row) * std::abs(bitmap.pitch);
-}
-
-/// Copies a glyph to the upper left of its cell, as far as it lies in that.
-void CopyToCell(const FT_Bitmap& bitmap, unsigned char* cell, std::size_t stride, int cellWidth, int cellHeight) {
-    const int width = std::min(static_cast<int>(bitmap.width), cellWidth);
-    const int height = std::min(static_cast<int>(bitmap.rows), cellHeight);
-    for (int y = 0; y < height; ++y, cell += stride) {
-        const unsigned char* row = RowOf(bitmap, y);
-        if (bitmap.pixel_mode == FT_PIXEL_MODE_GRAY) {
-            std::memcpy(cell, row, static_cast<std::size_t>(width));
-        } else if (bitmap.pixel_mode == FT_PIXEL_MODE_MONO) {
-            for (int x = 0; x < width; ++x) {
-                cell[x] = (row[x >> 3] & (0x80 >> (x & 7))) ? 0xFF : 0x00;
-            }
-        }
-    }
-}
-
-double WholePixels(FT_Pos fixed) {
-    return static_cast<double>(fixed >> kFractionBits);
 }
 
 /// Where a glyph begins and ends along one axis of the texture, with the margin but within 0 to 1.
@@ -139,6 +115,16 @@ FontAtlasGlyph DescribeGlyph(const FT_GlyphSlot slot, long long x, long long y, 
     glyph.xOffset = slot->bitmap_left;
     glyph.descent = WholePixels(slot->metrics.horiBearingY - slot->metrics.height);
     return glyph;
+}
+
+/// Lets the symbols be named by their bytes as well, which is how users type them.
+void NameSymbols(FontAtlasGlyphMetrics& metrics) {
+    for (int byte = 0x20; byte <= 0xFF; ++byte) {
+        const wchar_t name = NameOfSymbol(byte);
+        if (metrics.characterMap[name] == 0) {
+            metrics.characterMap[name] = metrics.characterMap[kFirstSymbol + static_cast<FT_ULong>(byte)];
+        }
+    }
 }
 
 } // namespace
@@ -170,8 +156,10 @@ void CFTGLFontAtlas::InitializeObject() {
     m_metrics = nullptr;
     m_rawTexture = nullptr;
     m_library = nullptr;
+    m_memory = nullptr;
     m_face = nullptr;
     m_kerning = nullptr;
+    m_sheet = nullptr;
     m_path.Empty();
     m_parameters = FontParameters{};
 }
@@ -184,14 +172,13 @@ void CFTGLFontAtlas::FreeDataStructures() {
 void CFTGLFontAtlas::ReleaseFontLibrary() {
     delete m_kerning;
     m_kerning = nullptr;
+    delete m_sheet;
+    m_sheet = nullptr;
     if (m_face) {
         FT_Done_Face(m_face);
         m_face = nullptr;
     }
-    if (m_library) {
-        FT_Done_FreeType(m_library);
-        m_library = nullptr;
-    }
+    DeleteFontLibrary(m_library, m_memory);
 }
 
 KerningCache* CFTGLFontAtlas::GetKerning() {
@@ -199,6 +186,13 @@ KerningCache* CFTGLFontAtlas::GetKerning() {
         m_kerning = new (std::nothrow) KerningCache(m_face);
     }
     return m_kerning;
+}
+
+GlyphSheet* CFTGLFontAtlas::GetSheet() {
+    if (!m_sheet && m_face) {
+        m_sheet = new (std::nothrow) GlyphSheet(m_face, COpenGLView::GetMaximumTextureSize());
+    }
+    return m_sheet;
 }
 
 void CFTGLFontAtlas::ReleaseRawTexture() {
@@ -270,6 +264,11 @@ long CFTGLFontAtlas::InitializeFreeTypeLibrary(const FontParameters& request) {
 }
 
 long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {
+    const long result = AtTheBorder(long{E_OUTOFMEMORY}, [&] { return Build(monochrome); });
+    return result == S_OK ? S_OK : AbandonBuild(result);
+}
+
+long CFTGLFontAtlas::Build(bool monochrome) {
     ReleaseFontAtlas();
     if (!m_face) {
         return E_FAIL;
@@ -287,7 +286,7 @@ long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {
             }
         } while (result == S_FALSE);
     }
-    return result == S_OK ? S_OK : AbandonBuild(result);
+    return result;
 }
 
 long CFTGLFontAtlas::GetTextStringDimensions(const wchar_t* text, std::size_t& length, double* width,
@@ -345,8 +344,8 @@ long CFTGLFontAtlas::SetUp(FontParameters& request) {
 long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
     FreeDataStructures();
     m_parameters = request;
-    if (FT_Init_FreeType(&m_library) != 0) {
-        m_library = nullptr;
+    m_library = MakeFontLibrary(m_memory);
+    if (!m_library) {
         return E_FAIL;
     }
     const long found = FindFontFile(FontLookUpName(request), m_path);
@@ -354,10 +353,14 @@ long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
         return found;
     }
     const FT_Error error = FT_New_Face(m_library, InThreadCodePage(m_path).c_str(), 0, &m_face);
-    if (error != 0) {
+    if (error != 0 || IsExhausted(*m_memory)) {
+        if (error == 0) {
+            FT_Done_Face(m_face);
+        }
         m_face = nullptr;
         return error == FT_Err_Unknown_File_Format ? kNotAFontFile : E_INVALIDARG;
     }
+    SelectCharacterMap(m_face);
     const auto dpi = static_cast<FT_UInt>(CFTGLFontManager::m_giDPI);
     const FT_F26Dot6 points = FixedPoints(request.pointSize);
     // A size that the font cannot have shows as characters that do not load.
@@ -371,7 +374,7 @@ long CFTGLFontAtlas::Measure() {
     double widths = 0.0;
     double heights = 0.0;
     int measured = 0;
-    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
+    const long result = VisitCharacters(m_face, *m_memory, [&](FT_ULong code) {
         const FT_GlyphSlot slot = m_face->glyph;
         FT_Error error = FT_Load_Char(m_face, code, FT_LOAD_NO_SCALE);
         if (error == 0 && unitsPerEm > 0.0) {
@@ -380,7 +383,12 @@ long CFTGLFontAtlas::Measure() {
             ++measured;
         }
         if (error != FT_Err_Out_Of_Memory) {
-            error = FT_Load_Char(m_face, code, FT_LOAD_RENDER);
+            // A glyph knows how large its bitmap will be. Drawing those of a font that turns out to be too large would
+            // hold the host for half a minute.
+            error = FT_Load_Char(m_face, code, FT_LOAD_DEFAULT);
+        }
+        if (error == 0 && (slot->bitmap.width > kLargestBitmap || slot->bitmap.rows > kLargestBitmap)) {
+            error = FT_Err_Raster_Overflow;
         }
         if (error != 0) {
             return error;
@@ -447,12 +455,12 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
     metrics.boundTexture = 0;
     metrics.constant = 128;
     const FT_Int32 flags =
-        static_cast<FT_Int32>(FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT | (monochrome ? FT_LOAD_TARGET_MONO : 0));
+        monochrome ? kAtlasLoadFlags : static_cast<FT_Int32>(FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT);
     const auto stride = static_cast<std::size_t>(metrics.textureWidth);
     int index = 0;
     int widest = metrics.cellWidth;
     int tallest = metrics.cellHeight;
-    const long result = VisitCharacters(m_face, [&](FT_ULong code) {
+    const long result = VisitCharacters(m_face, *m_memory, [&](FT_ULong code) {
         const FT_Error error = FT_Load_Char(m_face, code, flags);
         if (error != 0) {
             return error;
@@ -461,7 +469,7 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
         const long long y = static_cast<long long>(index / metrics.columns) * metrics.cellHeight;
         unsigned char* cell = m_rawTexture + static_cast<std::size_t>(y) * stride + x;
         const FT_Bitmap& bitmap = m_face->glyph->bitmap;
-        CopyToCell(bitmap, cell, stride, metrics.cellWidth, metrics.cellHeight);
+        CopyBitmap(bitmap, cell, stride, metrics.cellWidth, metrics.cellHeight);
         widest = std::max(widest, static_cast<int>(bitmap.width));
         tallest = std::max(tallest, static_cast<int>(bitmap.rows));
         metrics.glyphs[index] = DescribeGlyph(m_face->glyph, x, y, metrics);
@@ -474,6 +482,9 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
     });
     if (result != S_OK) {
         return result;
+    }
+    if (HasSymbols(m_face)) {
+        NameSymbols(metrics);
     }
     if (widest > metrics.cellWidth || tallest > metrics.cellHeight) {
         metrics.cellWidth = widest;

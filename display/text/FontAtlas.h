@@ -10,6 +10,8 @@ struct FT_FaceRec_;
 
 namespace KTR {
 
+struct FontMemory;
+class GlyphSheet;
 class KerningCache;
 
 /// Result for a file that the look-up found but that is no font.
@@ -84,6 +86,8 @@ public:
     FT_FaceRec_* GetFontFace() const { return m_face; }
     /// Kerning of the open face; null when it has none, or when out of memory.
     KerningCache* GetKerning();
+    /// Pictures of single glyphs, which the texture does not have; null without a face, or when out of memory.
+    GlyphSheet* GetSheet();
     /// The request that the atlas was last asked to build.
     FontParameters& GetFontParameters() { return m_parameters; }
     const FontParameters& GetFontParameters() const { return m_parameters; }
@@ -93,6 +97,7 @@ public:
 private:
     long SetUp(FontParameters& request);
     long OpenFontFile(const FontParameters& request);
+    long Build(bool monochrome);
     long Measure();
     long LayOut();
     long DrawCells(bool monochrome);
@@ -102,8 +107,10 @@ private:
     FontAtlasGlyphMetrics* m_metrics = nullptr; ///< malloc
     unsigned char* m_rawTexture = nullptr;      ///< malloc
     FT_LibraryRec_* m_library = nullptr;
+    FontMemory* m_memory = nullptr; ///< of m_library
     FT_FaceRec_* m_face = nullptr;
     KerningCache* m_kerning = nullptr; ///< owned; of m_face, made when first asked for
+    GlyphSheet* m_sheet = nullptr;     ///< owned; likewise
     FontParameters m_parameters;
     CString m_path;
 };

@@ -1,5 +1,6 @@
 #include "FontFiles.h"
 
+#include "../platform/Border.h"
 #include "../platform/Notice.h"
 #include "FontParameters.h"
 
@@ -93,21 +94,25 @@ CString FaceOfValueName(const wchar_t* valueName) {
 } // namespace
 
 CString FontLookUpName(const FontParameters& request) {
-    CString name = request.faceName;
-    if (name.Find(L'@') == 0) {
-        name.Delete(0);
-    }
-    name.Trim();
-    if (request.bold) {
-        name += L" Bold";
-    }
-    if (request.italic) {
-        name += L" Italic";
-    }
-    return name;
+    return AtTheBorder(CString(), [&request] {
+        CString name = request.faceName;
+        if (name.Find(L'@') == 0) {
+            name.Delete(0);
+        }
+        name.Trim();
+        if (request.bold) {
+            name += L" Bold";
+        }
+        if (request.italic) {
+            name += L" Italic";
+        }
+        return name;
+    });
 }
 
-long QueryFontKey(HKEY key, const wchar_t* faceName, CString& fileName) {
+namespace {
+
+long FindInKey(HKEY key, const wchar_t* faceName, CString& fileName) {
     CString message;
     DWORD valueCount = 0;
     const LSTATUS status = RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &valueCount,
@@ -145,7 +150,7 @@ long QueryFontKey(HKEY key, const wchar_t* faceName, CString& fileName) {
     return E_FAIL;
 }
 
-long GetFontSystemPath(const wchar_t* faceName, CString& path) {
+long FindInFolder(const wchar_t* faceName, CString& path) {
     CString folder;
     if (!FindFontsFolder(folder)) {
         CString message;
@@ -166,6 +171,16 @@ long GetFontSystemPath(const wchar_t* faceName, CString& path) {
         path = pattern + L"\\" + containing.FileName();
     }
     return S_OK;
+}
+
+} // namespace
+
+long QueryFontKey(HKEY key, const wchar_t* faceName, CString& fileName) {
+    return AtTheBorder(long{E_OUTOFMEMORY}, [&] { return FindInKey(key, faceName, fileName); });
+}
+
+long GetFontSystemPath(const wchar_t* faceName, CString& path) {
+    return AtTheBorder(long{E_OUTOFMEMORY}, [&] { return FindInFolder(faceName, path); });
 }
 
 long FindFontFile(const wchar_t* lookUpName, CString& path) {

@@ -1,5 +1,6 @@
 #include "FontManager.h"
 
+#include "../platform/Border.h"
 #include "../view/OpenGLView.h"
 #include "FontAtlas.h"
 
@@ -68,14 +69,16 @@ long CFTGLFontManager::CreateDefaultFont() {
     if (!COpenGLView::m_gsOpenGLVersionData.bOpenGL4OrLater) {
         return S_OK;
     }
-    constexpr COLORREF color = 0xFF00FFFF;
-    FontParameters request;
-    request.textColor = color;
-    request.pointSize = 12;
-    request.weight = 1;
-    request.characterFormat = DefaultCharacterFormat(color);
-    std::wcscpy(request.logicalFont.lfFaceName, L"arial");
-    return SetUpNewFont(request);
+    return AtTheBorder(long{E_OUTOFMEMORY}, [this] {
+        constexpr COLORREF color = 0xFF00FFFF;
+        FontParameters request;
+        request.textColor = color;
+        request.pointSize = 12;
+        request.weight = 1;
+        request.characterFormat = DefaultCharacterFormat(color);
+        std::wcscpy(request.logicalFont.lfFaceName, L"arial");
+        return SetUpNewFont(request);
+    });
 }
 
 long CFTGLFontManager::SetUpNewFont(FontParameters& request) {
@@ -86,7 +89,8 @@ long CFTGLFontManager::SetUpNewFont(FontParameters& request) {
         }
     }
     const int slot = FreeSlot();
-    m_atlases[slot] = new (std::nothrow) CFTGLFontAtlas;
+    // Its strings may find no memory either.
+    m_atlases[slot] = AtTheBorder<CFTGLFontAtlas*>(nullptr, [] { return new CFTGLFontAtlas; });
     if (!m_atlases[slot]) {
         return E_OUTOFMEMORY;
     }
@@ -130,8 +134,7 @@ long CFTGLFontManager::GetFontParameters(FontParameters& parameters) const {
     if (!current) {
         return E_INVALIDARG;
     }
-    parameters = *current;
-    return S_OK;
+    return AtTheBorder([&] { parameters = *current; }) ? S_OK : E_OUTOFMEMORY;
 }
 
 long CFTGLFontManager::GetCurrentFontTexture(int& width, int& height, unsigned char** bytes) const {

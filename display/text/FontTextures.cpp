@@ -1,14 +1,17 @@
 #include "FontTextures.h"
 
+#include "../diagnostics/DebugNames.h"
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "FontAtlas.h"
 #include "FontLevels.h"
+#include "SheetTextures.h"
+#include "StringDrawing.h"
 
 #include <GL/glext.h>
 
 #include <algorithm>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -74,6 +77,7 @@ unsigned int MakeTexture(COpenGLView& view, const GLCalls& gl, const FontAtlasGl
         gl.glGenerateMipmap(GL_TEXTURE_2D);
     }
     SetWrapping(view);
+    NameObject(gl, GL_TEXTURE, texture, "font");
     return texture;
 }
 
@@ -84,7 +88,8 @@ unsigned int MakeEmptyTexture(COpenGLView& view, const GLCalls& gl, const FontAt
         partial.rows.resize(static_cast<std::size_t>(font.rows));
         partial.missing = partial.rows.size();
         g_partialTextures.reserve(g_partialTextures.size() + 1);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return 0;
     }
     gl.glActiveTexture(GL_TEXTURE0);
@@ -93,6 +98,7 @@ unsigned int MakeEmptyTexture(COpenGLView& view, const GLCalls& gl, const FontAt
     gl.glTexStorage2D(GL_TEXTURE_2D, kLevels, GL_R8, font.textureWidth, font.textureHeight);
     SetFilters(view, true);
     SetWrapping(view);
+    NameObject(gl, GL_TEXTURE, partial.name, "font");
     ForgetPartial(partial.name);
     g_partialTextures.push_back(std::move(partial));
     return g_partialTextures.back().name;
@@ -206,7 +212,8 @@ long UploadMissing(COpenGLView& view, CFTGLFontAtlas& atlas, PartialTexture& par
                 --partial.missing;
             }
         }
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY; // what is missing still counts as missing
     }
     if (partial.missing == 0) {
@@ -216,21 +223,6 @@ long UploadMissing(COpenGLView& view, CFTGLFontAtlas& atlas, PartialTexture& par
         atlas.ReleaseRawTexture();
     }
     return S_OK;
-}
-
-/// The sampler takes the nearest texel, which draws glyphs as sharp as they are.
-unsigned int MakeSampler(const GLCalls& gl) {
-    unsigned int sampler = 0;
-    if (gl.Has(&GLEntryPoints::glGenSamplers) && gl.Has(&GLEntryPoints::glSamplerParameteri)) {
-        gl.glGenSamplers(1, &sampler);
-        for (const unsigned int filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
-            gl.glSamplerParameteri(sampler, filter, GL_NEAREST);
-        }
-        for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
-            gl.glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
-        }
-    }
-    return sampler;
 }
 
 /// Texture and sampler for a font that has none. One that is small enough is whole at once.
@@ -250,7 +242,7 @@ long MakeNames(COpenGLView& view, CFTGLFontAtlas& atlas) {
         font.textureName = MakeTexture(view, gl, font, atlas.GetRawTexture());
         ForgetPartial(font.textureName);
     }
-    font.samplerName = MakeSampler(gl);
+    font.samplerName = MakeSharpSampler(gl);
     if (released) {
         atlas.ReleaseRawTexture();
     }
@@ -259,6 +251,21 @@ long MakeNames(COpenGLView& view, CFTGLFontAtlas& atlas) {
 }
 
 } // namespace
+
+unsigned int MakeSharpSampler(const GLCalls& gl) {
+    unsigned int sampler = 0;
+    if (gl.Has(&GLEntryPoints::glGenSamplers) && gl.Has(&GLEntryPoints::glSamplerParameteri)) {
+        gl.glGenSamplers(1, &sampler);
+        for (const unsigned int filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
+            gl.glSamplerParameteri(sampler, filter, GL_NEAREST);
+        }
+        for (const unsigned int wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) {
+            gl.glSamplerParameteri(sampler, wrap, GL_CLAMP_TO_EDGE);
+        }
+        NameObject(gl, GL_SAMPLER, sampler, "font");
+    }
+    return sampler;
+}
 
 long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text) {
     if (atlas.GetAtlasMetrics()->textureName == 0) {
@@ -272,6 +279,9 @@ long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* 
 }
 
 void UploadRestOfBoundFont(COpenGLView& view) {
+    if (IsSheetTexture(ViewAccess::CurrentObjects(view).fontAtlasTexture)) {
+        BindCurrentFont(view); // the host's glyphs are the atlas's
+    }
     const unsigned int bound = ViewAccess::CurrentObjects(view).fontAtlasTexture;
     PartialTexture* const partial = FindPartial(bound);
     if (!partial || !ViewAccess::HasCurrentContext(view)) {
@@ -303,6 +313,9 @@ void DeleteFontTextures(COpenGLView& view, bool contextIsCurrent) {
     CFTGLFontManager& fonts = COpenGLView::m_gFontManager;
     if (contextIsCurrent) {
         DeleteTaggedFontNames(view);
+        DeleteSheetTextures(view);
+    } else {
+        ForgetSheetTextures(nullptr);
     }
     fonts.ClearTaggedForDeletionTextureAndSamplerNames();
     g_partialTextures.clear();
@@ -324,6 +337,10 @@ void DeleteFontTextures(COpenGLView& view, bool contextIsCurrent) {
 
 unsigned long long FontTextureChanges() {
     return g_fontTextureChanges;
+}
+
+void NoteFontTextureChange() {
+    ++g_fontTextureChanges;
 }
 
 } // namespace KTR

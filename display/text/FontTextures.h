@@ -6,6 +6,7 @@ namespace KTR {
 
 class CFTGLFontAtlas;
 class COpenGLView;
+class GLCalls;
 
 /// Makes the current font's texture and sampler, if it has none yet, and sees to it that they hold the glyphs of
 /// `text`. A large font is uploaded in parts, as its glyphs are needed: all at once it would stop a frame for long. A
@@ -13,7 +14,7 @@ class COpenGLView;
 /// font has no record any more.
 long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text);
 
-/// Uploads all that is missing of the font that the text program reads, for a host that draws glyphs by itself.
+/// Sees to it that the text program reads the font's atlas, all of it, for a host that draws glyphs by itself.
 void UploadRestOfBoundFont(COpenGLView& view);
 
 /// Deletes the names of a font that had to go. They wait as long as no context of the share group is current.
@@ -23,7 +24,11 @@ void DeleteTaggedFontNames(COpenGLView& view);
 /// the names are only forgotten and go with it.
 void DeleteFontTextures(COpenGLView& view, bool contextIsCurrent);
 
+/// A sampler that takes the nearest texel, which draws glyphs as sharp as they are; 0 where OpenGL has none.
+unsigned int MakeSharpSampler(const GLCalls& gl);
+
 /// Font textures made and deleted so far. Names are used again; a name from before a change is not to be trusted.
 unsigned long long FontTextureChanges();
+void NoteFontTextureChange();
 
 } // namespace KTR

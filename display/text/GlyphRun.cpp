@@ -12,20 +12,6 @@ namespace {
 
 constexpr int kGlyphVertices = 6;
 
-/// How far the quad of a rotated glyph reaches beyond its pixels, in pixels: half of one, over which the filter lets
-/// the edge fade.
-constexpr double kFade = 0.5;
-
-/// One glyph as it goes into the batch: corners relative to its origin, texture coordinates with t growing downwards.
-struct GlyphQuad {
-    glm::vec2 lowerLeft;
-    glm::vec2 lowerRight;
-    glm::vec2 upperLeft;
-    glm::vec2 upperRight;
-    float z;
-    float s0, s1, t0, t1;
-};
-
 /// The coordinates go out in pairs: the stores are what a glyph costs.
 inline void StoreGlyphVertex(GLDrawGeometry& record, const glm::vec2& corner, float z, const glm::vec2& texture) {
     static_assert(sizeof(glm::vec2) == 2 * sizeof(float));
@@ -170,6 +156,10 @@ GlyphRun AddRotatedGlyphs(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_
 }
 
 } // namespace
+
+void AddGlyph(COpenGLView& view, const GlyphQuad& quad) {
+    AddGlyphQuad(view, ViewAccess::Batch(view), quad);
+}
 
 GlyphRun AddGlyphs(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text, const TextFrame& frame,
                    const glm::dvec3& start) {

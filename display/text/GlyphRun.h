@@ -39,6 +39,23 @@ struct GlyphRun {
     }
 };
 
+/// One glyph as it goes into the batch: corners relative to its origin, texture coordinates with t growing downwards.
+struct GlyphQuad {
+    glm::vec2 lowerLeft;
+    glm::vec2 lowerRight;
+    glm::vec2 upperLeft;
+    glm::vec2 upperRight;
+    float z;
+    float s0, s1, t0, t1;
+};
+
+/// How far the quad of a rotated glyph reaches beyond its pixels, in pixels: half of one, over which the filter lets
+/// the edge fade.
+inline constexpr double kFade = 0.5;
+
+/// Adds the two triangles of a quad to the open batch of triangles.
+void AddGlyph(COpenGLView& view, const GlyphQuad& quad);
+
 /// Adds the quads of a string to the open batch of triangles; `start` is its place relative to the batch's origin.
 GlyphRun AddGlyphs(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text, const TextFrame& frame,
                    const glm::dvec3& start);

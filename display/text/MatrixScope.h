@@ -4,6 +4,8 @@
 
 #include <glm/gtc/matrix_transform.hpp>
 
+#include <algorithm>
+
 namespace KTR {
 
 /// One matrix from model to clip coordinates while it lives; then projection, modelview and mode are the view's again.
@@ -45,6 +47,12 @@ private:
 inline glm::dmat4 ClipMatrixFrom(const COpenGLView& view, const glm::dvec3& origin) {
     const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
     return matrices.projection * glm::translate(matrices.modelview, origin);
+}
+
+/// From the window's coordinates, depth included, to clip coordinates.
+inline glm::dmat4 WindowToClip(const glm::dvec4& viewport) {
+    return COpenGLMath::OrthoMatrix(viewport.x, viewport.x + std::max(viewport.z, 1.0), viewport.y,
+                                    viewport.y + std::max(viewport.w, 1.0), 0.0, -1.0);
 }
 
 } // namespace KTR

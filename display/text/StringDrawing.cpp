@@ -5,6 +5,7 @@
 #include "FontAtlas.h"
 #include "FontTextures.h"
 #include "MatrixScope.h"
+#include "SheetDrawing.h"
 
 #include <cmath>
 
@@ -50,29 +51,12 @@ glm::dvec2 RoundedToUnits(double x, double y) {
     return {std::trunc(x + 0.5), std::trunc(y + 0.5)};
 }
 
-CFTGLFontAtlas* CurrentAtlas() {
-    const CFTGLFontManager& fonts = COpenGLView::m_gFontManager;
-    return fonts.GetFontAtlas(fonts.GetCurrentFontIndex());
-}
-
-/// Whether one unit of the model is one pixel, with x to the right and y upwards.
-bool MapsToPixels(const COpenGLView& view) {
-    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
-    const std::array<int, 4>& viewport = ViewAccess::CurrentRecord(view).attributes.viewport;
-    const glm::dmat4 clip = matrices.projection * matrices.modelview;
-    const double halfWidth = viewport[2] * 0.5;
-    const double halfHeight = viewport[3] * 0.5;
-    const bool flat = clip[0][3] == 0.0 && clip[1][3] == 0.0 && IsNear(clip[3][3], 1.0);
-    return flat && IsNear(clip[0][0] * halfWidth, 1.0) && IsNear(clip[0][1] * halfHeight, 0.0) &&
-           IsNear(clip[1][0] * halfWidth, 0.0) && IsNear(clip[1][1] * halfHeight, 1.0);
-}
-
 /// What a string has to be drawn with now. Glyphs that land on the pixels as they are get the sharp sampler.
-TextBinding BindingFor(COpenGLView& view, const FontAtlasGlyphMetrics& font, bool plain) {
+TextBinding BindingFor(COpenGLView& view, const GlyphTexture& glyphs, bool plain) {
     const GLAttributes& attributes = ViewAccess::CurrentRecord(view).attributes;
     const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
     TextBinding binding;
-    binding.texture = font.textureName;
+    binding.texture = glyphs.texture;
     binding.fontTextures = FontTextureChanges();
     binding.modelview = matrices.modelview;
     binding.projection = matrices.projection;
@@ -81,8 +65,11 @@ TextBinding BindingFor(COpenGLView& view, const FontAtlasGlyphMetrics& font, boo
     const bool sameView = binding.modelview == bound.modelview && binding.projection == bound.projection &&
                           binding.viewport == bound.viewport;
     binding.mapsToPixels = sameView ? bound.mapsToPixels : MapsToPixels(view);
-    binding.sampler = plain && binding.mapsToPixels ? font.samplerName : 0;
+    binding.sampler = plain && binding.mapsToPixels ? glyphs.sampler : 0;
     binding.color = attributes.currentColor;
+    if (const TextLook& look = ViewAccess::Text(view).look; look.HasHalo()) {
+        binding.haloColor = look.haloColor;
+    }
     binding.transparency = attributes.textTransparency;
     return binding;
 }
@@ -105,50 +92,13 @@ glm::dvec3 OriginAt(const COpenGLView& view, const glm::dvec3& place) {
 
 /// Makes the text program current with everything that it reads. Nothing that is bound already counts: only strings
 /// that wait know that nobody has used OpenGL since.
-void BindFont(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextBinding& binding, const glm::dvec3& origin) {
+void BindFont(COpenGLView& view, const TextBinding& binding, const glm::dvec3& origin) {
     const MatrixScope matrices(view, ClipMatrixFrom(view, origin));
     ViewAccess::CurrentRecord(view).objects.fontAtlasSampler = binding.sampler;
     view.EnableClientStateInternalVertexAndTexture(2, GL_FLOAT, 2, GL_FLOAT, binding.texture, GLShaderText);
-    font.boundTexture = binding.texture;
     TextState& text = ViewAccess::Text(view);
     text.bound = binding;
     text.origin = origin;
-}
-
-/// Opens the batch for a string and returns the origin of its positions there. On a 4.x context it goes on behind the
-/// strings that wait there, when they look alike.
-///
-/// Positions become floats relative to an origin, or labels of a national grid would stand up to half a metre off. The
-/// first string's place serves all that follow: those in the view are near enough to it, and where the others are does
-/// not show. Only when it does not show itself, the first string that does begins another draw.
-glm::dvec3 OpenTextBatch(COpenGLView& view, FontAtlasGlyphMetrics& font, const TextFrame& frame) {
-    if (!view.DrawsWithPrograms()) {
-        ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
-        return {};
-    }
-    TextState& text = ViewAccess::Text(view);
-    const TextBinding wanted = BindingFor(view, font, frame.plain);
-    // What waits may also be a host's own batches.
-    const bool stringsWait =
-        ViewAccess::Batch(view).waitingCount > 0 && ViewAccess::CurrentObjects(view).currentShader == GLShaderText;
-    const bool looksAlike = stringsWait && wanted == text.bound;
-    if (looksAlike && (text.originShows || !Shows(view, frame.place))) {
-        return text.origin;
-    }
-    ViewAccess::CallGL(view);
-    BindFont(view, font, wanted, OriginAt(view, frame.place));
-    text.originShows = Shows(view, frame.place);
-    ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
-    return text.origin;
-}
-
-/// Ends a string. Within a run it stays in the batch for others to join.
-void CloseTextBatch(COpenGLView& view, bool mayWait) {
-    if (mayWait && ViewAccess::Text(view).IsRunOpen() && view.DrawsWithPrograms()) {
-        ViewAccess::Batch(view).waitingCount = ViewAccess::Batch(view).batchVertexCount;
-        return;
-    }
-    FlushStrings(view);
 }
 
 /// The lines under and through a string, as its font asks for them.
@@ -205,6 +155,62 @@ CFTGLFontAtlas* UsableFont(COpenGLView& view) {
 
 } // namespace
 
+CFTGLFontAtlas* CurrentAtlas() {
+    const CFTGLFontManager& fonts = COpenGLView::m_gFontManager;
+    return fonts.GetFontAtlas(fonts.GetCurrentFontIndex());
+}
+
+/// Positions become floats relative to an origin, or labels of a national grid would stand up to half a metre off. The
+/// first string's place serves all that follow: those in the view are near enough to it, and where the others are does
+/// not show. Only when it does not show itself, the first string that does begins another draw.
+glm::dvec3 OpenTextBatch(COpenGLView& view, const GlyphTexture& glyphs, const TextFrame& frame) {
+    if (!view.DrawsWithPrograms()) {
+        ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
+        return {};
+    }
+    TextState& text = ViewAccess::Text(view);
+    const TextBinding wanted = BindingFor(view, glyphs, frame.plain);
+    // What waits may also be a host's own batches.
+    const bool stringsWait =
+        ViewAccess::Batch(view).waitingCount > 0 && ViewAccess::CurrentObjects(view).currentShader == GLShaderText;
+    const bool looksAlike = stringsWait && wanted == text.bound;
+    if (looksAlike && (text.originShows || !Shows(view, frame.place))) {
+        return text.origin;
+    }
+    ViewAccess::CallGL(view);
+    BindFont(view, wanted, OriginAt(view, frame.place));
+    text.originShows = Shows(view, frame.place);
+    ViewAccess::OpenBatch(view, GL_TRIANGLES, GLShaderText);
+    return text.origin;
+}
+
+void CloseTextBatch(COpenGLView& view, bool mayWait) {
+    if (mayWait && ViewAccess::Text(view).IsRunOpen() && view.DrawsWithPrograms()) {
+        ViewAccess::Batch(view).waitingCount = ViewAccess::Batch(view).batchVertexCount;
+        return;
+    }
+    FlushStrings(view);
+}
+
+bool MapsToPixels(const COpenGLView& view) {
+    const MatrixSet& matrices = ViewAccess::CurrentMatrices(view);
+    const std::array<int, 4>& viewport = ViewAccess::CurrentRecord(view).attributes.viewport;
+    const glm::dmat4 clip = matrices.projection * matrices.modelview;
+    const double halfWidth = viewport[2] * 0.5;
+    const double halfHeight = viewport[3] * 0.5;
+    const bool flat = clip[0][3] == 0.0 && clip[1][3] == 0.0 && IsNear(clip[3][3], 1.0);
+    return flat && IsNear(clip[0][0] * halfWidth, 1.0) && IsNear(clip[0][1] * halfHeight, 0.0) &&
+           IsNear(clip[1][0] * halfWidth, 0.0) && IsNear(clip[1][1] * halfHeight, 1.0);
+}
+
+bool ShapesFromAtlas(COpenGLView& view) {
+    if (view.DrawsWithPrograms() || !ViewAccess::Text(view).look.shaping) {
+        return false;
+    }
+    CFTGLFontAtlas* const atlas = CurrentAtlas();
+    return atlas && atlas->GetAtlasMetrics() && atlas->GetFontFace();
+}
+
 TextFrame PlainFrame(double x, double y, double z) {
     TextFrame frame;
     frame.place = glm::dvec3(RoundedToUnits(x, y), z);
@@ -228,12 +234,19 @@ long DrawString(COpenGLView& view, const wchar_t* text, const TextFrame& frame, 
     if (!atlas || !atlas->GetAtlasMetrics() || !atlas->GetFontFace()) {
         return E_INVALIDARG;
     }
+    if (NeedsSheet(view)) {
+        return DrawSheetString(view, *atlas, text, frame, advance);
+    }
     if (view.DrawsWithPrograms()) {
         if (const long result = UploadFontTexture(view, *atlas, text); result != S_OK) {
             return result;
         }
     }
-    const glm::dvec3 origin = OpenTextBatch(view, *atlas->GetAtlasMetrics(), frame);
+    FontAtlasGlyphMetrics& font = *atlas->GetAtlasMetrics();
+    const glm::dvec3 origin = OpenTextBatch(view, {font.textureName, font.samplerName}, frame);
+    if (view.DrawsWithPrograms()) {
+        font.boundTexture = font.textureName;
+    }
     const GlyphRun run = AddGlyphs(view, *atlas, text, frame, frame.place - origin);
     if (advance) {
         *advance = run.advance;
@@ -266,7 +279,8 @@ bool BindCurrentFont(COpenGLView& view) {
         return false;
     }
     FontAtlasGlyphMetrics& font = *atlas->GetAtlasMetrics();
-    BindFont(view, font, BindingFor(view, font, true), glm::dvec3(0.0));
+    BindFont(view, BindingFor(view, {font.textureName, font.samplerName}, true), glm::dvec3(0.0));
+    font.boundTexture = font.textureName;
     return true;
 }
 

@@ -11,6 +11,15 @@
 
 namespace KTR {
 
+/// How strings are drawn from now on.
+struct TextLook {
+    GLRGBAColor haloColor{};
+    double haloWidth = 0.0; ///< pixels; 0 for none
+    bool shaping = false;
+
+    bool HasHalo() const { return haloWidth > 0.0 && haloColor.a != 0; }
+};
+
 /// Everything that decides how strings look while the text program is bound. Strings that agree in it share a draw.
 struct TextBinding {
     unsigned int texture = 0;
@@ -21,6 +30,7 @@ struct TextBinding {
     std::array<int, 4> viewport{};
     bool mapsToPixels = true; ///< what the matrices and the viewport come to
     GLRGBAColor color{};
+    GLRGBAColor haloColor{}; ///< alpha 0 without a halo
     unsigned char transparency = 0;
     bool operator==(const TextBinding&) const = default;
 };
@@ -51,6 +61,7 @@ struct TextState {
     unsigned int value = 0;
     double a = 0.0;
     double b = 0.0;
+    TextLook look;
     int currentFont = 0; ///< the manager's index when this view last chose a font
     TextBinding bound;
     glm::dvec3 origin{0.0};   ///< in the batch positions are relative to this place of the model
@@ -58,6 +69,8 @@ struct TextState {
 
     /// Whether strings may wait for others.
     bool IsRunOpen() const { return setups.count > 0; }
+    /// Between DrawSetupText and its teardown on a fixed-function context.
+    bool IsInFrame() const { return IsRunOpen() && setups.entries[setups.top].replacedModelview.has_value(); }
 };
 
 } // namespace KTR

@@ -1,11 +1,25 @@
 #include "../view/OpenGLView.h"
 
+#include "../view/ViewAccess.h"
 #include "FontAtlas.h"
 #include "FontTextures.h"
+#include "ListDrawing.h"
+#include "SheetDrawing.h"
+#include "StringDrawing.h"
 
 #include <cwchar>
 
 namespace KTR {
+
+namespace {
+
+/// Whether strings of the current context are drawn from display lists, and measured as those.
+bool HasLists(const COpenGLView& view) {
+    const TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
+    return !view.DrawsWithPrograms() && (lists.raster != 0 || lists.outline != 0);
+}
+
+} // namespace
 
 long COpenGLView::SetUpNewFont(FontParameters& request) {
     DrawWaitingVertices();
@@ -41,7 +55,8 @@ double COpenGLView::GetFontAverageHeightNotionalUnits() const {
 }
 
 std::size_t COpenGLView::GetTextStringLength(const wchar_t* text) const {
-    return text && m_gFontManager.GetCurrentFontAtlasMetrics() ? std::wcslen(text) : 0;
+    const bool measures = HasLists(*this) || m_gFontManager.GetCurrentFontAtlasMetrics();
+    return text && measures ? std::wcslen(text) : 0;
 }
 
 long COpenGLView::GetTextStringDimensions(const wchar_t* text, std::size_t& length, double& width,
@@ -49,6 +64,19 @@ long COpenGLView::GetTextStringDimensions(const wchar_t* text, std::size_t& leng
     length = 0;
     width = 0.0;
     height = 0.0;
+    if (!text) {
+        return E_INVALIDARG;
+    }
+    CFTGLFontAtlas* const atlas = CurrentAtlas();
+    if (m_text.look.shaping && atlas && atlas->GetAtlasMetrics() && atlas->GetFontFace()) {
+        length = std::wcslen(text);
+        return MeasureShaped(*atlas, text, width, height);
+    }
+    if (HasLists(*this)) {
+        length = std::wcslen(text);
+        MeasureLists(CurrentRecord().objects.textLists, text, width, height);
+        return S_OK;
+    }
     return m_gFontManager.GetTextStringDimensions(text, length, &width, &height);
 }
 

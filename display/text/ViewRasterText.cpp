@@ -1,12 +1,14 @@
 #include "../view/OpenGLView.h"
 
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 
 #include "CodePage.h"
 #include "FontAtlas.h"
 #include "FontTextures.h"
 #include "ListDrawing.h"
+#include "ListHalo.h"
 #include "MatrixScope.h"
 #include "StringDrawing.h"
 
@@ -18,7 +20,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <functional>
 #include <new>
+#include <vector>
 
 namespace KTR {
 
@@ -28,20 +32,6 @@ constexpr double kRadiansPerDegree = 0.017453292519943295;
 
 /// A raster position so little left of a pixel's border, or below it, is meant to be on it.
 constexpr double kRasterTolerance = 1e-4;
-
-/// A GDI object in a device context while it lives.
-class SelectedObject {
-public:
-    SelectedObject(HDC deviceContext, HGDIOBJ object)
-        : m_deviceContext(deviceContext), m_previous(SelectObject(deviceContext, object)) {}
-    ~SelectedObject() { SelectObject(m_deviceContext, m_previous); }
-    SelectedObject(const SelectedObject&) = delete;
-    SelectedObject& operator=(const SelectedObject&) = delete;
-
-private:
-    HDC m_deviceContext;
-    HGDIOBJ m_previous;
-};
 
 /// Pixels of one em of a font, taken as the atlas of the other pipeline takes it.
 double EmHeight(HFONT font) {
@@ -64,8 +54,26 @@ void MakeBlankLists(const GLCalls& gl, HDC deviceContext, unsigned int listBase)
     }
 }
 
+/// What strings of the raster lists measure.
+void MeasureCharacters(HDC deviceContext, TextLists& lists) {
+    constexpr MAT2 identity{{0, 1}, {0, 0}, {0, 0}, {0, 1}};
+    for (unsigned int character = 0; character < kListCharacters; ++character) {
+        GLYPHMETRICS metrics{};
+        const DWORD bytes = GetGlyphOutlineA(deviceContext, character, GGO_BITMAP, &metrics, 0, nullptr, &identity);
+        const bool found = bytes != GDI_ERROR;
+        lists.rasterAdvances[character] = found ? metrics.gmCellIncX : 0;
+        // A blank has no pixels, although it says that it has one.
+        lists.rasterHeights[character] = found && bytes > 0 ? static_cast<int>(metrics.gmBlackBoxY) : 0;
+    }
+    for (const char* blank : {" ", "\xA0"}) { // see MakeBlankLists
+        SIZE size = {};
+        GetTextExtentPoint32A(deviceContext, blank, 1, &size);
+        lists.rasterAdvances[static_cast<unsigned char>(*blank)] = static_cast<int>(size.cx);
+    }
+}
+
 /// On the 4.x pipeline a GDI font stands for a font request.
-long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
+long RequestGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
     FontParameters request;
     LOGFONTW& logicalFont = request.logicalFont;
     if (!GetObjectW(font, sizeof(logicalFont), &logicalFont)) {
@@ -88,9 +96,8 @@ long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long
     return view.SetUpNewFont(request);
 }
 
-void CallLists(const GLCalls& gl, unsigned int listBase, const char* text) {
-    gl.glListBase(listBase);
-    gl.glCallLists(static_cast<GLsizei>(std::strlen(text)), GL_UNSIGNED_BYTE, text);
+long LoadGdiFont(COpenGLView& view, HDC deviceContext, HFONT font, unsigned long color) {
+    return AtTheBorder(long{E_OUTOFMEMORY}, [&] { return RequestGdiFont(view, deviceContext, font, color); });
 }
 
 /// Polygons filled while it lives. Outlines of glyphs are made of them.
@@ -118,9 +125,14 @@ private:
     bool m_changes = false;
 };
 
-/// Between DrawSetupText and its teardown, where outline lists draw.
-bool IsInFrameOfText(const TextState& text) {
-    return text.IsRunOpen() && text.setups.entries[text.setups.top].replacedModelview.has_value();
+/// Calls outline lists whose em is `scale` units.
+void CallOutlines(COpenGLView& view, const GLCalls& gl, unsigned int listBase, const char* text,
+                  const glm::dvec3& place, const glm::dvec3& scale, double angleDegrees) {
+    glm::dmat4 clip = ClipMatrixFrom(view, place);
+    clip = glm::rotate(clip, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
+    // The lists move the matrix along; the scope puts it back.
+    const MatrixScope matrices(view, glm::scale(clip, scale));
+    CallLists(gl, listBase, text);
 }
 
 /// Draws outlines whose em is `scale` units.
@@ -129,14 +141,12 @@ void DrawOutlineLists(COpenGLView& view, unsigned int listBase, const char* text
     if (!text || *text == '\0') {
         return;
     }
-    view.Color(view.GetCurrentColor());
     const GLCalls gl = ViewAccess::CallGL(view);
+    const auto draw = [&] { CallOutlines(view, gl, listBase, text, place, scale, angleDegrees); };
+    DrawOutlineHalo(view, gl, std::ref(draw));
+    view.Color(view.GetCurrentColor());
     const FilledPolygons filled(gl);
-    glm::dmat4 clip = ClipMatrixFrom(view, place);
-    clip = glm::rotate(clip, angleDegrees * kRadiansPerDegree, glm::dvec3(0.0, 0.0, 1.0));
-    // The lists move the matrix along; the scope puts it back.
-    const MatrixScope matrices(view, glm::scale(clip, scale));
-    CallLists(gl, listBase, text);
+    draw();
 }
 
 /// As RasterPosition on a fixed-function context, but for the precision: OpenGL multiplies floats.
@@ -146,32 +156,6 @@ void PlaceRaster(COpenGLView& view, const glm::dvec3& place) {
         view.RasterPosition(0.0, 0.0, 0.0);
     }
     ViewAccess::CurrentRecord(view).attributes.rasterPosition = {place.x, place.y, place.z};
-}
-
-/// Matrices that take the window's coordinates, depth included, to clip coordinates.
-glm::dmat4 WindowToClip(const glm::dvec4& viewport) {
-    return COpenGLMath::OrthoMatrix(viewport.x, viewport.x + std::max(viewport.z, 1.0), viewport.y,
-                                    viewport.y + std::max(viewport.w, 1.0), 0.0, -1.0);
-}
-
-/// On a 4.x context: draws a string as bitmaps are drawn, in pixels of the window from the pixel that the raster
-/// position lies in, and moves that to the string's end. Behind the eye it lies nowhere.
-void DrawStringAtRasterPosition(COpenGLView& view, const wchar_t* text) {
-    std::array<double, 3>& position = ViewAccess::CurrentRecord(view).attributes.rasterPosition;
-    const glm::dvec4 clip = ClipMatrixFrom(view, {position[0], position[1], position[2]})[3];
-    if (!(clip.w > 0.0)) {
-        return;
-    }
-    glm::dvec3 window(0.0);
-    view.Project(position[0], position[1], position[2], &window.x, &window.y, &window.z, false);
-    TextFrame frame;
-    frame.place = {std::floor(window.x + kRasterTolerance), std::floor(window.y + kRasterTolerance), window.z};
-    double advance = 0.0;
-    {
-        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
-        DrawString(view, text, frame, &advance);
-    }
-    view.UnProject(window.x + advance, window.y, window.z, &position[0], &position[1], &position[2], false);
 }
 
 } // namespace
@@ -230,7 +214,10 @@ long COpenGLView::RefreshRasterFont(HDC deviceContext, unsigned int& listBase, H
         record.rasterFontReady = wglUseFontBitmapsA(deviceContext, 0, kListCharacters, listBase) != FALSE;
         MakeBlankLists(gl, deviceContext, listBase);
     }
-    record.objects.textLists.raster = listBase;
+    TextLists& lists = record.objects.textLists;
+    lists.raster = listBase;
+    GetObjectW(font, sizeof(lists.rasterFont), &lists.rasterFont);
+    MeasureCharacters(deviceContext, lists);
     return record.rasterFontReady ? S_OK : E_FAIL;
 }
 
@@ -257,6 +244,8 @@ long COpenGLView::RefreshOutlineFont(HDC deviceContext, unsigned int& listBase, 
     lists.outlineHeight = EmHeight(font);
     std::transform(metrics.begin(), metrics.end(), lists.outlineAdvances.begin(),
                    [](const GLYPHMETRICSFLOAT& glyph) { return glyph.gmfCellIncX; });
+    std::transform(metrics.begin(), metrics.end(), lists.outlineHeights.begin(),
+                   [](const GLYPHMETRICSFLOAT& glyph) { return glyph.gmfBlackBoxY; });
     return S_OK;
 }
 
@@ -264,19 +253,32 @@ void COpenGLView::DrawGLText(unsigned int listBase, const char* text) {
     if (!text || *text == '\0') {
         return;
     }
-    if (DrawsWithPrograms()) {
+    if (DrawsWithPrograms() || ShapesFromAtlas(*this)) {
         if (const std::unique_ptr<wchar_t[]> wide = WideText(text)) {
             DrawStringAtRasterPosition(*this, wide.get());
         }
         return;
     }
     const TextLists& lists = CurrentRecord().objects.textLists;
-    if (listBase == lists.outline && IsInFrameOfText(m_text)) {
+    if (listBase == lists.outline && m_text.IsInFrame()) {
         // There a unit is a pixel of the font, not its em.
         DrawOutlineLists(*this, listBase, text, glm::dvec3(0.0), glm::dvec3(lists.outlineHeight), 0.0);
         return;
     }
-    CallLists(CallGL(), listBase, text);
+    if (listBase == lists.raster && m_text.look.HasHalo()) {
+        DrawRasterHalo(*this, text);
+    }
+    const GLCalls gl = CallGL();
+    if (listBase == lists.outline) {
+        const auto draw = [&] {
+            // Outlines move the matrix along.
+            gl.glPushMatrix();
+            CallLists(gl, listBase, text);
+            gl.glPopMatrix();
+        };
+        DrawOutlineHalo(*this, gl, std::ref(draw));
+    }
+    CallLists(gl, listBase, text);
 }
 
 void COpenGLView::DrawRasterText(unsigned int listBase, const char* text, double x, double y, double z) {
@@ -295,7 +297,7 @@ void COpenGLView::DrawOutlineText(unsigned int listBase, const char* text, doubl
     if (!text || *text == '\0') {
         return;
     }
-    if (!DrawsWithPrograms()) {
+    if (!DrawsWithPrograms() && !ShapesFromAtlas(*this)) {
         DrawOutlineLists(*this, listBase, text, {x, y, z}, glm::dvec3(scale), angleDegrees);
         return;
     }
@@ -320,6 +322,7 @@ void COpenGLView::DeleteFont(unsigned int& listBase) {
     CallGL().glDeleteLists(listBase, kListCharacters);
     GLRenderingContextRecord& record = CurrentRecord();
     if (record.objects.textLists.raster == listBase) {
+        DeleteHaloLists(*this);
         record.objects.textLists.raster = 0;
         record.rasterFontReady = false;
     }
@@ -327,6 +330,27 @@ void COpenGLView::DeleteFont(unsigned int& listBase) {
         record.objects.textLists.outline = 0;
     }
     listBase = 0;
+}
+
+void DrawStringAtRasterPosition(COpenGLView& view, const wchar_t* text) {
+    std::array<double, 3>& position = ViewAccess::CurrentRecord(view).attributes.rasterPosition;
+    const glm::dvec4 clip = ClipMatrixFrom(view, {position[0], position[1], position[2]})[3];
+    if (!(clip.w > 0.0)) {
+        return;
+    }
+    glm::dvec3 window(0.0);
+    view.Project(position[0], position[1], position[2], &window.x, &window.y, &window.z, false);
+    TextFrame frame;
+    frame.place = {std::floor(window.x + kRasterTolerance), std::floor(window.y + kRasterTolerance), window.z};
+    double advance = 0.0;
+    {
+        const MatrixScope matrices(view, WindowToClip(view.GetViewport()));
+        DrawString(view, text, frame, &advance);
+    }
+    view.UnProject(window.x + advance, window.y, window.z, &position[0], &position[1], &position[2], false);
+    if (!view.DrawsWithPrograms()) {
+        PlaceRaster(view, {position[0], position[1], position[2]});
+    }
 }
 
 long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& place, const glm::dvec3& scale,
@@ -341,6 +365,49 @@ long DrawStringFromLists(COpenGLView& view, const char* text, const glm::dvec3& 
     }
     view.DrawRasterText(lists.raster, text, place.x, place.y, place.z);
     return S_OK;
+}
+
+TextLayout LayOutOutlines(const TextLists& lists, const wchar_t* text) {
+    TextLayout layout;
+    for (const char character : NarrowText(text)) {
+        if (character == '\0') {
+            break;
+        }
+        const auto code = static_cast<unsigned char>(character);
+        const double advance = lists.outlineAdvances[code] * lists.outlineHeight;
+        layout.glyphs.push_back({code, layout.advance, 0.0, advance});
+        layout.advance += advance;
+    }
+    return layout;
+}
+
+void DrawOutlineLetters(COpenGLView& view, std::span<const PlacedLetter> letters) {
+    const TextLists& lists = ViewAccess::CurrentRecord(view).objects.textLists;
+    const GLCalls gl = ViewAccess::CallGL(view);
+    const auto draw = [&] {
+        for (const PlacedLetter& letter : letters) {
+            const char text[] = {static_cast<char>(letter.glyph), '\0'};
+            const double angle = std::atan2(letter.along.y, letter.along.x) / kRadiansPerDegree;
+            CallOutlines(view, gl, lists.outline, text, letter.pen, glm::dvec3(lists.outlineHeight), angle);
+        }
+    };
+    DrawOutlineHalo(view, gl, std::ref(draw));
+    view.Color(view.GetCurrentColor());
+    const FilledPolygons filled(gl);
+    draw();
+}
+
+void MeasureLists(const TextLists& lists, const wchar_t* text, double& width, double& height) {
+    for (const char character : NarrowText(text)) {
+        if (character == '\0') {
+            break;
+        }
+        const auto code = static_cast<unsigned char>(character);
+        const bool bitmaps = lists.raster != 0;
+        width += bitmaps ? lists.rasterAdvances[code] : lists.outlineAdvances[code] * lists.outlineHeight;
+        height =
+            std::max(height, bitmaps ? lists.rasterHeights[code] : lists.outlineHeights[code] * lists.outlineHeight);
+    }
 }
 
 double WidthFromOutlines(const TextLists& lists, const wchar_t* text) {

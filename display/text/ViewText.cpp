@@ -1,6 +1,7 @@
 #include "../view/OpenGLView.h"
 
 #include "../pipeline/ProgramBinding.h"
+#include "../platform/Border.h"
 #include "../platform/GLCalls.h"
 
 #include "../platform/Notice.h"
@@ -90,10 +91,12 @@ void COpenGLView::GetFontAtlasTextSetup(unsigned int& value, double& a, double& 
 
 void COpenGLView::DrawFontAtlasEnableClientState() {
     if (DrawsWithPrograms() && !BindCurrentFont(*this)) {
-        ShowMessageBox(nullptr,
-                       L"Requested Font not found, attempted to use default Arial font.  DEFAULT ARIAL FONT NOT "
-                       L"LOADED.  Critical Error.",
-                       L"ERROR BAD FONT", MB_OK);
+        AtTheBorder([] {
+            ShowMessageBox(nullptr,
+                           L"Requested Font not found, attempted to use default Arial font.  DEFAULT ARIAL FONT NOT "
+                           L"LOADED.  Critical Error.",
+                           L"ERROR BAD FONT", MB_OK);
+        });
     }
 }
 
@@ -180,6 +183,13 @@ long COpenGLView::DrawTextString(unsigned int listBase, const wchar_t* text, con
         DrawGLText(listBase, ansiText);
         return S_OK;
     }
+    if (ShapesFromAtlas(*this)) {
+        if (m_text.IsInFrame()) {
+            return DrawString(*this, text, PlainFrame(0.0, 0.0, 0.0));
+        }
+        DrawStringAtRasterPosition(*this, text);
+        return S_OK;
+    }
     DrawGLText(listBase, NarrowText(text).data());
     return S_OK;
 }
@@ -199,7 +209,7 @@ long COpenGLView::DrawFontAtlasScaledRotatedTextString(const wchar_t* text, cons
     if (project) {
         Project(x, y, z, &x, &y, &z, false);
     }
-    if (!DrawsWithPrograms()) {
+    if (!DrawsWithPrograms() && !ShapesFromAtlas(*this)) {
         const std::array<char, kListTextBytes> narrow = text ? NarrowText(text) : std::array<char, kListTextBytes>{};
         return DrawStringFromLists(*this, text ? narrow.data() : ansiText, {x, y, z}, {scaleX, scaleY, scaleZ},
                                    angleDegrees);
@@ -236,16 +246,24 @@ void COpenGLView::DrawSetupText(double x, double y, double z, const wchar_t* tex
     }
     DrawSetupFontAtlasText(false, false, 0, 0.0, 0.0);
     const TextLists& lists = CurrentRecord().objects.textLists;
-    if (lists.outline == 0) {
+    const bool shapes = ShapesFromAtlas(*this);
+    if (lists.outline == 0 && !shapes) {
         RasterPosition(x, y, z);
         return;
+    }
+    std::size_t length = 0;
+    double width = 0.0;
+    double height = 0.0;
+    if (shapes) {
+        GetTextStringDimensions(text, length, width, height);
+    } else {
+        width = WidthFromOutlines(lists, text);
     }
     const unsigned int mode = CurrentRecord().attributes.matrixMode;
     const glm::dmat4 modelview = GetMatrix(GL_MODELVIEW);
     m_text.setups.entries[m_text.setups.top].replacedModelview = modelview;
     MatrixMode(GL_MODELVIEW);
-    ReplaceCurrentMatrix(FrameWithin(modelview, {x, y, z}, {scaleX, scaleY, scaleZ}, angleDegrees,
-                                     alignment * WidthFromOutlines(lists, text)));
+    ReplaceCurrentMatrix(FrameWithin(modelview, {x, y, z}, {scaleX, scaleY, scaleZ}, angleDegrees, alignment * width));
     MatrixMode(mode);
     RasterPosition(0.0, 0.0, 0.0);
 }

@@ -11,6 +11,16 @@ enum GLRenderingContextTypes : int {
 /// Number of contexts of a view.
 inline constexpr int kContextTypes = 2;
 
+/// Whether drawing has an effect, and what keeps it from that.
+enum GLDrawingState : int {
+    GLDrawingReady = 0,           ///< what is drawn is seen
+    GLDrawingNoContext = 1,       ///< the view has no context of the current kind
+    GLDrawingNotCurrent = 2,      ///< it has one, but another is current on this thread, or none
+    GLDrawingNoFunctions = 3,     ///< there was no memory for the context's table of functions
+    GLDrawingNoPrograms = 4,      ///< a stock program could not be built: what needs it is not seen
+    GLDrawingNoVertexStorage = 5, ///< the driver refused memory for vertices; the next EnableClientState... tries again
+};
+
 /// Which way a view looks at the model, x to the east, y to the north and z up.
 enum GLViewOrientation : int {
     GLViewOrientationTop = 0,         ///< down: right +x, up +y

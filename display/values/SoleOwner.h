@@ -5,7 +5,7 @@
 namespace KTR {
 
 /// What its holder alone owns, of a type that the holder's header need not know: std::unique_ptr for the public
-/// headers. <memory> would cost each source of a host 20,000 lines, more than all that the library declares.
+/// headers. Its own header would cost each source of a host 20,000 lines, more than all that the library declares.
 template <typename Type> class SoleOwner {
 public:
     SoleOwner() noexcept = default;

@@ -4,6 +4,7 @@
 #include "../platform/GLCalls.h"
 
 #include "../pipeline/GeometryFilling.h"
+#include "../platform/Border.h"
 #include "../platform/ContextLifecycle.h"
 #include "../platform/CriticalSectionLock.h"
 #include "../platform/Notice.h"
@@ -220,15 +221,18 @@ int COpenGLView::GetMasterContextIndex() const {
 /// Takes over what a copy shares with its source. Records, arrays and locks stay this view's own, and so does what it
 /// has to free: the members copied here only point.
 void COpenGLView::CopySettings(const COpenGLView& other) {
-    m_reserved = other.m_reserved;
     m_batch = other.m_batch;
     m_batch.ForgetWaiting();
     m_batch.sharedDepth = 0;
     m_backingStore = other.m_backingStore;
-    m_name = other.m_name;
-    m_message = other.m_message;
+    AtTheBorder([&] {
+        // The texts; where there is no memory for one, it and those behind it stay as they were.
+        m_requestedTexture = other.m_requestedTexture;
+        m_reserved = other.m_reserved;
+        m_name = other.m_name;
+        m_message = other.m_message;
+    });
     m_textureRequest = other.m_textureRequest;
-    m_requestedTexture = other.m_requestedTexture;
     m_tesselator = other.m_tesselator;
     m_loadNewTexture[0] = other.m_loadNewTexture[0];
     m_loadNewTexture[1] = other.m_loadNewTexture[1];

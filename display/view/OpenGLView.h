@@ -38,6 +38,7 @@ struct TexturedQuadrilateral;
 enum GLLineJoin : int;
 enum GLSymbolKind : int;
 struct GLLineStyle;
+struct GLLineTextStyle;
 struct GLPolygonStyle;
 struct GLSymbolStyle;
 struct ProfileState;
@@ -78,6 +79,8 @@ using WglGetPixelFormatAttribivARB = BOOL(WINAPI*)(HDC deviceContext, int format
 ///  21. Shapes                    display/shapes/ViewShapes.cpp
 ///  22. Profiles                  display/profile/ViewProfile.cpp
 ///  23. Vertices in bulk          display/pipeline/ViewBulk.cpp
+///  24. State of drawing          display/view/ViewDrawingState.cpp, ViewReset.cpp
+///  25. Text on maps              display/text/ViewMapText.cpp
 ///
 /// **Order of calls for geometry.** On both pipelines the same order gives the same frame:
 ///
@@ -191,8 +194,12 @@ public:
     bool IsCurrentContextOpenGL4OrLater() const { return IsContextOpenGL4OrLater(m_currentContext); }
     bool IsCurrentContextLegacyOpenGL11() const { return IsContextLegacyOpenGL11(m_currentContext); }
     /// Which of the two pipelines the current context draws with. Differs from IsCurrentContextOpenGL4OrLater for a
-    /// context that the driver gave only in the plain way: it has to do without the shared programs.
-    bool DrawsWithPrograms() const { return IsCurrentContextOpenGL4OrLater() && !CurrentRecord().fixedFunctionOnly; }
+    /// context that the driver gave only in the plain way, which has to do without the shared programs, and for one
+    /// whose driver lacks functions that they need.
+    bool DrawsWithPrograms() const {
+        const GLRenderingContextRecord& record = CurrentRecord();
+        return IsCurrentContextOpenGL4OrLater() && !record.fixedFunctionOnly && !record.lacksProgramFunctions;
+    }
 
     /// Bootstraps the loader and settles the process's pipeline. The first view's constructor calls it.
     int GetOpenGLVersionWithGLCement();
@@ -575,6 +582,11 @@ public:
     /// Registers the host's logger under its own name; a name that is taken stays with its first logger. The library
     /// writes to the logger named "OrrinLogger", at trace level.
     static void RegisterLogger(std::shared_ptr<spdlog::logger> logger);
+    /// For capture tools and debuggers of OpenGL, where the driver has KHR_debug: programs, buffers, textures, samplers
+    /// and vertex arrays get names, what operations draw is grouped under theirs, and what the driver has to say goes
+    /// to the logger, from level debug up to error. Call it before the first context is made: what there is already
+    /// stays without names. Off, as at the start, no call of OpenGL is made for it. For the process; any thread.
+    static void SetDebugNames(bool on);
     /// Writes one label to the trace. It does not ask OpenGL for errors. Any thread.
     void outputGlError(const wchar_t* label) const;
     /// The current context's glGetError; 0 without a context.
@@ -602,9 +614,10 @@ public:
     int GetFontAverageHeightPixels() const;
     double GetFontAverageWidthNotionalUnits() const;
     double GetFontAverageHeightNotionalUnits() const;
-    /// UTF-16 units of a string; 0 for a null one and without a current font.
+    /// UTF-16 units of a string; 0 for a null one and without a font or lists.
     std::size_t GetTextStringLength(const wchar_t* text) const;
-    /// Pixels that a string takes, and its length. All are 0 without a current font.
+    /// Pixels that a string takes, and its length. On a fixed-function context the display lists made last count, those
+    /// of bitmaps first and outlines at scale 1; without lists the current font does. All are 0 without either.
     long GetTextStringDimensions(const wchar_t* text, std::size_t& length, double& width, double& height) const;
     /// 0 makes text invisible, 255 shows it in the current colour. Needs blending, which the setup of text turns on.
     void DrawSetupTextTransparency(unsigned char transparency);
@@ -1312,6 +1325,78 @@ public:
     /// added: for more than were reserved, for a second time, and when the view has added to the batch or drawn it
     /// since.
     long CommitRecords(int count);
+
+    // ---- 24. State of drawing: whether the view draws, and whose OpenGL's state is
+    // Implemented in ViewDrawingState.cpp
+
+    /// Whether what is drawn with the current context now will be seen. What fails is told to the debugger once; this
+    /// is for hosts that want to tell their users. Text of the 4.x pipeline needs a font besides.
+    GLDrawingState GetDrawingState() const;
+
+    // A host may draw with OpenGL calls of its own in a view's context. Whose state is whose:
+    //
+    //   The view's own     what the operations of this class set and a record keeps: the capabilities that
+    //                      IsOpenGLStateEnabled knows, blending, logic operation, polygon mode, widths, stipple,
+    //                      viewport, background, colour and matrices of fixed functions. Set it through the view: what
+    //                      is set behind its back shows until the view sends that state again.
+    //   The library's      programs, vertex arrays, client arrays, array buffers, textures and samplers of the units,
+    //                      the active unit. A host's do not last; bind them before each use.
+    //   Put aside          pixel storage, pixel transfer and pixel buffers, while images and text are loaded; a host's
+    //                      program, while images, frames, records and shapes are drawn.
+    //   The host's         all else. The library draws through it and expects a new context's: culling, stencil, alpha
+    //                      test, clip planes, fog, masks, the depth function, offsets, framebuffers, texture matrices.
+    //                      Put it back, or call ResetGLState.
+    //
+    // Implemented in ViewReset.cpp
+
+    /// After a host's own OpenGL calls: the state that the library draws through becomes a new context's, and OpenGL
+    /// gets the view's own state again. Client state is disabled, an open batch is discarded; textures and buffers are
+    /// unbound, none is deleted. Stereo and multisampling stay as they are. Without a current context it does nothing.
+    /// It costs some two hundred calls: once after a host's drawing, not around each of them.
+    void ResetGLState();
+    /// Compares what the view believes of OpenGL with what OpenGL says, and what the library draws through with a new
+    /// context's. Nothing changes, and what waits is drawn. For each difference `report` (may be null) and the debugger
+    /// get a line with both values. Returns their number; 0 without a current context. For development: it waits for
+    /// the GPU.
+    int ValidateState(CString* report);
+
+    // ---- 25. Text on maps. Implemented in ViewMapText.cpp
+    // How strings of this view are drawn from here on, and strings along lines. Those of before stay as they were.
+
+    /// Draws a halo around all strings: everything within `widthPixels` of a letter, 0 (none, as at the start) to 32;
+    /// what is outside counts as the nearest. A string's halo lies under all of its letters, and takes no draw of its
+    /// own. It is scaled with the string, fades with the text's transparency and does not count when a string is
+    /// measured. A halo of alpha 0 is none.
+    ///
+    /// NOTE: on a fixed-function context strings of display lists have one where the lists are the ones made last of
+    /// their kind; it is opaque, around outlines as wide in pixels whatever their scale.
+    void SetTextHalo(const GLRGBAColor& color, double widthPixels);
+    GLRGBAColor GetTextHaloColor() const;
+    double GetTextHaloWidth() const;
+    /// Shapes strings (off at the start): kerning, ligatures and marks as the font's OpenType tables have them, joined
+    /// scripts such as Arabic and Devanagari, and scripts that run from right to left. Strings are measured as they are
+    /// shaped. A character that the font lacks shows as the font's sign for that.
+    ///
+    /// A string is laid out on one line by Unicode's bidirectional algorithm: its first letter with a direction decides
+    /// where it begins, parts of the other direction and numbers stand in it in theirs. Of the algorithm's control
+    /// characters only the left-to-right, right-to-left and Arabic letter marks have an effect, and brackets are not
+    /// paired. A string's place is its left end, whatever its direction.
+    ///
+    /// NOTE: display lists have only the characters of one code page. With this on a fixed-function context draws the
+    /// manager's current font, which SetUpNewFont loads there too: at the raster position wherever its strings stand
+    /// there. Without such a font its lists draw as ever, not shaped.
+    void SetTextShaping(bool on);
+    bool GetTextShaping() const;
+    /// Draws a string along the line through `count` places, in the current colour and font: its letters stand on the
+    /// line as the window shows it, each turned as the line is there, in pixels whatever the zoom. Places are in model
+    /// coordinates once the offsets of SetCurrentCoordinateOffsets are subtracted. What is not finite or behind the eye
+    /// breaks the line there, and each piece is a line. A piece that is too short for the string, or bends too much
+    /// under it, has none. On a fixed-function context without a current font (SetUpNewFont) the outline lists made
+    /// last draw it. Blending is for the setup of text to turn on, as for other strings.
+    ///
+    /// S_OK; S_FALSE where no piece took the string; E_INVALIDARG without text or line, or without font and outline
+    /// lists; E_OUTOFMEMORY.
+    long DrawTextAlongLine(const wchar_t* text, const PointXYZ* points, int count, const GLLineTextStyle& style);
 
     // ---- Class-wide members
 

@@ -60,6 +60,8 @@ struct GLRenderingContextRecord {
     /// The context shares nothing with the others, so the stock programs do not exist in it: it draws with fixed
     /// functions although the process draws with programs.
     bool fixedFunctionOnly = false;
+    /// The driver lacks functions that drawing with programs needs: as above.
+    bool lacksProgramFunctions = false;
     ContextObjects objects;           ///< of the rendering context
     bool loopContinued = false;       ///< the open line loop was split
     GLDrawGeometry loopFirstVertex{}; ///< where the split line loop has to close

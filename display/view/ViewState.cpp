@@ -125,7 +125,7 @@ void COpenGLView::LoadCurrentGLState() {
     SetUpViewport(attributes.viewport[0], attributes.viewport[1], attributes.viewport[2], attributes.viewport[3]);
     Color(attributes.currentColor);
     RasterPosition(attributes.rasterPosition[0], attributes.rasterPosition[1], attributes.rasterPosition[2]);
-    if (IsCurrentContextLegacyOpenGL11() || CurrentRecord().fixedFunctionOnly) {
+    if (!DrawsWithPrograms()) {
         std::ranges::for_each(FixedFunctionCapabilities(), send);
     }
 }

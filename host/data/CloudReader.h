@@ -1,12 +1,14 @@
 #pragma once
 
 #include "CloudPoint.h"
+#include "CoordinateSystem.h"
 #include "PointCloud.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 
 namespace OrrinViewer {
 
@@ -26,6 +28,10 @@ public:
     virtual Extent GetPromisedExtent() const { return {}; }
     /// Fills in the next points and returns how many; fewer than there is room for only at the end. Throws FileError.
     virtual std::size_t Read(std::span<CloudPoint> points) = 0;
+    /// What the file says of its coordinates' system.
+    virtual CoordinateSystem GetSystem() const { return {}; }
+    /// What is not as it should be with a file that can be shown all the same; empty where nothing is.
+    virtual std::string GetWarning() const { return {}; }
     /// Points that were left out so far: withdrawn by the file's maker or without a position.
     virtual std::uint64_t CountSkipped() const = 0;
 };

@@ -38,6 +38,7 @@ void CloudSurvey::Add(std::span<const CloudPoint> points) {
     const bool isSurvey = m_fields.classMeaning == ClassMeaning::Survey;
     for (const CloudPoint& point : points) {
         m_extent.Include(point.position);
+        m_outliers.Add(point.position);
         const unsigned int channels = point.red | point.green | point.blue;
         m_hasWideColors = m_hasWideColors || channels > 255;
         m_colored += channels != 0 ? 1 : 0;
@@ -69,6 +70,7 @@ CloudTraits CloudSurvey::Find() const {
     CloudTraits traits;
     traits.count = m_count;
     traits.extent = m_extent;
+    traits.core = m_outliers.Find();
     traits.classMeaning = m_fields.classMeaning;
     const bool countsZero = !m_fields.zeroIsAbsent && m_count > 0;
     traits.hasColors = m_fields.colors && (countsZero || m_colored > 0);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudPoint.h"
+#include "Outliers.h"
 
 #include <span>
 #include <vector>
@@ -20,7 +21,8 @@ ElevationRange FindElevationRange(std::vector<double> elevations);
 /// What the points of a cloud have in common; what one has to know of all of them to colour one.
 struct CloudTraits {
     std::uint64_t count = 0;
-    Extent extent;
+    Extent extent;   ///< of all points
+    CoreExtent core; ///< without the few that lie far outside
     ClassMeaning classMeaning = ClassMeaning::Survey;
     bool hasColors = false; ///< the file really has them
     bool hasClasses = false;
@@ -38,7 +40,7 @@ public:
     explicit CloudSurvey(const CloudFields& fields) : m_fields(fields) {}
 
     void Add(std::span<const CloudPoint> points);
-    /// Of the points so far. Takes a millisecond.
+    /// Of the points so far. Takes some milliseconds.
     CloudTraits Find() const;
     std::uint64_t Count() const { return m_count; }
 
@@ -48,6 +50,7 @@ private:
     CloudFields m_fields;
     std::uint64_t m_count = 0;
     Extent m_extent;
+    OutlierFinder m_outliers;
     bool m_hasWideColors = false;
     bool m_hasClasses = false;
     bool m_hasIntensities = false;

@@ -1,5 +1,7 @@
 #include "ElevationGrid.h"
 
+#include "Outliers.h"
+
 #include <algorithm>
 
 namespace OrrinViewer {
@@ -22,8 +24,10 @@ double FindSlope(double before, double middle, double after, double distance) {
     return (after - before) / (2.0 * distance);
 }
 
+/// At least one, at most as many as a grid may have in all.
 std::size_t CountCellsAlong(double length, double cellSize) {
-    return static_cast<std::size_t>(length / cellSize) + 1;
+    const double count = std::floor(length / cellSize) + 1.0;
+    return count >= 1.0 ? static_cast<std::size_t>(std::min(count, kMostCells)) : 1; // not for NaN
 }
 
 } // namespace
@@ -39,6 +43,25 @@ double ElevationGrid::ElevationAt(double x, double y) const {
     const bool isInside =
         column >= 0.0 && row >= 0.0 && column < static_cast<double>(columns) && row < static_cast<double>(rows);
     return isInside ? At(static_cast<std::size_t>(column), static_cast<std::size_t>(row)) : kNoElevation;
+}
+
+double ElevationGrid::InterpolatedAt(double x, double y) const {
+    if (std::isnan(ElevationAt(x, y))) {
+        return kNoElevation;
+    }
+    const double column = std::clamp((x - westX) / cellSize, 0.0, static_cast<double>(columns - 1));
+    const double row = std::clamp((northY - y) / cellSize, 0.0, static_cast<double>(rows - 1));
+    const auto west = static_cast<std::size_t>(column);
+    const auto north = static_cast<std::size_t>(row);
+    const std::size_t east = std::min(west + 1, columns - 1);
+    const std::size_t south = std::min(north + 1, rows - 1);
+    const double eastShare = column - std::floor(column);
+    const double southShare = row - std::floor(row);
+    // std::lerp does not hand on what is not a number.
+    const auto between = [](double from, double to, double share) { return from * (1.0 - share) + to * share; };
+    const double elevation = between(between(At(west, north), At(east, north), eastShare),
+                                     between(At(west, south), At(east, south), eastShare), southShare);
+    return std::isnan(elevation) ? ElevationAt(x, y) : elevation;
 }
 
 Extent ElevationGrid::FindExtent() const {
@@ -96,26 +119,36 @@ std::vector<std::array<GridCorner, 3>> FindTriangles(const ElevationGrid& grid) 
 }
 
 ElevationGrid GridPoints(const PointCloud& cloud, double cellSize) {
+    OutlierFinder outliers;
+    for (const Position& position : cloud.positions) {
+        outliers.Add(position);
+    }
+    // A stray point would make one cell of all others.
+    const Extent extent = outliers.Find().extent;
     ElevationGrid grid;
-    if (cloud.extent.IsEmpty()) {
+    const double width = extent.high.x - extent.low.x;
+    const double height = extent.high.y - extent.low.y;
+    if (extent.IsEmpty() || !std::isfinite(width) || !std::isfinite(height)) {
         return grid;
     }
-    const double width = cloud.extent.high.x - cloud.extent.low.x;
-    const double height = cloud.extent.high.y - cloud.extent.low.y;
     const double finest =
         std::max(std::sqrt(width) * std::sqrt(height / kMostCells), std::max(width, height) / kMostCells);
     grid.cellSize = std::max(cellSize, finest);
     grid.columns = CountCellsAlong(width, grid.cellSize);
     grid.rows = CountCellsAlong(height, grid.cellSize);
-    grid.westX = cloud.extent.low.x + grid.cellSize * 0.5;
-    grid.northY = cloud.extent.high.y - grid.cellSize * 0.5;
+    grid.westX = extent.low.x + grid.cellSize * 0.5;
+    grid.northY = extent.high.y - grid.cellSize * 0.5;
     grid.elevations.assign(grid.columns * grid.rows, 0.0);
     std::vector<std::size_t> counts(grid.elevations.size(), 0);
     for (const Position& position : cloud.positions) {
+        const bool isInside = position.x >= extent.low.x && position.x <= extent.high.x && position.y >= extent.low.y &&
+                              position.y <= extent.high.y && position.z >= extent.low.z && position.z <= extent.high.z;
+        if (!isInside) {
+            continue;
+        }
         const std::size_t column =
-            std::min(CountCellsAlong(position.x - cloud.extent.low.x, grid.cellSize), grid.columns) - 1;
-        const std::size_t row =
-            std::min(CountCellsAlong(cloud.extent.high.y - position.y, grid.cellSize), grid.rows) - 1;
+            std::min(CountCellsAlong(position.x - extent.low.x, grid.cellSize), grid.columns) - 1;
+        const std::size_t row = std::min(CountCellsAlong(extent.high.y - position.y, grid.cellSize), grid.rows) - 1;
         grid.elevations[row * grid.columns + column] += position.z;
         ++counts[row * grid.columns + column];
     }

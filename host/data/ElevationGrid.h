@@ -29,8 +29,14 @@ struct ElevationGrid {
                 At(column, row)};
     }
     std::size_t CountCellsWithData() const;
+    /// Whether cells are so small that they are fractions of a degree.
+    bool MaybeInDegrees() const { return cellSize < 0.02; }
     /// The elevation of the cell at (x, y); none outside the grid.
     double ElevationAt(double x, double y) const;
+    /// The elevation at (x, y) of the surface through the centres of the cells, to whose outer edges the outermost
+    /// centres' elevations hold. Beside cells without data the
+    /// elevation of the cell itself; none in such a cell and outside the grid.
+    double InterpolatedAt(double x, double y) const;
     /// The box around the centres of all cells with data.
     Extent FindExtent() const;
 };
@@ -55,7 +61,8 @@ struct GridCorner {
 std::vector<std::array<GridCorner, 3>> FindTriangles(const ElevationGrid& grid);
 
 /// The mean elevation of a cloud's points in each cell; a cell without points has no elevation. `cellSize` is enlarged
-/// where the grid would have more than some ten million cells.
+/// where the grid would have more than some ten million cells. Points far outside are left out. Without points, or with
+/// an extent that no number holds, the grid is empty.
 ElevationGrid GridPoints(const PointCloud& cloud, double cellSize);
 
 } // namespace OrrinViewer

@@ -16,12 +16,26 @@ struct Position {
 };
 static_assert(sizeof(Position) == 3 * sizeof(double));
 
-/// True when all three coordinates are numbers that can be drawn.
+/// True when all three coordinates are numbers.
 inline bool IsFinite(const Position& position) {
     return std::isfinite(position.x) && std::isfinite(position.y) && std::isfinite(position.z);
 }
 
-/// The axis-aligned box around some positions. It starts empty: `low` above `high` until something is included.
+/// No place on Earth has a coordinate beyond this in any unit. What claims one is a fault of its file, and would make
+/// everything else a dot.
+constexpr double kFarthestCoordinate = 1e12;
+
+/// True for a coordinate that can be one.
+inline bool IsCoordinate(double value) {
+    return std::abs(value) <= kFarthestCoordinate; // not for NaN
+}
+
+inline bool IsPlace(const Position& position) {
+    return IsCoordinate(position.x) && IsCoordinate(position.y) && IsCoordinate(position.z);
+}
+
+/// The axis-aligned box around some positions. It starts empty: `low` above `high` until something is included. What is
+/// flat, such as an image, has no heights: the box has none then, until something with heights is included.
 struct Extent {
     Position low{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
                  std::numeric_limits<double>::infinity()};
@@ -29,6 +43,7 @@ struct Extent {
                   -std::numeric_limits<double>::infinity()};
 
     bool IsEmpty() const { return low.x > high.x; }
+    bool HasHeights() const { return low.z <= high.z; }
 
     // Plain comparisons: a host that includes <windows.h> first may have min and max as macros.
     void Include(const Position& position) {
@@ -40,12 +55,25 @@ struct Extent {
         high.z = position.z > high.z ? position.z : high.z;
     }
 
+    /// An empty box, and heights that the other has not, change nothing.
     void Include(const Extent& other) {
-        if (other.IsEmpty()) {
-            return;
-        }
-        Include(other.low);
-        Include(other.high);
+        low.x = other.low.x < low.x ? other.low.x : low.x;
+        low.y = other.low.y < low.y ? other.low.y : low.y;
+        low.z = other.low.z < low.z ? other.low.z : low.z;
+        high.x = other.high.x > high.x ? other.high.x : high.x;
+        high.y = other.high.y > high.y ? other.high.y : high.y;
+        high.z = other.high.z > high.z ? other.high.z : high.z;
+    }
+
+    /// The same box without heights.
+    Extent Flat() const {
+        const Extent none;
+        return {{low.x, low.y, none.low.z}, {high.x, high.y, none.high.z}};
+    }
+
+    /// The same box; without heights it lies at height 0.
+    Extent WithHeights() const {
+        return IsEmpty() || HasHeights() ? *this : Extent{{low.x, low.y, 0.0}, {high.x, high.y, 0.0}};
     }
 
     /// The middle of the box; the origin when it is empty.
@@ -53,11 +81,16 @@ struct Extent {
         if (IsEmpty()) {
             return {};
         }
-        return {low.x * 0.5 + high.x * 0.5, low.y * 0.5 + high.y * 0.5, low.z * 0.5 + high.z * 0.5};
+        const Extent box = WithHeights();
+        return {box.low.x * 0.5 + box.high.x * 0.5, box.low.y * 0.5 + box.high.y * 0.5,
+                box.low.z * 0.5 + box.high.z * 0.5};
     }
 
     /// The length from corner to corner; 0 when the box is empty or a single position.
-    double Diagonal() const { return IsEmpty() ? 0.0 : std::hypot(high.x - low.x, high.y - low.y, high.z - low.z); }
+    double Diagonal() const {
+        const Extent box = WithHeights();
+        return IsEmpty() ? 0.0 : std::hypot(box.high.x - box.low.x, box.high.y - box.low.y, box.high.z - box.low.z);
+    }
 };
 
 } // namespace OrrinViewer

@@ -16,6 +16,12 @@ struct RasterImage {
     std::vector<std::uint8_t> rgba; ///< height × width × 4 bytes, the upper row first; opacity 0 where there is nothing
 };
 
+/// A place in an image, counted from the outer corner of the upper left pixel.
+struct PixelPosition {
+    double column = 0.0;
+    double row = 0.0;
+};
+
 /// The affine transform from pixels to the map: column and row, counted from the outer corner of the upper left pixel,
 /// are multiplied by these steps.
 struct PixelToMap {
@@ -28,6 +34,12 @@ struct PixelToMap {
 
     Position At(double column, double row) const {
         return {originX + columnX * column + rowX * row, originY + columnY * column + rowY * row, 0.0};
+    }
+    /// The other way round. The steps span an area.
+    PixelPosition PixelAt(double x, double y) const {
+        const double area = columnX * rowY - columnY * rowX;
+        return {((x - originX) * rowY - (y - originY) * rowX) / area,
+                ((y - originY) * columnX - (x - originX) * columnY) / area};
     }
 };
 

@@ -36,6 +36,9 @@ struct VectorLayer {
     Extent extent;
     bool hasElevations = false;
     std::size_t skippedFeatures = 0; ///< In the file, but without a shape.
+
+    /// Whether the elevations say anything. Many writers put a 0 where there is none.
+    bool HasHeights() const { return hasElevations && (extent.low.z != 0.0 || extent.high.z != 0.0); }
 };
 
 } // namespace OrrinViewer

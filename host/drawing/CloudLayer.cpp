@@ -1,5 +1,7 @@
 #include "CloudLayer.h"
 
+#include "map/MapTicks.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -42,6 +44,7 @@ struct CloudLayer::Progress {
 
     std::mutex mutex; ///< of all that follows
     CloudSurvey survey;
+    std::uint64_t skipped = 0;
     std::string problem;
 };
 
@@ -73,6 +76,7 @@ public:
         }
         const std::lock_guard lock(m_progress->mutex);
         m_progress->survey.Add(std::span(m_points).first(count));
+        m_progress->skipped = m_reader->CountSkipped();
         return S_OK;
     }
 
@@ -82,8 +86,9 @@ private:
     std::vector<CloudPoint> m_points;
 };
 
-CloudLayer::CloudLayer(std::unique_ptr<CloudReader> reader)
-    : m_progress(std::make_shared<Progress>(reader->GetFields())), m_promisedExtent(reader->GetPromisedExtent()),
+CloudLayer::CloudLayer(std::unique_ptr<CloudReader> reader, std::string name)
+    : m_progress(std::make_shared<Progress>(reader->GetFields())), m_name(std::move(name)),
+      m_warning(reader->GetWarning()), m_promisedExtent(reader->GetPromisedExtent()),
       m_layer(std::make_unique<Feed>(std::move(reader), m_progress), Limits()) {}
 
 std::string CloudLayer::GetProblem() const {
@@ -95,6 +100,23 @@ std::string CloudLayer::GetProblem() const {
     char text[64] = {};
     std::snprintf(text, sizeof(text), "A point cloud cannot be kept (error %08lX)", static_cast<unsigned long>(result));
     return text;
+}
+
+std::vector<std::string> CloudLayer::GetRemarks() const {
+    std::vector<std::string> remarks;
+    const auto add = [&](const std::string& text) { remarks.push_back(m_name.empty() ? text : m_name + ": " + text); };
+    if (!m_warning.empty()) {
+        add(m_warning);
+    }
+    const std::lock_guard lock(m_progress->mutex);
+    if (m_progress->skipped > 0) {
+        add(FormatCount(m_progress->skipped) +
+            " points were skipped: withdrawn by the file's maker or without a position");
+    }
+    if (m_traits.core.outside > 0) {
+        add(FormatCount(m_traits.core.outside) + " of " + FormatCount(m_traits.count) + " points lie far outside");
+    }
+    return remarks;
 }
 
 bool CloudLayer::Update() {

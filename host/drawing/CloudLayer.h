@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace OrrinViewer {
 
@@ -22,17 +23,20 @@ struct CloudBudget {
 /// are there its traits, and with them its colours, are those of the points so far.
 class CloudLayer {
 public:
-    /// Begins to read.
-    explicit CloudLayer(std::unique_ptr<CloudReader> reader);
+    /// Begins to read. `name` is what people know the file by.
+    explicit CloudLayer(std::unique_ptr<CloudReader> reader, std::string name);
 
     /// Of the points read so far, as of the last Update.
     const CloudTraits& Traits() const { return m_traits; }
-    /// The box that the file promised, until points have been read.
-    Extent GetExtent() const { return m_traits.extent.IsEmpty() ? m_promisedExtent : m_traits.extent; }
+    /// The box around nearly all points: those that lie far outside do not count. Until points have been read, the box
+    /// that the file promised.
+    Extent GetExtent() const { return m_traits.extent.IsEmpty() ? m_promisedExtent : m_traits.core.extent; }
     bool IsReading() const { return m_layer.GetState().reading; }
     std::uint64_t CountPoints() const { return m_layer.GetState().pointsRead; }
     /// Why there are no more points than those read; empty while nothing went wrong.
     std::string GetProblem() const;
+    /// What else there is to tell, a line each: what the file promised, points that were skipped or lie far outside.
+    std::vector<std::string> GetRemarks() const;
     /// Takes the traits of the points that have come, where there are many more than before or no more to come. True
     /// when there is something new, and the layer has to be coloured again.
     bool Update();
@@ -51,6 +55,8 @@ private:
     struct Progress;
 
     std::shared_ptr<Progress> m_progress; ///< shared with the feed
+    std::string m_name;
+    std::string m_warning; ///< of the file's reader
     Extent m_promisedExtent;
     KTR::CPointCloudLayer m_layer;
     CloudTraits m_traits;

@@ -3,8 +3,15 @@
 #include "ComputedRelief.h"
 #include "ElevationImages.h"
 #include "SceneColors.h"
+#include "files/TiffOverview.h"
 
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <utility>
 
 namespace OrrinViewer {
@@ -54,6 +61,36 @@ RasterLayer RasterLayer::ForElevations(const ElevationGrid& grid, const std::wst
     return {std::move(description), PlaceCells(grid), KTR::MakeValueReader(width, height, ElevationValues(grid))};
 }
 
+RasterLayer RasterLayer::ForTiff(const std::shared_ptr<TiffFile>& file, const std::filesystem::path& path) {
+    const bool hasColors = file->HasColors();
+    KTR::GLRasterDescription description =
+        Describe(path.wstring(), file->Width(), file->Height(), hasColors ? GL_RGBA : GL_FLOAT);
+    if (!hasColors) {
+        description.style = ElevationStyle(FindElevationRange(file->SampleValues()));
+        description.smooth = false;
+    }
+    std::shared_ptr<TiffOverview> overview;
+    if (const std::optional<int> level = TiffOverview::FindLevel(*file)) {
+        overview = std::make_shared<TiffOverview>(path, *level);
+    }
+    const auto waits = std::make_shared<std::atomic<bool>>(false);
+    const auto read = [file, overview, waits, hasColors](const KTR::GLRasterWindow& window, void* pixels) {
+        const TiffWindow wanted{window.level, window.x, window.y, window.width, window.height};
+        if (overview && window.level >= overview->Level()) {
+            return overview->Read(wanted, *waits, pixels) ? KTR::GLRasterReadDone : KTR::GLRasterReadLater;
+        }
+        if (hasColors) {
+            file->ReadColors(wanted, static_cast<std::uint8_t*>(pixels));
+        } else {
+            file->ReadValues(wanted, static_cast<float*>(pixels));
+        }
+        return KTR::GLRasterReadDone;
+    };
+    RasterLayer layer(std::move(description), file->Place(), read);
+    layer.m_waits = waits;
+    return layer;
+}
+
 RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {
     KTR::GLRasterDescription description = Describe(L"computed relief", side, side, GL_FLOAT);
     description.style = ElevationStyle({kComputedLow, kComputedHigh});
@@ -72,20 +109,55 @@ RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggera
             KTR::MakeImageReader(GL_LUMINANCE_ALPHA, width, height, MakeHillshade(grid, exaggeration))};
 }
 
-RasterLayer::RasterLayer(const KTR::GLRasterDescription& description, const PixelToMap& pixelToMap,
-                         KTR::GLRasterReader reader)
-    : m_layer(description, std::move(reader)), m_pixelToMap(pixelToMap),
-      m_pixels(static_cast<std::size_t>(description.width) * static_cast<std::size_t>(description.height)) {
-    for (const int column : {0, description.width}) {
-        for (const int row : {0, description.height}) {
+RasterLayer::RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader)
+    : m_description(std::move(description)), m_reader(std::move(reader)), m_layer(m_description, m_reader),
+      m_pixelToMap(pixelToMap),
+      m_pixels(static_cast<std::size_t>(m_description.width) * static_cast<std::size_t>(m_description.height)) {
+    for (const int column : {0, m_description.width}) {
+        for (const int row : {0, m_description.height}) {
             m_extent.Include(pixelToMap.At(column, row));
         }
     }
     m_layer.SetCacheLimit(kTextureMemory);
 }
 
+std::optional<Raster> RasterLayer::MakeImage(int largestSide) const {
+    if (m_description.pixels != GL_RGBA || !m_reader) {
+        return std::nullopt;
+    }
+    const auto at = [](int pixels, int level) { return ((pixels - 1) >> level) + 1; };
+    int level = 0;
+    while (std::max(at(m_description.width, level), at(m_description.height, level)) > largestSide) {
+        ++level;
+    }
+    Raster raster;
+    raster.image.width = at(m_description.width, level);
+    raster.image.height = at(m_description.height, level);
+    raster.image.rgba.resize(std::size_t{4} * static_cast<std::size_t>(raster.image.width) *
+                             static_cast<std::size_t>(raster.image.height));
+    const KTR::GLRasterWindow window{level, 0, 0, raster.image.width, raster.image.height};
+    const bool waited = m_waits && m_waits->exchange(true);
+    const KTR::GLRasterRead result = m_reader(window, raster.image.rgba.data());
+    if (m_waits) {
+        *m_waits = waited;
+    }
+    if (result != KTR::GLRasterReadDone) {
+        return std::nullopt;
+    }
+    const double pixels = std::ldexp(1.0, level); // of the raster in each of the image's
+    raster.pixelToMap = m_pixelToMap;
+    raster.pixelToMap.columnX *= pixels;
+    raster.pixelToMap.columnY *= pixels;
+    raster.pixelToMap.rowX *= pixels;
+    raster.pixelToMap.rowY *= pixels;
+    return raster;
+}
+
 void RasterLayer::ReadAtOnce() {
     m_layer.SetReadingTime(std::numeric_limits<double>::infinity());
+    if (m_waits) {
+        *m_waits = true;
+    }
 }
 
 bool RasterLayer::Draw(KTR::COpenGLView& view, const Position& origin, double z) {

@@ -6,9 +6,15 @@
 #include <OrrinDisplay.h>
 #include <images/RasterLayer.h>
 
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace OrrinViewer {
+
+class TiffFile;
 
 /// A raster on the map: the library's layer, with where it lies. `name` tells it from all other rasters of the process;
 /// all windows find its tiles by that.
@@ -18,11 +24,16 @@ public:
     static RasterLayer ForImage(Raster raster, const std::wstring& name);
     /// Elevations: each cell a square, coloured from low to high, transparent where nothing was measured.
     static RasterLayer ForElevations(const ElevationGrid& grid, const std::wstring& name);
+    /// An image of any size, or values as elevations are shown; read where it is looked at.
+    static RasterLayer ForTiff(const std::shared_ptr<TiffFile>& file, const std::filesystem::path& path);
     /// A relief that is computed where it is looked at, `side` pixels each way, one of them a unit, around a place.
     static RasterLayer ForComputedRelief(int side, const Position& middle);
     /// The light on elevations, to shade other rasters with.
     static RasterLayer ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name);
 
+    /// Its colours as one image of at most so many pixels each way, to lay it over something. None for values, and
+    /// where it cannot be read.
+    std::optional<Raster> MakeImage(int largestSide) const;
     const Extent& FindExtent() const { return m_extent; }
     std::size_t CountPixels() const { return m_pixels; }
     /// Reads whatever a frame shows, however long that takes; otherwise a few milliseconds' worth.
@@ -34,10 +45,13 @@ public:
     bool DrawShaded(KTR::COpenGLView& view, RasterLayer& shade, double strength, const Position& origin, double z);
 
 private:
-    RasterLayer(const KTR::GLRasterDescription& description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
+    RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
     void PlaceAround(const Position& origin);
 
-    KTR::CRasterLayer m_layer;
+    KTR::GLRasterDescription m_description;
+    KTR::GLRasterReader m_reader;
+    KTR::CRasterLayer m_layer;                  ///< of these
+    std::shared_ptr<std::atomic<bool>> m_waits; ///< for what is read in the background; null where nothing is
     PixelToMap m_pixelToMap;
     Extent m_extent;
     std::size_t m_pixels;

@@ -26,11 +26,6 @@ PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
 }
 
-/// True where the positions can be longitudes and latitudes in degrees.
-bool FitsTheGlobe(const Extent& extent) {
-    return extent.low.x >= -180.0 && extent.high.x <= 180.0 && extent.low.y >= -90.0 && extent.high.y <= 90.0;
-}
-
 void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
     frame.complete = frame.complete && cloud.complete;
     frame.outdated = frame.outdated || cloud.outdated;
@@ -41,19 +36,25 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
 
 } // namespace
 
-void Scene::AddCloud(CloudOpener open) {
-    m_clouds.push_back(std::make_unique<CloudLayer>(open()));
-    m_cloudOpeners.push_back(std::move(open));
+void Scene::AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source) {
+    m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader), source.name));
+    m_cloudOpeners.push_back(std::move(again));
+    m_placedClouds.push_back({std::move(source), {}});
     m_extent.Include(m_clouds.back()->GetExtent());
 }
 
-void Scene::AddSurface(ElevationGrid grid) {
-    Include(grid.FindExtent());
+void Scene::AddSurface(ElevationGrid grid, LayerSource source) {
+    Place({std::move(source), grid.FindExtent(), grid.MaybeInDegrees()});
     m_surfaces.emplace_back(std::move(grid));
 }
 
-void Scene::AddRaster(RasterLayer raster) {
-    Include(raster.FindExtent());
+void Scene::AddMesh(Mesh mesh, LayerSource source) {
+    Place({std::move(source), mesh.extent});
+    m_meshes.emplace_back(std::move(mesh));
+}
+
+void Scene::AddRaster(RasterLayer raster, LayerSource source) {
+    Place({std::move(source), raster.FindExtent().Flat()});
     m_rasters.push_back(std::move(raster));
 }
 
@@ -62,8 +63,8 @@ void Scene::ShadeRasters(RasterLayer shade, double strength) {
     m_shadeStrength = strength;
 }
 
-void Scene::AddVectorLayer(VectorLayer layer) {
-    Include(layer.extent);
+void Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
+    Place({std::move(source), layer.HasHeights() ? layer.extent : layer.extent.Flat(), true});
     m_layers.push_back(std::move(layer));
     m_featureGeometry.emplace_back();
 }
@@ -92,6 +93,14 @@ std::size_t Scene::CountCells() const {
     return count;
 }
 
+std::size_t Scene::CountFaces() const {
+    std::size_t count = 0;
+    for (const MeshLayer& mesh : m_meshes) {
+        count += mesh.CountFaces();
+    }
+    return count;
+}
+
 std::size_t Scene::CountPixels() const {
     std::size_t count = 0;
     for (const RasterLayer& raster : m_rasters) {
@@ -108,12 +117,12 @@ void Scene::Update() {
     if (!isChanged) {
         return;
     }
-    const double middle = m_extent.Center().z;
+    const double ground = GroundHeight();
     m_extent = m_extentWithoutClouds;
     for (const auto& cloud : m_clouds) {
         m_extent.Include(cloud->GetExtent());
     }
-    if (m_extent.Center().z != middle) {
+    if (GroundHeight() != ground) {
         ReleaseShapes();
     }
     if (!m_isColorModeChosen) {
@@ -135,18 +144,37 @@ void Scene::WaitUntilRead() {
 }
 
 std::string Scene::GetProblem() const {
+    const std::vector<std::string> problems = GetProblems();
+    return problems.empty() ? std::string() : problems.front();
+}
+
+std::vector<std::string> Scene::GetProblems() const {
+    std::vector<std::string> problems;
     for (const auto& cloud : m_clouds) {
         if (std::string problem = cloud->GetProblem(); !problem.empty()) {
-            return problem;
+            problems.push_back(std::move(problem));
         }
     }
-    return {};
+    return problems;
+}
+
+std::vector<std::string> Scene::GetRemarks() const {
+    std::vector<std::string> remarks;
+    for (const auto& cloud : m_clouds) {
+        const std::vector<std::string> ofCloud = cloud->GetRemarks();
+        remarks.insert(remarks.end(), ofCloud.begin(), ofCloud.end());
+    }
+    const std::vector<std::string> apart = FindLayersApart(ListPlaced());
+    remarks.insert(remarks.end(), apart.begin(), apart.end());
+    return remarks;
 }
 
 MapUnits Scene::GetUnits() const {
-    // Coordinates of GeoJSON are degrees, unless they cannot be. The other kinds of files are in metres as a rule.
-    const bool areDegrees = !m_layers.empty() && FitsTheGlobe(m_extent);
-    return m_units.value_or(areDegrees ? MapUnits::Degrees : MapUnits::Metres);
+    return m_units.value_or(*FindUnits(ListPlaced()).units);
+}
+
+double Scene::GetHeightScale() const {
+    return FindHeightScale(GetUnits(), FindUnits(ListPlaced()).heightMetres, m_extent.Center().y);
 }
 
 void Scene::ColorClouds(std::optional<ColorMode> mode) {
@@ -200,14 +228,15 @@ void Scene::ReadRastersAtOnce() {
 
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
     // A scene without anything is shown as one position is.
-    const PointXYZ low = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.low);
-    const PointXYZ high = m_extent.IsEmpty() ? PointXYZ{} : PointOf(m_extent.high);
+    const Extent box = m_extent.WithHeights();
+    const PointXYZ low = box.IsEmpty() ? PointXYZ{} : PointOf(box.low);
+    const PointXYZ high = box.IsEmpty() ? PointXYZ{} : PointOf(box.high);
     view.ChooseCoordinateOffsets(low, high);
     if (orientation == KTR::GLViewOrientationPerspective) {
         view.SetUpPerspectiveFromModelExtents(low, high, kAzimuthDegrees, kElevationDegrees, kFieldOfViewDegrees,
-                                              m_exaggeration);
+                                              m_exaggeration * GetHeightScale());
     } else {
-        view.SetUpOrthoFromModelExtents(orientation, low, high, m_exaggeration);
+        view.SetUpOrthoFromModelExtents(orientation, low, high, m_exaggeration * GetHeightScale());
     }
 }
 
@@ -249,31 +278,32 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
     view.DrawEyeDomeLighting();
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
-    const auto onTheGround = [this](const Position& position) { return OnTheGround(position); };
     if (m_fillOpacity > 0.0) {
         const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
         const Extent area = FindAreaToFill(view);
         for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
-            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity, onTheGround);
+            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity,
+                                               GroundOf(m_layers[layer], m_origin));
         }
     }
     for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
         if (m_featureStyle.IsPlain()) {
-            m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], onTheGround);
+            m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], GroundOf(m_layers[layer], m_origin));
         } else {
             // The library subtracts the offsets of shapes itself.
-            const auto inTheWorld = [this](const Position& position) {
-                return Position{position.x, position.y, OnTheGround(position).z};
-            };
-            DrawStyledFeatures(view, m_layers[layer], m_featureStyle, inTheWorld);
+            DrawStyledFeatures(view, m_layers[layer], m_featureStyle, GroundOf(m_layers[layer], {}));
         }
     }
 }
 
 bool Scene::DrawRasters(KTR::COpenGLView& view) {
-    const double lowestZ = m_extent.low.z;
+    const double lowestZ = GroundHeight();
     bool isComplete = true;
-    for (RasterLayer& raster : m_rasters) {
+    for (std::size_t index = 0; index < m_rasters.size(); ++index) {
+        if (m_coveredRasters[index]) {
+            continue;
+        }
+        RasterLayer& raster = m_rasters[index];
         const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
                                     : raster.Draw(view, m_origin, lowestZ);
         isComplete = isComplete && isRead;
@@ -314,6 +344,9 @@ void Scene::ReleaseGeometry() {
     for (Surface& surface : m_surfaces) {
         surface.ReleaseGeometry();
     }
+    for (MeshLayer& mesh : m_meshes) {
+        mesh.ReleaseGeometry();
+    }
     ReleaseShapes();
 }
 
@@ -324,9 +357,21 @@ void Scene::ReleaseShapes() {
     }
 }
 
-void Scene::Include(const Extent& extent) {
+void Scene::Place(PlacedLayer placed) {
+    const Extent extent = placed.extent;
+    m_placed.push_back(std::move(placed));
     m_extentWithoutClouds.Include(extent);
     m_extent.Include(extent);
+}
+
+/// All layers in the order in which they are drawn, the clouds as far as they have been read.
+std::vector<PlacedLayer> Scene::ListPlaced() const {
+    std::vector<PlacedLayer> placed = m_placedClouds;
+    for (std::size_t cloud = 0; cloud < m_clouds.size(); ++cloud) {
+        placed[cloud].extent = m_clouds[cloud]->GetExtent();
+    }
+    placed.insert(placed.end(), m_placed.begin(), m_placed.end());
+    return placed;
 }
 
 /// Other views may have other coordinate offsets. What has been added with those is shifted by the library.
@@ -335,8 +380,29 @@ void Scene::LoadCamera(KTR::COpenGLView& view) {
     view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
 }
 
+/// Lays the images over the reliefs, the last one uppermost.
+void Scene::DrapeSurfaces() {
+    constexpr int kLargestSide = 2048;
+    m_isDraped = true;
+    m_coveredRasters.assign(m_rasters.size(), false);
+    if (m_surfaces.empty()) {
+        return;
+    }
+    for (std::size_t index = m_rasters.size(); index-- > 0;) {
+        const std::optional<Raster> image = m_rasters[index].MakeImage(kLargestSide);
+        for (std::size_t surface = 0; image && surface < m_surfaces.size(); ++surface) {
+            m_surfaces[surface].Drape(*image,
+                                      L"image " + std::to_wstring(index) + L" on relief " + std::to_wstring(surface));
+            m_coveredRasters[index] = m_coveredRasters[index] || m_surfaces[surface].Reaches(*image);
+        }
+    }
+}
+
 /// Clears the frame and draws what lies below the clouds. False while rasters are read.
 bool Scene::DrawGround(KTR::COpenGLView& view) {
+    if (!m_isDraped) {
+        DrapeSurfaces();
+    }
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
     // Rasters are the ground below everything.
@@ -346,6 +412,9 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
     view.Enable(GL_DEPTH_TEST);
     for (Surface& surface : m_surfaces) {
         surface.Draw(view, m_origin);
+    }
+    for (MeshLayer& mesh : m_meshes) {
+        mesh.Draw(view, m_origin);
     }
     return isRead;
 }
@@ -413,12 +482,38 @@ void Scene::ColorAllClouds() {
     }
 }
 
-/// Where a position of a layer is drawn, relative to the origin: on the relief where there is one, elsewhere at half
-/// the scene's height. Elevations of the layer's own are not used; most layers have none, and others hold 0.
-Position Scene::OnTheGround(const Position& position) const {
+/// Where positions of a layer are drawn, relative to an origin: at their own heights where they have some, otherwise on
+/// the ground.
+GroundPosition Scene::GroundOf(const VectorLayer& layer, const Position& origin) const {
+    if (layer.HasHeights()) {
+        return [origin](const Position& position) {
+            return Position{position.x - origin.x, position.y - origin.y, position.z};
+        };
+    }
+    return [this, origin](const Position& position) {
+        return Position{position.x - origin.x, position.y - origin.y, HeightOfGround(position)};
+    };
+}
+
+/// Of the relief where there is one.
+double Scene::HeightOfGround(const Position& position) const {
     const double elevation = ElevationAt(position.x, position.y);
-    const double z = std::isnan(elevation) ? m_extent.Center().z : elevation;
-    return {position.x - m_origin.x, position.y - m_origin.y, z};
+    return std::isnan(elevation) ? GroundHeight() : elevation;
+}
+
+/// What is flat lies here: below everything that has heights, or at 0. Of a cloud the lowest points are no ground, but
+/// echoes from below it.
+double Scene::GroundHeight() const {
+    if (!m_extent.HasHeights()) {
+        return 0.0;
+    }
+    double ground = m_extentWithoutClouds.HasHeights() ? m_extentWithoutClouds.low.z : m_extent.high.z;
+    for (const auto& cloud : m_clouds) {
+        if (cloud->Traits().count > 0) {
+            ground = std::min(ground, cloud->Traits().elevations.low);
+        }
+    }
+    return ground;
 }
 
 } // namespace OrrinViewer

@@ -3,10 +3,12 @@
 #include "CloudLayer.h"
 #include "FeatureGeometry.h"
 #include "FeatureStyle.h"
+#include "MeshLayer.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
 #include "Surface.h"
 #include "data/BandReading.h"
+#include "data/LayerSource.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
 #include "map/MapTicks.h"
@@ -37,22 +39,25 @@ struct CloudsFrame {
 /// in as many steps as it takes, and the shapes that lie over all of them.
 class Scene {
 public:
-    // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, clouds, vectors. Add
-    // everything before the first frame.
+    // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, meshes, clouds,
+    // vectors. Add everything before the first frame.
 
-    /// The cloud is read in the background from now on, and once more for each profile through it.
-    void AddCloud(CloudOpener open);
-    void AddSurface(ElevationGrid grid);
-    void AddRaster(RasterLayer raster);
+    /// The cloud is read in the background from now on; `again` opens it once more for each profile through it.
+    void AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source = {});
+    void AddSurface(ElevationGrid grid, LayerSource source = {});
+    void AddMesh(Mesh mesh, LayerSource source = {});
+    void AddRaster(RasterLayer raster, LayerSource source = {});
     /// Shades all rasters by this one; how strongly is 0 to 1.
     void ShadeRasters(RasterLayer shade, double strength);
-    void AddVectorLayer(VectorLayer layer);
+    void AddVectorLayer(VectorLayer layer, LayerSource source = {});
     const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
 
+    /// The box around everything but the few points that lie far outside; without heights where nothing has any.
     const Extent& GetExtent() const { return m_extent; }
     std::size_t CountPoints() const;
     std::size_t CountFeatures() const;
     std::size_t CountCells() const;
+    std::size_t CountFaces() const; ///< of meshes
     std::size_t CountPixels() const;
 
     /// Takes over what has been read of the clouds. Extent, colours and origin may be others then, and the version is.
@@ -63,10 +68,15 @@ public:
     void WaitUntilRead();
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
+    std::vector<std::string> GetProblems() const; ///< of all clouds
+    /// What there is to tell about the files, a line each; complete once nothing is read any more.
+    std::vector<std::string> GetRemarks() const;
 
-    /// Without units they are degrees where coordinates look like that.
+    /// Without units they are those that a file tells, or degrees where coordinates look like that.
     void SetUnits(std::optional<MapUnits> units) { m_units = units; }
     MapUnits GetUnits() const;
+    /// What heights have to be multiplied by to be as large as the map's units are.
+    double GetHeightScale() const;
     void SetLabels(std::vector<FeatureLabel> labels) { m_labels = std::move(labels); }
     /// Those of large features first.
     const std::vector<FeatureLabel>& GetLabels() const { return m_labels; }
@@ -130,23 +140,32 @@ public:
 private:
     void ColorAllClouds();
     double PointSizeOf(const CloudLayer& cloud, const KTR::COpenGLView& view) const;
-    void Include(const Extent& extent);
+    void Place(PlacedLayer placed);
+    std::vector<PlacedLayer> ListPlaced() const;
+    double GroundHeight() const;
     void LoadCamera(KTR::COpenGLView& view);
     bool DrawGround(KTR::COpenGLView& view);
     bool DrawRasters(KTR::COpenGLView& view);
     void ReleaseShapes();
+    void DrapeSurfaces();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
-    Position OnTheGround(const Position& position) const;
+    GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
+    double HeightOfGround(const Position& position) const;
 
     std::vector<std::unique_ptr<CloudLayer>> m_clouds;
     std::vector<CloudOpener> m_cloudOpeners; ///< of each of them
     std::vector<Surface> m_surfaces;
+    bool m_isDraped = false;            ///< images lie on the surfaces
+    std::vector<bool> m_coveredRasters; ///< of the rasters, those that lie on a surface as a whole
+    std::vector<MeshLayer> m_meshes;
     std::vector<RasterLayer> m_rasters;
     std::optional<RasterLayer> m_shade; ///< over all of them
     double m_shadeStrength = 0.0;
     std::vector<VectorLayer> m_layers;
     std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
     std::vector<FeatureLabel> m_labels;
+    std::vector<PlacedLayer> m_placedClouds; ///< of the clouds
+    std::vector<PlacedLayer> m_placed;       ///< of all else
     Extent m_extent;
     Extent m_extentWithoutClouds;
     int m_version = 0;

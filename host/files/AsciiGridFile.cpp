@@ -59,6 +59,7 @@ public:
         grid.northY = TakeCorner(header, "yllcorner", "yllcenter", grid.cellSize) +
                       static_cast<double>(grid.rows - 1) * grid.cellSize;
         RefuseMoreCellsThanTheFileHolds(grid);
+        RequirePlaces(grid);
         ReadElevations(grid, header.Value("nodata_value"));
         return grid;
     }
@@ -115,6 +116,20 @@ private:
         }
     }
 
+    void RequirePlaces(const ElevationGrid& grid) const {
+        const double columns = static_cast<double>(grid.columns);
+        const double rows = static_cast<double>(grid.rows);
+        for (const Position& corner :
+             {Position{grid.westX, grid.northY, 0.0},
+              {grid.westX + columns * grid.cellSize, grid.northY - rows * grid.cellSize, 0.0}}) {
+            if (!IsPlace(corner)) {
+                m_file.Fail("its header " + SayFarAway(corner));
+            }
+        }
+    }
+
+    /// What is beyond any coordinate stands for no elevation: programs write the smallest float into cells, and into
+    /// the header a number that is not quite the same.
     void ReadElevations(ElevationGrid& grid, const std::optional<double>& noData) {
         const std::size_t cells = grid.columns * grid.rows;
         grid.elevations.reserve(cells);
@@ -126,7 +141,7 @@ private:
             if (!value) {
                 m_file.FailAtLine(QuoteForMessage(m_word) + " is not a number");
             }
-            const bool isElevation = std::isfinite(*value) && !(noData && *value == *noData);
+            const bool isElevation = IsCoordinate(*value) && !(noData && *value == *noData);
             grid.elevations.push_back(isElevation ? *value : kNoElevation);
         }
         if (grid.elevations.size() < cells) {

@@ -1,5 +1,8 @@
 #include "FileError.h"
 
+#include <array>
+#include <cstdio>
+
 namespace OrrinViewer {
 
 namespace {
@@ -27,6 +30,17 @@ std::string QuoteForMessage(std::string_view text) {
     }
     quoted += text.size() > kLongest ? "...'" : "'";
     return quoted;
+}
+
+std::string SayFarAway(const Position& position) {
+    for (const double value : {position.x, position.y, position.z}) {
+        if (!IsCoordinate(value)) {
+            std::array<char, 96> text{};
+            std::snprintf(text.data(), text.size(), "has the coordinate %g, beyond %g", value, kFarthestCoordinate);
+            return text.data();
+        }
+    }
+    return "lies where places are";
 }
 
 } // namespace OrrinViewer

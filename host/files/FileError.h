@@ -1,5 +1,7 @@
 #pragma once
 
+#include "data/Extent.h"
+
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -17,5 +19,9 @@ public:
 /// Text taken from a damaged file, made fit for a one-line message: in quotes, shortened, and with a '?' for each
 /// character that is not printable ASCII.
 std::string QuoteForMessage(std::string_view text);
+
+/// What is wrong with a place that IsPlace refuses, to stand behind the name of the record: "has the coordinate 1e+300,
+/// ...".
+std::string SayFarAway(const Position& position);
 
 } // namespace OrrinViewer

@@ -334,6 +334,9 @@ private:
         if (!IsFinite(position)) {
             path.Fail("has a coordinate that is not a finite number");
         }
+        if (!IsPlace(position)) {
+            path.Fail(SayFarAway(position));
+        }
         m_layer.hasElevations = m_layer.hasElevations || count > 2;
         extent.Include(position);
         return position;

@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "InputFile.h"
+#include "TextParsing.h"
 
 // The only place that takes in the bodies of the image library. clang's analyser reports what it takes for leaks
 // inside; it reads the declarations only.
@@ -37,8 +38,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
-bool BeginsLikeTiff(std::string_view beginning) {
-    return beginning.starts_with("II*\0"sv) || beginning.starts_with("MM\0*"sv);
+bool BeginsLikeJpeg(std::span<const std::uint8_t> bytes) {
+    return !bytes.empty() && bytes[0] == 0xFF;
 }
 
 struct FreePixels {
@@ -54,19 +55,58 @@ std::vector<std::uint8_t> ReadBytes(InputFile& file) {
     return bytes;
 }
 
+std::string EndingOf(const std::filesystem::path& path) {
+    const std::u8string ending = path.extension().u8string();
+    return LowerCase(std::string(ending.begin(), ending.end()));
+}
+
+void AppendTo(void* text, void* data, int size) {
+    static_cast<std::string*>(text)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
+}
+
+/// Whether the image library can be given these bytes.
+///
+/// HACK: stb_image 2.27, as Debian 12 has it, believes the number of codes in a table of a JPEG image and writes behind
+/// the 256 for which it has room. Such a table is refused wherever it could be found; what a valid image has by chance
+/// in its data is no table. RasterFile.JpegWithTooManyCodes_IsRefused crashes without it.
+bool HasTooManyCodes(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t kTableHeaderBytes = 17; // its kind, and how many codes there are of each length
+    constexpr std::size_t kMostCodes = 256;
+    const auto at = [bytes](std::size_t place) -> std::size_t { return place < bytes.size() ? bytes[place] : 0; };
+    for (std::size_t marker = 0; marker + 1 < bytes.size(); ++marker) {
+        if (bytes[marker] != 0xFF || bytes[marker + 1] != 0xC4) {
+            continue;
+        }
+        const std::size_t end = marker + 2 + (at(marker + 2) << 8 | at(marker + 3));
+        for (std::size_t table = marker + 4; table < end;) {
+            const std::size_t kind = at(table);
+            if (kind >> 4 > 1 || (kind & 15) > 3) {
+                break; // the library refuses it there
+            }
+            std::size_t codes = 0;
+            for (std::size_t length = 1; length < kTableHeaderBytes; ++length) {
+                codes += at(table + length);
+            }
+            if (codes > kMostCodes) {
+                return true;
+            }
+            table += kTableHeaderBytes + codes;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 bool BeginsLikeImage(std::string_view beginning) {
-    return beginning.starts_with("\x89PNG\r\n\x1A\n"sv) || beginning.starts_with("\xFF\xD8\xFF"sv) ||
-           BeginsLikeTiff(beginning);
+    return beginning.starts_with("\x89PNG\r\n\x1A\n"sv) || beginning.starts_with("\xFF\xD8\xFF"sv);
 }
 
 RasterImage ReadImageFile(const std::filesystem::path& path) {
     InputFile file(path);
     const std::vector<std::uint8_t> bytes = ReadBytes(file);
-    if (BeginsLikeTiff({reinterpret_cast<const char*>(bytes.data()), bytes.size()})) {
-        file.Fail("is a TIFF image, which is not read; convert it to PNG with a world file, for example by "
-                  "gdal_translate -of PNG -co WORLDFILE=YES");
+    if (BeginsLikeJpeg(bytes) && HasTooManyCodes(bytes)) {
+        file.Fail("is a damaged image: a table of codes is larger than a JPEG image can have");
     }
     constexpr int kChannels = 4;
     RasterImage image;
@@ -74,21 +114,35 @@ RasterImage ReadImageFile(const std::filesystem::path& path) {
     const std::unique_ptr<stbi_uc, FreePixels> pixels(stbi_load_from_memory(
         bytes.data(), static_cast<int>(bytes.size()), &image.width, &image.height, &channelsInFile, kChannels));
     if (!pixels) {
-        // The reason may quote the file.
-        file.Fail("is a damaged image or none at all: " + QuoteForMessage(stbi_failure_reason()));
+        // The reason may quote the file. Of some faults the library says nothing.
+        const char* reason = stbi_failure_reason();
+        file.Fail("is a damaged image or none at all" + (reason ? ": " + QuoteForMessage(reason) : std::string()));
     }
     const std::size_t size = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * kChannels;
     image.rgba.assign(pixels.get(), pixels.get() + size);
     return image;
 }
 
+bool IsImageName(const std::filesystem::path& path) {
+    const std::string ending = EndingOf(path);
+    return ending == ".png" || ending == ".jpg" || ending == ".jpeg";
+}
+
+std::string EncodeImage(const std::filesystem::path& name, int width, int height, std::span<const std::uint8_t> rgb) {
+    constexpr int kChannels = 3;
+    constexpr int kQuality = 92;
+    if (EndingOf(name) == ".png") {
+        return EncodePng(width, height, rgb);
+    }
+    std::string content;
+    stbi_write_jpg_to_func(AppendTo, &content, width, height, kChannels, rgb.data(), kQuality);
+    return content;
+}
+
 std::string EncodePng(int width, int height, std::span<const std::uint8_t> rgb) {
     constexpr int kChannels = 3;
     std::string content;
-    const auto append = [](void* text, void* data, int size) {
-        static_cast<std::string*>(text)->append(static_cast<const char*>(data), static_cast<std::size_t>(size));
-    };
-    stbi_write_png_to_func(append, &content, width, height, kChannels, rgb.data(), width * kChannels);
+    stbi_write_png_to_func(AppendTo, &content, width, height, kChannels, rgb.data(), width * kChannels);
     return content;
 }
 

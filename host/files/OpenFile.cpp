@@ -4,6 +4,7 @@
 #include "FileError.h"
 #include "ForeignFormats.h"
 #include "GeoJsonFile.h"
+#include "GeoPackageFile.h"
 #include "ImageFile.h"
 #include "InputFile.h"
 #include "LasFile.h"
@@ -11,6 +12,7 @@
 #include "PointTextFile.h"
 #include "ShapeFile.h"
 #include "TextParsing.h"
+#include "TiffFile.h"
 #include "WorldFile.h"
 
 #include <algorithm>
@@ -39,6 +41,12 @@ FileKind KindOfContent(std::string_view beginning) {
     if (BeginsLikeImage(beginning)) {
         return FileKind::Image;
     }
+    if (BeginsLikeTiff(beginning)) {
+        return FileKind::Tiff;
+    }
+    if (BeginsLikeGeoPackage(beginning)) {
+        return FileKind::GeoPackage;
+    }
     if (BeginsLikeShapeFile(beginning)) {
         return FileKind::ShapeFile;
     }
@@ -65,10 +73,16 @@ FileKind KindOfName(const std::filesystem::path& path) {
     if (ending == ".asc") {
         return FileKind::AsciiGrid;
     }
-    for (const char* imageEnding : {".png", ".jpg", ".jpeg", ".tif", ".tiff"}) {
+    for (const char* imageEnding : {".png", ".jpg", ".jpeg"}) {
         if (ending == imageEnding) {
             return FileKind::Image;
         }
+    }
+    if (ending == ".tif" || ending == ".tiff") {
+        return FileKind::Tiff;
+    }
+    if (ending == ".gpkg") {
+        return FileKind::GeoPackage;
     }
     if (ending == ".shp") {
         return FileKind::ShapeFile;
@@ -121,7 +135,7 @@ std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path) 
     case FileKind::PointText:
         return OpenPointTextFile(path);
     default:
-        RefuseKind(path, "is not a point cloud; LAS and PLY files and texts (XYZ, CSV) are known");
+        RefuseKind(path, "is not a point cloud; LAS, LAZ and PLY files and texts (XYZ, CSV) are known");
     }
 }
 
@@ -133,8 +147,19 @@ PointCloud OpenPointCloud(const std::filesystem::path& path) {
     }
 }
 
+std::optional<Mesh> OpenMesh(const std::filesystem::path& path) {
+    if (DetectKind(path) != FileKind::Ply) {
+        throw FileError(path, "is not a mesh; PLY files are known");
+    }
+    try {
+        return ReadPlyMesh(path);
+    } catch (const std::bad_alloc&) {
+        throw FileError(path, "there is not enough memory for its faces");
+    }
+}
+
 bool IsVectorKind(FileKind kind) {
-    return kind == FileKind::GeoJson || kind == FileKind::ShapeFile;
+    return kind == FileKind::GeoJson || kind == FileKind::ShapeFile || kind == FileKind::GeoPackage;
 }
 
 std::vector<VectorLayer> OpenVectorLayers(const std::filesystem::path& path) {
@@ -147,8 +172,10 @@ std::vector<VectorLayer> OpenVectorLayers(const std::filesystem::path& path) {
         case FileKind::ShapeFile:
             layers.push_back(ReadShapeFile(ShapesOf(path)));
             return layers;
+        case FileKind::GeoPackage:
+            return ReadGeoPackageFile(path);
         default:
-            RefuseKind(path, "is not a layer of vectors; GeoJSON files and shapefiles are known");
+            RefuseKind(path, "is not a layer of vectors; GeoJSON files, shapefiles and GeoPackages are known");
         }
     } catch (const std::bad_alloc&) {
         throw FileError(path, "there is not enough memory for its features");

@@ -2,11 +2,13 @@
 
 #include "data/CloudReader.h"
 #include "data/ElevationGrid.h"
+#include "data/Mesh.h"
 #include "data/PointCloud.h"
 #include "data/Raster.h"
 #include "data/VectorLayer.h"
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace OrrinViewer {
@@ -20,6 +22,8 @@ enum class FileKind {
     Image,
     PointText,
     ShapeFile,
+    Tiff,
+    GeoPackage,
 };
 
 /// Which kind of file this is, by how it begins. Where that says nothing, by the ending of its name, so that a damaged
@@ -32,6 +36,9 @@ std::unique_ptr<CloudReader> OpenCloudReader(const std::filesystem::path& path);
 
 /// Reads a point cloud of any kind. Throws FileError, also for a file of another kind.
 PointCloud OpenPointCloud(const std::filesystem::path& path);
+
+/// Reads a mesh of any kind; none where the file has points only. Throws FileError, also for a file of another kind.
+std::optional<Mesh> OpenMesh(const std::filesystem::path& path);
 
 /// True for the kinds that OpenVectorLayers reads.
 bool IsVectorKind(FileKind kind);

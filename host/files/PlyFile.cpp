@@ -5,6 +5,7 @@
 #include "InputFile.h"
 #include "PlyHeader.h"
 #include "TextParsing.h"
+#include "data/WideColors.h"
 
 #include <algorithm>
 #include <array>
@@ -106,12 +107,17 @@ public:
 
     /// Reads one row. `values` has one place per property; those of lists are left alone.
     void ReadRow(const PlyElement& element, std::vector<double>& values) {
+        m_list.clear();
         if (m_encoding == PlyEncoding::Ascii) {
             ReadAsciiRow(element, values);
         } else {
             ReadBinaryRow(element, values);
         }
     }
+
+    /// From now on the values of the list that is this property of its element are kept, row by row.
+    void KeepList(const PlyProperty& property) { m_kept = &property; }
+    const std::vector<double>& GetList() const { return m_list; }
 
     /// Passes over all rows of an element.
     void SkipRows(const PlyElement& element) {
@@ -134,7 +140,7 @@ private:
             const PlyProperty& property = element.properties[index];
             if (property.listCountType) {
                 const double count = ReadBinaryValue(*property.listCountType);
-                SkipBinaryList(property, count);
+                ReadBinaryList(property, count);
             } else {
                 values[index] = ReadBinaryValue(property.type);
             }
@@ -147,13 +153,19 @@ private:
         return LoadValue(bytes.data(), type, m_order);
     }
 
-    void SkipBinaryList(const PlyProperty& property, double count) {
+    void ReadBinaryList(const PlyProperty& property, double count) {
         const double listBytes = count * static_cast<double>(SizeOf(property.type));
         if (count < 0 || listBytes > static_cast<double>(m_file.Remaining())) {
             m_file.Fail("the list " + QuoteForMessage(property.name) + " before byte " +
                         std::to_string(m_file.Offset()) + " promises more values than the file holds");
         }
-        m_file.Skip(static_cast<std::uint64_t>(listBytes));
+        if (&property != m_kept) {
+            m_file.Skip(static_cast<std::uint64_t>(listBytes));
+            return;
+        }
+        for (std::uint64_t taken = 0; static_cast<double>(taken) < count; ++taken) {
+            m_list.push_back(ReadBinaryValue(property.type));
+        }
     }
 
     void ReadAsciiRow(const PlyElement& element, std::vector<double>& values) {
@@ -163,7 +175,10 @@ private:
             if (property.listCountType) {
                 const double count = TakeNumber(property);
                 for (std::uint64_t taken = 0; static_cast<double>(taken) < count; ++taken) {
-                    TakeNumber(property);
+                    const double value = TakeNumber(property);
+                    if (&property == m_kept) {
+                        m_list.push_back(value);
+                    }
                 }
             } else {
                 values[index] = TakeNumber(property);
@@ -203,6 +218,8 @@ private:
     ByteOrder m_order;
     std::string m_line;
     std::string_view m_rest; // what of m_line has not been taken yet
+    const PlyProperty* m_kept = nullptr;
+    std::vector<double> m_list;
 };
 
 /// A channel as 16 bits. Everything but 16-bit channels fills the whole range, so that only those are left to guess.
@@ -243,6 +260,35 @@ void RequireRoom(const InputFile& file, const PlyElement& element, PlyEncoding e
     }
 }
 
+CloudPoint TakePoint(const PlyElement& vertex, const VertexRoles& roles, const std::vector<double>& row) {
+    const auto channel = [&](std::size_t property) {
+        return WideChannel(row[property], vertex.properties[property].type);
+    };
+    const auto& [x, y, z] = roles.position;
+    CloudPoint point;
+    point.position = {row[x], row[y], row[z]};
+    if (roles.color) {
+        const auto& [red, green, blue] = *roles.color;
+        point.red = channel(red);
+        point.green = channel(green);
+        point.blue = channel(blue);
+    }
+    if (roles.intensity) {
+        point.intensity = static_cast<float>(row[*roles.intensity]);
+    }
+    if (roles.classNumber) {
+        point.classNumber = ClassOf(row[*roles.classNumber], roles.classMeaning);
+    }
+    return point;
+}
+
+/// Positions that are not finite are for the caller to leave out.
+void RequirePlace(const InputFile& file, std::uint64_t vertex, const Position& position) {
+    if (!IsPlace(position)) {
+        file.Fail("vertex " + std::to_string(vertex) + ' ' + SayFarAway(position));
+    }
+}
+
 /// Reads the vertices, row by row.
 class PlyReader final : public CloudReader {
 public:
@@ -275,39 +321,18 @@ public:
         std::size_t filled = 0;
         for (; filled < points.size() && m_left > 0; --m_left) {
             m_rows.ReadRow(*m_vertex, m_row);
-            const CloudPoint point = TakePoint();
-            if (IsFinite(point.position)) {
-                points[filled++] = point;
-            } else {
+            const CloudPoint point = TakePoint(*m_vertex, m_roles, m_row);
+            if (!IsFinite(point.position)) {
                 ++m_skipped;
+                continue;
             }
+            RequirePlace(m_file, m_vertex->count - m_left + 1, point.position);
+            points[filled++] = point;
         }
         return filled;
     }
 
 private:
-    CloudPoint TakePoint() const {
-        const auto& [x, y, z] = m_roles.position;
-        CloudPoint point;
-        point.position = {m_row[x], m_row[y], m_row[z]};
-        if (m_roles.color) {
-            const auto& [red, green, blue] = *m_roles.color;
-            point.red = Channel(red);
-            point.green = Channel(green);
-            point.blue = Channel(blue);
-        }
-        if (m_roles.intensity) {
-            point.intensity = static_cast<float>(m_row[*m_roles.intensity]);
-        }
-        if (m_roles.classNumber) {
-            point.classNumber = ClassOf(m_row[*m_roles.classNumber], m_roles.classMeaning);
-        }
-        return point;
-    }
-    std::uint16_t Channel(std::size_t property) const {
-        return WideChannel(m_row[property], m_vertex->properties[property].type);
-    }
-
     InputFile m_file;
     PlyHeader m_header;
     PlyRowReader m_rows;
@@ -318,7 +343,116 @@ private:
     std::vector<double> m_row;
 };
 
+/// Which list of a face names its corners; null where none does.
+const PlyProperty* FindCorners(const PlyElement& element) {
+    if (element.name != "face") {
+        return nullptr;
+    }
+    const auto found =
+        std::find_if(element.properties.begin(), element.properties.end(), [](const PlyProperty& property) {
+            return property.listCountType && (property.name == "vertex_indices" || property.name == "vertex_index");
+        });
+    return found != element.properties.end() ? &*found : nullptr;
+}
+
+/// Reads vertices and faces, in whichever order they come.
+class PlyMeshReader {
+public:
+    explicit PlyMeshReader(const std::filesystem::path& path)
+        : m_file(path), m_header(ReadPlyHeader(m_file)), m_rows(m_file, m_header.encoding) {}
+
+    bool HasFaces() const {
+        return std::any_of(m_header.elements.begin(), m_header.elements.end(),
+                           [](const PlyElement& element) { return element.count > 0 && FindCorners(element); });
+    }
+
+    Mesh Read() {
+        for (const PlyElement& element : m_header.elements) {
+            RequireRoom(m_file, element, m_header.encoding);
+            if (element.name == "vertex") {
+                ReadVertices(element);
+            } else if (const PlyProperty* corners = FindCorners(element)) {
+                ReadFaces(element, *corners);
+            } else {
+                m_rows.SkipRows(element);
+            }
+        }
+        m_mesh.triangles.reserve(m_corners.size() / 3);
+        for (std::size_t corner = 0; corner < m_corners.size(); corner += 3) {
+            AddTriangle({m_corners[corner], m_corners[corner + 1], m_corners[corner + 2]});
+        }
+        return std::move(m_mesh);
+    }
+
+private:
+    void ReadVertices(const PlyElement& element) {
+        const VertexRoles roles = AssignRoles(m_file, element);
+        std::vector<double> row(element.properties.size());
+        WideColors colors(m_mesh.colors);
+        for (std::uint64_t vertex = 1; vertex <= element.count; ++vertex) {
+            m_rows.ReadRow(element, row);
+            const CloudPoint point = TakePoint(element, roles, row);
+            if (IsFinite(point.position)) {
+                RequirePlace(m_file, vertex, point.position);
+            }
+            m_mesh.positions.push_back(point.position);
+            if (roles.color) {
+                colors.Add(point.red, point.green, point.blue);
+            }
+        }
+    }
+
+    void ReadFaces(const PlyElement& element, const PlyProperty& corners) {
+        m_rows.KeepList(corners);
+        std::vector<double> row(element.properties.size());
+        for (std::uint64_t face = 1; face <= element.count; ++face) {
+            m_rows.ReadRow(element, row);
+            const std::vector<double>& vertices = m_rows.GetList();
+            for (const double vertex : vertices) {
+                if (!(vertex >= 0.0 && vertex < CountVertices()) || vertex != std::floor(vertex)) {
+                    m_file.Fail("face " + std::to_string(face) + " names a vertex that there is not");
+                }
+            }
+            for (std::size_t last = 2; last < vertices.size(); ++last) {
+                for (const std::size_t corner : {std::size_t{0}, last - 1, last}) {
+                    m_corners.push_back(static_cast<std::uint32_t>(vertices[corner]));
+                }
+            }
+        }
+    }
+
+    double CountVertices() const {
+        const auto vertex = std::find_if(m_header.elements.begin(), m_header.elements.end(),
+                                         [](const PlyElement& element) { return element.name == "vertex"; });
+        constexpr double kMostVertices = 4294967295.0;
+        return vertex == m_header.elements.end() ? 0.0 : std::min(static_cast<double>(vertex->count), kMostVertices);
+    }
+
+    void AddTriangle(const std::array<std::uint32_t, 3>& triangle) {
+        const bool isWhole = std::all_of(triangle.begin(), triangle.end(),
+                                         [this](std::uint32_t vertex) { return IsFinite(m_mesh.positions[vertex]); });
+        if (!isWhole) {
+            return;
+        }
+        m_mesh.triangles.push_back(triangle);
+        for (const std::uint32_t vertex : triangle) {
+            m_mesh.extent.Include(m_mesh.positions[vertex]);
+        }
+    }
+
+    InputFile m_file;
+    PlyHeader m_header;
+    PlyRowReader m_rows;
+    std::vector<std::uint32_t> m_corners; // three of each triangle
+    Mesh m_mesh;
+};
+
 } // namespace
+
+std::optional<Mesh> ReadPlyMesh(const std::filesystem::path& path) {
+    PlyMeshReader reader(path);
+    return reader.HasFaces() ? std::optional(reader.Read()) : std::nullopt;
+}
 
 std::unique_ptr<CloudReader> OpenPlyFile(const std::filesystem::path& path) {
     return std::make_unique<PlyReader>(path);

@@ -1,5 +1,6 @@
 #include "PointTextFile.h"
 
+#include "FileError.h"
 #include "InputFile.h"
 #include "PointTextLayout.h"
 #include "TextParsing.h"
@@ -91,6 +92,9 @@ private:
         point.position = {NumberAt(m_layout.x), NumberAt(m_layout.y), m_layout.z ? NumberAt(*m_layout.z) : 0.0};
         if (!IsFinite(point.position)) {
             return false;
+        }
+        if (!IsPlace(point.position)) {
+            m_file.FailAtLine(SayFarAway(point.position));
         }
         if (m_layout.color) {
             const auto& [red, green, blue] = *m_layout.color;

@@ -80,10 +80,8 @@ std::optional<std::size_t> FindColumn(const std::vector<std::string>& names, Nam
 
 /// What the names of columns say. Nothing without the names of two coordinates.
 std::optional<PointTextLayout> LayoutOfNames(const std::vector<std::string_view>& fields) {
-    std::vector<std::string> names;
-    for (const std::string_view field : fields) {
-        names.push_back(PlainName(field));
-    }
+    std::vector<std::string> names(fields.size());
+    std::transform(fields.begin(), fields.end(), names.begin(), PlainName);
     const auto x = FindColumn(
         names, {"x", "easting", "east", "e", "longitude", "lon", "long", "lng", "xcoord", "x_coord", "x_coordinate"});
     const auto y =
@@ -257,10 +255,10 @@ std::optional<PointTextLayout> FindPointTextLayout(const std::vector<std::string
     Rows rows;
     for (std::size_t row = line; row < firstLines.size(); ++row) {
         SplitFields(firstLines[row], delimiter, columns, fields);
-        std::vector<double> values;
-        for (const std::string_view field : fields) {
-            values.push_back(ParseField(field, delimiter).value_or(std::nan("")));
-        }
+        std::vector<double> values(fields.size());
+        std::transform(fields.begin(), fields.end(), values.begin(), [delimiter](std::string_view field) {
+            return ParseField(field, delimiter).value_or(std::nan(""));
+        });
         if (values.size() == columns) {
             rows.push_back(std::move(values));
         }

@@ -88,6 +88,9 @@ public:
             if (!IsFinite(position)) {
                 Fail("has a coordinate that is not a finite number");
             }
+            if (!IsPlace(position)) {
+                Fail(SayFarAway(position));
+            }
             extent.Include(position);
         }
         return path;

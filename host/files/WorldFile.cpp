@@ -30,6 +30,9 @@ double ParseLine(const InputFile& file, std::string_view line) {
     if (!value || !std::isfinite(*value) || !TakeWord(rest).empty()) {
         file.FailAtLine(QuoteForMessage(line) + " is not a number");
     }
+    if (!IsCoordinate(*value)) {
+        file.FailAtLine(SayFarAway({*value, 0.0, 0.0}));
+    }
     return *value;
 }
 

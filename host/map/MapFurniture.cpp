@@ -54,7 +54,9 @@ private:
     /// Beyond the poles and the date line there are no coordinates.
     std::vector<double> FindTicksWithin(double low, double high, double step, double limit) const {
         const bool areDegrees = m_units == MapUnits::Degrees;
-        return FindTicks(areDegrees ? std::max(low, -limit) : low, areDegrees ? std::min(high, limit) : high, step);
+        // Steps are wider than a pixel, so there are fewer ticks than pixels.
+        return FindTicks(areDegrees ? std::max(low, -limit) : low, areDegrees ? std::min(high, limit) : high, step,
+                         std::max(m_frame.widthPixels, m_frame.heightPixels));
     }
 
     /// One step for both edges, wide enough for the longest text along the lower one.
@@ -156,8 +158,8 @@ MapFurniture LayOutScaleBar(const MapFrame& frame, MapUnits units, const TextSiz
 std::string FormatPosition(const Position& position, double unitsPerPixel) {
     const int decimals = CountDecimals(std::pow(10.0, std::floor(std::log10(unitsPerPixel))));
     const std::string place = FormatCoordinate(position.x, decimals) + "  " + FormatCoordinate(position.y, decimals);
-    // A height is worth more than a place is: a metre of it is seen from afar.
-    return std::isnan(position.z) ? place : place + "  " + FormatCoordinate(position.z, std::max(decimals, 1));
+    // A height is worth more than a place is: a metre of it is seen from afar. It is never in degrees.
+    return std::isnan(position.z) ? place : place + "  " + FormatCoordinate(position.z, std::clamp(decimals, 1, 3));
 }
 
 PixelText LayOutPosition(std::string text, int widthPixels, int heightPixels, const TextSizes& sizes) {

@@ -1,6 +1,6 @@
 #include "MapTicks.h"
 
-#include "Angles.h"
+#include "Geodesic.h"
 
 #include <algorithm>
 #include <array>
@@ -11,10 +11,13 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double kEarthRadiusMetres = 6371008.8;
 constexpr std::array<double, 3> kNiceDigits = {1.0, 2.0, 5.0};
 /// Steps that a division made a hair larger or smaller than they are still count as what they are.
 constexpr double kSlack = 1e-9;
+/// Doubles hold whole numbers up to this.
+constexpr double kLargestCount = 9007199254740992.0;
+/// No coordinate has more digits after the point that mean something.
+constexpr double kMostDecimals = 12.0;
 
 /// A number with so many digits after the point; without the zeros at its end.
 std::string FormatShortly(double value, int decimals) {
@@ -31,6 +34,9 @@ std::string FormatShortly(double value, int decimals) {
 } // namespace
 
 double FindNiceStep(double smallest) {
+    if (!(smallest > 0.0) || !std::isfinite(smallest)) {
+        return 1.0;
+    }
     const double power = std::pow(10.0, std::floor(std::log10(smallest)));
     for (const double digit : kNiceDigits) {
         if (digit * power >= smallest * (1.0 - kSlack)) {
@@ -40,18 +46,20 @@ double FindNiceStep(double smallest) {
     return 10.0 * power;
 }
 
-std::vector<double> FindTicks(double low, double high, double step) {
+std::vector<double> FindTicks(double low, double high, double step, int most) {
     const double first = std::ceil(low / step - kSlack);
-    const double last = std::floor(high / step + kSlack);
+    const double count = std::floor(high / step + kSlack) - first + 1.0;
+    // Where numbers are so large that the next one is farther than a step, there is no counting. Not for NaN.
+    const bool isCountable = std::abs(first) <= kLargestCount && count <= static_cast<double>(most);
     std::vector<double> ticks;
-    for (long long index = 0; first + static_cast<double>(index) <= last; ++index) {
-        ticks.push_back((first + static_cast<double>(index)) * step);
+    for (int index = 0; isCountable && index < count; ++index) {
+        ticks.push_back((first + index) * step);
     }
     return ticks;
 }
 
 int CountDecimals(double step) {
-    return static_cast<int>(std::max(0.0, std::ceil(-std::log10(step) - kSlack)));
+    return static_cast<int>(std::clamp(std::ceil(-std::log10(step) - kSlack), 0.0, kMostDecimals));
 }
 
 std::string FormatCoordinate(double value, int decimals) {
@@ -62,22 +70,44 @@ std::string FormatCoordinate(double value, int decimals) {
     return isZero && formatted.starts_with('-') ? formatted.substr(1) : formatted;
 }
 
-double MetresPerUnit(MapUnits units, double y) {
-    if (units == MapUnits::Metres) {
-        return 1.0;
+std::string FormatCount(std::uint64_t count) {
+    std::string text = std::to_string(count);
+    for (std::size_t place = text.size(); place > 3; place -= 3) {
+        text.insert(place - 3, 1, ',');
     }
-    return kEarthRadiusMetres * Radians(1.0) * std::cos(Radians(std::clamp(y, -89.9, 89.9)));
+    return text;
+}
+
+double MetresPerUnit(MapUnits units, double y) {
+    switch (units) {
+    case MapUnits::Metres:
+        return 1.0;
+    case MapUnits::Feet:
+        return kMetresPerFoot;
+    case MapUnits::UsSurveyFeet:
+        return kMetresPerUsSurveyFoot;
+    case MapUnits::Degrees:
+        break;
+    }
+    return MetresPerDegreeOfLongitude(std::clamp(y, -89.9, 89.9));
 }
 
 double DistanceInMetres(MapUnits units, double fromX, double fromY, double toX, double toY) {
-    if (units == MapUnits::Metres) {
-        return std::hypot(toX - fromX, toY - fromY);
+    if (units != MapUnits::Degrees) {
+        return std::hypot(toX - fromX, toY - fromY) * MetresPerUnit(units, 0.0);
     }
-    const double acrossLatitudes = std::sin(Radians(toY - fromY) * 0.5);
-    const double acrossLongitudes = std::sin(Radians(toX - fromX) * 0.5);
-    const double chord = acrossLatitudes * acrossLatitudes +
-                         std::cos(Radians(fromY)) * std::cos(Radians(toY)) * acrossLongitudes * acrossLongitudes;
-    return 2.0 * kEarthRadiusMetres * std::asin(std::sqrt(std::clamp(chord, 0.0, 1.0)));
+    return GeodesicMetres({fromX, std::clamp(fromY, -90.0, 90.0)}, {toX, std::clamp(toY, -90.0, 90.0)});
+}
+
+double FindHeightScale(MapUnits units, std::optional<double> heightMetres, double y) {
+    if (units == MapUnits::Degrees) {
+        // Half-way between its size to the east and to the north.
+        const double latitude = std::clamp(y, -89.9, 89.9);
+        const double degree = std::sqrt(MetresPerDegreeOfLongitude(latitude) * MetresPerDegreeOfLatitude(latitude));
+        return heightMetres.value_or(1.0) / degree;
+    }
+    const double unit = MetresPerUnit(units, y);
+    return heightMetres.value_or(unit) / unit;
 }
 
 std::string FormatLength(double metres) {

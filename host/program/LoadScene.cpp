@@ -1,8 +1,13 @@
 #include "LoadScene.h"
 
 #include "files/FileError.h"
+#include "files/GeoKeys.h"
 #include "files/OpenFile.h"
+#include "files/TiffFile.h"
+#include "files/WktText.h"
 
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -10,40 +15,76 @@ namespace OrrinViewer {
 
 namespace {
 
-void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, const ViewerOptions& options) {
+std::string NameOf(const std::filesystem::path& file) {
+    const std::u8string name = file.filename().u8string();
+    return {name.begin(), name.end()};
+}
+
+/// How much steeper the slopes of a grid look than its numbers say.
+double FindExaggeration(const ElevationGrid& grid, const CoordinateSystem& system, const ViewerOptions& options) {
+    const Extent extent = grid.FindExtent();
+    const CoordinateSystem units = FindUnits({{{{}, system}, extent, grid.MaybeInDegrees()}});
+    const MapUnits mapUnits = options.units.value_or(*units.units);
+    return options.exaggeration * FindHeightScale(mapUnits, units.heightMetres, extent.Center().y);
+}
+
+void AddElevations(Scene& scene, ElevationGrid grid, const std::filesystem::path& file, const LayerSource& source,
+                   const ViewerOptions& options) {
     if (options.hillshadePercent > 0.0) {
-        scene.ShadeRasters(RasterLayer::ForHillshade(grid, options.exaggeration, file.wstring()),
+        const double exaggeration = FindExaggeration(grid, source.system, options);
+        scene.ShadeRasters(RasterLayer::ForHillshade(grid, exaggeration, file.wstring()),
                            options.hillshadePercent / 100.0);
     }
     if (options.flat) {
-        scene.AddRaster(RasterLayer::ForElevations(grid, file.wstring()));
+        scene.AddRaster(RasterLayer::ForElevations(grid, file.wstring()), source);
     } else if (options.hillshadePercent <= 0.0) {
-        scene.AddSurface(std::move(grid));
+        scene.AddSurface(std::move(grid), source);
     }
+}
+
+void AddTiff(Scene& scene, const std::filesystem::path& path) {
+    const auto file = std::make_shared<TiffFile>(path); // it is read as long as it is shown
+    CoordinateSystem system = SystemFromGeoKeys(file->GeoKeys(), file->GeoTexts());
+    scene.AddRaster(RasterLayer::ForTiff(file, path),
+                    {NameOf(path), system.IsKnown() ? std::move(system) : SystemBeside(path)});
 }
 
 void AddFile(Scene& scene, const std::filesystem::path& file, const ViewerOptions& options) {
     const FileKind kind = DetectKind(file);
     if (IsVectorKind(kind)) {
         for (VectorLayer& layer : OpenVectorLayers(file)) {
-            scene.AddVectorLayer(std::move(layer));
+            LayerSource source{NameOf(file), SystemFromWkt(layer.wkt).value_or(CoordinateSystem())};
+            source.name += layer.name.empty() ? "" : " (" + layer.name + ")";
+            scene.AddVectorLayer(std::move(layer), std::move(source));
         }
         return;
     }
     switch (kind) {
     case FileKind::AsciiGrid:
-        AddElevations(scene, OpenElevationGrid(file), file, options);
+        AddElevations(scene, OpenElevationGrid(file), file, {NameOf(file), SystemBeside(file)}, options);
+        return;
+    case FileKind::Tiff:
+        AddTiff(scene, file);
         return;
     case FileKind::Image:
-        scene.AddRaster(RasterLayer::ForImage(OpenRaster(file), file.wstring()));
+        scene.AddRaster(RasterLayer::ForImage(OpenRaster(file), file.wstring()), {NameOf(file), SystemBeside(file)});
         return;
+    case FileKind::Ply:
+        if (std::optional<Mesh> mesh = options.cloudCellSize ? std::nullopt : OpenMesh(file)) {
+            scene.AddMesh(*std::move(mesh), {NameOf(file), {}});
+            return;
+        }
+        break;
     default:
         break;
     }
+    std::unique_ptr<CloudReader> reader = OpenCloudReader(file);
+    LayerSource source{NameOf(file), reader->GetSystem()};
     if (options.cloudCellSize) {
-        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, options);
+        AddElevations(scene, GridPoints(OpenPointCloud(file), *options.cloudCellSize), file, source, options);
     } else {
-        scene.AddCloud([file] { return OpenCloudReader(file); });
+        scene.AddCloud(
+            std::move(reader), [file] { return OpenCloudReader(file); }, std::move(source));
     }
 }
 
@@ -62,10 +103,17 @@ std::vector<FeatureLabel> CollectLabelsOrExplain(const std::vector<VectorLayer>&
 
 } // namespace
 
-Scene LoadScene(const ViewerOptions& options) {
+Scene LoadScene(const ViewerOptions& options, std::vector<std::string>& faults) {
     Scene scene;
     for (const std::filesystem::path& file : options.files) {
-        AddFile(scene, file, options);
+        try {
+            AddFile(scene, file, options);
+        } catch (const FileError& error) {
+            faults.emplace_back(error.what());
+            if (faults.size() == options.files.size() && options.computedSide == 0) {
+                throw;
+            }
+        }
     }
     if (options.computedSide > 0) {
         scene.AddRaster(RasterLayer::ForComputedRelief(options.computedSide, scene.GetExtent().Center()));

@@ -11,42 +11,67 @@
 
 namespace {
 
+/// The library had something to say, which is nothing good.
+bool g_hasNotice = false;
+
 /// Without a person in front of it, a program must not stop at a message box: what it says goes to the error output.
 int PrintMessageBox(const wchar_t* text, const wchar_t* caption, unsigned int /*type*/, void* /*context*/) {
+    g_hasNotice = true;
     std::fprintf(stderr, "%s: %s\n", OrrinViewer::Utf8Text(caption).c_str(), OrrinViewer::Utf8Text(text).c_str());
     return IDOK;
 }
 
+void PrintLines(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) {
+        std::fprintf(stderr, "%s\n", line.c_str());
+    }
+}
+
+/// What there is of each kind, and where it is.
 void PrintSummary(const OrrinViewer::Scene& scene) {
+    const struct {
+        std::size_t count;
+        const char* name;
+    } kinds[] = {{scene.CountPoints(), "points"},
+                 {scene.CountFeatures(), "features"},
+                 {scene.CountCells(), "cells of relief"},
+                 {scene.CountFaces(), "faces"},
+                 {scene.CountPixels(), "pixels of rasters"}};
+    for (const auto& kind : kinds) {
+        if (kind.count > 0) {
+            std::printf("%zu %s, ", kind.count, kind.name);
+        }
+    }
     const OrrinViewer::Extent& extent = scene.GetExtent();
-    std::printf("%zu points, %zu features, x %.2f to %.2f, y %.2f to %.2f, z %.2f to %.2f\n", scene.CountPoints(),
-                scene.CountFeatures(), extent.low.x, extent.high.x, extent.low.y, extent.high.y, extent.low.z,
-                extent.high.z);
-    if (scene.CountCells() > 0) {
-        std::printf("%zu cells of relief\n", scene.CountCells());
+    // A hundredth of a degree is a kilometre.
+    const int decimals = scene.GetUnits() == OrrinViewer::MapUnits::Degrees ? 7 : 2;
+    std::printf("x %.*f to %.*f, y %.*f to %.*f", decimals, extent.low.x, decimals, extent.high.x, decimals,
+                extent.low.y, decimals, extent.high.y);
+    if (extent.HasHeights()) {
+        std::printf(", z %.2f to %.2f", extent.low.z, extent.high.z);
     }
-    if (scene.CountPixels() > 0) {
-        std::printf("%zu pixels of rasters\n", scene.CountPixels());
-    }
+    std::printf("\n");
     std::fflush(stdout);
 }
 
-/// What there is to say once all files are read. False when they cannot be shown.
+/// What there is to say once all files are read. False when there is nothing to show.
 bool Report(const OrrinViewer::Scene& scene) {
-    if (const std::string problem = scene.GetProblem(); !problem.empty()) {
-        std::fprintf(stderr, "%s\n", problem.c_str());
-        return false;
+    PrintLines(scene.GetRemarks());
+    PrintLines(scene.GetProblems());
+    if (!scene.GetExtent().IsEmpty()) {
+        PrintSummary(scene);
+        return true;
     }
-    if (scene.GetExtent().IsEmpty()) {
+    if (scene.GetProblems().empty()) {
         std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pixels.\n");
-        return false;
     }
-    PrintSummary(scene);
-    return true;
+    return false;
 }
 
 int ShowFiles(const OrrinViewer::ViewerOptions& options) {
-    OrrinViewer::Scene scene = OrrinViewer::LoadScene(options);
+    std::vector<std::string> faults;
+    OrrinViewer::Scene scene = OrrinViewer::LoadScene(options, faults);
+    PrintLines(faults);
     if (options.frames > 0) {
         // Without a person nobody looks at a part of the points.
         scene.WaitUntilRead();
@@ -56,9 +81,9 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     const bool isReading = scene.IsReading();
     if (!isReading) {
         scene.Update();
-        // A person sees what there is of a file that is damaged further on, however soon it was read.
-        const bool isWorthAWindow = options.frames == 0 && !scene.GetExtent().IsEmpty();
-        if (!Report(scene) && !isWorthAWindow) {
+        // A person is also told by the window what was wrong with a file.
+        const bool isShown = Report(scene) || (options.frames == 0 && !scene.GetProblems().empty());
+        if (!isShown) {
             return 1;
         }
     }
@@ -69,7 +94,9 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
         return 1;
     }
     session.Run(isReading ? Report : nullptr);
-    return 0;
+    // Who looks at a screenshot does not see what is missing in it; a person has been told.
+    const bool isIncomplete = !faults.empty() || !scene.GetProblems().empty() || g_hasNotice;
+    return options.frames > 0 && isIncomplete ? 1 : 0;
 }
 
 } // namespace

@@ -29,7 +29,7 @@ void SaveScreenshot(KTR::COpenGLView& view, int widthPixels, int heightPixels, c
             rgb.insert(rgb.end(), pixel, pixel + kChannels);
         }
     }
-    const std::string content = EncodePng(widthPixels, heightPixels, rgb);
+    const std::string content = EncodeImage(path, widthPixels, heightPixels, rgb);
     std::ofstream file(path, std::ios::binary);
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     file.close();

@@ -7,6 +7,7 @@
 #include "record/Journal.h"
 #include "rules/Addresses.h"
 #include "rules/Contexts.h"
+#include "rules/DebugNames.h"
 #include "rules/MappedRanges.h"
 #include "rules/Objects.h"
 #include "rules/PixelFormats.h"
@@ -59,6 +60,9 @@ constexpr Hook kHooks[] = {
     {Index_wglUseFontBitmapsW, JudgeFontLists, TrackFontLists},
     {Index_wglUseFontOutlinesA, JudgeFontLists, TrackFontLists},
     {Index_wglUseFontOutlinesW, JudgeFontLists, TrackFontLists},
+    {Index_glObjectLabel, JudgeObjectLabel, nullptr},
+    {Index_glPushDebugGroup, TrackPushedGroup, nullptr},
+    {Index_glPopDebugGroup, JudgePoppedGroup, nullptr},
     {Index_glLinkProgram, nullptr, ForgetUniforms},
     {Index_glProgramBinary, nullptr, ForgetUniforms},
     {Index_glNewList, nullptr, TrackNewList},

@@ -101,6 +101,8 @@ class Function:
     def is_text(self, declaration, name):
         if self.name == "wglGetProcAddress":
             return True
+        if (self.name, name) in {("glObjectLabel", "label"), ("glPushDebugGroup", "message")}:
+            return True
         return self.name.startswith("gl") and declaration == "const GLchar*" and name == "name"
 
     def row(self):

@@ -2,6 +2,7 @@
 
 #include "core/StateLock.h"
 #include "core/SystemDriver.h"
+#include "rules/DebugNames.h"
 #include "rules/MappedRanges.h"
 #include "rules/PixelFormats.h"
 #include "rules/Uniforms.h"
@@ -334,6 +335,7 @@ bool AnswerShareLists(Call& call) {
 }
 
 bool CheckSwapBuffers(Call& call) {
+    JudgeOpenGroups(call);
     const StateLock lock;
     return IsDeviceContextGone(call, PointerArgument<HDC>(call, 0)) ? Refuse(call, ERROR_INVALID_HANDLE) : true;
 }

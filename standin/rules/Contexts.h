@@ -17,6 +17,8 @@ struct Context {
     /// Pixel format of the device context that it was created on.
     int format = 0;
     bool coreProfile = false;
+    /// Groups of KHR_debug that are open.
+    int debugGroups = 0;
     /// Thread on which it is current, 0 for none.
     DWORD thread = 0;
     std::atomic<bool> fixedFunctionForbidden = false;

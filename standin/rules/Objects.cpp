@@ -256,6 +256,11 @@ void TrackNewList(Call& call) {
     call.context->shared->Create(DriverObject::DisplayList, call.arguments[0]);
 }
 
+void JudgeNamedObject(Context& context, unsigned index, DriverObject kind, std::uint64_t name) {
+    const StateLock lock;
+    JudgeUse(context, kFunctions[index], kind, name);
+}
+
 bool JudgeFontLists(Call& call) {
     if (call.context) {
         return true;

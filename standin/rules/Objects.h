@@ -9,6 +9,8 @@
 
 namespace StandInDriver {
 
+struct Context;
+
 constexpr unsigned kObjectKinds = static_cast<unsigned>(DriverObject::Count);
 
 /// A name that is or was in use.
@@ -47,6 +49,9 @@ bool TracksObjects(unsigned index);
 
 /// Judges the names that a call uses or deletes; a fault is a violation, and the call goes on.
 void JudgeObjects(const Call& call);
+
+/// The same for one name that the function's table does not know the kind of.
+void JudgeNamedObject(Context& context, unsigned index, DriverObject kind, std::uint64_t name);
 
 /// Takes note of the names that a call has made.
 void TrackObjects(const Call& call);

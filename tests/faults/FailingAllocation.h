@@ -5,6 +5,8 @@
 inline std::size_t g_failingSize = 0;
 inline int g_spared = 0;
 inline int g_failures = 0;
+inline int g_asked = 0;          ///< allocations since the test set it to 0
+inline int g_failingNumber = -1; ///< the one of them that fails
 
 /// Fails the allocations of one size while it lives, but for the first `spared` ones.
 class FailingAllocation {

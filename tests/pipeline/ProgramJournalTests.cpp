@@ -306,7 +306,7 @@ INSTANTIATE_TEST_SUITE_P(
                     UniformCase{"Decal", GLShaderTextureDecal, {{0.2}, {0}}},
                     UniformCase{"Fusion", GLShaderTextureDecalFusion, {{0.2}, {0}}},
                     UniformCase{"Bitmap", GLShaderTextureBitmap, {{0}, {1, 0.2, 0, 0.4}}},
-                    UniformCase{"Text", GLShaderText, {{1, 0.2, 0, 0.4}, {0}}},
+                    UniformCase{"Text", GLShaderText, {{1, 0.2, 0, 0.4}, {0, 0, 0, 0}, {0}}},
                     UniformCase{"BackingStore", GLShaderBackingStore, {{0}, {1}}}),
     [](const auto& test) { return test.param.name; });
 

@@ -3,6 +3,7 @@
 #include "support/PipelineFixture.h"
 
 #include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -42,6 +43,7 @@ TEST_F(MissingShaders, LeaveTheBackground) {
         ASSERT_EQ(live.created, 1);
         EXPECT_EQ(OnlyNotice().text.find(L"Unable to open OpenGL 4.x Shader File: "), 0U);
         EXPECT_TRUE(live->DrawsWithPrograms());
+        EXPECT_EQ(live->GetDrawingState(), GLDrawingNoPrograms);
         COpenGLView& view = *live.view;
         live.Clear(RGB(10, 20, 30));
         EXPECT_EQ(view.GetError(), 0U);
@@ -75,6 +77,22 @@ TEST_F(MissingShaders, LeaveTheBackground) {
         EXPECT_EQ(notices.shown.size(), 1U);
     }
     EXPECT_EQ(driver.LiveObjects(), 0U) << driver.LeakReport();
+}
+
+// A file that somebody has replaced: a compiler would take minutes over it.
+TEST_F(MissingShaders, FileBeyondAMegabyteIsRefused) {
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / L"orrin_no_shaders";
+    for (const std::size_t size : {std::size_t{1} << 20, (std::size_t{1} << 20) + 1}) {
+        std::ofstream(folder / L"large.vert", std::ios::binary) << std::string(size, ' ');
+        char* source = nullptr;
+        unsigned long length = 0;
+        const long result = LoadShader((folder.wstring() + L"\\").c_str(), L"large.vert", &source, &length);
+        EXPECT_EQ(result, length == size ? S_OK : E_INVALIDARG);
+        EXPECT_EQ(length, size <= std::size_t{1} << 20 ? size : 0U);
+        EXPECT_EQ(source != nullptr, length != 0);
+        DeleteShaderSource(&source);
+    }
+    EXPECT_NE(OnlyNotice().text.find(L"large.vert is larger than 1048576 bytes."), std::wstring::npos);
 }
 
 /// A view with a batch that a program is bound for already.
@@ -182,6 +200,46 @@ TEST_F(Bounds, FullBatchOfLinesIsOneDraw) {
         draws.emplace_back(call.Integer(0), call.Integer(2));
     }
     EXPECT_EQ(draws, (std::vector<std::pair<std::int64_t, std::int64_t>>{{GL_LINES, 32'769}, {GL_LINES, 7231}}));
+}
+
+using RefusedMemory = OnPrograms;
+
+// A card without memory for vertices leaves a view blank: its host can ask why, and support reads it.
+TEST_F(RefusedMemory, HostIsToldUntilThereIsSome) {
+    LiveView live;
+    COpenGLView& view = *live.view;
+    EXPECT_EQ(view.GetDrawingState(), GLDrawingReady);
+    const DebugOutput output;
+    driver.FailCall("glMapBufferRange", 1, 1'000);
+    for (int frame = 0; frame < 3; ++frame) {
+        view.SetBackgroundColor(0, true);
+        DrawSquare(view, kRed);
+        EXPECT_EQ(view.GetDrawingState(), GLDrawingNoVertexStorage);
+    }
+    EXPECT_EQ(BackBufferAt(view, 4, 4), kBlack);
+    EXPECT_EQ(output.Count(L"refuses memory for vertices"), 1) << "once, not once a frame";
+    driver.FailCall("glMapBufferRange", 1, 0);
+    ExpectDraws(view, kGreen);
+    EXPECT_EQ(view.GetDrawingState(), GLDrawingReady);
+    view.MakeNull();
+    EXPECT_EQ(view.GetDrawingState(), GLDrawingNotCurrent);
+    view.MakeCurrent(GLContextMain);
+    view.DeleteContext(L"test", GLContextMain);
+    EXPECT_EQ(view.GetDrawingState(), GLDrawingNoContext);
+}
+
+// Without fences nothing tells when a segment may be written again; the driver judges each write.
+TEST_F(RefusedMemory, WithoutFencesNoSegmentIsWrittenOver) {
+    LiveView live;
+    driver.FailCall("glFenceSync", 1, 1'000);
+    for (const bool shared : {false, true}) {
+        live->SetSharedDraws(shared);
+        live.Clear();
+        for (int batch = 0; batch < 12; ++batch) {
+            DrawSquare(*live.view, batch < 11 ? kRed : kGreen);
+        }
+        EXPECT_EQ(live.At(4, 4), kGreen);
+    }
 }
 
 } // namespace

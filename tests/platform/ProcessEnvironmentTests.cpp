@@ -53,6 +53,11 @@ TEST(ProcessEnvironment, FindsItsOwnEntryAndReportsIt) {
     EXPECT_EQ(output.Text(), expected) << "a process that does not exist is no failure to report";
 }
 
+// A service that cannot make its first view goes on without one; a box would wait for a person for ever.
+TEST(ProcessEnvironment, ServiceIsToldWhereAPersonWouldBeShown) {
+    EXPECT_EQ(RunAndWait(FolderOfThisProgram() + L"process_probe.exe", L"service"), 0);
+}
+
 // The host and its harness must never be taken for helper processes, however their names are written.
 TEST(ProcessEnvironment, HostAndHarnessDoNotFindThemselves) {
     // The copies go to a folder of their own, from where they find the library's DLLs through the path.

@@ -45,16 +45,18 @@ bool FindSlowly(const std::vector<PointXY>& line, double halfWidth, double x, do
 TEST(ProfileLine, NearestLegIsTheOneThatTryingAllFinds) {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> place(-100.0, 100.0);
-    for (int round = 0; round < 60; ++round) {
+    constexpr int rounds = 62; // the last two of lines that reach all over, one with a band wider than itself
+    for (int round = 0; round < rounds; ++round) {
+        const bool isLong = round >= 60;
         const PointXY shift = round % 2 == 0 ? PointXY{} : PointXY{500000.0, 4500000.0};
-        std::vector<PointXY> line(static_cast<std::size_t>(2 + round % 21));
+        std::vector<PointXY> line(static_cast<std::size_t>(isLong ? 3000 : 2 + round % 21));
         for (PointXY& point : line) {
             point = {shift.x + place(random), shift.y + place(random)};
         }
-        const double halfWidth = round % 3 == 0 ? 40.0 : 0.5 + round;
+        const double halfWidth = round == 61 ? 5000.0 : round % 3 == 0 ? 40.0 : 0.5 + round;
         ProfileLine profile;
         ASSERT_TRUE(profile.Set(line.data(), static_cast<int>(line.size()), halfWidth));
-        for (int point = 0; point < 2000; ++point) {
+        for (int point = 0; point < (isLong ? 100 : 2000); ++point) {
             const double x = shift.x + 1.7 * place(random);
             const double y = shift.y + 1.7 * place(random);
             ProfilePlace found{-1.0, -1.0};

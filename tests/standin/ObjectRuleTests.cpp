@@ -180,6 +180,18 @@ void WaitForDeletedSync(const Scene&) {
     Find<PFNGLGETSYNCIVPROC>("glGetSynciv")(sync, GL_SYNC_STATUS, 1, nullptr, &value);
 }
 
+void CloseGroupTwice(const Scene&) {
+    Find<PFNGLPUSHDEBUGGROUPPROC>("glPushDebugGroup")(GL_DEBUG_SOURCE_APPLICATION, 0, -1, "group");
+    Find<PFNGLPOPDEBUGGROUPPROC>("glPopDebugGroup")();
+    Find<PFNGLPOPDEBUGGROUPPROC>("glPopDebugGroup")();
+}
+
+void PresentInAGroup(const Scene& scene) {
+    Find<PFNGLPUSHDEBUGGROUPPROC>("glPushDebugGroup")(GL_DEBUG_SOURCE_APPLICATION, 0, -1, "frame");
+    SwapBuffers(scene.deviceContext);
+    Find<PFNGLPOPDEBUGGROUPPROC>("glPopDebugGroup")();
+}
+
 /// Draws a point from mapped memory and writes the next one there, with or without waiting for the first.
 template <bool Waits> void DrawFromMappedMemory(const Scene&) {
     constexpr GLbitfield access = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT | GL_MAP_COHERENT_BIT;
@@ -244,6 +256,14 @@ INSTANTIATE_TEST_SUITE_P(
         Rule{"WaitForDeletedSync", WaitForDeletedSync, "uses sync"},
         Rule{"OverwriteWhatIsDrawn", DrawFromMappedMemory<false>, "before a fence"},
         Rule{"Allowed_WriteBehindTheFence", DrawFromMappedMemory<true>, nullptr},
+        Rule{"NameForADeletedBuffer",
+             BindAfterDeletion("glGenBuffers", "glDeleteBuffers",
+                               [](GLuint name) {
+                                   Find<PFNGLOBJECTLABELPROC>("glObjectLabel")(GL_BUFFER, name, -1, "gone");
+                               }),
+             "glObjectLabel uses buffer"},
+        Rule{"GroupClosedTwice", CloseGroupTwice, "closes a group that was never opened"},
+        Rule{"GroupOverTheEndOfAFrame", PresentInAGroup, "1 groups of glPushDebugGroup are open"},
         Rule{"ForbiddenFixedFunction", ForbiddenFixedFunction, "glDrawArrays(0x7)"},
         Rule{"Allowed_DeleteCurrentAndNull", DeleteCurrentAndNull, nullptr},
         Rule{"Allowed_UseSharedLists", UseSharedLists, nullptr},

@@ -750,6 +750,95 @@ TEST_F(Text, GdiFontBecomesTheAtlasThatItDescribes) {
     EXPECT_EQ(View().RefreshRasterFont(live->window.DeviceContext(), listBase, nullptr, 0), E_INVALIDARG);
 }
 
+// Halos used to be nine strings. They must not cost a draw either.
+TEST_F(Text, LabelsWithHalosShareDrawsToo) {
+    View().SetTextHalo({255, 0, 0, 255}, 1.5);
+    driver.JournalOnly({"glDrawArrays", "glTexSubImage2D", "glTexImage2D"});
+    Setup();
+    DrawString(L"Label 12", 0.0, 0.0);
+    View().Flush();
+    driver.StartJournal();
+    for (int label = 0; label < 100; ++label) {
+        DrawString(L"Label 12", label % 10, label / 10 * 12);
+    }
+    EXPECT_EQ(Draws(), Draw{});
+    Teardown();
+    EXPECT_EQ(Draws(), (Draw{{GL_TRIANGLES, 100 * 7 * 2 * 6}})) << "each letter and its halo";
+    EXPECT_EQ(driver.Journal().size(), 1U) << "nothing is uploaded again";
+}
+
+// A host that draws glyphs by itself reads the font's texture, whatever the library's own strings read before.
+TEST_F(Text, HostsOwnGlyphsReadTheAtlasAfterAStringWithAHalo) {
+    Setup();
+    View().SetTextHalo({255, 0, 0, 255}, 1.0);
+    DrawString(L"ab", 5.0, 5.0);
+    driver.JournalOnly({"glBindTexture"});
+    driver.StartJournal();
+    View().BeginArrays(GL_TRIANGLES, GLShaderText);
+    unsigned int texture = 0;
+    unsigned int sampler = 0;
+    ASSERT_EQ(COpenGLView::m_gFontManager.GetCurrentFontTextureAndSamplerId(texture, sampler), S_OK);
+    EXPECT_EQ(driver.JournalText().back(), "glBindTexture(3553, " + std::to_string(texture) + ")");
+    View().EndArrays();
+    Teardown();
+}
+
+// Ten fonts are kept. The pictures of an eleventh must not pile up on the card.
+TEST_F(Text, SheetsOfFontsThatHadToGoAreDeleted) {
+    View().SetTextHalo({255, 0, 0, 255}, 1.0);
+    for (int points = 8; points < 24; ++points) {
+        UseFont(View(), points);
+        View().DrawSetupFontAtlasText(true, false, 0, 0.0, 0.0);
+        DrawString(L"ab", 5.0, 5.0);
+        Teardown();
+    }
+    EXPECT_LE(driver.LiveObjects(DriverObject::Texture), 11U);
+    EXPECT_GE(driver.LiveObjects(DriverObject::Texture), 9U);
+    other = Open();
+    const std::string wanted = Quarter(0, 0);
+    live.swap(other);
+    other.reset();
+    Begin(*live);
+    View().SetTextHalo({255, 0, 0, 255}, 1.0);
+    View().DrawSetupFontAtlasText(true, false, 0, 0.0, 0.0);
+    DrawString(L"ab", 5.0, 5.0);
+    Teardown();
+    EXPECT_EQ(Quarter(0, 0), wanted) << "a sheet belongs to all views";
+}
+
+// A map with more letters than the largest texture has room for shows them all the same.
+TEST_F(Text, FullSheetStartsOver) {
+    const InstalledFontFile file(SmallFont(L'Z').File());
+    const int maximum = COpenGLView::m_gsOpenGLVersionData.iMaxTextureSize;
+    View().SetTextHalo({255, 0, 0, 255}, 8.0);
+    const auto draw = [&](const wchar_t* text) {
+        live->Clear();
+        View().DrawSetupFontAtlasText(true, false, 0, 0.0, 0.0);
+        DrawString(text, 10.0, 20.0);
+        Teardown();
+        return Quarter(0, 0);
+    };
+    const auto load = [&](int height) {
+        FontParameters request = FontRequest(file.Face(), 10);
+        request.logicalFont.lfHeight = height;
+        EXPECT_EQ(View().SetUpNewFont(request), S_OK);
+    };
+    load(100);
+    const std::string wanted[] = {draw(L"ABC"), draw(L"KLM"), draw(L"XYZ")};
+    EXPECT_NE(wanted[0], wanted[1]);
+    COpenGLView::m_gsOpenGLVersionData.iMaxTextureSize = 128;
+    load(101);
+    for (int time = 0; time < 2; ++time) {
+        EXPECT_EQ(draw(L"ABC"), wanted[0]);
+        EXPECT_EQ(draw(L"DEFGHIJ").empty(), false);
+        EXPECT_EQ(draw(L"KLM"), wanted[1]);
+        EXPECT_EQ(draw(L"NOPQRSTUVW").empty(), false);
+        EXPECT_EQ(draw(L"XYZ"), wanted[2]);
+    }
+    COpenGLView::m_gsOpenGLVersionData.iMaxTextureSize = maximum;
+    COpenGLView::m_gFontManager.DeleteFontLibrary(); // its file is open
+}
+
 /// A view on the fixed-function pipeline.
 class ListText : public RecordedTest {
 protected:

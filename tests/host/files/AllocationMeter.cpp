@@ -29,14 +29,22 @@ void Free(void* memory) noexcept {
 } // namespace
 
 // No header is put before the memory: some of it is freed by the standard library's DLL, or taken there and freed here.
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     void* memory = std::malloc(std::max<std::size_t>(size, 1));
     if (memory == nullptr) {
-        throw std::bad_alloc();
+        return nullptr;
     }
     const std::int64_t now = live += static_cast<std::int64_t>(SizeOf(memory));
     std::int64_t most = peak;
     while (now > most && !peak.compare_exchange_weak(most, now)) {
+    }
+    return memory;
+}
+
+void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
     }
     return memory;
 }

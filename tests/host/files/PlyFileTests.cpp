@@ -230,5 +230,70 @@ TEST(PlyFile, FileOfManyChunks_KeepsEachPoint) {
     }
 }
 
+// The "no data" of a float, and what a broken export writes: one of them made a map of 17 GB of ticks.
+TEST(PlyFile, VertexBeyondAnyPlace_IsRefusedWithItsNumber) {
+    const std::string complaint =
+        Complaint(ReadPlyFile,
+                  "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\nproperty float y\n"
+                  "property float z\nend_header\n1 2 3\nnan 1 1\n1 2 -3.4e38\n4 5 6\n",
+                  ".ply");
+    EXPECT_NE(complaint.find("vertex 3 has the coordinate -3.4e+38, beyond 1e+12"), std::string::npos) << complaint;
+}
+
+using Triangles = std::vector<std::array<std::uint32_t, 3>>;
+
+std::optional<Mesh> ReadMesh(const std::string& content) {
+    const TemporaryFile file(".ply", content);
+    return ReadPlyMesh(file.Path());
+}
+
+// A mesh that is shown as its vertices is a handful of dots.
+TEST(PlyMesh, FacesArriveFromEveryEncoding) {
+    const std::string header = " 1.0\nelement vertex 4\nproperty float x\nproperty float y\nproperty float z\n"
+                               "property uchar red\nproperty uchar green\nproperty uchar blue\n"
+                               "element face 2\nproperty list uchar int vertex_indices\nproperty uchar flag\n"
+                               "end_header\n";
+    const std::string ascii =
+        "ply\nformat ascii" + header + "0 0 5 9 8 7\n1 0 5 0 0 0\n1 1 6 0 0 0\n0 1 5 0 0 0\n4 0 1 2 3 1\n3 2 1 0 0\n";
+    for (const bool bigEndian : {false, true}) {
+        FileBytes binary(bigEndian);
+        binary.PutText(std::string("ply\nformat binary_") + (bigEndian ? "big" : "little") + "_endian" + header);
+        for (const std::array<float, 3>& place :
+             {std::array{0.0F, 0.0F, 5.0F}, {1.0F, 0.0F, 5.0F}, {1.0F, 1.0F, 6.0F}, {0.0F, 1.0F, 5.0F}}) {
+            binary.Put(place[0]).Put(place[1]).Put(place[2]).PutText(place[1] + place[0] == 0.0F ? "\x09\x08\x07"
+                                                                                                 : "xyz");
+        }
+        binary.Put<std::uint8_t>(4).Put(0).Put(1).Put(2).Put(3).Put<std::uint8_t>(1);
+        binary.Put<std::uint8_t>(3).Put(2).Put(1).Put(0).Put<std::uint8_t>(0);
+        for (const std::string& content : {ascii, binary.Content()}) {
+            const std::optional<Mesh> mesh = ReadMesh(content);
+            ASSERT_TRUE(mesh);
+            EXPECT_EQ(mesh->triangles, (Triangles{{0, 1, 2}, {0, 2, 3}, {2, 1, 0}}));
+            EXPECT_EQ(mesh->positions.at(2), (Position{1, 1, 6}));
+            EXPECT_EQ(mesh->colors.at(0), (Rgb{9, 8, 7}));
+            EXPECT_EQ(mesh->extent.high, (Position{1, 1, 6}));
+        }
+    }
+    EXPECT_FALSE(ReadMesh("ply\nformat ascii 1.0\nelement vertex 0\nproperty int x\nproperty int y\n"
+                          "property int z\nend_header\n"));
+}
+
+TEST(PlyMesh, FacesBeforeTheirVerticesAndWithoutAPlace) {
+    const std::string content = "ply\nformat ascii 1.0\nelement face 2\nproperty list int int vertex_index\n"
+                                "element vertex 4\nproperty float x\nproperty float y\nproperty float z\nend_header\n"
+                                "3 0 1 2\n3 1 2 3\n0 0 1\n1 0 1\n0 1 1\nnan nan nan\n";
+    const std::optional<Mesh> mesh = ReadMesh(content);
+    ASSERT_TRUE(mesh);
+    EXPECT_EQ(mesh->triangles, (Triangles{{0, 1, 2}}));
+    EXPECT_EQ(FindNormals(*mesh).at(1), (Position{0, 0, 1}));
+
+    std::string wrong = content;
+    wrong.replace(wrong.find("3 1 2 3"), 7, "3 1 2 4");
+    EXPECT_NE(Complaint(ReadPlyMesh, wrong, ".ply").find("face 2 names a vertex that there is not"), std::string::npos);
+    wrong.replace(wrong.find("3 1 2 4"), 7, "9 1 2 3");
+    EXPECT_NE(Complaint(ReadPlyMesh, wrong, ".ply").find("no value"), std::string::npos);
+    EXPECT_GT(CountRefusedMutations(ReadPlyMesh, content, ".ply"), 0);
+}
+
 } // namespace
 } // namespace OrrinViewer

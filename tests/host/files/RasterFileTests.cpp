@@ -3,6 +3,9 @@
 #include "files/OpenFile.h"
 #include "files/WorldFile.h"
 
+#include <random>
+#include <thread>
+
 namespace OrrinViewer {
 namespace {
 
@@ -68,7 +71,6 @@ TEST_P(BadRasterFile, IsRefusedWithItsReason) {
 INSTANTIATE_TEST_SUITE_P(
     Files, BadRasterFile,
     testing::Values(BadRaster{"cutShort", FourPixelPng().substr(0, 50), "1\n0\n0\n-1\n0\n0\n", "damaged"},
-                    BadRaster{"tiff", std::string("II*\0....", 8), "1\n0\n0\n-1\n0\n0\n", "TIFF"},
                     BadRaster{"wordInWorldFile", FourPixelPng(), "1\n0\nnorth\n-1\n0\n0\n", "line 3"},
                     BadRaster{"worldFileCutShort", FourPixelPng(), "1\n0\n0\n-1\n0\n", "sixth"},
                     BadRaster{"flatPixels", FourPixelPng(), "1\n1\n1\n1\n0\n0\n", "area"}),
@@ -77,6 +79,35 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(RasterFile, RandomDamage_NeverDoesMoreThanRefuse) {
     EXPECT_GT(
         CountRefusedMutations([](const std::filesystem::path& path) { OpenRaster(path); }, FourPixelPng(), ".png"), 0);
+}
+
+// A table of a JPEG image says how many codes it has, and the image library believes it: up to 4080 of them, with room
+// for 256.
+TEST(RasterFile, JpegWithTooManyCodes_IsRefused) {
+    FileBytes jpeg(true);
+    jpeg.PutText("\xFF\xD8\xFF\xC4").Put<std::uint16_t>(2 + 17 + 16 * 255).Put<std::uint8_t>(0);
+    for (int length = 0; length < 16; ++length) {
+        jpeg.Put<std::uint8_t>(255);
+    }
+    const std::string content = jpeg.FillTo(jpeg.Content().size() + std::size_t{16} * 255).Content();
+    EXPECT_NE(Complaint(ReadImageFile, content, ".jpg").find("table of codes"), std::string::npos);
+    EXPECT_NE(Complaint(ReadImageFile, "\xFF" + content, ".jpg").find("table of codes"), std::string::npos)
+        << "with a byte of filling before it";
+}
+
+// Of a stored block with a wrong length the image library says nothing but that it fails.
+TEST(RasterFile, DamageWithoutAReason_IsRefused) {
+    std::vector<std::uint8_t> pixels(std::size_t{3} * 40 * 30);
+    std::mt19937 random(7);
+    for (std::uint8_t& channel : pixels) {
+        channel = static_cast<std::uint8_t>(random() % 60);
+    }
+    std::string png = EncodePng(40, 30, pixels);
+    png[43] = '\0'; // the first block of the compressed data
+    // The library keeps its last reason for each thread.
+    std::string complaint;
+    std::thread([&] { complaint = Complaint(ReadImageFile, png, ".png"); }).join();
+    EXPECT_NE(complaint.find("is a damaged image"), std::string::npos) << complaint;
 }
 
 } // namespace

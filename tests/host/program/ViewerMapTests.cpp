@@ -107,6 +107,39 @@ TEST_P(ViewerMap, HillshadeDarkensTheImageWhereTheGroundTurnsAway) {
     EXPECT_NEAR(half[1], (kUpperRight[1] + slope[1]) / 2, 2);
 }
 
+// A photo over a relief was hidden by it. Now it bends with it, lit, with its own colours; beside it the relief shows
+// its elevations.
+TEST_P(ViewerMap, PhotoLiesOnTheRelief) {
+    std::string grid = "ncols 24\nnrows 12\nxllcorner 499990\nyllcorner 4499990\ncellsize 10\n";
+    for (int row = 0; row < 12; ++row) {
+        for (int column = 0; column < 24; ++column) {
+            grid += std::to_string(300 + 4 * column) + " ";
+        }
+        grid += "\n";
+    }
+    const std::wstring terrain = Write("terrain.asc", grid).wstring();
+    const std::wstring photo = WriteFourColors().wstring();
+    const auto draw = [&](const wchar_t* camera) {
+        return Draw(WithPipeline({terrain, photo, L"--view", camera, L"--area", L"499990,4500010,500110,4500090"}));
+    };
+    const Frame map = draw(L"map");
+    const Color red = map.At(120 - 60, 80 - 40);
+    EXPECT_GT(red[0], 90);
+    EXPECT_LT(red[1], 20);
+    const Color blue = map.At(120 - 60, 80 + 40);
+    EXPECT_GT(blue[2], 90);
+    EXPECT_LT(blue[0], 20);
+    const Frame above = draw(L"3d");
+    int colored = 0;
+    for (int x = 0; x < 240; ++x) {
+        for (int y = 0; y < 160; ++y) {
+            const Color color = above.At(x, y);
+            colored += color[2] > 90 && color[0] < 20 && color[1] < 20 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(colored, 100) << "the photo, seen from the south";
+}
+
 // Ten thousand million pixels: near and far the map is there at once, with a hill's colours and no hole.
 TEST_P(ViewerMap, RasterLargerThanMemoryIsShownNearAndFar) {
     for (const wchar_t* area : {L"-50000,-33000,50000,33000", L"12000,30000,12120,30080"}) {

@@ -67,10 +67,53 @@ TEST(ViewerOptions, WrongOptionsEndWithAnError_HelpDoesNot) {
                                                   {"a.las", "--area", "1,2,3,north"},
                                                   {"a.las", "--dash", "3,long"},
                                                   {"a.las", "--symbol", "heart"},
+                                                  {"a.las", "--frames", "2.5"},
+                                                  {"a.las", "--screenshot", "x.bmp"},
                                                   {"a.las", "--width", "12"}}) {
         EXPECT_NE(ParseCommandLine(wrong).exitCode.value_or(0), 0);
     }
     EXPECT_EQ(ParseCommandLine({"--help"}).exitCode, 0);
+}
+
+std::string Printed(const std::vector<std::string>& arguments) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    ParseCommandLine(arguments);
+    return testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
+}
+
+// "ENUM:value in {degrees->3,metres->0} OR {3,0}" is nothing for a person to read.
+TEST(ViewerOptions, HelpAndErrorsAreInWords) {
+    const std::string help = Printed({"--help"});
+    for (const char* inside : {"->", "ENUM", "TEXT:", "INT", "FLOAT", "{"}) {
+        EXPECT_EQ(help.find(inside), std::string::npos) << inside << help;
+    }
+    for (const char* words : {"metres, feet, us-feet or degrees", "default Arial", "64 to 8192", "--version"}) {
+        EXPECT_NE(help.find(words), std::string::npos) << words << help;
+    }
+    EXPECT_TRUE(Printed({"--version"}).starts_with("OrrinViewer 0.")) << Printed({"--version"});
+    const struct {
+        std::vector<std::string> arguments;
+        const char* complaint;
+    } cases[] = {{{"a.las", "--units", "miles"}, "--units: takes metres, feet, us-feet or degrees, not 'miles'"},
+                 {{"a.las", "--width", "12"}, "--width: takes a number from 64 to 8192, not '12'"},
+                 {{"a.las", "--width", "wide"}, "--width: takes a number from 64 to 8192, not 'wide'"},
+                 {{"a.las", "--frames", "2.5"}, "--frames: takes a whole number, not '2.5'"},
+                 {{"a.las", "--area", "1,2,3"}, "--area: takes four numbers: west,south,east,north"},
+                 {{"a.las", "--symbol", "heart"}, "--symbol: takes circle, square,"},
+                 {{"a.las", "--screenshot", "x.bmp"}, "--screenshot: takes a name that ends in .png, .jpg or .jpeg"},
+                 {{"a.las", "--colour"}, "--colour"}};
+    for (const auto& test : cases) {
+        const std::string printed = Printed(test.arguments);
+        EXPECT_NE(printed.find(test.complaint), std::string::npos) << printed;
+    }
+}
+
+TEST(ViewerOptions, UnitsOfAllKindsAreRead) {
+    EXPECT_EQ(ParseCommandLine({"a.las", "--units", "us-feet"}).options.units, MapUnits::UsSurveyFeet);
+    EXPECT_EQ(ParseCommandLine({"a.las", "--units", "feet"}).options.units, MapUnits::Feet);
+    EXPECT_EQ(ParseCommandLine({"a.las", "--grid", "0.25"}).options.cloudCellSize, 0.25);
+    EXPECT_FALSE(ParseCommandLine({"a.las"}).options.units);
 }
 
 } // namespace

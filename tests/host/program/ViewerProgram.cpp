@@ -46,6 +46,13 @@ std::wstring TitleOf(HWND window) {
     return title;
 }
 
+/// Beside this program.
+fs::path ViewerPath() {
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return fs::path(path).parent_path() / L"OrrinViewer.exe";
+}
+
 } // namespace
 
 std::array<int, 3> Frame::At(int x, int y) const {
@@ -99,8 +106,20 @@ fs::path ViewerProgram::Write(const std::string& name, const std::string& conten
     return m_folder / name;
 }
 
-Outcome ViewerProgram::Run(const std::vector<std::wstring>& arguments) const {
-    return Start(arguments, [](const PROCESS_INFORMATION&) {});
+Outcome ViewerProgram::Run(const std::vector<std::wstring>& arguments, const fs::path& program) const {
+    return Start(
+        arguments, [](const PROCESS_INFORMATION&) {}, program);
+}
+
+fs::path ViewerProgram::CopyProgram() const {
+    const fs::path folder = m_folder / L"copy" / L"bin";
+    fs::create_directories(folder);
+    for (const fs::directory_entry& entry : fs::directory_iterator(ViewerPath().parent_path())) {
+        if (entry.path().extension() == L".dll" || entry.path().filename() == ViewerPath().filename()) {
+            fs::copy_file(entry.path(), folder / entry.path().filename());
+        }
+    }
+    return folder / ViewerPath().filename();
 }
 
 Outcome ViewerProgram::Watch(const std::vector<std::wstring>& arguments,
@@ -125,14 +144,13 @@ Outcome ViewerProgram::Watch(const std::vector<std::wstring>& arguments,
 }
 
 Outcome ViewerProgram::Start(const std::vector<std::wstring>& arguments,
-                             const std::function<void(const PROCESS_INFORMATION&)>& attend) const {
+                             const std::function<void(const PROCESS_INFORMATION&)>& attend,
+                             const fs::path& program) const {
     // Each run has its own files: the system may hold those of the last one for a moment.
     static int run = 0;
     const fs::path outputFile = m_folder / (L"output" + std::to_wstring(++run));
     const fs::path errorFile = m_folder / (L"errors" + std::to_wstring(run));
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const fs::path viewer = fs::path(path).parent_path() / L"OrrinViewer.exe";
+    const fs::path viewer = program.empty() ? ViewerPath() : program;
     std::wstring commandLine = L"\"" + viewer.wstring() + L"\"";
     for (const std::wstring& argument : arguments) {
         commandLine += L" \"" + argument + L"\"";

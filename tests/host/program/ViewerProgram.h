@@ -46,8 +46,10 @@ protected:
 
     fs::path Folder() const { return m_folder; }
     fs::path Write(const std::string& name, const std::string& content) const;
-    /// Runs the viewer to its end; a minute is enough for any of these.
-    Outcome Run(const std::vector<std::wstring>& arguments) const;
+    /// Runs the viewer, or a copy of it, to its end; a minute is enough for any of these.
+    Outcome Run(const std::vector<std::wstring>& arguments, const fs::path& program = {}) const;
+    /// Copies the viewer with its DLLs, but not its shaders, to a folder of this test's own. Returns the copy.
+    fs::path CopyProgram() const;
     /// Opens the viewer as a person does, and closes its window once its title says all of `wanted`, or after a minute.
     Outcome Watch(const std::vector<std::wstring>& arguments, const std::vector<std::wstring>& wanted) const;
     /// Draws files into a frame of 240 by 160 pixels, with nothing around the map.
@@ -60,7 +62,7 @@ protected:
 private:
     /// Starts the viewer, lets `attend` look after it until it returns, and waits for its end.
     Outcome Start(const std::vector<std::wstring>& arguments,
-                  const std::function<void(const PROCESS_INFORMATION&)>& attend) const;
+                  const std::function<void(const PROCESS_INFORMATION&)>& attend, const fs::path& program = {}) const;
 
     fs::path m_folder = fs::temp_directory_path() / (L"orrin_viewer_tests_" + std::to_wstring(GetCurrentProcessId()) +
                                                      L"_" + std::to_wstring(GetTickCount64()));

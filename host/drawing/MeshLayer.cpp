@@ -1,0 +1,41 @@
+#include "MeshLayer.h"
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr Rgb kGrey{205, 202, 195};
+
+} // namespace
+
+void MeshLayer::Draw(KTR::COpenGLView& view, const Position& origin) {
+    if (m_geometry.GetCount() == 0) {
+        AddTriangles(view, origin);
+    }
+    view.SetUpLighting(true);
+    view.EnableClientStateInternalBuffers(true, true, true, false, KTR::GLShaderShadedColor3Stage);
+    view.DrawGeometry(m_geometry);
+    view.DisableClientState();
+    view.SetUpLighting(false);
+}
+
+void MeshLayer::AddTriangles(KTR::COpenGLView& view, const Position& origin) {
+    if (view.BeginGeometry(m_geometry) != S_OK) {
+        return;
+    }
+    const std::vector<Position> normals = FindNormals(m_mesh);
+    view.BeginArrays(GL_TRIANGLES, KTR::GLShaderShadedColor3Stage);
+    for (const std::array<std::uint32_t, 3>& triangle : m_mesh.triangles) {
+        for (const std::uint32_t vertex : triangle) {
+            const Position& position = m_mesh.positions[vertex];
+            const Position& normal = normals[vertex];
+            const Rgb& color = m_mesh.colors.empty() ? kGrey : m_mesh.colors[vertex];
+            view.AddIndex3DVertexNormalRGBA(position.x - origin.x, position.y - origin.y, position.z - origin.z,
+                                            normal.x, normal.y, normal.z, color.red, color.green, color.blue, 255);
+        }
+    }
+    view.EndArrays();
+    view.EndGeometry();
+}
+
+} // namespace OrrinViewer
