@@ -4,6 +4,7 @@
 # a program use an opengl32.dll beside it instead of Wine's). ORRIN_WINE_PREFIX names a prefix other than build/wine, which
 # is made as Wine makes it: without the project's fonts, settings and DLLs, like a machine that has none of them.
 # ORRIN_LIBRARY_PATH takes the place of the folder that DLLs are looked for in beside the program's own.
+# With ORRIN_HANG_SECONDS a program that takes longer leaves build/hang-PID.txt, which tells what its threads wait for.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
@@ -83,5 +84,15 @@ trap leave EXIT
 flock -u 7
 
 status=0
+if [ -n "${ORRIN_HANG_SECONDS:-}" ]; then
+    (
+        sleep "$ORRIN_HANG_SECONDS"
+        # Nobody stops this while it sleeps: it goes by itself once the run is over.
+        if kill -0 $$ 2>/dev/null; then
+            "$root/tools/hang-dump.sh" "$WINEPREFIX" >"$root/build/hang-$$.txt"
+        fi
+    ) 7>&- 8>&- </dev/null >/dev/null 2>&1 &
+fi
+export ORRIN_HANG_DUMP=$root/tools/hang-dump.sh
 "$wine" "$@" 7>&- 8>&- || status=$?
 exit "$status"

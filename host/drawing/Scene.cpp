@@ -13,7 +13,10 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr COLORREF kBackground = RGB(74, 82, 94); // neither black nor white points vanish on it
+constexpr COLORREF kBackground = RGB(44, 49, 58); // neither black nor white points vanish on it
+constexpr double kSizeOfSpacing = 1.3;
+constexpr double kSmallestAdapted = 2.0;
+constexpr double kLargestAdapted = 9.0;
 constexpr double kAzimuthDegrees = 200.0;
 constexpr double kElevationDegrees = 35.0;
 constexpr double kFieldOfViewDegrees = 40.0;
@@ -253,7 +256,7 @@ CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     const CloudBudget share{budget.points == 0 ? 0 : std::max<std::uint64_t>(budget.points / clouds, 1),
                             budget.milliseconds / static_cast<double>(clouds)};
     for (const auto& cloud : m_clouds) {
-        Join(frame, cloud->Draw(view, m_pointSizePixels, share));
+        Join(frame, cloud->Draw(view, PointSizeOf(*cloud, view), share));
     }
     return frame;
 }
@@ -314,7 +317,7 @@ void Scene::Draw(KTR::COpenGLView& view) {
     DrawGround(view);
     // One cloud after the other: of two points at one place and height the first one shows.
     for (const auto& cloud : m_clouds) {
-        KTR::PointCloudFrame frame = cloud->Draw(view, m_pointSizePixels, {});
+        KTR::PointCloudFrame frame = cloud->Draw(view, PointSizeOf(*cloud, view), {});
         while (!frame.complete && frame.result == S_OK) {
             if (frame.drawn == 0) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -474,6 +477,32 @@ double Scene::ElevationAt(double x, double y) const {
         elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(x, y) : elevation;
     }
     return elevation;
+}
+
+void Scene::SetPointSize(double pixels) {
+    m_pointSizePixels = pixels;
+    m_adaptsPointSize = false;
+}
+
+double Scene::FindPointSize(const KTR::COpenGLView& view) const {
+    double largest = m_pointSizePixels;
+    for (const auto& cloud : m_clouds) {
+        largest = std::max(largest, PointSizeOf(*cloud, view));
+    }
+    return largest;
+}
+
+double Scene::PointSizeOf(const CloudLayer& cloud, const KTR::COpenGLView& view) const {
+    const Extent extent = cloud.GetExtent();
+    const auto count = static_cast<double>(cloud.CountPoints());
+    const double unitsPerPixel = view.GetUnitsPerPixel();
+    if (!m_adaptsPointSize || extent.IsEmpty() || count < 2.0 || !(unitsPerPixel > 0.0)) {
+        return m_pointSizePixels;
+    }
+    // As if the points lay evenly over the ground. Squares of exactly that size would leave gaps, since they do not.
+    const double area = (extent.high.x - extent.low.x) * (extent.high.y - extent.low.y);
+    const double spacing = std::sqrt(area / count) / unitsPerPixel;
+    return std::clamp(kSizeOfSpacing * spacing, kSmallestAdapted, kLargestAdapted);
 }
 
 void Scene::ColorAllClouds() {

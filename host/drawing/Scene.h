@@ -85,8 +85,14 @@ public:
     /// Those of large features first.
     const std::vector<FeatureLabel>& GetLabels() const { return m_labels; }
 
-    void SetPointSize(double pixels) { m_pointSizePixels = pixels; }
+    /// Points have this size from now on, whatever the scale. Until then, and again after AdaptPointSize, they are as
+    /// large as it takes for a cloud seen from above to look closed, within reason.
+    void SetPointSize(double pixels);
     double GetPointSize() const { return m_pointSizePixels; }
+    void AdaptPointSize(bool on) { m_adaptsPointSize = on; }
+    bool AdaptsPointSize() const { return m_adaptsPointSize; }
+    /// That of the sparsest cloud, as the view shows it.
+    double FindPointSize(const KTR::COpenGLView& view) const;
     /// Colours all clouds; without a mode, by the one that suits the first cloud.
     void ColorClouds(std::optional<ColorMode> mode);
     /// Switches to the next colouring; the name of the new one.
@@ -137,6 +143,7 @@ public:
 
 private:
     void ColorAllClouds();
+    double PointSizeOf(const CloudLayer& cloud, const KTR::COpenGLView& view) const;
     void Place(PlacedLayer placed);
     std::vector<PlacedLayer> ListPlaced() const;
     double GroundHeight() const;
@@ -175,6 +182,7 @@ private:
     bool m_isColorModeChosen = false; ///< by the user
     ColorMode m_colorMode = ColorMode::Elevation;
     double m_pointSizePixels = 2.0;
+    bool m_adaptsPointSize = true;
     double m_exaggeration = 1.0;
     double m_sunAzimuthDegrees = 315.0; ///< from north
     double m_sunAltitudeDegrees = 45.0;

@@ -15,8 +15,8 @@ constexpr Rgb kDarkEdge{26, 30, 38};
 /// From low ground to peaks, at equal distances; each step is brighter than the one before, so that the order also
 /// shows without colour.
 constexpr std::array<Rgb, 6> kElevationRamp = {{
-    {24, 40, 110},
-    {22, 92, 140},
+    {52, 64, 150},
+    {24, 98, 150},
     {44, 138, 100},
     {136, 176, 70},
     {228, 204, 110},

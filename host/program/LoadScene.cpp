@@ -240,7 +240,9 @@ Scene LoadScene(const ViewerOptions& options, std::vector<std::string>& faults) 
         scene.SetLabels(CollectLabelsOrExplain(scene.GetVectorLayers(), options.labelProperty));
     }
     scene.ColorClouds(options.colorMode);
-    scene.SetPointSize(options.pointSizePixels);
+    if (options.pointSizePixels) {
+        scene.SetPointSize(*options.pointSizePixels);
+    }
     scene.ShadeClouds(options.cloudsShaded);
     scene.SetExaggeration(options.exaggeration);
     scene.SetFillOpacity(options.fillPercent / 100.0);

@@ -229,7 +229,8 @@ void ProfileWindow::AddPoints(const std::vector<BandPoint>& points, std::size_t 
     m_added = points.size();
 }
 
-void ProfileWindow::SetCursor(const Position& place) {
+void ProfileWindow::SetCursor(const Position& place, HWND map) {
+    m_leader = map;
     double station = 0.0;
     double offset = 0.0;
     if (!m_view->RealWorld2Profile(place.x, place.y, station, offset)) {
@@ -247,6 +248,14 @@ void ProfileWindow::SetCursor(const Position& place) {
         height /= m_view->GetContextRecord(KTR::GLContextMain).camera.zExaggeration;
     }
     m_view->SetProfileCursor(station, height);
+}
+
+/// The one window may hear that the mouse has left after the other that it has come.
+void ProfileWindow::ReleaseCursor(HWND window) {
+    if (m_leader == window) {
+        m_leader = nullptr;
+        m_view->HideProfileCursor();
+    }
 }
 
 void ProfileWindow::ShowSceneAnew() {
@@ -337,6 +346,7 @@ void ProfileWindow::HandleMouseMove(POINT cursor) {
         TrackMouseEvent(&leaving);
     }
     m_cursor = cursor;
+    m_leader = m_window;
     if (m_dragged) {
         m_view->Pan(cursor.x - m_dragged->x, cursor.y - m_dragged->y);
         m_dragged = cursor;
@@ -359,7 +369,8 @@ void ProfileWindow::HandleMouseMove(POINT cursor) {
 
 void ProfileWindow::HandleMouseLeave() {
     m_cursor.reset();
-    m_view->HideProfileCursor();
+    ReleaseCursor(m_window);
+    InvalidateRect(m_window, nullptr, FALSE);
 }
 
 void ProfileWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {

@@ -35,10 +35,11 @@ public:
     KTR::COpenGLView& View() { return *m_view; }
     /// Shows the profile along the same line after its corners were moved.
     void SetCorners(std::vector<Position> corners);
-    /// Has the cursor stand at a place of the map; a height that is NaN leaves it where it was. Outside of the band the
-    /// cursor goes.
-    void SetCursor(const Position& place);
-    void HideCursor() { m_view->HideProfileCursor(); }
+    /// Has the cursor stand where the mouse is on a window's map; a height that is NaN leaves it where it was. Outside
+    /// of the band the cursor goes.
+    void SetCursor(const Position& place, HWND map);
+    /// The mouse has left a window: takes the cursor away if that was the one that led it last.
+    void ReleaseCursor(HWND window);
     /// Colours or point size are others now.
     void ShowSceneAnew();
 
@@ -91,6 +92,7 @@ private:
     bool m_isNavigated = false;  ///< the user has chosen what is shown
     std::wstring m_savedAs;      ///< told in the title until something else happens
     std::optional<POINT> m_cursor;
+    HWND m_leader = nullptr;        ///< the window in which the mouse leads the cursor
     std::optional<POINT> m_dragged; ///< where the picture was taken hold of
 };
 

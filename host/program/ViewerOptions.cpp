@@ -138,12 +138,12 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     app.get_formatter()->label("REQUIRED", "");
     app.footer(
         "Mouse: the wheel zooms to what is under it, dragging pans, or turns the 3-D view about what was clicked, "
-        "dragging with the right button pans there too; on the map Shift and dragging zooms to a rectangle, Ctrl and "
-        "dragging measures. Keys: 1 to 6 show the scene from the top, the bottom, the front, the back, the left and "
-        "the right, V switches between map and 3-D view, Backspace goes to the previous view and with Shift to the "
-        "next, Home shows everything, M lets every dragging measure, C switches the colouring, E the shading of "
-        "clouds by their depths, + and - the point size, S turns the sun and A raises it (with Shift back), Esc "
-        "ends.");
+        "dragging with the right button pans there too; Shift and dragging zooms to a rectangle, Ctrl and dragging "
+        "measures. Keys: F1 shows all of them over the map. 1 to 6 show the scene from the top, the bottom, the front, "
+        "the back, the left and the right, V switches between map and 3-D view, Backspace goes to the previous view "
+        "and with Shift to the next, Home shows everything, M measures paths and then areas, P draws a line and shows "
+        "its profile, C switches the colouring, E the shading of clouds by their depths, + and - the point size, F "
+        "lets it follow the scale, S turns the sun and A raises it (with Shift back), Esc ends.");
     const auto text = [&app](const char* name, std::string& value, const char* description, const char* kind) {
         return app.add_option(name, value, description)->type_name(kind);
     };
@@ -212,8 +212,9 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         "SYSTEM");
     text("--area", area, "What the map shows first (default: everything)", "WEST,SOUTH,EAST,NORTH");
     TakeCount(app.add_option("--windows", options.windows, "Number of windows on the same data (default 1)"), 1.0, 8.0);
-    TakeNumber(app.add_option("--point-size", options.pointSizePixels, "Size of a point in pixels (default 2)"), 1.0,
-               64.0);
+    TakeNumber(app.add_option("--point-size", options.pointSizePixels,
+                              "Size of a point in pixels (default: what the points' spacing wants)"),
+               1.0, 64.0);
     const CLI::Option* budgetOption =
         TakeCount(app.add_option("--budget", options.budgetPoints,
                                  "Points of large clouds that a frame draws before the next one adds more (default: as "

@@ -34,10 +34,10 @@ enum class Camera {
 struct ViewerOptions {
     std::vector<std::filesystem::path> files;
     Pipeline pipeline = Pipeline::Automatic;
-    std::optional<ColorMode> colorMode; ///< not set: what suits the cloud
-    double pointSizePixels = 2.0;
-    std::uint64_t budgetPoints = 0;   ///< of large clouds, that a frame draws while the view moves; 0: no limit
-    double budgetMilliseconds = 80.0; ///< the same in time
+    std::optional<ColorMode> colorMode;    ///< not set: what suits the cloud
+    std::optional<double> pointSizePixels; ///< not set: what the points' spacing wants
+    std::uint64_t budgetPoints = 0;        ///< of large clouds, that a frame draws while the view moves; 0: no limit
+    double budgetMilliseconds = 80.0;      ///< the same in time
     Camera camera = Camera::Map;
     double exaggeration = 1.0;           ///< of heights
     std::optional<double> cloudCellSize; ///< set: clouds are shown as surfaces of such cells

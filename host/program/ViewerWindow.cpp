@@ -266,7 +266,7 @@ bool ViewerWindow::DrawSceneOrPart() {
         SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
     }
     return frame.complete || !frame.groundIsRead || frame.enlarged || m_waits || m_dragging ||
-           frame.spacingPixels <= kMostSpacingOfPointSize * m_scene.GetPointSize();
+           frame.spacingPixels <= kMostSpacingOfPointSize * m_scene.FindPointSize(*m_view);
 }
 
 CloudsFrame ViewerWindow::RefineOrBegin() {

@@ -84,6 +84,7 @@ private:
     LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void HandleButtonDown(WPARAM keys, POINT cursor, bool isRight);
     void HandleButtonUp(POINT cursor);
+    bool IsClick(POINT cursor) const;
     void HandleMouseMove(POINT cursor);
     void HandleMouseLeave();
     void HandleKey(WPARAM key);

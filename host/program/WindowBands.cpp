@@ -21,6 +21,11 @@ constexpr GLRGBAColor kFillColor{120, 180, 255, 50};
 constexpr double kCornerPixels = 8.0; ///< from a corner that can be taken hold of
 constexpr double kFewestPixels = 4.0; ///< of a rectangle that is no click that slipped
 
+/// Of a pixel, so that upright and level lines are sharp.
+PointXY MiddleOf(POINT cursor) {
+    return {cursor.x + 0.5, cursor.y + 0.5};
+}
+
 } // namespace
 
 void ViewerWindow::SetTool(Tool tool) {
@@ -48,7 +53,7 @@ void ViewerWindow::AddBandPlace(BandUse band, const Position& place, POINT curso
     }
     m_bandPlaces.push_back(place);
     m_bandEnd = place;
-    m_view->AddRubberBandPoint(cursor.x, cursor.y);
+    m_view->AddRubberBandPoint(MiddleOf(cursor).x, MiddleOf(cursor).y);
 }
 
 void ViewerWindow::BeginBand(BandUse band, const Position& place, POINT cursor) {
@@ -66,12 +71,12 @@ void ViewerWindow::BeginBand(BandUse band, const Position& place, POINT cursor) 
                                         : band == BandUse::Area          ? KTR::GLRubberBandPolygon
                                         : band == BandUse::ProfileCorner ? KTR::GLRubberBandLine
                                                                          : KTR::GLRubberBandLineString;
-    long begun = m_view->BeginRubberBand(type, cursor.x, cursor.y);
+    long begun = m_view->BeginRubberBand(type, MiddleOf(cursor).x, MiddleOf(cursor).y);
     if (begun == S_FALSE) {
         // There is no frame to draw it over.
         Redraw();
         DrawFrame();
-        begun = m_view->BeginRubberBand(type, cursor.x, cursor.y);
+        begun = m_view->BeginRubberBand(type, MiddleOf(cursor).x, MiddleOf(cursor).y);
     }
     if (begun != S_OK) {
         return;
@@ -105,7 +110,7 @@ bool ViewerWindow::TakeProfileCorner(POINT cursor) {
 
 void ViewerWindow::MoveBand(POINT cursor) {
     m_bandEnd = m_band == BandUse::Zoom ? std::nullopt : FindPositionUnder(cursor);
-    m_view->MoveRubberBand(cursor.x, cursor.y);
+    m_view->MoveRubberBand(MiddleOf(cursor).x, MiddleOf(cursor).y);
 }
 
 void ViewerWindow::ReplayBand() {

@@ -49,8 +49,8 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         HandleButtonDown(wParam, CursorOf(lParam), message == WM_RBUTTONDOWN);
         return 0;
     case WM_LBUTTONDBLCLK:
-        // Its first click has settled the place.
-        if (m_band == BandUse::None) {
+        // Its first click has settled the place, if it was one there: somebody may click fast.
+        if (m_band == BandUse::None || !IsClick(CursorOf(lParam))) {
             HandleButtonDown(wParam, CursorOf(lParam), false);
         } else {
             FinishBand();
@@ -128,9 +128,13 @@ void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor, bool isRight) {
     }
 }
 
+/// The button went down here, or as good as here.
+bool ViewerWindow::IsClick(POINT cursor) const {
+    return std::labs(cursor.x - m_pressed.x) <= kClickPixels && std::labs(cursor.y - m_pressed.y) <= kClickPixels;
+}
+
 void ViewerWindow::HandleButtonUp(POINT cursor) {
-    const bool wasDragged =
-        std::labs(cursor.x - m_pressed.x) > kClickPixels || std::labs(cursor.y - m_pressed.y) > kClickPixels;
+    const bool wasDragged = !IsClick(cursor);
     if (m_dragging) {
         m_view->EndViewChange();
         m_dragging = false;
@@ -168,7 +172,7 @@ void ViewerWindow::HandleMouseMove(POINT cursor) {
 void ViewerWindow::HandleMouseLeave() {
     m_cursor.reset();
     if (ProfileWindow* const profile = m_session.GetProfile()) {
-        profile->HideCursor();
+        profile->ReleaseCursor(m_window);
     }
     RedrawOverlays();
 }
@@ -179,9 +183,9 @@ void ViewerWindow::LeadProfileCursor() {
         return;
     }
     if (const std::optional<Position> place = FindPositionUnder(*m_cursor)) {
-        profile->SetCursor(*place);
+        profile->SetCursor(*place, m_window);
     } else {
-        profile->HideCursor();
+        profile->ReleaseCursor(m_window);
     }
 }
 
@@ -280,6 +284,9 @@ bool ViewerWindow::HandleSceneKey(WPARAM key) {
     case 'E':
         m_scene.ShadeClouds(!m_scene.ShadesClouds());
         break;
+    case 'F':
+        m_scene.AdaptPointSize(!m_scene.AdaptsPointSize());
+        break;
     case 'S':
         m_scene.TurnSun(IsKeyDown(VK_SHIFT) ? -kSunStepDegrees : kSunStepDegrees);
         break;
@@ -288,11 +295,11 @@ bool ViewerWindow::HandleSceneKey(WPARAM key) {
         break;
     case VK_ADD:
     case VK_OEM_PLUS:
-        m_scene.SetPointSize(std::fmin(m_scene.GetPointSize() + 1.0, 64.0));
+        m_scene.SetPointSize(std::fmin(std::floor(m_scene.FindPointSize(*m_view)) + 1.0, 64.0));
         break;
     case VK_SUBTRACT:
     case VK_OEM_MINUS:
-        m_scene.SetPointSize(std::fmax(m_scene.GetPointSize() - 1.0, 1.0));
+        m_scene.SetPointSize(std::fmax(std::ceil(m_scene.FindPointSize(*m_view)) - 1.0, 1.0));
         break;
     default:
         return false;

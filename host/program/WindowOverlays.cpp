@@ -28,7 +28,7 @@ struct KeyHelp {
     const char* what;
 };
 
-constexpr std::array<KeyHelp, 19> kHelp = {{
+constexpr std::array<KeyHelp, 20> kHelp = {{
     {"Wheel", "zoom to what is under the mouse"},
     {"Drag", "move the map, turn the 3-D view about what was clicked"},
     {"Right drag", "move the 3-D view"},
@@ -43,6 +43,7 @@ constexpr std::array<KeyHelp, 19> kHelp = {{
     {"P", "draw a line and see its profile"},
     {"C", "other colours"},
     {"+  -", "larger, smaller points"},
+    {"F", "points as large as their spacing wants, or of one size"},
     {"E", "shading of clouds by their depths"},
     {"S, A", "turn, raise the sun (Shift: back)"},
     {"Enter", "ends what is being drawn (also double or right click)"},

@@ -55,6 +55,34 @@ fs::path ViewerPath() {
 
 } // namespace
 
+/// NOTE: Wine gives no handle for a program that is not of Windows. So it says itself that it has ended.
+std::string RunBeneathWine(const std::string& command, const fs::path& output, int mostSeconds) {
+    const std::string end = "that was all";
+    std::wstring commandLine = L"Z:\\bin\\sh -c \"";
+    commandLine += std::wstring(command.begin(), command.end()) + L"; echo ";
+    commandLine += std::wstring(end.begin(), end.end()) + L"\"";
+    SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                                     CREATE_ALWAYS, 0, nullptr);
+    PROCESS_INFORMATION process = {};
+    std::string text;
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+        const ULONGLONG last = GetTickCount64() + static_cast<ULONGLONG>(mostSeconds) * 1000;
+        while (text.find(end) == std::string::npos && GetTickCount64() < last) {
+            Sleep(5);
+            text = ReadText(output);
+        }
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+    }
+    CloseHandle(startup.hStdOutput);
+    EXPECT_NE(text.find(end), std::string::npos) << command << "\n" << text;
+    return text.substr(0, text.find(end));
+}
+
 std::array<int, 3> Frame::At(int x, int y) const {
     const std::size_t at =
         (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 4;
@@ -171,6 +199,10 @@ Outcome ViewerProgram::Start(const std::vector<std::wstring>& arguments,
         DWORD exitCode = 0;
         attend(process);
         if (WaitForSingleObject(process.hProcess, 60'000) != WAIT_OBJECT_0) {
+            char script[MAX_PATH] = {};
+            if (GetEnvironmentVariableA("ORRIN_HANG_DUMP", script, MAX_PATH) != 0) {
+                std::fprintf(stderr, "%s\n", RunBeneathWine(script, m_folder / L"hang", 90).c_str());
+            }
             TerminateProcess(process.hProcess, 99);
             WaitForSingleObject(process.hProcess, 5'000);
         }

@@ -38,6 +38,9 @@ struct Outcome {
     std::string errors;
 };
 
+/// Runs a shell's command on the system that Wine runs on, and returns what it prints; `output` is a file for that.
+std::string RunBeneathWine(const std::string& command, const fs::path& output, int mostSeconds);
+
 /// Starts the viewer as a user does, so that a test can look at what it drew and said.
 class ViewerProgram : public testing::Test {
 protected:
@@ -59,11 +62,11 @@ protected:
     /// A cloud of four coloured points at the corners of a square of 100 m, and one of a fifth colour in its middle.
     static std::string SquareCloud(double x, double y);
 
-private:
     /// Starts the viewer, lets `attend` look after it until it returns, and waits for its end.
     Outcome Start(const std::vector<std::wstring>& arguments,
                   const std::function<void(const PROCESS_INFORMATION&)>& attend, const fs::path& program = {}) const;
 
+private:
     fs::path m_folder = fs::temp_directory_path() / (L"orrin_viewer_tests_" + std::to_wstring(GetCurrentProcessId()) +
                                                      L"_" + std::to_wstring(GetTickCount64()));
 };

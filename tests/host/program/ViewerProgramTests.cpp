@@ -23,6 +23,26 @@ TEST_F(ViewerProgram, PointsAreDrawnNorthUpInTheirPlacesAndColors) {
     EXPECT_TRUE(frame.HasNear(120, 80, {0, 250, 250})) << "middle";
 }
 
+// Five points in a window are not to be looked for, and thousands do not become one patch.
+TEST_F(ViewerProgram, PointsAreAsLargeAsTheirSpacingWants) {
+    const std::wstring few = Write("few.ply", SquareCloud(1000, 2000)).wstring();
+    const auto countMiddle = [&](std::vector<std::wstring> arguments) {
+        arguments.insert(arguments.begin(), {few, L"--color", L"recorded"});
+        const Frame frame = Draw(arguments);
+        int count = 0;
+        for (int y = 0; y < frame.height; ++y) {
+            for (int x = 0; x < frame.width; ++x) {
+                count += frame.At(x, y) == std::array<int, 3>{0, 250, 250} ? 1 : 0;
+            }
+        }
+        return count;
+    };
+    EXPECT_EQ(countMiddle({L"--point-size", L"2"}), 4);
+    EXPECT_EQ(countMiddle({}), 81);
+    const int fromAfar = countMiddle({L"--area", L"-2550,-350,4650,4450"});
+    EXPECT_TRUE(fromAfar >= 1 && fromAfar <= 4) << fromAfar << " pixels";
+}
+
 // What is the front and what is the left is agreed on with every map maker: a low red point in the south-west and a
 // high green one in the north-east.
 TEST_F(ViewerProgram, EachSideShowsTheSceneAsItLiesThere) {
