@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cwchar>
 #include <iterator>
 #include <string>
@@ -169,7 +170,8 @@ MapFrame ViewerWindow::DescribeMap() const {
 
 PixelPlace ViewerWindow::PlaceOf(const Position& position) const {
     PixelPlace place;
-    m_view->RealWorld2Client(position.x, position.y, position.z, place.x, place.y);
+    const double z = std::isnan(position.z) ? 0.0 : position.z; // on a map any height will do
+    m_view->RealWorld2Client(position.x, position.y, z, place.x, place.y);
     return place;
 }
 
