@@ -1,13 +1,23 @@
 #!/usr/bin/env bash
-# Makes the Wine prefix build/wine: windows without a manager's frames, and the fonts that the tests and the viewer use,
-# registered the way Windows registers fonts. One that was left half made is made anew.
+# Makes the Wine prefix build/wine, or with --desktop build/wine-desktop, with the fonts that the tests and the viewer use,
+# registered the way Windows registers fonts. One that was left half made is made anew. In the first one windows have no
+# manager, since there is none on the virtual screen; in the other one they are the desktop's, like those of all programs.
 source "$(dirname "$0")/common.sh"
 
 prefix=$build/wine
-mark=$prefix/ready-1
+managed=N
+case ${1:-} in
+    "") ;;
+    --desktop) prefix=$build/wine-desktop managed=Y ;;
+    *)
+        echo "usage: tools/make-prefix.sh [--desktop]" >&2
+        exit 2
+        ;;
+esac
+mark=$prefix/ready-2
 [ ! -e "$mark" ] || exit 0
 
-exec 9>"$build/wine.lock"
+exec 9>"$prefix.lock"
 flock 9
 [ ! -e "$mark" ] || exit 0
 
@@ -16,13 +26,13 @@ dejavu=/usr/share/fonts/truetype/dejavu/DejaVuSans
 
 # Without Managed=N, destroying a visible top-level window waits for a window manager that is not there.
 write_settings() {
-    cat <<'SETTINGS'
+    cat <<SETTINGS
 REGEDIT4
 
-[HKEY_CURRENT_USER\Software\Wine\X11 Driver]
-"Managed"="N"
+[HKEY_CURRENT_USER\\Software\\Wine\\X11 Driver]
+"Managed"="$managed"
 
-[HKEY_LOCAL_MACHINE\Software\Microsoft\Windows NT\CurrentVersion\Fonts]
+[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion\\Fonts]
 "Arial (TrueType)"="arial.ttf"
 "Arial Bold (TrueType)"="arialbd.ttf"
 "Arial Italic (TrueType)"="ariali.ttf"
@@ -34,7 +44,7 @@ SETTINGS
 make_prefix() {
     local fonts=$prefix/drive_c/windows/Fonts
     rm -rf "$prefix"
-    "$root/tools/wine-run.sh" --no-prefix wineboot -i 9>&-
+    "$root/tools/wine-run.sh" --as-is "$prefix" wineboot -i 9>&-
     mkdir -p "$fonts"
     cp "$liberation-Regular.ttf" "$fonts/arial.ttf"
     cp "$liberation-Bold.ttf" "$fonts/arialbd.ttf"
@@ -42,8 +52,8 @@ make_prefix() {
     cp "$liberation-BoldItalic.ttf" "$fonts/arialbi.ttf"
     cp "$dejavu.ttf" "$fonts/DejaVuSans.ttf"
     write_settings >"$prefix/drive_c/settings.reg"
-    "$root/tools/wine-run.sh" --no-prefix regedit /S 'C:\settings.reg' 9>&-
+    "$root/tools/wine-run.sh" --as-is "$prefix" regedit /S 'C:\settings.reg' 9>&-
     touch "$mark"
 }
 
-step wine-prefix "Making the Wine prefix" make_prefix
+step "$(basename "$prefix")-prefix" "Making the Wine prefix ${prefix#"$root/"}" make_prefix

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs a Windows program: tools/wine-run.sh PROGRAM ARGUMENTS. It shows windows on the display that is there, or else on a
-# virtual screen, and ends with the program's exit code. ORRIN_DLL_OVERRIDES adds to Wine's overrides ("opengl32=n,b" lets
+# Runs a Windows program: tools/wine-run.sh PROGRAM ARGUMENTS. It shows windows on the display that is there, as windows of
+# that desktop, or else on a virtual screen, and ends with the program's exit code. ORRIN_DLL_OVERRIDES adds to Wine's overrides ("opengl32=n,b" lets
 # a program use an opengl32.dll beside it instead of Wine's). ORRIN_WINE_PREFIX names a prefix other than build/wine, which
 # is made as Wine makes it: without the project's fonts, settings and DLLs, like a machine that has none of them.
 # ORRIN_LIBRARY_PATH takes the place of the folder that DLLs are looked for in beside the program's own.
@@ -8,13 +8,21 @@
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
-prefix=$root/build/wine
+has_desktop=no
+if [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then
+    has_desktop=yes
+fi
 libraries=${ORRIN_LIBRARY_PATH-Z:$root/build/deps/bin}
 if [ -n "${ORRIN_WINE_PREFIX:-}" ]; then
     prefix=$ORRIN_WINE_PREFIX libraries=
-elif [ "${1:-}" = --no-prefix ]; then
-    shift
+elif [ "${1:-}" = --as-is ]; then
+    prefix=$2
+    shift 2
+elif [ $has_desktop = yes ]; then
+    prefix=$root/build/wine-desktop
+    "$root/tools/make-prefix.sh" --desktop >&2
 else
+    prefix=$root/build/wine
     "$root/tools/make-prefix.sh" >&2
 fi
 
@@ -76,7 +84,7 @@ leave() {
 }
 
 flock 7
-if [ -z "${DISPLAY:-}" ] || ! xdpyinfo >/dev/null 2>&1; then
+if [ $has_desktop = no ]; then
     screen_runs || start_screen
 fi
 flock -s 8

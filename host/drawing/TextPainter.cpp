@@ -10,6 +10,7 @@ namespace OrrinViewer {
 namespace {
 
 constexpr double kPointsPerInch = 72.0;
+constexpr double kEdgePixels = 1.5;
 
 } // namespace
 
@@ -66,26 +67,17 @@ void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& tex
     if (!m_loaded || texts.empty()) {
         return;
     }
-    static const std::vector<Position> around = {{-1, -1, 0}, {0, -1, 0}, {1, -1, 0}, {-1, 0, 0},
-                                                 {1, 0, 0},   {-1, 1, 0}, {0, 1, 0},  {1, 1, 0}};
-    DrawShifted(view, texts, kDarkEdge, around);
-    DrawShifted(view, texts, kLight, {Position{}});
-}
-
-void TextPainter::DrawShifted(KTR::COpenGLView& view, const std::vector<PixelText>& texts, const Rgb& color,
-                              const std::vector<Position>& shifts) const {
     // Without programs text is drawn at the raster position, which has to be set for each string.
     const bool atRasterPosition = !view.DrawsWithPrograms();
-    view.Color(color.red, color.green, color.blue, 255);
+    view.SetTextHalo({kDarkEdge.red, kDarkEdge.green, kDarkEdge.blue, 255}, kEdgePixels);
+    view.Color(kLight.red, kLight.green, kLight.blue, 255);
     view.DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
     for (const PixelText& text : texts) {
-        const std::wstring wide = WideText(text.text);
-        for (const Position& shift : shifts) {
-            view.DrawTextString(m_lists, wide.c_str(), nullptr, atRasterPosition, false, false, text.x + shift.x,
-                                text.y + shift.y, 0.0);
-        }
+        view.DrawTextString(m_lists, WideText(text.text).c_str(), nullptr, atRasterPosition, false, false, text.x,
+                            text.y, 0.0);
     }
     view.DrawTeardownFontAtlasText(false, false);
+    view.SetTextHalo({}, 0.0);
 }
 
 } // namespace OrrinViewer

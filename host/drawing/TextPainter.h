@@ -33,8 +33,6 @@ public:
 
 private:
     double MeasureWidth(const KTR::COpenGLView& view, const std::string& text) const;
-    void DrawShifted(KTR::COpenGLView& view, const std::vector<PixelText>& texts, const Rgb& color,
-                     const std::vector<Position>& shifts) const;
 
     HDC m_deviceContext = nullptr; ///< has the font selected
     HFONT m_font = nullptr;
