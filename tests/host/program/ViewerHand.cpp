@@ -1,0 +1,146 @@
+#include "ViewerHand.h"
+
+#include <chrono>
+#include <cstddef>
+#include <iterator>
+#include <utility>
+
+namespace OrrinViewer {
+
+namespace {
+
+constexpr auto kPatience = std::chrono::seconds(10);
+
+} // namespace
+
+ViewerHand::ViewerHand(const PROCESS_INFORMATION& process, const fs::path& folder)
+    : m_process(process.dwProcessId), m_output(folder / L"hand") {}
+
+bool ViewerHand::WaitUntil(const std::function<bool()>& holds) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!holds()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        Sleep(10);
+    }
+    return true;
+}
+
+std::wstring ViewerHand::TitleOf(HWND window) {
+    wchar_t title[512] = {};
+    DWORD_PTR length = 0;
+    SendMessageTimeoutW(window, WM_GETTEXT, std::size(title), reinterpret_cast<LPARAM>(title), SMTO_NORMAL, 5'000,
+                        &length);
+    return title;
+}
+
+HWND ViewerHand::FindWindow(const std::wstring& title) const {
+    struct Search {
+        DWORD process;
+        const std::wstring* title;
+        HWND found;
+    } search = {m_process, &title, nullptr};
+    WaitUntil([&search] {
+        EnumWindows(
+            [](HWND window, LPARAM parameter) -> BOOL {
+                auto& looked = *reinterpret_cast<Search*>(parameter);
+                DWORD owner = 0;
+                GetWindowThreadProcessId(window, &owner);
+                const bool fits = owner == looked.process && IsWindowVisible(window) &&
+                                  TitleOf(window).find(*looked.title) != std::wstring::npos;
+                looked.found = fits ? window : looked.found;
+                return looked.found == nullptr;
+            },
+            reinterpret_cast<LPARAM>(&search));
+        return search.found != nullptr;
+    });
+    return search.found;
+}
+
+bool ViewerHand::WaitForTitle(HWND window, const std::wstring& part) const {
+    return WaitUntil([&] { return TitleOf(window).find(part) != std::wstring::npos; });
+}
+
+std::string ViewerHand::At(HWND window, int x, int y) const {
+    POINT place{x, y};
+    ClientToScreen(window, &place);
+    return std::to_string(place.x) + " " + std::to_string(place.y) + " ";
+}
+
+void ViewerHand::MoveTo(HWND window, int x, int y) const {
+    RunBeneathWine("xdotool mousemove " + At(window, x, y), m_output, 10);
+}
+
+void ViewerHand::Click(HWND window, int x, int y) const {
+    // Moved there before, as a hand does: the window hears of it.
+    RunBeneathWine("xdotool mousemove " + At(window, x, y) + "sleep 0.05 click 1 sleep 0.05", m_output, 10);
+}
+
+void ViewerHand::Drag(HWND window, int x, int y, int toX, int toY, const std::string& key) const {
+    const std::string middle = At(window, (x + toX) / 2, (y + toY) / 2);
+    std::string commands = "xdotool mousemove " + At(window, x, y) + "sleep 0.05 ";
+    commands += key.empty() ? "" : "keydown " + key + " ";
+    commands += "mousedown 1 sleep 0.05 mousemove " + middle + "sleep 0.05 mousemove " + At(window, toX, toY) +
+                "sleep 0.1 mouseup 1 sleep 0.05 ";
+    commands += key.empty() ? "" : "keyup " + key;
+    RunBeneathWine(commands, m_output, 10);
+}
+
+void ViewerHand::Press(const std::string& keys) const {
+    RunBeneathWine("xdotool key " + keys + " sleep 0.05", m_output, 10);
+}
+
+void ViewerHand::Type(const std::string& text) const {
+    RunBeneathWine("xdotool type --delay 2 '" + text + "'", m_output, 10);
+}
+
+/// NOTE: Wine's screen has what the server shows, whichever process has drawn it.
+Frame ViewerHand::LookAt(HWND window) const {
+    POINT corner{0, 0};
+    RECT area = {};
+    ClientToScreen(window, &corner);
+    GetClientRect(window, &area);
+    BITMAPINFO layout = {};
+    layout.bmiHeader = {sizeof(BITMAPINFOHEADER), area.right, -area.bottom, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    const HDC screen = GetDC(nullptr);
+    const HDC memory = CreateCompatibleDC(screen);
+    void* pixels = nullptr;
+    const HBITMAP bitmap = CreateDIBSection(memory, &layout, DIB_RGB_COLORS, &pixels, nullptr, 0);
+    Frame frame;
+    if (bitmap) {
+        const HGDIOBJ before = SelectObject(memory, bitmap);
+        BitBlt(memory, 0, 0, area.right, area.bottom, screen, corner.x, corner.y, SRCCOPY);
+        GdiFlush();
+        frame.width = area.right;
+        frame.height = area.bottom;
+        const auto* bytes = static_cast<const std::uint8_t*>(pixels);
+        frame.rgba.assign(bytes,
+                          bytes + static_cast<std::size_t>(area.right) * static_cast<std::size_t>(area.bottom) * 4);
+        for (std::size_t at = 0; at < frame.rgba.size(); at += 4) {
+            std::swap(frame.rgba[at], frame.rgba[at + 2]);
+        }
+        SelectObject(memory, before);
+        DeleteObject(bitmap);
+    }
+    DeleteDC(memory);
+    ReleaseDC(nullptr, screen);
+    EXPECT_FALSE(frame.rgba.empty()) << "the window has no area";
+    return frame;
+}
+
+Frame ViewerHand::LookWhenStill(HWND window) const {
+    Sleep(150);
+    Frame before = LookAt(window);
+    for (int look = 0; look < 20; ++look) {
+        Sleep(60);
+        Frame now = LookAt(window);
+        if (now.rgba == before.rgba) {
+            return now;
+        }
+        before = std::move(now);
+    }
+    return before;
+}
+
+} // namespace OrrinViewer

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "ViewerProgram.h"
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+
+namespace OrrinViewer {
+
+/// A person at a running viewer: moves the mouse and presses keys of the screen's server, and looks at what the screen
+/// shows. Nothing goes past the window system.
+class ViewerHand {
+public:
+    /// The folder takes what the tools print.
+    ViewerHand(const PROCESS_INFORMATION& process, const fs::path& folder);
+
+    /// The visible window whose title says this; waits for it, and null if it does not come.
+    HWND FindWindow(const std::wstring& title) const;
+    static std::wstring TitleOf(HWND window);
+    /// Waits until the window's title says this; false if it does not come to.
+    bool WaitForTitle(HWND window, const std::wstring& part) const;
+    /// Waits until it holds; false if it does not come to.
+    static bool WaitUntil(const std::function<bool()>& holds);
+
+    /// Commands of xdotool, with (x, y) in client coordinates of the window.
+    void MoveTo(HWND window, int x, int y) const;
+    void Click(HWND window, int x, int y) const;
+    void Drag(HWND window, int x, int y, int toX, int toY, const std::string& key = {}) const;
+    void Press(const std::string& keys) const;
+    void Type(const std::string& text) const;
+    /// What the screen shows of a window's client area.
+    Frame LookAt(HWND window) const;
+    /// The same once it has not changed for a moment.
+    Frame LookWhenStill(HWND window) const;
+
+private:
+    std::string At(HWND window, int x, int y) const;
+
+    DWORD m_process;
+    fs::path m_output;
+};
+
+} // namespace OrrinViewer

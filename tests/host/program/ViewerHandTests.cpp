@@ -1,0 +1,258 @@
+// The viewer in a person's hands: what mouse and keys do, and what the screen shows of it.
+
+#include "ViewerHand.h"
+
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+namespace {
+
+using Color = std::array<int, 3>;
+
+class ViewerInHand : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
+protected:
+    /// Opens files in windows of 600 by 400 pixels, and hands over the first one.
+    void Use(std::vector<std::wstring> arguments, const std::function<void(ViewerHand&, HWND)>& use) const {
+        arguments.insert(arguments.end(), {L"--pipeline", GetParam(), L"--width", L"600", L"--height", L"400",
+                                           L"--color", L"recorded", L"--point-size", L"2"});
+        const Outcome outcome = Start(arguments, [&](const PROCESS_INFORMATION& process) {
+            ViewerHand hand(process, Folder());
+            const HWND window = hand.FindWindow(L" ms");
+            EXPECT_NE(window, nullptr) << "no window with a frame";
+            if (window) {
+                hand.LookWhenStill(window);
+                hand.Click(window, 590, 390); // keys go there from now on
+                hand.LookWhenStill(window);
+                use(hand, window);
+            }
+            PostThreadMessageW(process.dwThreadId, WM_QUIT, 0, 0);
+        });
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    }
+    /// A slope of points, 100 m by 60 m, one every metre in rows 5 m apart: a metre up for each ten to the east; grey,
+    /// but in a strip from x = 40 to 60 red.
+    fs::path WriteSlope() const {
+        std::string text = "ply\nformat ascii 1.0\nelement vertex 1313\nproperty double x\nproperty double y\nproperty "
+                           "double z\nproperty uchar red\nproperty uchar green\nproperty uchar blue\nend_header\n";
+        for (int y = 0; y <= 60; y += 5) {
+            for (int x = 0; x <= 100; ++x) {
+                char line[96] = {};
+                std::snprintf(line, sizeof(line), "%d %d %.1f %s\n", 500'000 + x, 4'500'000 + y, 20.0 + 0.1 * x,
+                              x >= 40 && x <= 60 ? "250 0 0" : "90 90 90");
+                text += line;
+            }
+        }
+        return Write("slope.ply", text);
+    }
+    /// The map from x = -10 to 110 and y = -10 to 70: five pixels a metre.
+    static std::vector<std::wstring> OfSlope(const fs::path& slope) {
+        return {slope.wstring(), L"--area", L"499990,4499990,500110,4500070", L"--plain"};
+    }
+    static int X(double metres) { return static_cast<int>(std::lround((metres + 10.0) * 5.0)); }
+    static int Y(double metres) { return static_cast<int>(std::lround((70.0 - metres) * 5.0)); }
+
+    static int CountLike(const Frame& frame, int left, int top, int right, int bottom, const Color& color, int apart) {
+        int count = 0;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = left; x < right; ++x) {
+                const Color there = frame.At(x, y);
+                count += std::abs(there[0] - color[0]) <= apart && std::abs(there[1] - color[1]) <= apart &&
+                                 std::abs(there[2] - color[2]) <= apart
+                             ? 1
+                             : 0;
+            }
+        }
+        return count;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerInHand, testing::Values(L"legacy", L"gl4"), [](const auto& tested) {
+    const std::wstring name = tested.param;
+    return std::string(name.begin(), name.end());
+});
+
+constexpr Color kWhite = {255, 255, 255};
+constexpr Color kProfileYellow = {255, 210, 60};
+
+// The line follows the mouse, stays where it was measured when the map moves, and leaves nothing behind.
+TEST_P(ViewerInHand, MeasuredPathStaysOnTheMapAndGoesWithoutATrace) {
+    Use(OfSlope(WriteSlope()), [](ViewerHand& hand, HWND window) {
+        hand.MoveTo(window, 5, 395);
+        const Frame before = hand.LookWhenStill(window);
+        hand.Press("m");
+        hand.Click(window, X(10), Y(-5));
+        hand.Click(window, X(90), Y(-5));
+        hand.MoveTo(window, X(90), Y(65));
+        Frame frame = hand.LookWhenStill(window);
+        EXPECT_TRUE(frame.HasNear(X(50), Y(-5), kWhite)) << "the settled part";
+        EXPECT_TRUE(frame.HasNear(X(90), Y(30), kWhite)) << "to the mouse";
+        EXPECT_FALSE(frame.HasNear(X(50), Y(30), kWhite));
+        EXPECT_GT(CountLike(frame, 0, 0, 400, 80, kWhite, 40), 150) << "the word that it measures";
+        hand.Press("Return m m");
+        // A hundred pixels to the left.
+        hand.Drag(window, 105, 395, 5, 395);
+        frame = hand.LookWhenStill(window);
+        EXPECT_TRUE(frame.HasNear(X(90) - 100, Y(30), kWhite));
+        EXPECT_TRUE(frame.HasNear(X(50) - 100, Y(-5), kWhite));
+        EXPECT_FALSE(frame.HasNear(X(90), Y(30), kWhite));
+        hand.Press("ctrl+z Escape");
+        hand.MoveTo(window, 5, 395);
+        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+    });
+}
+
+TEST_P(ViewerInHand, RectangleDrawnWithShiftFillsTheWindow) {
+    Use(OfSlope(WriteSlope()), [](ViewerHand& hand, HWND window) {
+        hand.Drag(window, X(38), Y(42), X(62), Y(26), "shift");
+        hand.MoveTo(window, 595, 395);
+        const Frame frame = hand.LookWhenStill(window);
+        // 24 by 16 m in 600 by 400 pixels: three rows, and the strip's edges are 50 pixels from the window's.
+        EXPECT_TRUE(frame.HasNear(47, 297, {250, 0, 0})) << "x = 40, y = 30";
+        EXPECT_TRUE(frame.HasNear(547, 47, {250, 0, 0})) << "x = 60, y = 40";
+        EXPECT_GT(CountLike(frame, 0, 0, 600, 400, {250, 0, 0}, 2), 3 * 21 * 3);
+        EXPECT_EQ(CountLike(frame, 60, 10, 540, 390, {90, 90, 90}, 2), 0);
+    });
+}
+
+// The keys lie over the map and go again.
+TEST_P(ViewerInHand, KeysAreShownOverTheMap) {
+    Use(OfSlope(WriteSlope()), [](ViewerHand& hand, HWND window) {
+        hand.MoveTo(window, 5, 395);
+        const Frame before = hand.LookWhenStill(window);
+        hand.Press("F1");
+        const Frame shown = hand.LookWhenStill(window);
+        EXPECT_GT(ShareOfDifferingPixels(before, shown, 3), 0.3);
+        hand.Press("question");
+        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+    });
+}
+
+// What belongs to the scene changes in all windows, what belongs to the view in one.
+TEST_P(ViewerInHand, KeysReachTheWindowsThatTheyConcern) {
+    std::vector<std::wstring> arguments = OfSlope(WriteSlope());
+    arguments.insert(arguments.end(), {L"--windows", L"2"});
+    Use(arguments, [](ViewerHand& hand, HWND found) {
+        HWND other = nullptr;
+        HWND window = found;
+        ViewerHand::WaitUntil([&] {
+            other = FindWindowExW(nullptr, nullptr, L"OrrinViewer", nullptr);
+            other = other == window ? FindWindowExW(nullptr, other, L"OrrinViewer", nullptr) : other;
+            return other != nullptr && ViewerHand::TitleOf(other).find(L" ms") != std::wstring::npos;
+        });
+        ASSERT_NE(other, nullptr);
+        hand.Click(window, 2, 2);
+        hand.Press("c");
+        EXPECT_TRUE(hand.WaitForTitle(window, L"by elevation"));
+        EXPECT_TRUE(hand.WaitForTitle(other, L"by elevation"));
+        const Frame before = hand.LookWhenStill(other);
+        const std::wstring titleBefore = ViewerHand::TitleOf(other);
+        hand.Press("4");
+        hand.Press("Left");
+        hand.LookWhenStill(window);
+        EXPECT_EQ(ViewerHand::TitleOf(other), titleBefore) << "it was not drawn again";
+    });
+}
+
+struct TableLine {
+    double station, height, x, y, z;
+    int classNumber;
+};
+
+std::vector<TableLine> ReadTable(const fs::path& path) {
+    std::ifstream file(path);
+    std::string text;
+    std::getline(file, text);
+    EXPECT_EQ(text, "station,height,x,y,z,class");
+    std::vector<TableLine> lines;
+    while (std::getline(file, text)) {
+        TableLine line{};
+        EXPECT_EQ(std::sscanf(text.c_str(), "%lf,%lf,%lf,%lf,%lf,%d", &line.station, &line.height, &line.x, &line.y,
+                              &line.z, &line.classNumber),
+                  6)
+            << text;
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+// From the map to the profile and back: a slope whose heights are known.
+TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
+    Use(OfSlope(WriteSlope()), [this](ViewerHand& hand, HWND map) {
+        hand.Press("p");
+        hand.Click(map, X(-4), Y(30));
+        hand.Click(map, X(104), Y(30));
+        hand.Press("Return");
+        const HWND profile = hand.FindWindow(L"Profile - 108 m long, 4 m wide - ");
+        ASSERT_NE(profile, nullptr);
+        // One row of points.
+        EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"))
+            << testing::PrintToString(ViewerHand::TitleOf(profile));
+        hand.MoveTo(map, 5, 395);
+        const Frame quiet = hand.LookWhenStill(profile);
+        const Frame mapQuiet = hand.LookWhenStill(map);
+        // The slope rises across the whole window, red in its middle.
+        const int w = quiet.width;
+        const int h = quiet.height;
+        EXPECT_GT(CountLike(quiet, w / 2 - 40, h / 2 - 40, w / 2 + 40, h / 2 + 40, {250, 0, 0}, 2), 10);
+        EXPECT_GT(CountLike(quiet, 0, h * 2 / 3, w / 3, h, {90, 90, 90}, 2), 10) << "low in the west";
+        EXPECT_GT(CountLike(quiet, w * 2 / 3, 0, w, h / 3, {90, 90, 90}, 2), 10) << "high in the east";
+        EXPECT_EQ(CountLike(quiet, 0, 0, w / 3, h / 3, {90, 90, 90}, 2), 0);
+        EXPECT_TRUE(mapQuiet.HasNear(X(20), Y(30), kProfileYellow)) << "the line on the map";
+
+        // A quarter of the way: in the profile first, then on the map.
+        hand.MoveTo(profile, w / 4, h / 3);
+        Frame there = hand.LookWhenStill(map);
+        // The view shows a fiftieth more than the line.
+        const double quarter = 50.0 - 108.0 * 1.02 / 4.0;
+        const int changed = CountLike(there, X(quarter) - 6, Y(30) - 6, X(quarter) + 7, Y(30) + 7, kProfileYellow, 60);
+        const int plain = CountLike(mapQuiet, X(quarter) - 6, Y(30) - 6, X(quarter) + 7, Y(30) + 7, kProfileYellow, 60);
+        EXPECT_GT(changed, plain + 20) << "the place on the map";
+        EXPECT_GT(CountLike(hand.LookAt(profile), w / 4 - 3, 0, w / 4 + 4, h, kProfileYellow, 60), h / 2);
+        hand.MoveTo(map, X(75), Y(30));
+        there = hand.LookWhenStill(profile);
+        const int across = static_cast<int>(std::lround(w * (0.5 + 25.0 / (108.0 * 1.02))));
+        EXPECT_GT(CountLike(there, across - 4, 0, across + 4, h, kProfileYellow, 60), h / 2) << "and back";
+
+        // The line's end is taken to the north and back.
+        hand.Drag(map, X(104), Y(30), X(104), Y(60));
+        EXPECT_TRUE(hand.WaitForTitle(profile, L"Profile - 112 m long"))
+            << testing::PrintToString(ViewerHand::TitleOf(profile));
+        hand.Drag(map, X(104), Y(60), X(104), Y(30));
+        EXPECT_TRUE(hand.WaitForTitle(profile, L"Profile - 108 m long"));
+        EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"));
+
+        // A step of the band's width to the south, and what is seen there as a table.
+        hand.Click(profile, w / 2, 3);
+        hand.Press("Down");
+        hand.LookWhenStill(profile);
+        EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"));
+        hand.Press("ctrl+s");
+        const HWND question = hand.FindWindow(L"Save the profile");
+        ASSERT_NE(question, nullptr);
+        const fs::path table = Folder() / L"profile.csv";
+        hand.Press("ctrl+a");
+        hand.Type(table.string());
+        hand.Press("Return");
+        EXPECT_TRUE(hand.WaitForTitle(profile, L"saved as profile.csv"));
+        const std::vector<TableLine> lines = ReadTable(table);
+        ASSERT_EQ(lines.size(), 101U);
+        for (std::size_t index = 0; index < lines.size(); ++index) {
+            const TableLine& line = lines[index];
+            const auto metres = static_cast<double>(index);
+            EXPECT_NEAR(line.station, metres + 4.0, 1e-3);
+            EXPECT_NEAR(line.height, 20.0 + 0.1 * metres, 1e-3);
+            EXPECT_NEAR(line.x, 500'000.0 + metres, 1e-3);
+            EXPECT_EQ(line.y, 4'500'025.0);
+            EXPECT_EQ(line.z, line.height);
+        }
+        hand.Press("Escape");
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return !IsWindowVisible(profile); }));
+    });
+}
+
+} // namespace
+} // namespace OrrinViewer
