@@ -94,8 +94,8 @@ SCRIPT
 # keep their dates, so that a new cache does not make everything be compiled again.
 copy_headers() {
     mkdir -p "$prefix/include" "$prefix/share/cmake"
-    cp -a /usr/include/glm /usr/include/CLI /usr/include/nlohmann /usr/include/stb "$prefix/include/"
-    cp -a /usr/share/cmake/glm /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$prefix/share/cmake/"
+    cp -a /usr/include/glm /usr/include/CLI /usr/include/stb "$prefix/include/"
+    cp -a /usr/share/cmake/glm /usr/share/cmake/CLI11 "$prefix/share/cmake/"
 }
 
 # The compiler's DLLs; libssp is what the checked build's stack protector calls.
