@@ -1278,9 +1278,9 @@ public:
     long DrawProfilePoints();
     /// The same with these records in place of the points that there are.
     long DrawProfilePoints(const GLDrawGeometry* records, unsigned __int64 count);
-    /// Lines at round stations and heights with their numbers, and at the corners of the line. Numbers need a font, which
-    /// a fixed-function context has once RefreshRasterFont or RefreshOutlineFont has been called there. State is as
-    /// before afterwards; client state is disabled. S_FALSE in any other view.
+    /// Lines at round stations and heights with their numbers, and at the corners of the line. Numbers need a font,
+    /// which a fixed-function context has once RefreshRasterFont or RefreshOutlineFont has been called there. State is
+    /// as before afterwards; client state is disabled. S_FALSE in any other view.
     long DrawProfileGrid(const GLProfileGridStyle& style);
     /// The point drawn nearest to a place of the client area, at most so many pixels away: which of all records added
     /// since the set-up it is, from 0, those outside of the band counted too. -1 without one.
