@@ -6,6 +6,7 @@
 // cloud_bench [MILLIONS] [fixed]: 10 million points if not told otherwise; on the 4.x pipeline unless "fixed".
 
 #include "BenchView.h"
+#include "Clock.h"
 #include "clouds/PointCloudLayer.h"
 
 #include <psapi.h>
@@ -27,16 +28,6 @@ constexpr int kHeight = 800;
 constexpr unsigned __int64 kBudget = 1'000'000;
 constexpr int kFrames = 15;
 constexpr double kStrips = 40.0;
-
-class Clock {
-public:
-    double Milliseconds() const {
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - m_start).count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-};
 
 double FindMedian(std::vector<double> values) {
     std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());

@@ -4,11 +4,11 @@
 // library would: what lies between the two is the library's.
 
 #include "BenchView.h"
+#include "Clock.h"
 #include "support/FontFile.h"
 
 #include <psapi.h>
 
-#include <chrono>
 #include <cstring>
 #include <vector>
 
@@ -21,16 +21,6 @@ constexpr int kSide = 64;
 constexpr int kFurtherViews = 8;
 /// Some 6,000 characters of this size are a texture of several megabytes.
 constexpr int kLargePoints = 24;
-
-class Clock {
-public:
-    double Milliseconds() const {
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - m_start).count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-};
 
 /// NOTE: Wine leaves PrivateUsage empty. What it and Windows call the page file's use is the same figure: memory that
 /// no other process shares.
