@@ -1,5 +1,7 @@
 #include "MeshLayer.h"
 
+#include "LitGeometry.h"
+
 namespace OrrinViewer {
 
 namespace {
@@ -12,11 +14,7 @@ void MeshLayer::Draw(KTR::COpenGLView& view, const Position& origin) {
     if (m_geometry.GetCount() == 0) {
         AddTriangles(view, origin);
     }
-    view.SetUpLighting(true);
-    view.EnableClientStateInternalBuffers(true, true, true, false, KTR::GLShaderShadedColor3Stage);
-    view.DrawGeometry(m_geometry);
-    view.DisableClientState();
-    view.SetUpLighting(false);
+    DrawLitGeometry(view, m_geometry);
 }
 
 void MeshLayer::AddTriangles(KTR::COpenGLView& view, const Position& origin) {

@@ -1,5 +1,6 @@
 #include "Surface.h"
 
+#include "LitGeometry.h"
 #include "SceneColors.h"
 
 #include <algorithm>
@@ -74,11 +75,7 @@ void Surface::Draw(KTR::COpenGLView& view, const Position& origin) {
     if (m_geometry.GetCount() == 0) {
         AddTriangles(view, origin);
     }
-    view.SetUpLighting(true);
-    view.EnableClientStateInternalBuffers(true, true, true, false, KTR::GLShaderShadedColor3Stage);
-    view.DrawGeometry(m_geometry);
-    view.DisableClientState();
-    view.SetUpLighting(false);
+    DrawLitGeometry(view, m_geometry);
 }
 
 /// Where an image shows nothing the ground does, in the colours of its elevations.
