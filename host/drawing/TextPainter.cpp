@@ -50,17 +50,11 @@ TextSizes TextPainter::Sizes(const KTR::COpenGLView& view) const {
 }
 
 double TextPainter::MeasureWidth(const KTR::COpenGLView& view, const std::string& text) const {
-    const std::wstring wide = WideText(text);
-    if (view.DrawsWithPrograms()) {
-        std::size_t length = 0;
-        double width = 0.0;
-        double height = 0.0;
-        view.GetTextStringDimensions(wide.c_str(), length, width, height);
-        return width;
-    }
-    SIZE size = {};
-    GetTextExtentPoint32W(m_deviceContext, wide.c_str(), static_cast<int>(wide.size()), &size);
-    return size.cx;
+    std::size_t length = 0;
+    double width = 0.0;
+    double height = 0.0;
+    view.GetTextStringDimensions(WideText(text).c_str(), length, width, height);
+    return width;
 }
 
 void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& texts) const {
