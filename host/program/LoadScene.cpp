@@ -1,6 +1,6 @@
 #include "LoadScene.h"
 
-#include "ShaderFolder.h"
+#include "SystemDatabase.h"
 #include "files/FileError.h"
 #include "files/GeoKeys.h"
 #include "files/OpenFile.h"

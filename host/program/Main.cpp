@@ -1,5 +1,4 @@
 #include "LoadScene.h"
-#include "ShaderFolder.h"
 #include "ViewerOptions.h"
 #include "ViewerSession.h"
 #include "drawing/WideText.h"
@@ -88,7 +87,6 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
             return 1;
         }
     }
-    OrrinViewer::FindShaderFolder();
     OrrinViewer::ViewerSession session(scene, options);
     if (!session.Open()) {
         std::fprintf(stderr, "There is no OpenGL to draw with: neither a pixel format nor a context could be had.\n");
