@@ -285,7 +285,11 @@ bool ViewerWindow::HandleSceneKey(WPARAM key) {
         m_scene.ShadeClouds(!m_scene.ShadesClouds());
         break;
     case 'F':
-        m_scene.AdaptPointSize(!m_scene.AdaptsPointSize());
+        if (m_scene.AdaptsPointSize()) {
+            m_scene.SetPointSize(m_scene.GetPointSize());
+        } else {
+            m_scene.AdaptPointSize();
+        }
         break;
     case 'S':
         m_scene.TurnSun(IsKeyDown(VK_SHIFT) ? -kSunStepDegrees : kSunStepDegrees);
