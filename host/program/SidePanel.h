@@ -9,8 +9,8 @@ namespace OrrinViewer {
 
 /// A window of controls that stands beside a map's and goes with it. Its parts lie one below the other.
 ///
-/// It is a window of its own, not one within the map's: Wine shows nothing of what OpenGL draws into a window that has
-/// windows within it, or is one, where the screen has no compositor.
+/// NOTE: It is a window of its own, not one within the map's: Wine 8 on a virtual screen shows nothing of what OpenGL
+/// draws into a window that has windows within it, or is one.
 class SidePanel final : public NativeWindow {
 public:
     ~SidePanel() override;

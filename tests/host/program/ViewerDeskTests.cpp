@@ -1,0 +1,113 @@
+// The viewer on a desktop: what a window manager does to its windows, and what becomes of mouse and keys then.
+
+#include "ViewerHand.h"
+
+#include <string>
+#include <vector>
+
+namespace OrrinViewer {
+namespace {
+
+class ViewerOnDesktop : public ViewerProgram {
+protected:
+    /// Opens a cloud in so many windows of 500 by 300 pixels, and hands over the first one.
+    void Use(int windows, const std::function<void(ViewerHand&, HWND)>& use) const {
+        const fs::path cloud = Write("square.ply", SquareCloud(500'000, 4'500'000));
+        const Outcome outcome = Start({cloud.wstring(), L"--windows", std::to_wstring(windows), L"--width", L"500",
+                                       L"--height", L"300", L"--color", L"recorded"},
+                                      [&](const PROCESS_INFORMATION& process) {
+                                          ViewerHand hand(process, Folder());
+                                          const HWND window = hand.FindWindow(L" ms");
+                                          EXPECT_NE(window, nullptr) << "no window with a frame";
+                                          if (window) {
+                                              hand.LookWhenStill(window);
+                                              use(hand, window);
+                                          }
+                                          PostThreadMessageW(process.dwThreadId, WM_QUIT, 0, 0);
+                                      });
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    }
+    /// Has the window manager do something with the window of that number in the order of their making.
+    void Ask(const std::string& command, int window = 1, const std::string& values = {}) const {
+        RunBeneathWine("xdotool " + command + " $(xdotool search --name ^OrrinViewer | sort -n | sed -n " +
+                           std::to_string(window) + "p) " + values + " sleep 0.3",
+                       Folder() / L"desk", 10);
+    }
+    static bool IsLeftOf(HWND one, HWND other) {
+        RECT left = {};
+        RECT right = {};
+        GetWindowRect(one, &left);
+        GetWindowRect(other, &right);
+        return left.left < right.left;
+    }
+};
+
+TEST_F(ViewerOnDesktop, WindowHasAFrameAndStaysWhereItIsPut) {
+    Use(1, [&](ViewerHand& hand, HWND window) {
+        POINT corner{0, 0};
+        ClientToScreen(window, &corner);
+        RECT outer = {};
+        GetWindowRect(window, &outer);
+        EXPECT_GT(corner.y, outer.top) << "a title above the map";
+        const Frame before = hand.LookWhenStill(window);
+        Ask("windowmove", 1, "300 200");
+        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba) << "moved";
+    });
+}
+
+TEST_F(ViewerOnDesktop, MinimisedWindowComesBackAsItWas) {
+    Use(1, [&](ViewerHand& hand, HWND window) {
+        const Frame before = hand.LookWhenStill(window);
+        Ask("windowminimize");
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) != FALSE; }));
+        Ask("windowactivate");
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) == FALSE; }));
+        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+    });
+}
+
+TEST_F(ViewerOnDesktop, ResizedWindowIsFilled) {
+    Use(1, [&](ViewerHand& hand, HWND window) {
+        Ask("windowsize", 1, "800 640");
+        RECT area = {};
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return GetClientRect(window, &area) && area.right > 700; }));
+        const Frame frame = hand.LookWhenStill(window);
+        const std::array<int, 3> ground = frame.At(frame.width / 4, frame.height / 2);
+        EXPECT_NE(ground, (std::array<int, 3>{0, 0, 0})) << "nothing was drawn";
+        // The map's own ground also where there was no window before.
+        EXPECT_EQ(frame.At(frame.width * 3 / 4, frame.height * 7 / 10), ground);
+        EXPECT_EQ(frame.At(frame.width - 30, frame.height * 7 / 10), ground);
+    });
+}
+
+// A click on what shows of the lower window raises it, and the keys are its own from then on.
+TEST_F(ViewerOnDesktop, ClickRaisesAWindowAndGivesItTheKeys) {
+    Use(2, [&](ViewerHand& hand, HWND) {
+        std::vector<HWND> windows;
+        for (HWND window = GetTopWindow(nullptr); window; window = GetWindow(window, GW_HWNDNEXT)) {
+            if (IsWindowVisible(window) && ViewerHand::TitleOf(window).rfind(L"OrrinViewer", 0) == 0) {
+                windows.push_back(window);
+            }
+        }
+        ASSERT_EQ(windows.size(), 2U);
+        for (const int number : {1, 2}) {
+            const std::string place = std::to_string(200 * number);
+            Ask("windowmove", number, place + " " + place);
+        }
+        std::vector<Frame> whole(2);
+        for (const std::size_t clicked : {0U, 1U, 0U}) {
+            const bool isLeft = IsLeftOf(windows[clicked], windows[1 - clicked]);
+            hand.Click(windows[clicked], isLeft ? 10 : 490, isLeft ? 10 : 290);
+            hand.Press("v");
+            hand.MoveTo(windows[clicked], isLeft ? 5 : 495, isLeft ? 5 : 295);
+            const Frame turned = hand.LookWhenStill(windows[clicked]);
+            hand.Press("v");
+            whole[clicked] = hand.LookWhenStill(windows[clicked]);
+            EXPECT_GT(ShareOfDifferingPixels(turned, whole[clicked], 10), 0.01) << "the view of window " << clicked;
+        }
+        EXPECT_LT(ShareOfDifferingPixels(whole[0], whole[1], 60), 0.01) << "each was uppermost, but for the reading";
+    });
+}
+
+} // namespace
+} // namespace OrrinViewer
