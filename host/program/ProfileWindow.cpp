@@ -2,6 +2,7 @@
 
 #include "Screenshot.h"
 #include "ViewerSession.h"
+#include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
 #include "files/FileError.h"
@@ -108,7 +109,7 @@ bool ProfileWindow::Open(HWND beside) {
     m_view->InitializeOpenGL(m_window);
     m_view->GetWindowDimensions(m_width, m_height);
     m_view->SetUpViewport(0, 0, m_width, m_height);
-    m_texts.Load(*m_view);
+    m_texts.Load(*m_view, FindPixelsPerInch(m_window));
     m_view->AddOverlay(&DrawReadout, this, 1);
     m_ready = true;
     return true;
@@ -305,6 +306,11 @@ LRESULT ProfileWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam)
         return 0;
     case WM_MOUSEWHEEL:
         HandleWheel(wParam, lParam);
+        return 0;
+    case WM_DPICHANGED:
+        m_view->MakeCurrent(KTR::GLContextMain);
+        m_texts.Load(*m_view, FindPixelsPerInch(m_window));
+        Redraw();
         return 0;
     case WM_KEYDOWN:
         HandleKey(wParam);

@@ -2,6 +2,7 @@
 
 #include "Screenshot.h"
 #include "ViewerSession.h"
+#include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
 
@@ -178,7 +179,7 @@ PixelPlace ViewerWindow::PlaceOf(const Position& position) const {
 /// The font, and the placement of all labels, which depends on how wide the font makes them.
 void ViewerWindow::LoadTexts() {
     const bool needed = m_options.frames == 0 || !m_options.plain || !m_scene.GetLabels().empty();
-    if (needed && m_texts.Load(*m_view)) {
+    if (needed && m_texts.Load(*m_view, FindPixelsPerInch(m_window))) {
         m_labels = LabelLayer(m_scene.GetLabels(), m_texts.Sizes(*m_view));
     }
 }
