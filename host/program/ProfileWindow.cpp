@@ -2,6 +2,7 @@
 
 #include "Screenshot.h"
 #include "ViewerSession.h"
+#include "WindowContext.h"
 #include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
@@ -103,7 +104,7 @@ bool ProfileWindow::Open(HWND beside) {
     // Shown first: a context draws into the window that there is.
     ShowWindow(m_window, SW_SHOW);
     m_view = std::make_unique<KTR::COpenGLView>();
-    if (!m_view->CreateContext(GetDC(m_window), true, KTR::GLContextMain, L"Profile", 0, KTR::AccelerationHardware)) {
+    if (!CreateWindowContext(*m_view, m_window, L"Profile")) {
         return false;
     }
     m_view->InitializeOpenGL(m_window);
