@@ -6,6 +6,7 @@
 #include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
+#include "files/DiskPath.h"
 #include "files/FileError.h"
 #include "map/Measure.h"
 
@@ -617,7 +618,7 @@ void ProfileWindow::Save(const std::filesystem::path& path) {
 
 /// One line for each point that is kept, along the line.
 void ProfileWindow::SaveTable(const std::filesystem::path& path) const {
-    std::ofstream file(path, std::ios::binary);
+    std::ofstream file(DiskPath(path), std::ios::binary);
     file << "station,height,x,y,z,class\n";
     m_reading.Visit(0, [&](const std::vector<BandPoint>& points, std::size_t) {
         constexpr double kOutside = -1.0;
