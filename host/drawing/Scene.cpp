@@ -17,7 +17,9 @@ namespace {
 constexpr COLORREF kBackground = RGB(44, 49, 58); // neither black nor white points vanish on it
 constexpr double kSizeOfSpacing = 1.3;
 constexpr double kSmallestAdapted = 2.0;
-constexpr double kLargestAdapted = 9.0;
+constexpr double kLargestClosed = 9.0; ///< without gaps to the next
+constexpr double kLargestAdapted = 18.0;
+constexpr double kGrowthOfSparse = 2.0; ///< pixels, each time that the spacing doubles
 constexpr double kAzimuthDegrees = 200.0;
 constexpr double kElevationDegrees = 35.0;
 constexpr double kFieldOfViewDegrees = 40.0;
@@ -669,7 +671,12 @@ double Scene::PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) cons
     // As if the points lay evenly over the ground. Squares of exactly that size would leave gaps, since they do not.
     const double area = (extent.high.x - extent.low.x) * (extent.high.y - extent.low.y);
     const double spacing = std::sqrt(area / count) / unitsPerPixel;
-    return std::clamp(kSizeOfSpacing * spacing, kSmallestAdapted, kLargestAdapted);
+    const double wanted = std::max(kSizeOfSpacing * spacing, kSmallestAdapted);
+    if (wanted <= kLargestClosed) {
+        return wanted;
+    }
+    // Gaps are what there is between the points. But a few points must not get lost in a large window.
+    return std::min(kLargestClosed + kGrowthOfSparse * std::log2(wanted / kLargestClosed), kLargestAdapted);
 }
 
 void Scene::ColorCloud(const Cloud& cloud) {

@@ -3,7 +3,7 @@
 #include "SceneColors.h"
 #include "WideText.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -14,14 +14,9 @@ constexpr double kEdgePixels = 1.5;
 
 } // namespace
 
-TextPainter::TextPainter(const std::wstring& face, int points) : m_deviceContext(CreateCompatibleDC(nullptr)) {
-    // Rounded down: the library goes back from pixels to points and rounds up.
-    const int pixels = static_cast<int>(points * GetDeviceCaps(m_deviceContext, LOGPIXELSY) / kPointsPerInch);
-    m_font = CreateFontW(-pixels, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
-                         CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, face.c_str());
-    m_previousFont = SelectObject(m_deviceContext, m_font);
-    GetTextMetricsW(m_deviceContext, &m_metrics);
-}
+TextPainter::TextPainter(std::wstring face, int points)
+    : m_face(std::move(face)), m_points(points), m_deviceContext(CreateCompatibleDC(nullptr)),
+      m_previousFont(GetCurrentObject(m_deviceContext, OBJ_FONT)) {}
 
 TextPainter::~TextPainter() {
     SelectObject(m_deviceContext, m_previousFont);
@@ -29,7 +24,19 @@ TextPainter::~TextPainter() {
     DeleteDC(m_deviceContext);
 }
 
-bool TextPainter::Load(KTR::COpenGLView& view) {
+void TextPainter::MakeFont(int pixelsPerInch) {
+    // Rounded down: the library goes back from pixels to points and rounds up.
+    const int pixels = static_cast<int>(m_points * pixelsPerInch / kPointsPerInch);
+    SelectObject(m_deviceContext, m_previousFont);
+    DeleteObject(m_font);
+    m_font = CreateFontW(-pixels, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
+                         CLIP_DEFAULT_PRECIS, NONANTIALIASED_QUALITY, DEFAULT_PITCH, m_face.c_str());
+    SelectObject(m_deviceContext, m_font);
+    GetTextMetricsW(m_deviceContext, &m_metrics);
+}
+
+bool TextPainter::Load(KTR::COpenGLView& view, int pixelsPerInch) {
+    MakeFont(pixelsPerInch);
     // The lists are made through the device context that the window's rendering context is current on.
     const HDC deviceContext = view.GetContextRecord(view.GetCurrentContextType()).deviceContext;
     m_loaded = SUCCEEDED(view.RefreshRasterFont(deviceContext, m_lists, m_font, RGB(255, 255, 255)));

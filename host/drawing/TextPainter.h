@@ -14,14 +14,15 @@ namespace OrrinViewer {
 /// the library's glyph atlas, another from display lists.
 class TextPainter {
 public:
-    /// Makes the font; `points` is its size on the screen.
-    TextPainter(const std::wstring& face, int points);
+    /// `points` is the font's size on the screen.
+    TextPainter(std::wstring face, int points);
     ~TextPainter();
     TextPainter(const TextPainter&) = delete;
     TextPainter& operator=(const TextPainter&) = delete;
 
-    /// Gives the font to the view's current context. False when that is not possible; nothing is drawn then.
-    bool Load(KTR::COpenGLView& view);
+    /// Makes the font for a screen of so many pixels an inch, in place of the one before, and gives it to the view's
+    /// current context. False when that is not possible; nothing is drawn then.
+    bool Load(KTR::COpenGLView& view, int pixelsPerInch);
     /// Deletes what Load made, with the same context current.
     void Release(KTR::COpenGLView& view);
 
@@ -32,9 +33,12 @@ public:
     void Draw(KTR::COpenGLView& view, const std::vector<PixelText>& texts) const;
 
 private:
+    void MakeFont(int pixelsPerInch);
     double MeasureWidth(const KTR::COpenGLView& view, const std::string& text) const;
 
-    HDC m_deviceContext = nullptr; ///< has the font selected
+    std::wstring m_face;
+    int m_points;
+    HDC m_deviceContext = nullptr; ///< has the font selected, once there is one
     HFONT m_font = nullptr;
     HGDIOBJ m_previousFont = nullptr;
     TEXTMETRICW m_metrics{};

@@ -1,6 +1,7 @@
 #include "GeoPackageFile.h"
 
 #include "ByteOrder.h"
+#include "DiskPath.h"
 #include "FileError.h"
 #include "InputFile.h"
 #include "TextEncoding.h"
@@ -28,12 +29,18 @@ struct FinishStatement {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
 
+#ifdef _WIN32
+constexpr const char* kFileSystem = "win32-longpath"; ///< the usual one takes no more than 1,000 bytes
+#else
+constexpr const char* kFileSystem = nullptr;
+#endif
+
 /// An address by which the database is opened as a file that nobody changes, so that neither locks nor journals are
 /// made beside it.
 std::string AddressOf(const std::filesystem::path& path) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
-    const std::u8string name = std::filesystem::absolute(path).generic_u8string();
-    std::string address = name.starts_with(u8'/') ? "file://" : "file:///";
+    const std::u8string name = DiskPath(std::filesystem::absolute(path)).u8string();
+    std::string address = "file:";
     for (const char8_t byte : name) {
         const auto character = static_cast<char>(byte);
         const bool isPlain = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
@@ -67,7 +74,7 @@ public:
     explicit Database(const std::filesystem::path& path) : m_path(path), m_size(InputFile(path).Size()) {
         sqlite3* database = nullptr;
         const int result = sqlite3_open_v2(AddressOf(path).c_str(), &database,
-                                           SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
+                                           SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, kFileSystem);
         m_database.reset(database);
         if (result != SQLITE_OK) {
             Fail("cannot be opened as a database");

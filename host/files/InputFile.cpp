@@ -1,9 +1,9 @@
 #include "InputFile.h"
 
+#include "DiskPath.h"
 #include "FileError.h"
 
 #include <algorithm>
-#include <system_error>
 
 namespace OrrinViewer {
 
@@ -14,22 +14,18 @@ constexpr std::size_t kChunkBytes = 1u << 18;
 } // namespace
 
 InputFile::InputFile(const std::filesystem::path& path) : m_path(path) {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path, error);
-    if (!std::filesystem::exists(status)) {
+    const DiskEntry entry = FindOnDisk(path);
+    if (entry.kind == DiskEntry::Kind::Nothing) {
         Fail("there is no such file");
     }
-    if (std::filesystem::is_directory(status)) {
+    if (entry.kind == DiskEntry::Kind::Folder) {
         Fail("is a folder, not a file");
     }
-    m_size = std::filesystem::file_size(path, error);
-    if (error) {
-        Fail("its size cannot be read (" + error.message() + ")");
-    }
+    m_size = entry.size;
     if (m_size == 0) {
         Fail("the file is empty");
     }
-    m_stream.open(path, std::ios::in | std::ios::binary);
+    m_stream.open(DiskPath(path), std::ios::in | std::ios::binary);
     if (!m_stream) {
         Fail("cannot be opened; another program may hold it, or reading it is not permitted");
     }

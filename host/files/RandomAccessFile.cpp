@@ -1,5 +1,6 @@
 #include "RandomAccessFile.h"
 
+#include "DiskPath.h"
 #include "FileError.h"
 #include "InputFile.h"
 
@@ -9,7 +10,7 @@ namespace {
 
 std::FILE* OpenToRead(const std::filesystem::path& path) {
 #ifdef _WIN32
-    return _wfopen(path.c_str(), L"rb");
+    return _wfopen(DiskPath(path).c_str(), L"rb");
 #else
     return std::fopen(path.c_str(), "rb");
 #endif

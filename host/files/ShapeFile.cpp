@@ -2,6 +2,7 @@
 
 #include "ByteOrder.h"
 #include "DbfFile.h"
+#include "DiskPath.h"
 #include "FileError.h"
 #include "InputFile.h"
 #include "RingAssembly.h"
@@ -180,8 +181,7 @@ std::optional<std::filesystem::path> FindBeside(const std::filesystem::path& pat
     for (const char* ending : {small, capital}) {
         std::filesystem::path beside = path;
         beside.replace_extension(ending);
-        std::error_code unreadable;
-        if (std::filesystem::is_regular_file(beside, unreadable) && !std::filesystem::is_empty(beside, unreadable)) {
+        if (FindOnDisk(beside).size > 0) {
             return beside;
         }
     }

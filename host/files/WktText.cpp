@@ -1,5 +1,6 @@
 #include "WktText.h"
 
+#include "DiskPath.h"
 #include "TextParsing.h"
 
 #include <algorithm>
@@ -217,15 +218,14 @@ std::optional<MapUnits> MapUnitsOfSize(double metres) {
 }
 
 CoordinateSystem SystemBeside(const std::filesystem::path& file) {
-    constexpr std::uintmax_t kLongest = 1u << 20;
+    constexpr std::uint64_t kLongest = 1u << 20;
     std::filesystem::path beside = file;
     beside.replace_extension(".prj");
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(beside, error);
-    if (error || size > kLongest) {
+    const DiskEntry entry = FindOnDisk(beside);
+    if (entry.kind != DiskEntry::Kind::File || entry.size > kLongest) {
         return {};
     }
-    std::ifstream stream(beside, std::ios::binary);
+    std::ifstream stream(DiskPath(beside), std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
     return SystemFromWkt(text).value_or(CoordinateSystem{});
 }

@@ -1,5 +1,6 @@
 #include "WorldFile.h"
 
+#include "DiskPath.h"
 #include "FileError.h"
 #include "InputFile.h"
 #include "TextParsing.h"
@@ -42,8 +43,7 @@ std::filesystem::path FindWorldFile(const std::filesystem::path& image) {
     for (const std::u8string& ending : WorldFileEndings(image)) {
         std::filesystem::path candidate = image;
         candidate.replace_extension(std::filesystem::path(ending));
-        std::error_code unreadable;
-        if (std::filesystem::is_regular_file(candidate, unreadable)) {
+        if (FindOnDisk(candidate).kind == DiskEntry::Kind::File) {
             return candidate;
         }
     }

@@ -1,5 +1,8 @@
 #include "NativeWindow.h"
 
+#include "ViewerResources.h"
+#include "WindowManners.h"
+
 #include <windowsx.h>
 
 namespace OrrinViewer {
@@ -15,6 +18,7 @@ void RegisterWindowClass(const wchar_t* name, UINT style, HBRUSH background, WND
     windowClass.style = style;
     windowClass.lpfnWndProc = procedure;
     windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.hIcon = LoadIconW(windowClass.hInstance, MAKEINTRESOURCEW(ORRIN_VIEWER_ICON));
     windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     windowClass.hbrBackground = background;
     windowClass.lpszClassName = name;
@@ -35,6 +39,10 @@ bool NativeWindow::Create(const wchar_t* title, int widthPixels, int heightPixel
     m_window = CreateWindowExW(0, kWindowClass, title, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
                                frame.right - frame.left, frame.bottom - frame.top, nullptr, nullptr,
                                GetModuleHandleW(nullptr), this);
+    if (m_window) {
+        // Borders are as wide as the screen wants that the window came to lie on.
+        SetClientSize(m_window, widthPixels, heightPixels);
+    }
     return m_window != nullptr;
 }
 
@@ -68,6 +76,7 @@ LRESULT CALLBACK NativeWindow::WindowProcedure(HWND window, UINT message, WPARAM
         created->m_window = window;
         SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(created));
     }
+    FollowDesktop(window, message, lParam);
     auto* target = reinterpret_cast<NativeWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     return target ? target->HandleMessage(message, wParam, lParam) : DefWindowProcW(window, message, wParam, lParam);
 }

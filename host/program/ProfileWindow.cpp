@@ -2,8 +2,11 @@
 
 #include "Screenshot.h"
 #include "ViewerSession.h"
+#include "WindowContext.h"
+#include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
+#include "files/DiskPath.h"
 #include "files/FileError.h"
 #include "map/Measure.h"
 
@@ -102,13 +105,13 @@ bool ProfileWindow::Open(HWND beside) {
     // Shown first: a context draws into the window that there is.
     ShowWindow(m_window, SW_SHOW);
     m_view = std::make_unique<KTR::COpenGLView>();
-    if (!m_view->CreateContext(GetDC(m_window), true, KTR::GLContextMain, L"Profile", 0, KTR::AccelerationHardware)) {
+    if (!CreateWindowContext(*m_view, m_window, L"Profile")) {
         return false;
     }
     m_view->InitializeOpenGL(m_window);
     m_view->GetWindowDimensions(m_width, m_height);
     m_view->SetUpViewport(0, 0, m_width, m_height);
-    m_texts.Load(*m_view);
+    m_texts.Load(*m_view, FindPixelsPerInch(m_window));
     m_view->AddOverlay(&DrawReadout, this, 1);
     m_ready = true;
     return true;
@@ -326,6 +329,11 @@ LRESULT ProfileWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam)
         return 0;
     case WM_MOUSEWHEEL:
         HandleWheel(wParam, lParam);
+        return 0;
+    case WM_DPICHANGED:
+        m_view->MakeCurrent(KTR::GLContextMain);
+        m_texts.Load(*m_view, FindPixelsPerInch(m_window));
+        Redraw();
         return 0;
     case WM_KEYDOWN:
         HandleKey(wParam);
@@ -631,7 +639,7 @@ void ProfileWindow::Save(const std::filesystem::path& path) {
 
 /// One line for each point that is kept, along the line.
 void ProfileWindow::SaveTable(const std::filesystem::path& path) const {
-    std::ofstream file(path, std::ios::binary);
+    std::ofstream file(DiskPath(path), std::ios::binary);
     file << "station,height,x,y,z,class\n";
     m_reading.Visit(0, [&](const std::vector<BandPoint>& points, std::size_t) {
         constexpr double kOutside = -1.0;

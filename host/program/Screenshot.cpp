@@ -1,5 +1,6 @@
 #include "Screenshot.h"
 
+#include "files/DiskPath.h"
 #include "files/FileError.h"
 #include "files/ImageFile.h"
 
@@ -30,7 +31,7 @@ void SaveScreenshot(KTR::COpenGLView& view, int widthPixels, int heightPixels, c
         }
     }
     const std::string content = EncodeImage(path, widthPixels, heightPixels, rgb);
-    std::ofstream file(path, std::ios::binary);
+    std::ofstream file(DiskPath(path), std::ios::binary);
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     file.close();
     if (content.empty() || !file) {

@@ -2,6 +2,8 @@
 
 #include "Screenshot.h"
 #include "ViewerSession.h"
+#include "WindowContext.h"
+#include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
 
@@ -95,8 +97,7 @@ bool ViewerWindow::Open(int offsetPixels) {
     SetWindowPos(m_window, nullptr, frame.left + offsetPixels, frame.top + offsetPixels, 0, 0,
                  SWP_NOSIZE | SWP_NOZORDER);
     ShowWindow(m_window, SW_SHOW);
-    if (!m_view->CreateContext(GetDC(m_window), true, KTR::GLContextMain, L"OrrinViewer", 0,
-                               KTR::AccelerationHardware)) {
+    if (!CreateWindowContext(*m_view, m_window, L"OrrinViewer")) {
         return false;
     }
     m_view->InitializeOpenGL(m_window);
@@ -178,7 +179,7 @@ PixelPlace ViewerWindow::PlaceOf(const Position& position) const {
 /// The font, and the placement of all labels, which depends on how wide the font makes them.
 void ViewerWindow::LoadTexts() {
     const bool needed = m_options.frames == 0 || !m_options.plain || !m_options.labelProperty.empty();
-    if (needed && m_texts.Load(*m_view)) {
+    if (needed && m_texts.Load(*m_view, FindPixelsPerInch(m_window))) {
         PlaceLabels();
     }
 }

@@ -73,6 +73,11 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_MOUSEWHEEL:
         HandleWheel(wParam, lParam);
         return 0;
+    case WM_DPICHANGED:
+        m_view->MakeCurrent(KTR::GLContextMain);
+        LoadTexts();
+        Redraw();
+        return 0;
     case WM_SETCURSOR:
         if (LOWORD(lParam) == HTCLIENT) {
             SetCursorShape();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AllocationMeter.h"
+#include "files/DiskPath.h"
 #include "files/FileError.h"
 
 #include <gtest/gtest.h>
@@ -88,6 +89,33 @@ private:
         return "orrin_viewer_" + std::to_string(run) + "_" + std::to_string(++count);
     }
 
+    std::filesystem::path m_path;
+};
+
+/// A folder whose path is longer than what programs of old could hold; it goes with this, and the files in it.
+class LongFolder {
+public:
+    LongFolder() : m_path(std::filesystem::temp_directory_path()) {
+        for (const char* const name : {"orrin_viewer_long_", "deep_"}) {
+            m_path /= name + std::to_string(std::random_device{}()) + std::string(180, 'o');
+            std::filesystem::create_directory(DiskPath(m_path));
+        }
+    }
+    ~LongFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(DiskPath(m_path.parent_path()), ignored);
+    }
+    LongFolder(const LongFolder&) = delete;
+    LongFolder& operator=(const LongFolder&) = delete;
+
+    std::filesystem::path Write(const std::filesystem::path& name, std::string_view content) const {
+        std::ofstream stream(DiskPath(m_path / name), std::ios::binary);
+        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+        EXPECT_TRUE(stream.good()) << "cannot write a temporary file";
+        return m_path / name;
+    }
+
+private:
     std::filesystem::path m_path;
 };
 

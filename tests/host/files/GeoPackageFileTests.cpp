@@ -157,6 +157,8 @@ TEST(GeoPackageFile, AllLayersComeWithTheirShapesAndAttributes) {
     EXPECT_EQ(layers[0].features[1].properties, (Properties{{"fid", "8"}, {"name", ""}, {"area", ""}, {"photo", ""}}));
     EXPECT_EQ(layers[1].wkt, "");
     EXPECT_EQ(layers[1].skippedFeatures, 1u);
+    const LongFolder folder;
+    EXPECT_EQ(ReadGeoPackageFile(folder.Write(u8"ä %3F#.gpkg", package.Content())).size(), 2u);
 }
 
 class GeoPackageDimension : public testing::TestWithParam<std::uint32_t> {};

@@ -47,14 +47,13 @@ std::wstring TitleOf(HWND window) {
     return title;
 }
 
-/// Beside this program.
+} // namespace
+
 fs::path ViewerPath() {
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, path, MAX_PATH);
     return fs::path(path).parent_path() / L"OrrinViewer.exe";
 }
-
-} // namespace
 
 /// NOTE: Wine gives no handle for a program that is not of Windows. So it says itself that it has ended.
 std::string RunBeneathWine(const std::string& command, const fs::path& output, int mostSeconds) {

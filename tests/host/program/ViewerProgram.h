@@ -41,6 +41,9 @@ struct Outcome {
 /// Runs a shell's command on the system that Wine runs on, and returns what it prints; `output` is a file for that.
 std::string RunBeneathWine(const std::string& command, const fs::path& output, int mostSeconds);
 
+/// The viewer, which lies beside this program.
+fs::path ViewerPath();
+
 /// Starts the viewer as a user does, so that a test can look at what it drew and said.
 class ViewerProgram : public testing::Test {
 protected:
