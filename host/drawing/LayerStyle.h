@@ -14,6 +14,8 @@ struct LayerStyle {
     double fillOpacity = 0.0;              ///< of areas: from 0, they are not filled, to 1, nothing shows through
     std::optional<double> pointSizePixels; ///< of clouds; not set: what the points' spacing wants
     std::optional<ColorMode> colorMode;    ///< of clouds; not set: what suits the cloud
+
+    bool operator==(const LayerStyle&) const = default;
 };
 
 } // namespace OrrinViewer

@@ -8,6 +8,7 @@
 #include "SceneColors.h"
 #include "Surface.h"
 #include "data/BandReading.h"
+#include "data/LayerKind.h"
 #include "data/LayerSource.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
@@ -36,14 +37,6 @@ struct CloudsFrame {
 
 /// Tells a layer from all others that the scene has or had; 0 is none.
 using LayerId = int;
-
-enum class LayerKind {
-    Raster,
-    Relief,
-    Mesh,
-    Cloud,
-    Features,
-};
 
 /// A layer as a list of layers shows it.
 struct LayerInfo {

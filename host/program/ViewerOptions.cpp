@@ -1,6 +1,7 @@
 #include "ViewerOptions.h"
 
 #include "files/ImageFile.h"
+#include "files/PathText.h"
 #include "files/TextParsing.h"
 #include "map/SymbolNames.h"
 
@@ -15,10 +16,6 @@
 namespace OrrinViewer {
 
 namespace {
-
-std::filesystem::path PathFromUtf8(const std::string& text) {
-    return std::filesystem::path(std::u8string(text.begin(), text.end()));
-}
 
 /// "a, b or c".
 std::string ListInWords(const std::vector<std::string>& words) {
