@@ -8,9 +8,11 @@
 #include "map/SymbolNames.h"
 
 #include <algorithm>
+#include <bitset>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <span>
@@ -63,14 +65,20 @@ template <typename Style, typename Visit>
 requires std::is_same_v<std::remove_const_t<Style>, LayerStyle>
 void VisitMembers(Style& style, const Visit& visit) {
     visit("shown", style.shown);
+    visit("opacity", style.opacity, kShare);
+    visit("color", style.color);
     visit("lineWidth", style.features.lineWidthPixels, kPixels);
     visit("casingWidth", style.features.casingWidthPixels, kPixels);
     visit("dashes", style.features.dashesPixels, kPixels);
     visit("borderWidth", style.features.borderWidthPixels, kPixels);
     visit("symbol", style.features.symbol, std::span(kSymbolNames));
+    visit("symbolSize", style.features.symbolSizePixels, kPixels);
     visit("fillOpacity", style.fillOpacity, kShare);
     visit("pointSize", style.pointSizePixels, Limits{1.0, 64.0});
-    visit("color", style.colorMode);
+    visit("colorBy", style.colorMode);
+    visit("elevationRamp", style.elevationRamp);
+    visit("intensityRamp", style.intensityRamp);
+    visit("hiddenClasses", style.hiddenClasses);
 }
 
 template <typename Settings, typename Visit>
@@ -240,6 +248,30 @@ private:
             Fail("is " + TextOf(number) + ", not from " + TextOf(limits.low) + " to " + TextOf(limits.high));
         }
         value = number;
+    }
+
+    /// "#rrggbb".
+    void ReadValue(Rgb& value) {
+        std::string text;
+        ReadValue(text);
+        unsigned number = 0;
+        const char* const end = text.data() + text.size();
+        const bool isLong = text.size() == 7 && text.front() == '#';
+        if (!isLong || std::from_chars(text.data() + 1, end, number, 16).ptr != end) {
+            Fail("is " + QuoteForMessage(text) + ", which is no colour such as \"#ff8000\"");
+        }
+        const auto channel = [number](int shift) { return static_cast<std::uint8_t>(number >> shift & 255U); };
+        value = {channel(16), channel(8), channel(0)};
+    }
+
+    void ReadValue(std::bitset<256>& value) {
+        Expect(JsonKind::Array, "a list of numbers");
+        value.reset();
+        for (m_cursor.EnterArray(); m_cursor.NextElement();) {
+            double number = 0.0;
+            ReadValue(number, Limits{0.0, 255.0});
+            value.set(static_cast<std::size_t>(number));
+        }
     }
 
     void ReadValue(std::string& value) {
@@ -420,6 +452,8 @@ private:
     template <typename Value> static bool IsSet(const std::optional<Value>& value) { return value.has_value(); }
     static bool IsSet(const std::string& value) { return !value.empty(); }
     static bool IsSet(const std::vector<double>& value) { return !value.empty(); }
+    static bool IsSet(const RampEnds& value) { return value != RampEnds(); }
+    static bool IsSet(const std::bitset<256>& value) { return value.any(); }
     static bool IsSet(const Extent& value) { return !value.IsEmpty(); }
 
     template <typename Value>
@@ -436,6 +470,20 @@ private:
     void PutValue(const bool& value) { m_text += value ? "true" : "false"; }
     void PutValue(const double& value) { m_text += TextOf(value); }
     void PutValue(const std::string& value) { PutText(value); }
+    void PutValue(const Rgb& value) {
+        char text[8] = {};
+        std::snprintf(text, sizeof(text), "#%02x%02x%02x", value.red, value.green, value.blue);
+        PutText(text);
+    }
+    void PutValue(const std::bitset<256>& value) {
+        std::vector<double> numbers;
+        for (std::size_t number = 0; number < value.size(); ++number) {
+            if (value.test(number)) {
+                numbers.push_back(static_cast<double>(number));
+            }
+        }
+        PutNumbers(numbers);
+    }
     void PutValue(const std::vector<double>& value) { PutNumbers(value); }
     void PutValue(const std::array<double, 4>& value) { PutNumbers(value); }
     void PutValue(const Position& value) { PutNumbers(std::array{value.x, value.y, value.z}); }

@@ -26,11 +26,16 @@ Project MakeProject(const std::filesystem::path& file) {
     cloud.kind = LayerKind::Cloud;
     cloud.style.pointSizePixels = 3.0;
     cloud.style.colorMode = ColorMode::Class;
+    cloud.style.elevationRamp = {-12.5, {}};
+    cloud.style.intensityRamp = {0.0, 4000.0};
+    cloud.style.hiddenClasses.set(0).set(7).set(255);
     ProjectLayer roads;
     roads.file = file.parent_path().parent_path() / "land.gpkg";
     roads.part = "roads";
     roads.style.shown = false;
-    roads.style.features = {3.0, 5.0, {12.0, 6.0}, 1.5, "star"};
+    roads.style.features = {3.0, 5.0, {12.0, 6.0}, 1.5, "star", 14.0};
+    roads.style.opacity = 0.25;
+    roads.style.color = Rgb{255, 128, 7};
     roads.style.fillOpacity = 0.4;
     project.layers = {roads, cloud};
     return project;
@@ -110,6 +115,8 @@ INSTANTIATE_TEST_SUITE_P(
                               "/layers/1/style/fillOpacity is 3, not from 0 to 1"},
                     FaultCase{"unknownWord", DocumentWith(R"("view": {"camera": "side"})"),
                               "/view/camera is 'side', which is not known there"},
+                    FaultCase{"noColor", DocumentWith(R"("layers": [{"style": {"color": "#ff80"}}])"),
+                              "/layers/0/style/color is '#ff80', which is no colour such as \"#ff8000\""},
                     FaultCase{"boxTurnedOver", DocumentWith(R"("view": {"box": [5, 0, 1, 1]})"),
                               "/view/box is no box: the first corner is the lower one"},
                     FaultCase{"farAway", DocumentWith(R"("view": {"eye": {"position": [1e300, 0, 0]}})"),
