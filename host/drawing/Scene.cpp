@@ -274,6 +274,25 @@ void Scene::WaitUntilRead() {
     Update();
 }
 
+void Scene::StopReading() {
+    for (const Cloud& cloud : m_clouds) {
+        cloud.cloud->StopReading();
+    }
+}
+
+bool Scene::WasStopped() const {
+    return std::any_of(m_clouds.begin(), m_clouds.end(), [](const Cloud& cloud) { return cloud.cloud->WasStopped(); });
+}
+
+std::optional<Scene::CloudReading> Scene::GetReading() const {
+    for (const Cloud& cloud : m_clouds) {
+        if (cloud.cloud->IsReading()) {
+            return CloudReading{cloud.source.name, cloud.cloud->GetProgress()};
+        }
+    }
+    return std::nullopt;
+}
+
 std::string Scene::GetProblem() const {
     const std::vector<std::string> problems = GetProblems();
     return problems.empty() ? std::string() : problems.front();

@@ -104,6 +104,16 @@ public:
     int GetLabelVersion() const { return m_labelVersion; }
     bool IsReading() const;
     void WaitUntilRead();
+    /// Ends the reading of clouds, which keep the points that they have.
+    void StopReading();
+    /// Whether a cloud lacks points for that reason.
+    bool WasStopped() const;
+    /// How far the first cloud that is read has come; nothing where none is.
+    struct CloudReading {
+        std::string name;
+        ReadingState state;
+    };
+    std::optional<CloudReading> GetReading() const;
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
     std::vector<std::string> GetProblems() const; ///< of all clouds

@@ -255,7 +255,7 @@ SceneLoading::SceneLoading(Scene& scene, const ViewerOptions& options)
 }
 
 SceneLoading::~SceneLoading() {
-    Stop();
+    StopThread();
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -265,7 +265,7 @@ void SceneLoading::Add(const std::vector<std::filesystem::path>& files) {
     const std::vector<std::filesystem::path> ordered = PutGlobeLast(files);
     const std::lock_guard lock(m_mutex);
     m_queue.insert(m_queue.end(), ordered.begin(), ordered.end());
-    m_fileCount += files.size();
+    m_fileCount = (m_isRunning ? m_fileCount : 0) + files.size();
     if (!m_isRunning && (!m_queue.empty() || m_wantsRelief)) {
         if (m_thread.joinable()) {
             m_thread.join(); // it has found the queue empty
@@ -281,14 +281,38 @@ bool SceneLoading::IsLoading() const {
 }
 
 void SceneLoading::Stop() {
+    StopThread();
+    Update(); // clouds that are on their way to the scene are read there already
+    m_scene.StopReading();
+}
+
+void SceneLoading::StopThread() {
     const std::lock_guard lock(m_mutex);
+    if (m_isRunning && m_progress) {
+        m_progress->Stop();
+    }
+    m_wantsRelief = false;
+    if (m_queue.empty()) {
+        return;
+    }
+    std::string names;
+    for (const std::filesystem::path& file : m_queue) {
+        names += (names.empty() ? "" : ", ") + NameOf(file);
+    }
+    m_wasStopped = true;
+    m_additions.emplace_back([names](Scene& scene) { scene.AddRemark(names + ": not read, the reading was stopped"); });
     m_fileCount -= m_queue.size();
     m_queue.clear();
 }
 
+bool SceneLoading::WasStopped() const {
+    const std::lock_guard lock(m_mutex);
+    return m_wasStopped || m_scene.WasStopped();
+}
+
 SceneLoading::Progress SceneLoading::GetProgress() const {
     const std::lock_guard lock(m_mutex);
-    return {m_current, m_fileCount - m_queue.size(), m_fileCount};
+    return {m_current, m_fileCount - m_queue.size(), m_fileCount, m_progress ? m_progress->GetState() : ReadingState()};
 }
 
 void SceneLoading::Update() {
@@ -329,7 +353,10 @@ void SceneLoading::Run() {
     }
     while (const std::optional<std::filesystem::path> file = TakeNext()) {
         try {
+            const ReadingScope scope(m_progress); // which only this thread replaces
             m_loader->AddFile(*file);
+        } catch (const ReadingStopped&) {
+            NoteStopped();
         } catch (const std::exception& error) {
             note(error.what());
         }
@@ -352,7 +379,18 @@ std::optional<std::filesystem::path> SceneLoading::TakeNext() {
     const std::filesystem::path file = std::move(m_queue.front());
     m_queue.pop_front();
     m_current = NameOf(file);
+    m_progress = std::make_shared<ReadingProgress>();
+    m_progress->Begin("opening");
     return file;
+}
+
+/// The file that is being read will not be shown.
+void SceneLoading::NoteStopped() {
+    const std::lock_guard lock(m_mutex);
+    m_wasStopped = true;
+    m_additions.emplace_back([name = m_current](Scene& scene) {
+        scene.AddRemark(name + ": not shown, the reading was stopped before its end");
+    });
 }
 
 } // namespace OrrinViewer

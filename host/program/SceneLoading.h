@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ViewerOptions.h"
+#include "data/ReadingProgress.h"
 #include "drawing/Scene.h"
 
 #include <cstddef>
@@ -34,8 +35,11 @@ public:
 
     /// Reads these after those that are still to be read.
     void Add(const std::vector<std::filesystem::path>& files);
-    /// Gives up the files that are still to be read.
+    /// Ends the reading: of files that have not been read to their end nothing comes to the scene, but of clouds the
+    /// points so far. The scene's remarks tell what is missing.
     void Stop();
+    /// Whether something is missing for that reason.
+    bool WasStopped() const;
     /// Whether more is to come by Update. Clouds are read on after that, see Scene::IsReading.
     bool IsLoading() const;
     /// Brings what has been read to the scene, whose version is another one then.
@@ -46,6 +50,7 @@ public:
         std::string name;           ///< of the file that is being read, UTF-8
         std::size_t fileNumber = 0; ///< of that file, from 1
         std::size_t fileCount = 0;
+        ReadingState state;
     };
     Progress GetProgress() const;
     /// What was wrong with files, a line each.
@@ -55,7 +60,9 @@ private:
     using Addition = std::function<void(Scene& scene)>;
 
     void Run();
+    void StopThread();
     std::optional<std::filesystem::path> TakeNext();
+    void NoteStopped();
 
     Scene& m_scene;
     const ViewerOptions& m_options;
@@ -64,7 +71,9 @@ private:
     mutable std::mutex m_mutex; ///< of all that follows
     std::deque<std::filesystem::path> m_queue;
     std::string m_current;
-    std::size_t m_fileCount = 0;
+    std::shared_ptr<ReadingProgress> m_progress; ///< of that
+    std::size_t m_fileCount = 0;                 ///< since nothing was to be read
+    bool m_wasStopped = false;
     std::vector<Addition> m_additions;
     std::vector<std::string> m_faults;
     bool m_wantsRelief; ///< a computed one, once everything else is there
