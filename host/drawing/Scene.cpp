@@ -102,6 +102,13 @@ void Scene::ShadeRasters(RasterLayer shade, double strength) {
     ++m_version;
 }
 
+void Scene::Clear() {
+    m_shade.reset();
+    m_remarks.clear();
+    VisitKinds(*this, [](auto& layers) { layers.clear(); });
+    NoteChange(LayerKind::Features); // with labels, as the one that concerns most
+}
+
 bool Scene::RemoveLayer(LayerId id) {
     std::optional<LayerKind> kind;
     VisitKinds(*this, [&](auto& layers) {
@@ -392,8 +399,11 @@ void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orient
 }
 
 void Scene::HoldEverything(KTR::COpenGLView& view) const {
-    if (!m_extent.IsEmpty()) {
-        view.SetViewModelExtents(PointOf(m_extent.low), PointOf(m_extent.high));
+    const Extent box = m_extent.WithHeights();
+    if (!box.IsEmpty()) {
+        // Until there was data, nobody knew where it would be.
+        view.ChooseCoordinateOffsets(PointOf(box.low), PointOf(box.high));
+        view.SetViewModelExtents(PointOf(box.low), PointOf(box.high));
     }
 }
 
@@ -496,6 +506,11 @@ void Scene::Forget(const KTR::COpenGLView& view) {
 
 void Scene::RaiseSun(double degrees) {
     m_sunAltitudeDegrees = std::clamp(m_sunAltitudeDegrees + degrees, 0.0, 90.0);
+}
+
+void Scene::SetSun(double azimuthDegrees, double altitudeDegrees) {
+    m_sunAzimuthDegrees = azimuthDegrees;
+    m_sunAltitudeDegrees = std::clamp(altitudeDegrees, 0.0, 90.0);
 }
 
 void Scene::ReleaseGeometry() {

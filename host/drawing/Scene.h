@@ -73,6 +73,8 @@ public:
     LayerId AddVectorLayer(VectorLayer layer, LayerSource source = {});
     /// Shades all rasters by this one; how strongly is 0 to 1.
     void ShadeRasters(RasterLayer shade, double strength);
+    /// Removes all layers, what shades rasters, and what there was to tell.
+    void Clear();
     /// False where there is no such layer, here and below.
     bool RemoveLayer(LayerId id);
 
@@ -124,9 +126,12 @@ public:
 
     /// Without units they are those that a file tells, or degrees where coordinates look like that.
     void SetUnits(std::optional<MapUnits> units) { m_units = units; }
+    const std::optional<MapUnits>& GetUnitsSet() const { return m_units; }
     MapUnits GetUnits() const;
     /// Of the coordinates, for a person to read; empty where no file tells it.
     std::string GetSystemName() const { return NameOf(FindUnits(ListPlaced())); }
+    /// The same in the EPSG register; 0 where no file tells it.
+    int GetSystemCode() const { return FindUnits(ListPlaced()).code; }
     /// What heights have to be multiplied by to be as large as the map's units are.
     double GetHeightScale() const;
     /// Features are labelled with this property; empty: with none.
@@ -155,6 +160,9 @@ public:
     /// far as the zenith.
     void TurnSun(double degrees) { m_sunAzimuthDegrees += degrees; }
     void RaiseSun(double degrees);
+    void SetSun(double azimuthDegrees, double altitudeDegrees);
+    double GetSunAzimuth() const { return m_sunAzimuthDegrees; }
+    double GetSunAltitude() const { return m_sunAltitudeDegrees; }
     /// Clouds seen in perspective are shaded by their depths, where the pipeline can.
     void ShadeClouds(bool on) { m_shadesClouds = on; }
     bool ShadesClouds() const { return m_shadesClouds; }
@@ -163,7 +171,7 @@ public:
 
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
-    /// Has the view cut off nothing of everything, and leaves alone what it shows.
+    /// Has the view cut off nothing of everything and lose no digits of it, and leaves alone what it shows.
     void HoldEverything(KTR::COpenGLView& view) const;
     /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
     /// budget allows. The view's main context must be current, here and below.

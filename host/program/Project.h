@@ -43,7 +43,8 @@ struct ProjectEye {
 /// What a window showed.
 struct ProjectView {
     Camera camera = Camera::Map;
-    Extent box; ///< of the data; what is read again may take a while
+    Extent box;                 ///< of the data; what is read again may take a while
+    double zExaggeration = 1.0; ///< of heights, so that they are in the map's units and as steep as was asked for
     /// Left, bottom, right and top, in units of the map; not in perspective.
     std::optional<std::array<double, 4>> extents;
     std::optional<ProjectEye> eye; ///< in perspective

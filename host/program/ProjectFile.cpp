@@ -107,6 +107,7 @@ requires std::is_same_v<std::remove_const_t<View>, ProjectView>
 void VisitMembers(View& view, const Visit& visit) {
     visit("camera", view.camera);
     visit("box", view.box);
+    visit("heightScale", view.zExaggeration, Limits{1e-9, 1e9});
     visit("extents", view.extents);
     visit("eye", view.eye);
 }

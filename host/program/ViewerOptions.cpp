@@ -231,7 +231,8 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);
-        if (files.empty() && options.computedSide == 0) {
+        const bool isForPerson = options.frames == 0 && screenshot.empty();
+        if (files.empty() && options.computedSide == 0 && !isForPerson) {
             throw CLI::RequiredError("A file to show");
         }
         if (!area.empty()) {

@@ -45,12 +45,16 @@ ViewerSession::~ViewerSession() {
 }
 
 bool ViewerSession::Open() {
+    const std::optional<ProjectView> view = m_document.TakeView();
     for (int window = 0; window < m_options.windows; ++window) {
         m_windows.push_back(std::make_unique<ViewerWindow>(m_scene, m_options, *this));
         if (!m_windows.back()->Open(window * kOffsetPixels)) {
             return false;
         }
         ++m_openWindows;
+        if (view && !m_options.area) {
+            m_windows.back()->ShowView(*view);
+        }
     }
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Document.h"
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
 #include "ViewerOptions.h"
@@ -15,8 +16,8 @@ namespace OrrinViewer {
 /// first of them.
 class ViewerSession {
 public:
-    ViewerSession(Scene& scene, SceneLoading& loading, const ViewerOptions& options)
-        : m_scene(scene), m_loading(loading), m_options(options) {}
+    ViewerSession(Scene& scene, SceneLoading& loading, Document& document, const ViewerOptions& options)
+        : m_scene(scene), m_loading(loading), m_document(document), m_options(options) {}
     ~ViewerSession();
     ViewerSession(const ViewerSession&) = delete;
     ViewerSession& operator=(const ViewerSession&) = delete;
@@ -31,6 +32,9 @@ public:
     void UpdateScene();
     /// Whether more is to come.
     bool IsReading() const { return m_loading.IsLoading() || m_scene.IsReading(); }
+
+    /// What is open, for titles.
+    const Document& GetDocument() const { return m_document; }
 
     /// How the scene is drawn has changed, which every window shows.
     void RedrawAll();
@@ -49,6 +53,7 @@ private:
 
     Scene& m_scene;
     SceneLoading& m_loading;
+    Document& m_document;
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
     std::unique_ptr<ProfileWindow> m_profile;

@@ -1,5 +1,6 @@
 #include "ViewerWindow.h"
 
+#include "SceneProject.h"
 #include "Screenshot.h"
 #include "ViewerSession.h"
 #include "drawing/PixelDrawing.h"
@@ -136,6 +137,17 @@ void ViewerWindow::Present() {
 void ViewerWindow::SaveFrame(const std::filesystem::path& path) {
     m_view->MakeCurrent(KTR::GLContextMain);
     SaveScreenshot(*m_view, m_width, m_height, path);
+}
+
+void ViewerWindow::ShowView(const ProjectView& view) {
+    if (!m_view->MakeCurrent(KTR::GLContextMain)) {
+        return;
+    }
+    CancelBand();
+    ShowProjectView(*m_view, view);
+    m_scene.HoldEverything(*m_view);
+    m_isNavigated = true;
+    Redraw();
 }
 
 void ViewerWindow::ShowSceneAnew() {
@@ -343,7 +355,8 @@ void ViewerWindow::Redraw() {
 }
 
 void ViewerWindow::UpdateTitle() const {
-    std::wstring title = L"OrrinViewer";
+    const std::string name = m_session.GetDocument().GetName();
+    std::wstring title = name.empty() ? L"OrrinViewer" : WideText(name) + L" - OrrinViewer";
     // What there is none of has no place there, such as points of a map of outlines.
     if (m_scene.CountPoints() > 0 || m_scene.IsReading()) {
         title +=

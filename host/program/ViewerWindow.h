@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NativeWindow.h"
+#include "Project.h"
 #include "ViewerOptions.h"
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
@@ -47,6 +48,8 @@ public:
     /// Saves the back buffer. Throws FileError when the file cannot be written.
     void SaveFrame(const std::filesystem::path& path);
 
+    /// Shows what a project's window showed.
+    void ShowView(const ProjectView& view);
     /// The scene is drawn in another way than before.
     void ShowSceneAnew();
     /// Only what lies over the frame has changed.

@@ -19,6 +19,7 @@ Project MakeProject(const std::filesystem::path& file) {
     project.settings = {"EPSG:25832", MapUnits::UsSurveyFeet, 2.5, 300.0, 20.0, false, "größe \"m\"\n"};
     project.view = ProjectView{Camera::Perspective,
                                Extent{{500'000.25, 4'500'000.1, -3.0}, {500'100.0, 4'500'060.0, 1e-7}},
+                               2.5,
                                {},
                                ProjectEye{{1.0, 2.0, 3.5}, {4.0, 5.0, 6.0}, {0.0, 0.6, 0.8}, 35.0}};
     ProjectLayer cloud;
@@ -57,6 +58,7 @@ TEST(ProjectFile, WhatIsWrittenIsRead) {
     EXPECT_EQ(read.settings.labelProperty, project.settings.labelProperty);
     ASSERT_TRUE(read.view && read.view->eye);
     EXPECT_EQ(read.view->camera, Camera::Perspective);
+    EXPECT_EQ(read.view->zExaggeration, 2.5);
     EXPECT_EQ(read.view->box.low, project.view->box.low);
     EXPECT_EQ(read.view->box.high, project.view->box.high);
     EXPECT_EQ(read.view->eye->position, project.view->eye->position);
