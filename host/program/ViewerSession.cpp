@@ -56,6 +56,9 @@ bool ViewerSession::Open() {
             m_windows.back()->ShowView(*view);
         }
     }
+    if (m_options.frames == 0) {
+        m_panel.Show(m_windows.front()->Handle());
+    }
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "Document.h"
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
+#include "SidePanel.h"
 #include "ViewerOptions.h"
 #include "ViewerWindow.h"
 #include "drawing/Scene.h"
@@ -40,6 +41,9 @@ public:
     void RedrawAll();
     void NoteClosed();
 
+    /// The controls beside a map; they are of all windows together.
+    SidePanel& GetPanel() { return m_panel; }
+
     /// Shows the profile along a line that was drawn in one of the windows.
     void ShowProfile(std::vector<Position> line, HWND drawnIn);
     /// The profile's window; null while there is none to be seen.
@@ -56,6 +60,7 @@ private:
     Document& m_document;
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
+    SidePanel m_panel;
     std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
 };
