@@ -47,6 +47,16 @@ struct LayerInfo {
     LayerStyle style;
 };
 
+/// A part of what a view shows, enlarged: the rectangle, in the view's pixels from the lower left of its viewport,
+/// which it may exceed, fills the viewport. What is drawn in pixels is larger by `scale`.
+struct EnlargedPart {
+    double scale = 1.0;
+    double left = 0.0;
+    double bottom = 0.0;
+    double width = 1.0;
+    double height = 1.0;
+};
+
 /// The file of a cloud, to be read once more for a profile, and the colours that its points have at present.
 struct CloudSource {
     LayerId id = 0;
@@ -182,6 +192,10 @@ public:
     void DrawShapes(KTR::COpenGLView& view);
     /// All of it at once, however long it takes.
     void Draw(KTR::COpenGLView& view);
+    /// The same of a part, for pictures that are larger than the view.
+    void DrawEnlarged(KTR::COpenGLView& view, const EnlargedPart& part);
+    /// How far what is drawn in pixels reaches beyond the places that it belongs to.
+    double FindReach(const KTR::COpenGLView& view) const;
     /// What profiles are made of: the clouds that are shown.
     std::vector<CloudSource> ListClouds() const;
     /// The height of the relief there; NaN where there is none.
@@ -250,6 +264,8 @@ private:
     static void ColorCloud(const Cloud& cloud);
     ColorMode GetColorMode() const;
     double PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) const;
+    double Scale() const { return m_part ? m_part->scale : 1.0; }
+    void LoadPartOfCamera(KTR::COpenGLView& view) const;
     std::vector<PlacedLayer> ListPlaced() const;
     double GroundHeight() const;
     void LoadCamera(KTR::COpenGLView& view);
@@ -286,6 +302,7 @@ private:
     double m_sunAzimuthDegrees = 315.0; ///< from north
     double m_sunAltitudeDegrees = 45.0;
     bool m_shadesClouds = true;
+    std::optional<EnlargedPart> m_part; ///< of the frame that is being drawn
 };
 
 } // namespace OrrinViewer

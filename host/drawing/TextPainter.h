@@ -15,7 +15,10 @@ namespace OrrinViewer {
 class TextPainter {
 public:
     /// Makes the font; `points` is its size on the screen.
-    TextPainter(const std::wstring& face, int points);
+    TextPainter(const std::wstring& face, int points) : TextPainter(face, points, 1.0, false) {}
+    /// For a picture whose texts are so many times larger. `stretches`: what is very large is stretched from smaller
+    /// letters, as it has to be on a context with programs, whose fonts keep all their letters in one texture.
+    TextPainter(const std::wstring& face, int points, double scale, bool stretches);
     ~TextPainter();
     TextPainter(const TextPainter&) = delete;
     TextPainter& operator=(const TextPainter&) = delete;
@@ -38,6 +41,8 @@ private:
     HFONT m_font = nullptr;
     HGDIOBJ m_previousFont = nullptr;
     TEXTMETRICW m_metrics{};
+    double m_stretch = 1.0;   ///< of the font's letters
+    double m_edgePixels;      ///< of a letter that is not stretched
     unsigned int m_lists = 0; ///< on contexts without programs
     bool m_loaded = false;
 };

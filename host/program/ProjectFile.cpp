@@ -61,6 +61,13 @@ constexpr std::span<const char* const> WordsFor(LayerKind) {
 
 // The members of each object, for reading and for writing.
 
+template <typename Ends, typename Visit>
+requires std::is_same_v<std::remove_const_t<Ends>, RampEnds>
+void VisitMembers(Ends& ends, const Visit& visit) {
+    visit("low", ends.low);
+    visit("high", ends.high);
+}
+
 template <typename Style, typename Visit>
 requires std::is_same_v<std::remove_const_t<Style>, LayerStyle>
 void VisitMembers(Style& style, const Visit& visit) {

@@ -2,6 +2,7 @@
 
 #include "files/ImageFile.h"
 #include "files/PathText.h"
+#include "files/PictureFile.h"
 #include "files/TextParsing.h"
 #include "map/SymbolNames.h"
 
@@ -101,6 +102,26 @@ std::vector<double> NumbersFromText(const char* option, const std::string& text)
     return numbers;
 }
 
+/// "4000x3000".
+PictureSize PictureSizeFromText(const std::string& text) {
+    const std::size_t cross = text.find('x');
+    const auto side = [](const std::string& word) {
+        const std::optional<double> number = ParseNumber(word);
+        return number && *number == std::floor(*number) && *number >= 1.0 && *number <= kLargestPictureSide
+                   ? static_cast<int>(*number)
+                   : 0;
+    };
+    const PictureSize size = cross == std::string::npos
+                                 ? PictureSize()
+                                 : PictureSize{side(text.substr(0, cross)), side(text.substr(cross + 1))};
+    if (size.widthPixels == 0 || size.heightPixels == 0) {
+        throw CLI::ValidationError("--picture-size", "takes a width and a height of up to " +
+                                                         std::to_string(kLargestPictureSide) +
+                                                         " pixels, such as 4000x3000, not '" + text + "'");
+    }
+    return size;
+}
+
 /// "west,south,east,north".
 Extent AreaFromText(const std::string& text) {
     const std::vector<double> numbers = NumbersFromText("--area", text);
@@ -125,6 +146,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     double cellSize = 0.0;
     std::string area;
     std::string dashes;
+    std::string pictureSize;
 
     CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
                  "JPEG) and vectors (GeoJSON).",
@@ -227,6 +249,10 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
          "Saves the last frame and ends, as PNG or JPEG by the ending of the name; further windows with -2, -3, ...",
          "FILE");
 
+    text("--picture-size", pictureSize,
+         "Size of the screenshot, which may be larger than any screen: the window enlarged, with its texts and lines",
+         "WIDTHxHEIGHT");
+
     // The parser takes the arguments from the back.
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
@@ -237,6 +263,12 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         }
         if (!area.empty()) {
             options.area = AreaFromText(area);
+        }
+        if (!pictureSize.empty()) {
+            options.pictureSize = PictureSizeFromText(pictureSize);
+            if (screenshot.empty()) {
+                throw CLI::ValidationError("--picture-size", "needs --screenshot");
+            }
         }
         if (!dashes.empty()) {
             options.features.dashesPixels = NumbersFromText("--dash", dashes);

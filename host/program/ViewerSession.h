@@ -34,6 +34,10 @@ public:
     /// Whether more is to come.
     bool IsReading() const { return m_loading.IsLoading() || m_scene.IsReading(); }
 
+    /// Opens files beside what there is, or in place of it.
+    void OpenFiles(const std::vector<std::filesystem::path>& files, bool replaces);
+    /// Writes a project. Throws FileError.
+    void SaveProject(const std::filesystem::path& path, const std::optional<ProjectView>& view);
     /// What is open, for titles.
     const Document& GetDocument() const { return m_document; }
 

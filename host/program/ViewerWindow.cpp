@@ -95,6 +95,9 @@ bool ViewerWindow::Open(int offsetPixels) {
     GetWindowRect(m_window, &frame);
     SetWindowPos(m_window, nullptr, frame.left + offsetPixels, frame.top + offsetPixels, 0, 0,
                  SWP_NOSIZE | SWP_NOZORDER);
+    if (m_options.frames == 0) {
+        SetUpMenu(); // for a person
+    }
     ShowWindow(m_window, SW_SHOW);
     if (!m_view->CreateContext(GetDC(m_window), true, KTR::GLContextMain, L"OrrinViewer", 0,
                                KTR::AccelerationHardware)) {
@@ -148,6 +151,19 @@ void ViewerWindow::ShowView(const ProjectView& view) {
     m_scene.HoldEverything(*m_view);
     m_isNavigated = true;
     Redraw();
+}
+
+void ViewerWindow::Forget() {
+    m_measured.reset();
+    SetTool(Tool::Look);
+    m_isNavigated = false;
+    Redraw();
+}
+
+void ViewerWindow::ExpectScene() {
+    SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+    Redraw();
+    UpdateTitle();
 }
 
 void ViewerWindow::ShowSceneAnew() {
