@@ -1,8 +1,10 @@
 #include "CloudReader.h"
 
+#include "ReadingProgress.h"
 #include "WideColors.h"
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 namespace OrrinViewer {
@@ -30,6 +32,8 @@ PointCloud ReadAllPoints(CloudReader& reader) {
     cloud.classes.reserve(fields.classes ? count : 0);
     cloud.intensities.reserve(fields.intensities ? count : 0);
 
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("reading", "points");
     WideColors colors(cloud.colors);
     std::vector<CloudPoint> points(count > 0 ? std::min(kPointsAtOnce, count) : kPointsAtOnce);
     for (std::size_t read = points.size(); read == points.size() && read > 0;) {
@@ -48,6 +52,7 @@ PointCloud ReadAllPoints(CloudReader& reader) {
                 cloud.intensities.push_back(point.intensity);
             }
         }
+        progress->Count(cloud.positions.size());
     }
     if (fields.zeroIsAbsent) {
         DropWhenAllZero(cloud.colors);

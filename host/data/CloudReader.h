@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -26,8 +27,11 @@ public:
     virtual std::uint64_t GetPointCount() const = 0;
     /// The box that the file promises its points to be in; empty where it promises none.
     virtual Extent GetPromisedExtent() const { return {}; }
-    /// Fills in the next points and returns how many; fewer than there is room for only at the end. Throws FileError.
+    /// Fills in the next points and returns how many; fewer than there is room for only at the end. Throws FileError,
+    /// and ReadingStopped.
     virtual std::size_t Read(std::span<CloudPoint> points) = 0;
+    /// How much of the file has been read, 0 to 1, where the points do not tell that.
+    virtual std::optional<double> GetShareRead() const { return std::nullopt; }
     /// What the file says of its coordinates' system.
     virtual CoordinateSystem GetSystem() const { return {}; }
     /// What is not as it should be with a file that can be shown all the same; empty where nothing is.

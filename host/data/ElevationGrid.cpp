@@ -1,8 +1,10 @@
 #include "ElevationGrid.h"
 
 #include "Outliers.h"
+#include "ReadingProgress.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace OrrinViewer {
 
@@ -100,7 +102,10 @@ Position FindNormal(const ElevationGrid& grid, std::size_t column, std::size_t r
 
 std::vector<std::array<GridCorner, 3>> FindTriangles(const ElevationGrid& grid) {
     std::vector<std::array<GridCorner, 3>> triangles;
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("making triangles");
     for (std::size_t row = 0; row + 1 < grid.rows; ++row) {
+        progress->Reach(row, grid.rows);
         for (std::size_t column = 0; column + 1 < grid.columns; ++column) {
             // From the south-west, counter-clockwise.
             const std::array<GridCorner, 4> around = {

@@ -14,6 +14,7 @@ struct LayerSource {
     std::string name; ///< what people know the file by
     CoordinateSystem system;
     std::filesystem::path file{}; ///< empty for what no file holds
+    std::string part{};           ///< the layer's name in a file of several
 };
 
 /// A layer and the box around it.

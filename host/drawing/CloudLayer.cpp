@@ -3,6 +3,7 @@
 #include "map/MapTicks.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <exception>
 #include <mutex>
@@ -42,9 +43,12 @@ KTR::PointCloudLimits Limits() {
 struct CloudLayer::Progress {
     explicit Progress(const CloudFields& fields) : survey(fields) {}
 
-    std::mutex mutex; ///< of all that follows
+    std::atomic<bool> isUnwanted = false; ///< nobody wants the rest
+    std::mutex mutex;                     ///< of all that follows
     CloudSurvey survey;
     std::uint64_t skipped = 0;
+    std::optional<double> share; ///< of the file
+    bool wasStopped = false;
     std::string problem;
 };
 
@@ -59,7 +63,9 @@ public:
     long Read(KTR::PointCloudPoint* points, std::size_t capacity, std::size_t& count) override {
         try {
             m_points.resize(capacity);
-            count = m_reader->Read(m_points);
+            count = m_progress->isUnwanted ? Stop() : m_reader->Read(m_points);
+        } catch (const ReadingStopped&) {
+            count = Stop();
         } catch (const std::exception& error) {
             const std::lock_guard lock(m_progress->mutex);
             m_progress->problem = error.what();
@@ -77,10 +83,19 @@ public:
         const std::lock_guard lock(m_progress->mutex);
         m_progress->survey.Add(std::span(m_points).first(count));
         m_progress->skipped = m_reader->CountSkipped();
+        m_progress->share = m_reader->GetShareRead();
         return S_OK;
     }
+    void Cancel() override { m_progress->isUnwanted = true; }
 
 private:
+    /// No more points.
+    std::size_t Stop() {
+        const std::lock_guard lock(m_progress->mutex);
+        m_progress->wasStopped = true;
+        return 0;
+    }
+
     std::unique_ptr<CloudReader> m_reader;
     std::shared_ptr<Progress> m_progress;
     std::vector<CloudPoint> m_points;
@@ -90,6 +105,27 @@ CloudLayer::CloudLayer(std::unique_ptr<CloudReader> reader, std::string name)
     : m_progress(std::make_shared<Progress>(reader->GetFields())), m_name(std::move(name)),
       m_warning(reader->GetWarning()), m_promisedExtent(reader->GetPromisedExtent()),
       m_layer(std::make_unique<Feed>(std::move(reader), m_progress), Limits()) {}
+
+void CloudLayer::StopReading() {
+    m_progress->isUnwanted = true;
+}
+
+bool CloudLayer::WasStopped() const {
+    const std::lock_guard lock(m_progress->mutex);
+    return m_progress->wasStopped;
+}
+
+ReadingState CloudLayer::GetProgress() const {
+    const KTR::PointCloudState layer = m_layer.GetState();
+    ReadingState state{"reading", std::nullopt, layer.pointsRead, "points"};
+    const std::lock_guard lock(m_progress->mutex);
+    state.share = m_progress->share;
+    if (!state.share && layer.pointCount > 0) {
+        const std::uint64_t done = layer.pointsRead + m_progress->skipped;
+        state.share = std::min(static_cast<double>(done) / static_cast<double>(layer.pointCount), 1.0);
+    }
+    return state;
+}
 
 std::string CloudLayer::GetProblem() const {
     const long result = m_layer.GetState().result;
@@ -108,7 +144,12 @@ std::vector<std::string> CloudLayer::GetRemarks() const {
     if (!m_warning.empty()) {
         add(m_warning);
     }
+    const KTR::PointCloudState layer = m_layer.GetState();
     const std::lock_guard lock(m_progress->mutex);
+    if (m_progress->wasStopped) {
+        const std::string whole = layer.pointCount > 0 ? " of " + FormatCount(layer.pointCount) : std::string();
+        add("stopped after " + FormatCount(layer.pointsRead) + whole + " points");
+    }
     if (m_progress->skipped > 0) {
         add(FormatCount(m_progress->skipped) +
             " points were skipped: withdrawn by the file's maker or without a position");

@@ -2,6 +2,7 @@
 
 #include "SceneColors.h"
 #include "data/CloudReader.h"
+#include "data/ReadingProgress.h"
 
 #include <OrrinDisplay.h>
 #include <clouds/PointCloudLayer.h>
@@ -32,6 +33,12 @@ public:
     /// that the file promised.
     Extent GetExtent() const { return m_traits.extent.IsEmpty() ? m_promisedExtent : m_traits.core.extent; }
     bool IsReading() const { return m_layer.GetState().reading; }
+    /// Ends the reading; what has been read stays.
+    void StopReading();
+    /// Whether that came before all points were there.
+    bool WasStopped() const;
+    /// How far the reading has come.
+    ReadingState GetProgress() const;
     std::uint64_t CountPoints() const { return m_layer.GetState().pointsRead; }
     /// Why there are no more points than those read; empty while nothing went wrong.
     std::string GetProblem() const;

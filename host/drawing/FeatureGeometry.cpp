@@ -56,17 +56,17 @@ void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer
     view.Disable(GL_BLEND);
 }
 
-void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer,
+void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer, double scale,
                                    const GroundPosition& onTheGround) {
     if (!m_hasOutlines) {
         AddOutlines(view, layer, onTheGround);
     }
-    view.LineWidth(kOutlineWidthPixels);
+    view.LineWidth(kOutlineWidthPixels * static_cast<float>(scale));
     EnableColors(view, KTR::GLShaderLine);
     view.DrawGeometry(m_lines);
     view.DisableClientState();
 
-    view.PointSize(kSymbolSizePixels);
+    view.PointSize(kSymbolSizePixels * static_cast<float>(scale));
     EnableColors(view, KTR::GLShaderPoint);
     view.DrawGeometry(m_symbols);
     view.DisableClientState();

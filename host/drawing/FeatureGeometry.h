@@ -16,8 +16,9 @@ public:
     /// Draws the filled areas of the features that reach into `area`.
     void DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area, std::uint8_t opacity,
                    const GroundPosition& onTheGround);
-    /// Draws lines, the outlines of areas, and symbols for points.
-    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround);
+    /// Draws lines, the outlines of areas, and symbols for points, larger by `scale` than usual.
+    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer, double scale,
+                      const GroundPosition& onTheGround);
     void Release();
 
 private:

@@ -12,6 +12,7 @@ struct FeatureStyle {
     std::vector<double> dashesPixels; ///< of roads, drawn and left out in turn
     double borderWidthPixels = 0.0;   ///< of areas
     std::string symbol;               ///< of points: circle, square, ...
+    double symbolSizePixels = 0.0;    ///< 0: what suits them
 
     bool IsPlain() const { return lineWidthPixels == 0.0 && borderWidthPixels == 0.0 && symbol.empty(); }
     bool operator==(const FeatureStyle&) const = default;

@@ -2,12 +2,46 @@
 
 #include "SceneColors.h"
 
+#include <cmath>
+
 namespace OrrinViewer {
 
+namespace {
+
+/// Lines as rectangles: no driver draws lines of any width.
+std::vector<PixelTriangle> WidenLines(const std::vector<PixelLine>& lines, double widthPixels, double scale) {
+    std::vector<PixelTriangle> triangles;
+    triangles.reserve(2 * lines.size());
+    const double half = widthPixels * 0.5 * scale;
+    for (const PixelLine& line : lines) {
+        const Position from{(line[0].x + 0.5) * scale, (line[0].y + 0.5) * scale, 0.0};
+        const Position to{(line[1].x + 0.5) * scale, (line[1].y + 0.5) * scale, 0.0};
+        const double length = std::hypot(to.x - from.x, to.y - from.y);
+        if (length == 0.0) {
+            continue;
+        }
+        const double x = (to.x - from.x) / length * half;
+        const double y = (to.y - from.y) / length * half;
+        const Position corners[] = {{from.x + y, from.y - x, 0.0},
+                                    {to.x + y, to.y - x, 0.0},
+                                    {to.x - y, to.y + x, 0.0},
+                                    {from.x - y, from.y + x, 0.0}};
+        triangles.push_back({corners[0], corners[1], corners[2]});
+        triangles.push_back({corners[0], corners[2], corners[3]});
+    }
+    return triangles;
+}
+
+} // namespace
+
 void SetUpPixelCamera(KTR::COpenGLView& view, int widthPixels, int heightPixels) {
+    SetUpPixelCamera(view, 0.0, 0.0, widthPixels, heightPixels);
+}
+
+void SetUpPixelCamera(KTR::COpenGLView& view, double left, double bottom, double width, double height) {
     view.Disable(GL_DEPTH_TEST);
     view.MatrixMode(GL_PROJECTION);
-    view.Ortho(0.0, widthPixels, 0.0, heightPixels, -1.0, 1.0);
+    view.Ortho(left, left + width, bottom, bottom + height, -1.0, 1.0);
     view.MatrixMode(GL_MODELVIEW);
     view.LoadIdentity();
 }
@@ -44,16 +78,28 @@ void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines)
     DrawPixelLines(view, lines, kLight, 1.0);
 }
 
-void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture) {
+void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture, double scale) {
     std::vector<PixelLine> outlines = furniture.lines;
     for (const PixelTriangle& triangle : furniture.triangles) {
         outlines.push_back({triangle[0], triangle[1]});
         outlines.push_back({triangle[1], triangle[2]});
         outlines.push_back({triangle[2], triangle[0]});
     }
-    DrawPixelLines(view, outlines, kDarkEdge, 3.0);
-    DrawPixelLines(view, furniture.lines, kLight, 1.0);
-    DrawPixelTriangles(view, furniture.triangles, kLight, 255);
+    if (scale == 1.0) {
+        DrawPixelLines(view, outlines, kDarkEdge, 3.0);
+        DrawPixelLines(view, furniture.lines, kLight, 1.0);
+        DrawPixelTriangles(view, furniture.triangles, kLight, 255);
+        return;
+    }
+    std::vector<PixelTriangle> triangles = furniture.triangles;
+    for (PixelTriangle& triangle : triangles) {
+        for (Position& corner : triangle) {
+            corner = {corner.x * scale, corner.y * scale, 0.0};
+        }
+    }
+    DrawPixelTriangles(view, WidenLines(outlines, 3.0, scale), kDarkEdge, 255);
+    DrawPixelTriangles(view, WidenLines(furniture.lines, 1.0, scale), kLight, 255);
+    DrawPixelTriangles(view, triangles, kLight, 255);
 }
 
 } // namespace OrrinViewer

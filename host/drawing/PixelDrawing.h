@@ -13,6 +13,8 @@ namespace OrrinViewer {
 
 /// What follows is drawn in pixels from the window's lower left, on top of everything.
 void SetUpPixelCamera(KTR::COpenGLView& view, int widthPixels, int heightPixels);
+/// The same in pixels of a larger picture, of which (left, bottom) is in the viewport's corner.
+void SetUpPixelCamera(KTR::COpenGLView& view, double left, double bottom, double width, double height);
 
 using PixelLine = std::array<Position, 2>;
 using PixelTriangle = std::array<Position, 3>;
@@ -25,7 +27,7 @@ void DrawPixelTriangles(KTR::COpenGLView& view, const std::vector<PixelTriangle>
 /// White lines with a dark edge, which show on any ground.
 void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines);
 
-/// Ticks, scale bar and north arrow without their texts.
-void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture);
+/// Ticks, scale bar and north arrow without their texts, at so many pixels for one.
+void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture, double scale = 1.0);
 
 } // namespace OrrinViewer

@@ -20,11 +20,14 @@ constexpr double kSmallestAdapted = 2.0;
 constexpr double kLargestClosed = 9.0; ///< without gaps to the next
 constexpr double kLargestAdapted = 18.0;
 constexpr double kGrowthOfSparse = 2.0; ///< pixels, each time that the spacing doubles
+/// Of what one frame shows of rasters.
+constexpr std::chrono::seconds kLongestReading(60);
 constexpr double kAzimuthDegrees = 200.0;
 constexpr double kElevationDegrees = 35.0;
 constexpr double kFieldOfViewDegrees = 40.0;
 constexpr float kShadeStrength = 0.2F;
 constexpr float kShadeRadiusPixels = 2.0F;
+constexpr float kWidestShadeRadiusPixels = 64.0F; // that the library takes
 
 PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
@@ -102,6 +105,13 @@ void Scene::ShadeRasters(RasterLayer shade, double strength) {
         m_shade->ReadAtOnce();
     }
     ++m_version;
+}
+
+void Scene::Clear() {
+    m_shade.reset();
+    m_remarks.clear();
+    VisitKinds(*this, [](auto& layers) { layers.clear(); });
+    NoteChange(LayerKind::Features); // with labels, as the one that concerns most
 }
 
 bool Scene::RemoveLayer(LayerId id) {
@@ -276,6 +286,25 @@ void Scene::WaitUntilRead() {
     Update();
 }
 
+void Scene::StopReading() {
+    for (const Cloud& cloud : m_clouds) {
+        cloud.cloud->StopReading();
+    }
+}
+
+bool Scene::WasStopped() const {
+    return std::any_of(m_clouds.begin(), m_clouds.end(), [](const Cloud& cloud) { return cloud.cloud->WasStopped(); });
+}
+
+std::optional<Scene::CloudReading> Scene::GetReading() const {
+    for (const Cloud& cloud : m_clouds) {
+        if (cloud.cloud->IsReading()) {
+            return CloudReading{cloud.source.name, cloud.cloud->GetProgress()};
+        }
+    }
+    return std::nullopt;
+}
+
 std::string Scene::GetProblem() const {
     const std::vector<std::string> problems = GetProblems();
     return problems.empty() ? std::string() : problems.front();
@@ -375,8 +404,11 @@ void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orient
 }
 
 void Scene::HoldEverything(KTR::COpenGLView& view) const {
-    if (!m_extent.IsEmpty()) {
-        view.SetViewModelExtents(PointOf(m_extent.low), PointOf(m_extent.high));
+    const Extent box = m_extent.WithHeights();
+    if (!box.IsEmpty()) {
+        // Until there was data, nobody knew where it would be.
+        view.ChooseCoordinateOffsets(PointOf(box.low), PointOf(box.high));
+        view.SetViewModelExtents(PointOf(box.low), PointOf(box.high));
     }
 }
 
@@ -392,7 +424,7 @@ CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
                             budget.milliseconds / static_cast<double>(clouds)};
     for (const Cloud& cloud : m_clouds) {
         if (cloud.style.shown) {
-            Join(frame, cloud.cloud->Draw(view, PointSizeOf(cloud, view), share));
+            Join(frame, cloud.cloud->Draw(view, Scale() * PointSizeOf(cloud, view), share));
         }
     }
     return frame;
@@ -414,7 +446,8 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
     LoadCamera(view);
     // The clouds are complete, or as far as they will be in this frame.
     const bool shades = m_shadesClouds && !m_clouds.empty() && view.IsPerspectiveSideView();
-    view.SetUpEyeDomeLighting(shades, kShadeStrength, kShadeRadiusPixels);
+    view.SetUpEyeDomeLighting(shades, kShadeStrength,
+                              std::min(kShadeRadiusPixels * static_cast<float>(Scale()), kWidestShadeRadiusPixels));
     view.DrawEyeDomeLighting();
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
@@ -430,10 +463,10 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
             continue;
         }
         if (features.style.features.IsPlain()) {
-            features.geometry.DrawOutlines(view, features.layer, GroundOf(features.layer, m_origin));
+            features.geometry.DrawOutlines(view, features.layer, Scale(), GroundOf(features.layer, m_origin));
         } else {
             // The library subtracts the offsets of shapes itself.
-            DrawStyledFeatures(view, features.layer, features.style.features, GroundOf(features.layer, {}));
+            DrawStyledFeatures(view, features.layer, features.style.features, Scale(), GroundOf(features.layer, {}));
         }
     }
 }
@@ -454,13 +487,16 @@ bool Scene::DrawRasters(KTR::COpenGLView& view) {
 
 void Scene::Draw(KTR::COpenGLView& view) {
     LoadCamera(view);
-    DrawGround(view);
+    const auto deadline = std::chrono::steady_clock::now() + kLongestReading;
+    while (!DrawGround(view) && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     // One cloud after the other: of two points at one place and height the first one shows.
     for (const Cloud& cloud : m_clouds) {
         if (!cloud.style.shown) {
             continue;
         }
-        KTR::PointCloudFrame frame = cloud.cloud->Draw(view, PointSizeOf(cloud, view), {});
+        KTR::PointCloudFrame frame = cloud.cloud->Draw(view, Scale() * PointSizeOf(cloud, view), {});
         while (!frame.complete && frame.result == S_OK) {
             if (frame.drawn == 0) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -471,6 +507,26 @@ void Scene::Draw(KTR::COpenGLView& view) {
     DrawShapes(view);
 }
 
+void Scene::DrawEnlarged(KTR::COpenGLView& view, const EnlargedPart& part) {
+    m_part = part;
+    Draw(view);
+    m_part.reset();
+}
+
+double Scene::FindReach(const KTR::COpenGLView& view) const {
+    constexpr double kOwnReach = 16.0; // of outlines, symbols and shades
+    double reach = kOwnReach;
+    for (const Cloud& cloud : m_clouds) {
+        reach = std::max(reach, PointSizeOf(cloud, view));
+    }
+    for (const Features& features : m_features) {
+        const FeatureStyle& style = features.style.features;
+        reach = std::max(
+            {reach, style.lineWidthPixels, style.casingWidthPixels, style.borderWidthPixels, style.symbolSizePixels});
+    }
+    return reach;
+}
+
 void Scene::Forget(const KTR::COpenGLView& view) {
     for (const Cloud& cloud : m_clouds) {
         cloud.cloud->Forget(view);
@@ -479,6 +535,11 @@ void Scene::Forget(const KTR::COpenGLView& view) {
 
 void Scene::RaiseSun(double degrees) {
     m_sunAltitudeDegrees = std::clamp(m_sunAltitudeDegrees + degrees, 0.0, 90.0);
+}
+
+void Scene::SetSun(double azimuthDegrees, double altitudeDegrees) {
+    m_sunAzimuthDegrees = azimuthDegrees;
+    m_sunAltitudeDegrees = std::clamp(altitudeDegrees, 0.0, 90.0);
 }
 
 void Scene::ReleaseGeometry() {
@@ -519,6 +580,23 @@ std::vector<PlacedLayer> Scene::ListPlaced() const {
 void Scene::LoadCamera(KTR::COpenGLView& view) {
     view.LoadViewMatrices();
     view.GetCurrentCoordinateOffset(m_origin.x, m_origin.y);
+    if (m_part) {
+        LoadPartOfCamera(view);
+    }
+}
+
+/// Makes the part of the window fill it.
+void Scene::LoadPartOfCamera(KTR::COpenGLView& view) const {
+    const glm::dvec4 viewport = view.GetViewport();
+    glm::dmat4 enlarge(1.0);
+    enlarge[0][0] = viewport.z / m_part->width;
+    enlarge[1][1] = viewport.w / m_part->height;
+    enlarge[3][0] = (viewport.z - 2.0 * m_part->left - m_part->width) / m_part->width;
+    enlarge[3][1] = (viewport.w - 2.0 * m_part->bottom - m_part->height) / m_part->height;
+    const glm::dmat4 projection = enlarge * view.GetMatrix(GL_PROJECTION);
+    view.MatrixMode(GL_PROJECTION);
+    view.ReplaceCurrentMatrix(projection);
+    view.MatrixMode(GL_MODELVIEW);
 }
 
 /// Gives the lines of layers without heights as many positions as it takes to follow the reliefs.
@@ -608,6 +686,11 @@ Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
     Position low;
     Position high;
     view.GetViewExtents(low.x, low.y, high.x, high.y);
+    if (m_part) {
+        const double unit = view.GetUnitsPerPixel();
+        low = {low.x + m_part->left * unit, low.y + m_part->bottom * unit, 0.0};
+        high = {low.x + m_part->width * unit, low.y + m_part->height * unit, 0.0};
+    }
     area.Include(low);
     area.Include(high);
     return area;

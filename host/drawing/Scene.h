@@ -8,6 +8,7 @@
 #include "SceneColors.h"
 #include "Surface.h"
 #include "data/BandReading.h"
+#include "data/LayerKind.h"
 #include "data/LayerSource.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
@@ -37,14 +38,6 @@ struct CloudsFrame {
 /// Tells a layer from all others that the scene has or had; 0 is none.
 using LayerId = int;
 
-enum class LayerKind {
-    Raster,
-    Relief,
-    Mesh,
-    Cloud,
-    Features,
-};
-
 /// A layer as a list of layers shows it.
 struct LayerInfo {
     LayerId id = 0;
@@ -52,6 +45,16 @@ struct LayerInfo {
     LayerSource source;
     Extent extent;
     LayerStyle style;
+};
+
+/// A part of what a view shows, enlarged: the rectangle, in the view's pixels from the lower left of its viewport,
+/// which it may exceed, fills the viewport. What is drawn in pixels is larger by `scale`.
+struct EnlargedPart {
+    double scale = 1.0;
+    double left = 0.0;
+    double bottom = 0.0;
+    double width = 1.0;
+    double height = 1.0;
 };
 
 /// The file of a cloud, to be read once more for a profile, and the colours that its points have at present.
@@ -80,6 +83,8 @@ public:
     LayerId AddVectorLayer(VectorLayer layer, LayerSource source = {});
     /// Shades all rasters by this one; how strongly is 0 to 1.
     void ShadeRasters(RasterLayer shade, double strength);
+    /// Removes all layers, what shades rasters, and what there was to tell.
+    void Clear();
     /// False where there is no such layer, here and below.
     bool RemoveLayer(LayerId id);
 
@@ -111,6 +116,16 @@ public:
     int GetLabelVersion() const { return m_labelVersion; }
     bool IsReading() const;
     void WaitUntilRead();
+    /// Ends the reading of clouds, which keep the points that they have.
+    void StopReading();
+    /// Whether a cloud lacks points for that reason.
+    bool WasStopped() const;
+    /// How far the first cloud that is read has come; nothing where none is.
+    struct CloudReading {
+        std::string name;
+        ReadingState state;
+    };
+    std::optional<CloudReading> GetReading() const;
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
     std::vector<std::string> GetProblems() const; ///< of all clouds
@@ -121,9 +136,12 @@ public:
 
     /// Without units they are those that a file tells, or degrees where coordinates look like that.
     void SetUnits(std::optional<MapUnits> units) { m_units = units; }
+    const std::optional<MapUnits>& GetUnitsSet() const { return m_units; }
     MapUnits GetUnits() const;
     /// Of the coordinates, for a person to read; empty where no file tells it.
     std::string GetSystemName() const { return NameOf(FindUnits(ListPlaced())); }
+    /// The same in the EPSG register; 0 where no file tells it.
+    int GetSystemCode() const { return FindUnits(ListPlaced()).code; }
     /// What heights have to be multiplied by to be as large as the map's units are.
     double GetHeightScale() const;
     /// Features are labelled with this property; empty: with none.
@@ -152,6 +170,9 @@ public:
     /// far as the zenith.
     void TurnSun(double degrees) { m_sunAzimuthDegrees += degrees; }
     void RaiseSun(double degrees);
+    void SetSun(double azimuthDegrees, double altitudeDegrees);
+    double GetSunAzimuth() const { return m_sunAzimuthDegrees; }
+    double GetSunAltitude() const { return m_sunAltitudeDegrees; }
     /// Clouds seen in perspective are shaded by their depths, where the pipeline can.
     void ShadeClouds(bool on) { m_shadesClouds = on; }
     bool ShadesClouds() const { return m_shadesClouds; }
@@ -160,7 +181,7 @@ public:
 
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
-    /// Has the view cut off nothing of everything, and leaves alone what it shows.
+    /// Has the view cut off nothing of everything and lose no digits of it, and leaves alone what it shows.
     void HoldEverything(KTR::COpenGLView& view) const;
     /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
     /// budget allows. The view's main context must be current, here and below.
@@ -171,6 +192,10 @@ public:
     void DrawShapes(KTR::COpenGLView& view);
     /// All of it at once, however long it takes.
     void Draw(KTR::COpenGLView& view);
+    /// The same of a part, for pictures that are larger than the view.
+    void DrawEnlarged(KTR::COpenGLView& view, const EnlargedPart& part);
+    /// How far what is drawn in pixels reaches beyond the places that it belongs to.
+    double FindReach(const KTR::COpenGLView& view) const;
     /// What profiles are made of: the clouds that are shown.
     std::vector<CloudSource> ListClouds() const;
     /// The height of the relief there; NaN where there is none.
@@ -239,6 +264,8 @@ private:
     static void ColorCloud(const Cloud& cloud);
     ColorMode GetColorMode() const;
     double PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) const;
+    double Scale() const { return m_part ? m_part->scale : 1.0; }
+    void LoadPartOfCamera(KTR::COpenGLView& view) const;
     std::vector<PlacedLayer> ListPlaced() const;
     double GroundHeight() const;
     void LoadCamera(KTR::COpenGLView& view);
@@ -275,6 +302,7 @@ private:
     double m_sunAzimuthDegrees = 315.0; ///< from north
     double m_sunAltitudeDegrees = 45.0;
     bool m_shadesClouds = true;
+    std::optional<EnlargedPart> m_part; ///< of the frame that is being drawn
 };
 
 } // namespace OrrinViewer

@@ -79,6 +79,11 @@ Rgb RecordedColor(const CloudPoint& point, bool wide) {
 
 } // namespace
 
+ElevationRange RampEnds::Of(const ElevationRange& data) const {
+    const double lowEnd = low.value_or(data.low);
+    return {lowEnd, std::max(lowEnd, high.value_or(data.high))};
+}
+
 ColorMode NextAfter(ColorMode mode) {
     switch (mode) {
     case ColorMode::Recorded:

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace OrrinViewer {
@@ -29,6 +30,16 @@ enum class ColorMode {
     Elevation,
     Class,
     Intensity,
+};
+
+/// Where a ramp of colours begins and ends, if not where the data do.
+struct RampEnds {
+    std::optional<double> low;
+    std::optional<double> high;
+
+    /// These ends, the others those of the data. What would be no range, or run backwards, is one value.
+    ElevationRange Of(const ElevationRange& data) const;
+    bool operator==(const RampEnds&) const = default;
 };
 
 /// The mode that follows it where a key leads through all of them.

@@ -28,9 +28,9 @@ std::vector<PointXYZ> PlacesOf(const Path& path, bool closed, const GroundPositi
     return places;
 }
 
-KTR::GLLineStyle LineOf(double widthPixels, const GLRGBAColor& color) {
+KTR::GLLineStyle LineOf(double widthPixels, const GLRGBAColor& color, double scale) {
     KTR::GLLineStyle line;
-    line.width = std::max(widthPixels, kHairlinePixels);
+    line.width = std::max(widthPixels, kHairlinePixels) * scale;
     line.color = color;
     line.join = KTR::GLLineJoinRound;
     return line;
@@ -58,10 +58,10 @@ KTR::GLSymbolKind SymbolOf(const std::string& name) {
 
 } // namespace
 
-void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style,
+void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style, double scale,
                         const GroundPosition& onTheGround) {
     view.BeginShapes();
-    const KTR::GLLineStyle border = LineOf(style.borderWidthPixels, kBorder);
+    const KTR::GLLineStyle border = LineOf(style.borderWidthPixels, kBorder, scale);
     for (const VectorFeature& feature : layer.features) {
         for (const Polygon& polygon : feature.polygons) {
             for (const Path& ring : polygon.rings) {
@@ -70,19 +70,21 @@ void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const 
         }
     }
     if (style.casingWidthPixels > 0.0) {
-        KTR::GLLineStyle casing = LineOf(style.casingWidthPixels, kCasing);
+        KTR::GLLineStyle casing = LineOf(style.casingWidthPixels, kCasing, scale);
         casing.cap = KTR::GLLineCapRound;
         DrawRoads(view, layer, casing, onTheGround);
     }
-    KTR::GLLineStyle road = LineOf(style.lineWidthPixels, kRoad);
-    road.dashes = style.dashesPixels;
+    KTR::GLLineStyle road = LineOf(style.lineWidthPixels, kRoad, scale);
+    for (const double dash : style.dashesPixels) {
+        road.dashes.push_back(dash * scale);
+    }
     road.cap = road.dashes.empty() ? KTR::GLLineCapRound : KTR::GLLineCapButt;
     DrawRoads(view, layer, road, onTheGround);
 
     KTR::GLSymbolStyle symbol;
-    symbol.size = kSymbolPixels;
+    symbol.size = kSymbolPixels * scale;
     symbol.color = kSymbol;
-    symbol.outlineWidth = 1.5;
+    symbol.outlineWidth = 1.5 * scale;
     const KTR::GLSymbolKind kind = SymbolOf(style.symbol);
     for (const VectorFeature& feature : layer.features) {
         for (const Position& point : feature.points) {

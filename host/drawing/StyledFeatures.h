@@ -9,8 +9,9 @@
 namespace OrrinViewer {
 
 /// Draws the lines of a layer as roads, the borders of its areas and its points as the style says. The casings of all
-/// roads lie below all roads, so that they open at crossings. `onTheGround` gives true coordinates.
-void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style,
+/// roads lie below all roads, so that they open at crossings. All of it is larger
+/// by `scale` than the style says. `onTheGround` gives true coordinates.
+void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style, double scale,
                         const GroundPosition& onTheGround);
 
 } // namespace OrrinViewer

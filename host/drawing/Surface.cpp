@@ -2,9 +2,11 @@
 
 #include "LitGeometry.h"
 #include "SceneColors.h"
+#include "data/ReadingProgress.h"
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <utility>
 
 namespace OrrinViewer {
@@ -14,7 +16,12 @@ Surface::Surface(ElevationGrid grid)
       m_triangles(FindTriangles(m_grid)) {
     m_normals.resize(m_grid.elevations.size());
     m_colors.resize(m_grid.elevations.size());
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("finding slopes");
     for (std::size_t cell = 0; cell < m_grid.elevations.size(); ++cell) {
+        if (cell % m_grid.columns == 0) {
+            progress->Reach(cell, m_grid.elevations.size());
+        }
         if (!std::isnan(m_grid.elevations[cell])) {
             m_normals[cell] = FindNormal(m_grid, cell % m_grid.columns, cell / m_grid.columns);
             m_colors[cell] = ColorOfElevation(m_grid.elevations[cell], m_range);

@@ -3,6 +3,7 @@
 #include "SceneColors.h"
 #include "WideText.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace OrrinViewer {
@@ -11,12 +12,14 @@ namespace {
 
 constexpr double kPointsPerInch = 72.0;
 constexpr double kEdgePixels = 1.5;
+/// Of letters that are stretched where larger ones are wanted.
+constexpr double kLargestPoints = 72.0;
 
 } // namespace
 
-TextPainter::TextPainter(std::wstring face, int points)
-    : m_face(std::move(face)), m_points(points), m_deviceContext(CreateCompatibleDC(nullptr)),
-      m_previousFont(GetCurrentObject(m_deviceContext, OBJ_FONT)) {}
+TextPainter::TextPainter(std::wstring face, int points, double scale, bool stretches)
+    : m_face(std::move(face)), m_points(points), m_scale(scale), m_stretches(stretches),
+      m_deviceContext(CreateCompatibleDC(nullptr)), m_previousFont(GetCurrentObject(m_deviceContext, OBJ_FONT)) {}
 
 TextPainter::~TextPainter() {
     SelectObject(m_deviceContext, m_previousFont);
@@ -25,8 +28,13 @@ TextPainter::~TextPainter() {
 }
 
 void TextPainter::MakeFont(int pixelsPerInch) {
+    const double wanted = m_points * m_scale;
+    const double largest = std::max(kLargestPoints, static_cast<double>(m_points));
+    const double drawn = m_stretches ? std::min(wanted, largest) : wanted;
+    m_stretch = wanted / drawn;
+    m_edgePixels = kEdgePixels * drawn / m_points;
     // Rounded down: the library goes back from pixels to points and rounds up.
-    const int pixels = static_cast<int>(m_points * pixelsPerInch / kPointsPerInch);
+    const int pixels = static_cast<int>(drawn * pixelsPerInch / kPointsPerInch);
     SelectObject(m_deviceContext, m_previousFont);
     DeleteObject(m_font);
     m_font = CreateFontW(-pixels, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
@@ -51,8 +59,8 @@ void TextPainter::Release(KTR::COpenGLView& view) {
 TextSizes TextPainter::Sizes(const KTR::COpenGLView& view) const {
     TextSizes sizes;
     sizes.width = [this, &view](const std::string& text) { return MeasureWidth(view, text); };
-    sizes.ascent = m_metrics.tmAscent - m_metrics.tmInternalLeading;
-    sizes.descent = m_metrics.tmDescent;
+    sizes.ascent = (m_metrics.tmAscent - m_metrics.tmInternalLeading) * m_stretch;
+    sizes.descent = m_metrics.tmDescent * m_stretch;
     return sizes;
 }
 
@@ -61,7 +69,7 @@ double TextPainter::MeasureWidth(const KTR::COpenGLView& view, const std::string
     double width = 0.0;
     double height = 0.0;
     view.GetTextStringDimensions(WideText(text).c_str(), length, width, height);
-    return width;
+    return width * m_stretch;
 }
 
 void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& texts) const {
@@ -70,12 +78,17 @@ void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& tex
     }
     // Without programs text is drawn at the raster position, which has to be set for each string.
     const bool atRasterPosition = !view.DrawsWithPrograms();
-    view.SetTextHalo({kDarkEdge.red, kDarkEdge.green, kDarkEdge.blue, 255}, kEdgePixels);
+    view.SetTextHalo({kDarkEdge.red, kDarkEdge.green, kDarkEdge.blue, 255}, m_edgePixels);
     view.Color(kLight.red, kLight.green, kLight.blue, 255);
     view.DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
     for (const PixelText& text : texts) {
-        view.DrawTextString(m_lists, WideText(text.text).c_str(), nullptr, atRasterPosition, false, false, text.x,
-                            text.y, 0.0);
+        const std::wstring wide = WideText(text.text);
+        if (m_stretch == 1.0) {
+            view.DrawTextString(m_lists, wide.c_str(), nullptr, atRasterPosition, false, false, text.x, text.y, 0.0);
+        } else {
+            view.DrawFontAtlasScaledRotatedTextString(wide.c_str(), nullptr, false, false, text.x, text.y, 0.0,
+                                                      m_stretch, m_stretch, 1.0, 0.0);
+        }
     }
     view.DrawTeardownFontAtlasText(false, false);
     view.SetTextHalo({}, 0.0);

@@ -6,6 +6,7 @@
 #include <OrrinDisplay.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace OrrinViewer {
@@ -15,7 +16,10 @@ namespace OrrinViewer {
 class TextPainter {
 public:
     /// `points` is the font's size on the screen.
-    TextPainter(std::wstring face, int points);
+    TextPainter(std::wstring face, int points) : TextPainter(std::move(face), points, 1.0, false) {}
+    /// For a picture whose texts are so many times larger. `stretches`: what is very large is stretched from smaller
+    /// letters, as it has to be on a context with programs, whose fonts keep all their letters in one texture.
+    TextPainter(std::wstring face, int points, double scale, bool stretches);
     ~TextPainter();
     TextPainter(const TextPainter&) = delete;
     TextPainter& operator=(const TextPainter&) = delete;
@@ -38,11 +42,15 @@ private:
 
     std::wstring m_face;
     int m_points;
+    double m_scale;
+    bool m_stretches;
     HDC m_deviceContext = nullptr; ///< has the font selected, once there is one
     HFONT m_font = nullptr;
     HGDIOBJ m_previousFont = nullptr;
     TEXTMETRICW m_metrics{};
-    unsigned int m_lists = 0; ///< on contexts without programs
+    double m_stretch = 1.0;    ///< of the font's letters
+    double m_edgePixels = 0.0; ///< of a letter that is not stretched
+    unsigned int m_lists = 0;  ///< on contexts without programs
     bool m_loaded = false;
 };
 

@@ -47,6 +47,7 @@ public:
     explicit GridReader(const std::filesystem::path& path) : m_file(path) {}
 
     ElevationGrid Read() {
+        ReadingProgress::OfThisThread()->Begin("reading");
         Header header = ReadHeader();
         ElevationGrid grid;
         grid.columns = TakeCount(header, "ncols");

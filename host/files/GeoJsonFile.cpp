@@ -57,9 +57,10 @@ constexpr std::array<std::pair<std::string_view, GeometryType>, 7> kGeometryType
 /// writers have it; where not, the coordinates are passed over and come back to.
 class LayerReader {
 public:
-    explicit LayerReader(std::string_view text) : m_cursor(text) {}
+    explicit LayerReader(std::string_view text) : m_cursor(text), m_size(text.size()) {}
 
     VectorLayer Read() {
+        m_progress->Begin("reading", "features");
         const JsonPath root;
         const std::string type = FindType(root);
         if (type == "FeatureCollection") {
@@ -166,7 +167,13 @@ private:
         Keep(std::move(feature));
     }
 
+    void TellProgress() {
+        m_progress->Count(m_layer.features.size());
+        m_progress->Reach(m_cursor.Here().at, m_size);
+    }
+
     void Keep(VectorFeature feature) {
+        TellProgress();
         if (feature.extent.IsEmpty()) {
             ++m_layer.skippedFeatures;
             return;
@@ -321,8 +328,14 @@ private:
 
     /// Into m_path, from which it is copied: how long it is shows only at its end.
     void ReadPath(const JsonPath& path, Extent& extent) {
+        constexpr std::size_t kUntold = 1 << 14;
         m_path.clear();
-        ForEach(path, [&](const JsonPath& position) { m_path.push_back(TakePosition(position, extent)); });
+        ForEach(path, [&](const JsonPath& position) {
+            m_path.push_back(TakePosition(position, extent));
+            if (m_path.size() % kUntold == 0) {
+                TellProgress(); // one shape may be the whole file
+            }
+        });
     }
 
     /// The elevation is optional; what comes after it has no agreed meaning and is left alone.
@@ -345,6 +358,8 @@ private:
     }
 
     JsonCursor m_cursor;
+    std::size_t m_size; // of the text
+    std::shared_ptr<ReadingProgress> m_progress = ReadingProgress::OfThisThread();
     VectorLayer m_layer;
     std::string m_name; // of the member that was entered last
     Path m_path;

@@ -6,6 +6,7 @@
 #include "InputFile.h"
 #include "TextEncoding.h"
 #include "WkbGeometry.h"
+#include "data/ReadingProgress.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -93,6 +94,7 @@ public:
 
     sqlite3* Handle() const { return m_database.get(); }
     const std::filesystem::path& Path() const { return m_path; }
+    ReadingProgress& Progress() const { return *m_progress; }
 
     [[noreturn]] void Fail(const std::string& problem) const {
         const char* reason = m_database ? sqlite3_errmsg(m_database.get()) : "there is not enough memory";
@@ -102,12 +104,13 @@ public:
 private:
     static int CountSteps(void* self) {
         auto& database = *static_cast<Database*>(self);
-        return database.m_stepsLeft-- == 0 ? 1 : 0; // ends the statement
+        return database.m_stepsLeft-- == 0 || database.m_progress->IsStopped() ? 1 : 0; // ends the statement
     }
 
     std::filesystem::path m_path;
     std::uint64_t m_size;
     std::uint64_t m_stepsLeft = 0;
+    std::shared_ptr<ReadingProgress> m_progress = ReadingProgress::OfThisThread();
     std::unique_ptr<sqlite3, CloseDatabase> m_database;
 };
 
@@ -126,6 +129,7 @@ public:
 
     bool Next() {
         const int result = sqlite3_step(m_statement.get());
+        m_database.Progress().GoOn();
         if (result != SQLITE_ROW && result != SQLITE_DONE) {
             m_database.Fail("is a damaged database");
         }
@@ -206,7 +210,22 @@ std::vector<LayerEntry> ListLayers(const Database& database) {
     return layers;
 }
 
+/// How many rows a table has at most: its numbers may have gaps. 0 where that takes looking at all of them.
+std::uint64_t CountRows(const Database& database, const std::string& table) {
+    sqlite3_stmt* prepared = nullptr;
+    const std::string text = "SELECT max(rowid) FROM " + Quote(table);
+    const int result = sqlite3_prepare_v2(database.Handle(), text.c_str(), -1, &prepared, nullptr);
+    const std::unique_ptr<sqlite3_stmt, FinishStatement> statement(prepared);
+    if (result != SQLITE_OK || sqlite3_step(prepared) != SQLITE_ROW) {
+        return 0; // a view, or damaged, which shows when it is read
+    }
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(sqlite3_column_int64(prepared, 0), 0));
+}
+
 VectorLayer ReadLayer(const Database& database, const LayerEntry& entry) {
+    ReadingProgress& progress = database.Progress();
+    progress.Begin("reading", "features");
+    const std::uint64_t rowCount = CountRows(database, entry.table);
     VectorLayer layer;
     layer.name = entry.table;
     layer.wkt = DefinitionOf(database, entry.system);
@@ -224,6 +243,8 @@ VectorLayer ReadLayer(const Database& database, const LayerEntry& entry) {
         throw FileError(database.Path(), name + " has no column " + QuoteForMessage(entry.geometryColumn));
     }
     for (std::uint64_t row = 1; rows.Next(); ++row) {
+        progress.Count(layer.features.size());
+        progress.Reach(row, rowCount);
         VectorFeature feature;
         try {
             const std::span<const std::uint8_t> blob = rows.Blob(*geometryColumn);

@@ -3,6 +3,7 @@
 #include "FileError.h"
 #include "InputFile.h"
 #include "TextParsing.h"
+#include "data/ReadingProgress.h"
 
 // The only place that takes in the bodies of the image library. clang's analyser reports what it takes for leaks
 // inside; it reads the declarations only.
@@ -28,6 +29,7 @@
 #pragma GCC diagnostic pop
 #endif
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <string>
@@ -44,6 +46,44 @@ bool BeginsLikeJpeg(std::span<const std::uint8_t> bytes) {
 
 struct FreePixels {
     void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
+};
+
+/// Hands a file's bytes to the decoder for as long as somebody wants the image: then the file seems to end, since the
+/// decoder, which is C, cannot be left by an exception.
+class ImageBytes {
+public:
+    explicit ImageBytes(std::span<const std::uint8_t> bytes) : m_bytes(bytes) { m_progress->Begin("decoding"); }
+
+    static const stbi_io_callbacks& Callbacks() {
+        static constexpr stbi_io_callbacks kCallbacks = {&Read, &Skip, &IsAtEnd};
+        return kCallbacks;
+    }
+    void GoOn() const { m_progress->GoOn(); }
+
+private:
+    static int Read(void* context, char* data, int size) {
+        auto& own = *static_cast<ImageBytes*>(context);
+        const std::size_t count =
+            own.m_progress->IsStopped() ? 0 : std::min(static_cast<std::size_t>(size), own.m_bytes.size() - own.m_at);
+        std::copy_n(own.m_bytes.begin() + static_cast<std::ptrdiff_t>(own.m_at), count, data);
+        own.m_at += count;
+        own.m_progress->Note(own.m_at, own.m_bytes.size());
+        return static_cast<int>(count);
+    }
+    /// Backwards too.
+    static void Skip(void* context, int count) {
+        auto& own = *static_cast<ImageBytes*>(context);
+        const std::int64_t at = static_cast<std::int64_t>(own.m_at) + count;
+        own.m_at = static_cast<std::size_t>(std::clamp<std::int64_t>(at, 0, std::ssize(own.m_bytes)));
+    }
+    static int IsAtEnd(void* context) {
+        const auto& own = *static_cast<const ImageBytes*>(context);
+        return own.m_at == own.m_bytes.size() || own.m_progress->IsStopped() ? 1 : 0;
+    }
+
+    std::span<const std::uint8_t> m_bytes;
+    std::size_t m_at = 0;
+    std::shared_ptr<ReadingProgress> m_progress = ReadingProgress::OfThisThread();
 };
 
 std::vector<std::uint8_t> ReadBytes(InputFile& file) {
@@ -111,8 +151,10 @@ RasterImage ReadImageFile(const std::filesystem::path& path) {
     constexpr int kChannels = 4;
     RasterImage image;
     int channelsInFile = 0;
-    const std::unique_ptr<stbi_uc, FreePixels> pixels(stbi_load_from_memory(
-        bytes.data(), static_cast<int>(bytes.size()), &image.width, &image.height, &channelsInFile, kChannels));
+    ImageBytes decoded(bytes);
+    const std::unique_ptr<stbi_uc, FreePixels> pixels(stbi_load_from_callbacks(
+        &ImageBytes::Callbacks(), &decoded, &image.width, &image.height, &channelsInFile, kChannels));
+    decoded.GoOn();
     if (!pixels) {
         // The reason may quote the file. Of some faults the library says nothing.
         const char* reason = stbi_failure_reason();

@@ -96,6 +96,7 @@ bool InputFile::FillChunk() {
     const std::uint64_t wanted = std::min<std::uint64_t>(m_chunk.size(), Remaining());
     m_stream.read(reinterpret_cast<char*>(m_chunk.data()), static_cast<std::streamsize>(wanted));
     m_chunkRead = static_cast<std::size_t>(m_stream.gcount());
+    m_progress->Reach(m_offset + m_chunkRead, m_size);
     return m_chunkRead > 0;
 }
 

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "data/ReadingProgress.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -11,7 +14,8 @@
 namespace OrrinViewer {
 
 /// A file read once from front to back, in chunks, so that its size does not matter to memory. Every fault is thrown as
-/// a FileError that names the file.
+/// a FileError that names the file. Chunk by chunk the progress of the thread that opened it is told, which may
+/// end the reading.
 ///
 /// There is no seeking: what is not wanted is skipped. Offsets stay 64-bit on every standard library that way.
 class InputFile {
@@ -53,6 +57,7 @@ private:
     std::uint64_t m_size = 0;
     std::uint64_t m_offset = 0;
     std::uint64_t m_lineNumber = 0;
+    std::shared_ptr<ReadingProgress> m_progress = ReadingProgress::OfThisThread();
     std::vector<std::uint8_t> m_chunk;
     std::size_t m_chunkUsed = 0;
     std::size_t m_chunkRead = 0;

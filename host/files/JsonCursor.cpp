@@ -255,6 +255,12 @@ double JsonCursor::TakeNumber() {
     return value;
 }
 
+std::optional<bool> JsonCursor::TakeBoolean() {
+    const char first = PeekCharacter();
+    SkipLiteral();
+    return first == 'n' ? std::nullopt : std::optional(first == 't');
+}
+
 std::size_t JsonCursor::TakeNumbers(std::span<double> numbers) {
     std::size_t count = 0;
     for (EnterArray(); NextElement(); ++count) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -52,7 +53,11 @@ public:
     void EnterArray() { Enter('['); }
     bool NextElement() { return Next(']'); }
 
+    // Each takes what Peek has told to be of its kind; a Literal that is no boolean is null.
+
     void TakeString(std::string& text);
+    double TakeNumber();
+    std::optional<bool> TakeBoolean();
     /// Takes an array. Its first numbers go into `numbers`, NaN for what is no number. Tells how many elements it has.
     std::size_t TakeNumbers(std::span<double> numbers);
     /// The text of the next value without the blanks between its parts.
@@ -66,7 +71,6 @@ private:
     char PeekCharacter();
     void Enter(char opening);
     bool Next(char closing);
-    double TakeNumber();
     void PassDigits();
     void SkipString();
     void SkipLiteral();

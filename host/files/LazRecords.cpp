@@ -196,6 +196,7 @@ void LazRecords::OrderByLevels(const std::vector<std::uint8_t>& octree) {
 }
 
 void LazRecords::OpenNextChunk() {
+    m_progress->GoOn();
     const Entry& entry = m_entries.at(m_next++);
     m_chunk.reset();
     m_bytes.resize(static_cast<std::size_t>(entry.bytes));

@@ -2,6 +2,7 @@
 
 #include "LazChunk.h"
 #include "RandomAccessFile.h"
+#include "data/ReadingProgress.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -45,6 +46,7 @@ private:
     void OpenNextChunk();
 
     RandomAccessFile m_file;
+    std::shared_ptr<ReadingProgress> m_progress = ReadingProgress::OfThisThread();
     LazRecordLayout m_layout;
     std::uint32_t m_chunkSize = 0;
     std::vector<Entry> m_entries;

@@ -28,6 +28,17 @@ namespace {
 /// Enough for the names of many columns and a few lines below them.
 constexpr std::uint64_t kBeginningBytes = 4096;
 
+/// Of a JSON document.
+bool BeginsLikeProject(std::string_view beginning) {
+    constexpr std::string_view kMember = "\"format\"";
+    const std::size_t member = beginning.find(kMember);
+    if (member == std::string_view::npos) {
+        return false;
+    }
+    const std::size_t value = beginning.find_first_not_of(": \t\r\n", member + kMember.size());
+    return value != std::string_view::npos && beginning.substr(value).starts_with('"' + std::string(kProjectFormat));
+}
+
 FileKind KindOfContent(std::string_view beginning) {
     if (beginning.starts_with("LASF")) {
         return FileKind::Las;
@@ -56,7 +67,7 @@ FileKind KindOfContent(std::string_view beginning) {
     }
     const std::size_t first = beginning.find_first_not_of(" \t\r\n");
     if (first != std::string_view::npos && beginning[first] == '{') {
-        return FileKind::GeoJson;
+        return BeginsLikeProject(beginning) ? FileKind::Project : FileKind::GeoJson;
     }
     return BeginsLikePointText(beginning) ? FileKind::PointText : FileKind::Unknown;
 }

@@ -24,7 +24,11 @@ enum class FileKind {
     ShapeFile,
     Tiff,
     GeoPackage,
+    Project, ///< of the viewer's own: other files and how they are shown
 };
+
+/// What "format" is in a project.
+inline constexpr char kProjectFormat[] = "OrrinViewer project";
 
 /// Which kind of file this is, by how it begins. Where that says nothing, by the ending of its name, so that a damaged
 /// file still goes to the reader that can say what is wrong with it. Throws FileError for a file that is missing, empty

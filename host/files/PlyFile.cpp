@@ -450,6 +450,7 @@ private:
 } // namespace
 
 std::optional<Mesh> ReadPlyMesh(const std::filesystem::path& path) {
+    ReadingProgress::OfThisThread()->Begin("reading");
     PlyMeshReader reader(path);
     return reader.HasFaces() ? std::optional(reader.Read()) : std::nullopt;
 }

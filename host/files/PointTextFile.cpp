@@ -70,6 +70,9 @@ public:
         return system;
     }
     std::uint64_t CountSkipped() const override { return m_skipped; }
+    std::optional<double> GetShareRead() const override {
+        return static_cast<double>(m_file.Offset()) / static_cast<double>(m_file.Size());
+    }
 
     std::size_t Read(std::span<CloudPoint> points) override {
         std::size_t filled = 0;

@@ -230,6 +230,8 @@ bool BeginsLikeShapeFile(std::string_view beginning) {
 }
 
 VectorLayer ReadShapeFile(const std::filesystem::path& path) {
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("reading", "features");
     InputFile file(path);
     RequireShapeFile(file);
     std::optional<DbfFile> table = OpenTable(path);
@@ -278,6 +280,7 @@ VectorLayer ReadShapeFile(const std::filesystem::path& path) {
         layer.hasElevations = layer.hasElevations || type.hasZ;
         layer.extent.Include(feature.extent);
         layer.features.push_back(std::move(feature));
+        progress->Count(layer.features.size());
     }
     return layer;
 }

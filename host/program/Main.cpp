@@ -1,3 +1,4 @@
+#include "Document.h"
 #include "SceneLoading.h"
 #include "ViewerOptions.h"
 #include "ViewerSession.h"
@@ -72,7 +73,7 @@ bool Report(const OrrinViewer::Scene& scene, const OrrinViewer::SceneLoading& lo
     bool isWhole = loading.GetFaults().empty() && scene.GetProblems().empty();
     if (!scene.GetExtent().IsEmpty()) {
         PrintSummary(scene);
-    } else if (isWhole) {
+    } else if (isWhole && loading.GetProgress().fileCount > 0) {
         std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pixels.\n");
         isWhole = false;
     }
@@ -87,7 +88,8 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
     OrrinViewer::Scene scene;
     OrrinViewer::StyleScene(scene, options);
     OrrinViewer::SceneLoading loading(scene, options);
-    loading.Add(options.files);
+    OrrinViewer::Document document(scene, loading);
+    document.Add(options.files);
     bool isWhole = true;
     if (options.frames > 0) {
         // Without a person nobody looks at a part of the data.
@@ -99,7 +101,7 @@ int ShowFiles(const OrrinViewer::ViewerOptions& options) {
             return 1;
         }
     }
-    OrrinViewer::ViewerSession session(scene, loading, options);
+    OrrinViewer::ViewerSession session(scene, loading, document, options);
     if (!session.Open()) {
         std::fprintf(stderr, "There is no OpenGL to draw with: neither a pixel format nor a context could be had.\n");
         return 1;

@@ -30,6 +30,7 @@ public:
     /// Shows the profile along a line, in a band whose width suits the line's length; when it opens, beside another
     /// window. False without a window or a context, or for a line without length.
     bool Show(std::vector<Position> line, HWND beside);
+    void Hide();
     bool IsShown() const { return m_shown; }
     const Band& GetBand() const { return m_band; }
     KTR::COpenGLView& View() { return *m_view; }
@@ -52,7 +53,6 @@ private:
     void HandleSize(int width, int height);
 
     bool Open(HWND beside);
-    void Hide();
     /// Reads the points of a band and shows them.
     void SetBand(Band band);
     /// Sets the view up for the band, which forgets its points: those that are there are added with the next Feed.

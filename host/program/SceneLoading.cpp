@@ -4,6 +4,7 @@
 #include "files/FileError.h"
 #include "files/GeoKeys.h"
 #include "files/OpenFile.h"
+#include "files/PathText.h"
 #include "files/TiffFile.h"
 #include "files/WktText.h"
 #include "systems/SystemRegister.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -23,8 +25,7 @@ namespace OrrinViewer {
 namespace {
 
 std::string NameOf(const std::filesystem::path& file) {
-    const std::u8string name = file.filename().u8string();
-    return {name.begin(), name.end()};
+    return Utf8FromPath(file.filename());
 }
 
 /// Longitude and latitude, as GeoJSON has them.
@@ -47,6 +48,51 @@ CoordinateSystem FindSystem(const SystemRegister& systems, const ViewerOptions& 
 
 } // namespace
 
+/// What a project has of a file, which is read once for all of it.
+struct ProjectFilePart {
+    struct Layer {
+        int place = 0; ///< in the project's order
+        std::string part;
+        LayerKind kind = LayerKind::Features;
+        LayerStyle style;
+    };
+    std::filesystem::path file;
+    std::vector<Layer> layers;
+
+    /// Null where the project has no such layer.
+    const Layer* Find(const std::string& part) const {
+        const auto found =
+            std::find_if(layers.begin(), layers.end(), [&](const Layer& layer) { return layer.part == part; });
+        return found == layers.end() ? nullptr : &*found;
+    }
+};
+
+/// Gives the layers of projects the order that they have there, in which they need not come.
+class ProjectOrder {
+public:
+    void Settle(Scene& scene, LayerId id, const ProjectFilePart::Layer& wanted) {
+        scene.SetStyle(id, wanted.style);
+        m_places[id] = wanted.place;
+        const std::vector<LayerInfo> layers = scene.ListLayers();
+        const auto own = std::find_if(layers.begin(), layers.end(), [&](const auto& layer) { return layer.id == id; });
+        LayerId below = 0;
+        for (auto layer = layers.begin(); layer != own; ++layer) {
+            if (layer->kind != own->kind) {
+                continue;
+            }
+            const auto place = m_places.find(layer->id);
+            if (place != m_places.end() && place->second > wanted.place) {
+                scene.MoveLayer(id, below);
+                return;
+            }
+            below = layer->id;
+        }
+    }
+
+private:
+    std::map<LayerId, int> m_places;
+};
+
 /// Reads files for a scene: hands out what has to be done to it, to be done by the thread that draws. The first
 /// coordinate system that it meets, or the one that the options name, is the scene's: what comes in another one is
 /// transformed.
@@ -54,14 +100,23 @@ class FileLoader {
 public:
     using Receiver = std::function<void(std::function<void(Scene& scene)> addition)>;
 
-    FileLoader(const ViewerOptions& options, Receiver hand)
-        : m_options(options), m_hand(std::move(hand)), m_register(FindSystemDatabase()) {
+    FileLoader(const ViewerOptions& options, std::shared_ptr<ProjectOrder> order, Receiver hand)
+        : m_options(options), m_order(std::move(order)), m_hand(std::move(hand)), m_register(FindSystemDatabase()) {
         if (!m_options.coordinateSystem.empty()) {
             m_system = FindSystem(m_register, m_options);
         }
     }
 
-    void AddFile(const std::filesystem::path& file) {
+    /// For a scene that has no system yet. One that the register does not know is passed over.
+    void PreferSystem(const std::string& name) {
+        if (!m_system && !name.empty()) {
+            m_system = m_register.Find(name);
+        }
+    }
+
+    /// `wanted` is what a project has of the file, if it comes from one.
+    void AddFile(const std::filesystem::path& file, std::optional<ProjectFilePart> wanted) {
+        m_wanted = std::move(wanted);
         const FileKind kind = DetectKind(file);
         if (IsVectorKind(kind)) {
             AddVectorLayers(file, kind);
@@ -80,12 +135,15 @@ public:
             return;
         case FileKind::Ply:
             if (std::optional<Mesh> mesh = m_options.cloudCellSize ? std::nullopt : OpenMesh(file)) {
-                Hand(&Scene::AddMesh, *std::move(mesh), LayerSource{NameOf(file), {}, file});
+                HandLayer(&Scene::AddMesh, LayerSource{NameOf(file), {}, file}, *std::move(mesh));
                 return;
             }
             break;
         default:
             break;
+        }
+        if (kind == FileKind::Project) {
+            throw FileError(file, "is a project, which no other can contain");
         }
         if (m_options.cloudCellSize) {
             LayerSource source{NameOf(file), OpenCloudReader(file)->GetSystem(), file};
@@ -105,11 +163,29 @@ private:
         });
     }
 
+    /// Has a layer added, as its project has it; not at all where that has only others of the file.
+    template <typename Function, typename... Arguments>
+    void HandLayer(Function add, LayerSource source, Arguments... arguments) {
+        const ProjectFilePart::Layer* const wanted = m_wanted ? m_wanted->Find(source.part) : nullptr;
+        if (m_wanted && !wanted) {
+            return;
+        }
+        using Dress = std::optional<ProjectFilePart::Layer>;
+        const auto addAndDress = [add, order = m_order](Scene& scene, LayerSource&& from, const Dress& dress,
+                                                        Arguments&&... layer) {
+            const LayerId id = std::invoke(add, scene, std::move(layer)..., std::move(from));
+            if (dress) {
+                order->Settle(scene, id, *dress);
+            }
+        };
+        Hand(addAndDress, std::move(source), wanted ? Dress(*wanted) : Dress(), std::move(arguments)...);
+    }
+
     void AddVectorLayers(const std::filesystem::path& file, FileKind kind) {
         for (VectorLayer& layer : OpenVectorLayers(file)) {
             std::optional<CoordinateSystem> system = SystemFromWkt(layer.wkt);
             system = system ? system : SystemFromName(layer.wkt);
-            LayerSource source{NameOf(file), system.value_or(CoordinateSystem()), file};
+            LayerSource source{NameOf(file), system.value_or(CoordinateSystem()), file, layer.name};
             source.name += layer.name.empty() ? "" : " (" + layer.name + ")";
             if (kind == FileKind::GeoJson && !source.system.IsKnown() && FitsTheGlobe(layer.extent) && m_system) {
                 source.system = GlobeSystem(); // as its definition has it
@@ -117,7 +193,7 @@ private:
             if (const std::optional<MapTransformation> transformation = Relate(source)) {
                 Transform(layer, *transformation);
             }
-            Hand(&Scene::AddVectorLayer, std::move(layer), std::move(source));
+            HandLayer(&Scene::AddVectorLayer, std::move(source), std::move(layer));
         }
     }
 
@@ -136,7 +212,7 @@ private:
                 raster = *std::move(transformed);
             }
         }
-        Hand(&Scene::AddRaster, std::move(raster), std::move(source));
+        HandLayer(&Scene::AddRaster, std::move(source), std::move(raster));
     }
 
     void AddElevations(ElevationGrid grid, const std::filesystem::path& file, LayerSource source) {
@@ -148,10 +224,11 @@ private:
             Hand(&Scene::ShadeRasters, RasterLayer::ForHillshade(grid, exaggeration, file.wstring()),
                  m_options.hillshadePercent / 100.0);
         }
-        if (m_options.flat) {
-            Hand(&Scene::AddRaster, RasterLayer::ForElevations(grid, file.wstring()), std::move(source));
+        const ProjectFilePart::Layer* const wanted = m_wanted ? m_wanted->Find(source.part) : nullptr;
+        if (wanted ? wanted->kind == LayerKind::Raster : m_options.flat) {
+            HandLayer(&Scene::AddRaster, std::move(source), RasterLayer::ForElevations(grid, file.wstring()));
         } else if (m_options.hillshadePercent <= 0.0) {
-            Hand(&Scene::AddSurface, Surface(std::move(grid)), std::move(source));
+            HandLayer(&Scene::AddSurface, std::move(source), Surface(std::move(grid)));
         }
     }
 
@@ -171,7 +248,7 @@ private:
             reader = bring(std::move(reader));
             again = [file, bring] { return bring(OpenCloudReader(file)); };
         }
-        Hand(&Scene::AddCloud, std::move(reader), std::move(again), std::move(source));
+        HandLayer(&Scene::AddCloud, std::move(source), std::move(reader), std::move(again));
     }
 
     /// The way from the layer's system to the scene's, which the source is in afterwards; none where it is in that
@@ -208,9 +285,11 @@ private:
     }
 
     const ViewerOptions& m_options;
+    std::shared_ptr<ProjectOrder> m_order; ///< for the thread that draws
     Receiver m_hand;
     SystemRegister m_register;
     std::optional<CoordinateSystem> m_system; ///< of the scene, once it is known
+    std::optional<ProjectFilePart> m_wanted;  ///< of the file that is being read
 };
 
 namespace {
@@ -248,14 +327,15 @@ void StyleScene(Scene& scene, const ViewerOptions& options) {
 }
 
 SceneLoading::SceneLoading(Scene& scene, const ViewerOptions& options)
-    : m_scene(scene), m_options(options), m_wantsRelief(options.computedSide > 0) {
+    : m_scene(scene), m_options(options), m_order(std::make_shared<ProjectOrder>()),
+      m_wantsRelief(options.computedSide > 0) {
     if (!options.coordinateSystem.empty()) {
         FindSystem(SystemRegister(FindSystemDatabase()), options);
     }
 }
 
 SceneLoading::~SceneLoading() {
-    Stop();
+    StopThread();
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -265,7 +345,7 @@ void SceneLoading::Add(const std::vector<std::filesystem::path>& files) {
     const std::vector<std::filesystem::path> ordered = PutGlobeLast(files);
     const std::lock_guard lock(m_mutex);
     m_queue.insert(m_queue.end(), ordered.begin(), ordered.end());
-    m_fileCount += files.size();
+    m_fileCount = (m_isRunning ? m_fileCount : 0) + files.size();
     if (!m_isRunning && (!m_queue.empty() || m_wantsRelief)) {
         if (m_thread.joinable()) {
             m_thread.join(); // it has found the queue empty
@@ -275,20 +355,100 @@ void SceneLoading::Add(const std::vector<std::filesystem::path>& files) {
     }
 }
 
+void SceneLoading::Add(const Project& project) {
+    std::vector<ProjectFilePart> parts;
+    for (const ProjectLayer& layer : project.layers) {
+        // A layer that the project has twice takes reading its file twice.
+        auto part = std::find_if(parts.begin(), parts.end(), [&](const ProjectFilePart& known) {
+            return known.file == layer.file && !known.Find(layer.part);
+        });
+        if (part == parts.end()) {
+            part = parts.insert(part, ProjectFilePart{layer.file, {}});
+        }
+        part->layers.push_back({m_lastPlace++, layer.part, layer.kind, layer.style});
+    }
+    std::vector<std::filesystem::path> files;
+    for (const ProjectFilePart& part : parts) {
+        files.push_back(part.file);
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_parts.insert(m_parts.end(), parts.begin(), parts.end());
+        m_preferredSystem = project.settings.coordinateSystem;
+    }
+    Add(files);
+}
+
+/// What a project wants of the file.
+std::optional<ProjectFilePart> SceneLoading::TakePart(const std::filesystem::path& file) {
+    const std::lock_guard lock(m_mutex);
+    const auto found =
+        std::find_if(m_parts.begin(), m_parts.end(), [&](const ProjectFilePart& part) { return part.file == file; });
+    if (found == m_parts.end()) {
+        return std::nullopt;
+    }
+    ProjectFilePart part = std::move(*found);
+    m_parts.erase(found);
+    return part;
+}
+
+void SceneLoading::Clear() {
+    Stop();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+    m_loader.reset();
+    m_additions.clear();
+    m_faults.clear();
+    m_parts.clear();
+    m_preferredSystem.clear();
+    m_scene.Clear();
+}
+
+void SceneLoading::AddFault(std::string fault) {
+    const std::lock_guard lock(m_mutex);
+    m_faults.push_back(std::move(fault));
+}
+
 bool SceneLoading::IsLoading() const {
     const std::lock_guard lock(m_mutex);
     return m_isRunning || !m_additions.empty();
 }
 
 void SceneLoading::Stop() {
+    StopThread();
+    Update(); // clouds that are on their way to the scene are read there already
+    m_scene.StopReading();
+}
+
+void SceneLoading::StopThread() {
     const std::lock_guard lock(m_mutex);
+    if (m_isRunning && m_progress) {
+        m_progress->Stop();
+    }
+    m_wantsRelief = false;
+    m_parts.clear();
+    if (m_queue.empty()) {
+        return;
+    }
+    std::string names;
+    for (const std::filesystem::path& file : m_queue) {
+        names += (names.empty() ? "" : ", ") + NameOf(file);
+    }
+    m_wasStopped = true;
+    m_additions.emplace_back([names](Scene& scene) { scene.AddRemark(names + ": not read, the reading was stopped"); });
     m_fileCount -= m_queue.size();
     m_queue.clear();
 }
 
+bool SceneLoading::WasStopped() const {
+    const std::lock_guard lock(m_mutex);
+    return m_wasStopped || m_scene.WasStopped();
+}
+
 SceneLoading::Progress SceneLoading::GetProgress() const {
     const std::lock_guard lock(m_mutex);
-    return {m_current, m_fileCount - m_queue.size(), m_fileCount};
+    return {m_current, m_fileCount - m_queue.size(), m_fileCount, m_progress ? m_progress->GetState() : ReadingState()};
 }
 
 void SceneLoading::Update() {
@@ -316,24 +476,29 @@ std::vector<std::string> SceneLoading::GetFaults() const {
 
 /// On the thread that reads.
 void SceneLoading::Run() {
-    const auto note = [this](const char* fault) {
-        const std::lock_guard lock(m_mutex);
-        m_faults.emplace_back(fault);
-    };
     // The loader stays from one call of Add to the next: it knows the scene's coordinate system.
     if (!m_loader) {
-        m_loader = std::make_unique<FileLoader>(m_options, [this](Addition addition) {
+        m_loader = std::make_unique<FileLoader>(m_options, m_order, [this](Addition addition) {
             const std::lock_guard lock(m_mutex);
             m_additions.push_back(std::move(addition));
         });
     }
     while (const std::optional<std::filesystem::path> file = TakeNext()) {
         try {
-            m_loader->AddFile(*file);
+            const ReadingScope scope(m_progress); // which only this thread replaces
+            m_loader->PreferSystem(FindPreferredSystem());
+            m_loader->AddFile(*file, TakePart(*file));
+        } catch (const ReadingStopped&) {
+            NoteStopped();
         } catch (const std::exception& error) {
-            note(error.what());
+            AddFault(error.what());
         }
     }
+}
+
+std::string SceneLoading::FindPreferredSystem() const {
+    const std::lock_guard lock(m_mutex);
+    return m_preferredSystem;
 }
 
 /// The next file; without one the thread ends.
@@ -352,7 +517,18 @@ std::optional<std::filesystem::path> SceneLoading::TakeNext() {
     const std::filesystem::path file = std::move(m_queue.front());
     m_queue.pop_front();
     m_current = NameOf(file);
+    m_progress = std::make_shared<ReadingProgress>();
+    m_progress->Begin("opening");
     return file;
+}
+
+/// The file that is being read will not be shown.
+void SceneLoading::NoteStopped() {
+    const std::lock_guard lock(m_mutex);
+    m_wasStopped = true;
+    m_additions.emplace_back([name = m_current](Scene& scene) {
+        scene.AddRemark(name + ": not shown, the reading was stopped before its end");
+    });
 }
 
 } // namespace OrrinViewer

@@ -1,6 +1,8 @@
 #include "ViewerOptions.h"
 
 #include "files/ImageFile.h"
+#include "files/PathText.h"
+#include "files/PictureFile.h"
 #include "files/TextParsing.h"
 #include "map/SymbolNames.h"
 
@@ -15,10 +17,6 @@
 namespace OrrinViewer {
 
 namespace {
-
-std::filesystem::path PathFromUtf8(const std::string& text) {
-    return std::filesystem::path(std::u8string(text.begin(), text.end()));
-}
 
 /// "a, b or c".
 std::string ListInWords(const std::vector<std::string>& words) {
@@ -104,6 +102,26 @@ std::vector<double> NumbersFromText(const char* option, const std::string& text)
     return numbers;
 }
 
+/// "4000x3000".
+PictureSize PictureSizeFromText(const std::string& text) {
+    const std::size_t cross = text.find('x');
+    const auto side = [](const std::string& word) {
+        const std::optional<double> number = ParseNumber(word);
+        return number && *number == std::floor(*number) && *number >= 1.0 && *number <= kLargestPictureSide
+                   ? static_cast<int>(*number)
+                   : 0;
+    };
+    const PictureSize size = cross == std::string::npos
+                                 ? PictureSize()
+                                 : PictureSize{side(text.substr(0, cross)), side(text.substr(cross + 1))};
+    if (size.widthPixels == 0 || size.heightPixels == 0) {
+        throw CLI::ValidationError("--picture-size", "takes a width and a height of up to " +
+                                                         std::to_string(kLargestPictureSide) +
+                                                         " pixels, such as 4000x3000, not '" + text + "'");
+    }
+    return size;
+}
+
 /// "west,south,east,north".
 Extent AreaFromText(const std::string& text) {
     const std::vector<double> numbers = NumbersFromText("--area", text);
@@ -128,6 +146,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     double cellSize = 0.0;
     std::string area;
     std::string dashes;
+    std::string pictureSize;
 
     CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
                  "JPEG) and vectors (GeoJSON).",
@@ -230,15 +249,26 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
          "Saves the last frame and ends, as PNG or JPEG by the ending of the name; further windows with -2, -3, ...",
          "FILE");
 
+    text("--picture-size", pictureSize,
+         "Size of the screenshot, which may be larger than any screen: the window enlarged, with its texts and lines",
+         "WIDTHxHEIGHT");
+
     // The parser takes the arguments from the back.
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     try {
         app.parse(reversed);
-        if (files.empty() && options.computedSide == 0) {
+        const bool isForPerson = options.frames == 0 && screenshot.empty();
+        if (files.empty() && options.computedSide == 0 && !isForPerson) {
             throw CLI::RequiredError("A file to show");
         }
         if (!area.empty()) {
             options.area = AreaFromText(area);
+        }
+        if (!pictureSize.empty()) {
+            options.pictureSize = PictureSizeFromText(pictureSize);
+            if (screenshot.empty()) {
+                throw CLI::ValidationError("--picture-size", "needs --screenshot");
+            }
         }
         if (!dashes.empty()) {
             options.features.dashesPixels = NumbersFromText("--dash", dashes);

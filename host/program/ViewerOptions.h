@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PictureParts.h"
 #include "data/Extent.h"
 #include "drawing/FeatureStyle.h"
 #include "drawing/SceneColors.h"
@@ -59,6 +60,7 @@ struct ViewerOptions {
     int heightPixels = 800;
     int frames = 0; ///< 0: until the window is closed
     std::filesystem::path screenshot;
+    std::optional<PictureSize> pictureSize; ///< of the screenshot; not set: the window's
 };
 
 /// The outcome of reading a command line: options, or an exit code after help or an error was printed.

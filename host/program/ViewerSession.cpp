@@ -1,5 +1,7 @@
 #include "ViewerSession.h"
 
+#include "RecentFiles.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <string>
@@ -45,14 +47,19 @@ ViewerSession::~ViewerSession() {
 }
 
 bool ViewerSession::Open() {
+    const std::optional<ProjectView> view = m_document.TakeView();
     for (int window = 0; window < m_options.windows; ++window) {
         m_windows.push_back(std::make_unique<ViewerWindow>(m_scene, m_options, *this));
         if (!m_windows.back()->Open(window * kOffsetPixels)) {
             return false;
         }
         ++m_openWindows;
+        if (view && !m_options.area) {
+            m_windows.back()->ShowView(*view);
+        }
     }
     if (m_options.frames == 0) {
+        NoteRecentFiles(m_options.files);
         m_panel.Show(m_windows.front()->Handle());
     }
     return true;
@@ -79,6 +86,33 @@ void ViewerSession::Run(bool (*report)(const Scene& scene, const SceneLoading& l
 void ViewerSession::UpdateScene() {
     m_loading.Update();
     m_scene.Update();
+}
+
+void ViewerSession::OpenFiles(const std::vector<std::filesystem::path>& files, bool replaces) {
+    if (replaces && m_windows.front()->View().MakeCurrent(KTR::GLContextMain)) {
+        if (m_profile) {
+            m_profile->Hide();
+        }
+        m_document.Clear();
+        for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+            window->Forget();
+        }
+    }
+    m_document.Add(files);
+    const std::optional<ProjectView> view = m_document.TakeView();
+    for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+        if (view) {
+            window->ShowView(*view);
+        }
+        window->ExpectScene();
+    }
+    OrrinViewer::NoteRecentFiles(files);
+}
+
+void ViewerSession::SaveProject(const std::filesystem::path& path, const std::optional<ProjectView>& view) {
+    m_document.Save(path, view);
+    OrrinViewer::NoteRecentFiles({path});
+    RedrawAll(); // with other titles
 }
 
 void ViewerSession::RedrawAll() {
@@ -145,8 +179,11 @@ void ViewerSession::DrawFrames() {
 /// The last frames are still in the back buffers.
 void ViewerSession::SaveScreenshots() {
     for (std::size_t index = 0; index < m_windows.size(); ++index) {
-        if (!m_options.screenshot.empty()) {
-            m_windows[index]->SaveFrame(NameForWindow(m_options.screenshot, index));
+        const std::filesystem::path path = NameForWindow(m_options.screenshot, index);
+        if (!m_options.screenshot.empty() && m_options.pictureSize) {
+            m_windows[index]->SavePicture(path, *m_options.pictureSize, {});
+        } else if (!m_options.screenshot.empty()) {
+            m_windows[index]->SaveFrame(path);
         }
         m_windows[index]->Present();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Document.h"
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
 #include "SidePanel.h"
@@ -16,8 +17,8 @@ namespace OrrinViewer {
 /// first of them.
 class ViewerSession {
 public:
-    ViewerSession(Scene& scene, SceneLoading& loading, const ViewerOptions& options)
-        : m_scene(scene), m_loading(loading), m_options(options) {}
+    ViewerSession(Scene& scene, SceneLoading& loading, Document& document, const ViewerOptions& options)
+        : m_scene(scene), m_loading(loading), m_document(document), m_options(options) {}
     ~ViewerSession();
     ViewerSession(const ViewerSession&) = delete;
     ViewerSession& operator=(const ViewerSession&) = delete;
@@ -32,6 +33,13 @@ public:
     void UpdateScene();
     /// Whether more is to come.
     bool IsReading() const { return m_loading.IsLoading() || m_scene.IsReading(); }
+
+    /// Opens files beside what there is, or in place of it.
+    void OpenFiles(const std::vector<std::filesystem::path>& files, bool replaces);
+    /// Writes a project. Throws FileError.
+    void SaveProject(const std::filesystem::path& path, const std::optional<ProjectView>& view);
+    /// What is open, for titles.
+    const Document& GetDocument() const { return m_document; }
 
     /// How the scene is drawn has changed, which every window shows.
     void RedrawAll();
@@ -53,6 +61,7 @@ private:
 
     Scene& m_scene;
     SceneLoading& m_loading;
+    Document& m_document;
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
     SidePanel m_panel;

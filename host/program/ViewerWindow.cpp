@@ -1,5 +1,6 @@
 #include "ViewerWindow.h"
 
+#include "SceneProject.h"
 #include "Screenshot.h"
 #include "ViewerSession.h"
 #include "WindowContext.h"
@@ -96,6 +97,9 @@ bool ViewerWindow::Open(int offsetPixels) {
     GetWindowRect(m_window, &frame);
     SetWindowPos(m_window, nullptr, frame.left + offsetPixels, frame.top + offsetPixels, 0, 0,
                  SWP_NOSIZE | SWP_NOZORDER);
+    if (m_options.frames == 0) {
+        SetUpMenu(); // for a person
+    }
     ShowWindow(m_window, SW_SHOW);
     if (!CreateWindowContext(*m_view, m_window, L"OrrinViewer")) {
         return false;
@@ -137,6 +141,30 @@ void ViewerWindow::Present() {
 void ViewerWindow::SaveFrame(const std::filesystem::path& path) {
     m_view->MakeCurrent(KTR::GLContextMain);
     SaveScreenshot(*m_view, m_width, m_height, path);
+}
+
+void ViewerWindow::ShowView(const ProjectView& view) {
+    if (!m_view->MakeCurrent(KTR::GLContextMain)) {
+        return;
+    }
+    CancelBand();
+    ShowProjectView(*m_view, view);
+    m_scene.HoldEverything(*m_view);
+    m_isNavigated = true;
+    Redraw();
+}
+
+void ViewerWindow::Forget() {
+    m_measured.reset();
+    SetTool(Tool::Look);
+    m_isNavigated = false;
+    Redraw();
+}
+
+void ViewerWindow::ExpectScene() {
+    SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+    Redraw();
+    UpdateTitle();
 }
 
 void ViewerWindow::ShowSceneAnew() {
@@ -344,7 +372,8 @@ void ViewerWindow::Redraw() {
 }
 
 void ViewerWindow::UpdateTitle() const {
-    std::wstring title = L"OrrinViewer";
+    const std::string name = m_session.GetDocument().GetName();
+    std::wstring title = name.empty() ? L"OrrinViewer" : WideText(name) + L" - OrrinViewer";
     // What there is none of has no place there, such as points of a map of outlines.
     if (m_scene.CountPoints() > 0 || m_scene.IsReading()) {
         title +=

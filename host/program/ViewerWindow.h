@@ -1,6 +1,8 @@
 #pragma once
 
 #include "NativeWindow.h"
+#include "PictureParts.h"
+#include "Project.h"
 #include "ViewerOptions.h"
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
@@ -10,6 +12,7 @@
 #include <OrrinDisplay.h>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,8 +31,9 @@ class ViewerSession;
 /// A large cloud is drawn in several frames, each of which adds points to the one before; between them the window
 /// answers. Until all points are there, shapes and texts are an overlay too: the frame has only what lies below.
 ///
-/// Its functions stand in three more files: WindowInput.cpp (mouse and keys), WindowBands.cpp (what is drawn with the
-/// mouse) and WindowOverlays.cpp (what lies over the frame).
+/// Its functions stand in more files: WindowInput.cpp (mouse and keys), WindowBands.cpp (what is drawn with the mouse),
+/// WindowCommands.cpp (the menu and files),
+/// WindowOverlays.cpp (what lies over the frame) and WindowPicture.cpp (pictures of any size).
 class ViewerWindow final : public NativeWindow {
 public:
     ViewerWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session);
@@ -47,6 +51,17 @@ public:
     /// Saves the back buffer. Throws FileError when the file cannot be written.
     void SaveFrame(const std::filesystem::path& path);
 
+    /// Saves a picture of what the window shows, of any size: it is drawn in parts, with labels and what lies around
+    /// the map placed once for all of them. `progress` is told the share that is done, and gives up by returning false,
+    /// as does this function then. Throws FileError when the file cannot be written.
+    bool SavePicture(const std::filesystem::path& path, const PictureSize& size,
+                     const std::function<bool(double share)>& progress);
+    /// Shows what a project's window showed.
+    void ShowView(const ProjectView& view);
+    /// Everything there was is gone: what comes next is shown as a whole.
+    void Forget();
+    /// More is to come to the scene.
+    void ExpectScene();
     /// The scene is drawn in another way than before.
     void ShowSceneAnew();
     /// Only what lies over the frame has changed.
@@ -81,6 +96,9 @@ private:
         std::vector<Position> places;
     };
 
+    /// What lies over a picture's scene.
+    struct PictureTexts;
+
     LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void HandleButtonDown(WPARAM keys, POINT cursor, bool isRight);
     void HandleButtonUp(POINT cursor);
@@ -91,6 +109,14 @@ private:
     bool HandleViewKey(WPARAM key);
     bool HandleSceneKey(WPARAM key);
     void HandleEscape();
+    bool HandleFileKey(WPARAM key);
+    void HandleCommand(UINT command);
+    void HandleDrop(WPARAM drop);
+    void SetUpMenu();
+    void RefreshMenu(HMENU menu) const;
+    void AskForFilesToOpen(bool replaces);
+    void SaveProject(bool asks);
+    void AskForPicture();
     void HandleWheel(WPARAM wParam, LPARAM lParam);
     void HandleTimer();
     void SetCursorShape() const;
@@ -135,6 +161,8 @@ private:
 
     MapFrame DescribeMap() const;
     PixelPlace PlaceOf(const Position& position) const;
+    void DrawPicturePart(const PictureSize& size, const PicturePart& part, int overlap, const PictureTexts& texts);
+    void LayOutPicture(const PictureSize& size, PictureTexts& texts) const;
     void LoadTexts();
     void PlaceLabels();
     void DrawTexts();

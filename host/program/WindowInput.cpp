@@ -87,6 +87,15 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_KEYDOWN:
         HandleKey(wParam);
         return 0;
+    case WM_COMMAND:
+        HandleCommand(LOWORD(wParam));
+        return 0;
+    case WM_INITMENUPOPUP:
+        RefreshMenu(reinterpret_cast<HMENU>(wParam));
+        return 0;
+    case WM_DROPFILES:
+        HandleDrop(wParam);
+        return 0;
     case WM_CHAR:
         if (wParam == L'?') {
             HandleKey(VK_F1);
@@ -205,6 +214,9 @@ void ViewerWindow::SetCursorShape() const {
 
 void ViewerWindow::HandleKey(WPARAM key) {
     EndWheel();
+    if (IsKeyDown(VK_CONTROL) && !IsKeyDown(VK_MENU) && HandleFileKey(key)) {
+        return;
+    }
     if (m_band != BandUse::None && key == VK_BACK) {
         TakeBandPlaceBack();
         return;

@@ -1,5 +1,7 @@
 #include "TransformLayers.h"
 
+#include "data/ReadingProgress.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -49,6 +51,7 @@ public:
     CloudFields GetFields() const override { return m_reader->GetFields(); }
     std::uint64_t GetPointCount() const override { return m_reader->GetPointCount(); }
     std::uint64_t CountSkipped() const override { return m_reader->CountSkipped() + m_skipped; }
+    std::optional<double> GetShareRead() const override { return m_reader->GetShareRead(); }
     std::string GetWarning() const override { return m_reader->GetWarning(); }
     CoordinateSystem GetSystem() const override { return m_system; }
     Extent GetPromisedExtent() const override {
@@ -89,7 +92,11 @@ void Transform(VectorLayer& layer, const MapTransformation& transformation) {
     std::vector<VectorFeature> features;
     features.reserve(layer.features.size());
     layer.extent = {};
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("transforming", "features");
     for (VectorFeature& feature : layer.features) {
+        progress->Count(features.size());
+        progress->Reach(features.size() + 1, layer.features.size());
         if (Transform(feature, transformation, hasHeights)) {
             layer.extent.Include(feature.extent);
             features.push_back(std::move(feature));
@@ -148,7 +155,10 @@ ElevationGrid Transform(const ElevationGrid& grid, const MapTransformation& tran
     transformed.westX = box.low.x + transformed.cellSize * 0.5;
     transformed.northY = box.high.y - transformed.cellSize * 0.5;
     transformed.elevations.reserve(transformed.columns * transformed.rows);
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("transforming");
     for (std::size_t row = 0; row < transformed.rows; ++row) {
+        progress->Reach(row, transformed.rows);
         for (std::size_t column = 0; column < transformed.columns; ++column) {
             Position place{transformed.westX + static_cast<double>(column) * transformed.cellSize,
                            transformed.northY - static_cast<double>(row) * transformed.cellSize, 0.0};

@@ -25,6 +25,7 @@ INSTANTIATE_TEST_SUITE_P(
         KindCase{"lasUnderAnotherName", ".ply", "LASF....", FileKind::Las},
         KindCase{"plyUnderAnotherName", ".json", "ply\r\nformat", FileKind::Ply},
         KindCase{"jsonUnderAnotherName", ".las", "\xEF\xBB\xBF \n {", FileKind::GeoJson},
+        KindCase{"projectUnderAnotherName", ".json", "{\n  \"format\" : \"OrrinViewer project\"", FileKind::Project},
         KindCase{"gridUnderAnotherName", ".txt", " NCOLS 4", FileKind::AsciiGrid},
         KindCase{"pngUnderAnotherName", ".las", "\x89PNG\r\n\x1A\n", FileKind::Image},
         KindCase{"damagedImage", ".JPG", "?", FileKind::Image},
