@@ -320,6 +320,11 @@ std::vector<std::string> Scene::GetProblems() const {
     return problems;
 }
 
+void Scene::AddRemark(std::string remark) {
+    m_remarks.push_back(std::move(remark));
+    ++m_version;
+}
+
 std::vector<std::string> Scene::GetRemarks() const {
     std::vector<std::string> remarks = m_remarks;
     for (const Cloud& cloud : m_clouds) {

@@ -130,7 +130,7 @@ public:
     std::string GetProblem() const;
     std::vector<std::string> GetProblems() const; ///< of all clouds
     /// Adds to what there is to tell.
-    void AddRemark(std::string remark) { m_remarks.push_back(std::move(remark)); }
+    void AddRemark(std::string remark);
     /// What there is to tell about the files, a line each; complete once nothing is read any more.
     std::vector<std::string> GetRemarks() const;
 

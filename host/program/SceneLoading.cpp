@@ -441,6 +441,11 @@ void SceneLoading::StopThread() {
     m_queue.clear();
 }
 
+bool SceneLoading::IsStopping() const {
+    const std::lock_guard lock(m_mutex);
+    return m_isRunning && m_progress && m_progress->IsStopped();
+}
+
 bool SceneLoading::WasStopped() const {
     const std::lock_guard lock(m_mutex);
     return m_wasStopped || m_scene.WasStopped();

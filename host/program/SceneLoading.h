@@ -48,6 +48,8 @@ public:
     /// Ends the reading: of files that have not been read to their end nothing comes to the scene, but of clouds the
     /// points so far. The scene's remarks tell what is missing.
     void Stop();
+    /// Whether the file that was being read has not ended yet.
+    bool IsStopping() const;
     /// Whether something is missing for that reason.
     bool WasStopped() const;
     /// Whether more is to come by Update. Clouds are read on after that, see Scene::IsReading.

@@ -86,6 +86,16 @@ void ViewerSession::Run(bool (*report)(const Scene& scene, const SceneLoading& l
 void ViewerSession::UpdateScene() {
     m_loading.Update();
     m_scene.Update();
+    m_isStopped = m_isStopped && IsReading();
+}
+
+bool ViewerSession::StopReading() {
+    if (!IsReading() || m_isStopped) {
+        return false;
+    }
+    m_isStopped = true;
+    m_loading.Stop();
+    return true;
 }
 
 void ViewerSession::OpenFiles(const std::vector<std::filesystem::path>& files, bool replaces) {

@@ -29,6 +29,9 @@ public:
     /// screenshot cannot be written. While a person looks, `report` is called once all files are read.
     void Run(bool (*report)(const Scene& scene, const SceneLoading& loading));
 
+    const SceneLoading& GetLoading() const { return m_loading; }
+    /// Ends the reading of files; false where nothing is read, or where that has been asked for.
+    bool StopReading();
     /// Brings to the scene what has been read since; its version is another one then.
     void UpdateScene();
     /// Whether more is to come.
@@ -67,6 +70,7 @@ private:
     SidePanel m_panel;
     std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
+    bool m_isStopped = false; ///< what is being read ends soon
 };
 
 } // namespace OrrinViewer

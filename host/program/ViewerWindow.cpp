@@ -23,6 +23,9 @@ namespace {
 /// For points that are still read or fetched.
 constexpr UINT_PTR kTimer = 1;
 constexpr UINT kTimerMilliseconds = 30;
+/// For what is told about the reading, and to see that there is something to be read.
+constexpr UINT_PTR kNoticeTimer = 2;
+constexpr UINT kNoticeMilliseconds = 100;
 /// A frame of a cloud that looks sparser than this is not worth showing: the next ones come soon.
 constexpr double kMostSpacingOfPointSize = 1.5;
 
@@ -66,7 +69,8 @@ KTR::GLViewOrientation OrientationOf(Camera camera) {
 } // namespace
 
 ViewerWindow::ViewerWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session)
-    : m_scene(scene), m_options(options), m_session(session), m_texts(WideText(options.font), options.fontPoints) {}
+    : m_scene(scene), m_options(options), m_session(session), m_texts(WideText(options.font), options.fontPoints),
+      m_notices(scene, session.GetLoading()) {}
 
 ViewerWindow::~ViewerWindow() {
     if (m_view) {
@@ -119,6 +123,9 @@ bool ViewerWindow::Open(int offsetPixels) {
     AddOverlays();
     UpdateTitle();
     SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+    if (m_options.frames == 0) {
+        SetTimer(m_window, kNoticeTimer, kNoticeMilliseconds, nullptr);
+    }
     return true;
 }
 
@@ -172,7 +179,16 @@ void ViewerWindow::ShowSceneAnew() {
     UpdateTitle();
 }
 
-void ViewerWindow::HandleTimer() {
+void ViewerWindow::HandleTimer(UINT_PTR timer) {
+    if (timer == kNoticeTimer) {
+        if (m_session.IsReading()) {
+            SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+        }
+        if (m_notices.Update()) {
+            RedrawOverlays();
+        }
+        return;
+    }
     MeetScene();
     if (m_waits) {
         RedrawOverlays();
@@ -264,6 +280,7 @@ void ViewerWindow::ShowFrame() {
         KTR::GLCoveredArea covered;
         DrawMeasured(*m_view, covered, this);
         DrawReadout(*m_view, covered, this);
+        DrawNotices(*m_view, covered, this);
         Present();
         return;
     }
@@ -390,6 +407,9 @@ void ViewerWindow::UpdateTitle() const {
         wchar_t time[32] = {};
         std::swprintf(time, std::size(time), L" - %.1f ms", m_frameMilliseconds);
         title += time;
+    }
+    if (m_session.GetLoading().WasStopped()) {
+        title += L" - stopped, not everything is here";
     }
     if (const std::string problem = m_scene.GetProblem(); !problem.empty()) {
         title += L" - " + WideText(problem);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MapNotices.h"
 #include "NativeWindow.h"
 #include "PictureParts.h"
 #include "Project.h"
@@ -118,7 +119,7 @@ private:
     void SaveProject(bool asks);
     void AskForPicture();
     void HandleWheel(WPARAM wParam, LPARAM lParam);
-    void HandleTimer();
+    void HandleTimer(UINT_PTR timer);
     void SetCursorShape() const;
     /// Moves the picture, or turns the 3-D view, by so many pixels to the right and down.
     void Drag(double rightPixels, double downPixels, bool pans);
@@ -156,6 +157,7 @@ private:
     static void DrawUnfinished(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
+    static void DrawNotices(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     std::string NameOfTool() const;
 
@@ -184,6 +186,7 @@ private:
     std::unique_ptr<KTR::COpenGLView> m_view;
     TextPainter m_texts;
     LabelLayer m_labels;
+    MapNotices m_notices;
     bool m_ready = false;
     Stored m_stored = Stored::Nothing; ///< as it has to be shown
     bool m_waits = false;              ///< points are to come, but there are none to draw now

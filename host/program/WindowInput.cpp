@@ -44,7 +44,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         m_session.GetPanel().Follow();
         return 0;
     case WM_TIMER:
-        HandleTimer();
+        HandleTimer(wParam);
         return 0;
     case WM_ERASEBKGND:
         return 1; // every frame fills the window
@@ -116,6 +116,10 @@ void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor, bool isRight) {
         return; // the other button is down
     }
     EndWheel();
+    if (m_notices.DismissAt(cursor.x, cursor.y)) {
+        RedrawOverlays();
+        return;
+    }
     m_cursor = cursor;
     m_pressed = cursor;
     if (isRight && m_band != BandUse::None) {
@@ -342,8 +346,14 @@ bool ViewerWindow::HandleSceneKey(WPARAM key) {
 
 /// Leaves what there is to leave, one after the other; the program last.
 void ViewerWindow::HandleEscape() {
-    if (m_band != BandUse::None) {
+    if (m_session.StopReading()) {
+        m_notices.Update();
+        UpdateTitle();
+        RedrawOverlays();
+    } else if (m_band != BandUse::None) {
         CancelBand();
+    } else if (m_notices.Dismiss()) {
+        RedrawOverlays();
     } else if (m_helpOverlay != 0) {
         ShowHelp(false);
     } else if (m_tool != Tool::Look) {

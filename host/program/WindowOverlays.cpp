@@ -17,7 +17,7 @@ namespace OrrinViewer {
 namespace {
 
 /// In the order in which they are drawn.
-enum OverlayOrder { OrderOfUnfinished, OrderOfMeasured, OrderOfReadout };
+enum OverlayOrder { OrderOfUnfinished, OrderOfMeasured, OrderOfReadout, OrderOfNotices };
 
 constexpr double kEdgePixels = 10.0;
 constexpr Rgb kPanelColor{20, 24, 30};
@@ -47,7 +47,7 @@ constexpr std::array<KeyHelp, 20> kHelp = {{
     {"E", "shading of clouds by their depths"},
     {"S, A", "turn, raise the sun (Shift: back)"},
     {"Enter", "ends what is being drawn (also double or right click)"},
-    {"Esc", "leaves: what is being drawn, the tool, the program"},
+    {"Esc", "stops reading, then leaves: what is being drawn, the tool, the program"},
     {"F1, ?", "these keys"},
 }};
 
@@ -57,6 +57,7 @@ void ViewerWindow::AddOverlays() {
     m_view->AddOverlay(&DrawUnfinished, this, OrderOfUnfinished);
     m_view->AddOverlay(&DrawMeasured, this, OrderOfMeasured);
     m_view->AddOverlay(&DrawReadout, this, OrderOfReadout);
+    m_view->AddOverlay(&DrawNotices, this, OrderOfNotices);
 }
 
 void ViewerWindow::ShowHelp(bool on) {
@@ -142,6 +143,12 @@ void ViewerWindow::DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& cove
     own.m_texts.Draw(view, {PlaceBesideLine(text, own.m_texts.Sizes(view).width(text), pixels[last - 1], pixels[last],
                                             own.m_width, own.m_height)});
     // The whole window stays covered: it is drawn once, not with each move of something else.
+}
+
+/// What there is to say about files.
+void ViewerWindow::DrawNotices(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
+    auto& own = *static_cast<ViewerWindow*>(context);
+    own.m_notices.Draw(view, own.m_texts, own.m_width, own.m_height, covered);
 }
 
 /// The keys and what they do, on a panel in the window's middle.

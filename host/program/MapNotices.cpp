@@ -1,0 +1,190 @@
+#include "MapNotices.h"
+
+#include "drawing/PixelDrawing.h"
+#include "map/NoticeText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+namespace OrrinViewer {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// What is read faster than this needs no progress.
+constexpr auto kQuick = 150ms;
+constexpr auto kNewsTime = 12s;
+constexpr std::size_t kMostLines = 8;
+
+constexpr double kEdgePixels = 10.0;
+constexpr double kBarPixels = 8.0;
+constexpr double kReadingPixels = 520.0;
+constexpr double kWidestPixels = 760.0;
+constexpr Rgb kPanelColor{20, 24, 30};
+constexpr std::uint8_t kPanelOpacity = 225;
+constexpr Rgb kBarColor{90, 170, 255};
+constexpr Rgb kBarGround{58, 66, 78};
+constexpr const char* kHowToStop = "Esc stops";
+constexpr const char* kHowToOpen = "Drop files here, or press Ctrl+O";
+
+void DrawBox(KTR::COpenGLView& view, double left, double bottom, double right, double top, const Rgb& color,
+             std::uint8_t opacity) {
+    const Position corners[] = {{left, bottom, 0.0}, {right, bottom, 0.0}, {right, top, 0.0}, {left, top, 0.0}};
+    DrawPixelTriangles(view, {{corners[0], corners[1], corners[2]}, {corners[0], corners[2], corners[3]}}, color,
+                       opacity);
+}
+
+/// The first line of a text that has no more room than that.
+std::string CutToWidth(const std::string& text, double widthPixels, const TextSizes& sizes) {
+    if (sizes.width(text) <= widthPixels) {
+        return text;
+    }
+    const std::vector<std::string> lines = BreakLines(text, widthPixels - sizes.width("..."), sizes);
+    return lines.front() + "...";
+}
+
+} // namespace
+
+std::string MapNotices::FindReading(std::optional<int>& percent) const {
+    const auto toPercent = [](const ReadingState& state) {
+        return state.share ? std::optional(static_cast<int>(std::floor(*state.share * 100.0))) : std::nullopt;
+    };
+    if (m_loading.IsLoading()) {
+        const SceneLoading::Progress progress = m_loading.GetProgress();
+        percent = toPercent(progress.state);
+        return m_loading.IsStopping()
+                   ? progress.name + ": stopping"
+                   : DescribeReading(progress.name, progress.fileNumber, progress.fileCount, progress.state);
+    }
+    if (const std::optional<Scene::CloudReading> cloud = m_scene.GetReading()) {
+        percent = toPercent(cloud->state);
+        return DescribeReading(cloud->name, 1, 1, cloud->state);
+    }
+    return {};
+}
+
+/// Faults are news at once. Remarks may change until everything is there.
+void MapNotices::TakeNews() {
+    std::vector<std::string> lines;
+    for (const std::string& fault : m_loading.GetFaults()) {
+        lines.push_back(WithoutFolders(fault));
+    }
+    if (!m_readingSince && m_sceneVersion != m_scene.GetVersion()) {
+        m_sceneVersion = m_scene.GetVersion();
+        for (const std::string& problem : m_scene.GetProblems()) {
+            lines.push_back(WithoutFolders(problem));
+        }
+        const std::vector<std::string> remarks = m_scene.GetRemarks();
+        lines.insert(lines.end(), remarks.begin(), remarks.end());
+    }
+    for (const std::string& line : lines) {
+        if (std::find(m_known.begin(), m_known.end(), line) == m_known.end()) {
+            m_known.push_back(line);
+            m_news.push_back(line);
+            m_newsTime = Clock::now();
+        }
+    }
+}
+
+bool MapNotices::Update() {
+    const Clock::time_point now = Clock::now();
+    if (!IsReading()) {
+        m_readingSince.reset();
+    } else if (!m_readingSince) {
+        m_readingSince = now;
+    }
+    TakeNews();
+    Said said;
+    if (m_readingSince && now - *m_readingSince >= kQuick) {
+        said.reading = FindReading(said.percent);
+    }
+    // What explains an empty map stays.
+    said.isEmptyMap = !m_readingSince && m_scene.GetExtent().IsEmpty();
+    if (!said.isEmptyMap && now - m_newsTime >= kNewsTime) {
+        m_news.clear();
+    }
+    said.lines = said.isEmptyMap ? m_known : m_news;
+    if (said.lines.size() > kMostLines) {
+        const std::size_t more = said.lines.size() - kMostLines + 1;
+        said.lines.resize(kMostLines - 1);
+        said.lines.push_back("and " + std::to_string(more) + " more");
+    }
+    if (said.isEmptyMap) {
+        said.lines.emplace_back(kHowToOpen);
+    }
+    const bool isNew = !(said == m_said);
+    m_said = std::move(said);
+    return isNew;
+}
+
+bool MapNotices::Dismiss() {
+    if (m_news.empty() || m_said.isEmptyMap) {
+        return false;
+    }
+    m_news.clear();
+    Update();
+    return true;
+}
+
+bool MapNotices::DismissAt(int x, int y) {
+    return !m_said.lines.empty() && x >= m_area.left && x < m_area.right && y >= m_area.top && y < m_area.bottom &&
+           Dismiss();
+}
+
+void MapNotices::Draw(KTR::COpenGLView& view, const TextPainter& texts, int width, int height,
+                      KTR::GLCoveredArea& covered) {
+    m_area = {};
+    covered = {};
+    const bool isRead = !m_said.reading.empty();
+    const double room = width - 4.0 * kEdgePixels;
+    if ((!isRead && m_said.lines.empty()) || room <= 0.0) {
+        return;
+    }
+    const TextSizes sizes = texts.Sizes(view);
+    const double rowHeight = std::round(sizes.ascent + sizes.descent + 6.0);
+    std::vector<std::string> lines;
+    for (const std::string& line : m_said.lines) {
+        const std::vector<std::string> broken = BreakLines(line, std::min(room, kWidestPixels), sizes);
+        lines.insert(lines.end(), broken.begin(), broken.end());
+    }
+    // Of the same width while it is read, however long the numbers are.
+    double inner = isRead ? std::min(room, kReadingPixels) : 0.0;
+    for (const std::string& line : lines) {
+        inner = std::max(inner, sizes.width(line));
+    }
+    const double readingHeight = isRead ? rowHeight + kBarPixels + kEdgePixels : 0.0;
+    const double panelHeight = readingHeight + rowHeight * static_cast<double>(lines.size()) + kEdgePixels +
+                               (lines.empty() ? 0.0 : kEdgePixels * 0.5);
+    const double left = std::round((width - inner) * 0.5) - kEdgePixels;
+    const double right = left + std::ceil(inner) + 2.0 * kEdgePixels;
+    // Below the row that tells the position under the mouse.
+    const double top = m_said.isEmptyMap ? std::round((height + panelHeight) * 0.5) : height - 2.0 * rowHeight;
+    SetUpPixelCamera(view, width, height);
+    DrawBox(view, left, top - panelHeight, right, top, kPanelColor, kPanelOpacity);
+    std::vector<PixelText> written;
+    double baseline = top - kEdgePixels - sizes.ascent;
+    if (isRead) {
+        const double stopWidth = sizes.width(kHowToStop);
+        written.push_back({CutToWidth(m_said.reading, inner - stopWidth - 2.0 * kEdgePixels, sizes), left + kEdgePixels,
+                           std::round(baseline)});
+        written.push_back({kHowToStop, std::round(right - kEdgePixels - stopWidth), std::round(baseline)});
+        const double barTop = top - kEdgePixels - rowHeight;
+        const double share = m_said.percent.value_or(0) / 100.0;
+        DrawBox(view, left + kEdgePixels, barTop - kBarPixels, right - kEdgePixels, barTop, kBarGround, 255);
+        DrawBox(view, left + kEdgePixels, barTop - kBarPixels,
+                left + kEdgePixels + std::round((right - left - 2.0 * kEdgePixels) * share), barTop, kBarColor, 255);
+        baseline -= readingHeight;
+    }
+    for (const std::string& line : lines) {
+        written.push_back({line, left + kEdgePixels, std::round(baseline)});
+        baseline -= rowHeight;
+    }
+    texts.Draw(view, written);
+    m_area = {left, height - top, right, height - top + panelHeight};
+    covered = m_area;
+}
+
+} // namespace OrrinViewer
