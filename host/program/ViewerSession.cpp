@@ -52,6 +52,9 @@ bool ViewerSession::Open() {
         }
         ++m_openWindows;
     }
+    if (m_options.frames == 0) {
+        m_panel.Show(m_windows.front()->Handle());
+    }
     return true;
 }
 

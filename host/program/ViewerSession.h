@@ -2,6 +2,7 @@
 
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
+#include "SidePanel.h"
 #include "ViewerOptions.h"
 #include "ViewerWindow.h"
 #include "drawing/Scene.h"
@@ -36,6 +37,9 @@ public:
     void RedrawAll();
     void NoteClosed();
 
+    /// The controls beside a map; they are of all windows together.
+    SidePanel& GetPanel() { return m_panel; }
+
     /// Shows the profile along a line that was drawn in one of the windows.
     void ShowProfile(std::vector<Position> line, HWND drawnIn);
     /// The profile's window; null while there is none to be seen.
@@ -51,6 +55,7 @@ private:
     SceneLoading& m_loading;
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
+    SidePanel m_panel;
     std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
 };

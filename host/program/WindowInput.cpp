@@ -29,6 +29,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         m_width = std::max<int>(LOWORD(lParam), 1);
         m_height = std::max<int>(HIWORD(lParam), 1);
         Redraw();
+        m_session.GetPanel().Follow();
         return 0;
     }
     if (!m_ready) {
@@ -38,6 +39,9 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_PAINT:
         ValidateRect(m_window, nullptr);
         DrawFrame();
+        return 0;
+    case WM_MOVE:
+        m_session.GetPanel().Follow();
         return 0;
     case WM_TIMER:
         HandleTimer();
@@ -206,6 +210,13 @@ void ViewerWindow::HandleKey(WPARAM key) {
     switch (key) {
     case VK_F1:
         ShowHelp(m_helpOverlay == 0);
+        break;
+    case VK_F4:
+        if (SidePanel& panel = m_session.GetPanel(); panel.IsShown()) {
+            panel.Hide();
+        } else {
+            panel.Show(m_window);
+        }
         break;
     case 'M':
         SetTool(m_tool == Tool::MeasurePath   ? Tool::MeasureArea
