@@ -147,7 +147,7 @@ FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maxim
     return grid;
 }
 
-CFTGLFontAtlas::CFTGLFontAtlas() {
+CFTGLFontAtlas::CFTGLFontAtlas() : m_parameters{CString(), CString()} {
     InitializeObject();
 }
 
@@ -166,7 +166,10 @@ void CFTGLFontAtlas::InitializeObject() {
     m_kerning = nullptr;
     m_sheet = nullptr;
     m_path.Empty();
-    m_parameters = FontParameters{};
+    AtTheBorder([this] {
+        m_parameters = {CString(), CString()}; // in case that there is no memory for names
+        m_parameters = {};
+    });
 }
 
 void CFTGLFontAtlas::FreeDataStructures() {
@@ -188,14 +191,14 @@ void CFTGLFontAtlas::ReleaseFontLibrary() {
 
 KerningCache* CFTGLFontAtlas::GetKerning() {
     if (!m_kerning && m_face && FT_HAS_KERNING(m_face)) {
-        m_kerning = new (std::nothrow) KerningCache(m_face);
+        AtTheBorder([this] { m_kerning = new KerningCache(m_face); });
     }
     return m_kerning;
 }
 
 GlyphSheet* CFTGLFontAtlas::GetSheet() {
     if (!m_sheet && m_face) {
-        m_sheet = new (std::nothrow) GlyphSheet(m_face, COpenGLView::GetMaximumTextureSize());
+        AtTheBorder([this] { m_sheet = new GlyphSheet(m_face, COpenGLView::GetMaximumTextureSize()); });
     }
     return m_sheet;
 }
@@ -252,11 +255,8 @@ long CFTGLFontAtlas::SetUpNewFont(FontParameters& request) {
     if (IsFontRequestSameAsCurrentFont(request)) {
         return S_OK;
     }
-    try {
-        return SetUp(request);
-    } catch (...) { // strings that find no memory
-        return AbandonBuild(E_OUTOFMEMORY);
-    }
+    const long result = AtTheBorder(long{E_OUTOFMEMORY}, [&] { return SetUp(request); });
+    return result == S_OK ? S_OK : AbandonBuild(result);
 }
 
 long CFTGLFontAtlas::BuildFontAndGetMetrics(HDC deviceContext, const wchar_t* face, int height, int weight,
@@ -289,11 +289,8 @@ long CFTGLFontAtlas::BuildFontAndGetMetrics(HDC deviceContext, const wchar_t* fa
 }
 
 long CFTGLFontAtlas::InitializeFreeTypeLibrary(const FontParameters& request) {
-    try {
-        return OpenFontFile(request);
-    } catch (...) { // strings that find no memory
-        return AbandonBuild(E_OUTOFMEMORY);
-    }
+    const long result = AtTheBorder(long{E_OUTOFMEMORY}, [&] { return OpenFontFile(request); });
+    return result == S_OK ? S_OK : AbandonBuild(result);
 }
 
 long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {

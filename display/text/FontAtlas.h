@@ -40,12 +40,14 @@ ORRIN_DISPLAY_API FontGrid LayOutFontGrid(int characters, int cellWidth, int cel
 /// is no record and no texture. Not locked; used by the thread that draws. Needs no current context.
 class ORRIN_DISPLAY_API CFTGLFontAtlas {
 public:
+    /// An empty atlas. Where the names of the default request find no memory it has none.
     CFTGLFontAtlas();
     ~CFTGLFontAtlas();
     CFTGLFontAtlas(const CFTGLFontAtlas&) = delete;
     CFTGLFontAtlas& operator=(const CFTGLFontAtlas&) = delete;
 
-    /// Forgets (does not free) what the atlas owns and restores the default request. Call FreeDataStructures first.
+    /// Forgets (does not free) what the atlas owns and restores the default request, as far as its names find memory.
+    /// Call FreeDataStructures first.
     void InitializeObject();
     /// Frees everything: face, library, record and texture bytes.
     void FreeDataStructures();

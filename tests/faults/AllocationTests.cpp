@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <malloc.h>
 #include <new>
+#include <optional>
 
 namespace {
 
@@ -371,6 +372,31 @@ TEST_F(FontAllocation, AtlasKeepsAFractionOfItsTexture) {
     for (const auto& [from, rowCount] : {std::pair{-1, 1}, {0, 0}, {metrics.textureHeight, 1}, {1, INT_MAX}}) {
         EXPECT_EQ(atlas.CopyTextureRows(from, rowCount, rows.data()), E_INVALIDARG) << from;
     }
+}
+
+// A host may make an atlas of its own while memory is out: it is one without names then, which builds once there is.
+TEST_F(FontAllocation, AtlasIsMadeWithoutMemory) {
+    const InstalledFontFile file(SmallFont(L'0').File());
+    const FontParameters request = FontRequest(file.Face(), 12);
+    FailEachAllocation(
+        [] {
+            auto made = std::optional<CFTGLFontAtlas>();
+            made.emplace();
+            return made->GetFontParameters().faceName.GetLength() + made->GetFontParameters().styleName.GetLength();
+        },
+        [](int named, bool failed) { EXPECT_EQ(named, failed ? 0 : 12); });
+    FailEachAllocation(
+        [&] {
+            CFTGLFontAtlas atlas;
+            const bool hasName = !atlas.GetFontParameters().faceName.IsEmpty();
+            g_failingNumber = -1;
+            EXPECT_EQ(atlas.GetAtlasMetrics(), nullptr);
+            EXPECT_EQ(atlas.GetRawTexture(), nullptr);
+            EXPECT_EQ(atlas.CopyTextureRows(0, 1, nullptr), E_INVALIDARG);
+            EXPECT_EQ(atlas.InitializeFreeTypeLibrary(request), S_OK);
+            return hasName;
+        },
+        [](bool hasName, bool failed) { EXPECT_EQ(hasName, !failed); });
 }
 
 TEST_F(FontAllocation, TableWithoutMemoryForAFontKeepsTheSlotFree) {
