@@ -1,7 +1,8 @@
 #include "ChunkStore.h"
 
+#include "../platform/Border.h"
+
 #include <algorithm>
-#include <exception>
 #include <tuple>
 #include <utility>
 
@@ -54,7 +55,8 @@ long ChunkStore::Add(CloudChunk&& chunk) {
         }
         m_entries.push_back(std::move(entry));
         m_memoryBytes += bytes;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
     return S_OK;
@@ -261,7 +263,8 @@ void ChunkStore::Fetch(Lock& lock, PieceId id) {
     try {
         records = std::make_shared<std::vector<PointCloudRecord>>(count);
         result = m_file.Read(at, records->data(), count * sizeof(PointCloudRecord));
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         // The result says it.
     }
     lock.lock();

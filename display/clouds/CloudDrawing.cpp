@@ -1,5 +1,6 @@
 #include "CloudDrawing.h"
 
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 
 #include <algorithm>
@@ -346,6 +347,7 @@ const GLRGBAColor* CloudDrawing::ColorRecords(const StoredChunk& chunk, const Po
     try {
         m_coloring(records, count, {chunk.origin.x, chunk.origin.y, chunk.origin.z}, m_colors.data());
     } catch (...) {
+        DropCaught();
         std::fill_n(m_colors.begin(), count, GLRGBAColor{});
         m_result = E_UNEXPECTED;
     }

@@ -1,9 +1,9 @@
 #include "CloudIntake.h"
 
+#include "../platform/Border.h"
+
 #include <algorithm>
 #include <chrono>
-#include <exception>
-#include <new>
 #include <utility>
 
 namespace KTR {
@@ -35,7 +35,7 @@ CloudIntake::~CloudIntake() {
         m_stops = true;
     }
     m_changed.notify_all();
-    m_reader->Cancel();
+    AtTheBorder([this] { m_reader->Cancel(); });
     m_thread.join();
 }
 
@@ -75,10 +75,8 @@ void CloudIntake::Run() {
         if (!builder.IsEmpty() && (!builder.KeepsOrder() || WaitForOrigin()) && !Deliver(builder)) {
             result = m_store.GetResult() != S_OK ? m_store.GetResult() : E_OUTOFMEMORY;
         }
-    } catch (const std::bad_alloc&) {
-        result = E_OUTOFMEMORY;
     } catch (...) {
-        result = E_UNEXPECTED;
+        result = DropCaught();
     }
     const std::lock_guard lock(m_mutex);
     m_state.reads = false;
@@ -123,10 +121,8 @@ long CloudIntake::ReadSome(std::vector<PointCloudPoint>& points, std::size_t roo
         const long result = m_reader->Read(points.data(), room, count);
         count = std::min(count, room);
         return result;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
     } catch (...) {
-        return E_UNEXPECTED;
+        return DropCaught();
     }
 }
 

@@ -1,10 +1,9 @@
 #include "PointCloudLayer.h"
 
+#include "../platform/Border.h"
 #include "CloudDrawing.h"
 
 #include <algorithm>
-#include <exception>
-#include <new>
 #include <utility>
 
 namespace KTR {
@@ -64,11 +63,8 @@ CPointCloudLayer::CPointCloudLayer(std::unique_ptr<PointCloudReader> reader, con
     if (!reader) {
         return;
     }
-    try {
-        m_parts = std::make_unique<PointCloudParts>(std::move(reader), limits);
-    } catch (const std::exception&) {
-        // The state says it.
-    }
+    // The state says that it did not.
+    AtTheBorder([&] { m_parts = std::make_unique<PointCloudParts>(std::move(reader), limits); });
 }
 
 CPointCloudLayer::~CPointCloudLayer() = default;
@@ -107,12 +103,10 @@ PointCloudFrame CPointCloudLayer::Draw(COpenGLView& view, const PointCloudDrawin
     if (!m_parts) {
         return frame;
     }
-    try {
+    return AtTheBorder(frame, [&] {
         m_parts->intake.OfferOrigin(CloudDrawing::FindCamera(view, drawing).origin);
         return m_parts->drawing.Draw(view, drawing, m_parts->Delivers());
-    } catch (const std::exception&) {
-        return frame;
-    }
+    });
 }
 
 PointCloudFrame CPointCloudLayer::Refine(COpenGLView& view) {
@@ -121,11 +115,7 @@ PointCloudFrame CPointCloudLayer::Refine(COpenGLView& view) {
     if (!m_parts) {
         return frame;
     }
-    try {
-        return m_parts->drawing.Refine(view, m_parts->Delivers());
-    } catch (const std::exception&) {
-        return frame;
-    }
+    return AtTheBorder(frame, [&] { return m_parts->drawing.Refine(view, m_parts->Delivers()); });
 }
 
 void CPointCloudLayer::Forget(const COpenGLView& view) {

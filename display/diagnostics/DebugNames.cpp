@@ -1,11 +1,12 @@
 #include "DebugNames.h"
 
+#include "../platform/Border.h"
+
 #include <GL/glext.h>
 
 #include <spdlog/logger.h>
 
 #include <atomic>
-#include <exception>
 #include <string>
 
 namespace KTR {
@@ -38,7 +39,8 @@ void APIENTRY TakeMessage(GLenum source, GLenum, GLuint, GLenum severity, GLsize
             const std::string text = length < 0 ? message : std::string(message, static_cast<std::size_t>(length));
             logger->log(LevelOf(severity), "OpenGL driver: {}", text);
         }
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
     }
 }
 

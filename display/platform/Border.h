@@ -2,22 +2,30 @@
 
 #include <afx.h>
 
+#include <new>
 #include <type_traits>
 #include <utility>
 
 namespace KTR {
 
-/// To be called where something was caught, whatever it is: MFC throws pointers, which have to be given back.
-inline void DropCaught() noexcept {
-#ifdef _MFC_VER
+/// To be called where something was caught, whatever it is: MFC throws pointers, which have to be given back. Tells
+/// what it was: E_OUTOFMEMORY or, for anything else, E_UNEXPECTED.
+inline long DropCaught() noexcept {
     try {
         throw;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+#ifdef _MFC_VER
+    } catch (CMemoryException* exception) {
+        exception->Delete();
+        return E_OUTOFMEMORY;
     } catch (CException* exception) {
         exception->Delete();
-    } catch (...) {
-        return;
-    }
+        return E_UNEXPECTED;
 #endif
+    } catch (...) {
+        return E_UNEXPECTED;
+    }
 }
 
 /// Runs a part of an exported operation. What is thrown in it (no memory for a string or a list, as a rule) must not

@@ -11,6 +11,8 @@ namespace {
 constexpr int kMostCells = 128; ///< in either direction
 /// Of legs in all cells together. A line of usual length stays far below it.
 constexpr std::size_t kMostEntries = 4'000'000;
+/// Legs of a cell that are tried one after the other.
+constexpr int kMostTried = 32;
 
 } // namespace
 
@@ -64,6 +66,10 @@ void ProfileLine::FillCells() {
     while (!CountInCells(side)) {
         side /= 2;
     }
+    m_tree.Clear();
+    if (m_legs.size() > kMostTried) {
+        m_tree.Build(m_legs);
+    }
     std::vector<int> next(m_cells.first.begin(), m_cells.first.end() - 1);
     m_cells.legs.resize(static_cast<std::size_t>(m_cells.first.back()));
     for (std::size_t index = 0; index < m_legs.size(); ++index) {
@@ -89,7 +95,7 @@ bool ProfileLine::CountInCells(int side) {
     const auto cells = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
     m_cells.first.assign(cells + 1, 0);
     std::size_t total = 0;
-    for (const Leg& leg : m_legs) {
+    for (const ProfileLeg& leg : m_legs) {
         VisitCells(leg, [&](std::size_t cell) {
             ++m_cells.first[cell + 1];
             ++total;
@@ -105,7 +111,7 @@ bool ProfileLine::CountInCells(int side) {
 }
 
 /// The cells that a leg reaches: those whose middle its line passes within the half width and half a cell's diagonal.
-template <typename Visit> void ProfileLine::VisitCells(const Leg& leg, Visit visit) const {
+template <typename Visit> void ProfileLine::VisitCells(const ProfileLeg& leg, Visit visit) const {
     const int side = m_cells.side;
     const double cellWidth = 1.0 / m_cells.perX;
     const double cellHeight = 1.0 / m_cells.perY;
@@ -134,6 +140,30 @@ template <typename Visit> void ProfileLine::VisitCells(const Leg& leg, Visit vis
     }
 }
 
+/// The number of the leg that is nearest, of equals the first, and where the place lies there. -1 beyond the half width
+/// and before or behind the line.
+std::ptrdiff_t ProfileLine::NearestOfCell(std::size_t cell, double x, double y, LegFoot& foot) const {
+    const int begin = m_cells.first[cell];
+    const int end = m_cells.first[cell + 1];
+    if (end - begin > kMostTried) {
+        return m_tree.Find(x, y, m_halfWidth, foot);
+    }
+    std::ptrdiff_t nearest = -1;
+    foot.distanceSquared = m_halfWidth * m_halfWidth;
+    for (int index = begin; index < end; ++index) {
+        const int number = m_cells.legs[static_cast<std::size_t>(index)];
+        const ProfileLeg& leg = m_legs[static_cast<std::size_t>(number)];
+        const LegFoot found = FootOn(leg, x, y);
+        const bool isNearer = found.distanceSquared < foot.distanceSquared ||
+                              (nearest < 0 && found.distanceSquared == foot.distanceSquared);
+        if (isNearer && !IsBeyondLine(found.foot, leg.length, static_cast<std::size_t>(number), m_legs.size())) {
+            foot = found;
+            nearest = number;
+        }
+    }
+    return nearest;
+}
+
 bool ProfileLine::Find(double x, double y, ProfilePlace& place) const {
     if (m_legs.empty()) {
         return false;
@@ -148,39 +178,24 @@ bool ProfileLine::Find(double x, double y, ProfilePlace& place) const {
     const std::size_t cell =
         static_cast<std::size_t>(std::min(static_cast<int>(row), side - 1)) * static_cast<std::size_t>(side) +
         static_cast<std::size_t>(std::min(static_cast<int>(column), side - 1));
-    const int begin = m_cells.first[cell];
-    const int end = m_cells.first[cell + 1];
-    double nearest = m_halfWidth * m_halfWidth;
-    bool found = false;
-    for (int index = begin; index < end; ++index) {
-        const auto number = static_cast<std::size_t>(m_cells.legs[static_cast<std::size_t>(index)]);
-        const Leg& leg = m_legs[number];
-        const double dx = x - leg.from.x;
-        const double dy = y - leg.from.y;
-        const double foot = dx * leg.direction.x + dy * leg.direction.y;
-        if ((foot < 0.0 && number == 0) || (foot > leg.length && number + 1 == m_legs.size())) {
-            continue; // before or behind the line
-        }
-        const double along = std::clamp(foot, 0.0, leg.length);
-        const double awayX = dx - along * leg.direction.x;
-        const double awayY = dy - along * leg.direction.y;
-        const double distance = awayX * awayX + awayY * awayY;
-        // The first of two that are equally near: at a corner that is where both meet.
-        if (distance < nearest || (!found && distance == nearest)) {
-            nearest = distance;
-            found = true;
-            const bool atCorner = foot < 0.0 || foot > leg.length;
-            const double left =
-                atCorner ? -TurnAt(foot < 0.0 ? number : number + 1) : leg.direction.x * dy - leg.direction.y * dx;
-            place = {leg.station + along, std::copysign(std::sqrt(distance), left)};
-        }
+    LegFoot foot;
+    const std::ptrdiff_t nearest = NearestOfCell(cell, x, y, foot);
+    if (nearest < 0) {
+        return false;
     }
-    return found;
+    const auto number = static_cast<std::size_t>(nearest);
+    const ProfileLeg& leg = m_legs[number];
+    const bool atCorner = foot.foot < 0.0 || foot.foot > leg.length;
+    const double left = atCorner ? -TurnAt(foot.foot < 0.0 ? number : number + 1)
+                                 : leg.direction.x * (y - leg.from.y) - leg.direction.y * (x - leg.from.x);
+    place = {leg.station + std::clamp(foot.foot, 0.0, leg.length),
+             std::copysign(std::sqrt(foot.distanceSquared), left)};
+    return true;
 }
 
 std::size_t ProfileLine::LegAt(double station) const {
     const auto behind = std::upper_bound(m_legs.begin(), m_legs.end(), station,
-                                         [](double wanted, const Leg& leg) { return wanted < leg.station; });
+                                         [](double wanted, const ProfileLeg& leg) { return wanted < leg.station; });
     return static_cast<std::size_t>(std::max<std::ptrdiff_t>(behind - m_legs.begin() - 1, 0));
 }
 
@@ -188,7 +203,7 @@ bool ProfileLine::PointAt(double station, PointXY& point) const {
     if (m_legs.empty() || !(station >= 0.0 && station <= Length())) {
         return false;
     }
-    const Leg& leg = m_legs[LegAt(station)];
+    const ProfileLeg& leg = m_legs[LegAt(station)];
     const double along = station - leg.station;
     point = {leg.from.x + along * leg.direction.x, leg.from.y + along * leg.direction.y};
     return true;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "../values/BasicTypes.h"
+#include "LegTree.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace KTR {
@@ -39,13 +41,6 @@ public:
     PointXY DirectionAt(double station) const;
 
 private:
-    struct Leg {
-        PointXY from;
-        PointXY direction; ///< of length one
-        double length = 0.0;
-        double station = 0.0; ///< of its beginning
-    };
-
     /// The band's box in cells, each with the legs whose part of the band may touch it. Most places of a large cloud
     /// lie in a cell without any, and are done with.
     struct Cells {
@@ -59,12 +54,14 @@ private:
 
     void FillCells();
     bool CountInCells(int side);
-    template <typename Visit> void VisitCells(const Leg& leg, Visit visit) const;
+    template <typename Visit> void VisitCells(const ProfileLeg& leg, Visit visit) const;
     double TurnAt(std::size_t corner) const;
+    std::ptrdiff_t NearestOfCell(std::size_t cell, double x, double y, LegFoot& foot) const;
     std::size_t LegAt(double station) const;
 
     std::vector<PointXY> m_corners;
-    std::vector<Leg> m_legs;
+    std::vector<ProfileLeg> m_legs;
+    LegTree m_tree; ///< for the cells whose lists are long
     double m_halfWidth = 0.0;
     Cells m_cells;
 };

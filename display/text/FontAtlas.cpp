@@ -9,6 +9,7 @@
 #include "FontMemory.h"
 #include "GlyphSheet.h"
 #include "KerningCache.h"
+#include "PackedCells.h"
 
 #include <algorithm>
 #include <climits>
@@ -18,6 +19,8 @@
 #include <new>
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace KTR {
 
@@ -144,7 +147,7 @@ FontGrid LayOutFontGrid(int characters, int cellWidth, int cellHeight, int maxim
     return grid;
 }
 
-CFTGLFontAtlas::CFTGLFontAtlas() {
+CFTGLFontAtlas::CFTGLFontAtlas() : m_parameters{CString(), CString()} {
     InitializeObject();
 }
 
@@ -154,14 +157,19 @@ CFTGLFontAtlas::~CFTGLFontAtlas() {
 
 void CFTGLFontAtlas::InitializeObject() {
     m_metrics = nullptr;
+    m_cells = nullptr;
     m_rawTexture = nullptr;
+    m_rawTextureReleased = false;
     m_library = nullptr;
     m_memory = nullptr;
     m_face = nullptr;
     m_kerning = nullptr;
     m_sheet = nullptr;
     m_path.Empty();
-    m_parameters = FontParameters{};
+    AtTheBorder([this] {
+        m_parameters = {CString(), CString()}; // in case that there is no memory for names
+        m_parameters = {};
+    });
 }
 
 void CFTGLFontAtlas::FreeDataStructures() {
@@ -183,20 +191,45 @@ void CFTGLFontAtlas::ReleaseFontLibrary() {
 
 KerningCache* CFTGLFontAtlas::GetKerning() {
     if (!m_kerning && m_face && FT_HAS_KERNING(m_face)) {
-        m_kerning = new (std::nothrow) KerningCache(m_face);
+        AtTheBorder([this] { m_kerning = new KerningCache(m_face); });
     }
     return m_kerning;
 }
 
 GlyphSheet* CFTGLFontAtlas::GetSheet() {
     if (!m_sheet && m_face) {
-        m_sheet = new (std::nothrow) GlyphSheet(m_face, COpenGLView::GetMaximumTextureSize());
+        AtTheBorder([this] { m_sheet = new GlyphSheet(m_face, COpenGLView::GetMaximumTextureSize()); });
     }
     return m_sheet;
 }
 
 void CFTGLFontAtlas::ReleaseRawTexture() {
     FreeAndClear(m_rawTexture);
+    m_rawTextureReleased = true;
+}
+
+unsigned char* CFTGLFontAtlas::GetRawTexture() const {
+    if (!m_rawTexture && !m_rawTextureReleased && m_metrics && m_cells) {
+        m_rawTexture = AllocateZeroed<unsigned char>(m_metrics->textureBytes);
+        if (m_rawTexture && !AtTheBorder([this] { m_cells->Unpack(0, m_metrics->textureHeight, m_rawTexture); })) {
+            FreeAndClear(m_rawTexture);
+        }
+    }
+    return m_rawTexture;
+}
+
+long CFTGLFontAtlas::CopyTextureRows(int first, int count, unsigned char* rows) const {
+    if (!m_metrics || !m_cells || !rows || first < 0 || count < 1 || count > m_metrics->textureHeight - first) {
+        return E_INVALIDARG;
+    }
+    const auto width = static_cast<std::size_t>(m_metrics->textureWidth);
+    const std::size_t size = static_cast<std::size_t>(count) * width;
+    if (m_rawTexture) {
+        std::memcpy(rows, m_rawTexture + static_cast<std::size_t>(first) * width, size);
+        return S_OK;
+    }
+    std::memset(rows, 0, size);
+    return AtTheBorder([&] { m_cells->Unpack(first, count, rows); }) ? S_OK : E_OUTOFMEMORY;
 }
 
 void CFTGLFontAtlas::ReleaseFontAtlas() {
@@ -204,7 +237,10 @@ void CFTGLFontAtlas::ReleaseFontAtlas() {
         FreeAndClear(m_metrics->glyphs);
     }
     FreeAndClear(m_metrics);
+    delete m_cells;
+    m_cells = nullptr;
     FreeAndClear(m_rawTexture);
+    m_rawTextureReleased = false;
 }
 
 bool CFTGLFontAtlas::IsFontRequestSameAsCurrentFont(const FontParameters& request) const {
@@ -219,11 +255,8 @@ long CFTGLFontAtlas::SetUpNewFont(FontParameters& request) {
     if (IsFontRequestSameAsCurrentFont(request)) {
         return S_OK;
     }
-    try {
-        return SetUp(request);
-    } catch (...) { // strings that find no memory
-        return AbandonBuild(E_OUTOFMEMORY);
-    }
+    const long result = AtTheBorder(long{E_OUTOFMEMORY}, [&] { return SetUp(request); });
+    return result == S_OK ? S_OK : AbandonBuild(result);
 }
 
 long CFTGLFontAtlas::BuildFontAndGetMetrics(HDC deviceContext, const wchar_t* face, int height, int weight,
@@ -256,11 +289,8 @@ long CFTGLFontAtlas::BuildFontAndGetMetrics(HDC deviceContext, const wchar_t* fa
 }
 
 long CFTGLFontAtlas::InitializeFreeTypeLibrary(const FontParameters& request) {
-    try {
-        return OpenFontFile(request);
-    } catch (...) { // strings that find no memory
-        return AbandonBuild(E_OUTOFMEMORY);
-    }
+    const long result = AtTheBorder(long{E_OUTOFMEMORY}, [&] { return OpenFontFile(request); });
+    return result == S_OK ? S_OK : AbandonBuild(result);
 }
 
 long CFTGLFontAtlas::BuildFontAtlas(bool monochrome) {
@@ -416,7 +446,6 @@ long CFTGLFontAtlas::Measure() {
 long CFTGLFontAtlas::LayOut() {
     FontAtlasGlyphMetrics& metrics = *m_metrics;
     FreeAndClear(metrics.glyphs);
-    FreeAndClear(m_rawTexture);
     m_parameters.cellWidth = metrics.cellWidth;
     m_parameters.cellHeight = metrics.cellHeight;
     metrics.glyphCount = metrics.renderedCharacters;
@@ -442,8 +471,7 @@ long CFTGLFontAtlas::LayOut() {
     metrics.textureWidth = static_cast<int>(grid.textureWidth);
     metrics.textureHeight = static_cast<int>(grid.textureHeight);
     metrics.textureBytes = grid.textureBytes;
-    m_rawTexture = AllocateZeroed<unsigned char>(grid.textureBytes);
-    return m_rawTexture ? S_OK : E_OUTOFMEMORY;
+    return S_OK;
 }
 
 /// Draws every character into its cell. S_FALSE when some did not fit, and the cells have grown for another round:
@@ -456,7 +484,9 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
     metrics.constant = 128;
     const FT_Int32 flags =
         monochrome ? kAtlasLoadFlags : static_cast<FT_Int32>(FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT);
-    const auto stride = static_cast<std::size_t>(metrics.textureWidth);
+    PackedCells cells(metrics.cellWidth, metrics.cellHeight, metrics.columns);
+    std::vector<unsigned char> picture(static_cast<std::size_t>(metrics.cellWidth) *
+                                       static_cast<std::size_t>(metrics.cellHeight));
     int index = 0;
     int widest = metrics.cellWidth;
     int tallest = metrics.cellHeight;
@@ -467,9 +497,12 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
         }
         const long long x = static_cast<long long>(index % metrics.columns) * metrics.cellWidth;
         const long long y = static_cast<long long>(index / metrics.columns) * metrics.cellHeight;
-        unsigned char* cell = m_rawTexture + static_cast<std::size_t>(y) * stride + x;
         const FT_Bitmap& bitmap = m_face->glyph->bitmap;
-        CopyBitmap(bitmap, cell, stride, metrics.cellWidth, metrics.cellHeight);
+        const int width = std::min(static_cast<int>(bitmap.width), metrics.cellWidth);
+        const int height = std::min(static_cast<int>(bitmap.rows), metrics.cellHeight);
+        std::ranges::fill(picture, static_cast<unsigned char>(0));
+        CopyBitmap(bitmap, picture.data(), static_cast<std::size_t>(width), width, height);
+        cells.Add(width, height, picture.data());
         widest = std::max(widest, static_cast<int>(bitmap.width));
         tallest = std::max(tallest, static_cast<int>(bitmap.rows));
         metrics.glyphs[index] = DescribeGlyph(m_face->glyph, x, y, metrics);
@@ -491,6 +524,8 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
         metrics.cellHeight = tallest;
         return S_FALSE;
     }
+    cells.Finish();
+    m_cells = new PackedCells(std::move(cells));
     metrics.ready = 1;
     return S_OK;
 }

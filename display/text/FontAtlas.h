@@ -13,6 +13,7 @@ namespace KTR {
 struct FontMemory;
 class GlyphSheet;
 class KerningCache;
+class PackedCells;
 
 /// Result for a file that the look-up found but that is no font.
 inline constexpr long kNotAFontFile = static_cast<long>(0x80548204UL);
@@ -39,19 +40,20 @@ ORRIN_DISPLAY_API FontGrid LayOutFontGrid(int characters, int cellWidth, int cel
 /// is no record and no texture. Not locked; used by the thread that draws. Needs no current context.
 class ORRIN_DISPLAY_API CFTGLFontAtlas {
 public:
+    /// An empty atlas. Where the names of the default request find no memory it has none.
     CFTGLFontAtlas();
     ~CFTGLFontAtlas();
     CFTGLFontAtlas(const CFTGLFontAtlas&) = delete;
     CFTGLFontAtlas& operator=(const CFTGLFontAtlas&) = delete;
 
-    /// Forgets (does not free) what the atlas owns and restores the default request. Call FreeDataStructures first.
+    /// Forgets (does not free) what the atlas owns and restores the default request, as far as its names find memory.
+    /// Call FreeDataStructures first.
     void InitializeObject();
     /// Frees everything: face, library, record and texture bytes.
     void FreeDataStructures();
     /// Closes the face and FreeType. Text that is measured afterwards has no kerning.
     void ReleaseFontLibrary();
-    /// Frees the texture bytes. Where they are needed once more, for rows that no string has shown yet or a new share
-    /// group, the characters are drawn again.
+    /// Frees the texture bytes. Strings do not miss them.
     void ReleaseRawTexture();
     /// Frees the record and the texture bytes. The GL names in the record are the drawer's to delete, before.
     void ReleaseFontAtlas();
@@ -80,8 +82,13 @@ public:
 
     /// The record, or null while the atlas is not built.
     FontAtlasGlyphMetrics* GetAtlasMetrics() const { return m_metrics; }
-    /// Texture rows from the top, without padding; null before the build and after ReleaseRawTexture.
-    unsigned char* GetRawTexture() const { return m_rawTexture; }
+    /// Texture rows from the top, without padding; null before the build and after ReleaseRawTexture. The atlas itself
+    /// keeps less than the texture has: all of its bytes are there from the first question on, and null is the answer
+    /// where they find no memory. What a host changes in them is uploaded, as far as it was not before.
+    unsigned char* GetRawTexture() const;
+    /// Writes `count` of these rows from the `first` one on to `rows`, also after ReleaseRawTexture. E_INVALIDARG for
+    /// rows that are not there.
+    long CopyTextureRows(int first, int count, unsigned char* rows) const;
     /// The open face, or null.
     FT_FaceRec_* GetFontFace() const { return m_face; }
     /// Kerning of the open face; null when it has none, or when out of memory.
@@ -104,8 +111,10 @@ private:
     long AbandonBuild(long result);
     double KerningOf(const wchar_t* text) const;
 
-    FontAtlasGlyphMetrics* m_metrics = nullptr; ///< malloc
-    unsigned char* m_rawTexture = nullptr;      ///< malloc
+    FontAtlasGlyphMetrics* m_metrics = nullptr;    ///< malloc
+    PackedCells* m_cells = nullptr;                ///< owned; as long as the record
+    mutable unsigned char* m_rawTexture = nullptr; ///< malloc; made of the cells when first asked for
+    bool m_rawTextureReleased = false;
     FT_LibraryRec_* m_library = nullptr;
     FontMemory* m_memory = nullptr; ///< of m_library
     FT_FaceRec_* m_face = nullptr;

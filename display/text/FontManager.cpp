@@ -89,8 +89,7 @@ long CFTGLFontManager::SetUpNewFont(FontParameters& request) {
         }
     }
     const int slot = FreeSlot();
-    // Its strings may find no memory either.
-    m_atlases[slot] = AtTheBorder<CFTGLFontAtlas*>(nullptr, [] { return new CFTGLFontAtlas; });
+    m_atlases[slot] = new (std::nothrow) CFTGLFontAtlas;
     if (!m_atlases[slot]) {
         return E_OUTOFMEMORY;
     }

@@ -12,6 +12,7 @@
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 namespace KTR {
@@ -118,53 +119,47 @@ LevelRows RowsAround(int width, int height, int top, int bottom, int textureHeig
     return {width, height, first, end - first, nullptr};
 }
 
-/// Uploads some rows of cells with their smaller levels. Those are mixed from all the font's bytes, so that texels that
-/// belong to two parts are the same from both.
-void UploadCellRows(const GLCalls& gl, const FontAtlasGlyphMetrics& font, const unsigned char* coverage, int firstRow,
-                    int endRow) {
-    const int top = firstRow * font.cellHeight;
-    const int bottom = endRow * font.cellHeight;
-    LevelRows level{font.textureWidth, font.textureHeight, 0, font.textureHeight, coverage};
-    LevelRows part = RowsAround(level.width, level.height, top, bottom, font.textureHeight);
-    part.pixels = coverage + static_cast<std::ptrdiff_t>(part.first) * part.width;
-    UploadLevelRows(gl, 0, part);
-    std::vector<unsigned char> reduced;
-    for (int number = 1; number < kLevels; ++number) {
-        const int width = NextLevelSide(level.width);
-        const int height = NextLevelSide(level.height);
-        part = RowsAround(width, height, top, bottom, font.textureHeight);
-        // What the level after this one will be mixed from has to be here too.
-        LevelRows wanted = part;
-        if (number + 1 < kLevels) {
-            const LevelRows next =
-                RowsAround(NextLevelSide(width), NextLevelSide(height), top, bottom, font.textureHeight);
-            const LevelRows behind = RowsBehind(width, height, next.first, next.count);
-            const int end = std::max(part.first + part.count, behind.first + behind.count);
-            wanted.first = std::min(part.first, behind.first);
-            wanted.count = end - wanted.first;
-        }
-        reduced = ReduceRows(level, wanted.first, wanted.count);
-        wanted.pixels = reduced.data();
-        level = wanted;
-        UploadLevelRows(gl, number, wanted);
-    }
+/// The rows that hold both.
+LevelRows Joined(LevelRows rows, const LevelRows& others) {
+    const int end = std::max(rows.first + rows.count, others.first + others.count);
+    rows.first = std::min(rows.first, others.first);
+    rows.count = end - rows.first;
+    return rows;
 }
 
-/// Builds a font's bytes again, which were released. Its names stay as they are.
-long BuildBytesAgain(COpenGLView& view, CFTGLFontAtlas& atlas) {
-    const FontAtlasGlyphMetrics before = *atlas.GetAtlasMetrics();
-    if (const long result = atlas.BuildFontAtlas(true); result != S_OK) {
-        unsigned int texture = before.textureName;
-        unsigned int sampler = before.samplerName;
-        ForgetPartial(texture);
-        view.DeleteTextureAndSamplerNames(texture, sampler);
-        return result;
+/// Uploads a row of cells with its smaller levels. Those are mixed from all the font's bytes around it, so that texels
+/// that belong to two parts are the same from both. Throws when there is no memory.
+void UploadCellRow(const GLCalls& gl, const CFTGLFontAtlas& atlas, int row) {
+    const FontAtlasGlyphMetrics& font = *atlas.GetAtlasMetrics();
+    LevelRows parts[kLevels];
+    int width = font.textureWidth;
+    int height = font.textureHeight;
+    for (LevelRows& part : parts) {
+        part = RowsAround(width, height, row * font.cellHeight, (row + 1) * font.cellHeight, font.textureHeight);
+        width = NextLevelSide(width);
+        height = NextLevelSide(height);
     }
-    FontAtlasGlyphMetrics& font = *atlas.GetAtlasMetrics();
-    font.boundTexture = before.boundTexture;
-    font.textureName = before.textureName;
-    font.samplerName = before.samplerName;
-    return S_OK;
+    const LevelRows whole = parts[0];
+    // What the level after a level will be mixed from has to be here too.
+    for (int number = kLevels - 1; number > 0; --number) {
+        LevelRows& larger = parts[number - 1];
+        larger = Joined(larger, RowsBehind(larger.width, larger.height, parts[number].first, parts[number].count));
+    }
+    std::vector<unsigned char> pixels(static_cast<std::size_t>(parts[0].width) *
+                                      static_cast<std::size_t>(parts[0].count));
+    if (atlas.CopyTextureRows(parts[0].first, parts[0].count, pixels.data()) != S_OK) {
+        throw std::bad_alloc();
+    }
+    parts[0].pixels = pixels.data();
+    LevelRows shown = whole;
+    shown.pixels = pixels.data() + static_cast<std::ptrdiff_t>(whole.first - parts[0].first) * whole.width;
+    UploadLevelRows(gl, 0, shown);
+    for (int number = 1; number < kLevels; ++number) {
+        std::vector<unsigned char> reduced = ReduceRows(parts[number - 1], parts[number].first, parts[number].count);
+        pixels.swap(reduced);
+        parts[number].pixels = pixels.data();
+        UploadLevelRows(gl, number, parts[number]);
+    }
 }
 
 /// The row of cells that a character's glyph lies in.
@@ -187,13 +182,6 @@ bool LacksRows(const PartialTexture& partial, const FontAtlasGlyphMetrics& font,
 
 /// Uploads what is missing of the rows that `text` needs; null is every row.
 long UploadMissing(COpenGLView& view, CFTGLFontAtlas& atlas, PartialTexture& partial, const wchar_t* text) {
-    const bool released = !atlas.GetRawTexture();
-    if (released) {
-        if (const long result = BuildBytesAgain(view, atlas); result != S_OK) {
-            return result;
-        }
-        text = nullptr; // once more is enough
-    }
     const FontAtlasGlyphMetrics& font = *atlas.GetAtlasMetrics();
     const GLCalls gl = ViewAccess::CallGL(view);
     try {
@@ -207,7 +195,7 @@ long UploadMissing(COpenGLView& view, CFTGLFontAtlas& atlas, PartialTexture& par
         for (int row = 0; row < font.rows; ++row) {
             const auto slot = static_cast<std::size_t>(row);
             if (wanted[slot] && !partial.rows[slot]) {
-                UploadCellRows(gl, font, atlas.GetRawTexture(), row, row + 1);
+                UploadCellRow(gl, atlas, row);
                 partial.rows[slot] = true;
                 --partial.missing;
             }
@@ -219,33 +207,26 @@ long UploadMissing(COpenGLView& view, CFTGLFontAtlas& atlas, PartialTexture& par
     if (partial.missing == 0) {
         ForgetPartial(partial.name);
     }
-    if (released) {
-        atlas.ReleaseRawTexture();
-    }
     return S_OK;
 }
 
 /// Texture and sampler for a font that has none. One that is small enough is whole at once.
 long MakeNames(COpenGLView& view, CFTGLFontAtlas& atlas) {
-    const bool released = !atlas.GetRawTexture();
-    if (released) {
-        if (const long result = atlas.BuildFontAtlas(true); result != S_OK) {
-            return result;
-        }
-    }
     FontAtlasGlyphMetrics& font = *atlas.GetAtlasMetrics();
     const GLCalls gl = ViewAccess::CallGL(view);
-    if (!released && font.textureBytes > kBytesAtOnce && gl.Has(&GLEntryPoints::glTexStorage2D)) {
+    if (font.textureBytes > kBytesAtOnce && gl.Has(&GLEntryPoints::glTexStorage2D)) {
         font.textureName = MakeEmptyTexture(view, gl, font);
     }
     if (font.textureName == 0) {
-        font.textureName = MakeTexture(view, gl, font, atlas.GetRawTexture());
+        std::vector<unsigned char> coverage;
+        if (!AtTheBorder([&] { coverage.resize(static_cast<std::size_t>(font.textureBytes)); }) ||
+            atlas.CopyTextureRows(0, font.textureHeight, coverage.data()) != S_OK) {
+            return E_OUTOFMEMORY;
+        }
+        font.textureName = MakeTexture(view, gl, font, coverage.data());
         ForgetPartial(font.textureName);
     }
     font.samplerName = MakeSharpSampler(gl);
-    if (released) {
-        atlas.ReleaseRawTexture();
-    }
     ++g_fontTextureChanges;
     return S_OK;
 }

@@ -9,9 +9,8 @@ class COpenGLView;
 class GLCalls;
 
 /// Makes the current font's texture and sampler, if it has none yet, and sees to it that they hold the glyphs of
-/// `text`. A large font is uploaded in parts, as its glyphs are needed: all at once it would stop a frame for long. A
-/// font whose bytes were released is built again for that; a result other than S_OK tells that this failed, and the
-/// font has no record any more.
+/// `text`. A large font is uploaded in parts, as its glyphs are needed: all at once it would stop a frame for long.
+/// E_OUTOFMEMORY where something is missing still; the next string tries again.
 long UploadFontTexture(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* text);
 
 /// Sees to it that the text program reads the font's atlas, all of it, for a host that draws glyphs by itself.

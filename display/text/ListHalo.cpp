@@ -1,13 +1,13 @@
 #include "ListHalo.h"
 
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "CodePage.h"
 #include "GlyphHalo.h"
 #include "MatrixScope.h"
 
 #include <cmath>
 #include <cstring>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -95,7 +95,8 @@ bool MakeHaloLists(COpenGLView& view, double width) {
             }
             lists.rasterHaloWidth = width;
             made = true;
-        } catch (const std::exception&) {
+        } catch (...) {
+            DropCaught();
             lists.rasterHaloWidth = 0.0; // made anew when there is memory
         }
     }

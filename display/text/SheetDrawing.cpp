@@ -1,6 +1,7 @@
 #include "SheetDrawing.h"
 
 #include "../images/ImageDrawing.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "FontAtlas.h"
 #include "GlyphSheet.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -311,7 +311,8 @@ const TextLayout* LayOut(CFTGLFontAtlas& atlas, const wchar_t* text, bool shapin
     try {
         return shaping ? &sheet->LayOutShaped(text)
                        : &sheet->LayOutPlain(*atlas.GetAtlasMetrics(), atlas.GetKerning(), text);
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return nullptr;
     }
 }
@@ -334,7 +335,8 @@ long DrawSheetString(COpenGLView& view, CFTGLFontAtlas& atlas, const wchar_t* te
         const long result = Gather(
             sheet, [&] { return string.FindPictures() && FindLines(atlas.GetFontParameters(), haloWidth, string); });
         return result == S_OK ? Draw(view, string, frame.place) : result;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -349,7 +351,8 @@ long DrawLetters(COpenGLView& view, CFTGLFontAtlas& atlas, std::span<const Place
         SheetString<TurnedLetters> string{sheet, turned, true, HaloQuarters(ViewAccess::Text(view).look), {}};
         const long result = Gather(sheet, [&] { return string.FindPictures(); });
         return result == S_OK ? Draw(view, string, letters.front().pen) : result;
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }
@@ -371,7 +374,8 @@ long MeasureShaped(CFTGLFontAtlas& atlas, const wchar_t* text, double& width, do
             }
             height = std::max(height, picture ? static_cast<double>(picture->height) : 0.0);
         }
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
     return S_OK;

@@ -2,6 +2,7 @@
 
 #include "../images/TextureRequest.h"
 #include "../pipeline/PixelStoreScope.h"
+#include "../platform/Border.h"
 #include "../view/ViewAccess.h"
 #include "FontTextures.h"
 #include "GlyphSheet.h"
@@ -9,7 +10,6 @@
 #include <GL/glext.h>
 
 #include <algorithm>
-#include <exception>
 #include <vector>
 
 namespace KTR {
@@ -130,7 +130,8 @@ SheetTexture UploadSheet(COpenGLView& view, const GlyphSheet& sheet) {
     DeleteUnused(view, shareGroup);
     try {
         Entries().push_back({&sheet, shareGroup, programs, {}, 0, 0});
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return {};
     }
     MakeTexture(view, Entries().back());

@@ -1,5 +1,5 @@
+#include "../platform/Border.h"
 #include "../view/OpenGLView.h"
-
 #include "GlyphHalo.h"
 #include "LinePath.h"
 #include "LineText.h"
@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 
 namespace KTR {
 
@@ -40,7 +39,8 @@ long COpenGLView::DrawTextAlongLine(const wchar_t* text, const PointXYZ* points,
     }
     try {
         return DrawStringAlongLine(*this, text, {points, static_cast<std::size_t>(count)}, CleanStyle(style));
-    } catch (const std::exception&) {
+    } catch (...) {
+        DropCaught();
         return E_OUTOFMEMORY;
     }
 }

@@ -254,8 +254,9 @@ TEST_F(IntakeTest, FailureEndsTheReadingAndWhatCameBeforeIsShown) {
         long result;
         long expected;
     };
-    for (const Case& tested : {Case{"fails", E_ACCESSDENIED, E_ACCESSDENIED}, Case{"throws", 1, E_UNEXPECTED},
-                               Case{"runs out of memory", 2, E_OUTOFMEMORY}}) {
+    for (const Case& tested :
+         {Case{"fails", E_ACCESSDENIED, E_ACCESSDENIED}, Case{"throws", 1, E_UNEXPECTED},
+          Case{"runs out of memory", 2, E_OUTOFMEMORY}, Case{"throws what is no exception", 3, E_UNEXPECTED}}) {
         const std::size_t before = CountPoints();
         std::size_t given = 0;
         const auto answer = [&](PointCloudPoint* points, std::size_t capacity, std::size_t& count) {
@@ -270,6 +271,9 @@ TEST_F(IntakeTest, FailureEndsTheReadingAndWhatCameBeforeIsShown) {
             if (tested.result == 2) {
                 throw std::bad_alloc();
             }
+            if (tested.result == 3) {
+                throw 3;
+            }
             return tested.result;
         };
         const CloudIntake intake(std::make_unique<ToldReader>(answer), store, settings);
@@ -277,6 +281,30 @@ TEST_F(IntakeTest, FailureEndsTheReadingAndWhatCameBeforeIsShown) {
         EXPECT_EQ(intake.GetState().result, tested.expected) << tested.name;
         EXPECT_FALSE(intake.GetState().reads) << tested.name;
         EXPECT_EQ(CountPoints() - before, 25'000U) << tested.name;
+    }
+}
+
+/// Throws what is no exception where it is asked for the count, and where it is cancelled.
+class ThrowingReader : public PointCloudReader {
+public:
+    explicit ThrowingReader(bool tellsCount) : m_tellsCount(tellsCount) {}
+    unsigned long long GetPointCount() const override { return m_tellsCount ? 1 : throw "no count"; }
+    long Read(PointCloudPoint*, std::size_t, std::size_t& count) override {
+        count = 0;
+        return S_OK;
+    }
+    void Cancel() override { throw 5; }
+
+private:
+    bool m_tellsCount;
+};
+
+// Nobody stands above the threads of a layer, nor above its end, who could catch what a host's reader throws.
+TEST_F(IntakeTest, WhatAReaderThrowsEndsThere) {
+    for (const bool tellsCount : {false, true}) {
+        const CloudIntake intake(std::make_unique<ThrowingReader>(tellsCount), store, settings);
+        ASSERT_TRUE(Await([&] { return !intake.GetState().delivers; }));
+        EXPECT_EQ(intake.GetState().result, tellsCount ? S_OK : E_UNEXPECTED);
     }
 }
 

@@ -12,13 +12,18 @@
 #include FT_FREETYPE_H
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <cstdio>
+#include <malloc.h>
 #include <new>
+#include <optional>
 
 namespace {
 
 int g_live = 0; ///< allocated and not freed
+std::size_t g_liveBytes = 0;
+std::size_t g_mostBytes = 0; ///< at a time, since the test set it to g_liveBytes
 
 std::size_t g_largest = 0; ///< that was asked for since the test set it to 0
 
@@ -31,6 +36,8 @@ bool Fails(std::size_t size) {
 
 void* Counted(void* memory) {
     g_live += memory ? 1 : 0;
+    g_liveBytes += memory ? _msize(memory) : 0;
+    g_mostBytes = std::max(g_mostBytes, g_liveBytes);
     return memory;
 }
 
@@ -332,6 +339,66 @@ TEST_F(FontAllocation, FontTooLargeForTheCardIsRefusedBeforeItIsDrawn) {
     EXPECT_LT(g_largest, std::size_t{4} << 20);
 }
 
+// Ten fonts whose textures are as large as the card takes them must not fill the machine's memory as well, neither
+// while they are built nor once their strings are drawn. A host that asks for the bytes gets them.
+TEST_F(FontAllocation, AtlasKeepsAFractionOfItsTexture) {
+    const FontParameters request = FontRequest(L"arial", 60);
+    CFTGLFontAtlas atlas;
+    const std::size_t before = g_liveBytes;
+    g_mostBytes = g_liveBytes;
+    ASSERT_EQ(atlas.InitializeFreeTypeLibrary(request), S_OK);
+    const FontAtlasGlyphMetrics& metrics = *atlas.GetAtlasMetrics();
+    const auto textureBytes = static_cast<std::size_t>(metrics.textureBytes);
+    ASSERT_GT(textureBytes, 15'000'000U);
+    EXPECT_LT(g_mostBytes - before, textureBytes / 4);
+    EXPECT_LT(g_liveBytes - before, textureBytes / 8);
+
+    const int first = metrics.cellHeight / 2; // from one row of cells into the third
+    const int count = 2 * metrics.cellHeight;
+    const auto width = static_cast<std::size_t>(metrics.textureWidth);
+    std::vector<unsigned char> rows(static_cast<std::size_t>(count) * width, 7);
+    ASSERT_EQ(atlas.CopyTextureRows(first, count, rows.data()), S_OK);
+    EXPECT_LT(g_liveBytes - before - rows.capacity(), textureBytes / 8) << "what was shown is not kept";
+    const unsigned char* const whole = atlas.GetRawTexture();
+    ASSERT_NE(whole, nullptr);
+    EXPECT_EQ(atlas.GetRawTexture(), whole) << "the host may keep the pointer";
+    EXPECT_TRUE(std::equal(rows.begin(), rows.end(), whole + static_cast<std::size_t>(first) * width));
+    atlas.GetRawTexture()[static_cast<std::size_t>(first) * width] = 99;
+    ASSERT_EQ(atlas.CopyTextureRows(first, 1, rows.data()), S_OK);
+    EXPECT_EQ(rows[0], 99) << "what a host has changed is uploaded";
+    atlas.ReleaseRawTexture();
+    EXPECT_EQ(atlas.GetRawTexture(), nullptr);
+    EXPECT_EQ(atlas.CopyTextureRows(metrics.textureHeight - 1, 1, rows.data()), S_OK);
+    for (const auto& [from, rowCount] : {std::pair{-1, 1}, {0, 0}, {metrics.textureHeight, 1}, {1, INT_MAX}}) {
+        EXPECT_EQ(atlas.CopyTextureRows(from, rowCount, rows.data()), E_INVALIDARG) << from;
+    }
+}
+
+// A host may make an atlas of its own while memory is out: it is one without names then, which builds once there is.
+TEST_F(FontAllocation, AtlasIsMadeWithoutMemory) {
+    const InstalledFontFile file(SmallFont(L'0').File());
+    const FontParameters request = FontRequest(file.Face(), 12);
+    FailEachAllocation(
+        [] {
+            auto made = std::optional<CFTGLFontAtlas>();
+            made.emplace();
+            return made->GetFontParameters().faceName.GetLength() + made->GetFontParameters().styleName.GetLength();
+        },
+        [](int named, bool failed) { EXPECT_EQ(named, failed ? 0 : 12); });
+    FailEachAllocation(
+        [&] {
+            CFTGLFontAtlas atlas;
+            const bool hasName = !atlas.GetFontParameters().faceName.IsEmpty();
+            g_failingNumber = -1;
+            EXPECT_EQ(atlas.GetAtlasMetrics(), nullptr);
+            EXPECT_EQ(atlas.GetRawTexture(), nullptr);
+            EXPECT_EQ(atlas.CopyTextureRows(0, 1, nullptr), E_INVALIDARG);
+            EXPECT_EQ(atlas.InitializeFreeTypeLibrary(request), S_OK);
+            return hasName;
+        },
+        [](bool hasName, bool failed) { EXPECT_EQ(hasName, !failed); });
+}
+
 TEST_F(FontAllocation, TableWithoutMemoryForAFontKeepsTheSlotFree) {
     CFTGLFontManager manager;
     FontParameters request = FontRequest(L"arial", 12);
@@ -362,12 +429,18 @@ extern "C" void* __wrap_realloc(void* memory, std::size_t size) {
     if (Fails(size)) {
         return nullptr;
     }
+    const std::size_t before = memory ? _msize(memory) : 0;
     void* moved = __real_realloc(memory, size);
-    return memory ? moved : Counted(moved);
+    if (memory && moved) {
+        --g_live;
+        g_liveBytes -= before;
+    }
+    return Counted(moved);
 }
 
 extern "C" void __wrap_free(void* memory) {
     g_live -= memory ? 1 : 0;
+    g_liveBytes -= memory ? _msize(memory) : 0;
     __real_free(memory);
 }
 

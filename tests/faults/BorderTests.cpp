@@ -169,6 +169,13 @@ std::vector<Operation> TextOperations() {
              QueryFontKey(key, kLongName.c_str(), path);
              RegCloseKey(key);
          }},
+        {"a font",
+         [](LiveView&) {
+             alignas(CFTGLFontAtlas) static std::byte place[sizeof(CFTGLFontAtlas)];
+             auto* const atlas = new (place) CFTGLFontAtlas;
+             atlas->InitializeObject();
+             std::destroy_at(atlas);
+         }},
         {"the default font",
          [](LiveView& live) {
              COpenGLView::m_gFontManager.DeleteFontLibrary();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <random>
 
@@ -65,6 +66,115 @@ TEST(ProfileLine, NearestLegIsTheOneThatTryingAllFinds) {
             ASSERT_NEAR(found.station, wanted.station, 1e-6);
             ASSERT_NEAR(found.offset, wanted.offset, 1e-6);
         }
+    }
+}
+
+/// As the library itself says it for a line of few legs: each is tried, and of equals the first counts.
+bool FindAmongAll(const std::vector<PointXY>& line, double halfWidth, double x, double y, ProfilePlace& place) {
+    std::vector<PointXY> direction(line.size() - 1);
+    std::vector<double> lengths(line.size() - 1);
+    for (std::size_t leg = 0; leg < lengths.size(); ++leg) {
+        lengths[leg] = std::hypot(line[leg + 1].x - line[leg].x, line[leg + 1].y - line[leg].y);
+        direction[leg] = {(line[leg + 1].x - line[leg].x) / lengths[leg],
+                          (line[leg + 1].y - line[leg].y) / lengths[leg]};
+    }
+    double nearest = halfWidth * halfWidth;
+    double station = 0.0;
+    bool found = false;
+    for (std::size_t leg = 0; leg < lengths.size(); station += lengths[leg], ++leg) {
+        const double dx = x - line[leg].x;
+        const double dy = y - line[leg].y;
+        const double foot = dx * direction[leg].x + dy * direction[leg].y;
+        if ((foot < 0.0 && leg == 0) || (foot > lengths[leg] && leg + 1 == lengths.size())) {
+            continue;
+        }
+        const double along = std::fmin(std::fmax(foot, 0.0), lengths[leg]);
+        const double awayX = dx - along * direction[leg].x;
+        const double awayY = dy - along * direction[leg].y;
+        const double distance = awayX * awayX + awayY * awayY;
+        if (distance < nearest || (!found && distance == nearest)) {
+            nearest = distance;
+            found = true;
+            double left = direction[leg].x * dy - direction[leg].y * dx;
+            if (foot < 0.0 || foot > lengths[leg]) {
+                const std::size_t corner = foot < 0.0 ? leg : leg + 1;
+                left = direction[corner - 1].y * direction[corner].x - direction[corner - 1].x * direction[corner].y;
+            }
+            place = {station + along, std::copysign(std::sqrt(distance), left)};
+        }
+    }
+    return found;
+}
+
+// A line of many thousand legs is searched in another way than one of few. Whoever unrolls the same points along both
+// must get the same to the last bit, also where several legs are equally near.
+TEST(ProfileLine, ManyLegsGiveToTheBitWhatTryingAllGives) {
+    constexpr int legs = 3000;
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> place(-100.0, 100.0);
+    const auto angle = [](int corner) { return corner * 6.283185307179586 / legs; };
+    struct Line {
+        const char* name;
+        std::function<PointXY(int)> corner;
+        std::function<PointXY()> place;
+        double halfWidth;
+    };
+    const auto anywhere = [&] { return PointXY{1.5 * place(random), 1.5 * place(random)}; };
+    const auto onLattice = [&] { return PointXY{std::round(place(random) / 5.0), std::round(place(random) / 5.0)}; };
+    const Line lines[] = {
+        {"all over",
+         [&](int) {
+             return PointXY{place(random), place(random)};
+         },
+         anywhere, 5000.0},
+        {"far from the origin",
+         [&](int) {
+             return PointXY{500'000.0 + place(random), 4'500'000.0 + place(random)};
+         },
+         [&] {
+             return PointXY{500'000.0 + place(random), 4'500'000.0 + place(random)};
+         },
+         300.0},
+        // Leaves out what repeats the corner before it, as the line does.
+        {"on a lattice",
+         [&](int corner) {
+             return PointXY{onLattice().x, corner % 2 + 2.0 * onLattice().y};
+         },
+         onLattice, 10.0},
+        {"around the place",
+         [&](int corner) {
+             return PointXY{std::cos(angle(corner)), std::sin(angle(corner))};
+         },
+         [&] {
+             return PointXY{1e-15 * place(random), 1e-15 * place(random)};
+         },
+         1.0},
+        {"to and fro",
+         [](int corner) {
+             return PointXY{corner % 2 * 50.0, 0.0};
+         },
+         anywhere, 70.0},
+    };
+    for (const Line& tested : lines) {
+        SCOPED_TRACE(tested.name);
+        std::vector<PointXY> line;
+        for (int corner = 0; corner <= legs; ++corner) {
+            line.push_back(tested.corner(corner));
+        }
+        ProfileLine profile;
+        ASSERT_TRUE(profile.Set(line.data(), static_cast<int>(line.size()), tested.halfWidth));
+        ASSERT_EQ(profile.Corners().size(), line.size());
+        int inside = 0;
+        for (int index = 0; index < 300; ++index) {
+            const PointXY at = tested.place();
+            ProfilePlace found{-1.0, -1.0};
+            ProfilePlace wanted{-1.0, -1.0};
+            ASSERT_EQ(profile.Find(at.x, at.y, found), FindAmongAll(line, tested.halfWidth, at.x, at.y, wanted));
+            ASSERT_EQ(found.station, wanted.station) << at.x << ", " << at.y;
+            ASSERT_EQ(found.offset, wanted.offset) << at.x << ", " << at.y;
+            inside += found.station >= 0.0 ? 1 : 0;
+        }
+        EXPECT_GT(inside, 30);
     }
 }
 

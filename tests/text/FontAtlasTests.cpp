@@ -317,12 +317,25 @@ TEST_F(Atlas, GdiFontIsWhatTheRequestSays) {
 }
 
 TEST_F(Atlas, GlyphsMayBeShaded) {
-    ASSERT_EQ(atlas.InitializeFreeTypeLibrary(FontRequest(file.Face(), 12)), S_OK);
+    ASSERT_EQ(atlas.InitializeFreeTypeLibrary(FontRequest(L"arial", 12)), S_OK);
     ASSERT_EQ(atlas.BuildFontAtlas(false), S_OK);
     const FontAtlasGlyphMetrics& metrics = *atlas.GetAtlasMetrics();
-    const unsigned char* begin = atlas.GetRawTexture();
-    EXPECT_TRUE(
-        std::any_of(begin, begin + metrics.textureBytes, [](unsigned char shade) { return shade > 0 && shade < 255; }));
+    const DirectFace direct(L"arial.ttf", 12);
+    std::vector<unsigned char> expected(static_cast<std::size_t>(metrics.textureBytes));
+    int cell = 0;
+    for (const FT_ULong code : direct.Codes()) {
+        FT_Load_Char(direct.face, code, FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT);
+        const FT_Bitmap& bitmap = direct.face->glyph->bitmap;
+        const int corner = cell / metrics.columns * metrics.cellHeight * metrics.textureWidth +
+                           cell % metrics.columns * metrics.cellWidth;
+        for (int row = 0; row < static_cast<int>(bitmap.rows); ++row) {
+            std::copy_n(bitmap.buffer + row * bitmap.pitch, bitmap.width,
+                        expected.begin() + corner + row * metrics.textureWidth);
+        }
+        ++cell;
+    }
+    EXPECT_TRUE(std::ranges::any_of(expected, [](unsigned char shade) { return shade > 0 && shade < 255; }));
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), atlas.GetRawTexture()));
 }
 
 struct RefusedCase {
