@@ -4,6 +4,9 @@
 # a program use an opengl32.dll beside it instead of Wine's). ORRIN_WINE_PREFIX names a prefix other than build/wine, which
 # is made as Wine makes it: without the project's fonts, settings and DLLs, like a machine that has none of them.
 # ORRIN_LIBRARY_PATH takes the place of the folder that DLLs are looked for in beside the program's own.
+# ORRIN_GL_DRIVER names the driver of Mesa's that draws: llvmpipe (as without it), softpipe (OpenGL 3.3, so fixed functions
+# only), zink (OpenGL over the machine's software Vulkan, of the package mesa-vulkan-drivers) or threaded (llvmpipe, its
+# calls queued for a thread of the driver's own, as Mesa does for many cards).
 # With ORRIN_HANG_SECONDS a program that takes longer leaves build/hang-PID.txt, which tells what its threads wait for.
 set -euo pipefail
 
@@ -25,6 +28,24 @@ else
     prefix=$root/build/wine
     "$root/tools/make-prefix.sh" >&2
 fi
+
+driver=${ORRIN_GL_DRIVER:-llvmpipe}
+case $driver in
+    llvmpipe | softpipe) export GALLIUM_DRIVER=$driver ;;
+    threaded) export GALLIUM_DRIVER=llvmpipe mesa_glthread=true ;;
+    zink)
+        VK_ICD_FILENAMES=$(echo /usr/share/vulkan/icd.d/lvp_icd.*.json)
+        [ -e "$VK_ICD_FILENAMES" ] || {
+            echo "zink needs a software Vulkan: apt-get install mesa-vulkan-drivers libvulkan1" >&2
+            exit 2
+        }
+        export GALLIUM_DRIVER=$driver VK_ICD_FILENAMES XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$prefix}
+        ;;
+    *)
+        echo "ORRIN_GL_DRIVER is llvmpipe, softpipe, zink or threaded, not $driver" >&2
+        exit 2
+        ;;
+esac
 
 # Wine keeps quiet, except when a program cannot start because a DLL of it is missing.
 export WINEPREFIX=$prefix WINEDEBUG=-all,err+module LIBGL_ALWAYS_SOFTWARE=1
