@@ -27,11 +27,15 @@ protected:
                                       });
         EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
     }
-    /// Has the window manager do something with the window of that number in the order of their making.
-    void Ask(const std::string& command, int window = 1, const std::string& values = {}) const {
-        RunBeneathWine("xdotool " + command + " $(xdotool search --name ^OrrinViewer | sort -n | sed -n " +
-                           std::to_string(window) + "p) " + values + " sleep 0.3",
-                       Folder() / L"desk", 10);
+    /// What the window manager knows a window by, that of this number in the order of their making. It is shown.
+    std::string Name(int number) const {
+        return RunBeneathWine("xdotool search --onlyvisible --name OrrinViewer | sort -n | sed -n " +
+                                  std::to_string(number) + "p | tr -d '[:space:]'",
+                              Folder() / L"desk", 10);
+    }
+    /// Has the window manager do something with a window.
+    void Ask(const std::string& command, const std::string& window, const std::string& values = {}) const {
+        RunBeneathWine("xdotool " + command + " " + window + " " + values + " sleep 0.3", Folder() / L"desk", 10);
     }
     static bool IsLeftOf(HWND one, HWND other) {
         RECT left = {};
@@ -50,7 +54,7 @@ TEST_F(ViewerOnDesktop, WindowHasAFrameAndStaysWhereItIsPut) {
         GetWindowRect(window, &outer);
         EXPECT_GT(corner.y, outer.top) << "a title above the map";
         const Frame before = hand.LookWhenStill(window);
-        Ask("windowmove", 1, "300 200");
+        Ask("windowmove", Name(1), "300 200");
         EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba) << "moved";
     });
 }
@@ -58,9 +62,10 @@ TEST_F(ViewerOnDesktop, WindowHasAFrameAndStaysWhereItIsPut) {
 TEST_F(ViewerOnDesktop, MinimisedWindowComesBackAsItWas) {
     Use(1, [&](ViewerHand& hand, HWND window) {
         const Frame before = hand.LookWhenStill(window);
-        Ask("windowminimize");
+        const std::string name = Name(1);
+        Ask("windowminimize", name);
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) != FALSE; }));
-        Ask("windowactivate");
+        Ask("windowactivate", name);
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) == FALSE; }));
         EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
     });
@@ -68,7 +73,7 @@ TEST_F(ViewerOnDesktop, MinimisedWindowComesBackAsItWas) {
 
 TEST_F(ViewerOnDesktop, ResizedWindowIsFilled) {
     Use(1, [&](ViewerHand& hand, HWND window) {
-        Ask("windowsize", 1, "800 640");
+        Ask("windowsize", Name(1), "800 640");
         RECT area = {};
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return GetClientRect(window, &area) && area.right > 700; }));
         const Frame frame = hand.LookWhenStill(window);
@@ -85,14 +90,14 @@ TEST_F(ViewerOnDesktop, ClickRaisesAWindowAndGivesItTheKeys) {
     Use(2, [&](ViewerHand& hand, HWND) {
         std::vector<HWND> windows;
         for (HWND window = GetTopWindow(nullptr); window; window = GetWindow(window, GW_HWNDNEXT)) {
-            if (IsWindowVisible(window) && ViewerHand::TitleOf(window).rfind(L"OrrinViewer", 0) == 0) {
+            if (IsWindowVisible(window) && ViewerHand::TitleOf(window).find(L"OrrinViewer") != std::wstring::npos) {
                 windows.push_back(window);
             }
         }
         ASSERT_EQ(windows.size(), 2U);
         for (const int number : {1, 2}) {
             const std::string place = std::to_string(200 * number);
-            Ask("windowmove", number, place + " " + place);
+            Ask("windowmove", Name(number), place + " " + place);
         }
         std::vector<Frame> whole(2);
         for (const std::size_t clicked : {0U, 1U, 0U}) {
