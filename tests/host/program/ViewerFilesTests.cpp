@@ -112,5 +112,17 @@ TEST_P(ViewerFiles, ProjectShowsWhatItsOptionsWould) {
     EXPECT_NE(outcome.output.find("5 points, 2 features"), std::string::npos) << outcome.output;
 }
 
+TEST_F(ViewerProgram, FolderStandsForItsFiles) {
+    fs::create_directories(Folder() / "data" / "old");
+    Write("data/cloud.ply", SquareCloud(500'000.0, 4'500'000.0));
+    Write("data/old/cloud.ply", SquareCloud(0.0, 0.0));
+    Write("data/notes.txt", "Measured in May.\n");
+    Write("data/cloud.orrin", R"({"format": "OrrinViewer project", "layers": [{"file": "cloud.ply"}]})");
+    const Outcome outcome = Run({(Folder() / "data").wstring(), L"--frames", L"1"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_TRUE(outcome.output.starts_with("5 points, x 500000.00")) << outcome.output;
+    EXPECT_NE(Run({(Folder() / "none").wstring(), L"--frames", L"1"}).exitCode, 0);
+}
+
 } // namespace
 } // namespace OrrinViewer
