@@ -519,17 +519,16 @@ void Scene::DrawEnlarged(KTR::COpenGLView& view, const EnlargedPart& part) {
 }
 
 double Scene::FindReach(const KTR::COpenGLView& view) const {
-    constexpr double kOwnReach = 16.0; // of outlines, symbols and shades
-    double reach = kOwnReach;
+    double widest = 14.0; // of outlines, symbols and shades
     for (const Cloud& cloud : m_clouds) {
-        reach = std::max(reach, PointSizeOf(cloud, view));
+        widest = std::max(widest, PointSizeOf(cloud, view));
     }
     for (const Features& features : m_features) {
         const FeatureStyle& style = features.style.features;
-        reach = std::max(
-            {reach, style.lineWidthPixels, style.casingWidthPixels, style.borderWidthPixels, style.symbolSizePixels});
+        widest = std::max(
+            {widest, style.lineWidthPixels, style.casingWidthPixels, style.borderWidthPixels, style.symbolSizePixels});
     }
-    return reach;
+    return widest * 0.5 + 1.0;
 }
 
 void Scene::Forget(const KTR::COpenGLView& view) {

@@ -28,7 +28,7 @@ struct KeyHelp {
     const char* what;
 };
 
-constexpr std::array<KeyHelp, 20> kHelp = {{
+constexpr std::array<KeyHelp, 22> kHelp = {{
     {"Wheel", "zoom to what is under the mouse"},
     {"Drag", "move the map, turn the 3-D view about what was clicked"},
     {"Right drag", "move the 3-D view"},
@@ -46,6 +46,8 @@ constexpr std::array<KeyHelp, 20> kHelp = {{
     {"F", "points as large as their spacing wants, or of one size"},
     {"E", "shading of clouds by their depths"},
     {"S, A", "turn, raise the sun (Shift: back)"},
+    {"Ctrl + O", "add files (Shift: in place of what there is)"},
+    {"Ctrl + S", "save the project (Shift: a picture of any size)"},
     {"Enter", "ends what is being drawn (also double or right click)"},
     {"Esc", "stops reading, then leaves: what is being drawn, the tool, the program"},
     {"F1, ?", "these keys"},

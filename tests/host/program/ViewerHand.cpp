@@ -1,5 +1,7 @@
 #include "ViewerHand.h"
 
+#include <shlobj.h>
+
 #include <chrono>
 #include <cstddef>
 #include <iterator>
@@ -14,7 +16,7 @@ constexpr auto kPatience = std::chrono::seconds(10);
 } // namespace
 
 ViewerHand::ViewerHand(const PROCESS_INFORMATION& process, const fs::path& folder)
-    : m_process(process.dwProcessId), m_output(folder / L"hand") {}
+    : m_handle(process.hProcess), m_process(process.dwProcessId), m_output(folder / L"hand") {}
 
 bool ViewerHand::WaitUntil(const std::function<bool()>& holds) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
@@ -93,6 +95,34 @@ void ViewerHand::Press(const std::string& keys) const {
 
 void ViewerHand::Type(const std::string& text) const {
     RunBeneathWine("xdotool type --delay 2 '" + text + "'", m_output, 10);
+}
+
+void ViewerHand::AnswerWithPath(const std::wstring& title, const fs::path& path) const {
+    EXPECT_NE(FindWindow(title), nullptr) << testing::PrintToString(title);
+    Press("ctrl+a");
+    Type(path.string());
+    Press("Return");
+}
+
+/// NOTE: Neither Wine nor the tools drag files from one program to another. So the list is put where the window's
+/// program finds it, as a block of memory that the system takes for one of its own.
+void ViewerHand::Drop(HWND window, const std::vector<fs::path>& files) const {
+    std::wstring names;
+    for (const fs::path& file : files) {
+        names += file.wstring();
+        names += L'\0';
+    }
+    names += L'\0';
+    DROPFILES head = {};
+    head.pFiles = sizeof(head);
+    head.fWide = TRUE;
+    void* const list = VirtualAllocEx(m_handle, nullptr, sizeof(head) + names.size() * sizeof(wchar_t),
+                                      MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    ASSERT_NE(list, nullptr);
+    WriteProcessMemory(m_handle, list, &head, sizeof(head), nullptr);
+    WriteProcessMemory(m_handle, static_cast<char*>(list) + sizeof(head), names.data(), names.size() * sizeof(wchar_t),
+                       nullptr);
+    PostMessageW(window, WM_DROPFILES, reinterpret_cast<WPARAM>(list), 0);
 }
 
 /// NOTE: Wine's screen has what the server shows, whichever process has drawn it.

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace OrrinViewer {
 
@@ -30,6 +31,10 @@ public:
     void Drag(HWND window, int x, int y, int toX, int toY, const std::string& key = {}) const;
     void Press(const std::string& keys) const;
     void Type(const std::string& text) const;
+    /// Answers a question for a file, such as that of a dialog with this title.
+    void AnswerWithPath(const std::wstring& title, const fs::path& path) const;
+    /// Lets files go over a window.
+    void Drop(HWND window, const std::vector<fs::path>& files) const;
     /// What the screen shows of a window's client area.
     Frame LookAt(HWND window) const;
     /// The same once it has not changed for a moment.
@@ -38,6 +43,7 @@ public:
 private:
     std::string At(HWND window, int x, int y) const;
 
+    HANDLE m_handle;
     DWORD m_process;
     fs::path m_output;
 };

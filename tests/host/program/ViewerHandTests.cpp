@@ -118,6 +118,43 @@ TEST_P(ViewerInHand, RectangleDrawnWithShiftFillsTheWindow) {
     });
 }
 
+// A person begins with nothing, opens and drops files, saves what they have made of them, and has it back.
+TEST_P(ViewerInHand, FilesAreOpenedDroppedSavedAndFoundAgain) {
+    const fs::path slope = WriteSlope();
+    const fs::path square = Write("square.ply", SquareCloud(500'000.0, 4'500'000.0));
+    const fs::path project = Folder() / L"hill.orrin";
+    const fs::path picture = Folder() / L"hill.png";
+    Use({L"--plain"}, [&](ViewerHand& hand, HWND window) {
+        hand.Press("ctrl+o");
+        hand.AnswerWithPath(L"Add files", slope);
+        EXPECT_TRUE(hand.WaitForTitle(window, L"slope.ply - OrrinViewer - 1313 points"));
+        hand.Drop(window, {square});
+        EXPECT_TRUE(hand.WaitForTitle(window, L"slope.ply and 1 more - OrrinViewer - 1318 points"));
+        hand.Press("6");
+        const Frame before = hand.LookWhenStill(window);
+        hand.Press("ctrl+s");
+        hand.AnswerWithPath(L"Save the project", project);
+        EXPECT_TRUE(hand.WaitForTitle(window, L"hill.orrin - OrrinViewer"));
+
+        hand.Press("ctrl+shift+s");
+        hand.AnswerWithPath(L"Save a picture", picture);
+        EXPECT_NE(hand.FindWindow(L"Size of the picture"), nullptr);
+        hand.Press("ctrl+a");
+        hand.Type("1.5");
+        hand.Press("Return");
+        EXPECT_TRUE(hand.WaitUntil([&] { return fs::exists(picture); }));
+        EXPECT_EQ(ReadFrame(picture).width, 900);
+
+        hand.Press("alt+f n");
+        EXPECT_TRUE(hand.WaitUntil([&] { return hand.TitleOf(window).find(L"points") == std::wstring::npos; }));
+        EXPECT_GT(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.001);
+        hand.Press("alt+f r 1"); // the last one
+        EXPECT_TRUE(hand.WaitForTitle(window, L"hill.orrin - OrrinViewer - 1318 points"));
+        hand.MoveTo(window, 590, 390);
+        EXPECT_EQ(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.0);
+    });
+}
+
 // The keys lie over the map and go again.
 TEST_P(ViewerInHand, KeysAreShownOverTheMap) {
     Use(OfSlope(WriteSlope()), [](ViewerHand& hand, HWND window) {

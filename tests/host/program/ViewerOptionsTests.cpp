@@ -58,7 +58,7 @@ TEST(ViewerOptions, StylesOfFeaturesAreRead) {
 }
 
 TEST(ViewerOptions, WrongOptionsEndWithAnError_HelpDoesNot) {
-    for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
+    for (const std::vector<std::string>& wrong : {std::vector<std::string>{"--frames", "1"},
                                                   {"a.las", "--pipeline", "vulkan"},
                                                   {"a.las", "--frames", "-1"},
                                                   {"a.las", "--colour"},
@@ -69,10 +69,17 @@ TEST(ViewerOptions, WrongOptionsEndWithAnError_HelpDoesNot) {
                                                   {"a.las", "--symbol", "heart"},
                                                   {"a.las", "--frames", "2.5"},
                                                   {"a.las", "--screenshot", "x.bmp"},
+                                                  {"a.las", "--picture-size", "400x300"},
+                                                  {"a.las", "--screenshot", "x.png", "--picture-size", "400"},
+                                                  {"a.las", "--screenshot", "x.png", "--picture-size", "400x99999"},
                                                   {"a.las", "--width", "12"}}) {
         EXPECT_NE(ParseCommandLine(wrong).exitCode.value_or(0), 0);
     }
     EXPECT_EQ(ParseCommandLine({"--help"}).exitCode, 0);
+    EXPECT_FALSE(ParseCommandLine({}).exitCode) << "a person opens files later";
+    const ParsedCommandLine picture = ParseCommandLine({"a.las", "--screenshot", "x.png", "--picture-size", "400x300"});
+    ASSERT_TRUE(picture.options.pictureSize);
+    EXPECT_EQ(picture.options.pictureSize->heightPixels, 300);
 }
 
 std::string Printed(const std::vector<std::string>& arguments) {
