@@ -61,6 +61,9 @@ public:
         }
     }
 
+    /// Images will lie on reliefs: they are made ready for that.
+    void ExpectReliefs() { m_hasReliefs = true; }
+
     void AddFile(const std::filesystem::path& file) {
         const FileKind kind = DetectKind(file);
         if (IsVectorKind(kind)) {
@@ -80,7 +83,7 @@ public:
             return;
         case FileKind::Ply:
             if (std::optional<Mesh> mesh = m_options.cloudCellSize ? std::nullopt : OpenMesh(file)) {
-                Hand(&Scene::AddMesh, *std::move(mesh), LayerSource{NameOf(file), {}, file});
+                Hand(&Scene::AddMesh, MeshLayer(*std::move(mesh)), LayerSource{NameOf(file), {}, file});
                 return;
             }
             break;
@@ -135,6 +138,9 @@ private:
             if (std::optional<RasterLayer> transformed = raster.Transformed(*transformation)) {
                 raster = *std::move(transformed);
             }
+        }
+        if (m_hasReliefs) {
+            raster.KeepImage(Scene::kDrapedSide);
         }
         Hand(&Scene::AddRaster, std::move(raster), std::move(source));
     }
@@ -211,21 +217,27 @@ private:
     Receiver m_hand;
     SystemRegister m_register;
     std::optional<CoordinateSystem> m_system; ///< of the scene, once it is known
+    bool m_hasReliefs = false;                ///< or will have
 };
 
 namespace {
 
-bool IsGeoJson(const std::filesystem::path& file) {
+bool IsOfKind(const std::filesystem::path& file, FileKind kind) {
     try {
-        return DetectKind(file) == FileKind::GeoJson;
+        return DetectKind(file) == kind;
     } catch (const FileError&) {
         return false; // it is told when it is opened
     }
 }
 
+bool MakesRelief(const std::filesystem::path& file, const ViewerOptions& options) {
+    return !options.flat && (options.cloudCellSize || IsOfKind(file, FileKind::AsciiGrid));
+}
+
 /// Files that are in degrees as a rule follow the others, whose system they take.
 std::vector<std::filesystem::path> PutGlobeLast(std::vector<std::filesystem::path> files) {
-    std::stable_partition(files.begin(), files.end(), [](const auto& file) { return !IsGeoJson(file); });
+    std::stable_partition(files.begin(), files.end(),
+                          [](const auto& file) { return !IsOfKind(file, FileKind::GeoJson); });
     return files;
 }
 
@@ -263,8 +275,11 @@ SceneLoading::~SceneLoading() {
 
 void SceneLoading::Add(const std::vector<std::filesystem::path>& files) {
     const std::vector<std::filesystem::path> ordered = PutGlobeLast(files);
+    const bool hasReliefs =
+        std::any_of(files.begin(), files.end(), [this](const auto& file) { return MakesRelief(file, m_options); });
     const std::lock_guard lock(m_mutex);
     m_queue.insert(m_queue.end(), ordered.begin(), ordered.end());
+    m_hasReliefs = m_hasReliefs || hasReliefs;
     m_fileCount = (m_isRunning ? m_fileCount : 0) + files.size();
     if (!m_isRunning && (!m_queue.empty() || m_wantsRelief)) {
         if (m_thread.joinable()) {
@@ -380,6 +395,9 @@ std::optional<std::filesystem::path> SceneLoading::TakeNext() {
         }
         m_isRunning = false;
         return std::nullopt;
+    }
+    if (m_hasReliefs) {
+        m_loader->ExpectReliefs();
     }
     const std::filesystem::path file = std::move(m_queue.front());
     m_queue.pop_front();

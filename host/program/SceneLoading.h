@@ -76,6 +76,7 @@ private:
     std::shared_ptr<ReadingProgress> m_progress; ///< of that
     std::size_t m_fileCount = 0;                 ///< since nothing was to be read
     bool m_wasStopped = false;
+    bool m_hasReliefs = false; ///< one of the files makes one
     std::vector<Addition> m_additions;
     std::vector<std::string> m_faults;
     bool m_wantsRelief; ///< a computed one, once everything else is there

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LabelPlacing.h"
 #include "MapNotices.h"
 #include "NativeWindow.h"
 #include "ViewerOptions.h"
@@ -139,6 +140,7 @@ private:
     PixelPlace PlaceOf(const Position& position) const;
     void LoadTexts();
     void PlaceLabels();
+    void PrepareScene(double milliseconds);
     void DrawTexts();
     void DrawFrame();
     void ShowFrame();
@@ -158,7 +160,9 @@ private:
     std::unique_ptr<KTR::COpenGLView> m_view;
     TextPainter m_texts;
     LabelLayer m_labels;
+    LabelPlacing m_labelPlacing;
     MapNotices m_notices;
+    bool m_lacksGeometry = false; ///< frames do not have all of the scene yet
     bool m_ready = false;
     Stored m_stored = Stored::Nothing; ///< as it has to be shown
     bool m_waits = false;              ///< points are to come, but there are none to draw now
