@@ -2,7 +2,8 @@
 
 #include "data/PointCloud.h"
 
-#include <cstddef>
+#include <algorithm>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -11,10 +12,35 @@ namespace {
 constexpr Rgb kOutline{255, 176, 64};
 constexpr float kOutlineWidthPixels = 1.0F;
 constexpr float kSymbolSizePixels = 5.0F;
+/// Of a part, which takes some ten milliseconds to add; of more only where one feature has them.
+constexpr std::size_t kPartPositions = 30'000;
 
 bool Overlap(const Extent& one, const Extent& other) {
     return one.low.x <= other.high.x && other.low.x <= one.high.x && one.low.y <= other.high.y &&
            other.low.y <= one.high.y;
+}
+
+std::size_t CountPositions(const VectorFeature& feature) {
+    std::size_t count = feature.points.size();
+    for (const Path& line : feature.lines) {
+        count += line.size();
+    }
+    for (const Polygon& polygon : feature.polygons) {
+        for (const Path& ring : polygon.rings) {
+            count += ring.size();
+        }
+    }
+    return count;
+}
+
+/// Behind the last feature of the part that begins with this one.
+std::size_t FindEndOfPart(const VectorLayer& layer, std::size_t first) {
+    std::size_t positions = 0;
+    std::size_t end = first;
+    while (end < layer.features.size() && positions < kPartPositions) {
+        positions += CountPositions(layer.features[end++]);
+    }
+    return end;
 }
 
 void AddPosition(KTR::COpenGLView& view, const Position& place) {
@@ -35,73 +61,125 @@ void EnableColors(KTR::COpenGLView& view, KTR::GLShaderTypes shader) {
 
 } // namespace
 
-void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area,
-                                std::uint8_t opacity, const GroundPosition& onTheGround) {
-    if (m_areaEnds.empty() || m_opacity != opacity) {
-        AddAreas(view, layer, opacity, onTheGround);
+template <typename Part, typename Add> bool
+FeatureGeometry::Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer, TimePoint until, Add add) {
+    if (shown.features == layer.features.size() && !shown.isOutdated) {
+        return true;
     }
+    while (next.features < layer.features.size()) {
+        if (std::chrono::steady_clock::now() >= until) {
+            return false;
+        }
+        const std::size_t end = FindEndOfPart(layer, next.features);
+        Part part;
+        if (!add(next.features, end, part)) {
+            next = {};
+            return true;
+        }
+        next.parts.push_back(std::move(part));
+        next.features = end;
+    }
+    shown = std::exchange(next, {});
+    return true;
+}
+
+bool FeatureGeometry::PrepareOutlines(KTR::COpenGLView& view, const VectorLayer& layer,
+                                      const GroundPosition& onTheGround, TimePoint until) {
+    return Prepare(m_outlines, m_nextOutlines, layer, until,
+                   [&](std::size_t first, std::size_t end, OutlinePart& part) {
+                       return AddOutlines(view, layer, first, end, onTheGround, part);
+                   });
+}
+
+bool FeatureGeometry::PrepareAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
+                                   const GroundPosition& onTheGround, TimePoint until) {
+    if (m_opacity != opacity) {
+        m_opacity = opacity;
+        m_areas.isOutdated = true;
+        m_nextAreas = {};
+    }
+    return Prepare(m_areas, m_nextAreas, layer, until, [&](std::size_t first, std::size_t end, AreaPart& part) {
+        return AddAreas(view, layer, first, end, opacity, onTheGround, part);
+    });
+}
+
+std::optional<double> FeatureGeometry::FindShareReady(const VectorLayer& layer) const {
+    const std::size_t features = std::max(m_nextOutlines.features, m_nextAreas.features);
+    return features > 0 ? std::optional(static_cast<double>(features) / static_cast<double>(layer.features.size()))
+                        : std::nullopt;
+}
+
+void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area) const {
     view.Enable(GL_BLEND);
     view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     EnableColors(view, KTR::GLShaderColorPassThrough);
-    // Those that follow each other are one draw.
-    int first = 0;
-    for (std::size_t index = 0; index <= m_areaEnds.size(); ++index) {
-        const int begin = index > 0 ? m_areaEnds[index - 1] : 0;
-        if (index == m_areaEnds.size() || !Overlap(layer.features[index].extent, area)) {
-            view.DrawGeometry(m_areas, first, begin - first);
-            first = index < m_areaEnds.size() ? m_areaEnds[index] : begin;
+    for (const AreaPart& part : m_areas.parts.empty() ? m_nextAreas.parts : m_areas.parts) {
+        // Those that follow each other are one draw.
+        int first = 0;
+        for (std::size_t index = 0; index <= part.ends.size(); ++index) {
+            const int begin = index > 0 ? part.ends[index - 1] : 0;
+            if (index == part.ends.size() || !Overlap(layer.features[part.firstFeature + index].extent, area)) {
+                view.DrawGeometry(part.areas, first, begin - first);
+                first = index < part.ends.size() ? part.ends[index] : begin;
+            }
         }
     }
     view.DisableClientState();
     view.Disable(GL_BLEND);
 }
 
-void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer, double scale,
-                                   const GroundPosition& onTheGround) {
-    if (!m_hasOutlines) {
-        AddOutlines(view, layer, onTheGround);
-    }
+void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, double scale) const {
+    const std::vector<OutlinePart>& parts = m_outlines.parts.empty() ? m_nextOutlines.parts : m_outlines.parts;
     view.LineWidth(kOutlineWidthPixels * static_cast<float>(scale));
     EnableColors(view, KTR::GLShaderLine);
-    view.DrawGeometry(m_lines);
+    for (const OutlinePart& part : parts) {
+        view.DrawGeometry(part.lines);
+    }
     view.DisableClientState();
 
     view.PointSize(kSymbolSizePixels * static_cast<float>(scale));
     EnableColors(view, KTR::GLShaderPoint);
-    view.DrawGeometry(m_symbols);
+    for (const OutlinePart& part : parts) {
+        view.DrawGeometry(part.symbols);
+    }
     view.DisableClientState();
 }
 
+void FeatureGeometry::Outdate() {
+    m_outlines.isOutdated = true;
+    m_areas.isOutdated = true;
+    m_nextOutlines = {};
+    m_nextAreas = {};
+}
+
 void FeatureGeometry::Release() {
-    m_areas.Clear();
-    m_areaEnds.clear();
-    m_lines.Clear();
-    m_symbols.Clear();
-    m_hasOutlines = false;
+    m_outlines = {};
+    m_areas = {};
+    m_nextOutlines = {};
+    m_nextAreas = {};
 }
 
-void FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
-                               const GroundPosition& onTheGround) {
+bool FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
+                               std::uint8_t opacity, const GroundPosition& onTheGround, AreaPart& part) {
     KTR::GLTesselator* const tesselator = view.GetTesselator();
-    m_areaEnds.clear();
-    if (!tesselator || view.BeginGeometry(m_areas) != S_OK) {
-        return;
+    if (!tesselator || view.BeginGeometry(part.areas) != S_OK) {
+        return false;
     }
-    for (std::size_t index = 0; index < layer.features.size(); ++index) {
+    part.firstFeature = first;
+    for (std::size_t index = first; index < end; ++index) {
         FillPolygons(*tesselator, layer.features[index], index, opacity, onTheGround);
-        m_areaEnds.push_back(m_areas.GetCount());
+        part.ends.push_back(part.areas.GetCount());
     }
-    if (view.EndGeometry() != S_OK) {
-        m_areaEnds.clear();
-    }
-    m_opacity = opacity;
+    return view.EndGeometry() == S_OK;
 }
 
-void FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround) {
-    if (view.BeginGeometry(m_lines) != S_OK) {
-        return;
+bool FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
+                                  const GroundPosition& onTheGround, OutlinePart& part) {
+    if (view.BeginGeometry(part.lines) != S_OK) {
+        return false;
     }
-    for (const VectorFeature& feature : layer.features) {
+    for (std::size_t index = first; index < end; ++index) {
+        const VectorFeature& feature = layer.features[index];
         for (const Path& line : feature.lines) {
             AddPath(view, line, GL_LINE_STRIP, onTheGround);
         }
@@ -111,17 +189,17 @@ void FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& lay
             }
         }
     }
-    if (view.EndGeometry() != S_OK || view.BeginGeometry(m_symbols) != S_OK) {
-        return;
+    if (view.EndGeometry() != S_OK || view.BeginGeometry(part.symbols) != S_OK) {
+        return false;
     }
     view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Position& point : feature.points) {
+    for (std::size_t index = first; index < end; ++index) {
+        for (const Position& point : layer.features[index].points) {
             AddPosition(view, onTheGround(point));
         }
     }
     view.EndArrays();
-    m_hasOutlines = view.EndGeometry() == S_OK;
+    return view.EndGeometry() == S_OK;
 }
 
 } // namespace OrrinViewer

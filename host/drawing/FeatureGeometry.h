@@ -5,33 +5,67 @@
 
 #include <OrrinDisplay.h>
 
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace OrrinViewer {
 
 /// What is drawn of a vector layer. It does not change from frame to frame: it is added once, and all windows draw it
-/// from there.
+/// from there. It is added part by part, so that the window answers meanwhile.
 class FeatureGeometry {
 public:
-    /// Draws the filled areas of the features that reach into `area`.
-    void DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area, std::uint8_t opacity,
-                   const GroundPosition& onTheGround);
-    /// Draws lines, the outlines of areas, and symbols for points, larger by `scale` than usual.
-    void DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer, double scale,
-                      const GroundPosition& onTheGround);
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    /// Adds outlines, or areas of an opacity, until that moment. True once all are there, and where no memory is left
+    /// for more.
+    bool PrepareOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround,
+                         TimePoint until);
+    bool PrepareAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
+                      const GroundPosition& onTheGround, TimePoint until);
+    /// How much of what is being added is there; nothing where all or none is.
+    std::optional<double> FindShareReady(const VectorLayer& layer) const;
+
+    /// Draws the filled areas, as far as they are there, of the features that reach into `area`.
+    void DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area) const;
+    /// Draws lines, the outlines of areas, and symbols for points, as far as they are there, larger by `scale`
+    /// than usual.
+    void DrawOutlines(KTR::COpenGLView& view, double scale) const;
+    /// The layer lies elsewhere: what is there is drawn until it has been added anew.
+    void Outdate();
     void Release();
 
 private:
-    void AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
-                  const GroundPosition& onTheGround);
-    void AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround);
+    /// Of some features that follow each other.
+    struct OutlinePart {
+        KTR::GLGeometry lines;
+        KTR::GLGeometry symbols;
+    };
+    struct AreaPart {
+        KTR::GLGeometry areas;
+        std::size_t firstFeature = 0;
+        std::vector<int> ends; ///< records up to each feature's last one
+    };
+    template <typename Part> struct Parts {
+        std::vector<Part> parts;
+        std::size_t features = 0; ///< that they have
+        bool isOutdated = false;
+    };
 
-    KTR::GLGeometry m_areas;
-    std::vector<int> m_areaEnds; ///< records of `m_areas` up to each feature's last one; empty until they are there
-    std::uint8_t m_opacity = 0;  ///< of those
-    KTR::GLGeometry m_lines;
-    KTR::GLGeometry m_symbols;
-    bool m_hasOutlines = false; ///< `m_lines` and `m_symbols` are filled
+    static bool AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
+                            const GroundPosition& onTheGround, OutlinePart& part);
+    static bool AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
+                         std::uint8_t opacity, const GroundPosition& onTheGround, AreaPart& part);
+    template <typename Part, typename Add>
+    static bool Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer, TimePoint until, Add add);
+
+    Parts<OutlinePart> m_outlines;
+    Parts<OutlinePart> m_nextOutlines; ///< that will take their place
+    Parts<AreaPart> m_areas;
+    Parts<AreaPart> m_nextAreas;
+    std::uint8_t m_opacity = 0; ///< of the next areas, or of those that are there
 };
 
 } // namespace OrrinViewer

@@ -1,6 +1,8 @@
 #include "MeshLayer.h"
 
-#include "LitGeometry.h"
+#include <array>
+#include <cstdint>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -10,30 +12,18 @@ constexpr Rgb kGrey{205, 202, 195};
 
 } // namespace
 
-void MeshLayer::Draw(KTR::COpenGLView& view, const Position& origin) {
-    if (m_geometry.GetCount() == 0) {
-        AddTriangles(view, origin);
-    }
-    DrawLitGeometry(view, m_geometry);
-}
+MeshLayer::MeshLayer(Mesh mesh) : m_mesh(std::move(mesh)), m_normals(FindNormals(m_mesh)) {}
 
-void MeshLayer::AddTriangles(KTR::COpenGLView& view, const Position& origin) {
-    if (view.BeginGeometry(m_geometry) != S_OK) {
-        return;
-    }
-    const std::vector<Position> normals = FindNormals(m_mesh);
-    view.BeginArrays(GL_TRIANGLES, KTR::GLShaderShadedColor3Stage);
-    for (const std::array<std::uint32_t, 3>& triangle : m_mesh.triangles) {
-        for (const std::uint32_t vertex : triangle) {
+bool MeshLayer::Prepare(KTR::COpenGLView& view, const Position& origin, std::chrono::steady_clock::time_point until) {
+    return m_geometry.Prepare(view, m_mesh.triangles.size(), until, [&](std::size_t triangle) {
+        for (const std::uint32_t vertex : m_mesh.triangles[triangle]) {
             const Position& position = m_mesh.positions[vertex];
-            const Position& normal = normals[vertex];
+            const Position& normal = m_normals[vertex];
             const Rgb& color = m_mesh.colors.empty() ? kGrey : m_mesh.colors[vertex];
             view.AddIndex3DVertexNormalRGBA(position.x - origin.x, position.y - origin.y, position.z - origin.z,
                                             normal.x, normal.y, normal.z, color.red, color.green, color.blue, 255);
         }
-    }
-    view.EndArrays();
-    view.EndGeometry();
+    });
 }
 
 } // namespace OrrinViewer

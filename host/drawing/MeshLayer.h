@@ -1,30 +1,35 @@
 #pragma once
 
+#include "LitGeometry.h"
 #include "data/Mesh.h"
 
 #include <OrrinDisplay.h>
 
+#include <chrono>
 #include <cstddef>
-#include <utility>
+#include <optional>
+#include <vector>
 
 namespace OrrinViewer {
 
 /// A mesh as lit triangles in its own colours, or in grey.
 class MeshLayer {
 public:
-    explicit MeshLayer(Mesh mesh) : m_mesh(std::move(mesh)) {}
+    explicit MeshLayer(Mesh mesh);
 
     const Extent& GetExtent() const { return m_mesh.extent; }
     std::size_t CountFaces() const { return m_mesh.triangles.size(); }
-    /// Draws it relative to the origin.
-    void Draw(KTR::COpenGLView& view, const Position& origin);
+    /// Adds triangles relative to the origin, until that moment; true once all are there.
+    bool Prepare(KTR::COpenGLView& view, const Position& origin, std::chrono::steady_clock::time_point until);
+    std::optional<double> FindShareReady() const { return m_geometry.FindShare(m_mesh.triangles.size()); }
+    /// Draws what has been added.
+    void Draw(KTR::COpenGLView& view) const { m_geometry.Draw(view); }
     void ReleaseGeometry() { m_geometry.Clear(); }
 
 private:
-    void AddTriangles(KTR::COpenGLView& view, const Position& origin);
-
     Mesh m_mesh;
-    KTR::GLGeometry m_geometry; ///< empty until first drawn
+    std::vector<Position> m_normals;
+    LitGeometry m_geometry;
 };
 
 } // namespace OrrinViewer

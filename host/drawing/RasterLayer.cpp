@@ -4,6 +4,7 @@
 #include "ElevationImages.h"
 #include "SceneColors.h"
 #include "WarpedReader.h"
+#include "data/ReadingProgress.h"
 #include "files/TiffOverview.h"
 #include "systems/TransformLayers.h"
 
@@ -45,6 +46,23 @@ KTR::GLDataStyle ElevationStyle(const ElevationRange& range) {
     }
     return style;
 }
+
+/// Has a reader wait for what is made in the background, as long as this lives.
+class WaitingForReader {
+public:
+    explicit WaitingForReader(std::atomic<bool>* waits) : m_waits(waits), m_before(waits && waits->exchange(true)) {}
+    ~WaitingForReader() {
+        if (m_waits) {
+            *m_waits = m_before;
+        }
+    }
+    WaitingForReader(const WaitingForReader&) = delete;
+    WaitingForReader& operator=(const WaitingForReader&) = delete;
+
+private:
+    std::atomic<bool>* m_waits;
+    bool m_before;
+};
 
 } // namespace
 
@@ -153,6 +171,9 @@ std::optional<Raster> RasterLayer::MakeImage(int largestSide) const {
     if (m_description.pixels != GL_RGBA || !m_reader) {
         return std::nullopt;
     }
+    if (m_keptImage && m_keptSide == largestSide) {
+        return *m_keptImage;
+    }
     const auto at = [](int pixels, int level) { return ((pixels - 1) >> level) + 1; };
     int level = 0;
     while (std::max(at(m_description.width, level), at(m_description.height, level)) > largestSide) {
@@ -163,14 +184,19 @@ std::optional<Raster> RasterLayer::MakeImage(int largestSide) const {
     raster.image.height = at(m_description.height, level);
     raster.image.rgba.resize(std::size_t{4} * static_cast<std::size_t>(raster.image.width) *
                              static_cast<std::size_t>(raster.image.height));
-    const KTR::GLRasterWindow window{level, 0, 0, raster.image.width, raster.image.height};
-    const bool waited = m_waits && m_waits->exchange(true);
-    const KTR::GLRasterRead result = m_reader(window, raster.image.rgba.data());
-    if (m_waits) {
-        *m_waits = waited;
-    }
-    if (result != KTR::GLRasterReadDone) {
-        return std::nullopt;
+    // In bands, between which it can be stopped.
+    constexpr int kBandRows = 64;
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("making an image for reliefs");
+    const WaitingForReader waiting(m_waits.get());
+    const std::size_t rowBytes = std::size_t{4} * static_cast<std::size_t>(raster.image.width);
+    for (int row = 0; row < raster.image.height; row += kBandRows) {
+        progress->Reach(static_cast<std::uint64_t>(row), static_cast<std::uint64_t>(raster.image.height));
+        const KTR::GLRasterWindow window{level, 0, row, raster.image.width,
+                                         std::min(kBandRows, raster.image.height - row)};
+        if (m_reader(window, &raster.image.rgba[static_cast<std::size_t>(row) * rowBytes]) != KTR::GLRasterReadDone) {
+            return std::nullopt;
+        }
     }
     const double pixels = std::ldexp(1.0, level); // of the raster in each of the image's
     raster.pixelToMap = m_pixelToMap;
@@ -179,6 +205,13 @@ std::optional<Raster> RasterLayer::MakeImage(int largestSide) const {
     raster.pixelToMap.rowX *= pixels;
     raster.pixelToMap.rowY *= pixels;
     return raster;
+}
+
+void RasterLayer::KeepImage(int largestSide) {
+    if (const std::optional<Raster> image = MakeImage(largestSide)) {
+        m_keptImage = std::make_shared<const Raster>(*image);
+        m_keptSide = largestSide;
+    }
 }
 
 void RasterLayer::ReadAtOnce() {

@@ -36,8 +36,11 @@ public:
     /// there, and for what is neither colours nor values in floating point.
     std::optional<RasterLayer> Transformed(const MapTransformation& transformation) const;
     /// Its colours as one image of at most so many pixels each way, to lay it over something. None for values, and
-    /// where it cannot be read.
+    /// where it cannot be read. A large raster is read for that as a whole, which takes its time; ReadingStopped where
+    /// nobody wants the image.
     std::optional<Raster> MakeImage(int largestSide) const;
+    /// Keeps such an image for the next call with the same size.
+    void KeepImage(int largestSide);
     const Extent& FindExtent() const { return m_extent; }
     std::size_t CountPixels() const { return m_pixels; }
     /// Reads whatever a frame shows, however long that takes; otherwise a few milliseconds' worth.
@@ -59,6 +62,8 @@ private:
     PixelToMap m_pixelToMap;
     Extent m_extent;
     std::size_t m_pixels;
+    std::shared_ptr<const Raster> m_keptImage; ///< null where none was made
+    int m_keptSide = 0;                        ///< the largest that it may have
 };
 
 } // namespace OrrinViewer

@@ -76,8 +76,8 @@ LayerId Scene::AddSurface(Surface surface, LayerSource source) {
     return Insert(m_reliefs, std::move(relief), std::move(source));
 }
 
-LayerId Scene::AddMesh(Mesh mesh, LayerSource source) {
-    Solid solid{{}, MeshLayer(std::move(mesh))};
+LayerId Scene::AddMesh(MeshLayer mesh, LayerSource source) {
+    Solid solid{{}, std::move(mesh)};
     solid.extent = solid.mesh.GetExtent();
     return Insert(m_solids, std::move(solid), std::move(source));
 }
@@ -271,7 +271,7 @@ void Scene::RefreshExtent() {
     m_extent = {};
     VisitLayers(*this, [&](const auto& layer) { m_extent.Include(ExtentOf(layer)); });
     if (GroundHeight() != ground) {
-        ReleaseShapes();
+        OutdateShapes();
     }
 }
 
@@ -296,13 +296,32 @@ bool Scene::WasStopped() const {
     return std::any_of(m_clouds.begin(), m_clouds.end(), [](const Cloud& cloud) { return cloud.cloud->WasStopped(); });
 }
 
-std::optional<Scene::CloudReading> Scene::GetReading() const {
+std::optional<Scene::LayerProgress> Scene::GetReading() const {
     for (const Cloud& cloud : m_clouds) {
         if (cloud.cloud->IsReading()) {
-            return CloudReading{cloud.source.name, cloud.cloud->GetProgress()};
+            return LayerProgress{cloud.source.name, cloud.cloud->GetProgress()};
         }
     }
     return std::nullopt;
+}
+
+std::optional<Scene::LayerProgress> Scene::GetPreparing() const {
+    std::optional<LayerProgress> found;
+    const auto tell = [&](const Layer& layer, const std::optional<double>& share) {
+        if (share && layer.style.shown && !found) {
+            found = {layer.source.name, {"adding to the map", share, 0, ""}};
+        }
+    };
+    for (const Relief& relief : m_reliefs) {
+        tell(relief, relief.surface.FindShareReady());
+    }
+    for (const Solid& solid : m_solids) {
+        tell(solid, solid.mesh.FindShareReady());
+    }
+    for (const Features& features : m_features) {
+        tell(features, features.geometry.FindShareReady(features.layer));
+    }
+    return found;
 }
 
 std::string Scene::GetProblem() const {
@@ -417,6 +436,35 @@ void Scene::HoldEverything(KTR::COpenGLView& view) const {
     }
 }
 
+bool Scene::Prepare(KTR::COpenGLView& view, double milliseconds) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point until = milliseconds > 0.0
+                                        ? Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                                             std::chrono::duration<double, std::milli>(milliseconds))
+                                        : Clock::time_point::max();
+    LoadCamera(view);
+    Drape();
+    bool isWhole = true;
+    for (Relief& relief : m_reliefs) {
+        isWhole = (!relief.style.shown || relief.surface.Prepare(view, m_origin, until)) && isWhole;
+    }
+    for (Solid& solid : m_solids) {
+        isWhole = (!solid.style.shown || solid.mesh.Prepare(view, m_origin, until)) && isWhole;
+    }
+    for (Features& features : m_features) {
+        const LayerStyle& style = features.style;
+        const GroundPosition ground = GroundOf(features.layer, m_origin);
+        if (style.shown && style.features.IsPlain()) {
+            isWhole = features.geometry.PrepareOutlines(view, features.layer, ground, until) && isWhole;
+        }
+        if (style.shown && style.fillOpacity > 0.0) {
+            const auto opacity = static_cast<std::uint8_t>(std::lround(style.fillOpacity * 255.0));
+            isWhole = features.geometry.PrepareAreas(view, features.layer, opacity, ground, until) && isWhole;
+        }
+    }
+    return isWhole;
+}
+
 CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     LoadCamera(view);
     CloudsFrame frame;
@@ -459,8 +507,7 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
     const Extent area = FindAreaToFill(view);
     for (Features& features : m_features) {
         if (features.style.shown && features.style.fillOpacity > 0.0) {
-            const auto opacity = static_cast<std::uint8_t>(std::lround(features.style.fillOpacity * 255.0));
-            features.geometry.DrawAreas(view, features.layer, area, opacity, GroundOf(features.layer, m_origin));
+            features.geometry.DrawAreas(view, features.layer, area);
         }
     }
     for (Features& features : m_features) {
@@ -468,7 +515,7 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
             continue;
         }
         if (features.style.features.IsPlain()) {
-            features.geometry.DrawOutlines(view, features.layer, Scale(), GroundOf(features.layer, m_origin));
+            features.geometry.DrawOutlines(view, Scale());
         } else {
             // The library subtracts the offsets of shapes itself.
             DrawStyledFeatures(view, features.layer, features.style.features, Scale(), GroundOf(features.layer, {}));
@@ -491,7 +538,7 @@ bool Scene::DrawRasters(KTR::COpenGLView& view) {
 }
 
 void Scene::Draw(KTR::COpenGLView& view) {
-    LoadCamera(view);
+    Prepare(view, 0.0);
     const auto deadline = std::chrono::steady_clock::now() + kLongestReading;
     while (!DrawGround(view) && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -556,13 +603,15 @@ void Scene::ReleaseGeometry() {
     for (Solid& solid : m_solids) {
         solid.mesh.ReleaseGeometry();
     }
-    ReleaseShapes();
+    for (Features& features : m_features) {
+        features.geometry.Release();
+    }
 }
 
 /// They have been added at heights of which the scene may have others now.
-void Scene::ReleaseShapes() {
+void Scene::OutdateShapes() {
     for (Features& features : m_features) {
-        features.geometry.Release();
+        features.geometry.Outdate();
     }
 }
 
@@ -629,19 +678,27 @@ void Scene::BendLayers() {
             }
         }
     }
-    ReleaseShapes();
+    OutdateShapes();
+}
+
+/// Brings images and lines onto the reliefs where these, or what lies on them, are others than before.
+void Scene::Drape() {
+    if (!m_isDraped) {
+        DrapeSurfaces();
+        BendLayers();
+        m_isDraped = true;
+    }
 }
 
 /// Lays the images over the reliefs, the last one uppermost.
 void Scene::DrapeSurfaces() {
-    constexpr int kLargestSide = 2048;
     for (Relief& relief : m_reliefs) {
         relief.surface.Bare();
     }
     for (auto image = m_images.rbegin(); image != m_images.rend(); ++image) {
         image->isCovered = false;
         const std::optional<Raster> picture =
-            m_reliefs.empty() || !image->style.shown ? std::nullopt : image->raster.MakeImage(kLargestSide);
+            m_reliefs.empty() || !image->style.shown ? std::nullopt : image->raster.MakeImage(kDrapedSide);
         for (auto relief = m_reliefs.begin(); picture && relief != m_reliefs.end(); ++relief) {
             if (!relief->style.shown) {
                 continue;
@@ -655,11 +712,7 @@ void Scene::DrapeSurfaces() {
 
 /// Clears the frame and draws what lies below the clouds. False while rasters are read.
 bool Scene::DrawGround(KTR::COpenGLView& view) {
-    if (!m_isDraped) {
-        DrapeSurfaces();
-        BendLayers();
-        m_isDraped = true;
-    }
+    Drape();
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
     // Rasters are the ground below everything.
@@ -674,7 +727,7 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
     }
     for (Solid& solid : m_solids) {
         if (solid.style.shown) {
-            solid.mesh.Draw(view, m_origin);
+            solid.mesh.Draw(view);
         }
     }
     return isRead;

@@ -71,6 +71,9 @@ struct CloudSource {
 /// in as many steps as it takes, and the shapes that lie over all of them.
 class Scene {
 public:
+    /// Of the images that are laid over reliefs, at most.
+    static constexpr int kDrapedSide = 2048;
+
     // Layers are drawn kind by kind, whatever the order of the calls: rasters, reliefs, meshes, clouds, features; of a
     // kind the last one uppermost. They come and go at any time. To remove one, or to change what is drawn of it, a
     // main context must be current.
@@ -78,7 +81,8 @@ public:
     /// The cloud is read in the background from now on; `again` opens it once more for each profile through it.
     LayerId AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source = {});
     LayerId AddSurface(Surface surface, LayerSource source = {});
-    LayerId AddMesh(Mesh mesh, LayerSource source = {});
+    LayerId AddMesh(MeshLayer mesh, LayerSource source = {});
+    /// Where there are reliefs, its image of kDrapedSide pixels each way is wanted, which it may have made before.
     LayerId AddRaster(RasterLayer raster, LayerSource source = {});
     LayerId AddVectorLayer(VectorLayer layer, LayerSource source = {});
     /// Shades all rasters by this one; how strongly is 0 to 1.
@@ -120,12 +124,14 @@ public:
     void StopReading();
     /// Whether a cloud lacks points for that reason.
     bool WasStopped() const;
-    /// How far the first cloud that is read has come; nothing where none is.
-    struct CloudReading {
+    struct LayerProgress {
         std::string name;
         ReadingState state;
     };
-    std::optional<CloudReading> GetReading() const;
+    /// How far the first cloud that is read has come; nothing where none is.
+    std::optional<LayerProgress> GetReading() const;
+    /// The same of the first layer that Prepare has begun to add.
+    std::optional<LayerProgress> GetPreparing() const;
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
     std::vector<std::string> GetProblems() const; ///< of all clouds
@@ -183,8 +189,12 @@ public:
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
     /// Has the view cut off nothing of everything and lose no digits of it, and leaves alone what it shows.
     void HoldEverything(KTR::COpenGLView& view) const;
+    /// Adds to what is kept for drawing what is still missing, until so many milliseconds have passed; 0: all of it.
+    /// False while something is missing. Frames have what is there. The view's main context must be current, here and
+    /// below.
+    bool Prepare(KTR::COpenGLView& view, double milliseconds);
     /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
-    /// budget allows. The view's main context must be current, here and below.
+    /// budget allows.
     CloudsFrame Begin(KTR::COpenGLView& view, const CloudBudget& budget);
     /// Adds points to a frame that was begun with the same view.
     CloudsFrame Refine(KTR::COpenGLView& view);
@@ -271,7 +281,8 @@ private:
     void LoadCamera(KTR::COpenGLView& view);
     bool DrawGround(KTR::COpenGLView& view);
     bool DrawRasters(KTR::COpenGLView& view);
-    void ReleaseShapes();
+    void OutdateShapes();
+    void Drape();
     void DrapeSurfaces();
     void BendLayers();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;

@@ -1,6 +1,5 @@
 #include "Surface.h"
 
-#include "LitGeometry.h"
 #include "SceneColors.h"
 #include "data/ReadingProgress.h"
 
@@ -85,13 +84,9 @@ void Surface::Draw(KTR::COpenGLView& view, const Position& origin) {
                                 nullptr, 0);
         }
     }
-    if (m_triangles.empty()) {
-        return;
+    if (!m_triangles.empty()) {
+        m_geometry.Draw(view);
     }
-    if (m_geometry.GetCount() == 0) {
-        AddTriangles(view, origin);
-    }
-    DrawLitGeometry(view, m_geometry);
 }
 
 /// Where an image shows nothing the ground does, in the colours of its elevations.
@@ -160,13 +155,9 @@ bool Surface::LoadTexture(KTR::COpenGLView& view, const Cover& cover) {
     return view.AddRequestedTexture(texture, sampler, &entry) == S_OK && view.MakeRequestedTextureActive() == S_OK;
 }
 
-void Surface::AddTriangles(KTR::COpenGLView& view, const Position& origin) {
-    if (view.BeginGeometry(m_geometry) != S_OK) {
-        return;
-    }
-    view.BeginArrays(GL_TRIANGLES, KTR::GLShaderShadedColor3Stage);
-    for (const std::array<GridCorner, 3>& triangle : m_triangles) {
-        for (const GridCorner& corner : triangle) {
+bool Surface::Prepare(KTR::COpenGLView& view, const Position& origin, std::chrono::steady_clock::time_point until) {
+    return m_geometry.Prepare(view, m_triangles.size(), until, [&](std::size_t triangle) {
+        for (const GridCorner& corner : m_triangles[triangle]) {
             const std::size_t cell = corner.row * m_grid.columns + corner.column;
             const Position position = m_grid.PositionAt(corner.column, corner.row);
             const Position& normal = m_normals[cell];
@@ -174,9 +165,7 @@ void Surface::AddTriangles(KTR::COpenGLView& view, const Position& origin) {
             view.AddIndex3DVertexNormalRGBA(position.x - origin.x, position.y - origin.y, position.z - origin.z,
                                             normal.x, normal.y, normal.z, color.red, color.green, color.blue, 255);
         }
-    }
-    view.EndArrays();
-    view.EndGeometry();
+    });
 }
 
 } // namespace OrrinViewer

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LitGeometry.h"
 #include "data/CloudSurvey.h"
 #include "data/ElevationGrid.h"
 #include "data/Raster.h"
@@ -7,6 +8,8 @@
 #include <OrrinDisplay.h>
 
 #include <array>
+#include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,7 +28,10 @@ public:
     void Bare();
     /// Whether it reaches as far as the image, so that nothing of the image lies beside it.
     bool Reaches(const Raster& image) const;
-    /// Draws it relative to the origin.
+    /// Adds what no image lies on relative to the origin, until that moment; true once all of it is there.
+    bool Prepare(KTR::COpenGLView& view, const Position& origin, std::chrono::steady_clock::time_point until);
+    std::optional<double> FindShareReady() const { return m_geometry.FindShare(m_triangles.size()); }
+    /// Draws it relative to the origin, as far as it is there.
     void Draw(KTR::COpenGLView& view, const Position& origin);
     void ReleaseGeometry();
 
@@ -39,7 +45,6 @@ private:
         Position origin;
     };
 
-    void AddTriangles(KTR::COpenGLView& view, const Position& origin);
     void FillTransparentPixels(Raster& image) const;
     void AddRecords(Cover& cover, const Position& origin) const;
     static bool LoadTexture(KTR::COpenGLView& view, const Cover& cover);
@@ -50,7 +55,7 @@ private:
     std::vector<Cover> m_covers;
     std::vector<Position> m_normals; ///< one per cell
     std::vector<Rgb> m_colors;       ///< one per cell
-    KTR::GLGeometry m_geometry;      ///< empty until first drawn
+    LitGeometry m_geometry;
 };
 
 } // namespace OrrinViewer

@@ -1,8 +1,11 @@
 #include "LabelPlacement.h"
 
+#include "data/ReadingProgress.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <memory>
 #include <numeric>
 
 namespace OrrinViewer {
@@ -33,7 +36,10 @@ std::vector<double> PlaceLabels(const std::vector<LabelRequest>& requests) {
                    [](const LabelRequest& request) { return request.coarsestUnitsPerPixel; });
     std::vector<std::size_t> open(requests.size());
     std::iota(open.begin(), open.end(), std::size_t{0});
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("placing labels");
     while (!open.empty()) {
+        progress->Reach(requests.size() - open.size(), requests.size());
         const auto chosen = std::max_element(open.begin(), open.end(), [&](std::size_t one, std::size_t other) {
             return coarsest[one] != coarsest[other] ? coarsest[one] < coarsest[other] : one > other;
         });

@@ -25,7 +25,8 @@ struct LabelRequest {
 /// moved, and while zooming in they only become more. At every scale what is missing has no room beside what shows.
 /// Where two may show equally early, the earlier request comes first.
 ///
-/// Takes time with the square of the number of labels: some 20,000 are done in about a second.
+/// Takes time with the square of the number of labels: some 20,000 are done in about a second. It tells the thread's
+/// progress, and throws ReadingStopped where nobody wants them any more.
 std::vector<double> PlaceLabels(const std::vector<LabelRequest>& requests);
 
 } // namespace OrrinViewer

@@ -48,22 +48,23 @@ std::string CutToWidth(const std::string& text, double widthPixels, const TextSi
 
 } // namespace
 
-std::string MapNotices::FindReading(std::optional<int>& percent) const {
-    const auto toPercent = [](const ReadingState& state) {
-        return state.share ? std::optional(static_cast<int>(std::floor(*state.share * 100.0))) : std::nullopt;
-    };
+void MapNotices::FindReading(Said& said) const {
+    std::optional<Scene::LayerProgress> layer = m_scene.GetReading();
+    said.canStop = IsReading() && !m_loading.IsStopping();
     if (m_loading.IsLoading()) {
         const SceneLoading::Progress progress = m_loading.GetProgress();
-        percent = toPercent(progress.state);
-        return m_loading.IsStopping()
-                   ? progress.name + ": stopping"
-                   : DescribeReading(progress.name, progress.fileNumber, progress.fileCount, progress.state);
+        layer = {progress.name, progress.state};
+        said.reading = DescribeReading(progress.name, progress.fileNumber, progress.fileCount, progress.state);
+        if (m_loading.IsStopping()) {
+            said.reading = progress.name + ": stopping";
+        }
+    } else {
+        layer = layer ? layer : m_scene.GetPreparing();
+        said.reading = layer ? DescribeReading(layer->name, 1, 1, layer->state) : std::string();
     }
-    if (const std::optional<Scene::CloudReading> cloud = m_scene.GetReading()) {
-        percent = toPercent(cloud->state);
-        return DescribeReading(cloud->name, 1, 1, cloud->state);
+    if (layer && layer->state.share) {
+        said.percent = static_cast<int>(std::floor(*layer->state.share * 100.0));
     }
-    return {};
 }
 
 /// Faults are news at once. Remarks may change until everything is there.
@@ -91,7 +92,7 @@ void MapNotices::TakeNews() {
 
 bool MapNotices::Update() {
     const Clock::time_point now = Clock::now();
-    if (!IsReading()) {
+    if (!IsReading() && !m_scene.GetPreparing()) {
         m_readingSince.reset();
     } else if (!m_readingSince) {
         m_readingSince = now;
@@ -99,7 +100,7 @@ bool MapNotices::Update() {
     TakeNews();
     Said said;
     if (m_readingSince && now - *m_readingSince >= kQuick) {
-        said.reading = FindReading(said.percent);
+        FindReading(said);
     }
     // What explains an empty map stays.
     said.isEmptyMap = !m_readingSince && m_scene.GetExtent().IsEmpty();
@@ -170,7 +171,9 @@ void MapNotices::Draw(KTR::COpenGLView& view, const TextPainter& texts, int widt
         const double stopWidth = sizes.width(kHowToStop);
         written.push_back({CutToWidth(m_said.reading, inner - stopWidth - 2.0 * kEdgePixels, sizes), left + kEdgePixels,
                            std::round(baseline)});
-        written.push_back({kHowToStop, std::round(right - kEdgePixels - stopWidth), std::round(baseline)});
+        if (m_said.canStop) {
+            written.push_back({kHowToStop, std::round(right - kEdgePixels - stopWidth), std::round(baseline)});
+        }
         const double barTop = top - kEdgePixels - rowHeight;
         const double share = m_said.percent.value_or(0) / 100.0;
         DrawBox(view, left + kEdgePixels, barTop - kBarPixels, right - kEdgePixels, barTop, kBarGround, 255);

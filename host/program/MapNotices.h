@@ -34,6 +34,7 @@ private:
     struct Said {
         std::string reading; ///< empty: nothing is read
         std::optional<int> percent;
+        bool canStop = false;
         std::vector<std::string> lines;
         bool isEmptyMap = false;
 
@@ -41,7 +42,7 @@ private:
     };
 
     bool IsReading() const { return m_loading.IsLoading() || m_scene.IsReading(); }
-    std::string FindReading(std::optional<int>& percent) const;
+    void FindReading(Said& said) const;
     void TakeNews();
 
     const Scene& m_scene;

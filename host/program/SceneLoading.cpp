@@ -114,6 +114,9 @@ public:
         }
     }
 
+    /// Images will lie on reliefs: they are made ready for that.
+    void ExpectReliefs() { m_hasReliefs = true; }
+
     /// `wanted` is what a project has of the file, if it comes from one.
     void AddFile(const std::filesystem::path& file, std::optional<ProjectFilePart> wanted) {
         m_wanted = std::move(wanted);
@@ -135,7 +138,7 @@ public:
             return;
         case FileKind::Ply:
             if (std::optional<Mesh> mesh = m_options.cloudCellSize ? std::nullopt : OpenMesh(file)) {
-                HandLayer(&Scene::AddMesh, LayerSource{NameOf(file), {}, file}, *std::move(mesh));
+                HandLayer(&Scene::AddMesh, LayerSource{NameOf(file), {}, file}, MeshLayer(*std::move(mesh)));
                 return;
             }
             break;
@@ -211,6 +214,9 @@ private:
             if (std::optional<RasterLayer> transformed = raster.Transformed(*transformation)) {
                 raster = *std::move(transformed);
             }
+        }
+        if (m_hasReliefs) {
+            raster.KeepImage(Scene::kDrapedSide);
         }
         HandLayer(&Scene::AddRaster, std::move(source), std::move(raster));
     }
@@ -290,21 +296,27 @@ private:
     SystemRegister m_register;
     std::optional<CoordinateSystem> m_system; ///< of the scene, once it is known
     std::optional<ProjectFilePart> m_wanted;  ///< of the file that is being read
+    bool m_hasReliefs = false;                ///< or will have
 };
 
 namespace {
 
-bool IsGeoJson(const std::filesystem::path& file) {
+bool IsOfKind(const std::filesystem::path& file, FileKind kind) {
     try {
-        return DetectKind(file) == FileKind::GeoJson;
+        return DetectKind(file) == kind;
     } catch (const FileError&) {
         return false; // it is told when it is opened
     }
 }
 
+bool MakesRelief(const std::filesystem::path& file, const ViewerOptions& options) {
+    return !options.flat && (options.cloudCellSize || IsOfKind(file, FileKind::AsciiGrid));
+}
+
 /// Files that are in degrees as a rule follow the others, whose system they take.
 std::vector<std::filesystem::path> PutGlobeLast(std::vector<std::filesystem::path> files) {
-    std::stable_partition(files.begin(), files.end(), [](const auto& file) { return !IsGeoJson(file); });
+    std::stable_partition(files.begin(), files.end(),
+                          [](const auto& file) { return !IsOfKind(file, FileKind::GeoJson); });
     return files;
 }
 
@@ -343,8 +355,11 @@ SceneLoading::~SceneLoading() {
 
 void SceneLoading::Add(const std::vector<std::filesystem::path>& files) {
     const std::vector<std::filesystem::path> ordered = PutGlobeLast(files);
+    const bool hasReliefs =
+        std::any_of(files.begin(), files.end(), [this](const auto& file) { return MakesRelief(file, m_options); });
     const std::lock_guard lock(m_mutex);
     m_queue.insert(m_queue.end(), ordered.begin(), ordered.end());
+    m_hasReliefs = m_hasReliefs || hasReliefs;
     m_fileCount = (m_isRunning ? m_fileCount : 0) + files.size();
     if (!m_isRunning && (!m_queue.empty() || m_wantsRelief)) {
         if (m_thread.joinable()) {
@@ -518,6 +533,9 @@ std::optional<std::filesystem::path> SceneLoading::TakeNext() {
         }
         m_isRunning = false;
         return std::nullopt;
+    }
+    if (m_hasReliefs) {
+        m_loader->ExpectReliefs();
     }
     const std::filesystem::path file = std::move(m_queue.front());
     m_queue.pop_front();

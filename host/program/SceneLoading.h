@@ -92,6 +92,7 @@ private:
     bool m_wasStopped = false;
     std::vector<ProjectFilePart> m_parts; ///< of files in the queue
     std::string m_preferredSystem;
+    bool m_hasReliefs = false; ///< one of the files makes one
     std::vector<Addition> m_additions;
     std::vector<std::string> m_faults;
     bool m_wantsRelief; ///< a computed one, once everything else is there

@@ -26,6 +26,8 @@ constexpr UINT kTimerMilliseconds = 30;
 /// For what is told about the reading, and to see that there is something to be read.
 constexpr UINT_PTR kNoticeTimer = 2;
 constexpr UINT kNoticeMilliseconds = 100;
+/// That preparing what is to be drawn may take at once.
+constexpr double kPreparingMilliseconds = 40.0;
 /// A frame of a cloud that looks sparser than this is not worth showing: the next ones come soon.
 constexpr double kMostSpacingOfPointSize = 1.5;
 
@@ -190,10 +192,20 @@ void ViewerWindow::HandleTimer(UINT_PTR timer) {
         return;
     }
     MeetScene();
+    if (std::optional<LabelLayer> labels = m_labelPlacing.Take()) {
+        m_labels = *std::move(labels);
+        Redraw();
+    }
+    if (m_lacksGeometry && m_view->MakeCurrent(KTR::GLContextMain)) {
+        PrepareScene(kPreparingMilliseconds);
+        if (!m_lacksGeometry) {
+            Redraw();
+        }
+    }
     if (m_waits) {
         RedrawOverlays();
     }
-    if (m_stored == Stored::Scene && !m_session.IsReading()) {
+    if (m_stored == Stored::Scene && !m_lacksGeometry && !m_labelPlacing.IsPlacing() && !m_session.IsReading()) {
         KillTimer(m_window, kTimer);
     }
 }
@@ -230,7 +242,14 @@ void ViewerWindow::LoadTexts() {
 
 void ViewerWindow::PlaceLabels() {
     m_labelVersion = m_scene.GetLabelVersion();
-    m_labels = LabelLayer(m_scene.CollectLabels(), m_texts.Sizes(*m_view));
+    m_labelPlacing.Begin(m_scene.CollectLabels(), m_texts.Sizes(*m_view));
+    // Few are there at once; of many the old ones stay until then.
+    std::optional<LabelLayer> labels = m_options.frames > 0 ? m_labelPlacing.WaitAndTake() : m_labelPlacing.Take();
+    if (labels) {
+        m_labels = *std::move(labels);
+    } else {
+        SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+    }
 }
 
 /// Labels and what lies around the map; of other views the scale.
@@ -295,6 +314,7 @@ bool ViewerWindow::DrawSceneOrPart() {
     const auto start = std::chrono::steady_clock::now();
     m_view->MakeCurrent(KTR::GLContextMain);
     m_view->SetUpViewport(0, 0, m_width, m_height);
+    PrepareScene(kPreparingMilliseconds);
     const CloudsFrame frame = RefineOrBegin();
     // The ground lies below the points: while it is read, the next frame begins with it.
     m_stored = Stored::Nothing;
@@ -320,6 +340,14 @@ bool ViewerWindow::DrawSceneOrPart() {
     }
     return frame.complete || !frame.groundIsRead || frame.enlarged || m_waits || m_dragging ||
            frame.spacingPixels <= kMostSpacingOfPointSize * m_scene.FindPointSize(*m_view);
+}
+
+/// Has what is drawn for the first time added for so long; the timer goes on with the rest.
+void ViewerWindow::PrepareScene(double milliseconds) {
+    m_lacksGeometry = !m_scene.Prepare(*m_view, milliseconds);
+    if (m_lacksGeometry) {
+        SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
+    }
 }
 
 CloudsFrame ViewerWindow::RefineOrBegin() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LabelPlacing.h"
 #include "MapNotices.h"
 #include "NativeWindow.h"
 #include "PictureParts.h"
@@ -167,6 +168,7 @@ private:
     void LayOutPicture(const PictureSize& size, PictureTexts& texts) const;
     void LoadTexts();
     void PlaceLabels();
+    void PrepareScene(double milliseconds);
     void DrawTexts();
     void DrawFrame();
     void ShowFrame();
@@ -186,7 +188,9 @@ private:
     std::unique_ptr<KTR::COpenGLView> m_view;
     TextPainter m_texts;
     LabelLayer m_labels;
+    LabelPlacing m_labelPlacing;
     MapNotices m_notices;
+    bool m_lacksGeometry = false; ///< frames do not have all of the scene yet
     bool m_ready = false;
     Stored m_stored = Stored::Nothing; ///< as it has to be shown
     bool m_waits = false;              ///< points are to come, but there are none to draw now

@@ -13,6 +13,20 @@ namespace {
 
 using Color = std::array<int, 3>;
 
+int CountLike(const Frame& frame, int left, int top, int right, int bottom, const Color& color, int apart) {
+    int count = 0;
+    for (int y = top; y < bottom; ++y) {
+        for (int x = left; x < right; ++x) {
+            const Color there = frame.At(x, y);
+            count += std::abs(there[0] - color[0]) <= apart && std::abs(there[1] - color[1]) <= apart &&
+                             std::abs(there[2] - color[2]) <= apart
+                         ? 1
+                         : 0;
+        }
+    }
+    return count;
+}
+
 class ViewerInHand : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
 protected:
     /// Opens files in windows of 600 by 400 pixels, and hands over the first one.
@@ -54,20 +68,6 @@ protected:
     }
     static int X(double metres) { return static_cast<int>(std::lround((metres + 10.0) * 5.0)); }
     static int Y(double metres) { return static_cast<int>(std::lround((70.0 - metres) * 5.0)); }
-
-    static int CountLike(const Frame& frame, int left, int top, int right, int bottom, const Color& color, int apart) {
-        int count = 0;
-        for (int y = top; y < bottom; ++y) {
-            for (int x = left; x < right; ++x) {
-                const Color there = frame.At(x, y);
-                count += std::abs(there[0] - color[0]) <= apart && std::abs(there[1] - color[1]) <= apart &&
-                                 std::abs(there[2] - color[2]) <= apart
-                             ? 1
-                             : 0;
-            }
-        }
-        return count;
-    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerInHand, testing::Values(L"legacy", L"gl4"), [](const auto& tested) {
@@ -194,6 +194,25 @@ TEST_P(ViewerInHand, KeysReachTheWindowsThatTheyConcern) {
     });
 }
 
+constexpr Color kPanel = {23, 27, 33}; ///< over the ground of an empty frame
+
+// Who opened a file by a double click sees no error output.
+TEST_P(ViewerInHand, WhatIsWrongWithAFileIsToldOverTheMapUntilItIsClicked) {
+    std::vector<std::wstring> arguments = OfSlope(WriteSlope());
+    arguments.push_back(Write("damaged.las", "LASF and nothing else").wstring());
+    Use(arguments, [](ViewerHand& hand, HWND window) {
+        hand.MoveTo(window, 5, 395);
+        const Frame told = hand.LookWhenStill(window);
+        EXPECT_GT(CountLike(told, 100, 10, 500, 100, kPanel, 8), 2000);
+        EXPECT_GT(CountLike(told, 100, 10, 500, 100, kWhite, 40), 100) << "the words on it";
+        hand.Click(window, 300, 50);
+        hand.MoveTo(window, 5, 395);
+        const Frame without = hand.LookWhenStill(window);
+        EXPECT_EQ(CountLike(without, 100, 10, 500, 100, kPanel, 8), 0);
+        EXPECT_TRUE(without.HasNear(X(50), Y(30), {250, 0, 0})) << "the map has not moved";
+    });
+}
+
 struct TableLine {
     double station, height, x, y, z;
     int classNumber;
@@ -289,6 +308,43 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
         hand.Press("Escape");
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return !IsWindowVisible(profile); }));
     });
+}
+
+class ReadingInHand : public ViewerProgram {
+protected:
+    /// Takes some seconds to read.
+    static std::string MakeLargeFile() {
+        std::string text = R"({"type":"FeatureCollection","features":[)";
+        for (int feature = 0; feature < 1'500'000; ++feature) {
+            text += feature > 0 ? "," : "";
+            text += R"({"type":"Feature","geometry":{"type":"Point","coordinates":[7.5,50.25]}})";
+        }
+        return text + "]}";
+    }
+};
+
+// The window is there before the file is, and answers while that is read.
+TEST_F(ReadingInHand, EscEndsTheReadingFirstAndTheProgramThen) {
+    const std::wstring damaged = Write("damaged.las", "LASF and nothing else").wstring();
+    const std::wstring large = Write("large.geojson", MakeLargeFile()).wstring();
+    const Outcome outcome =
+        Start({damaged, large, L"--width", L"600", L"--height", L"400"}, [&](const PROCESS_INFORMATION& process) {
+            ViewerHand hand(process, Folder());
+            const HWND window = hand.FindWindow(L" ms");
+            ASSERT_NE(window, nullptr) << "no window with a frame";
+            hand.Click(window, 590, 390);
+            hand.Press("Escape");
+            EXPECT_TRUE(hand.WaitForTitle(window, L"stopped, not everything is here"))
+                << testing::PrintToString(ViewerHand::TitleOf(window));
+            EXPECT_EQ(ViewerHand::TitleOf(window).find(L"features"), std::wstring::npos) << "it was read too fast";
+            const Frame frame = hand.LookWhenStill(window);
+            EXPECT_GT(CountLike(frame, 100, 100, 500, 300, kPanel, 8), 5000) << "what is missing, and what to do";
+            hand.Press("Escape");
+            EXPECT_EQ(WaitForSingleObject(process.hProcess, 20'000), WAIT_OBJECT_0);
+        });
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_NE(outcome.errors.find("large.geojson: not shown, the reading was stopped"), std::string::npos)
+        << outcome.errors;
 }
 
 } // namespace
