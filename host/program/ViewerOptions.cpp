@@ -148,8 +148,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::string dashes;
     std::string pictureSize;
 
-    CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
-                 "JPEG) and vectors (GeoJSON).",
+    CLI::App app("Shows point clouds, shaded reliefs, rasters and vectors in one map, from files of many kinds.",
                  "OrrinViewer");
     app.set_help_flag("-h,--help", "Prints this and ends");
     app.set_version_flag("--version", "OrrinViewer " ORRIN_VIEWER_VERSION, "Prints the version and ends");
@@ -162,11 +161,13 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
         "the back, the left and the right, V switches between map and 3-D view, Backspace goes to the previous view "
         "and with Shift to the next, Home shows everything, M measures paths and then areas, P draws a line and shows "
         "its profile, C switches the colouring, E the shading of clouds by their depths, + and - the point size, F "
-        "lets it follow the scale, S turns the sun and A raises it (with Shift back), Esc ends.");
+        "lets it follow the scale, S turns the sun and A raises it (with Shift back), Ctrl + O adds files, Ctrl + S "
+        "saves "
+        "the project and with Shift a picture of any size, Esc ends.");
     const auto text = [&app](const char* name, std::string& value, const char* description, const char* kind) {
         return app.add_option(name, value, description)->type_name(kind);
     };
-    app.add_option("files", files, "Files to show")->type_name("FILE");
+    app.add_option("files", files, "Files to show, folders of such, and projects")->type_name("FILE");
     TakeOneOf<Pipeline>(app.add_option("--pipeline", options.pipeline, "How OpenGL is used (default auto)"),
                         {{"auto", Pipeline::Automatic}, {"legacy", Pipeline::Legacy}, {"gl4", Pipeline::OpenGL4}});
     const CLI::Option* colorOption = TakeOneOf<ColorMode>(
