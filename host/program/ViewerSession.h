@@ -1,5 +1,7 @@
 #pragma once
 
+#include "InfoPanel.h"
+#include "Picking.h"
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
 #include "SidePanel.h"
@@ -17,7 +19,7 @@ namespace OrrinViewer {
 class ViewerSession {
 public:
     ViewerSession(Scene& scene, SceneLoading& loading, const ViewerOptions& options)
-        : m_scene(scene), m_loading(loading), m_options(options) {}
+        : m_scene(scene), m_loading(loading), m_options(options), m_picking(scene) {}
     ~ViewerSession();
     ViewerSession(const ViewerSession&) = delete;
     ViewerSession& operator=(const ViewerSession&) = delete;
@@ -40,6 +42,17 @@ public:
     /// The controls beside a map; they are of all windows together.
     SidePanel& GetPanel() { return m_panel; }
 
+    /// What is picked, in all windows together.
+    const Picking& GetPicking() const { return m_picking; }
+    void Pick(const PickedPlace& place);
+    /// The thing below, or the one before.
+    void StepPick(bool forward);
+    void ClearPick();
+    /// Takes over what was found since.
+    void UpdatePick();
+    /// Puts the table of what is picked on the clipboard.
+    void CopyPick(HWND window) const;
+
     /// Shows the profile along a line that was drawn in one of the windows.
     void ShowProfile(std::vector<Position> line, HWND drawnIn);
     /// The profile's window; null while there is none to be seen.
@@ -48,6 +61,7 @@ public:
     void ShowProfileOnMaps();
 
 private:
+    void ShowPick();
     void DrawFrames();
     void SaveScreenshots();
 
@@ -55,7 +69,9 @@ private:
     SceneLoading& m_loading;
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
+    Picking m_picking;
     SidePanel m_panel;
+    InfoPanel* m_info = nullptr; ///< a part of the panel
     std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
 };

@@ -4,6 +4,7 @@
 #include "ViewerSession.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
+#include "map/StatusLine.h"
 
 #include <algorithm>
 #include <chrono>
@@ -17,9 +18,6 @@ namespace OrrinViewer {
 
 namespace {
 
-/// For points that are still read or fetched.
-constexpr UINT_PTR kTimer = 1;
-constexpr UINT kTimerMilliseconds = 30;
 /// A frame of a cloud that looks sparser than this is not worth showing: the next ones come soon.
 constexpr double kMostSpacingOfPointSize = 1.5;
 
@@ -145,10 +143,11 @@ void ViewerWindow::ShowSceneAnew() {
 
 void ViewerWindow::HandleTimer() {
     MeetScene();
+    m_session.UpdatePick();
     if (m_waits) {
         RedrawOverlays();
     }
-    if (m_stored == Stored::Scene && !m_session.IsReading()) {
+    if (m_stored == Stored::Scene && !m_session.IsReading() && !m_session.GetPicking().IsReading()) {
         KillTimer(m_window, kTimer);
     }
 }
@@ -195,11 +194,17 @@ void ViewerWindow::DrawTexts() {
     }
     SetUpPixelCamera(*m_view, m_width, m_height);
     const TextSizes sizes = m_texts.Sizes(*m_view);
-    const MapFrame frame = DescribeMap();
+    MapFrame frame = DescribeMap();
+    const double status = HasStatus() ? StatusHeight(sizes) : 0.0;
+    if (status > 0.0 && IsMap()) {
+        frame.area.low.y += status * frame.unitsPerPixel;
+    }
+    frame.heightPixels -= static_cast<int>(status);
     MapFurniture furniture;
     if (!m_options.plain && frame.unitsPerPixel > 0.0) {
         furniture = IsMap() ? LayOutMapFurniture(frame, m_scene.GetUnits(), sizes)
                             : LayOutScaleBar(frame, m_scene.GetUnits(), sizes);
+        RaiseFurniture(furniture, status);
         DrawFurniture(*m_view, furniture);
     }
     std::vector<PixelText> texts = furniture.texts;
@@ -233,6 +238,8 @@ void ViewerWindow::ShowFrame() {
     }
     if (FAILED(shown)) {
         KTR::GLCoveredArea covered;
+        DrawPicked(*m_view, covered, this);
+        DrawStatus(*m_view, covered, this);
         DrawMeasured(*m_view, covered, this);
         DrawReadout(*m_view, covered, this);
         Present();
@@ -250,6 +257,7 @@ bool ViewerWindow::DrawSceneOrPart() {
     m_view->MakeCurrent(KTR::GLContextMain);
     m_view->SetUpViewport(0, 0, m_width, m_height);
     const CloudsFrame frame = RefineOrBegin();
+    m_drawnPoints = frame.shown;
     // The ground lies below the points: while it is read, the next frame begins with it.
     m_stored = Stored::Nothing;
     if (frame.groundIsRead && !frame.complete) {
@@ -337,6 +345,7 @@ void ViewerWindow::MeetScene() {
 }
 
 void ViewerWindow::Redraw() {
+    m_pickIsHere = false;
     m_stored = Stored::Nothing;
     m_bandIsOld = m_band != BandUse::None;
     RedrawOverlays();

@@ -6,6 +6,8 @@
 
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace OrrinViewer {
 
@@ -30,6 +32,12 @@ public:
     void Drag(HWND window, int x, int y, int toX, int toY, const std::string& key = {}) const;
     void Press(const std::string& keys) const;
     void Type(const std::string& text) const;
+    /// The rows of the panel's table, names and values.
+    std::vector<std::pair<std::wstring, std::wstring>> ReadTable() const;
+    /// Waits until the table has such a row.
+    bool WaitForRow(const std::wstring& name, const std::wstring& value) const;
+    /// The text on the clipboard.
+    static std::wstring ReadClipboard();
     /// What the screen shows of a window's client area.
     Frame LookAt(HWND window) const;
     /// The same once it has not changed for a moment.
