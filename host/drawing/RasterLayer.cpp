@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -212,6 +213,32 @@ void RasterLayer::KeepImage(int largestSide) {
         m_keptImage = std::make_shared<const Raster>(*image);
         m_keptSide = largestSide;
     }
+}
+
+std::optional<RasterPixel> RasterLayer::ReadPixel(double x, double y) const {
+    const PixelPosition place = m_pixelToMap.PixelAt(x, y);
+    const bool isWithin = place.column >= 0.0 && place.row >= 0.0 && place.column < m_description.width &&
+                          place.row < m_description.height; // not for NaN
+    if (!isWithin || !m_reader) {
+        return std::nullopt;
+    }
+    const KTR::GLRasterWindow window{0, static_cast<int>(place.column), static_cast<int>(place.row), 1, 1};
+    RasterPixel pixel;
+    pixel.isColor = m_description.pixels == GL_RGBA;
+    if (!pixel.isColor && m_description.pixels != GL_FLOAT) {
+        return std::nullopt;
+    }
+    float value = 0.0F;
+    void* const target = pixel.isColor ? static_cast<void*>(pixel.rgba.data()) : &value;
+    try {
+        if (m_reader(window, target) != KTR::GLRasterReadDone) {
+            return std::nullopt;
+        }
+    } catch (const std::exception&) {
+        return std::nullopt; // the frame shows that something is wrong there
+    }
+    pixel.value = value;
+    return pixel;
 }
 
 void RasterLayer::ReadAtOnce() {

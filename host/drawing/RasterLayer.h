@@ -7,7 +7,9 @@
 #include <OrrinDisplay.h>
 #include <images/RasterLayer.h>
 
+#include <array>
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -16,6 +18,13 @@
 namespace OrrinViewer {
 
 class TiffFile;
+
+/// A pixel of a raster.
+struct RasterPixel {
+    bool isColor = false;
+    double value = 0.0; ///< NaN where there is none
+    std::array<std::uint8_t, 4> rgba{};
+};
 
 /// A raster on the map: the library's layer, with where it lies. `name` tells it from all other rasters of the process;
 /// all windows find its tiles by that.
@@ -41,6 +50,9 @@ public:
     std::optional<Raster> MakeImage(int largestSide) const;
     /// Keeps such an image for the next call with the same size.
     void KeepImage(int largestSide);
+    /// What the raster has at a place of the map, itself and not as it is drawn; none beside it, where it cannot be
+    /// read, and for what is neither colours nor values.
+    std::optional<RasterPixel> ReadPixel(double x, double y) const;
     const Extent& FindExtent() const { return m_extent; }
     std::size_t CountPixels() const { return m_pixels; }
     /// Reads whatever a frame shows, however long that takes; otherwise a few milliseconds' worth.

@@ -38,6 +38,7 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
     frame.outdated = frame.outdated || cloud.outdated;
     frame.enlarged = frame.enlarged || cloud.enlarged;
     frame.drawn += cloud.drawn;
+    frame.shown += cloud.shown;
     frame.spacingPixels = std::max(frame.spacingPixels, cloud.spacingPixels);
 }
 
@@ -92,7 +93,7 @@ LayerId Scene::AddRaster(RasterLayer raster, LayerSource source) {
 }
 
 LayerId Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
-    Features features{{}, std::move(layer), {}};
+    Features features{{}, std::move(layer), {}, {}};
     features.extent = features.layer.HasHeights() ? features.layer.extent : features.layer.extent.Flat();
     features.maybeDegrees = true;
     return Insert(m_features, std::move(features), std::move(source));
@@ -210,6 +211,48 @@ const CloudLayer* Scene::FindCloud(LayerId id) const {
         }
     }
     return nullptr;
+}
+
+const Surface* Scene::FindRelief(LayerId id) const {
+    for (const Relief& relief : m_reliefs) {
+        if (relief.id == id) {
+            return &relief.surface;
+        }
+    }
+    return nullptr;
+}
+
+const RasterLayer* Scene::FindRaster(LayerId id) const {
+    for (const Image& image : m_images) {
+        if (image.id == id) {
+            return &image.raster;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<FeatureUnderMouse> Scene::FindFeaturesUnder(const PickBeam& beam) {
+    std::vector<FeatureUnderMouse> found;
+    for (auto features = m_features.rbegin(); features != m_features.rend(); ++features) {
+        if (!features->style.shown) {
+            continue;
+        }
+        if (!features->index) {
+            features->index.emplace(features->layer);
+        }
+        const FeatureStyle& style = features->style.features;
+        PickBeam ofLayer = beam;
+        ofLayer.lineReach += std::max({style.lineWidthPixels, style.casingWidthPixels, style.borderWidthPixels}) * 0.5;
+        for (const FeatureHit& hit : features->index->Find(features->layer, ofLayer, HeightsOf(features->layer))) {
+            found.push_back({features->id, hit});
+        }
+    }
+    return found;
+}
+
+PickHeights Scene::FindHeights(LayerId id) const {
+    const VectorLayer* const layer = FindFeatures(id);
+    return layer ? HeightsOf(*layer) : PickHeights();
 }
 
 std::size_t Scene::CountPoints() const {
@@ -665,6 +708,7 @@ void Scene::BendLayers() {
         };
         for (Features& features : m_features) {
             const bool isFlat = !features.layer.HasHeights();
+            features.index.reset();
             for (std::size_t index = 0; isFlat && index < features.layer.features.size(); ++index) {
                 VectorFeature& feature = features.layer.features[index];
                 for (Path& line : feature.lines) {
@@ -834,6 +878,24 @@ GroundPosition Scene::GroundOf(const VectorLayer& layer, const Position& origin)
     return [this, origin](const Position& position) {
         return Position{position.x - origin.x, position.y - origin.y, HeightOfGround(position)};
     };
+}
+
+/// The same for who looks at them without a view.
+PickHeights Scene::HeightsOf(const VectorLayer& layer) const {
+    if (layer.HasHeights()) {
+        return {};
+    }
+    PickHeights heights;
+    heights.heightOf = [this](const Position& position) { return HeightOfGround(position); };
+    heights.low = GroundHeight();
+    heights.high = heights.low;
+    for (const Relief& relief : m_reliefs) {
+        if (relief.extent.HasHeights()) {
+            heights.low = std::min(heights.low, relief.extent.low.z);
+            heights.high = std::max(heights.high, relief.extent.high.z);
+        }
+    }
+    return heights;
 }
 
 /// Of the relief where there is one.

@@ -12,6 +12,7 @@
 #include "data/LayerSource.h"
 #include "data/VectorLayer.h"
 #include "map/FeatureLabels.h"
+#include "map/FeaturePicking.h"
 #include "map/MapTicks.h"
 
 #include <OrrinDisplay.h>
@@ -32,6 +33,7 @@ struct CloudsFrame {
     bool outdated = false;      ///< nothing: the frame has to be begun anew
     bool enlarged = false;      ///< points are larger than they should be, since they are so few
     std::uint64_t drawn = 0;    ///< points, by the last call
+    std::uint64_t shown = 0;    ///< points, since the frame was begun
     double spacingPixels = 0.0; ///< between points, where there are more to come
 };
 
@@ -55,6 +57,12 @@ struct EnlargedPart {
     double bottom = 0.0;
     double width = 1.0;
     double height = 1.0;
+};
+
+/// A feature under the mouse, and of which layer it is.
+struct FeatureUnderMouse {
+    LayerId layer = 0;
+    FeatureHit hit;
 };
 
 /// The file of a cloud, to be read once more for a profile, and the colours that its points have at present.
@@ -103,6 +111,13 @@ public:
     /// The features of a layer; null where it is of another kind.
     const VectorLayer* FindFeatures(LayerId id) const;
     const CloudLayer* FindCloud(LayerId id) const;
+    const Surface* FindRelief(LayerId id) const;
+    const RasterLayer* FindRaster(LayerId id) const;
+    /// The features under the mouse of all layers that are shown, the uppermost first. The first time after a layer has
+    /// come it is made ready for that, which takes some tenths of a second for millions of positions.
+    std::vector<FeatureUnderMouse> FindFeaturesUnder(const PickBeam& beam);
+    /// Where the features of a layer are drawn.
+    PickHeights FindHeights(LayerId id) const;
 
     /// The box around everything but the few points that lie far outside; without heights where nothing has any.
     const Extent& GetExtent() const { return m_extent; }
@@ -148,6 +163,8 @@ public:
     std::string GetSystemName() const { return NameOf(FindUnits(ListPlaced())); }
     /// The same in the EPSG register; 0 where no file tells it.
     int GetSystemCode() const { return FindUnits(ListPlaced()).code; }
+    /// A unit of heights, where a file tells it.
+    std::optional<double> GetHeightMetres() const { return FindUnits(ListPlaced()).heightMetres; }
     /// What heights have to be multiplied by to be as large as the map's units are.
     double GetHeightScale() const;
     /// Features are labelled with this property; empty: with none.
@@ -249,6 +266,7 @@ private:
         static constexpr LayerKind kKind = LayerKind::Features;
         VectorLayer layer;
         FeatureGeometry geometry;
+        std::optional<FeatureIndex> index; ///< made when it is first asked
     };
 
     /// Calls `visit` with the layers of each kind, in the order in which they are drawn.
@@ -288,6 +306,7 @@ private:
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
     double HeightOfGround(const Position& position) const;
+    PickHeights HeightsOf(const VectorLayer& layer) const;
 
     std::vector<Image> m_images;
     std::vector<Relief> m_reliefs;

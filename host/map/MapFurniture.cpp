@@ -162,11 +162,20 @@ std::string FormatPosition(const Position& position, double unitsPerPixel) {
     return std::isnan(position.z) ? place : place + "  " + FormatCoordinate(position.z, std::clamp(decimals, 1, 3));
 }
 
-PixelText LayOutPosition(std::string text, int widthPixels, int heightPixels, const TextSizes& sizes) {
-    const double left = kTickPixels + kGapPixels;
-    const bool fits = left + sizes.width(text) <= widthPixels;
-    return {fits ? std::move(text) : std::string(), left,
-            std::round(heightPixels - kTickPixels - kGapPixels - sizes.ascent)};
+void RaiseFurniture(MapFurniture& furniture, double pixels) {
+    for (std::array<Position, 2>& line : furniture.lines) {
+        for (Position& end : line) {
+            end.y += pixels;
+        }
+    }
+    for (std::array<Position, 3>& triangle : furniture.triangles) {
+        for (Position& corner : triangle) {
+            corner.y += pixels;
+        }
+    }
+    for (PixelText& text : furniture.texts) {
+        text.y += pixels;
+    }
 }
 
 PixelText PlaceBesideLine(std::string text, double widthPixels, const Position& from, const Position& to,

@@ -33,18 +33,18 @@ struct MapFurniture {
 };
 
 /// Coordinates along the window's edges, a scale bar in its lower right corner and a north arrow in its upper right
-/// one. What has no room is left out. No two texts touch, and the row at the top edge stays free for the position under
-/// the mouse.
+/// one. What has no room is left out. No two texts touch, and the row at the top edge stays free for what the mouse
+/// does.
 MapFurniture LayOutMapFurniture(const MapFrame& frame, MapUnits units, const TextSizes& sizes);
 
 /// The scale bar alone, for views that are no maps.
 MapFurniture LayOutScaleBar(const MapFrame& frame, MapUnits units, const TextSizes& sizes);
 
+/// Moves all of it up by so many pixels.
+void RaiseFurniture(MapFurniture& furniture, double pixels);
+
 /// The position in words, with as many digits as a pixel is worth. A height that is NaN is left out.
 std::string FormatPosition(const Position& position, double unitsPerPixel);
-
-/// Where the position under the mouse is told in a window of that size; an empty text in one too narrow for it.
-PixelText LayOutPosition(std::string text, int widthPixels, int heightPixels, const TextSizes& sizes);
 
 /// Puts a text of this width beside the end `to` of a line, on the side where the line does not go, and whole within
 /// the window.

@@ -45,6 +45,7 @@ void PickCamera::Invert(const Position& right, const Position& down, const Posit
         return;
     }
     m_w = 1.0;
+    m_pixel = std::hypot(right.x, right.y, right.z) / std::hypot(away.x, away.y, away.z);
     for (std::size_t axis = 0; axis < 3; ++axis) {
         m_x[axis] = x[axis] / volume;
         m_y[axis] = y[axis] / volume;

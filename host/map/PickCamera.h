@@ -37,6 +37,9 @@ public:
         const double depth = along(m_depth);
         return {along(m_x), along(m_y), m_isPerspective ? depth : m_w, depth};
     }
+    bool IsPerspective() const { return m_isPerspective; }
+    /// How much farther something is that is a pixel's width behind a place.
+    double PixelOfDepth(const SeenPlace& seen) const { return m_pixel * (m_isPerspective ? seen.depth : 1.0); }
     /// False where only x and y of positions matter to where they are seen, as on a map.
     bool SeesHeights() const { return m_isPerspective || m_x[2] != 0.0 || m_y[2] != 0.0; }
     /// False only where nothing within the box is seen within `reach` pixels of the place. The box has heights.
@@ -49,7 +52,8 @@ private:
     std::array<double, 3> m_x{};
     std::array<double, 3> m_y{};
     std::array<double, 3> m_depth{};
-    double m_w = 0.0; ///< of parallel lines of sight; 0 where nothing is seen
+    double m_pixel = 0.0; ///< its width, in what depths are counted in
+    double m_w = 0.0;     ///< of parallel lines of sight; 0 where nothing is seen
     bool m_isPerspective = false;
 };
 

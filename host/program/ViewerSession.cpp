@@ -60,6 +60,9 @@ bool ViewerSession::Open() {
     }
     if (m_options.frames == 0) {
         NoteRecentFiles(m_options.files);
+        auto info = std::make_unique<InfoPanel>(*this);
+        m_info = info.get();
+        m_panel.Add(std::move(info), 1.0);
         m_panel.Show(m_windows.front()->Handle());
     }
     return true;
@@ -137,6 +140,43 @@ void ViewerSession::RedrawAll() {
 void ViewerSession::NoteClosed() {
     if (--m_openWindows == 0) {
         PostQuitMessage(0);
+    }
+}
+
+void ViewerSession::Pick(const PickedPlace& place) {
+    m_picking.Pick(place);
+    ShowPick();
+}
+
+void ViewerSession::StepPick(bool forward) {
+    if (m_picking.Step(forward)) {
+        ShowPick();
+    }
+}
+
+void ViewerSession::ClearPick() {
+    m_picking.Clear();
+    ShowPick();
+}
+
+void ViewerSession::UpdatePick() {
+    if (m_picking.Update()) {
+        ShowPick();
+    }
+}
+
+void ViewerSession::CopyPick(HWND window) const {
+    if (const PickedThing* const thing = m_picking.GetThing()) {
+        CopyText(window, RowsAsText(thing->rows));
+    }
+}
+
+void ViewerSession::ShowPick() {
+    if (m_info) {
+        m_info->ShowPick();
+    }
+    for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+        window->RedrawOverlays();
     }
 }
 

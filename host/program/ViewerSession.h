@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Document.h"
+#include "InfoPanel.h"
+#include "Picking.h"
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
 #include "SidePanel.h"
@@ -18,7 +20,7 @@ namespace OrrinViewer {
 class ViewerSession {
 public:
     ViewerSession(Scene& scene, SceneLoading& loading, Document& document, const ViewerOptions& options)
-        : m_scene(scene), m_loading(loading), m_document(document), m_options(options) {}
+        : m_scene(scene), m_loading(loading), m_document(document), m_options(options), m_picking(scene) {}
     ~ViewerSession();
     ViewerSession(const ViewerSession&) = delete;
     ViewerSession& operator=(const ViewerSession&) = delete;
@@ -51,6 +53,17 @@ public:
     /// The controls beside a map; they are of all windows together.
     SidePanel& GetPanel() { return m_panel; }
 
+    /// What is picked, in all windows together.
+    const Picking& GetPicking() const { return m_picking; }
+    void Pick(const PickedPlace& place);
+    /// The thing below, or the one before.
+    void StepPick(bool forward);
+    void ClearPick();
+    /// Takes over what was found since.
+    void UpdatePick();
+    /// Puts the table of what is picked on the clipboard.
+    void CopyPick(HWND window) const;
+
     /// Shows the profile along a line that was drawn in one of the windows.
     void ShowProfile(std::vector<Position> line, HWND drawnIn);
     /// The profile's window; null while there is none to be seen.
@@ -59,6 +72,7 @@ public:
     void ShowProfileOnMaps();
 
 private:
+    void ShowPick();
     void DrawFrames();
     void SaveScreenshots();
 
@@ -67,7 +81,9 @@ private:
     Document& m_document;
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
+    Picking m_picking;
     SidePanel m_panel;
+    InfoPanel* m_info = nullptr; ///< a part of the panel
     std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
     bool m_isStopped = false; ///< what is being read ends soon

@@ -7,6 +7,7 @@
 #include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
+#include "map/StatusLine.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,9 +21,6 @@ namespace OrrinViewer {
 
 namespace {
 
-/// For points that are still read or fetched.
-constexpr UINT_PTR kTimer = 1;
-constexpr UINT kTimerMilliseconds = 30;
 /// For what is told about the reading, and to see that there is something to be read.
 constexpr UINT_PTR kNoticeTimer = 2;
 constexpr UINT kNoticeMilliseconds = 100;
@@ -192,6 +190,7 @@ void ViewerWindow::HandleTimer(UINT_PTR timer) {
         return;
     }
     MeetScene();
+    m_session.UpdatePick();
     if (std::optional<LabelLayer> labels = m_labelPlacing.Take()) {
         m_labels = *std::move(labels);
         Redraw();
@@ -205,7 +204,9 @@ void ViewerWindow::HandleTimer(UINT_PTR timer) {
     if (m_waits) {
         RedrawOverlays();
     }
-    if (m_stored == Stored::Scene && !m_lacksGeometry && !m_labelPlacing.IsPlacing() && !m_session.IsReading()) {
+    const bool isWaiting =
+        m_lacksGeometry || m_labelPlacing.IsPlacing() || m_session.IsReading() || m_session.GetPicking().IsReading();
+    if (m_stored == Stored::Scene && !isWaiting) {
         KillTimer(m_window, kTimer);
     }
 }
@@ -259,11 +260,17 @@ void ViewerWindow::DrawTexts() {
     }
     SetUpPixelCamera(*m_view, m_width, m_height);
     const TextSizes sizes = m_texts.Sizes(*m_view);
-    const MapFrame frame = DescribeMap();
+    MapFrame frame = DescribeMap();
+    const double status = HasStatus() ? StatusHeight(sizes) : 0.0;
+    if (status > 0.0 && IsMap()) {
+        frame.area.low.y += status * frame.unitsPerPixel;
+    }
+    frame.heightPixels -= static_cast<int>(status);
     MapFurniture furniture;
     if (!m_options.plain && frame.unitsPerPixel > 0.0) {
         furniture = IsMap() ? LayOutMapFurniture(frame, m_scene.GetUnits(), sizes)
                             : LayOutScaleBar(frame, m_scene.GetUnits(), sizes);
+        RaiseFurniture(furniture, status);
         DrawFurniture(*m_view, furniture);
     }
     std::vector<PixelText> texts = furniture.texts;
@@ -297,6 +304,8 @@ void ViewerWindow::ShowFrame() {
     }
     if (FAILED(shown)) {
         KTR::GLCoveredArea covered;
+        DrawPicked(*m_view, covered, this);
+        DrawStatus(*m_view, covered, this);
         DrawMeasured(*m_view, covered, this);
         DrawReadout(*m_view, covered, this);
         DrawNotices(*m_view, covered, this);
@@ -316,6 +325,7 @@ bool ViewerWindow::DrawSceneOrPart() {
     m_view->SetUpViewport(0, 0, m_width, m_height);
     PrepareScene(kPreparingMilliseconds);
     const CloudsFrame frame = RefineOrBegin();
+    m_drawnPoints = frame.shown;
     // The ground lies below the points: while it is read, the next frame begins with it.
     m_stored = Stored::Nothing;
     if (frame.groundIsRead && !frame.complete) {
@@ -411,6 +421,7 @@ void ViewerWindow::MeetScene() {
 }
 
 void ViewerWindow::Redraw() {
+    m_pickIsHere = false;
     m_stored = Stored::Nothing;
     m_bandIsOld = m_band != BandUse::None;
     RedrawOverlays();

@@ -10,6 +10,7 @@
 #include "drawing/TextPainter.h"
 #include "map/LabelLayer.h"
 #include "map/MapFrame.h"
+#include "map/PickCamera.h"
 
 #include <OrrinDisplay.h>
 
@@ -34,8 +35,8 @@ class ViewerSession;
 /// answers. Until all points are there, shapes and texts are an overlay too: the frame has only what lies below.
 ///
 /// Its functions stand in more files: WindowInput.cpp (mouse and keys), WindowBands.cpp (what is drawn with the mouse),
-/// WindowCommands.cpp (the menu and files),
-/// WindowOverlays.cpp (what lies over the frame) and WindowPicture.cpp (pictures of any size).
+/// WindowPicking.cpp (what a click picks), WindowCommands.cpp (the menu and files), WindowOverlays.cpp (what lies over
+/// the frame) and WindowPicture.cpp (pictures of any size).
 class ViewerWindow final : public NativeWindow {
 public:
     ViewerWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session);
@@ -70,6 +71,12 @@ public:
     void RedrawOverlays() const { InvalidateRect(m_window, nullptr, FALSE); }
 
 private:
+    /// For points that are still read, fetched or searched.
+    static constexpr UINT_PTR kTimer = 1;
+    static constexpr UINT kTimerMilliseconds = 30;
+    /// A button that is let go this near to where it went down was clicked.
+    static constexpr long kClickPixels = 4;
+
     /// What the view's stored frame has.
     enum class Stored {
         Nothing,
@@ -122,6 +129,7 @@ private:
     void HandleWheel(WPARAM wParam, LPARAM lParam);
     void HandleTimer(UINT_PTR timer);
     void SetCursorShape() const;
+    void DragTo(POINT cursor, POINT before);
     /// Moves the picture, or turns the 3-D view, by so many pixels to the right and down.
     void Drag(double rightPixels, double downPixels, bool pans);
     void ShowFrom(KTR::GLViewOrientation orientation);
@@ -131,6 +139,9 @@ private:
     void LeadProfileCursor();
     bool IsMap() const { return m_view->GetCurrentViewOrientation() == KTR::GLViewOrientationTop; }
     std::optional<Position> FindPositionUnder(POINT cursor);
+
+    PickCamera DescribeCamera() const;
+    void PickAt(POINT cursor);
 
     void SetTool(Tool tool);
     BandUse BandOfTool() const;
@@ -157,10 +168,15 @@ private:
     /// Of a frame whose points are not all there: what lies above them.
     static void DrawUnfinished(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
+    static void DrawPicked(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
+    static void DrawStatus(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawNotices(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     static void DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context);
     std::string NameOfTool() const;
+    /// Whether there is a line of status below the map.
+    bool HasStatus() const { return m_options.frames == 0 && !m_options.plain; }
+    std::vector<std::string> DescribeState() const;
 
     MapFrame DescribeMap() const;
     PixelPlace PlaceOf(const Position& position) const;
@@ -198,9 +214,12 @@ private:
     int m_labelVersion = 0;            ///< of the labels that are placed
     bool m_isNavigated = false;        ///< the user has chosen what is shown
     double m_frameMilliseconds = 0.0;  ///< of the last frame; 0 before the first
+    std::uint64_t m_drawnPoints = 0;   ///< in it
     int m_width = 1;                   ///< of the client area in pixels, at least 1
     int m_height = 1;
-    bool m_dragging = false;
+    bool m_dragging = false;     ///< the button is down
+    bool m_isDragged = false;    ///< and it was no click
+    bool m_canPick = false;      ///< if it comes to be one
     bool m_draggingPans = false; ///< also in perspective
     bool m_wheeling = false;
     int m_helpOverlay = 0; ///< 0: it is not shown
@@ -212,6 +231,8 @@ private:
     std::optional<Position> m_bandEnd;  ///< under the mouse, where something is
     std::size_t m_takenCorner = 0;      ///< of the profile's line
     POINT m_pressed{};                  ///< where the button went down
+    POINT m_picked{};                   ///< where was clicked last
+    bool m_pickIsHere = false;          ///< what is picked was picked there, in this view
     std::optional<Measured> m_measured;
     std::optional<POINT> m_cursor;          ///< where the mouse is in the window
     std::optional<Position> m_readPosition; ///< what is there

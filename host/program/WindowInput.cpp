@@ -18,8 +18,6 @@ constexpr double kZoomPerNotch = 1.25;
 constexpr double kPanPixels = 60.0;
 constexpr double kDegreesPerPixel = 0.4;
 constexpr double kSunStepDegrees = 15.0;
-/// A button that is let go this near to where it went down was clicked.
-constexpr long kClickPixels = 4;
 
 } // namespace
 
@@ -56,6 +54,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         // Its first click has settled the place, if it was one there: somebody may click fast.
         if (m_band == BandUse::None || !IsClick(CursorOf(lParam))) {
             HandleButtonDown(wParam, CursorOf(lParam), false);
+            m_canPick = false; // its first click has
         } else {
             FinishBand();
         }
@@ -141,11 +140,10 @@ void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor, bool isRight) {
         }
     } else {
         m_dragging = true;
+        m_isDragged = false;
+        m_canPick = !isRight;
         m_draggingPans = isRight || !m_view->IsPerspectiveSideView();
         m_view->BeginViewChange();
-        if (!m_draggingPans && m_view->MakeCurrent(KTR::GLContextMain)) {
-            m_view->SetTargetFromScene(cursor.x, cursor.y);
-        }
         RedrawOverlays();
     }
 }
@@ -160,7 +158,11 @@ void ViewerWindow::HandleButtonUp(POINT cursor) {
     if (m_dragging) {
         m_view->EndViewChange();
         m_dragging = false;
-        Redraw(); // the frames until now were not stored
+        if (m_isDragged) {
+            Redraw(); // the frames until now were not stored
+        } else if (m_canPick) {
+            PickAt(cursor);
+        }
     } else if (m_bandEndsWithButton || (m_band != BandUse::None && m_bandPlaces.size() == 1 && wasDragged)) {
         MoveBand(cursor);
         if (m_bandEnd && m_band != BandUse::Zoom) {
@@ -180,8 +182,7 @@ void ViewerWindow::HandleMouseMove(POINT cursor) {
     const POINT before = m_cursor.value_or(cursor);
     m_cursor = cursor;
     if (m_dragging) {
-        Drag(cursor.x - before.x, cursor.y - before.y, m_draggingPans);
-        Redraw();
+        DragTo(cursor, before);
         return;
     }
     if (m_band != BandUse::None) {
@@ -189,6 +190,22 @@ void ViewerWindow::HandleMouseMove(POINT cursor) {
     }
     LeadProfileCursor();
     RedrawOverlays();
+}
+
+/// Until it is clear that it is no click, the map stays where it is.
+void ViewerWindow::DragTo(POINT cursor, POINT before) {
+    if (!m_isDragged) {
+        if (IsClick(cursor)) {
+            return;
+        }
+        m_isDragged = true;
+        before = m_pressed;
+        if (!m_draggingPans && m_view->MakeCurrent(KTR::GLContextMain)) {
+            m_view->SetTargetFromScene(m_pressed.x, m_pressed.y);
+        }
+    }
+    Drag(cursor.x - before.x, cursor.y - before.y, m_draggingPans);
+    Redraw();
 }
 
 void ViewerWindow::HandleMouseLeave() {
@@ -243,6 +260,9 @@ void ViewerWindow::HandleKey(WPARAM key) {
         SetTool(m_tool == Tool::MeasurePath   ? Tool::MeasureArea
                 : m_tool == Tool::MeasureArea ? Tool::Look
                                               : Tool::MeasurePath);
+        break;
+    case 'N':
+        m_session.StepPick(!IsKeyDown(VK_SHIFT));
         break;
     case 'P':
         SetTool(m_tool == Tool::DrawProfile ? Tool::Look : Tool::DrawProfile);
@@ -311,6 +331,10 @@ bool ViewerWindow::HandleViewKey(WPARAM key) {
 bool ViewerWindow::HandleSceneKey(WPARAM key) {
     switch (key) {
     case 'C':
+        if (IsKeyDown(VK_CONTROL)) {
+            m_session.CopyPick(m_window);
+            return true;
+        }
         m_scene.SwitchColors();
         break;
     case 'E':
@@ -361,6 +385,8 @@ void ViewerWindow::HandleEscape() {
     } else if (m_measured) {
         m_measured.reset();
         RedrawOverlays();
+    } else if (m_session.GetPicking().GetThing()) {
+        m_session.ClearPick();
     } else {
         PostQuitMessage(0);
     }

@@ -4,7 +4,9 @@
 
 #include "ViewerSession.h"
 #include "drawing/PixelDrawing.h"
+#include "map/MapScale.h"
 #include "map/Measure.h"
+#include "map/StatusLine.h"
 
 #include <algorithm>
 #include <array>
@@ -17,7 +19,14 @@ namespace OrrinViewer {
 namespace {
 
 /// In the order in which they are drawn.
-enum OverlayOrder { OrderOfUnfinished, OrderOfMeasured, OrderOfReadout, OrderOfNotices };
+enum OverlayOrder {
+    OrderOfUnfinished,
+    OrderOfPicked,
+    OrderOfStatus,
+    OrderOfMeasured,
+    OrderOfReadout,
+    OrderOfNotices,
+};
 
 constexpr double kEdgePixels = 10.0;
 constexpr Rgb kPanelColor{20, 24, 30};
@@ -28,8 +37,10 @@ struct KeyHelp {
     const char* what;
 };
 
-constexpr std::array<KeyHelp, 22> kHelp = {{
+constexpr std::array<KeyHelp, 25> kHelp = {{
     {"Wheel", "zoom to what is under the mouse"},
+    {"Click", "what is there, in the panel; again what lies below (N, Shift + N)"},
+    {"Ctrl + C", "copy what is picked"},
     {"Drag", "move the map, turn the 3-D view about what was clicked"},
     {"Right drag", "move the 3-D view"},
     {"Shift + drag", "zoom to a rectangle"},
@@ -49,7 +60,8 @@ constexpr std::array<KeyHelp, 22> kHelp = {{
     {"Ctrl + O", "add files (Shift: in place of what there is)"},
     {"Ctrl + S", "save the project (Shift: a picture of any size)"},
     {"Enter", "ends what is being drawn (also double or right click)"},
-    {"Esc", "stops reading, then leaves: what is being drawn, the tool, the program"},
+    {"F4", "the panel beside the map"},
+    {"Esc", "stops reading, then leaves: what is being drawn, the tool, what is picked, the program"},
     {"F1, ?", "these keys"},
 }};
 
@@ -57,6 +69,8 @@ constexpr std::array<KeyHelp, 22> kHelp = {{
 
 void ViewerWindow::AddOverlays() {
     m_view->AddOverlay(&DrawUnfinished, this, OrderOfUnfinished);
+    m_view->AddOverlay(&DrawPicked, this, OrderOfPicked);
+    m_view->AddOverlay(&DrawStatus, this, OrderOfStatus);
     m_view->AddOverlay(&DrawMeasured, this, OrderOfMeasured);
     m_view->AddOverlay(&DrawReadout, this, OrderOfReadout);
     m_view->AddOverlay(&DrawNotices, this, OrderOfNotices);
@@ -95,26 +109,57 @@ std::string ViewerWindow::NameOfTool() const {
     return {};
 }
 
-/// The position under the mouse in words, and what the mouse does.
+/// What the mouse does, in the row at the top edge.
 void ViewerWindow::DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
     auto& own = *static_cast<ViewerWindow*>(context);
     covered = {};
-    const TextSizes sizes = own.m_texts.Sizes(view);
-    std::vector<PixelText> texts;
-    if (own.m_readPosition) {
-        texts.push_back(LayOutPosition(FormatPosition(*own.m_readPosition, view.GetUnitsPerPixel()), own.m_width,
-                                       own.m_height, sizes));
-    }
-    const double rowHeight = sizes.ascent + sizes.descent + kEdgePixels;
-    if (const std::string tool = own.NameOfTool(); !tool.empty()) {
-        texts.push_back({tool, kEdgePixels, std::round(own.m_height - 2.0 * rowHeight - kEdgePixels)});
-    }
-    if (texts.empty()) {
+    const std::string tool = own.NameOfTool();
+    if (tool.empty()) {
         return;
     }
+    const TextSizes sizes = own.m_texts.Sizes(view);
+    const double rowHeight = sizes.ascent + sizes.descent + kEdgePixels;
     SetUpPixelCamera(view, own.m_width, own.m_height);
-    own.m_texts.Draw(view, texts);
-    covered = {0.0, 0.0, static_cast<double>(own.m_width), 3.0 * rowHeight + kEdgePixels};
+    own.m_texts.Draw(view, {{tool, kEdgePixels, std::round(own.m_height - rowHeight - kEdgePixels)}});
+    covered = {0.0, 0.0, static_cast<double>(own.m_width), 2.0 * rowHeight + kEdgePixels};
+}
+
+std::vector<std::string> ViewerWindow::DescribeState() const {
+    const Extent area = DescribeMap().area;
+    const double middle = area.IsEmpty() ? 0.0 : area.Center().y;
+    const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
+    StatusFacts facts;
+    facts.scale = FormatScale(FindScaleDenominator(m_scene.GetUnits(), m_view->GetUnitsPerPixel(), middle,
+                                                   GetDeviceCaps(deviceContext, LOGPIXELSX)));
+    facts.isPerspective = m_view->IsPerspectiveSideView();
+    facts.drawnPoints = m_drawnPoints;
+    facts.points = m_scene.CountPoints();
+    facts.system = m_scene.GetSystemName();
+    facts.frameMilliseconds = m_frameMilliseconds;
+    facts.drawsWithPrograms = m_view->DrawsWithPrograms();
+    return DescribeStatus(facts);
+}
+
+/// The line at the lower edge: the place under the mouse, and how the map is shown.
+void ViewerWindow::DrawStatus(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
+    auto& own = *static_cast<ViewerWindow*>(context);
+    covered = {};
+    if (!own.HasStatus()) {
+        return;
+    }
+    const TextSizes sizes = own.m_texts.Sizes(view);
+    const double width = own.m_width;
+    const double height = StatusHeight(sizes);
+    const std::string place = own.m_readPosition
+                                  ? DescribePosition(*own.m_readPosition, view.GetUnitsPerPixel(),
+                                                     own.m_scene.GetUnits(), own.m_scene.GetHeightMetres())
+                                  : std::string();
+    SetUpPixelCamera(view, own.m_width, own.m_height);
+    const Position corners[] = {{0.0, 0.0, 0.0}, {width, 0.0, 0.0}, {width, height, 0.0}, {0.0, height, 0.0}};
+    DrawPixelTriangles(view, {{corners[0], corners[1], corners[2]}, {corners[0], corners[2], corners[3]}}, kPanelColor,
+                       kPanelOpacity);
+    own.m_texts.Draw(view, LayOutStatus(place, own.DescribeState(), own.m_width, sizes));
+    covered = {0.0, own.m_height - height, width, static_cast<double>(own.m_height)};
 }
 
 /// What was measured last, where it lies on the map.

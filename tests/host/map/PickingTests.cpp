@@ -2,6 +2,7 @@
 #include "map/MapScale.h"
 #include "map/PickedRows.h"
 #include "map/PointSearch.h"
+#include "map/StatusLine.h"
 
 #include <gtest/gtest.h>
 
@@ -356,6 +357,37 @@ TEST(MapScale, IsThatOfTheGroundAndTheScreen) {
     EXPECT_EQ(DescribePosition({500'123.456, 4'500'000.0, 20.5}, 0.02, MapUnits::Metres, {}),
               "500123.46 m, 4500000.00 m, height 20.50 m");
     EXPECT_EQ(DescribePosition({7.5, 50.0, kNone}, 0.002, MapUnits::Degrees, {}), "7.500\xC2\xB0, 50.000\xC2\xB0");
+}
+
+// The place is what people look for, then the scale; what has no room goes, and nothing is cut or on top of another.
+TEST(StatusLine, FactsGoFromTheLeastImportantOn) {
+    StatusFacts facts;
+    facts.scale = "1 : 25,000";
+    facts.points = 50'000'000;
+    facts.drawnPoints = 1'234'567;
+    facts.system = "WGS 84 / UTM zone 32N (EPSG:32632)";
+    facts.frameMilliseconds = 12.34;
+    const std::vector<std::string> told = DescribeStatus(facts);
+    EXPECT_EQ(told, (std::vector<std::string>{"1 : 25,000", "1,234,567 of 50,000,000 points",
+                                              "WGS 84 / UTM zone 32N (EPSG:32632)", "12.3 ms",
+                                              "OpenGL 1.1 fixed functions"}));
+    const TextSizes sizes{[](const std::string& text) { return 6.0 * static_cast<double>(text.size()); }, 9.0, 3.0};
+    const std::string place = "500123.46 m, 4500000.00 m";
+    std::vector<std::size_t> counts;
+    for (const int width : {100, 170, 300, 500, 720, 1'200}) {
+        const std::vector<PixelText> texts = LayOutStatus(place, told, width, sizes);
+        counts.push_back(texts.size());
+        double right = width;
+        for (std::size_t index = texts.size(); index-- > 0;) {
+            // From the right: the facts, the most important one outermost; then the place.
+            const PixelText& text = texts[index == 0 ? 0 : texts.size() - index];
+            EXPECT_LE(text.x + sizes.width(text.text), right) << width;
+            EXPECT_GE(text.x, 0.0) << width;
+            right = text.x;
+        }
+    }
+    EXPECT_EQ(counts, (std::vector<std::size_t>{1, 1, 2, 3, 4, 6}));
+    EXPECT_EQ(LayOutStatus(place, told, 100, sizes).front().text, "1 : 25,000") << "the place is too wide";
 }
 
 } // namespace

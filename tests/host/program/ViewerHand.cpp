@@ -1,7 +1,9 @@
 #include "ViewerHand.h"
 
+#include <commctrl.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <iterator>
@@ -12,6 +14,7 @@ namespace OrrinViewer {
 namespace {
 
 constexpr auto kPatience = std::chrono::seconds(10);
+constexpr int kTableId = 100; ///< of the panel's table among its controls
 
 } // namespace
 
@@ -123,6 +126,111 @@ void ViewerHand::Drop(HWND window, const std::vector<fs::path>& files) const {
     WriteProcessMemory(m_handle, static_cast<char*>(list) + sizeof(head), names.data(), names.size() * sizeof(wchar_t),
                        nullptr);
     PostMessageW(window, WM_DROPFILES, reinterpret_cast<WPARAM>(list), 0);
+}
+
+namespace {
+
+/// The first list in a window of controls that a process has.
+HWND FindTable(DWORD process) {
+    struct Search {
+        DWORD process;
+        HWND found;
+    } search = {process, nullptr};
+    EnumWindows(
+        [](HWND window, LPARAM parameter) -> BOOL {
+            auto& looked = *reinterpret_cast<Search*>(parameter);
+            DWORD owner = 0;
+            GetWindowThreadProcessId(window, &owner);
+            if (owner == looked.process) {
+                EnumChildWindows(
+                    window,
+                    [](HWND child, LPARAM found) -> BOOL {
+                        wchar_t name[64] = {};
+                        GetClassNameW(child, name, static_cast<int>(std::size(name)));
+                        const bool isTable = std::wstring(name) == WC_LISTVIEWW && GetDlgCtrlID(child) == kTableId;
+                        *reinterpret_cast<HWND*>(found) = isTable ? child : *reinterpret_cast<HWND*>(found);
+                        return isTable ? FALSE : TRUE;
+                    },
+                    reinterpret_cast<LPARAM>(&looked.found));
+            }
+            return looked.found == nullptr;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+/// Memory of another process, for messages that point to something.
+class MemoryThere {
+public:
+    MemoryThere(DWORD process, std::size_t size)
+        : m_process(OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE, FALSE, process)),
+          m_memory(VirtualAllocEx(m_process, nullptr, size, MEM_COMMIT, PAGE_READWRITE)) {}
+    ~MemoryThere() {
+        VirtualFreeEx(m_process, m_memory, 0, MEM_RELEASE);
+        CloseHandle(m_process);
+    }
+    MemoryThere(const MemoryThere&) = delete;
+    MemoryThere& operator=(const MemoryThere&) = delete;
+
+    char* At(std::size_t offset) const { return static_cast<char*>(m_memory) + offset; }
+    void Write(std::size_t offset, const void* source, std::size_t size) const {
+        WriteProcessMemory(m_process, At(offset), source, size, nullptr);
+    }
+    void Read(std::size_t offset, void* target, std::size_t size) const {
+        ReadProcessMemory(m_process, At(offset), target, size, nullptr);
+    }
+
+private:
+    HANDLE m_process;
+    void* m_memory;
+};
+
+} // namespace
+
+std::vector<std::pair<std::wstring, std::wstring>> ViewerHand::ReadTable() const {
+    std::vector<std::pair<std::wstring, std::wstring>> rows;
+    const HWND table = FindTable(m_process);
+    if (!table) {
+        return rows;
+    }
+    wchar_t text[256] = {};
+    const MemoryThere there(m_process, sizeof(LVITEMW) + sizeof(text));
+    const auto count = static_cast<int>(SendMessageW(table, LVM_GETITEMCOUNT, 0, 0));
+    for (int row = 0; row < count; ++row) {
+        std::wstring columns[2];
+        for (int column = 0; column < 2; ++column) {
+            LVITEMW item = {};
+            item.iSubItem = column;
+            item.pszText = reinterpret_cast<wchar_t*>(there.At(sizeof(item)));
+            item.cchTextMax = static_cast<int>(std::size(text));
+            there.Write(0, &item, sizeof(item));
+            SendMessageW(table, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(there.At(0)));
+            there.Read(sizeof(item), text, sizeof(text));
+            columns[column] = text;
+        }
+        rows.emplace_back(columns[0], columns[1]);
+    }
+    return rows;
+}
+
+bool ViewerHand::WaitForRow(const std::wstring& name, const std::wstring& value) const {
+    return WaitUntil([&] {
+        const auto rows = ReadTable();
+        return std::find(rows.begin(), rows.end(), std::pair(name, value)) != rows.end();
+    });
+}
+
+std::wstring ViewerHand::ReadClipboard() {
+    std::wstring text;
+    WaitUntil([] { return OpenClipboard(nullptr) != FALSE; });
+    if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
+        if (const auto* const letters = static_cast<const wchar_t*>(GlobalLock(data))) {
+            text = letters;
+            GlobalUnlock(data);
+        }
+    }
+    CloseClipboard();
+    return text;
 }
 
 /// NOTE: Wine's screen has what the server shows, whichever process has drawn it.

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace OrrinViewer {
@@ -35,6 +36,12 @@ public:
     void AnswerWithPath(const std::wstring& title, const fs::path& path) const;
     /// Lets files go over a window.
     void Drop(HWND window, const std::vector<fs::path>& files) const;
+    /// The rows of the panel's table, names and values.
+    std::vector<std::pair<std::wstring, std::wstring>> ReadTable() const;
+    /// Waits until the table has such a row.
+    bool WaitForRow(const std::wstring& name, const std::wstring& value) const;
+    /// The text on the clipboard.
+    static std::wstring ReadClipboard();
     /// What the screen shows of a window's client area.
     Frame LookAt(HWND window) const;
     /// The same once it has not changed for a moment.

@@ -213,6 +213,117 @@ TEST_P(ViewerInHand, WhatIsWrongWithAFileIsToldOverTheMapUntilItIsClicked) {
     });
 }
 
+constexpr Color kMarkBlue = {0, 230, 255};
+
+// What is clicked shows in the panel and on the map, one thing after the other, and can be copied; dragging, measuring
+// and double clicks do not pick.
+TEST_P(ViewerInHand, ClickTellsMarksAndCopiesWhatIsThere) {
+    const fs::path shapes = Write("parcels.geojson", R"({"type":"FeatureCollection","features":[
+        {"type":"Feature","properties":{"name":"Weide","nr":"17"},"geometry":{"type":"Polygon","coordinates":
+            [[[500010,4500010],[500030,4500010],[500030,4500030],[500010,4500030],[500010,4500010]]]}},
+        {"type":"Feature","properties":{"name":"Acker"},"geometry":{"type":"Polygon","coordinates":
+            [[[500000,4500000],[500080,4500000],[500080,4500055],[500000,4500055],[500000,4500000]]]}}]})");
+    std::vector<std::wstring> arguments = OfSlope(WriteSlope());
+    arguments.push_back(shapes.wstring());
+    Use(arguments, [](ViewerHand& hand, HWND window) {
+        hand.MoveTo(window, 5, 395);
+        const Frame before = hand.LookWhenStill(window);
+        EXPECT_TRUE(hand.ReadTable().empty());
+
+        hand.Click(window, X(20), Y(17));
+        EXPECT_TRUE(hand.WaitForRow(L"name", L"Acker")) << "drawn last";
+        EXPECT_TRUE(hand.WaitForRow(L"Area", L"4400 m\u00B2"));
+        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(80), Y(40), kMarkBlue));
+        hand.Click(window, X(20), Y(17));
+        EXPECT_TRUE(hand.WaitForRow(L"name", L"Weide"));
+        hand.Press("ctrl+c");
+        EXPECT_TRUE(ViewerHand::WaitUntil([] {
+            const std::wstring text = ViewerHand::ReadClipboard();
+            return text.find(L"name\tWeide\r\nnr\t17\r\n") != std::wstring::npos;
+        })) << testing::PrintToString(ViewerHand::ReadClipboard());
+        const Frame marked = hand.LookWhenStill(window);
+        EXPECT_TRUE(marked.HasNear(X(20), Y(30), kMarkBlue));
+        EXPECT_FALSE(marked.HasNear(X(80), Y(40), kMarkBlue));
+
+        // The mark stays on the map; a slip of two pixels moves nothing.
+        hand.Drag(window, X(20), Y(35), X(20) + 50, Y(35));
+        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(20) + 50, Y(30), kMarkBlue));
+        hand.Press("ctrl+z");
+        EXPECT_TRUE(hand.WaitForRow(L"name", L"Weide"));
+
+        // A point of the cloud, in the middle of the red strip.
+        hand.Click(window, X(50), Y(60));
+        EXPECT_TRUE(hand.WaitForRow(L"Height", L"25.000 m"));
+        EXPECT_TRUE(hand.WaitForRow(L"Red, green, blue", L"250, 0, 0"));
+        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(50) + 8, Y(60), kMarkBlue)) << "a ring";
+
+        hand.Press("m");
+        hand.Click(window, X(20), Y(-5));
+        hand.Click(window, X(20), Y(17));
+        hand.Press("Escape Escape");
+        EXPECT_TRUE(hand.WaitForRow(L"Height", L"25.000 m")) << "it was measured";
+        hand.Press("Escape");
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return hand.ReadTable().empty(); }));
+        hand.MoveTo(window, 5, 395);
+        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+    });
+}
+
+// From the side, and turned in perspective, the mark is where the shape is seen and clicked.
+TEST_P(ViewerInHand, WhatIsSeenIn3DIsPicked) {
+    const fs::path slope = WriteSlope();
+    const fs::path road = Write("mast.geojson", R"({"type":"Feature","properties":{"kind":"mast"},
+        "geometry":{"type":"LineString","coordinates":[[500050,4500030,20],[500050,4500030,60]]}})");
+    Use({slope.wstring(), road.wstring(), L"--view", L"3d", L"--plain"}, [](ViewerHand& hand, HWND window) {
+        hand.Drag(window, 300, 390, 360, 380); // turned a little
+        const Frame frame = hand.LookWhenStill(window);
+        // The mast stands over the slope's middle: its upper half is drawn before nothing.
+        int x = -1;
+        int y = -1;
+        for (int row = 0; row < frame.height && y < 0; ++row) {
+            for (int column = 0; column < frame.width; ++column) {
+                const Color there = frame.At(column, row);
+                if (std::abs(there[0] - 44) + std::abs(there[1] - 49) + std::abs(there[2] - 58) > 60) {
+                    x = column;
+                    y = row;
+                    break;
+                }
+            }
+        }
+        ASSERT_GE(y, 0);
+        hand.Click(window, x + 3, y + 20);
+        EXPECT_TRUE(hand.WaitForRow(L"kind", L"mast"));
+        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(x, y + 20, kMarkBlue));
+    });
+}
+
+// The line below the map says where the mouse is, without the map being drawn again.
+TEST_P(ViewerInHand, StatusLineFollowsTheMouse) {
+    std::vector<std::wstring> arguments = OfSlope(WriteSlope());
+    arguments.pop_back(); // --plain
+    Use(arguments, [](ViewerHand& hand, HWND window) {
+        hand.MoveTo(window, 5, 200);
+        const Frame before = hand.LookWhenStill(window);
+        const std::wstring title = ViewerHand::TitleOf(window);
+        EXPECT_GT(CountLike(before, 0, 384, 300, 400, kWhite, 90), 60) << "the place";
+        EXPECT_GT(CountLike(before, 300, 384, 600, 400, kWhite, 90), 60) << "the scale at least";
+        hand.MoveTo(window, 300, 100);
+        const Frame after = hand.LookWhenStill(window);
+        int changed = 0;
+        int above = 0;
+        for (int y = 0; y < 400; ++y) {
+            for (int x = 0; x < 600; ++x) {
+                const bool differs = before.At(x, y) != after.At(x, y);
+                changed += differs && y >= 375 ? 1 : 0;
+                above += differs && y < 375 ? 1 : 0;
+            }
+        }
+        EXPECT_GT(changed, 20);
+        EXPECT_EQ(above, 0);
+        EXPECT_EQ(ViewerHand::TitleOf(window), title);
+    });
+}
+
 struct TableLine {
     double station, height, x, y, z;
     int classNumber;
