@@ -1,6 +1,6 @@
 #include "FeatureGeometry.h"
 
-#include "data/PointCloud.h"
+#include "BlendScope.h"
 
 #include <cstddef>
 
@@ -8,7 +8,6 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr Rgb kOutline{255, 176, 64};
 constexpr float kOutlineWidthPixels = 1.0F;
 constexpr float kSymbolSizePixels = 5.0F;
 
@@ -17,14 +16,15 @@ bool Overlap(const Extent& one, const Extent& other) {
            other.low.y <= one.high.y;
 }
 
-void AddPosition(KTR::COpenGLView& view, const Position& place) {
-    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
+void AddPosition(KTR::COpenGLView& view, const Position& place, const GLRGBAColor& color) {
+    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, color.r, color.g, color.b, color.a);
 }
 
-void AddPath(KTR::COpenGLView& view, const Path& path, unsigned int mode, const GroundPosition& onTheGround) {
+void AddPath(KTR::COpenGLView& view, const Path& path, unsigned int mode, const GLRGBAColor& color,
+             const GroundPosition& onTheGround) {
     view.BeginArrays(mode, KTR::GLShaderLine);
     for (const Position& position : path) {
-        AddPosition(view, onTheGround(position));
+        AddPosition(view, onTheGround(position), color);
     }
     view.EndArrays();
 }
@@ -36,12 +36,12 @@ void EnableColors(KTR::COpenGLView& view, KTR::GLShaderTypes shader) {
 } // namespace
 
 void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area,
-                                std::uint8_t opacity, const GroundPosition& onTheGround) {
-    if (m_areaEnds.empty() || m_opacity != opacity) {
-        AddAreas(view, layer, opacity, onTheGround);
+                                const AreaLook& look, const GroundPosition& onTheGround) {
+    if (m_areaEnds.empty() || m_look != look) {
+        m_look = look;
+        AddAreas(view, layer, onTheGround);
     }
-    view.Enable(GL_BLEND);
-    view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    const BlendScope blend(view);
     EnableColors(view, KTR::GLShaderColorPassThrough);
     // Those that follow each other are one draw.
     int first = 0;
@@ -53,20 +53,21 @@ void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer
         }
     }
     view.DisableClientState();
-    view.Disable(GL_BLEND);
 }
 
-void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer,
-                                   const GroundPosition& onTheGround) {
-    if (!m_hasOutlines) {
+void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GLRGBAColor& color,
+                                   double symbolSizePixels, const GroundPosition& onTheGround) {
+    if (!m_hasOutlines || m_color != color) {
+        m_color = color;
         AddOutlines(view, layer, onTheGround);
     }
+    const BlendScope blend(view, color.a < 255);
     view.LineWidth(kOutlineWidthPixels);
     EnableColors(view, KTR::GLShaderLine);
     view.DrawGeometry(m_lines);
     view.DisableClientState();
 
-    view.PointSize(kSymbolSizePixels);
+    view.PointSize(symbolSizePixels > 0.0 ? static_cast<float>(symbolSizePixels) : kSymbolSizePixels);
     EnableColors(view, KTR::GLShaderPoint);
     view.DrawGeometry(m_symbols);
     view.DisableClientState();
@@ -80,21 +81,19 @@ void FeatureGeometry::Release() {
     m_hasOutlines = false;
 }
 
-void FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
-                               const GroundPosition& onTheGround) {
+void FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround) {
     KTR::GLTesselator* const tesselator = view.GetTesselator();
     m_areaEnds.clear();
     if (!tesselator || view.BeginGeometry(m_areas) != S_OK) {
         return;
     }
     for (std::size_t index = 0; index < layer.features.size(); ++index) {
-        FillPolygons(*tesselator, layer.features[index], index, opacity, onTheGround);
+        FillPolygons(*tesselator, layer.features[index], index, m_look, onTheGround);
         m_areaEnds.push_back(m_areas.GetCount());
     }
     if (view.EndGeometry() != S_OK) {
         m_areaEnds.clear();
     }
-    m_opacity = opacity;
 }
 
 void FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround) {
@@ -103,11 +102,11 @@ void FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& lay
     }
     for (const VectorFeature& feature : layer.features) {
         for (const Path& line : feature.lines) {
-            AddPath(view, line, GL_LINE_STRIP, onTheGround);
+            AddPath(view, line, GL_LINE_STRIP, m_color, onTheGround);
         }
         for (const Polygon& polygon : feature.polygons) {
             for (const Path& ring : polygon.rings) {
-                AddPath(view, ring, GL_LINE_LOOP, onTheGround);
+                AddPath(view, ring, GL_LINE_LOOP, m_color, onTheGround);
             }
         }
     }
@@ -117,7 +116,7 @@ void FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& lay
     view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
     for (const VectorFeature& feature : layer.features) {
         for (const Position& point : feature.points) {
-            AddPosition(view, onTheGround(point));
+            AddPosition(view, onTheGround(point), m_color);
         }
     }
     view.EndArrays();

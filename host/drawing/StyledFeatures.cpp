@@ -59,9 +59,13 @@ KTR::GLSymbolKind SymbolOf(const std::string& name) {
 } // namespace
 
 void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style,
-                        const GroundPosition& onTheGround) {
+                        const std::optional<Rgb>& color, std::uint8_t opacity, const GroundPosition& onTheGround) {
+    const auto inColor = [&](const GLRGBAColor& ofKind) {
+        return color ? GLRGBAColor{color->red, color->green, color->blue, opacity}
+                     : GLRGBAColor{ofKind.r, ofKind.g, ofKind.b, opacity};
+    };
     view.BeginShapes();
-    const KTR::GLLineStyle border = LineOf(style.borderWidthPixels, kBorder);
+    const KTR::GLLineStyle border = LineOf(style.borderWidthPixels, inColor(kBorder));
     for (const VectorFeature& feature : layer.features) {
         for (const Polygon& polygon : feature.polygons) {
             for (const Path& ring : polygon.rings) {
@@ -70,18 +74,19 @@ void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const 
         }
     }
     if (style.casingWidthPixels > 0.0) {
-        KTR::GLLineStyle casing = LineOf(style.casingWidthPixels, kCasing);
+        KTR::GLLineStyle casing = LineOf(style.casingWidthPixels, {kCasing.r, kCasing.g, kCasing.b, opacity});
         casing.cap = KTR::GLLineCapRound;
         DrawRoads(view, layer, casing, onTheGround);
     }
-    KTR::GLLineStyle road = LineOf(style.lineWidthPixels, kRoad);
+    KTR::GLLineStyle road = LineOf(style.lineWidthPixels, inColor(kRoad));
     road.dashes = style.dashesPixels;
     road.cap = road.dashes.empty() ? KTR::GLLineCapRound : KTR::GLLineCapButt;
     DrawRoads(view, layer, road, onTheGround);
 
     KTR::GLSymbolStyle symbol;
-    symbol.size = kSymbolPixels;
-    symbol.color = kSymbol;
+    symbol.size = style.symbolSizePixels > 0.0 ? style.symbolSizePixels : kSymbolPixels;
+    symbol.color = inColor(kSymbol);
+    symbol.outlineColor.a = opacity;
     symbol.outlineWidth = 1.5;
     const KTR::GLSymbolKind kind = SymbolOf(style.symbol);
     for (const VectorFeature& feature : layer.features) {

@@ -9,8 +9,9 @@
 namespace OrrinViewer {
 
 /// Draws the lines of a layer as roads, the borders of its areas and its points as the style says. The casings of all
-/// roads lie below all roads, so that they open at crossings. `onTheGround` gives true coordinates.
+/// roads lie below all roads, so that they open at crossings. Without a colour each of them has that of its kind.
+/// `onTheGround` gives true coordinates.
 void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style,
-                        const GroundPosition& onTheGround);
+                        const std::optional<Rgb>& color, std::uint8_t opacity, const GroundPosition& onTheGround);
 
 } // namespace OrrinViewer
