@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LayerPanel.h"
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
 #include "SidePanel.h"
@@ -39,6 +40,14 @@ public:
 
     /// The controls beside a map; they are of all windows together.
     SidePanel& GetPanel() { return m_panel; }
+    /// Has that map show a layer as large as it can.
+    void ShowLayer(LayerId layer);
+    /// Gives that map the keyboard.
+    void FocusMap();
+    /// A key that was pressed in the controls, but is not for them.
+    void PassKeyToMap(WPARAM key);
+    /// Makes that map's main context current; false where it cannot be.
+    bool MakeCurrent();
 
     /// Shows the profile along a line that was drawn in one of the windows.
     void ShowProfile(std::vector<Position> line, HWND drawnIn);
@@ -48,6 +57,7 @@ public:
     void ShowProfileOnMaps();
 
 private:
+    ViewerWindow* FindMapOfPanel();
     void DrawFrames();
     void SaveScreenshots();
 
@@ -56,6 +66,7 @@ private:
     const ViewerOptions& m_options;
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
     SidePanel m_panel;
+    LayerPanel* m_layerPanel = nullptr; ///< a part of that
     std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
 };

@@ -138,6 +138,15 @@ void ViewerWindow::SaveFrame(const std::filesystem::path& path) {
     SaveScreenshot(*m_view, m_width, m_height, path);
 }
 
+void ViewerWindow::ShowExtent(const Extent& extent) {
+    CancelBand();
+    m_view->MakeCurrent(KTR::GLContextMain);
+    m_scene.ShowExtent(*m_view, m_view->GetCurrentViewOrientation(), extent);
+    m_scene.HoldEverything(*m_view);
+    m_isNavigated = true;
+    Redraw();
+}
+
 void ViewerWindow::ShowSceneAnew() {
     Redraw();
     UpdateTitle();

@@ -47,6 +47,8 @@ public:
     /// Saves the back buffer. Throws FileError when the file cannot be written.
     void SaveFrame(const std::filesystem::path& path);
 
+    /// Shows a part of the scene as large as it can be.
+    void ShowExtent(const Extent& extent);
     /// The scene is drawn in another way than before.
     void ShowSceneAnew();
     /// Only what lies over the frame has changed.

@@ -28,7 +28,7 @@ struct KeyHelp {
     const char* what;
 };
 
-constexpr std::array<KeyHelp, 20> kHelp = {{
+constexpr std::array<KeyHelp, 21> kHelp = {{
     {"Wheel", "zoom to what is under the mouse"},
     {"Drag", "move the map, turn the 3-D view about what was clicked"},
     {"Right drag", "move the 3-D view"},
@@ -48,6 +48,7 @@ constexpr std::array<KeyHelp, 20> kHelp = {{
     {"S, A", "turn, raise the sun (Shift: back)"},
     {"Enter", "ends what is being drawn (also double or right click)"},
     {"Esc", "leaves: what is being drawn, the tool, the program"},
+    {"F4", "layers and how they are drawn"},
     {"F1, ?", "these keys"},
 }};
 
