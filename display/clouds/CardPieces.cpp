@@ -3,8 +3,39 @@
 #include "../view/OpenGLView.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace KTR {
+
+namespace {
+
+constexpr std::size_t kBitsOfWord = 64;
+
+} // namespace
+
+CardPieces::PointsThere::PointsThere(const GLRGBAColor* colors, std::size_t count) {
+    if (std::all_of(colors, colors + count, [](const GLRGBAColor& color) { return color.a != 0; })) {
+        return;
+    }
+    m_bits.resize(count / kBitsOfWord + 1);
+    for (std::size_t index = 0; index < count; ++index) {
+        m_bits[index / kBitsOfWord] |= std::uint64_t{colors[index].a != 0 ? 1U : 0U} << index % kBitsOfWord;
+    }
+    unsigned int before = 0;
+    for (const std::uint64_t word : m_bits) {
+        m_before.push_back(before);
+        before += static_cast<unsigned int>(std::popcount(word));
+    }
+}
+
+unsigned int CardPieces::PointsThere::Count(unsigned int count) const {
+    if (m_bits.empty()) {
+        return count;
+    }
+    const std::size_t word = count / kBitsOfWord;
+    const std::uint64_t below = (std::uint64_t{1} << count % kBitsOfWord) - 1;
+    return m_before[word] + static_cast<unsigned int>(std::popcount(m_bits[word] & below));
+}
 
 void CardPieces::Clear() {
     m_pieces.clear();
@@ -14,13 +45,18 @@ void CardPieces::Clear() {
 
 long CardPieces::Fill(COpenGLView& view, PieceId id, const std::vector<PointCloudRecord>& records,
                       const GLRGBAColor* colors, unsigned long long since) {
-    const unsigned long long bytes = records.size() * sizeof(GLDrawGeometry);
+    PointsThere there(colors, records.size());
+    const unsigned int count = there.Count(static_cast<unsigned int>(records.size()));
+    const unsigned long long bytes = count * sizeof(GLDrawGeometry);
     if (!MakeRoom(bytes, since)) {
         return S_FALSE;
     }
     GLGeometry geometry;
-    const int count = static_cast<int>(records.size());
-    if (const long result = geometry.Reserve(count); result != S_OK) {
+    if (count == 0) {
+        m_pieces.insert_or_assign(id, Piece{std::move(geometry), std::move(there), 0, ++m_uses});
+        return S_OK;
+    }
+    if (const long result = geometry.Reserve(static_cast<int>(count)); result != S_OK) {
         return result;
     }
     if (const long result = view.BeginGeometry(geometry, {}); result != S_OK) {
@@ -30,7 +66,9 @@ long CardPieces::Fill(COpenGLView& view, PieceId id, const std::vector<PointClou
     for (std::size_t index = 0; index < records.size(); ++index) {
         const PointCloudRecord& record = records[index];
         const GLRGBAColor& color = colors[index];
-        view.AddIndex3DVertexRGBA(record.x, record.y, record.z, color.r, color.g, color.b, color.a);
+        if (color.a != 0) {
+            view.AddIndex3DVertexRGBA(record.x, record.y, record.z, color.r, color.g, color.b, color.a);
+        }
     }
     view.EndArrays();
     if (const long result = view.EndGeometry(); result != S_OK) {
@@ -40,18 +78,23 @@ long CardPieces::Fill(COpenGLView& view, PieceId id, const std::vector<PointClou
     if (view.DrawsWithPrograms()) {
         geometry.FreeRecordsAfterUpload(true);
     }
-    m_pieces.insert_or_assign(id, Piece{std::move(geometry), bytes, ++m_uses});
+    m_pieces.insert_or_assign(id, Piece{std::move(geometry), std::move(there), bytes, ++m_uses});
     m_bytes += bytes;
     return S_OK;
 }
 
 long CardPieces::Draw(COpenGLView& view, PieceId id, const PointXYZ& origin, unsigned int first, unsigned int count) {
     const auto piece = m_pieces.find(id);
+    piece->second.lastUse = ++m_uses;
+    const unsigned int begin = piece->second.there.Count(first);
+    const unsigned int end = piece->second.there.Count(first + count);
+    if (begin == end) {
+        return S_OK;
+    }
     long result = piece->second.geometry.SetOrigin(origin);
     if (result == S_OK) {
-        result = view.DrawGeometry(piece->second.geometry, static_cast<int>(first), static_cast<int>(count));
+        result = view.DrawGeometry(piece->second.geometry, static_cast<int>(begin), static_cast<int>(end - begin));
     }
-    piece->second.lastUse = ++m_uses;
     if (result == E_OUTOFMEMORY) {
         m_limit = m_bytes - piece->second.bytes;
     }

@@ -5,6 +5,7 @@
 #include "PointCloudLayer.h"
 
 #include <atomic>
+#include <cstdint>
 #include <map>
 
 namespace KTR {
@@ -25,12 +26,27 @@ public:
     /// view's context must be current. S_OK; S_FALSE: no room; failures as GLGeometry's.
     long Fill(COpenGLView& view, PieceId id, const std::vector<PointCloudRecord>& records, const GLRGBAColor* colors,
               unsigned long long since);
-    /// Draws a part of a piece, placed at `origin`. S_OK; what fails is not on the card any more.
+    /// Draws a part of a piece, placed at `origin`. Points of alpha 0 are not there, but count. S_OK; what fails is
+    /// not on the card any more.
     long Draw(COpenGLView& view, PieceId id, const PointXYZ& origin, unsigned int first, unsigned int count);
 
 private:
+    /// Which of a piece's points are in its geometry.
+    class PointsThere {
+    public:
+        PointsThere() = default; ///< all of them
+        PointsThere(const GLRGBAColor* colors, std::size_t count);
+
+        /// Of the first `count`.
+        unsigned int Count(unsigned int count) const;
+
+    private:
+        std::vector<std::uint64_t> m_bits;  ///< empty: all
+        std::vector<unsigned int> m_before; ///< each of these words
+    };
     struct Piece {
         GLGeometry geometry;
+        PointsThere there;
         unsigned long long bytes = 0;
         unsigned long long lastUse = 0;
     };

@@ -324,6 +324,9 @@ void CloudDrawing::DrawLoose(COpenGLView& view, const Picture& picture) {
         const PointCloudRecord* record = loose.records->data() + loose.first;
         const GLRGBAColor* color = ColorRecords(chunk, record, loose.end - loose.first);
         for (unsigned int index = loose.first; index < loose.end; ++index, ++record, ++color) {
+            if (color->a == 0) {
+                continue;
+            }
             view.AddIndex3DVertexRGBA(shift.x + static_cast<double>(record->x),
                                       shift.y + static_cast<double>(record->y),
                                       shift.z + static_cast<double>(record->z), color->r, color->g, color->b, color->a);
@@ -348,7 +351,7 @@ const GLRGBAColor* CloudDrawing::ColorRecords(const StoredChunk& chunk, const Po
         m_coloring(records, count, {chunk.origin.x, chunk.origin.y, chunk.origin.z}, m_colors.data());
     } catch (...) {
         DropCaught();
-        std::fill_n(m_colors.begin(), count, GLRGBAColor{});
+        std::fill_n(m_colors.begin(), count, GLRGBAColor{0, 0, 0, 255});
         m_result = E_UNEXPECTED;
     }
     return m_colors.data();

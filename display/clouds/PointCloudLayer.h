@@ -74,7 +74,8 @@ struct PointCloudFrame {
 };
 
 /// Colours points: writes `count` colours. `origin` is what the records are relative to. Called on the thread that
-/// draws, for each part of the cloud as it comes into view.
+/// draws, for each part of the cloud as it comes into view. A point of alpha 0 is left out: it has neither a colour nor
+/// a depth in the frame, but is still counted as drawn there, since it has had its turn.
 using PointCloudColoring = std::function<void(const PointCloudRecord* records, std::size_t count,
                                               const PointXYZ& origin, GLRGBAColor* colors)>;
 

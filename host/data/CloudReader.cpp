@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace OrrinViewer {
@@ -20,7 +21,43 @@ template <typename Value> void DropWhenAllZero(std::vector<Value>& values) {
     }
 }
 
+class ReaderWithoutClasses final : public CloudReader {
+public:
+    ReaderWithoutClasses(std::unique_ptr<CloudReader> reader, const std::bitset<256>& classes)
+        : m_reader(std::move(reader)), m_classes(classes) {}
+
+    CloudFields GetFields() const override { return m_reader->GetFields(); }
+    std::uint64_t GetPointCount() const override { return m_reader->GetPointCount(); }
+    Extent GetPromisedExtent() const override { return m_reader->GetPromisedExtent(); }
+    std::size_t Read(std::span<CloudPoint> points) override {
+        std::size_t kept = 0;
+        for (bool isAtEnd = false; kept < points.size() && !isAtEnd;) {
+            const std::span<CloudPoint> room = points.subspan(kept);
+            const std::size_t read = m_reader->Read(room);
+            isAtEnd = read < room.size();
+            const auto end = std::remove_if(room.begin(), room.begin() + static_cast<std::ptrdiff_t>(read),
+                                            [&](const CloudPoint& point) { return m_classes[point.classNumber]; });
+            kept += static_cast<std::size_t>(end - room.begin());
+        }
+        return kept;
+    }
+    CoordinateSystem GetSystem() const override { return m_reader->GetSystem(); }
+    std::string GetWarning() const override { return m_reader->GetWarning(); }
+    std::uint64_t CountSkipped() const override { return m_reader->CountSkipped(); }
+
+private:
+    std::unique_ptr<CloudReader> m_reader;
+    std::bitset<256> m_classes;
+};
+
 } // namespace
+
+std::unique_ptr<CloudReader> LeaveOutClasses(std::unique_ptr<CloudReader> reader, const std::bitset<256>& classes) {
+    if (classes.none()) {
+        return reader;
+    }
+    return std::make_unique<ReaderWithoutClasses>(std::move(reader), classes);
+}
 
 PointCloud ReadAllPoints(CloudReader& reader) {
     const CloudFields fields = reader.GetFields();

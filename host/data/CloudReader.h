@@ -4,6 +4,7 @@
 #include "CoordinateSystem.h"
 #include "PointCloud.h"
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -39,6 +40,9 @@ public:
     /// Points that were left out so far: withdrawn by the file's maker or without a position.
     virtual std::uint64_t CountSkipped() const = 0;
 };
+
+/// The points of another reader but those of these classes.
+std::unique_ptr<CloudReader> LeaveOutClasses(std::unique_ptr<CloudReader> reader, const std::bitset<256>& classes);
 
 /// Reads all points into memory.
 PointCloud ReadAllPoints(CloudReader& reader);

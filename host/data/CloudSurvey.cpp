@@ -44,6 +44,7 @@ void CloudSurvey::Add(std::span<const CloudPoint> points) {
         m_colored += channels != 0 ? 1 : 0;
         m_wideColored += channels > 255 ? 1 : 0;
         m_hasClasses = m_hasClasses || point.classNumber != 0;
+        ++m_classCounts[point.classNumber];
         m_classified += (isSurvey ? point.classNumber > 1 : point.classNumber != kNoClass) ? 1 : 0;
         m_hasIntensities = m_hasIntensities || point.intensity != 0.0F;
         if (point.intensity > m_strongest && std::isfinite(point.intensity)) {
@@ -79,6 +80,7 @@ CloudTraits CloudSurvey::Find() const {
     traits.wideColors = m_hasWideColors;
     traits.coloredPoints = m_hasWideColors ? m_wideColored : m_colored;
     traits.classifiedPoints = m_classified;
+    traits.classCounts = m_classCounts;
     traits.strongestIntensity = m_strongest;
     traits.elevations = FindElevationRange(SampleOf(m_elevations));
     return traits;

@@ -3,6 +3,7 @@
 #include "CloudPoint.h"
 #include "Outliers.h"
 
+#include <array>
 #include <span>
 #include <vector>
 
@@ -12,6 +13,8 @@ namespace OrrinViewer {
 struct ElevationRange {
     double low = 0.0;
     double high = 0.0;
+
+    bool operator==(const ElevationRange&) const = default;
 };
 
 /// The range that holds all but the lowest and the highest fiftieth of the elevations, which may come in any order: a
@@ -30,6 +33,7 @@ struct CloudTraits {
     bool wideColors = false;            ///< the channels go up to 65535, not to 255
     std::uint64_t coloredPoints = 0;    ///< that are not black
     std::uint64_t classifiedPoints = 0; ///< that have a class worth telling
+    std::array<std::uint64_t, 256> classCounts{};
     float strongestIntensity = 0.0F;
     ElevationRange elevations;
 };
@@ -57,6 +61,7 @@ private:
     std::uint64_t m_colored = 0;     // in channels up to 255
     std::uint64_t m_wideColored = 0; // in channels up to 65535
     std::uint64_t m_classified = 0;
+    std::array<std::uint64_t, 256> m_classCounts{};
     float m_strongest = 0.0F;
     std::vector<double> m_elevations; // of every m_elevationStep-th point
     std::uint64_t m_elevationStep = 1;

@@ -1,5 +1,6 @@
 #include "CloudLayer.h"
 
+#include "BlendScope.h"
 #include "map/MapTicks.h"
 
 #include <algorithm>
@@ -176,13 +177,16 @@ bool CloudLayer::Update() {
     return true;
 }
 
-void CloudLayer::Color(ColorMode mode) {
-    const PointColors colors(m_traits, mode);
-    m_layer.SetColoring([colors](const KTR::PointCloudRecord* records, std::size_t count, const PointXYZ& origin,
-                                 GLRGBAColor* colored) {
+void CloudLayer::Color(const PointColoring& coloring, double opacity) {
+    m_isTransparent = opacity < 1.0;
+    const PointColors colors(m_traits, coloring);
+    m_layer.SetColoring([colors, alpha = ByteOf(opacity)](const KTR::PointCloudRecord* records, std::size_t count,
+                                                          const PointXYZ& origin, GLRGBAColor* colored) {
         for (std::size_t index = 0; index < count; ++index) {
-            const Rgb color = colors.ColorOf(PointOf(records[index], origin));
-            colored[index] = {color.red, color.green, color.blue, 255};
+            const CloudPoint point = PointOf(records[index], origin);
+            const Rgb color = colors.ColorOf(point);
+            // The library leaves out what nothing is seen of.
+            colored[index] = {color.red, color.green, color.blue, colors.Hides(point) ? std::uint8_t{0} : alpha};
         }
     });
 }
@@ -193,7 +197,13 @@ KTR::PointCloudFrame CloudLayer::Draw(KTR::COpenGLView& view, double pointSizePi
     const bool isSmall = m_isSettled && m_traits.count <= kSmallCloud;
     drawing.mostPoints = isSmall ? 0 : budget.points;
     drawing.mostMilliseconds = isSmall ? 0.0 : budget.milliseconds;
+    const BlendScope blend(view, m_isTransparent);
     return m_layer.Draw(view, drawing);
+}
+
+KTR::PointCloudFrame CloudLayer::Refine(KTR::COpenGLView& view) {
+    const BlendScope blend(view, m_isTransparent);
+    return m_layer.Refine(view);
 }
 
 } // namespace OrrinViewer

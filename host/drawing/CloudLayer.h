@@ -47,12 +47,13 @@ public:
     /// Takes the traits of the points that have come, where there are many more than before or no more to come. True
     /// when there is something new, and the layer has to be coloured again.
     bool Update();
-    void Color(ColorMode mode);
+    /// `opacity` is from 0 to 1.
+    void Color(const PointColoring& coloring, double opacity);
 
     /// Begins a frame: draws as much as the budget allows.
     KTR::PointCloudFrame Draw(KTR::COpenGLView& view, double pointSizePixels, const CloudBudget& budget);
     /// Adds as much again to a frame that Draw has begun.
-    KTR::PointCloudFrame Refine(KTR::COpenGLView& view) { return m_layer.Refine(view); }
+    KTR::PointCloudFrame Refine(KTR::COpenGLView& view);
     /// Before a view goes.
     void Forget(const KTR::COpenGLView& view) { m_layer.Forget(view); }
     void ReleaseGeometry() { m_layer.FreeCard(); }
@@ -68,6 +69,7 @@ private:
     KTR::CPointCloudLayer m_layer;
     CloudTraits m_traits;
     bool m_isSettled = false; ///< the traits are those of all points
+    bool m_isTransparent = false;
 };
 
 } // namespace OrrinViewer

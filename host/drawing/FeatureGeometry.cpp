@@ -1,6 +1,6 @@
 #include "FeatureGeometry.h"
 
-#include "data/PointCloud.h"
+#include "BlendScope.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,7 +9,6 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr Rgb kOutline{255, 176, 64};
 constexpr float kOutlineWidthPixels = 1.0F;
 constexpr float kSymbolSizePixels = 5.0F;
 /// Of a part, which takes some ten milliseconds to add; of more only where one feature has them.
@@ -43,14 +42,15 @@ std::size_t FindEndOfPart(const VectorLayer& layer, std::size_t first) {
     return end;
 }
 
-void AddPosition(KTR::COpenGLView& view, const Position& place) {
-    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, kOutline.red, kOutline.green, kOutline.blue, 255);
+void AddPosition(KTR::COpenGLView& view, const Position& place, const GLRGBAColor& color) {
+    view.AddIndex3DVertexRGBA(place.x, place.y, place.z, color.r, color.g, color.b, color.a);
 }
 
-void AddPath(KTR::COpenGLView& view, const Path& path, unsigned int mode, const GroundPosition& onTheGround) {
+void AddPath(KTR::COpenGLView& view, const Path& path, unsigned int mode, const GLRGBAColor& color,
+             const GroundPosition& onTheGround) {
     view.BeginArrays(mode, KTR::GLShaderLine);
     for (const Position& position : path) {
-        AddPosition(view, onTheGround(position));
+        AddPosition(view, onTheGround(position), color);
     }
     view.EndArrays();
 }
@@ -83,23 +83,28 @@ FeatureGeometry::Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLaye
     return true;
 }
 
-bool FeatureGeometry::PrepareOutlines(KTR::COpenGLView& view, const VectorLayer& layer,
+bool FeatureGeometry::PrepareOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GLRGBAColor& color,
                                       const GroundPosition& onTheGround, TimePoint until) {
+    if (m_color != color) {
+        m_color = color;
+        m_outlines.isOutdated = true;
+        m_nextOutlines = {};
+    }
     return Prepare(m_outlines, m_nextOutlines, layer, until,
                    [&](std::size_t first, std::size_t end, OutlinePart& part) {
-                       return AddOutlines(view, layer, first, end, onTheGround, part);
+                       return AddOutlines(view, layer, first, end, color, onTheGround, part);
                    });
 }
 
-bool FeatureGeometry::PrepareAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
+bool FeatureGeometry::PrepareAreas(KTR::COpenGLView& view, const VectorLayer& layer, const AreaLook& look,
                                    const GroundPosition& onTheGround, TimePoint until) {
-    if (m_opacity != opacity) {
-        m_opacity = opacity;
+    if (m_look != look) {
+        m_look = look;
         m_areas.isOutdated = true;
         m_nextAreas = {};
     }
     return Prepare(m_areas, m_nextAreas, layer, until, [&](std::size_t first, std::size_t end, AreaPart& part) {
-        return AddAreas(view, layer, first, end, opacity, onTheGround, part);
+        return AddAreas(view, layer, first, end, look, onTheGround, part);
     });
 }
 
@@ -110,8 +115,7 @@ std::optional<double> FeatureGeometry::FindShareReady(const VectorLayer& layer) 
 }
 
 void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area) const {
-    view.Enable(GL_BLEND);
-    view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    const BlendScope blend(view);
     EnableColors(view, KTR::GLShaderColorPassThrough);
     for (const AreaPart& part : m_areas.parts.empty() ? m_nextAreas.parts : m_areas.parts) {
         // Those that follow each other are one draw.
@@ -125,11 +129,11 @@ void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer
         }
     }
     view.DisableClientState();
-    view.Disable(GL_BLEND);
 }
 
-void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, double scale) const {
+void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, double symbolSizePixels, double scale) const {
     const std::vector<OutlinePart>& parts = m_outlines.parts.empty() ? m_nextOutlines.parts : m_outlines.parts;
+    const BlendScope blend(view, m_color.a < 255);
     view.LineWidth(kOutlineWidthPixels * static_cast<float>(scale));
     EnableColors(view, KTR::GLShaderLine);
     for (const OutlinePart& part : parts) {
@@ -137,7 +141,8 @@ void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, double scale) const {
     }
     view.DisableClientState();
 
-    view.PointSize(kSymbolSizePixels * static_cast<float>(scale));
+    const double symbolSize = symbolSizePixels > 0.0 ? symbolSizePixels : kSymbolSizePixels;
+    view.PointSize(static_cast<float>(symbolSize * scale));
     EnableColors(view, KTR::GLShaderPoint);
     for (const OutlinePart& part : parts) {
         view.DrawGeometry(part.symbols);
@@ -160,32 +165,32 @@ void FeatureGeometry::Release() {
 }
 
 bool FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
-                               std::uint8_t opacity, const GroundPosition& onTheGround, AreaPart& part) {
+                               const AreaLook& look, const GroundPosition& onTheGround, AreaPart& part) {
     KTR::GLTesselator* const tesselator = view.GetTesselator();
     if (!tesselator || view.BeginGeometry(part.areas) != S_OK) {
         return false;
     }
     part.firstFeature = first;
     for (std::size_t index = first; index < end; ++index) {
-        FillPolygons(*tesselator, layer.features[index], index, opacity, onTheGround);
+        FillPolygons(*tesselator, layer.features[index], index, look, onTheGround);
         part.ends.push_back(part.areas.GetCount());
     }
     return view.EndGeometry() == S_OK;
 }
 
 bool FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
-                                  const GroundPosition& onTheGround, OutlinePart& part) {
+                                  const GLRGBAColor& color, const GroundPosition& onTheGround, OutlinePart& part) {
     if (view.BeginGeometry(part.lines) != S_OK) {
         return false;
     }
     for (std::size_t index = first; index < end; ++index) {
         const VectorFeature& feature = layer.features[index];
         for (const Path& line : feature.lines) {
-            AddPath(view, line, GL_LINE_STRIP, onTheGround);
+            AddPath(view, line, GL_LINE_STRIP, color, onTheGround);
         }
         for (const Polygon& polygon : feature.polygons) {
             for (const Path& ring : polygon.rings) {
-                AddPath(view, ring, GL_LINE_LOOP, onTheGround);
+                AddPath(view, ring, GL_LINE_LOOP, color, onTheGround);
             }
         }
     }
@@ -195,7 +200,7 @@ bool FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& lay
     view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
     for (std::size_t index = first; index < end; ++index) {
         for (const Position& point : layer.features[index].points) {
-            AddPosition(view, onTheGround(point));
+            AddPosition(view, onTheGround(point), color);
         }
     }
     view.EndArrays();

@@ -19,20 +19,20 @@ class FeatureGeometry {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// Adds outlines, or areas of an opacity, until that moment. True once all are there, and where no memory is left
-    /// for more.
-    bool PrepareOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GroundPosition& onTheGround,
-                         TimePoint until);
-    bool PrepareAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::uint8_t opacity,
+    /// Adds outlines of a colour, or areas of a look, until that moment. True once all are there, and where no memory
+    /// is left for more.
+    bool PrepareOutlines(KTR::COpenGLView& view, const VectorLayer& layer, const GLRGBAColor& color,
+                         const GroundPosition& onTheGround, TimePoint until);
+    bool PrepareAreas(KTR::COpenGLView& view, const VectorLayer& layer, const AreaLook& look,
                       const GroundPosition& onTheGround, TimePoint until);
     /// How much of what is being added is there; nothing where all or none is.
     std::optional<double> FindShareReady(const VectorLayer& layer) const;
 
     /// Draws the filled areas, as far as they are there, of the features that reach into `area`.
     void DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area) const;
-    /// Draws lines, the outlines of areas, and symbols for points, as far as they are there, larger by `scale`
-    /// than usual.
-    void DrawOutlines(KTR::COpenGLView& view, double scale) const;
+    /// Draws lines, the outlines of areas, and symbols for points, as far as they are there; the symbols of a size in
+    /// pixels, or of one that suits them where it is 0, and all of it larger by `scale` than usual.
+    void DrawOutlines(KTR::COpenGLView& view, double symbolSizePixels, double scale) const;
     /// The layer lies elsewhere: what is there is drawn until it has been added anew.
     void Outdate();
     void Release();
@@ -55,9 +55,9 @@ private:
     };
 
     static bool AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
-                            const GroundPosition& onTheGround, OutlinePart& part);
+                            const GLRGBAColor& color, const GroundPosition& onTheGround, OutlinePart& part);
     static bool AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
-                         std::uint8_t opacity, const GroundPosition& onTheGround, AreaPart& part);
+                         const AreaLook& look, const GroundPosition& onTheGround, AreaPart& part);
     template <typename Part, typename Add>
     static bool Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer, TimePoint until, Add add);
 
@@ -65,7 +65,8 @@ private:
     Parts<OutlinePart> m_nextOutlines; ///< that will take their place
     Parts<AreaPart> m_areas;
     Parts<AreaPart> m_nextAreas;
-    std::uint8_t m_opacity = 0; ///< of the next areas, or of those that are there
+    GLRGBAColor m_color; ///< of the next outlines, or of those that are there
+    AreaLook m_look;     ///< the same of areas
 };
 
 } // namespace OrrinViewer

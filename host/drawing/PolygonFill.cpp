@@ -29,13 +29,13 @@ void FillPolygon(KTR::GLTesselator& tesselator, const Polygon& polygon, const Rg
 
 } // namespace
 
-void FillPolygons(KTR::GLTesselator& tesselator, const VectorFeature& feature, std::size_t index, std::uint8_t opacity,
+void FillPolygons(KTR::GLTesselator& tesselator, const VectorFeature& feature, std::size_t index, const AreaLook& look,
                   const GroundPosition& onTheGround) {
     // Files differ in the direction of their rings. What is inside an odd number of them is inside the polygon.
     tesselator.SetProperty(GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD);
-    const Rgb color = ColorOfClass(static_cast<std::uint8_t>(index % 250), ClassMeaning::Labels);
+    const Rgb color = look.color.value_or(ColorOfClass(static_cast<std::uint8_t>(index % 250), ClassMeaning::Labels));
     for (const Polygon& polygon : feature.polygons) {
-        FillPolygon(tesselator, polygon, color, opacity, onTheGround);
+        FillPolygon(tesselator, polygon, color, look.opacity, onTheGround);
     }
 }
 

@@ -77,17 +77,23 @@ RasterLayer RasterLayer::ForElevations(const ElevationGrid& grid, const std::wst
     const int width = static_cast<int>(grid.columns);
     const int height = static_cast<int>(grid.rows);
     KTR::GLRasterDescription description = Describe(name, width, height, GL_FLOAT);
-    description.style = ElevationStyle(FindElevationRange(ElevationsWithData(grid)));
+    const ElevationRange range = FindElevationRange(ElevationsWithData(grid));
+    description.style = ElevationStyle(range);
     description.smooth = false;
-    return {std::move(description), PlaceCells(grid), KTR::MakeValueReader(width, height, ElevationValues(grid))};
+    RasterLayer layer(std::move(description), PlaceCells(grid),
+                      KTR::MakeValueReader(width, height, ElevationValues(grid)));
+    layer.m_range = range;
+    return layer;
 }
 
 RasterLayer RasterLayer::ForTiff(const std::shared_ptr<TiffFile>& file, const std::filesystem::path& path) {
     const bool hasColors = file->HasColors();
     KTR::GLRasterDescription description =
         Describe(path.wstring(), file->Width(), file->Height(), hasColors ? GL_RGBA : GL_FLOAT);
+    std::optional<ElevationRange> range;
     if (!hasColors) {
-        description.style = ElevationStyle(FindElevationRange(file->SampleValues()));
+        range = FindElevationRange(file->SampleValues());
+        description.style = ElevationStyle(*range);
         description.smooth = false;
     }
     std::shared_ptr<TiffOverview> overview;
@@ -109,18 +115,22 @@ RasterLayer RasterLayer::ForTiff(const std::shared_ptr<TiffFile>& file, const st
     };
     RasterLayer layer(std::move(description), file->Place(), read);
     layer.m_waits = waits;
+    layer.m_range = range;
     return layer;
 }
 
 RasterLayer RasterLayer::ForComputedRelief(int side, const Position& middle) {
     KTR::GLRasterDescription description = Describe(L"computed relief", side, side, GL_FLOAT);
-    description.style = ElevationStyle({kComputedLow, kComputedHigh});
+    const ElevationRange range{kComputedLow, kComputedHigh};
+    description.style = ElevationStyle(range);
     const double half = side * 0.5;
     const auto read = [](const KTR::GLRasterWindow& window, void* pixels) {
         ComputeRelief(window.level, window.x, window.y, window.width, window.height, static_cast<float*>(pixels));
         return KTR::GLRasterReadDone;
     };
-    return {description, {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read};
+    RasterLayer layer(description, {1.0, 0.0, 0.0, -1.0, middle.x - half, middle.y + half}, read);
+    layer.m_range = range;
+    return layer;
 }
 
 RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggeration, const std::wstring& name) {
@@ -165,7 +175,9 @@ std::optional<RasterLayer> RasterLayer::Transformed(const MapTransformation& tra
     const PixelToMap place{side, 0.0, 0.0, -side, box.low.x, box.high.y};
     const WarpSource source{m_reader, m_description.width, m_description.height, m_pixelToMap,
                             m_description.pixels == GL_FLOAT};
-    return RasterLayer(description, place, MakeWarpedReader(source, place, transformation.backward));
+    RasterLayer layer(description, place, MakeWarpedReader(source, place, transformation.backward));
+    layer.m_range = m_range;
+    return layer;
 }
 
 std::optional<Raster> RasterLayer::MakeImage(int largestSide) const {
@@ -239,6 +251,10 @@ std::optional<RasterPixel> RasterLayer::ReadPixel(double x, double y) const {
     }
     pixel.value = value;
     return pixel;
+}
+
+void RasterLayer::SetRange(const ElevationRange& range) {
+    m_layer.SetStyle(ElevationStyle(range));
 }
 
 void RasterLayer::ReadAtOnce() {

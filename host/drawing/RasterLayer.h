@@ -1,5 +1,6 @@
 #pragma once
 
+#include "data/CloudSurvey.h"
 #include "data/ElevationGrid.h"
 #include "data/Raster.h"
 #include "systems/MapTransformation.h"
@@ -53,12 +54,17 @@ public:
     /// What the raster has at a place of the map, itself and not as it is drawn; none beside it, where it cannot be
     /// read, and for what is neither colours nor values.
     std::optional<RasterPixel> ReadPixel(double x, double y) const;
+    /// Between which the colours of values run, if nothing else is said; none for images.
+    const std::optional<ElevationRange>& GetRange() const { return m_range; }
+    /// Has the colours of values run between these. Its context must be current where it has been drawn.
+    void SetRange(const ElevationRange& range);
     const Extent& FindExtent() const { return m_extent; }
     std::size_t CountPixels() const { return m_pixels; }
     /// Reads whatever a frame shows, however long that takes; otherwise a few milliseconds' worth.
     void ReadAtOnce();
 
-    /// Draws it at height z, relative to the origin. False when more is to be read: another frame will show it finer.
+    /// Draws it at height z, relative to the origin, as opaque as the view's images are. False when more is to be
+    /// read: another frame will show it finer.
     bool Draw(KTR::COpenGLView& view, const Position& origin, double z);
     /// The same, shaded by another one; how strongly is 0 to 1.
     bool DrawShaded(KTR::COpenGLView& view, RasterLayer& shade, double strength, const Position& origin, double z);
@@ -71,6 +77,7 @@ private:
     KTR::GLRasterReader m_reader;
     KTR::CRasterLayer m_layer;                  ///< of these
     std::shared_ptr<std::atomic<bool>> m_waits; ///< for what is read in the background; null where nothing is
+    std::optional<ElevationRange> m_range;
     PixelToMap m_pixelToMap;
     Extent m_extent;
     std::size_t m_pixels;

@@ -1,5 +1,6 @@
 #include "Scene.h"
 
+#include "BlendScope.h"
 #include "StyledFeatures.h"
 #include "data/PathSubdivision.h"
 
@@ -42,6 +43,13 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
     frame.spacingPixels = std::max(frame.spacingPixels, cloud.spacingPixels);
 }
 
+void Fade(Raster& raster, double opacity) {
+    const unsigned int share = ByteOf(opacity);
+    for (std::size_t alpha = 3; share < 255 && alpha < raster.image.rgba.size(); alpha += 4) {
+        raster.image.rgba[alpha] = static_cast<std::uint8_t>(raster.image.rgba[alpha] * share / 255U);
+    }
+}
+
 } // namespace
 
 template <typename Entry> LayerId Scene::Insert(std::vector<Entry>& layers, Entry entry, LayerSource source) {
@@ -49,15 +57,15 @@ template <typename Entry> LayerId Scene::Insert(std::vector<Entry>& layers, Entr
     entry.source = std::move(source);
     entry.style = m_styleToCome;
     layers.push_back(std::move(entry));
+    ApplyStyle(layers.back(), {});
     NoteChange(Entry::kKind);
     return m_lastId;
 }
 
 /// A layer of this kind came, went or has another place in the order.
 void Scene::NoteChange(LayerKind kind) {
-    if (kind == LayerKind::Raster || kind == LayerKind::Relief || kind == LayerKind::Features) {
-        m_isDraped = false;
-    }
+    m_isDraped = m_isDraped && kind != LayerKind::Raster && kind != LayerKind::Relief;
+    m_isBent = m_isBent && kind != LayerKind::Relief && kind != LayerKind::Features;
     m_labelVersion += kind == LayerKind::Features ? 1 : 0;
     RefreshExtent();
     ++m_version;
@@ -93,7 +101,7 @@ LayerId Scene::AddRaster(RasterLayer raster, LayerSource source) {
 }
 
 LayerId Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
-    Features features{{}, std::move(layer), {}, {}};
+    Features features{{}, std::move(layer), {}, {}, FindFreeNumber()};
     features.extent = features.layer.HasHeights() ? features.layer.extent : features.layer.extent.Flat();
     features.maybeDegrees = true;
     return Insert(m_features, std::move(features), std::move(source));
@@ -150,17 +158,51 @@ bool Scene::SetStyle(LayerId id, const LayerStyle& style) {
             return;
         }
         isThere = true;
+        if (layer.style == style) {
+            return;
+        }
         const LayerStyle before = std::exchange(layer.style, style);
-        if (before.shown != style.shown) {
-            m_isDraped = false;
-            ++m_labelVersion;
-        }
-        if constexpr (std::is_same_v<decltype(layer), Cloud&>) {
-            ColorCloud(layer);
-        }
+        m_labelVersion += before.shown != style.shown ? 1 : 0;
+        ApplyStyle(layer, before);
+        ++m_version;
     });
-    m_version += isThere ? 1 : 0;
     return isThere;
+}
+
+/// What the cloud keeps in colours is made anew only where they are others.
+void Scene::ApplyStyle(Cloud& cloud, const LayerStyle& before) {
+    const LayerStyle& style = cloud.style;
+    if (before.colorMode != style.colorMode || before.opacity != style.opacity ||
+        before.elevationRamp != style.elevationRamp || before.intensityRamp != style.intensityRamp ||
+        before.hiddenClasses != style.hiddenClasses) {
+        ColorCloud(cloud);
+    }
+}
+
+void Scene::ApplyStyle(Relief& relief, const LayerStyle& before) {
+    relief.surface.SetRange(relief.style.elevationRamp.Of(relief.surface.GetRange()));
+    relief.surface.SetOpacity(relief.style.opacity);
+    m_isDraped = m_isDraped && before.shown == relief.style.shown && before.elevationRamp == relief.style.elevationRamp;
+    if (before.shown != relief.style.shown) {
+        ReleaseShapes(); // what lies on the relief
+    }
+}
+
+void Scene::ApplyStyle(Image& image, const LayerStyle& before) {
+    if (image.raster.GetRange() && before.elevationRamp != image.style.elevationRamp) {
+        image.raster.SetRange(image.style.elevationRamp.Of(*image.raster.GetRange()));
+    }
+    m_isDraped = m_isDraped && before.shown == image.style.shown && before.opacity == image.style.opacity;
+}
+
+/// The smallest that no layer of features has.
+std::size_t Scene::FindFreeNumber() const {
+    std::size_t number = 0;
+    while (std::any_of(m_features.begin(), m_features.end(),
+                       [&](const Features& features) { return features.number == number; })) {
+        ++number;
+    }
+    return number;
 }
 
 void Scene::ChangeStyles(const std::function<void(LayerStyle& style)>& change) {
@@ -253,6 +295,33 @@ std::vector<FeatureUnderMouse> Scene::FindFeaturesUnder(const PickBeam& beam) {
 PickHeights Scene::FindHeights(LayerId id) const {
     const VectorLayer* const layer = FindFeatures(id);
     return layer ? HeightsOf(*layer) : PickHeights();
+}
+
+std::optional<ElevationRange> Scene::FindElevations(LayerId id) const {
+    std::optional<ElevationRange> range;
+    VisitLayers(*this, [&](const auto& layer) {
+        using Kind = std::decay_t<decltype(layer)>;
+        if (layer.id != id) {
+            return;
+        }
+        if constexpr (std::is_same_v<Kind, Cloud>) {
+            range = layer.cloud->Traits().elevations;
+        } else if constexpr (std::is_same_v<Kind, Relief>) {
+            range = layer.surface.GetRange();
+        } else if constexpr (std::is_same_v<Kind, Image>) {
+            range = layer.raster.GetRange();
+        }
+    });
+    return range;
+}
+
+std::optional<Rgb> Scene::FindColor(LayerId id) const {
+    for (const Features& features : m_features) {
+        if (features.id == id) {
+            return features.Color().value_or(ColorOfLayer(0));
+        }
+    }
+    return std::nullopt;
 }
 
 std::size_t Scene::CountPoints() const {
@@ -459,9 +528,20 @@ void Scene::ReadRastersAtOnce() {
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
     // A scene without anything is shown as one position is.
     const Extent box = m_extent.WithHeights();
+    view.ChooseCoordinateOffsets(box.IsEmpty() ? PointXYZ{} : PointOf(box.low),
+                                 box.IsEmpty() ? PointXYZ{} : PointOf(box.high));
+    ShowExtent(view, orientation, m_extent);
+}
+
+void Scene::ShowExtent(KTR::COpenGLView& view, KTR::GLViewOrientation orientation, const Extent& extent) const {
+    Extent box = extent.WithHeights();
+    if (!extent.HasHeights() && m_extent.HasHeights()) {
+        // What is flat lies somewhere on the ground.
+        box.low.z = m_extent.low.z;
+        box.high.z = m_extent.high.z;
+    }
     const PointXYZ low = box.IsEmpty() ? PointXYZ{} : PointOf(box.low);
     const PointXYZ high = box.IsEmpty() ? PointXYZ{} : PointOf(box.high);
-    view.ChooseCoordinateOffsets(low, high);
     if (orientation == KTR::GLViewOrientationPerspective) {
         view.SetUpPerspectiveFromModelExtents(low, high, kAzimuthDegrees, kElevationDegrees, kFieldOfViewDegrees,
                                               m_exaggeration * GetHeightScale());
@@ -486,23 +566,27 @@ bool Scene::Prepare(KTR::COpenGLView& view, double milliseconds) {
                                                              std::chrono::duration<double, std::milli>(milliseconds))
                                         : Clock::time_point::max();
     LoadCamera(view);
-    Drape();
+    Drape(view);
     bool isWhole = true;
     for (Relief& relief : m_reliefs) {
         isWhole = (!relief.style.shown || relief.surface.Prepare(view, m_origin, until)) && isWhole;
     }
     for (Solid& solid : m_solids) {
-        isWhole = (!solid.style.shown || solid.mesh.Prepare(view, m_origin, until)) && isWhole;
+        isWhole =
+            (!solid.style.shown || solid.mesh.Prepare(view, m_origin, solid.style.color, solid.style.opacity, until)) &&
+            isWhole;
     }
     for (Features& features : m_features) {
         const LayerStyle& style = features.style;
         const GroundPosition ground = GroundOf(features.layer, m_origin);
         if (style.shown && style.features.IsPlain()) {
-            isWhole = features.geometry.PrepareOutlines(view, features.layer, ground, until) && isWhole;
+            const Rgb rgb = features.Color().value_or(ColorOfLayer(0));
+            const GLRGBAColor color{rgb.red, rgb.green, rgb.blue, ByteOf(style.opacity)};
+            isWhole = features.geometry.PrepareOutlines(view, features.layer, color, ground, until) && isWhole;
         }
         if (style.shown && style.fillOpacity > 0.0) {
-            const auto opacity = static_cast<std::uint8_t>(std::lround(style.fillOpacity * 255.0));
-            isWhole = features.geometry.PrepareAreas(view, features.layer, opacity, ground, until) && isWhole;
+            const AreaLook look{style.color, ByteOf(style.fillOpacity * style.opacity)};
+            isWhole = features.geometry.PrepareAreas(view, features.layer, look, ground, until) && isWhole;
         }
     }
     return isWhole;
@@ -554,14 +638,16 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
         }
     }
     for (Features& features : m_features) {
-        if (!features.style.shown) {
+        const LayerStyle& style = features.style;
+        if (!style.shown) {
             continue;
         }
-        if (features.style.features.IsPlain()) {
-            features.geometry.DrawOutlines(view, Scale());
+        if (style.features.IsPlain()) {
+            features.geometry.DrawOutlines(view, style.features.symbolSizePixels, Scale());
         } else {
             // The library subtracts the offsets of shapes itself.
-            DrawStyledFeatures(view, features.layer, features.style.features, Scale(), GroundOf(features.layer, {}));
+            DrawStyledFeatures(view, features.layer, style.features, features.Color(), ByteOf(style.opacity), Scale(),
+                               GroundOf(features.layer, {}));
         }
     }
 }
@@ -573,10 +659,12 @@ bool Scene::DrawRasters(KTR::COpenGLView& view) {
         if (image.isCovered || !image.style.shown) {
             continue;
         }
+        view.DrawSetupTextureTransparency(ByteOf(image.style.opacity));
         const bool isRead = m_shade ? image.raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
                                     : image.raster.Draw(view, m_origin, lowestZ);
         isComplete = isComplete && isRead;
     }
+    view.DrawSetupTextureTransparency(255);
     return isComplete;
 }
 
@@ -726,29 +814,36 @@ void Scene::BendLayers() {
 }
 
 /// Brings images and lines onto the reliefs where these, or what lies on them, are others than before.
-void Scene::Drape() {
+void Scene::Drape(KTR::COpenGLView& view) {
     if (!m_isDraped) {
-        DrapeSurfaces();
-        BendLayers();
+        DrapeSurfaces(view);
         m_isDraped = true;
+    }
+    if (!m_isBent) {
+        BendLayers();
+        m_isBent = true;
     }
 }
 
 /// Lays the images over the reliefs, the last one uppermost.
-void Scene::DrapeSurfaces() {
+void Scene::DrapeSurfaces(KTR::COpenGLView& view) {
     for (Relief& relief : m_reliefs) {
-        relief.surface.Bare();
+        relief.surface.Bare(view);
     }
     for (auto image = m_images.rbegin(); image != m_images.rend(); ++image) {
         image->isCovered = false;
-        const std::optional<Raster> picture =
+        std::optional<Raster> picture =
             m_reliefs.empty() || !image->style.shown ? std::nullopt : image->raster.MakeImage(kDrapedSide);
+        if (picture) {
+            Fade(*picture, image->style.opacity);
+        }
         for (auto relief = m_reliefs.begin(); picture && relief != m_reliefs.end(); ++relief) {
             if (!relief->style.shown) {
                 continue;
             }
+            // The version tells it from what showed through it before.
             relief->surface.Drape(*picture, L"image " + std::to_wstring(image->id) + L" on relief " +
-                                                std::to_wstring(relief->id));
+                                                std::to_wstring(relief->id) + L" as of " + std::to_wstring(m_version));
             image->isCovered = image->isCovered || relief->surface.Reaches(*picture);
         }
     }
@@ -756,7 +851,7 @@ void Scene::DrapeSurfaces() {
 
 /// Clears the frame and draws what lies below the clouds. False while rasters are read.
 bool Scene::DrawGround(KTR::COpenGLView& view) {
-    Drape();
+    Drape(view);
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
     // Rasters are the ground below everything.
@@ -802,7 +897,9 @@ std::vector<CloudSource> Scene::ListClouds() const {
     for (const Cloud& cloud : m_clouds) {
         if (cloud.style.shown) {
             const CloudTraits& traits = cloud.cloud->Traits();
-            sources.push_back({cloud.id, cloud.open, PointColors(traits, cloud.Mode()), traits.classMeaning});
+            const std::bitset<256>& hidden = cloud.style.hiddenClasses;
+            sources.push_back({cloud.id, [open = cloud.open, hidden] { return LeaveOutClasses(open(), hidden); },
+                               PointColors(traits, cloud.Coloring()), traits.classMeaning, hidden});
         }
     }
     return sources;
@@ -864,7 +961,7 @@ double Scene::PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) cons
 }
 
 void Scene::ColorCloud(const Cloud& cloud) {
-    cloud.cloud->Color(cloud.Mode());
+    cloud.cloud->Color(cloud.Coloring(), cloud.style.opacity);
 }
 
 /// Where positions of a layer are drawn, relative to an origin: at their own heights where they have some, otherwise on

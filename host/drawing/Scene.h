@@ -17,6 +17,7 @@
 
 #include <OrrinDisplay.h>
 
+#include <bitset>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -68,9 +69,10 @@ struct FeatureUnderMouse {
 /// The file of a cloud, to be read once more for a profile, and the colours that its points have at present.
 struct CloudSource {
     LayerId id = 0;
-    CloudOpener open;
+    CloudOpener open; ///< without the points of classes that are hidden
     PointColors colors;
     ClassMeaning classMeaning = ClassMeaning::Survey;
+    std::bitset<256> hiddenClasses;
 };
 
 /// The data that all windows show, and how it is drawn. This is the part to read for how a host uses the library.
@@ -118,6 +120,11 @@ public:
     std::vector<FeatureUnderMouse> FindFeaturesUnder(const PickBeam& beam);
     /// Where the features of a layer are drawn.
     PickHeights FindHeights(LayerId id) const;
+    /// Between which values the colours of a layer run where its style does not say otherwise; none where it shows
+    /// none.
+    std::optional<ElevationRange> FindElevations(LayerId id) const;
+    /// The colour of features; none for other kinds.
+    std::optional<Rgb> FindColor(LayerId id) const;
 
     /// The box around everything but the few points that lie far outside; without heights where nothing has any.
     const Extent& GetExtent() const { return m_extent; }
@@ -159,12 +166,12 @@ public:
     void SetUnits(std::optional<MapUnits> units) { m_units = units; }
     const std::optional<MapUnits>& GetUnitsSet() const { return m_units; }
     MapUnits GetUnits() const;
+    /// Of heights in metres; not set: nobody tells it.
+    std::optional<double> GetHeightMetres() const { return FindUnits(ListPlaced()).heightMetres; }
     /// Of the coordinates, for a person to read; empty where no file tells it.
     std::string GetSystemName() const { return NameOf(FindUnits(ListPlaced())); }
     /// The same in the EPSG register; 0 where no file tells it.
     int GetSystemCode() const { return FindUnits(ListPlaced()).code; }
-    /// A unit of heights, where a file tells it.
-    std::optional<double> GetHeightMetres() const { return FindUnits(ListPlaced()).heightMetres; }
     /// What heights have to be multiplied by to be as large as the map's units are.
     double GetHeightScale() const;
     /// Features are labelled with this property; empty: with none.
@@ -204,6 +211,8 @@ public:
 
     /// Has the view show everything: along an axis, or in perspective from the south-south-west.
     void ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const;
+    /// The same of a part of it.
+    void ShowExtent(KTR::COpenGLView& view, KTR::GLViewOrientation orientation, const Extent& extent) const;
     /// Has the view cut off nothing of everything and lose no digits of it, and leaves alone what it shows.
     void HoldEverything(KTR::COpenGLView& view) const;
     /// Adds to what is kept for drawing what is still missing, until so many milliseconds have passed; 0: all of it.
@@ -247,6 +256,9 @@ private:
         std::unique_ptr<CloudLayer> cloud;
         CloudOpener open;
 
+        PointColoring Coloring() const {
+            return {Mode(), style.elevationRamp, style.intensityRamp, style.hiddenClasses};
+        }
         ColorMode Mode() const { return style.colorMode.value_or(ChooseColorMode(cloud->Traits())); }
     };
     struct Relief : Layer {
@@ -267,6 +279,12 @@ private:
         VectorLayer layer;
         FeatureGeometry geometry;
         std::optional<FeatureIndex> index; ///< made when it is first asked
+        std::size_t number = 0;            ///< no other layer of features has it
+
+        /// Not set: that of each kind of feature.
+        std::optional<Rgb> Color() const {
+            return style.color || number == 0 ? style.color : std::optional(ColorOfLayer(number));
+        }
     };
 
     /// Calls `visit` with the layers of each kind, in the order in which they are drawn.
@@ -300,8 +318,13 @@ private:
     bool DrawGround(KTR::COpenGLView& view);
     bool DrawRasters(KTR::COpenGLView& view);
     void OutdateShapes();
-    void Drape();
-    void DrapeSurfaces();
+    void ApplyStyle(Cloud& cloud, const LayerStyle& before);
+    void ApplyStyle(Relief& relief, const LayerStyle& before);
+    void ApplyStyle(Image& image, const LayerStyle& before);
+    void ApplyStyle(Layer& /*layer*/, const LayerStyle& /*before*/) {}
+    std::size_t FindFreeNumber() const;
+    void Drape(KTR::COpenGLView& view);
+    void DrapeSurfaces(KTR::COpenGLView& view);
     void BendLayers();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
@@ -316,6 +339,7 @@ private:
     LayerId m_lastId = 0;
     LayerStyle m_styleToCome;           ///< of layers that are added
     bool m_isDraped = false;            ///< images lie on the reliefs
+    bool m_isBent = false;              ///< lines follow the reliefs
     std::optional<RasterLayer> m_shade; ///< over all rasters
     double m_shadeStrength = 0.0;
     bool m_readsAtOnce = false; ///< of rasters all that a frame shows

@@ -58,15 +58,20 @@ constexpr std::array<Rgb, 10> kLabelColors = {{
     {170, 200, 120},
 }};
 
+/// Lines that are told apart on dark ground, on a photo and on a relief.
+constexpr std::array<Rgb, 8> kLayerColors = {{
+    {255, 176, 64},
+    {90, 210, 255},
+    {160, 255, 120},
+    {255, 130, 190},
+    {255, 245, 120},
+    {190, 150, 255},
+    {255, 110, 90},
+    {120, 255, 220},
+}};
+
 std::uint8_t Blend(std::uint8_t from, std::uint8_t to, double share) {
     return static_cast<std::uint8_t>(std::lround(from + (to - from) * share));
-}
-
-/// Grey, from a dark tone that still shows on black to white at the strongest return.
-Rgb ColorOfIntensity(float intensity, float strongest) {
-    const double share = intensity > 0.0F ? std::min(1.0, static_cast<double>(intensity) / strongest) : 0.0;
-    const std::uint8_t grey = Blend(40, 255, share);
-    return {grey, grey, grey};
 }
 
 /// Many programs write 0 to 255 into 16-bit fields, which read as 16-bit colours are all but black. Which of the two a
@@ -123,6 +128,19 @@ Rgb ColorOfElevation(double elevation, const ElevationRange& range) {
     return {Blend(from.red, to.red, beyond), Blend(from.green, to.green, beyond), Blend(from.blue, to.blue, beyond)};
 }
 
+/// The darkest tone still shows on black.
+Rgb ColorOfIntensity(double intensity, const ElevationRange& range) {
+    const double span = range.high - range.low;
+    const bool isAbove = intensity > range.low;
+    const double share = !isAbove ? 0.0 : span > 0.0 ? std::min(1.0, (intensity - range.low) / span) : 1.0;
+    const std::uint8_t grey = Blend(40, 255, share);
+    return {grey, grey, grey};
+}
+
+Rgb ColorOfLayer(std::size_t number) {
+    return kLayerColors[number % kLayerColors.size()];
+}
+
 Rgb ColorOfClass(std::uint8_t classNumber, ClassMeaning meaning) {
     if (meaning == ClassMeaning::Labels) {
         return classNumber == kNoClass ? kOtherClassColor : kLabelColors[classNumber % kLabelColors.size()];
@@ -151,25 +169,34 @@ ColorMode ChooseColorMode(const CloudTraits& traits) {
     return ColorMode::Elevation;
 }
 
-PointColors::PointColors(const CloudTraits& traits, ColorMode mode) : m_traits(traits), m_mode(mode) {
+ColorMode ModeThatShows(const CloudTraits& traits, ColorMode mode) {
     const bool isThere = mode == ColorMode::Elevation || (mode == ColorMode::Recorded && traits.hasColors) ||
                          (mode == ColorMode::Class && traits.hasClasses) ||
                          (mode == ColorMode::Intensity && traits.hasIntensities);
-    m_mode = isThere ? mode : ColorMode::Elevation;
+    return isThere ? mode : ColorMode::Elevation;
 }
+
+ElevationRange RangeOfIntensities(const CloudTraits& traits) {
+    return {0.0, static_cast<double>(traits.strongestIntensity)};
+}
+
+PointColors::PointColors(const CloudTraits& traits, const PointColoring& coloring)
+    : m_mode(ModeThatShows(traits, coloring.mode)), m_hasWideColors(traits.wideColors),
+      m_classMeaning(traits.classMeaning), m_elevations(coloring.elevationRamp.Of(traits.elevations)),
+      m_intensities(coloring.intensityRamp.Of(RangeOfIntensities(traits))), m_hidden(coloring.hiddenClasses) {}
 
 Rgb PointColors::ColorOf(const CloudPoint& point) const {
     switch (m_mode) {
     case ColorMode::Recorded:
-        return RecordedColor(point, m_traits.wideColors);
+        return RecordedColor(point, m_hasWideColors);
     case ColorMode::Class:
-        return ColorOfClass(point.classNumber, m_traits.classMeaning);
+        return ColorOfClass(point.classNumber, m_classMeaning);
     case ColorMode::Intensity:
-        return ColorOfIntensity(point.intensity, m_traits.strongestIntensity);
+        return ColorOfIntensity(static_cast<double>(point.intensity), m_intensities);
     case ColorMode::Elevation:
         break;
     }
-    return ColorOfElevation(point.position.z, m_traits.elevations);
+    return ColorOfElevation(point.position.z, m_elevations);
 }
 
 } // namespace OrrinViewer

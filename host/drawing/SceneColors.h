@@ -3,6 +3,8 @@
 #include "data/CloudSurvey.h"
 
 #include <array>
+#include <bitset>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -47,8 +49,22 @@ ColorMode NextAfter(ColorMode mode);
 /// In words, for a title.
 const char* NameOf(ColorMode mode);
 
+/// How the points of a cloud are coloured, and which of them are left out.
+struct PointColoring {
+    ColorMode mode = ColorMode::Elevation;
+    RampEnds elevationRamp{};
+    RampEnds intensityRamp{};
+    std::bitset<256> hiddenClasses{};
+};
+
+/// The colour of a layer of features that has none of its own: another one for each number, orange for 0.
+Rgb ColorOfLayer(std::size_t number);
+
 /// A colour from deep blue at the range's low end over green and yellow to near white; the ends' own beyond them.
 Rgb ColorOfElevation(double elevation, const ElevationRange& range);
+
+/// Grey, from a dark tone to white.
+Rgb ColorOfIntensity(double intensity, const ElevationRange& range);
 
 /// The colour in which a class is customarily drawn, or for labels one that tells it from its neighbours.
 Rgb ColorOfClass(std::uint8_t classNumber, ClassMeaning meaning);
@@ -60,16 +76,27 @@ std::string NameOfClass(std::uint8_t classNumber, ClassMeaning meaning);
 /// count only where most points have one: files made to train a classifier leave the rest black and without a label.
 ColorMode ChooseColorMode(const CloudTraits& traits);
 
+/// The mode, or elevations where the cloud lacks the attribute that it asks for.
+ColorMode ModeThatShows(const CloudTraits& traits, ColorMode mode);
+
+/// Intensities between which the greys run.
+ElevationRange RangeOfIntensities(const CloudTraits& traits);
+
 /// Colours the points of one cloud. Where the cloud lacks the attribute that the mode asks for, elevations are shown.
 class PointColors {
 public:
-    PointColors(const CloudTraits& traits, ColorMode mode);
+    PointColors(const CloudTraits& traits, const PointColoring& coloring);
 
     Rgb ColorOf(const CloudPoint& point) const;
+    bool Hides(const CloudPoint& point) const { return m_hidden[point.classNumber]; }
 
 private:
-    CloudTraits m_traits;
     ColorMode m_mode;
+    bool m_hasWideColors;
+    ClassMeaning m_classMeaning;
+    ElevationRange m_elevations;
+    ElevationRange m_intensities;
+    std::bitset<256> m_hidden;
 };
 
 } // namespace OrrinViewer

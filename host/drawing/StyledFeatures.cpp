@@ -58,10 +58,15 @@ KTR::GLSymbolKind SymbolOf(const std::string& name) {
 
 } // namespace
 
-void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style, double scale,
+void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style,
+                        const std::optional<Rgb>& color, std::uint8_t opacity, double scale,
                         const GroundPosition& onTheGround) {
+    const auto inColor = [&](const GLRGBAColor& ofKind) {
+        return color ? GLRGBAColor{color->red, color->green, color->blue, opacity}
+                     : GLRGBAColor{ofKind.r, ofKind.g, ofKind.b, opacity};
+    };
     view.BeginShapes();
-    const KTR::GLLineStyle border = LineOf(style.borderWidthPixels, kBorder, scale);
+    const KTR::GLLineStyle border = LineOf(style.borderWidthPixels, inColor(kBorder), scale);
     for (const VectorFeature& feature : layer.features) {
         for (const Polygon& polygon : feature.polygons) {
             for (const Path& ring : polygon.rings) {
@@ -70,11 +75,12 @@ void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const 
         }
     }
     if (style.casingWidthPixels > 0.0) {
-        KTR::GLLineStyle casing = LineOf(style.casingWidthPixels, kCasing, scale);
+        const GLRGBAColor dark = {kCasing.r, kCasing.g, kCasing.b, opacity};
+        KTR::GLLineStyle casing = LineOf(style.casingWidthPixels, dark, scale);
         casing.cap = KTR::GLLineCapRound;
         DrawRoads(view, layer, casing, onTheGround);
     }
-    KTR::GLLineStyle road = LineOf(style.lineWidthPixels, kRoad, scale);
+    KTR::GLLineStyle road = LineOf(style.lineWidthPixels, inColor(kRoad), scale);
     for (const double dash : style.dashesPixels) {
         road.dashes.push_back(dash * scale);
     }
@@ -82,8 +88,9 @@ void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const 
     DrawRoads(view, layer, road, onTheGround);
 
     KTR::GLSymbolStyle symbol;
-    symbol.size = kSymbolPixels * scale;
-    symbol.color = kSymbol;
+    symbol.size = (style.symbolSizePixels > 0.0 ? style.symbolSizePixels : kSymbolPixels) * scale;
+    symbol.color = inColor(kSymbol);
+    symbol.outlineColor.a = opacity;
     symbol.outlineWidth = 1.5 * scale;
     const KTR::GLSymbolKind kind = SymbolOf(style.symbol);
     for (const VectorFeature& feature : layer.features) {

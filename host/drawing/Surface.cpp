@@ -1,5 +1,6 @@
 #include "Surface.h"
 
+#include "BlendScope.h"
 #include "SceneColors.h"
 #include "data/ReadingProgress.h"
 
@@ -11,7 +12,7 @@
 namespace OrrinViewer {
 
 Surface::Surface(ElevationGrid grid)
-    : m_grid(std::move(grid)), m_range(FindElevationRange(ElevationsWithData(m_grid))),
+    : m_grid(std::move(grid)), m_range(FindElevationRange(ElevationsWithData(m_grid))), m_shownRange(m_range),
       m_triangles(FindTriangles(m_grid)) {
     m_normals.resize(m_grid.elevations.size());
     m_colors.resize(m_grid.elevations.size());
@@ -23,8 +24,28 @@ Surface::Surface(ElevationGrid grid)
         }
         if (!std::isnan(m_grid.elevations[cell])) {
             m_normals[cell] = FindNormal(m_grid, cell % m_grid.columns, cell / m_grid.columns);
-            m_colors[cell] = ColorOfElevation(m_grid.elevations[cell], m_range);
+            m_colors[cell] = ColorOfElevation(m_grid.elevations[cell], m_shownRange);
         }
+    }
+}
+
+void Surface::SetRange(const ElevationRange& range) {
+    if (m_shownRange == range) {
+        return;
+    }
+    m_shownRange = range;
+    for (std::size_t cell = 0; cell < m_grid.elevations.size(); ++cell) {
+        if (!std::isnan(m_grid.elevations[cell])) {
+            m_colors[cell] = ColorOfElevation(m_grid.elevations[cell], m_shownRange);
+        }
+    }
+    m_geometry.Clear();
+}
+
+void Surface::SetOpacity(double opacity) {
+    if (m_opacity != opacity) {
+        m_opacity = opacity;
+        m_geometry.Clear();
     }
 }
 
@@ -48,9 +69,12 @@ void Surface::Drape(Raster image, const std::wstring& name) {
     m_geometry.Clear();
 }
 
-void Surface::Bare() {
+void Surface::Bare(KTR::COpenGLView& view) {
     if (m_covers.empty()) {
         return;
+    }
+    for (const Cover& cover : m_covers) {
+        view.DeleteTextureFromCache(cover.name.c_str());
     }
     m_covers.clear();
     m_triangles = FindTriangles(m_grid);
@@ -74,6 +98,8 @@ void Surface::ReleaseGeometry() {
 }
 
 void Surface::Draw(KTR::COpenGLView& view, const Position& origin) {
+    const BlendScope blend(view, m_opacity < 1.0);
+    view.DrawSetupTextureTransparency(ByteOf(m_opacity));
     for (Cover& cover : m_covers) {
         if (cover.records.empty() || !(cover.origin == origin)) {
             AddRecords(cover, origin);
@@ -84,6 +110,7 @@ void Surface::Draw(KTR::COpenGLView& view, const Position& origin) {
                                 nullptr, 0);
         }
     }
+    view.DrawSetupTextureTransparency(255);
     if (!m_triangles.empty()) {
         m_geometry.Draw(view);
     }
@@ -101,7 +128,7 @@ void Surface::FillTransparentPixels(Raster& image) const {
         const std::size_t row = pixel / width;
         const Position place = image.pixelToMap.At(static_cast<double>(column) + 0.5, static_cast<double>(row) + 0.5);
         const double elevation = m_grid.ElevationAt(place.x, place.y);
-        const Rgb ground = ColorOfElevation(std::isnan(elevation) ? m_range.low : elevation, m_range);
+        const Rgb ground = ColorOfElevation(std::isnan(elevation) ? m_shownRange.low : elevation, m_shownRange);
         const auto blend = [opacity = rgba[3]](int above, int below) {
             return static_cast<std::uint8_t>((above * opacity + below * (255 - opacity)) / 255);
         };
@@ -163,7 +190,8 @@ bool Surface::Prepare(KTR::COpenGLView& view, const Position& origin, std::chron
             const Position& normal = m_normals[cell];
             const Rgb& color = m_colors[cell];
             view.AddIndex3DVertexNormalRGBA(position.x - origin.x, position.y - origin.y, position.z - origin.z,
-                                            normal.x, normal.y, normal.z, color.red, color.green, color.blue, 255);
+                                            normal.x, normal.y, normal.z, color.red, color.green, color.blue,
+                                            ByteOf(m_opacity));
         }
     });
 }

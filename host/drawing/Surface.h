@@ -22,10 +22,16 @@ public:
     explicit Surface(ElevationGrid grid);
 
     const ElevationGrid& Grid() const { return m_grid; }
+    /// Between which the colours run, if nothing else is said.
+    const ElevationRange& GetRange() const { return m_range; }
+    /// Has the colours run between these; images that lie on it keep what shows through them until they are laid anew.
+    void SetRange(const ElevationRange& range);
+    /// From 0, nothing is seen of it, to 1.
+    void SetOpacity(double opacity);
     /// Lays an image over it, where nothing lies yet. `name` tells it from all other textures of the process.
     void Drape(Raster image, const std::wstring& name);
-    /// Takes all images off again.
-    void Bare();
+    /// Takes all images off again. The view's main context must be current.
+    void Bare(KTR::COpenGLView& view);
     /// Whether it reaches as far as the image, so that nothing of the image lies beside it.
     bool Reaches(const Raster& image) const;
     /// Adds what no image lies on relative to the origin, until that moment; true once all of it is there.
@@ -51,6 +57,8 @@ private:
 
     ElevationGrid m_grid;
     ElevationRange m_range;
+    ElevationRange m_shownRange;
+    double m_opacity = 1.0;
     std::vector<std::array<GridCorner, 3>> m_triangles; ///< in colours of elevations
     std::vector<Cover> m_covers;
     std::vector<Position> m_normals; ///< one per cell

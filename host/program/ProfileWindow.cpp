@@ -147,7 +147,7 @@ void ProfileWindow::SetBand(Band band) {
     m_clouds.clear();
     std::vector<CloudOpener> openers;
     for (const CloudSource& cloud : m_scene.ListClouds()) {
-        m_clouds.push_back(cloud.id);
+        m_clouds.emplace_back(cloud.id, cloud.hiddenClasses);
         openers.push_back(cloud.open);
     }
     m_reading.Start(m_band, std::move(openers));
@@ -274,8 +274,9 @@ void ProfileWindow::ReleaseCursor(HWND window) {
 /// Whether what was read is of the clouds that are shown.
 bool ProfileWindow::HasCloudsOfScene() const {
     const std::vector<CloudSource> clouds = m_scene.ListClouds();
-    return std::equal(clouds.begin(), clouds.end(), m_clouds.begin(), m_clouds.end(),
-                      [](const CloudSource& cloud, LayerId id) { return cloud.id == id; });
+    return std::equal(
+        clouds.begin(), clouds.end(), m_clouds.begin(), m_clouds.end(),
+        [](const CloudSource& cloud, const auto& read) { return std::pair(cloud.id, cloud.hiddenClasses) == read; });
 }
 
 void ProfileWindow::ShowSceneAnew() {

@@ -8,10 +8,12 @@
 
 #include <OrrinDisplay.h>
 
+#include <bitset>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace OrrinViewer {
@@ -86,13 +88,13 @@ private:
     int m_height = 1;
     Band m_band;
     BandReading m_reading;
-    std::vector<LayerId> m_clouds; ///< that it reads
-    std::size_t m_added = 0;       ///< points that the view has
-    std::uint32_t m_thinned = 0;   ///< when they were added
-    bool m_trueHeights = false;    ///< not exaggerated
-    bool m_isDrawn = false;        ///< what is shown is what there is
-    bool m_isNavigated = false;    ///< the user has chosen what is shown
-    std::wstring m_savedAs;        ///< told in the title until something else happens
+    std::vector<std::pair<LayerId, std::bitset<256>>> m_clouds; ///< that it reads, and which classes not
+    std::size_t m_added = 0;                                    ///< points that the view has
+    std::uint32_t m_thinned = 0;                                ///< when they were added
+    bool m_trueHeights = false;                                 ///< not exaggerated
+    bool m_isDrawn = false;                                     ///< what is shown is what there is
+    bool m_isNavigated = false;                                 ///< the user has chosen what is shown
+    std::wstring m_savedAs;                                     ///< told in the title until something else happens
     std::optional<POINT> m_cursor;
     HWND m_leader = nullptr;        ///< the window in which the mouse leads the cursor
     std::optional<POINT> m_dragged; ///< where the picture was taken hold of

@@ -23,6 +23,8 @@ public:
     /// Beside the window where the screen has room, otherwise over its right side; the keyboard stays where it is.
     void Show(HWND beside);
     void Hide();
+    /// The window that it stands beside, or stood; null before it was first shown.
+    HWND GetBeside() const { return m_beside; }
     /// The window that it stands beside has been moved, or has another size.
     void Follow();
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -60,6 +61,9 @@ bool ViewerSession::Open() {
     }
     if (m_options.frames == 0) {
         NoteRecentFiles(m_options.files);
+        auto layers = std::make_unique<LayerPanel>(m_scene, *this);
+        m_layerPanel = layers.get();
+        m_panel.Add(std::move(layers), 2.0);
         auto info = std::make_unique<InfoPanel>(*this);
         m_info = info.get();
         m_panel.Add(std::move(info), 1.0);
@@ -90,6 +94,9 @@ void ViewerSession::UpdateScene() {
     m_loading.Update();
     m_scene.Update();
     m_isStopped = m_isStopped && IsReading();
+    if (m_layerPanel) {
+        m_layerPanel->Update();
+    }
 }
 
 bool ViewerSession::StopReading() {
@@ -135,6 +142,46 @@ void ViewerSession::RedrawAll() {
     if (ProfileWindow* const profile = GetProfile()) {
         profile->ShowSceneAnew();
     }
+    if (m_layerPanel) {
+        m_layerPanel->Update();
+    }
+}
+
+/// The one beside which the panel stands, or another one when that is closed.
+ViewerWindow* ViewerSession::FindMapOfPanel() {
+    ViewerWindow* map = nullptr;
+    for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+        const bool isBeside = window->Handle() == m_panel.GetBeside();
+        if (IsWindowVisible(window->Handle()) && (isBeside || !map)) {
+            map = window.get();
+        }
+    }
+    return map;
+}
+
+void ViewerSession::ShowLayer(LayerId layer) {
+    const std::optional<LayerInfo> info = m_scene.FindLayer(layer);
+    ViewerWindow* const map = FindMapOfPanel();
+    if (info && map && !info->extent.IsEmpty()) {
+        map->ShowExtent(info->extent);
+    }
+}
+
+void ViewerSession::FocusMap() {
+    if (const ViewerWindow* const map = FindMapOfPanel()) {
+        SetFocus(map->Handle());
+    }
+}
+
+void ViewerSession::PassKeyToMap(WPARAM key) {
+    if (const ViewerWindow* const map = FindMapOfPanel()) {
+        SendMessageW(map->Handle(), WM_KEYDOWN, key, 0);
+    }
+}
+
+bool ViewerSession::MakeCurrent() {
+    ViewerWindow* const map = FindMapOfPanel();
+    return map && map->View().MakeCurrent(KTR::GLContextMain);
 }
 
 void ViewerSession::NoteClosed() {

@@ -2,6 +2,7 @@
 
 #include "Document.h"
 #include "InfoPanel.h"
+#include "LayerPanel.h"
 #include "Picking.h"
 #include "ProfileWindow.h"
 #include "SceneLoading.h"
@@ -52,6 +53,14 @@ public:
 
     /// The controls beside a map; they are of all windows together.
     SidePanel& GetPanel() { return m_panel; }
+    /// Has that map show a layer as large as it can.
+    void ShowLayer(LayerId layer);
+    /// Gives that map the keyboard.
+    void FocusMap();
+    /// A key that was pressed in the controls, but is not for them.
+    void PassKeyToMap(WPARAM key);
+    /// Makes that map's main context current; false where it cannot be.
+    bool MakeCurrent();
 
     /// What is picked, in all windows together.
     const Picking& GetPicking() const { return m_picking; }
@@ -73,6 +82,7 @@ public:
 
 private:
     void ShowPick();
+    ViewerWindow* FindMapOfPanel();
     void DrawFrames();
     void SaveScreenshots();
 
@@ -83,7 +93,8 @@ private:
     std::vector<std::unique_ptr<ViewerWindow>> m_windows;
     Picking m_picking;
     SidePanel m_panel;
-    InfoPanel* m_info = nullptr; ///< a part of the panel
+    LayerPanel* m_layerPanel = nullptr; ///< a part of the panel
+    InfoPanel* m_info = nullptr;        ///< another one
     std::unique_ptr<ProfileWindow> m_profile;
     std::size_t m_openWindows = 0;
     bool m_isStopped = false; ///< what is being read ends soon

@@ -161,6 +161,15 @@ void ViewerWindow::ShowView(const ProjectView& view) {
     Redraw();
 }
 
+void ViewerWindow::ShowExtent(const Extent& extent) {
+    CancelBand();
+    m_view->MakeCurrent(KTR::GLContextMain);
+    m_scene.ShowExtent(*m_view, m_view->GetCurrentViewOrientation(), extent);
+    m_scene.HoldEverything(*m_view);
+    m_isNavigated = true;
+    Redraw();
+}
+
 void ViewerWindow::Forget() {
     m_measured.reset();
     SetTool(Tool::Look);

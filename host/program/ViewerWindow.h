@@ -65,6 +65,8 @@ public:
     void Forget();
     /// More is to come to the scene.
     void ExpectScene();
+    /// Shows a part of the scene as large as it can be.
+    void ShowExtent(const Extent& extent);
     /// The scene is drawn in another way than before.
     void ShowSceneAnew();
     /// Only what lies over the frame has changed.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numeric>
 #include <stdexcept>
 
@@ -268,6 +269,54 @@ TEST_P(Clouds, FrameOfAnotherCameraOrColouringIsNotRefined) {
         throw std::runtime_error("no colours");
     });
     EXPECT_EQ(layer->Draw(View(), drawing).result, E_UNEXPECTED);
+}
+
+// Whether they come from the card, in parts or as a whole, or from memory: neither colours nor depths.
+TEST_P(Clouds, PointsOfAlphaZeroAreLeftOut) {
+    const std::vector<PointCloudPoint> points = ManyPoints(30'000);
+    std::vector<PointCloudPoint> shown;
+    std::copy_if(points.begin(), points.end(), std::back_inserter(shown),
+                 [](const PointCloudPoint& point) { return point.red < 0x4000; });
+    PointCloudLimits limits;
+    limits.pointsInOrder = 0;
+    limits.chunkPoints = 1'000;
+    const Picture expected = AtOnce(shown, 3.0);
+    const auto depthsOf = [this] {
+        std::vector<float> depths(static_cast<std::size_t>(kSide) * kSide);
+        View().ReadPixels(0, 0, kSide, kSide, GL_DEPTH_COMPONENT, GL_FLOAT, depths.data());
+        return depths;
+    };
+    const std::vector<float> expectedDepths = depthsOf();
+    // Chunks round to their own origins.
+    const auto differ = [&] {
+        const std::vector<float> depths = depthsOf();
+        return !std::equal(depths.begin(), depths.end(), expectedDepths.begin(),
+                           [](float one, float other) { return std::abs(one - other) < 1e-5F; });
+    };
+    for (const unsigned long long cardBytes : {0ULL, 1ULL << 30}) {
+        limits.cardBytes = cardBytes;
+        const auto layer = Open(points, limits);
+        layer->SetColoring(
+            [](const PointCloudRecord* records, std::size_t count, const PointXYZ&, GLRGBAColor* colors) {
+                std::transform(records, records + count, colors, [](const PointCloudRecord& record) {
+                    const auto upper = [](unsigned short channel) { return static_cast<unsigned char>(channel >> 8); };
+                    return GLRGBAColor{upper(record.red), upper(record.green), upper(record.blue),
+                                       static_cast<unsigned char>(record.red < 0x4000 ? 255 : 0)};
+                });
+            });
+        PointCloudDrawing drawing;
+        drawing.pointSizePixels = 3.0;
+        for (const unsigned long long budget : {7'000ULL, 0ULL}) {
+            drawing.mostPoints = budget;
+            EXPECT_TRUE(Complete(*layer, drawing).pixels == expected.pixels) << cardBytes << " " << budget;
+            EXPECT_FALSE(differ()) << cardBytes << " " << budget;
+        }
+        EXPECT_EQ(layer->GetState().cardBytes, cardBytes == 0 ? 0 : shown.size() * 36U);
+        layer->SetColoring([](const PointCloudRecord*, std::size_t count, const PointXYZ&, GLRGBAColor* colors) {
+            std::fill_n(colors, count, GLRGBAColor{9, 8, 7, 0});
+        });
+        EXPECT_EQ(Complete(*layer, drawing).CountDrawn(), 0);
+    }
 }
 
 TEST_P(Clouds, TwoViewsShowTheirOwnParts) {

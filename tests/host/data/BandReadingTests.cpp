@@ -66,6 +66,43 @@ TEST(BandReading, FindsWhatLiesBesideTheLineInAllClouds) {
     EXPECT_EQ(PointsOf(reading).size(), 0U) << "what was there before is gone";
 }
 
+// Points that are left out must not look like the end of the file to those who read on.
+TEST(CloudReader, ClassesThatAreLeftOutLeaveNoGaps) {
+    class Classified final : public CloudReader {
+    public:
+        CloudFields GetFields() const override { return {.classes = true}; }
+        std::uint64_t GetPointCount() const override { return 1000; }
+        std::uint64_t CountSkipped() const override { return 0; }
+        std::size_t Read(std::span<CloudPoint> points) override {
+            std::size_t count = 0;
+            for (; count < points.size() && m_next < 1000; ++count, ++m_next) {
+                points[count].intensity = static_cast<float>(m_next);
+                points[count].classNumber = static_cast<std::uint8_t>(m_next < 300 ? 2 : m_next % 2 == 0 ? 6 : 9);
+            }
+            return count;
+        }
+
+    private:
+        int m_next = 0;
+    };
+    std::bitset<256> hidden;
+    hidden.set(2);
+    hidden.set(6);
+    const std::unique_ptr<CloudReader> reader = LeaveOutClasses(std::make_unique<Classified>(), hidden);
+    std::vector<float> read;
+    std::vector<CloudPoint> points(64);
+    for (std::size_t count = points.size(); count == points.size();) {
+        count = reader->Read(points);
+        for (std::size_t index = 0; index < count; ++index) {
+            EXPECT_EQ(points[index].classNumber, 9);
+            read.push_back(points[index].intensity);
+        }
+    }
+    ASSERT_EQ(read.size(), 350U);
+    EXPECT_EQ(read.front(), 301.0F);
+    EXPECT_EQ(read.back(), 999.0F);
+}
+
 // A file of any size in memory of one size: evenly fewer, the first ones included.
 TEST(BandReading, KeepsNoMorePointsThanItMay) {
     BandReading reading(1000);

@@ -32,7 +32,7 @@ TEST(SceneColors, ElevationRamp_IgnoresOutliersAndGrowsBrighter) {
     const CloudTraits traits = TraitsOf(slope, {});
     EXPECT_EQ(traits.elevations.low, 20.0);
     EXPECT_EQ(traits.elevations.high, 980.0);
-    const PointColors colors(traits, ColorMode::Elevation);
+    const PointColors colors(traits, PointColoring{});
     for (int z = 100; z <= 1000; z += 100) {
         EXPECT_GT(Brightness(colors.ColorOf(At(z))), Brightness(colors.ColorOf(At(z - 100)))) << z;
     }
@@ -58,7 +58,7 @@ TEST(SceneColors, EachModeShowsItsAttribute_ElevationsWhereItIsMissing) {
     std::vector<CloudPoint> points = {At(0), At(5)};
     CloudFields fields;
     const auto colored = [&](ColorMode mode) {
-        const PointColors colors(TraitsOf(points, fields), mode);
+        const PointColors colors(TraitsOf(points, fields), PointColoring{.mode = mode});
         return std::vector<Rgb>{colors.ColorOf(points[0]), colors.ColorOf(points[1])};
     };
     const auto chosen = [&] { return ChooseColorMode(TraitsOf(points, fields)); };
@@ -87,6 +87,45 @@ TEST(SceneColors, EachModeShowsItsAttribute_ElevationsWhereItIsMissing) {
     points = {At(0), At(5)};
     fields.zeroIsAbsent = true;
     EXPECT_EQ(colored(ColorMode::Recorded), byElevation);
+}
+
+TEST(SceneColors, RampEndsAreThoseOfTheDataUnlessTheyAreSet) {
+    std::vector<CloudPoint> points = {At(0), At(50), At(100)};
+    points[1].intensity = 30.0F;
+    points[2].intensity = 80.0F;
+    const CloudTraits traits = TraitsOf(points, {.intensities = true});
+    const auto colored = [&](const PointColoring& coloring) {
+        return PointColors(traits, coloring).ColorOf(points[1]);
+    };
+    EXPECT_EQ(colored({}), ColorOfElevation(0.5, {0.0, 1.0}));
+    EXPECT_EQ(colored({.elevationRamp = {50.0, {}}}), kElevationRamp.front());
+    EXPECT_EQ(colored({.elevationRamp = {{}, 50.0}}), kElevationRamp.back());
+    EXPECT_EQ(colored({.elevationRamp = {25.0, 125.0}}), ColorOfElevation(0.25, {0.0, 1.0}));
+    const ElevationRange turned = RampEnds{70.0, 20.0}.Of(traits.elevations);
+    EXPECT_EQ(turned.low, 70.0);
+    EXPECT_EQ(turned.high, 70.0);
+    EXPECT_EQ(colored({.mode = ColorMode::Intensity, .intensityRamp = {10.0, 30.0}}), (Rgb{255, 255, 255}));
+    EXPECT_EQ(colored({.mode = ColorMode::Intensity, .intensityRamp = {30.0, 10.0}}), (Rgb{40, 40, 40}));
+}
+
+TEST(SceneColors, ClassesAreCountedAndHiddenByTheirNumbers) {
+    std::vector<CloudPoint> points(7);
+    points[2].classNumber = 2;
+    points[3].classNumber = 2;
+    points[4].classNumber = kNoClass;
+    const CloudTraits traits = TraitsOf(points, {.classes = true});
+    EXPECT_EQ(traits.classCounts[0], 4U);
+    EXPECT_EQ(traits.classCounts[2], 2U);
+    EXPECT_EQ(traits.classCounts[kNoClass], 1U);
+    PointColoring coloring;
+    coloring.hiddenClasses.set(2);
+    coloring.hiddenClasses.set(kNoClass);
+    const PointColors colors(traits, coloring);
+    std::vector<bool> hidden;
+    for (const CloudPoint& point : points) {
+        hidden.push_back(colors.Hides(point));
+    }
+    EXPECT_EQ(hidden, (std::vector<bool>{false, false, true, true, true, false, false}));
 }
 
 // A file in which one point in ten is labelled and coloured, and the rest black, would show as a dark smear.
