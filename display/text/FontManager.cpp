@@ -40,6 +40,10 @@ constexpr int kNoFontHeightPixels = 13;
 /// The oldest font that may go: the one before it is the default font.
 constexpr int kFirstToGo = 1;
 
+/// What the screen is measured on. Windows lends one for each GetDC until it is given back, so measuring again takes
+/// the one that is there.
+HDC screenContext = nullptr;
+
 } // namespace
 
 CFTGLFontManager::~CFTGLFontManager() {
@@ -221,8 +225,10 @@ void CFTGLFontManager::ClearTaggedForDeletionTextureAndSamplerNames() {
 }
 
 void CFTGLFontManager::CalculateScreenDPI() {
-    // The screen's device context is common to the process and stays with it.
-    const HDC screen = GetDC(nullptr);
+    if (!screenContext) {
+        screenContext = GetDC(nullptr);
+    }
+    const HDC screen = screenContext;
     RECT desktop = {};
     GetWindowRect(GetDesktopWindow(), &desktop);
     m_giLogicalDisplayHeight = desktop.bottom;
@@ -235,6 +241,13 @@ void CFTGLFontManager::CalculateScreenDPI() {
     m_giDPI = std::max(m_giLogicalHorizontalDPI, m_giLogicalVerticalDPI);
     m_giPhysicalDiagonalPixels = TruncatedDiagonal(m_giPhysicalDisplayWidth, m_giPhysicalDisplayHeight);
     m_giPhysicalDiagonalInches = static_cast<int>(m_giPhysicalDiagonalPixels * 0.0393700787);
+}
+
+void CFTGLFontManager::ReleaseScreen() {
+    if (screenContext) {
+        ReleaseDC(nullptr, screenContext);
+        screenContext = nullptr;
+    }
 }
 
 int CFTGLFontManager::GetPointSizeInLogicalUnits(HDC deviceContext, const LOGFONTW& font, const TEXTMETRICW& metrics) {

@@ -90,6 +90,8 @@ public:
     /// Fills the screen measurements below. They do not follow a later change of the display unless this is called
     /// again.
     static void CalculateScreenDPI();
+    /// Gives back the screen's device context, which stays with the library otherwise. The measurements stay.
+    static void ReleaseScreen();
     /// Point size of a GDI font, from its cell height (`lfHeight` from 0 up) or its character height (below 0).
     static int GetPointSizeInLogicalUnits(HDC deviceContext, const LOGFONTW& font, const TEXTMETRICW& metrics);
     /// The same, with the metrics of the font that is selected into the device context.

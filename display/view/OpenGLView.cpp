@@ -189,6 +189,7 @@ void COpenGLView::FinalShutDownDestroyClassCriticalSection() {
     std::memset(&m_gcsOpenGLCreateContext, 0, sizeof(m_gcsOpenGLCreateContext));
     m_gCurrentRenderingContext = nullptr;
     m_gCurrentDeviceContext = nullptr;
+    CFTGLFontManager::ReleaseScreen();
 }
 
 long COpenGLView::InitializeFontManager() {

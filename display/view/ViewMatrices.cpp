@@ -6,6 +6,8 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
 
+#include <cstring>
+
 namespace KTR {
 
 namespace {
@@ -16,6 +18,11 @@ void StorePoint(const glm::dvec3& point, double* x, double* y, double* z) {
     *x = point.x;
     *y = point.y;
     *z = point.z;
+}
+
+bool HasColorMatrix(const GLCalls& gl) {
+    const char* const extensions = reinterpret_cast<const char*>(gl.glGetString(GL_EXTENSIONS));
+    return extensions && (std::strstr(extensions, "GL_ARB_imaging") || std::strstr(extensions, "GL_SGI_color_matrix"));
 }
 
 } // namespace
@@ -47,10 +54,10 @@ void COpenGLView::CopyCurrentGLMMatrixToOpenGL() {
     const GLCalls gl = CallGL();
     if (CurrentRecord().attributes.matrixMode == GL_COLOR) {
         // NOTE: most drivers have no colour matrix. They refuse the mode and stay in the one before, whose matrix must
-        // not be overwritten.
+        // not be overwritten. Mesa with a thread of its own says to be in the refused mode all the same.
         GLint mode = 0;
         gl.glGetIntegerv(GL_MATRIX_MODE, &mode);
-        if (mode != GL_COLOR) {
+        if (mode != GL_COLOR || !HasColorMatrix(gl)) {
             return;
         }
     }

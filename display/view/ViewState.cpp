@@ -96,7 +96,9 @@ void COpenGLView::GetCurrentGLAttributes(GLAttributes& attributes) {
     gl.glGetFloatv(GL_LINE_WIDTH, &attributes.lineWidth);
     attributes.polygonMode = integer(GL_POLYGON_MODE);
     attributes.polygonModeFace = GL_FRONT_AND_BACK;
-    attributes.matrixMode = integer(GL_MATRIX_MODE);
+    // NOTE: Mesa with a thread of its own says 0 before the first mode is set.
+    const unsigned int mode = integer(GL_MATRIX_MODE);
+    attributes.matrixMode = mode == 0 ? GL_MODELVIEW : mode;
     gl.glGetIntegerv(GL_VIEWPORT, attributes.viewport.data());
     attributes.logicOp = integer(GL_LOGIC_OP_MODE);
     attributes.blendSource = integer(GL_BLEND_SRC_RGB);

@@ -1,4 +1,5 @@
 #include "support/PipelineFixture.h"
+#include "support/ProcessFootprint.h"
 
 #include <optional>
 
@@ -43,6 +44,24 @@ TEST_P(AfterTheLastCall, NewViewStartsTheClassAnew) {
     EXPECT_LE(driver.CallCount("glLinkProgram"), 13U);
     COpenGLView::FinalShutDownDestroyClassCriticalSection();
     COpenGLView::FinalShutDownDestroyClassCriticalSection(); // nothing is there to delete
+}
+
+// A program that loads and unloads the library, or measures the screen anew, must not be short of device contexts one
+// day.
+TEST_P(AfterTheLastCall, TheScreensDeviceContextIsGivenBack) {
+    LiveView live;
+    CFTGLFontManager::CalculateScreenDPI();
+    const ProcessFootprint before = ProcessFootprint::Take();
+    for (int time = 0; time < 5; ++time) {
+        CFTGLFontManager::CalculateScreenDPI();
+    }
+    EXPECT_EQ(ProcessFootprint::Take().gdiObjects, before.gdiObjects);
+    // NOTE: Wine keeps a context that was given back for the next one who asks.
+    COpenGLView::FinalShutDownDestroyClassCriticalSection();
+    const std::size_t givenBack = ProcessFootprint::Take().gdiObjects;
+    const HDC screen = GetDC(nullptr);
+    EXPECT_EQ(ProcessFootprint::Take().gdiObjects, givenBack);
+    ReleaseDC(nullptr, screen);
 }
 
 } // namespace

@@ -6,9 +6,11 @@
 class TestWindow {
 public:
     explicit TestWindow(int width = 128, int height = 128) {
+        // Once for the process: a DLL that is loaded again finds the class there.
         static const ATOM windowClass = RegisterTestClass();
-        m_window = CreateWindowExW(0, MAKEINTATOM(windowClass), L"OrrinDisplay test", WS_POPUP, 0, 0, width, height,
-                                   nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+        static_cast<void>(windowClass);
+        m_window = CreateWindowExW(0, kClassName, L"OrrinDisplay test", WS_POPUP, 0, 0, width, height, nullptr, nullptr,
+                                   GetModuleHandleW(nullptr), nullptr);
         ShowWindow(m_window, SW_SHOWNOACTIVATE);
         m_deviceContext = GetDC(m_window);
     }
@@ -26,12 +28,14 @@ public:
     }
 
 private:
+    static constexpr const wchar_t* kClassName = L"OrrinDisplayTest";
+
     static ATOM RegisterTestClass() {
         WNDCLASSW windowClass = {};
         windowClass.style = CS_OWNDC;
         windowClass.lpfnWndProc = DefWindowProcW;
         windowClass.hInstance = GetModuleHandleW(nullptr);
-        windowClass.lpszClassName = L"OrrinDisplayTest";
+        windowClass.lpszClassName = kClassName;
         return RegisterClassW(&windowClass);
     }
 

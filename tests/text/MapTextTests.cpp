@@ -357,8 +357,9 @@ TEST_P(LineLabels, RepeatedLabelsAreEvenlyDistributed) {
     const Picture three = DrawnAlong({{0, 40, 0}, {240, 40, 0}}, style);
     for (int x = 0; x < 80; ++x) {
         for (int y = 0; y < kHeight; ++y) {
-            ASSERT_EQ(three.At(x, y), three.At(x + 80, y)) << x << ", " << y;
-            ASSERT_EQ(three.At(x, y), three.At(x + 160, y)) << x << ", " << y;
+            // Where a letter is half covered drivers round differently from place to place.
+            ASSERT_LE(LargestDifference(three.At(x, y), three.At(x + 80, y)), 1) << x << ", " << y;
+            ASSERT_LE(LargestDifference(three.At(x, y), three.At(x + 160, y)), 1) << x << ", " << y;
             ASSERT_TRUE(three.At(x, y) == kBlack || y >= 43) << "above the line";
         }
     }

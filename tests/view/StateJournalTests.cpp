@@ -65,6 +65,24 @@ TEST_P(StateCalls, OpenGLIsAskedForAllThatTheCopyKeeps) {
     EXPECT_EQ(Called(), expected);
 }
 
+// Mesa with a thread of its own answers from what it was told: the colour mode, though the driver behind it has refused
+// that and would take the colour matrix for the model-view one, and 0 before it was told a mode.
+TEST_P(StateCalls, MatrixModeThatTheDriverOnlySeemsToBeInIsNotBelieved) {
+    driver.JournalOnly({"glLoadMatrixd"});
+    driver.SetIntegerAnswer(GL_MATRIX_MODE, GL_COLOR);
+    View().MatrixMode(GL_COLOR);
+    for (const bool hasColorMatrix : {false, true}) {
+        driver.SetStringText(GL_EXTENSIONS, hasColorMatrix ? "GL_ARB_imaging" : "GL_ARB_multisample");
+        driver.StartJournal();
+        View().Translate(5.0, 0.0, 0.0);
+        EXPECT_EQ(Called().size(), hasColorMatrix && !GetParam() ? 1U : 0U);
+    }
+    driver.SetIntegerAnswer(GL_MATRIX_MODE, 0);
+    GLAttributes attributes;
+    View().GetCurrentGLAttributes(attributes);
+    EXPECT_EQ(attributes.matrixMode, static_cast<unsigned int>(GL_MODELVIEW));
+}
+
 // Capabilities interact in some drivers, so that their order is part of what a host sees.
 TEST_P(StateCalls, StateIsSentAgainInItsOrder) {
     View().Enable(GL_DEPTH_TEST);

@@ -121,7 +121,7 @@ TEST_P(State, PoppedMatricesLeaveTheRestoredMode) {
         EXPECT_EQ(Cached().matrixMode, static_cast<unsigned>(GL_TEXTURE));
         GLint mode = 0;
         glGetIntegerv(GL_MATRIX_MODE, &mode);
-        EXPECT_EQ(mode, GetParam() ? GL_MODELVIEW : GL_TEXTURE) << "a 4.x context is not sent the mode";
+        EXPECT_EQ(mode == GL_TEXTURE, !GetParam()) << "a 4.x context is not sent the mode";
     }
 }
 
