@@ -129,9 +129,10 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::string area;
     std::string dashes;
 
-    CLI::App app("Shows point clouds (LAS, PLY), shaded reliefs (ESRI ASCII grid), images with a world file (PNG, "
-                 "JPEG) and vectors (GeoJSON).",
-                 "OrrinViewer");
+    CLI::App app(
+        "Shows point clouds (LAS, LAZ, COPC, PLY, XYZ, CSV), meshes (PLY), images and elevations (GeoTIFF, PNG, "
+        "JPEG, ESRI ASCII grid) and vectors (GeoJSON, shapefile, GeoPackage).",
+        "OrrinViewer");
     app.set_help_flag("-h,--help", "Prints this and ends");
     app.set_version_flag("--version", "OrrinViewer " ORRIN_VIEWER_VERSION, "Prints the version and ends");
     app.get_formatter()->label("OPTIONS", "options");
