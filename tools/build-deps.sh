@@ -34,13 +34,13 @@ build_library() {
         -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib -DCMAKE_PREFIX_PATH="$prefix" \
         -DCMAKE_CXX_STANDARD=20 -DCMAKE_CXX_EXTENSIONS=OFF \
         -DCMAKE_C_FLAGS="-ffile-prefix-map=$work/source/=" -DCMAKE_CXX_FLAGS="-ffile-prefix-map=$work/source/=" "$@"
-    cmake --build "$work/build/$name" -j2
+    cmake --build "$work/build/$name" -j"$(nproc)"
     cmake --install "$work/build/$name" --strip
 }
 
 # FreeType, HarfBuzz and the test libraries go into their users; spdlog and fmt are DLLs, so that a host and the library
 # see one registry of loggers.
-build_all() {
+build_most() {
     build_library fmtlib -DBUILD_SHARED_LIBS=ON -DFMT_TEST=OFF -DFMT_DOC=OFF
     build_library spdlog -DSPDLOG_BUILD_SHARED=ON -DSPDLOG_FMT_EXTERNAL=ON -DSPDLOG_BUILD_EXAMPLE=OFF \
         -DSPDLOG_BUILD_TESTS=OFF
@@ -60,8 +60,6 @@ build_all() {
     build_library tiff -DBUILD_SHARED_LIBS=OFF -Dtiff-tools=OFF -Dtiff-tests=OFF -Dtiff-contrib=OFF -Dtiff-docs=OFF \
         -Dcxx=OFF -Dlibdeflate=OFF -Dpixarlog=OFF -Djpeg=OFF -Djbig=OFF -Dlerc=OFF -Dlzma=OFF -Dzstd=OFF -Dwebp=OFF \
         -Dccitt=OFF -Dthunder=OFF -Dnext=OFF -Dlogluv=OFF -Dmdi=OFF
-    build_sqlite
-    build_proj
 }
 
 # Its sources become one file by programs that run here, which is then compiled for the target.
@@ -77,8 +75,10 @@ build_sqlite() {
 }
 
 # Coordinate systems. Their database is not made anew: the distribution's own is installed, which is of the same version.
-# Compiled with few optimisations, which takes less time here; transforming is not what loading waits for.
+# Compiled with few optimisations and as the C++ it is written in, which takes two thirds of the time here; transforming
+# is not what loading waits for, and its users call it as C.
 build_proj() {
+    build_sqlite
     cat >"$work/copy-database" <<'SCRIPT'
 #!/bin/sh
 cp /usr/share/proj/proj.db "$1"
@@ -86,8 +86,21 @@ SCRIPT
     chmod +x "$work/copy-database"
     build_library proj -DBUILD_SHARED_LIBS=OFF -DENABLE_TIFF=OFF -DENABLE_CURL=OFF -DBUILD_APPS=OFF \
         -DBUILD_TESTING=OFF -DSQLITE3_INCLUDE_DIR="$prefix/include" -DSQLITE3_LIBRARY="$prefix/lib/libsqlite3.a" \
-        -DEXE_SQLITE3="$work/copy-database" "-DCMAKE_C_FLAGS_RELEASE=-O1 -DNDEBUG" \
+        -DEXE_SQLITE3="$work/copy-database" -DCMAKE_CXX_STANDARD=11 "-DCMAKE_C_FLAGS_RELEASE=-O1 -DNDEBUG" \
         "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG"
+}
+
+# Configuring is done by one process at a time: beside PROJ, which is half of all, nobody waits for that.
+build_all() {
+    local most proj failed=no
+    mkdir -p "$prefix/include" "$prefix/lib" "$work/build"
+    step deps-most "Building them and googletest for the target (three minutes)" build_most &
+    most=$!
+    step deps-proj "Building SQLite and PROJ for the target" build_proj &
+    proj=$!
+    wait $most || failed=yes
+    wait $proj || failed=yes
+    [ $failed = no ]
 }
 
 # Libraries that are only headers. The compiler for the target must not see the machine's own headers as a whole. They
@@ -120,7 +133,7 @@ if [ ! -e "$prefix/complete" ]; then
     rm -rf "$prefix"
     mkdir -p "$prefix"
     step deps-fetch "Fetching the sources of ${packages[*]}" fetch_sources
-    step deps-build "Building them and googletest for the target (three minutes)" build_all
+    build_all
     step deps-headers "Copying header libraries" copy_headers
     step deps-runtime "Copying the compiler's runtime" copy_runtime
     touch "$prefix/complete"

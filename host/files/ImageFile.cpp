@@ -136,6 +136,13 @@ bool HasTooManyCodes(std::span<const std::uint8_t> bytes) {
     return false;
 }
 
+/// Whether so many bytes can tell of so many pixels. A block of 64 takes a bit or more in a JPEG image; a byte of the
+/// compression of PNG stands for 1,032 at most, and each of those for eight pixels.
+bool AreBorneOut(double pixels, std::span<const std::uint8_t> bytes) {
+    const double mostPerByte = BeginsLikeJpeg(bytes) ? 8 * 64 : 8 * 1'032;
+    return pixels <= mostPerByte * static_cast<double>(bytes.size());
+}
+
 } // namespace
 
 bool BeginsLikeImage(std::string_view beginning) {
@@ -151,6 +158,12 @@ RasterImage ReadImageFile(const std::filesystem::path& path) {
     constexpr int kChannels = 4;
     RasterImage image;
     int channelsInFile = 0;
+    const int size = static_cast<int>(bytes.size());
+    if (stbi_info_from_memory(bytes.data(), size, &image.width, &image.height, &channelsInFile) != 0 &&
+        !AreBorneOut(static_cast<double>(image.width) * image.height, bytes)) {
+        file.Fail("promises " + std::to_string(image.width) + " by " + std::to_string(image.height) +
+                  " pixels and is too small for them");
+    }
     ImageBytes decoded(bytes);
     const std::unique_ptr<stbi_uc, FreePixels> pixels(stbi_load_from_callbacks(
         &ImageBytes::Callbacks(), &decoded, &image.width, &image.height, &channelsInFile, kChannels));
@@ -160,8 +173,9 @@ RasterImage ReadImageFile(const std::filesystem::path& path) {
         const char* reason = stbi_failure_reason();
         file.Fail("is a damaged image or none at all" + (reason ? ": " + QuoteForMessage(reason) : std::string()));
     }
-    const std::size_t size = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * kChannels;
-    image.rgba.assign(pixels.get(), pixels.get() + size);
+    const std::size_t values =
+        static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * kChannels;
+    image.rgba.assign(pixels.get(), pixels.get() + values);
     return image;
 }
 

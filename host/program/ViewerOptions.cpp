@@ -148,8 +148,10 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     std::string dashes;
     std::string pictureSize;
 
-    CLI::App app("Shows point clouds, shaded reliefs, rasters and vectors in one map, from files of many kinds.",
-                 "OrrinViewer");
+    CLI::App app(
+        "Shows point clouds (LAS, LAZ, COPC, PLY, XYZ, CSV), meshes (PLY), images and elevations (GeoTIFF, PNG, "
+        "JPEG, ESRI ASCII grid) and vectors (GeoJSON, shapefile, GeoPackage).",
+        "OrrinViewer");
     app.set_help_flag("-h,--help", "Prints this and ends");
     app.set_version_flag("--version", "OrrinViewer " ORRIN_VIEWER_VERSION, "Prints the version and ends");
     app.get_formatter()->label("OPTIONS", "options");

@@ -156,10 +156,15 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(LazFile, RandomDamage_NeverDoesMoreThanRefuse) {
-    for (const int format : {3, 7}) {
+    for (const int format : {3, 8}) {
         const std::string content = BuildLaz(MakePoints(60, format), {.pointFormat = format, .chunkSize = 40});
         EXPECT_GT(CountRefusedMutations(ReadPoints, content, ".laz"), 0);
     }
+}
+
+TEST(LazFile, RandomDamageOfAnOctree_NeverDoesMoreThanRefuse) {
+    const std::string content = BuildLaz(MakePoints(30, 7), {.pointFormat = 7, .chunkSize = 8, .levels = {2, 1, 0, 1}});
+    EXPECT_GT(CountRefusedMutations(ReadPoints, content, ".copc.laz"), 0);
 }
 
 } // namespace

@@ -104,6 +104,12 @@ TEST(PointTextFile, RandomDamage_NeverDoesMoreThanRefuse) {
         content += "500000,25;4500000,5;12,5;250;0;0;2\n";
     }
     CountRefusedMutations(ReadText, content, ".csv");
+
+    std::string bare;
+    for (int point = 0; point < 20; ++point) {
+        bare += "500000.25 4500000.5 12.5 77 250 0 0\n";
+    }
+    CountRefusedMutations(ReadText, bare, ".xyz");
 }
 
 } // namespace

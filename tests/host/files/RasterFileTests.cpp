@@ -3,6 +3,7 @@
 #include "files/OpenFile.h"
 #include "files/WorldFile.h"
 
+#include <optional>
 #include <random>
 #include <thread>
 
@@ -77,8 +78,35 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(RasterFile, RandomDamage_NeverDoesMoreThanRefuse) {
-    EXPECT_GT(
-        CountRefusedMutations([](const std::filesystem::path& path) { OpenRaster(path); }, FourPixelPng(), ".png"), 0);
+    const auto expectRefusals = [](const char* ending, int mostPixelsPerByte) {
+        std::vector<std::uint8_t> pixels(std::size_t{3} * 24 * 24);
+        for (std::size_t index = 0; index < pixels.size(); ++index) {
+            pixels[index] = static_cast<std::uint8_t>(index * index % 7);
+        }
+        const std::string content = EncodeImage(ending, 24, 24, pixels);
+        const std::int64_t mostPixels = mostPixelsPerByte * static_cast<std::int64_t>(content.size());
+        EXPECT_GT(CountRefusedMutations(ReadImageFile, content, ending, 4 * mostPixels), 0) << ending;
+    };
+    expectRefusals("a.png", 8 * 1'032);
+    expectRefusals("a.jpg", 512);
+}
+
+TEST(RasterFile, ImageThatPromisesMoreThanItHolds_IsRefused) {
+    std::string png = FourPixelPng();
+    png.replace(16, 8, FileBytes(true).Put(20'000).Put(15'000).Content());
+    EXPECT_NE(Complaint(ReadImageFile, png, ".png").find("promises 20000 by 15000 pixels"), std::string::npos);
+}
+
+TEST(RasterFile, RandomDamageOfItsPlace_NeverDoesMoreThanRefuse) {
+    std::optional<SidecarFile> beside;
+    const auto read = [&](const std::filesystem::path& damaged) {
+        if (!beside) {
+            beside.emplace(damaged, ".png", FourPixelPng());
+        }
+        std::filesystem::path path = damaged;
+        OpenRaster(path.replace_extension(".png"));
+    };
+    EXPECT_GT(CountRefusedMutations(read, "0.5\n0\n0\n-0.5\n500000.25\n4500000.75\n", ".pgw"), 0);
 }
 
 // A table of a JPEG image says how many codes it has, and the image library believes it: up to 4080 of them, with room
