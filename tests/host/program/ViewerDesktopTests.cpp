@@ -2,6 +2,8 @@
 
 #include "ViewerHand.h"
 
+#include "program/WindowManners.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -42,9 +44,10 @@ protected:
         return Write("parcel.geojson", R"({"type": "Feature", "properties": {"NAME": "Hill"}, "geometry":
             {"type": "Polygon", "coordinates": [[[0, 0], [100, 0], [100, 60], [0, 60], [0, 0]]]}})");
     }
-    /// Opens the parcel in a window of 600 by 400 pixels, and closes it afterwards.
+    /// Opens the parcel in a window of 600 by 400 pixels, five a metre, and closes it afterwards.
     void Use(const std::function<void(HWND, const PROCESS_INFORMATION&)>& use) const {
-        const Outcome outcome = Start({WriteParcel().wstring(), L"--width", L"600", L"--height", L"400"},
+        const Outcome outcome = Start({WriteParcel().wstring(), L"--area", L"-10,-10,110,70", L"--plain", L"--width",
+                                       L"600", L"--height", L"400"},
                                       [&](const PROCESS_INFORMATION& process) {
                                           const HWND window = ViewerHand(process, Folder()).FindWindow(L" ms");
                                           EXPECT_NE(window, nullptr) << "no window with a frame";
@@ -134,6 +137,17 @@ TEST_F(ViewerOnDesktop, WindowTakesTheSizeThatAnotherScreenWants) {
         EXPECT_EQ(std::memcmp(&taken, &wanted, sizeof(wanted)), 0)
             << taken.left << " " << taken.top << " " << taken.right << " " << taken.bottom;
     });
+}
+
+TEST_F(ViewerOnDesktop, TitleIsDarkWhereTheUserWantsPrograms) {
+    constexpr wchar_t key[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize";
+    {
+        const UserSetting light(key, L"AppsUseLightTheme", 1);
+        EXPECT_FALSE(WantsDarkTitle());
+    }
+    const UserSetting dark(key, L"AppsUseLightTheme", 0);
+    EXPECT_TRUE(WantsDarkTitle());
+    Use([](HWND window, const PROCESS_INFORMATION&) { EXPECT_TRUE(IsWindowVisible(window)); });
 }
 
 } // namespace
