@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NativeWindow.h"
+#include "TouchGesture.h"
 #include "ViewerOptions.h"
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
@@ -28,8 +29,8 @@ class ViewerSession;
 /// A large cloud is drawn in several frames, each of which adds points to the one before; between them the window
 /// answers. Until all points are there, shapes and texts are an overlay too: the frame has only what lies below.
 ///
-/// Its functions stand in three more files: WindowInput.cpp (mouse and keys), WindowBands.cpp (what is drawn with the
-/// mouse) and WindowOverlays.cpp (what lies over the frame).
+/// Its functions stand in four more files: WindowInput.cpp (mouse and keys), WindowTouch.cpp (wheels, touchpads and
+/// touch), WindowBands.cpp (what is drawn with the mouse) and WindowOverlays.cpp (what lies over the frame).
 class ViewerWindow final : public NativeWindow {
 public:
     ViewerWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session);
@@ -92,6 +93,9 @@ private:
     bool HandleSceneKey(WPARAM key);
     void HandleEscape();
     void HandleWheel(WPARAM wParam, LPARAM lParam);
+    void HandleSideWheel(WPARAM wParam);
+    bool HandleTouch(LPARAM gesture);
+    void BeginWheel();
     void HandleTimer();
     void SetCursorShape() const;
     /// Moves the picture, or turns the 3-D view, by so many pixels to the right and down.
@@ -166,6 +170,7 @@ private:
     bool m_dragging = false;
     bool m_draggingPans = false; ///< also in perspective
     bool m_wheeling = false;
+    TouchGesture m_touch;
     int m_helpOverlay = 0; ///< 0: it is not shown
     Tool m_tool = Tool::Look;
     BandUse m_band = BandUse::None;
