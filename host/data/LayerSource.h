@@ -3,6 +3,7 @@
 #include "CoordinateSystem.h"
 #include "Extent.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@ namespace OrrinViewer {
 struct LayerSource {
     std::string name; ///< what people know the file by
     CoordinateSystem system;
+    std::filesystem::path file{}; ///< empty for what no file holds
 };
 
 /// A layer and the box around it.

@@ -14,6 +14,7 @@ struct FeatureStyle {
     std::string symbol;               ///< of points: circle, square, ...
 
     bool IsPlain() const { return lineWidthPixels == 0.0 && borderWidthPixels == 0.0 && symbol.empty(); }
+    bool operator==(const FeatureStyle&) const = default;
 };
 
 } // namespace OrrinViewer

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <thread>
+#include <type_traits>
 #include <utility>
 
 namespace OrrinViewer {
@@ -39,104 +40,233 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
 
 } // namespace
 
-void Scene::AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source) {
-    m_clouds.push_back(std::make_unique<CloudLayer>(std::move(reader), source.name));
-    m_cloudOpeners.push_back(std::move(again));
-    m_placedClouds.push_back({std::move(source), {}});
-    m_extent.Include(m_clouds.back()->GetExtent());
+template <typename Entry> LayerId Scene::Insert(std::vector<Entry>& layers, Entry entry, LayerSource source) {
+    entry.id = ++m_lastId;
+    entry.source = std::move(source);
+    entry.style = m_styleToCome;
+    layers.push_back(std::move(entry));
+    NoteChange(Entry::kKind);
+    return m_lastId;
 }
 
-void Scene::AddSurface(ElevationGrid grid, LayerSource source) {
-    Place({std::move(source), grid.FindExtent(), grid.MaybeInDegrees()});
-    m_surfaces.emplace_back(std::move(grid));
+/// A layer of this kind came, went or has another place in the order.
+void Scene::NoteChange(LayerKind kind) {
+    if (kind == LayerKind::Raster || kind == LayerKind::Relief || kind == LayerKind::Features) {
+        m_isDraped = false;
+    }
+    m_labelVersion += kind == LayerKind::Features ? 1 : 0;
+    RefreshExtent();
+    ++m_version;
 }
 
-void Scene::AddMesh(Mesh mesh, LayerSource source) {
-    Place({std::move(source), mesh.extent});
-    m_meshes.emplace_back(std::move(mesh));
+LayerId Scene::AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source) {
+    Cloud cloud;
+    cloud.cloud = std::make_unique<CloudLayer>(std::move(reader), source.name);
+    cloud.open = std::move(again);
+    return Insert(m_clouds, std::move(cloud), std::move(source));
 }
 
-void Scene::AddRaster(RasterLayer raster, LayerSource source) {
-    Place({std::move(source), raster.FindExtent().Flat()});
-    m_rasters.push_back(std::move(raster));
+LayerId Scene::AddSurface(Surface surface, LayerSource source) {
+    Relief relief{{}, std::move(surface)};
+    relief.extent = relief.surface.Grid().FindExtent();
+    relief.maybeDegrees = relief.surface.Grid().MaybeInDegrees();
+    return Insert(m_reliefs, std::move(relief), std::move(source));
+}
+
+LayerId Scene::AddMesh(Mesh mesh, LayerSource source) {
+    Solid solid{{}, MeshLayer(std::move(mesh))};
+    solid.extent = solid.mesh.GetExtent();
+    return Insert(m_solids, std::move(solid), std::move(source));
+}
+
+LayerId Scene::AddRaster(RasterLayer raster, LayerSource source) {
+    Image image{{}, std::move(raster)};
+    image.extent = image.raster.FindExtent().Flat();
+    if (m_readsAtOnce) {
+        image.raster.ReadAtOnce();
+    }
+    return Insert(m_images, std::move(image), std::move(source));
+}
+
+LayerId Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
+    Features features{{}, std::move(layer), {}};
+    features.extent = features.layer.HasHeights() ? features.layer.extent : features.layer.extent.Flat();
+    features.maybeDegrees = true;
+    return Insert(m_features, std::move(features), std::move(source));
 }
 
 void Scene::ShadeRasters(RasterLayer shade, double strength) {
     m_shade.emplace(std::move(shade));
     m_shadeStrength = strength;
+    if (m_readsAtOnce) {
+        m_shade->ReadAtOnce();
+    }
+    ++m_version;
 }
 
-void Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
-    Place({std::move(source), layer.HasHeights() ? layer.extent : layer.extent.Flat(), true});
-    m_layers.push_back(std::move(layer));
-    m_featureGeometry.emplace_back();
+bool Scene::RemoveLayer(LayerId id) {
+    std::optional<LayerKind> kind;
+    VisitKinds(*this, [&](auto& layers) {
+        if (std::erase_if(layers, [&](const auto& layer) { return layer.id == id; }) > 0) {
+            kind = std::remove_reference_t<decltype(layers)>::value_type::kKind;
+        }
+    });
+    if (kind) {
+        NoteChange(*kind);
+    }
+    return kind.has_value();
+}
+
+std::vector<LayerInfo> Scene::ListLayers() const {
+    std::vector<LayerInfo> list;
+    VisitLayers(*this, [&](const auto& layer) {
+        list.push_back({layer.id, layer.kKind, layer.source, ExtentOf(layer), layer.style});
+    });
+    return list;
+}
+
+std::optional<LayerInfo> Scene::FindLayer(LayerId id) const {
+    const std::vector<LayerInfo> layers = ListLayers();
+    const auto found =
+        std::find_if(layers.begin(), layers.end(), [&](const LayerInfo& layer) { return layer.id == id; });
+    return found == layers.end() ? std::nullopt : std::optional(*found);
+}
+
+bool Scene::SetStyle(LayerId id, const LayerStyle& style) {
+    bool isThere = false;
+    VisitLayers(*this, [&](auto& layer) {
+        if (layer.id != id) {
+            return;
+        }
+        isThere = true;
+        const LayerStyle before = std::exchange(layer.style, style);
+        if (before.shown != style.shown) {
+            m_isDraped = false;
+            ++m_labelVersion;
+        }
+        if constexpr (std::is_same_v<decltype(layer), Cloud&>) {
+            ColorCloud(layer);
+        }
+    });
+    m_version += isThere ? 1 : 0;
+    return isThere;
+}
+
+void Scene::ChangeStyles(const std::function<void(LayerStyle& style)>& change) {
+    change(m_styleToCome);
+    for (const LayerInfo& layer : ListLayers()) {
+        LayerStyle style = layer.style;
+        change(style);
+        SetStyle(layer.id, style);
+    }
+}
+
+bool Scene::MoveLayer(LayerId id, LayerId below) {
+    bool isMoved = false;
+    VisitKinds(*this, [&](auto& layers) {
+        const auto find = [&](LayerId wanted) {
+            return std::find_if(layers.begin(), layers.end(), [&](const auto& layer) { return layer.id == wanted; });
+        };
+        const auto moved = find(id);
+        const auto under = find(below);
+        if (moved == layers.end() || id == below || (below != 0 && under == layers.end())) {
+            return;
+        }
+        const auto target = below == 0 ? layers.begin() : under + 1;
+        if (moved < target) {
+            std::rotate(moved, moved + 1, target);
+        } else {
+            std::rotate(target, moved, moved + 1);
+        }
+        isMoved = true;
+        NoteChange(layers.front().kKind);
+    });
+    return isMoved;
+}
+
+const VectorLayer* Scene::FindFeatures(LayerId id) const {
+    for (const Features& features : m_features) {
+        if (features.id == id) {
+            return &features.layer;
+        }
+    }
+    return nullptr;
+}
+
+const CloudLayer* Scene::FindCloud(LayerId id) const {
+    for (const Cloud& cloud : m_clouds) {
+        if (cloud.id == id) {
+            return cloud.cloud.get();
+        }
+    }
+    return nullptr;
 }
 
 std::size_t Scene::CountPoints() const {
     std::uint64_t count = 0;
-    for (const auto& cloud : m_clouds) {
-        count += cloud->CountPoints();
+    for (const Cloud& cloud : m_clouds) {
+        count += cloud.cloud->CountPoints();
     }
     return static_cast<std::size_t>(count);
 }
 
 std::size_t Scene::CountFeatures() const {
     std::size_t count = 0;
-    for (const VectorLayer& layer : m_layers) {
-        count += layer.features.size();
+    for (const Features& features : m_features) {
+        count += features.layer.features.size();
     }
     return count;
 }
 
 std::size_t Scene::CountCells() const {
     std::size_t count = 0;
-    for (const Surface& surface : m_surfaces) {
-        count += surface.Grid().CountCellsWithData();
+    for (const Relief& relief : m_reliefs) {
+        count += relief.surface.Grid().CountCellsWithData();
     }
     return count;
 }
 
 std::size_t Scene::CountFaces() const {
     std::size_t count = 0;
-    for (const MeshLayer& mesh : m_meshes) {
-        count += mesh.CountFaces();
+    for (const Solid& solid : m_solids) {
+        count += solid.mesh.CountFaces();
     }
     return count;
 }
 
 std::size_t Scene::CountPixels() const {
     std::size_t count = 0;
-    for (const RasterLayer& raster : m_rasters) {
-        count += raster.CountPixels();
+    for (const Image& image : m_images) {
+        count += image.raster.CountPixels();
     }
     return count;
 }
 
 void Scene::Update() {
     bool isChanged = false;
-    for (const auto& cloud : m_clouds) {
-        isChanged = cloud->Update() || isChanged;
+    for (const Cloud& cloud : m_clouds) {
+        if (cloud.cloud->Update()) {
+            ColorCloud(cloud);
+            isChanged = true;
+        }
     }
-    if (!isChanged) {
-        return;
+    if (isChanged) {
+        RefreshExtent();
+        ++m_version;
     }
+}
+
+void Scene::RefreshExtent() {
     const double ground = GroundHeight();
-    m_extent = m_extentWithoutClouds;
-    for (const auto& cloud : m_clouds) {
-        m_extent.Include(cloud->GetExtent());
-    }
+    m_extent = {};
+    VisitLayers(*this, [&](const auto& layer) { m_extent.Include(ExtentOf(layer)); });
     if (GroundHeight() != ground) {
         ReleaseShapes();
     }
-    if (!m_isColorModeChosen) {
-        m_colorMode = ChooseColorMode(m_clouds.front()->Traits());
-    }
-    ColorAllClouds();
-    ++m_version;
 }
 
 bool Scene::IsReading() const {
-    return std::any_of(m_clouds.begin(), m_clouds.end(), [](const auto& cloud) { return cloud->IsReading(); });
+    return std::any_of(m_clouds.begin(), m_clouds.end(), [](const Cloud& cloud) { return cloud.cloud->IsReading(); });
 }
 
 void Scene::WaitUntilRead() {
@@ -153,8 +283,8 @@ std::string Scene::GetProblem() const {
 
 std::vector<std::string> Scene::GetProblems() const {
     std::vector<std::string> problems;
-    for (const auto& cloud : m_clouds) {
-        if (std::string problem = cloud->GetProblem(); !problem.empty()) {
+    for (const Cloud& cloud : m_clouds) {
+        if (std::string problem = cloud.cloud->GetProblem(); !problem.empty()) {
             problems.push_back(std::move(problem));
         }
     }
@@ -163,8 +293,8 @@ std::vector<std::string> Scene::GetProblems() const {
 
 std::vector<std::string> Scene::GetRemarks() const {
     std::vector<std::string> remarks = m_remarks;
-    for (const auto& cloud : m_clouds) {
-        const std::vector<std::string> ofCloud = cloud->GetRemarks();
+    for (const Cloud& cloud : m_clouds) {
+        const std::vector<std::string> ofCloud = cloud.cloud->GetRemarks();
         remarks.insert(remarks.end(), ofCloud.begin(), ofCloud.end());
     }
     const std::vector<std::string> apart = FindLayersApart(ListPlaced());
@@ -180,49 +310,50 @@ double Scene::GetHeightScale() const {
     return FindHeightScale(GetUnits(), FindUnits(ListPlaced()).heightMetres, m_extent.Center().y);
 }
 
-void Scene::ColorClouds(std::optional<ColorMode> mode) {
-    m_isColorModeChosen = mode.has_value();
-    m_colorMode = mode.value_or(m_colorMode);
-    ColorAllClouds();
+void Scene::SetLabelProperty(std::string property) {
+    m_labelProperty = std::move(property);
+    ++m_labelVersion;
+    ++m_version;
 }
 
-const char* Scene::SwitchColors() {
-    switch (m_colorMode) {
-    case ColorMode::Recorded:
-        m_colorMode = ColorMode::Elevation;
-        break;
-    case ColorMode::Elevation:
-        m_colorMode = ColorMode::Class;
-        break;
-    case ColorMode::Class:
-        m_colorMode = ColorMode::Intensity;
-        break;
-    case ColorMode::Intensity:
-        m_colorMode = ColorMode::Recorded;
-        break;
+std::vector<FeatureLabel> Scene::CollectLabels() const {
+    if (m_labelProperty.empty()) {
+        return {};
     }
-    m_isColorModeChosen = true;
-    ColorAllClouds();
-    return NameOfColors();
+    std::vector<const VectorLayer*> layers;
+    for (const Features& features : m_features) {
+        if (features.style.shown) {
+            layers.push_back(&features.layer);
+        }
+    }
+    return OrrinViewer::CollectLabels(layers, m_labelProperty);
+}
+
+std::vector<std::string> Scene::ListProperties() const {
+    std::vector<const VectorLayer*> layers;
+    for (const Features& features : m_features) {
+        layers.push_back(&features.layer);
+    }
+    return OrrinViewer::ListProperties(layers);
+}
+
+void Scene::SwitchColors() {
+    ChangeStyles([mode = NextAfter(GetColorMode())](LayerStyle& style) { style.colorMode = mode; });
 }
 
 const char* Scene::NameOfColors() const {
-    switch (m_colorMode) {
-    case ColorMode::Recorded:
-        return "recorded colours";
-    case ColorMode::Elevation:
-        return "elevation";
-    case ColorMode::Class:
-        return "class";
-    case ColorMode::Intensity:
-        return "intensity";
-    }
-    return "";
+    return NameOf(GetColorMode());
+}
+
+/// Of the first cloud.
+ColorMode Scene::GetColorMode() const {
+    return m_clouds.empty() ? m_styleToCome.colorMode.value_or(ColorMode::Elevation) : m_clouds.front().Mode();
 }
 
 void Scene::ReadRastersAtOnce() {
-    for (RasterLayer& raster : m_rasters) {
-        raster.ReadAtOnce();
+    m_readsAtOnce = true;
+    for (Image& image : m_images) {
+        image.raster.ReadAtOnce();
     }
     if (m_shade) {
         m_shade->ReadAtOnce();
@@ -254,11 +385,15 @@ CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     CloudsFrame frame;
     frame.groundIsRead = DrawGround(view);
     frame.complete = frame.groundIsRead;
-    const auto clouds = std::max<std::size_t>(m_clouds.size(), 1);
+    const auto shown =
+        std::count_if(m_clouds.begin(), m_clouds.end(), [](const Cloud& cloud) { return cloud.style.shown; });
+    const auto clouds = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(shown, 1));
     const CloudBudget share{budget.points == 0 ? 0 : std::max<std::uint64_t>(budget.points / clouds, 1),
                             budget.milliseconds / static_cast<double>(clouds)};
-    for (const auto& cloud : m_clouds) {
-        Join(frame, cloud->Draw(view, PointSizeOf(*cloud, view), share));
+    for (const Cloud& cloud : m_clouds) {
+        if (cloud.style.shown) {
+            Join(frame, cloud.cloud->Draw(view, PointSizeOf(cloud, view), share));
+        }
     }
     return frame;
 }
@@ -267,8 +402,10 @@ CloudsFrame Scene::Refine(KTR::COpenGLView& view) {
     LoadCamera(view);
     view.Enable(GL_DEPTH_TEST);
     CloudsFrame frame;
-    for (const auto& cloud : m_clouds) {
-        Join(frame, cloud->Refine(view));
+    for (const Cloud& cloud : m_clouds) {
+        if (cloud.style.shown) {
+            Join(frame, cloud.cloud->Refine(view));
+        }
     }
     return frame;
 }
@@ -281,20 +418,22 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
     view.DrawEyeDomeLighting();
     // Areas and outlines lie on top of everything, whatever their elevation.
     view.Disable(GL_DEPTH_TEST);
-    if (m_fillOpacity > 0.0) {
-        const auto opacity = static_cast<std::uint8_t>(std::lround(m_fillOpacity * 255.0));
-        const Extent area = FindAreaToFill(view);
-        for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
-            m_featureGeometry[layer].DrawAreas(view, m_layers[layer], area, opacity,
-                                               GroundOf(m_layers[layer], m_origin));
+    const Extent area = FindAreaToFill(view);
+    for (Features& features : m_features) {
+        if (features.style.shown && features.style.fillOpacity > 0.0) {
+            const auto opacity = static_cast<std::uint8_t>(std::lround(features.style.fillOpacity * 255.0));
+            features.geometry.DrawAreas(view, features.layer, area, opacity, GroundOf(features.layer, m_origin));
         }
     }
-    for (std::size_t layer = 0; layer < m_layers.size(); ++layer) {
-        if (m_featureStyle.IsPlain()) {
-            m_featureGeometry[layer].DrawOutlines(view, m_layers[layer], GroundOf(m_layers[layer], m_origin));
+    for (Features& features : m_features) {
+        if (!features.style.shown) {
+            continue;
+        }
+        if (features.style.features.IsPlain()) {
+            features.geometry.DrawOutlines(view, features.layer, GroundOf(features.layer, m_origin));
         } else {
             // The library subtracts the offsets of shapes itself.
-            DrawStyledFeatures(view, m_layers[layer], m_featureStyle, GroundOf(m_layers[layer], {}));
+            DrawStyledFeatures(view, features.layer, features.style.features, GroundOf(features.layer, {}));
         }
     }
 }
@@ -302,13 +441,12 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
 bool Scene::DrawRasters(KTR::COpenGLView& view) {
     const double lowestZ = GroundHeight();
     bool isComplete = true;
-    for (std::size_t index = 0; index < m_rasters.size(); ++index) {
-        if (m_coveredRasters[index]) {
+    for (Image& image : m_images) {
+        if (image.isCovered || !image.style.shown) {
             continue;
         }
-        RasterLayer& raster = m_rasters[index];
-        const bool isRead = m_shade ? raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
-                                    : raster.Draw(view, m_origin, lowestZ);
+        const bool isRead = m_shade ? image.raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
+                                    : image.raster.Draw(view, m_origin, lowestZ);
         isComplete = isComplete && isRead;
     }
     return isComplete;
@@ -318,21 +456,24 @@ void Scene::Draw(KTR::COpenGLView& view) {
     LoadCamera(view);
     DrawGround(view);
     // One cloud after the other: of two points at one place and height the first one shows.
-    for (const auto& cloud : m_clouds) {
-        KTR::PointCloudFrame frame = cloud->Draw(view, PointSizeOf(*cloud, view), {});
+    for (const Cloud& cloud : m_clouds) {
+        if (!cloud.style.shown) {
+            continue;
+        }
+        KTR::PointCloudFrame frame = cloud.cloud->Draw(view, PointSizeOf(cloud, view), {});
         while (!frame.complete && frame.result == S_OK) {
             if (frame.drawn == 0) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
-            frame = cloud->Refine(view);
+            frame = cloud.cloud->Refine(view);
         }
     }
     DrawShapes(view);
 }
 
 void Scene::Forget(const KTR::COpenGLView& view) {
-    for (const auto& cloud : m_clouds) {
-        cloud->Forget(view);
+    for (const Cloud& cloud : m_clouds) {
+        cloud.cloud->Forget(view);
     }
 }
 
@@ -341,39 +482,36 @@ void Scene::RaiseSun(double degrees) {
 }
 
 void Scene::ReleaseGeometry() {
-    for (const auto& cloud : m_clouds) {
-        cloud->ReleaseGeometry();
+    for (const Cloud& cloud : m_clouds) {
+        cloud.cloud->ReleaseGeometry();
     }
-    for (Surface& surface : m_surfaces) {
-        surface.ReleaseGeometry();
+    for (Relief& relief : m_reliefs) {
+        relief.surface.ReleaseGeometry();
     }
-    for (MeshLayer& mesh : m_meshes) {
-        mesh.ReleaseGeometry();
+    for (Solid& solid : m_solids) {
+        solid.mesh.ReleaseGeometry();
     }
     ReleaseShapes();
 }
 
 /// They have been added at heights of which the scene may have others now.
 void Scene::ReleaseShapes() {
-    for (FeatureGeometry& geometry : m_featureGeometry) {
-        geometry.Release();
+    for (Features& features : m_features) {
+        features.geometry.Release();
     }
 }
 
-void Scene::Place(PlacedLayer placed) {
-    const Extent extent = placed.extent;
-    m_placed.push_back(std::move(placed));
-    m_extentWithoutClouds.Include(extent);
-    m_extent.Include(extent);
-}
-
-/// All layers in the order in which they are drawn, the clouds as far as they have been read.
+/// All layers in the order in which they came, the clouds as far as they have been read.
 std::vector<PlacedLayer> Scene::ListPlaced() const {
-    std::vector<PlacedLayer> placed = m_placedClouds;
-    for (std::size_t cloud = 0; cloud < m_clouds.size(); ++cloud) {
-        placed[cloud].extent = m_clouds[cloud]->GetExtent();
+    std::vector<std::pair<LayerId, PlacedLayer>> layers;
+    VisitLayers(*this, [&](const auto& layer) {
+        layers.push_back({layer.id, {layer.source, ExtentOf(layer), layer.maybeDegrees}});
+    });
+    std::sort(layers.begin(), layers.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
+    std::vector<PlacedLayer> placed;
+    for (auto& layer : layers) {
+        placed.push_back(std::move(layer.second));
     }
-    placed.insert(placed.end(), m_placed.begin(), m_placed.end());
     return placed;
 }
 
@@ -386,17 +524,18 @@ void Scene::LoadCamera(KTR::COpenGLView& view) {
 /// Gives the lines of layers without heights as many positions as it takes to follow the reliefs.
 void Scene::BendLayers() {
     std::size_t left = 2'000'000; // positions to add, of all layers
-    for (const Surface& surface : m_surfaces) {
-        const Extent area = surface.Grid().FindExtent();
+    for (const Relief& relief : m_reliefs) {
+        const ElevationGrid& grid = relief.surface.Grid();
+        const Extent area = grid.FindExtent();
         const auto bend = [&](Path& path, bool closed) {
             const std::size_t before = path.size();
-            path = Subdivide(path, closed, area, surface.Grid().cellSize, left);
+            path = Subdivide(path, closed, area, grid.cellSize, left);
             left -= path.size() - before;
         };
-        for (VectorLayer& layer : m_layers) {
-            const bool isFlat = !layer.HasHeights();
-            for (std::size_t index = 0; isFlat && index < layer.features.size(); ++index) {
-                VectorFeature& feature = layer.features[index];
+        for (Features& features : m_features) {
+            const bool isFlat = !features.layer.HasHeights();
+            for (std::size_t index = 0; isFlat && index < features.layer.features.size(); ++index) {
+                VectorFeature& feature = features.layer.features[index];
                 for (Path& line : feature.lines) {
                     bend(line, false);
                 }
@@ -408,22 +547,26 @@ void Scene::BendLayers() {
             }
         }
     }
+    ReleaseShapes();
 }
 
 /// Lays the images over the reliefs, the last one uppermost.
 void Scene::DrapeSurfaces() {
     constexpr int kLargestSide = 2048;
-    m_isDraped = true;
-    m_coveredRasters.assign(m_rasters.size(), false);
-    if (m_surfaces.empty()) {
-        return;
+    for (Relief& relief : m_reliefs) {
+        relief.surface.Bare();
     }
-    for (std::size_t index = m_rasters.size(); index-- > 0;) {
-        const std::optional<Raster> image = m_rasters[index].MakeImage(kLargestSide);
-        for (std::size_t surface = 0; image && surface < m_surfaces.size(); ++surface) {
-            m_surfaces[surface].Drape(*image,
-                                      L"image " + std::to_wstring(index) + L" on relief " + std::to_wstring(surface));
-            m_coveredRasters[index] = m_coveredRasters[index] || m_surfaces[surface].Reaches(*image);
+    for (auto image = m_images.rbegin(); image != m_images.rend(); ++image) {
+        image->isCovered = false;
+        const std::optional<Raster> picture =
+            m_reliefs.empty() || !image->style.shown ? std::nullopt : image->raster.MakeImage(kLargestSide);
+        for (auto relief = m_reliefs.begin(); picture && relief != m_reliefs.end(); ++relief) {
+            if (!relief->style.shown) {
+                continue;
+            }
+            relief->surface.Drape(*picture, L"image " + std::to_wstring(image->id) + L" on relief " +
+                                                std::to_wstring(relief->id));
+            image->isCovered = image->isCovered || relief->surface.Reaches(*picture);
         }
     }
 }
@@ -433,6 +576,7 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
     if (!m_isDraped) {
         DrapeSurfaces();
         BendLayers();
+        m_isDraped = true;
     }
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
@@ -441,11 +585,15 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
     const bool isRead = DrawRasters(view);
     // What is nearer hides what is farther; seen from above, what is higher what is lower.
     view.Enable(GL_DEPTH_TEST);
-    for (Surface& surface : m_surfaces) {
-        surface.Draw(view, m_origin);
+    for (Relief& relief : m_reliefs) {
+        if (relief.style.shown) {
+            relief.surface.Draw(view, m_origin);
+        }
     }
-    for (MeshLayer& mesh : m_meshes) {
-        mesh.Draw(view, m_origin);
+    for (Solid& solid : m_solids) {
+        if (solid.style.shown) {
+            solid.mesh.Draw(view, m_origin);
+        }
     }
     return isRead;
 }
@@ -454,7 +602,7 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
 Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
     if (view.GetCurrentViewOrientation() != KTR::GLViewOrientationTop) {
         // On a relief an area would have to bend with it, where its triangles are flat.
-        return m_surfaces.empty() ? m_extent : Extent();
+        return m_reliefs.empty() ? m_extent : Extent();
     }
     Extent area;
     Position low;
@@ -465,41 +613,60 @@ Extent Scene::FindAreaToFill(const KTR::COpenGLView& view) const {
     return area;
 }
 
-std::vector<PointColors> Scene::GetCloudColors() const {
-    std::vector<PointColors> colors;
-    for (const auto& cloud : m_clouds) {
-        colors.emplace_back(cloud->Traits(), m_colorMode);
+std::vector<CloudSource> Scene::ListClouds() const {
+    std::vector<CloudSource> sources;
+    for (const Cloud& cloud : m_clouds) {
+        if (cloud.style.shown) {
+            const CloudTraits& traits = cloud.cloud->Traits();
+            sources.push_back({cloud.id, cloud.open, PointColors(traits, cloud.Mode()), traits.classMeaning});
+        }
     }
-    return colors;
+    return sources;
 }
 
 double Scene::ElevationAt(double x, double y) const {
     double elevation = kNoElevation;
-    for (const Surface& surface : m_surfaces) {
-        elevation = std::isnan(elevation) ? surface.Grid().ElevationAt(x, y) : elevation;
+    for (const Relief& relief : m_reliefs) {
+        if (relief.style.shown && std::isnan(elevation)) {
+            elevation = relief.surface.Grid().ElevationAt(x, y);
+        }
     }
     return elevation;
 }
 
 void Scene::SetPointSize(double pixels) {
-    m_pointSizePixels = pixels;
-    m_adaptsPointSize = false;
+    ChangeStyles([pixels](LayerStyle& style) { style.pointSizePixels = pixels; });
+}
+
+void Scene::AdaptPointSize() {
+    ChangeStyles([](LayerStyle& style) { style.pointSizePixels.reset(); });
+}
+
+bool Scene::AdaptsPointSize() const {
+    return !m_styleToCome.pointSizePixels;
+}
+
+double Scene::GetPointSize() const {
+    return m_styleToCome.pointSizePixels.value_or(kSmallestAdapted);
 }
 
 double Scene::FindPointSize(const KTR::COpenGLView& view) const {
-    double largest = m_pointSizePixels;
-    for (const auto& cloud : m_clouds) {
-        largest = std::max(largest, PointSizeOf(*cloud, view));
+    double largest = GetPointSize();
+    for (const Cloud& cloud : m_clouds) {
+        largest = std::max(largest, PointSizeOf(cloud, view));
     }
     return largest;
 }
 
-double Scene::PointSizeOf(const CloudLayer& cloud, const KTR::COpenGLView& view) const {
-    const Extent extent = cloud.GetExtent();
-    const auto count = static_cast<double>(cloud.CountPoints());
+double Scene::PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) const {
+    if (cloud.style.pointSizePixels) {
+        return *cloud.style.pointSizePixels;
+    }
+    const Extent extent = cloud.cloud->GetExtent();
+    const auto count = static_cast<double>(cloud.cloud->CountPoints());
     const double unitsPerPixel = view.GetUnitsPerPixel();
-    if (!m_adaptsPointSize || extent.IsEmpty() || count < 2.0 || !(unitsPerPixel > 0.0)) {
-        return m_pointSizePixels;
+    if (extent.IsEmpty() || count < 2.0 || !(unitsPerPixel > 0.0)) {
+        return kSmallestAdapted;
     }
     // As if the points lay evenly over the ground. Squares of exactly that size would leave gaps, since they do not.
     const double area = (extent.high.x - extent.low.x) * (extent.high.y - extent.low.y);
@@ -512,10 +679,8 @@ double Scene::PointSizeOf(const CloudLayer& cloud, const KTR::COpenGLView& view)
     return std::min(kLargestClosed + kGrowthOfSparse * std::log2(wanted / kLargestClosed), kLargestAdapted);
 }
 
-void Scene::ColorAllClouds() {
-    for (const auto& cloud : m_clouds) {
-        cloud->Color(m_colorMode);
-    }
+void Scene::ColorCloud(const Cloud& cloud) {
+    cloud.cloud->Color(cloud.Mode());
 }
 
 /// Where positions of a layer are drawn, relative to an origin: at their own heights where they have some, otherwise on
@@ -543,12 +708,14 @@ double Scene::GroundHeight() const {
     if (!m_extent.HasHeights()) {
         return 0.0;
     }
-    double ground = m_extentWithoutClouds.HasHeights() ? m_extentWithoutClouds.low.z : m_extent.high.z;
-    for (const auto& cloud : m_clouds) {
-        if (cloud->Traits().count > 0) {
-            ground = std::min(ground, cloud->Traits().elevations.low);
+    double ground = m_extent.high.z;
+    VisitLayers(*this, [&](const auto& layer) {
+        if constexpr (std::is_same_v<decltype(layer), const Cloud&>) {
+            ground = layer.cloud->Traits().count > 0 ? std::min(ground, layer.cloud->Traits().elevations.low) : ground;
+        } else if (layer.extent.HasHeights()) {
+            ground = std::min(ground, layer.extent.low.z);
         }
-    }
+    });
     return ground;
 }
 

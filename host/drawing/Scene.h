@@ -2,7 +2,7 @@
 
 #include "CloudLayer.h"
 #include "FeatureGeometry.h"
-#include "FeatureStyle.h"
+#include "LayerStyle.h"
 #include "MeshLayer.h"
 #include "RasterLayer.h"
 #include "SceneColors.h"
@@ -15,6 +15,7 @@
 
 #include <OrrinDisplay.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,24 +34,66 @@ struct CloudsFrame {
     double spacingPixels = 0.0; ///< between points, where there are more to come
 };
 
+/// Tells a layer from all others that the scene has or had; 0 is none.
+using LayerId = int;
+
+enum class LayerKind {
+    Raster,
+    Relief,
+    Mesh,
+    Cloud,
+    Features,
+};
+
+/// A layer as a list of layers shows it.
+struct LayerInfo {
+    LayerId id = 0;
+    LayerKind kind = LayerKind::Raster;
+    LayerSource source;
+    Extent extent;
+    LayerStyle style;
+};
+
+/// The file of a cloud, to be read once more for a profile, and the colours that its points have at present.
+struct CloudSource {
+    LayerId id = 0;
+    CloudOpener open;
+    PointColors colors;
+    ClassMeaning classMeaning = ClassMeaning::Survey;
+};
+
 /// The data that all windows show, and how it is drawn. This is the part to read for how a host uses the library.
 ///
 /// A frame is drawn in three steps: the ground with as many points of the clouds as the budget allows, further points
 /// in as many steps as it takes, and the shapes that lie over all of them.
 class Scene {
 public:
-    // What is added is drawn in this order, whatever the order of the calls: rasters, surfaces, meshes, clouds,
-    // vectors. Add everything before the first frame.
+    // Layers are drawn kind by kind, whatever the order of the calls: rasters, reliefs, meshes, clouds, features; of a
+    // kind the last one uppermost. They come and go at any time. To remove one, or to change what is drawn of it, a
+    // main context must be current.
 
     /// The cloud is read in the background from now on; `again` opens it once more for each profile through it.
-    void AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source = {});
-    void AddSurface(ElevationGrid grid, LayerSource source = {});
-    void AddMesh(Mesh mesh, LayerSource source = {});
-    void AddRaster(RasterLayer raster, LayerSource source = {});
+    LayerId AddCloud(std::unique_ptr<CloudReader> reader, CloudOpener again, LayerSource source = {});
+    LayerId AddSurface(Surface surface, LayerSource source = {});
+    LayerId AddMesh(Mesh mesh, LayerSource source = {});
+    LayerId AddRaster(RasterLayer raster, LayerSource source = {});
+    LayerId AddVectorLayer(VectorLayer layer, LayerSource source = {});
     /// Shades all rasters by this one; how strongly is 0 to 1.
     void ShadeRasters(RasterLayer shade, double strength);
-    void AddVectorLayer(VectorLayer layer, LayerSource source = {});
-    const std::vector<VectorLayer>& GetVectorLayers() const { return m_layers; }
+    /// False where there is no such layer, here and below.
+    bool RemoveLayer(LayerId id);
+
+    /// All layers in the order in which they are drawn, the uppermost one last.
+    std::vector<LayerInfo> ListLayers() const;
+    std::optional<LayerInfo> FindLayer(LayerId id) const;
+    bool SetStyle(LayerId id, const LayerStyle& style);
+    /// Changes the style of all layers, and of those that are still to come.
+    void ChangeStyles(const std::function<void(LayerStyle& style)>& change);
+    /// Draws a layer right above another one of its kind; `below` 0: as the lowest of its kind.
+    bool MoveLayer(LayerId id, LayerId below);
+    /// The features of a layer; null where it is of another kind.
+    const VectorLayer* FindFeatures(LayerId id) const;
+    const CloudLayer* FindCloud(LayerId id) const;
 
     /// The box around everything but the few points that lie far outside; without heights where nothing has any.
     const Extent& GetExtent() const { return m_extent; }
@@ -64,6 +107,8 @@ public:
     void Update();
     /// Grows with each change that all frames have to show.
     int GetVersion() const { return m_version; }
+    /// Grows with each change that the labels have to follow.
+    int GetLabelVersion() const { return m_labelVersion; }
     bool IsReading() const;
     void WaitUntilRead();
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
@@ -81,22 +126,24 @@ public:
     std::string GetSystemName() const { return NameOf(FindUnits(ListPlaced())); }
     /// What heights have to be multiplied by to be as large as the map's units are.
     double GetHeightScale() const;
-    void SetLabels(std::vector<FeatureLabel> labels) { m_labels = std::move(labels); }
-    /// Those of large features first.
-    const std::vector<FeatureLabel>& GetLabels() const { return m_labels; }
+    /// Features are labelled with this property; empty: with none.
+    void SetLabelProperty(std::string property);
+    const std::string& GetLabelProperty() const { return m_labelProperty; }
+    /// Layer by layer, those of large features first.
+    std::vector<FeatureLabel> CollectLabels() const;
+    /// The names of all properties that features have.
+    std::vector<std::string> ListProperties() const;
 
-    /// Points have this size from now on, whatever the scale. Until then, and again after AdaptPointSize, they are as
-    /// large as it takes for a cloud seen from above to look closed, within reason.
+    /// Points of clouds have this size from now on, whatever the scale. Until then, and again after AdaptPointSize,
+    /// they are as large as it takes for a cloud seen from above to look closed, within reason.
     void SetPointSize(double pixels);
-    double GetPointSize() const { return m_pointSizePixels; }
-    void AdaptPointSize(bool on) { m_adaptsPointSize = on; }
-    bool AdaptsPointSize() const { return m_adaptsPointSize; }
+    double GetPointSize() const; ///< what was set last, otherwise that of points of no cloud
+    void AdaptPointSize();
+    bool AdaptsPointSize() const;
     /// That of the sparsest cloud, as the view shows it.
     double FindPointSize(const KTR::COpenGLView& view) const;
-    /// Colours all clouds; without a mode, by the one that suits the first cloud.
-    void ColorClouds(std::optional<ColorMode> mode);
-    /// Switches to the next colouring; the name of the new one.
-    const char* SwitchColors();
+    /// Switches all clouds to the next colouring after that of the first one.
+    void SwitchColors();
     const char* NameOfColors() const;
     /// Heights are multiplied by this, for the relief of flat country to show.
     void SetExaggeration(double factor) { m_exaggeration = factor; }
@@ -108,10 +155,6 @@ public:
     /// Clouds seen in perspective are shaded by their depths, where the pipeline can.
     void ShadeClouds(bool on) { m_shadesClouds = on; }
     bool ShadesClouds() const { return m_shadesClouds; }
-    /// From 0, areas are not filled, to 1, nothing shows through them.
-    void SetFillOpacity(double opacity) { m_fillOpacity = opacity; }
-    void SetFeatureStyle(FeatureStyle style) { m_featureStyle = std::move(style); }
-
     /// Has each frame read all that it shows of rasters, however long that takes, instead of a few milliseconds' worth.
     void ReadRastersAtOnce();
 
@@ -128,10 +171,8 @@ public:
     void DrawShapes(KTR::COpenGLView& view);
     /// All of it at once, however long it takes.
     void Draw(KTR::COpenGLView& view);
-    /// What profiles are made of: each cloud's file, and how its points are coloured at present.
-    const std::vector<CloudOpener>& GetCloudOpeners() const { return m_cloudOpeners; }
-    std::vector<PointColors> GetCloudColors() const;
-    ClassMeaning GetClassMeaning(std::size_t cloud) const { return m_clouds.at(cloud)->Traits().classMeaning; }
+    /// What profiles are made of: the clouds that are shown.
+    std::vector<CloudSource> ListClouds() const;
     /// The height of the relief there; NaN where there is none.
     double ElevationAt(double x, double y) const;
 
@@ -142,9 +183,62 @@ public:
     void ReleaseGeometry();
 
 private:
-    void ColorAllClouds();
-    double PointSizeOf(const CloudLayer& cloud, const KTR::COpenGLView& view) const;
-    void Place(PlacedLayer placed);
+    struct Layer {
+        LayerId id = 0;
+        LayerSource source;
+        Extent extent; ///< of clouds see CloudLayer
+        bool maybeDegrees = false;
+        LayerStyle style;
+    };
+    struct Cloud : Layer {
+        static constexpr LayerKind kKind = LayerKind::Cloud;
+        std::unique_ptr<CloudLayer> cloud;
+        CloudOpener open;
+
+        ColorMode Mode() const { return style.colorMode.value_or(ChooseColorMode(cloud->Traits())); }
+    };
+    struct Relief : Layer {
+        static constexpr LayerKind kKind = LayerKind::Relief;
+        Surface surface;
+    };
+    struct Solid : Layer {
+        static constexpr LayerKind kKind = LayerKind::Mesh;
+        MeshLayer mesh;
+    };
+    struct Image : Layer {
+        static constexpr LayerKind kKind = LayerKind::Raster;
+        RasterLayer raster;
+        bool isCovered = false; ///< it lies on a relief as a whole
+    };
+    struct Features : Layer {
+        static constexpr LayerKind kKind = LayerKind::Features;
+        VectorLayer layer;
+        FeatureGeometry geometry;
+    };
+
+    /// Calls `visit` with the layers of each kind, in the order in which they are drawn.
+    template <typename Self, typename Visit> static void VisitKinds(Self& scene, const Visit& visit) {
+        visit(scene.m_images);
+        visit(scene.m_reliefs);
+        visit(scene.m_solids);
+        visit(scene.m_clouds);
+        visit(scene.m_features);
+    }
+    template <typename Self, typename Visit> static void VisitLayers(Self& scene, const Visit& visit) {
+        VisitKinds(scene, [&](auto& layers) {
+            for (auto& layer : layers) {
+                visit(layer);
+            }
+        });
+    }
+    template <typename Entry> LayerId Insert(std::vector<Entry>& layers, Entry entry, LayerSource source);
+    static Extent ExtentOf(const Layer& layer) { return layer.extent; }
+    static Extent ExtentOf(const Cloud& cloud) { return cloud.cloud->GetExtent(); }
+    void NoteChange(LayerKind kind);
+    void RefreshExtent();
+    static void ColorCloud(const Cloud& cloud);
+    ColorMode GetColorMode() const;
+    double PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) const;
     std::vector<PlacedLayer> ListPlaced() const;
     double GroundHeight() const;
     void LoadCamera(KTR::COpenGLView& view);
@@ -157,38 +251,30 @@ private:
     GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
     double HeightOfGround(const Position& position) const;
 
-    std::vector<std::unique_ptr<CloudLayer>> m_clouds;
-    std::vector<CloudOpener> m_cloudOpeners; ///< of each of them
-    std::vector<Surface> m_surfaces;
-    bool m_isDraped = false;            ///< images lie on the surfaces
-    std::vector<bool> m_coveredRasters; ///< of the rasters, those that lie on a surface as a whole
-    std::vector<MeshLayer> m_meshes;
-    std::vector<RasterLayer> m_rasters;
-    std::optional<RasterLayer> m_shade; ///< over all of them
+    std::vector<Image> m_images;
+    std::vector<Relief> m_reliefs;
+    std::vector<Solid> m_solids;
+    std::vector<Cloud> m_clouds;
+    std::vector<Features> m_features;
+    LayerId m_lastId = 0;
+    LayerStyle m_styleToCome;           ///< of layers that are added
+    bool m_isDraped = false;            ///< images lie on the reliefs
+    std::optional<RasterLayer> m_shade; ///< over all rasters
     double m_shadeStrength = 0.0;
-    std::vector<VectorLayer> m_layers;
-    std::vector<FeatureGeometry> m_featureGeometry; ///< of each of the layers
-    std::vector<FeatureLabel> m_labels;
+    bool m_readsAtOnce = false; ///< of rasters all that a frame shows
+    std::string m_labelProperty;
     std::vector<std::string> m_remarks;
-    std::vector<PlacedLayer> m_placedClouds; ///< of the clouds
-    std::vector<PlacedLayer> m_placed;       ///< of all else
     Extent m_extent;
-    Extent m_extentWithoutClouds;
     int m_version = 0;
+    int m_labelVersion = 0;
     /// Subtracted from every coordinate before it becomes a float: 32 bits hold only about seven digits, too few for
     /// metres of a national grid. These are the view's coordinate offsets, which its matrices allow for.
     Position m_origin;
     std::optional<MapUnits> m_units;
-    bool m_isColorModeChosen = false; ///< by the user
-    ColorMode m_colorMode = ColorMode::Elevation;
-    double m_pointSizePixels = 2.0;
-    bool m_adaptsPointSize = true;
     double m_exaggeration = 1.0;
     double m_sunAzimuthDegrees = 315.0; ///< from north
     double m_sunAltitudeDegrees = 45.0;
     bool m_shadesClouds = true;
-    double m_fillOpacity = 0.0;
-    FeatureStyle m_featureStyle;
 };
 
 } // namespace OrrinViewer

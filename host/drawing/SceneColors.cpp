@@ -79,6 +79,34 @@ Rgb RecordedColor(const CloudPoint& point, bool wide) {
 
 } // namespace
 
+ColorMode NextAfter(ColorMode mode) {
+    switch (mode) {
+    case ColorMode::Recorded:
+        return ColorMode::Elevation;
+    case ColorMode::Elevation:
+        return ColorMode::Class;
+    case ColorMode::Class:
+        return ColorMode::Intensity;
+    case ColorMode::Intensity:
+        break;
+    }
+    return ColorMode::Recorded;
+}
+
+const char* NameOf(ColorMode mode) {
+    switch (mode) {
+    case ColorMode::Recorded:
+        return "recorded colours";
+    case ColorMode::Elevation:
+        return "elevation";
+    case ColorMode::Class:
+        return "class";
+    case ColorMode::Intensity:
+        return "intensity";
+    }
+    return "";
+}
+
 Rgb ColorOfElevation(double elevation, const ElevationRange& range) {
     const double span = range.high - range.low;
     const double share = span > 0.0 ? std::clamp((elevation - range.low) / span, 0.0, 1.0) : 0.5;

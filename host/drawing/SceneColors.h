@@ -31,6 +31,11 @@ enum class ColorMode {
     Intensity,
 };
 
+/// The mode that follows it where a key leads through all of them.
+ColorMode NextAfter(ColorMode mode);
+/// In words, for a title.
+const char* NameOf(ColorMode mode);
+
 /// A colour from deep blue at the range's low end over green and yellow to near white; the ends' own beyond them.
 Rgb ColorOfElevation(double elevation, const ElevationRange& range);
 

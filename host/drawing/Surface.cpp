@@ -42,6 +42,15 @@ void Surface::Drape(Raster image, const std::wstring& name) {
     m_geometry.Clear();
 }
 
+void Surface::Bare() {
+    if (m_covers.empty()) {
+        return;
+    }
+    m_covers.clear();
+    m_triangles = FindTriangles(m_grid);
+    m_geometry.Clear();
+}
+
 bool Surface::Reaches(const Raster& image) const {
     const Extent extent = image.FindExtent();
     const double margin = m_grid.cellSize;

@@ -21,6 +21,8 @@ public:
     const ElevationGrid& Grid() const { return m_grid; }
     /// Lays an image over it, where nothing lies yet. `name` tells it from all other textures of the process.
     void Drape(Raster image, const std::wstring& name);
+    /// Takes all images off again.
+    void Bare();
     /// Whether it reaches as far as the image, so that nothing of the image lies beside it.
     bool Reaches(const Raster& image) const;
     /// Draws it relative to the origin.

@@ -57,11 +57,11 @@ std::string MakeLabelText(std::string_view value) {
     return text;
 }
 
-std::vector<FeatureLabel> CollectLabels(const std::vector<VectorLayer>& layers, std::string_view property) {
+std::vector<FeatureLabel> CollectLabels(const std::vector<const VectorLayer*>& layers, std::string_view property) {
     std::vector<FeatureLabel> labels;
-    for (const VectorLayer& layer : layers) {
+    for (const VectorLayer* layer : layers) {
         std::vector<const VectorFeature*> features;
-        for (const VectorFeature& feature : layer.features) {
+        for (const VectorFeature& feature : layer->features) {
             features.push_back(&feature);
         }
         std::stable_sort(features.begin(), features.end(), [](const VectorFeature* one, const VectorFeature* other) {
@@ -78,10 +78,10 @@ std::vector<FeatureLabel> CollectLabels(const std::vector<VectorLayer>& layers, 
     return labels;
 }
 
-std::vector<std::string> ListProperties(const std::vector<VectorLayer>& layers) {
+std::vector<std::string> ListProperties(const std::vector<const VectorLayer*>& layers) {
     std::vector<std::string> names;
-    for (const VectorLayer& layer : layers) {
-        for (const VectorFeature& feature : layer.features) {
+    for (const VectorLayer* layer : layers) {
+        for (const VectorFeature& feature : layer->features) {
             for (const auto& property : feature.properties) {
                 if (std::find(names.begin(), names.end(), property.first) == names.end()) {
                     names.push_back(property.first);

@@ -21,9 +21,9 @@ std::string MakeLabelText(std::string_view value);
 
 /// The labels that a property of the features gives, those of large features first. Features without the property, or
 /// with an empty value, have none. Of many thousands only the first are kept.
-std::vector<FeatureLabel> CollectLabels(const std::vector<VectorLayer>& layers, std::string_view property);
+std::vector<FeatureLabel> CollectLabels(const std::vector<const VectorLayer*>& layers, std::string_view property);
 
 /// The names of all properties in the layers, for the user to choose from.
-std::vector<std::string> ListProperties(const std::vector<VectorLayer>& layers);
+std::vector<std::string> ListProperties(const std::vector<const VectorLayer*>& layers);
 
 } // namespace OrrinViewer

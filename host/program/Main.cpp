@@ -1,7 +1,8 @@
-#include "LoadScene.h"
+#include "SceneLoading.h"
 #include "ViewerOptions.h"
 #include "ViewerSession.h"
 #include "drawing/WideText.h"
+#include "files/FileError.h"
 
 #include <cstdio>
 #include <exception>
@@ -24,6 +25,15 @@ void PrintLines(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) {
         std::fprintf(stderr, "%s\n", line.c_str());
     }
+}
+
+std::string ExplainMissingLabels(const OrrinViewer::Scene& scene) {
+    std::string known;
+    for (const std::string& name : scene.ListProperties()) {
+        known += known.empty() ? name : ", " + name;
+    }
+    return "No feature has a property " + OrrinViewer::QuoteForMessage(scene.GetLabelProperty()) + "; " +
+           (known.empty() ? "none of them has any" : "there are: " + known);
 }
 
 /// What there is of each kind, and where it is.
@@ -54,48 +64,49 @@ void PrintSummary(const OrrinViewer::Scene& scene) {
     std::fflush(stdout);
 }
 
-/// What there is to say once all files are read. False when there is nothing to show.
-bool Report(const OrrinViewer::Scene& scene) {
+/// What there is to say once all files are read. False when something is not as it was asked for.
+bool Report(const OrrinViewer::Scene& scene, const OrrinViewer::SceneLoading& loading) {
+    PrintLines(loading.GetFaults());
     PrintLines(scene.GetRemarks());
     PrintLines(scene.GetProblems());
+    bool isWhole = loading.GetFaults().empty() && scene.GetProblems().empty();
     if (!scene.GetExtent().IsEmpty()) {
         PrintSummary(scene);
-        return true;
-    }
-    if (scene.GetProblems().empty()) {
+    } else if (isWhole) {
         std::fprintf(stderr, "There is nothing to show: the files hold no points, no shapes and no pixels.\n");
+        isWhole = false;
     }
-    return false;
+    if (!scene.GetLabelProperty().empty() && scene.CollectLabels().empty()) {
+        std::fprintf(stderr, "%s\n", ExplainMissingLabels(scene).c_str());
+        isWhole = false;
+    }
+    return isWhole;
 }
 
 int ShowFiles(const OrrinViewer::ViewerOptions& options) {
-    std::vector<std::string> faults;
-    OrrinViewer::Scene scene = OrrinViewer::LoadScene(options, faults);
-    PrintLines(faults);
+    OrrinViewer::Scene scene;
+    OrrinViewer::StyleScene(scene, options);
+    OrrinViewer::SceneLoading loading(scene, options);
+    loading.Add(options.files);
+    bool isWhole = true;
     if (options.frames > 0) {
-        // Without a person nobody looks at a part of the points.
+        // Without a person nobody looks at a part of the data.
+        loading.WaitUntilLoaded();
         scene.WaitUntilRead();
         KTR::SetMessageBoxHandler(PrintMessageBox, nullptr);
-        scene.ReadRastersAtOnce(); // no later frame would show them finer
-    }
-    const bool isReading = scene.IsReading();
-    if (!isReading) {
-        scene.Update();
-        // A person is also told by the window what was wrong with a file.
-        const bool isShown = Report(scene) || (options.frames == 0 && !scene.GetProblems().empty());
-        if (!isShown) {
+        isWhole = Report(scene, loading);
+        if (scene.GetExtent().IsEmpty()) {
             return 1;
         }
     }
-    OrrinViewer::ViewerSession session(scene, options);
+    OrrinViewer::ViewerSession session(scene, loading, options);
     if (!session.Open()) {
         std::fprintf(stderr, "There is no OpenGL to draw with: neither a pixel format nor a context could be had.\n");
         return 1;
     }
-    session.Run(isReading ? Report : nullptr);
+    session.Run(Report);
     // Who looks at a screenshot does not see what is missing in it; a person has been told.
-    const bool isIncomplete = !faults.empty() || !scene.GetProblems().empty() || g_hasNotice;
-    return options.frames > 0 && isIncomplete ? 1 : 0;
+    return options.frames > 0 && (!isWhole || g_hasNotice) ? 1 : 0;
 }
 
 } // namespace

@@ -10,20 +10,30 @@ namespace OrrinViewer {
 namespace {
 
 constexpr wchar_t kWindowClass[] = L"OrrinViewer";
+constexpr wchar_t kControlsClass[] = L"OrrinViewerControls";
+
+void RegisterWindowClass(const wchar_t* name, UINT style, HBRUSH background, WNDPROC procedure) {
+    WNDCLASSEXW windowClass = {};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.style = style;
+    windowClass.lpfnWndProc = procedure;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.hIcon = LoadIconW(windowClass.hInstance, MAKEINTRESOURCEW(ORRIN_VIEWER_ICON));
+    windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    windowClass.hbrBackground = background;
+    windowClass.lpszClassName = name;
+    RegisterClassExW(&windowClass);
+}
+
+HBRUSH ControlsBackground() {
+    return GetSysColorBrush(COLOR_BTNFACE);
+}
 
 } // namespace
 
 bool NativeWindow::Create(const wchar_t* title, int widthPixels, int heightPixels) {
-    WNDCLASSEXW windowClass = {};
-    windowClass.cbSize = sizeof(windowClass);
-    windowClass.style = CS_OWNDC | CS_DBLCLKS; // OpenGL keeps drawing through one device context
-    windowClass.lpfnWndProc = WindowProcedure;
-    windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.hIcon = LoadIconW(windowClass.hInstance, MAKEINTRESOURCEW(ORRIN_VIEWER_ICON));
-    windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    windowClass.lpszClassName = kWindowClass;
-    RegisterClassExW(&windowClass);
-
+    // OpenGL keeps drawing through one device context, and fills the window itself.
+    RegisterWindowClass(kWindowClass, CS_OWNDC | CS_DBLCLKS, nullptr, WindowProcedure);
     RECT frame = {0, 0, widthPixels, heightPixels};
     AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
     m_window = CreateWindowExW(0, kWindowClass, title, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
@@ -33,6 +43,21 @@ bool NativeWindow::Create(const wchar_t* title, int widthPixels, int heightPixel
         // Borders are as wide as the screen wants that the window came to lie on.
         SetClientSize(m_window, widthPixels, heightPixels);
     }
+    return m_window != nullptr;
+}
+
+bool NativeWindow::CreateIn(HWND parent) {
+    RegisterWindowClass(kControlsClass, CS_DBLCLKS, ControlsBackground(), WindowProcedure);
+    m_window = CreateWindowExW(WS_EX_CONTROLPARENT, kControlsClass, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0,
+                               0, 0, parent, nullptr, GetModuleHandleW(nullptr), this);
+    return m_window != nullptr;
+}
+
+bool NativeWindow::CreateOwned(HWND owner, const wchar_t* title) {
+    RegisterWindowClass(kControlsClass, CS_DBLCLKS, ControlsBackground(), WindowProcedure);
+    m_window = CreateWindowExW(WS_EX_TOOLWINDOW | WS_EX_CONTROLPARENT, kControlsClass, title,
+                               WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_CLIPCHILDREN, 0, 0, 0, 0, owner,
+                               nullptr, GetModuleHandleW(nullptr), this);
     return m_window != nullptr;
 }
 

@@ -144,7 +144,13 @@ void ProfileWindow::SetBand(Band band) {
     m_isNavigated = false;
     m_savedAs.clear();
     SetUpView();
-    m_reading.Start(m_band, m_scene.GetCloudOpeners());
+    m_clouds.clear();
+    std::vector<CloudOpener> openers;
+    for (const CloudSource& cloud : m_scene.ListClouds()) {
+        m_clouds.push_back(cloud.id);
+        openers.push_back(cloud.open);
+    }
+    m_reading.Start(m_band, std::move(openers));
     m_thinned = 0;
     SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
     m_session.ShowProfileOnMaps();
@@ -157,7 +163,7 @@ void ProfileWindow::SetUpView() {
     m_view->ChooseCoordinateOffsets({box.low.x, box.low.y, 0.0}, {box.high.x, box.high.y, 0.0});
     double low = 0.0;
     double high = 0.0;
-    if (m_scene.GetCloudOpeners().empty()) {
+    if (m_scene.ListClouds().empty()) {
         FindGroundHeights(low, high);
     }
     const std::vector<PointXY> corners = FlatCorners(m_band);
@@ -189,6 +195,10 @@ void ProfileWindow::FindGroundHeights(double& low, double& high) const {
 }
 
 void ProfileWindow::Feed() {
+    if (!HasCloudsOfScene()) {
+        SetBand(m_band);
+        return;
+    }
     const BandReading::State state = m_reading.GetState();
     if (state.thinned != m_thinned) {
         m_thinned = state.thinned;
@@ -212,12 +222,12 @@ void ProfileWindow::AddPoints(const std::vector<BandPoint>& points, std::size_t 
     double originX = 0.0;
     double originY = 0.0;
     m_view->GetCurrentCoordinateOffset(originX, originY);
-    const std::vector<PointColors> colors = m_scene.GetCloudColors();
+    const std::vector<CloudSource> clouds = m_scene.ListClouds();
     std::vector<KTR::GLDrawGeometry> records;
     records.reserve(points.size() - first);
     for (std::size_t index = first; index < points.size(); ++index) {
         const CloudPoint& point = points[index].point;
-        const Rgb color = colors.at(points[index].cloud).ColorOf(point);
+        const Rgb color = clouds.at(points[index].cloud).colors.ColorOf(point);
         KTR::GLDrawGeometry record{};
         record.x = static_cast<float>(point.position.x - originX);
         record.y = static_cast<float>(point.position.y - originY);
@@ -261,7 +271,18 @@ void ProfileWindow::ReleaseCursor(HWND window) {
     }
 }
 
+/// Whether what was read is of the clouds that are shown.
+bool ProfileWindow::HasCloudsOfScene() const {
+    const std::vector<CloudSource> clouds = m_scene.ListClouds();
+    return std::equal(clouds.begin(), clouds.end(), m_clouds.begin(), m_clouds.end(),
+                      [](const CloudSource& cloud, LayerId id) { return cloud.id == id; });
+}
+
 void ProfileWindow::ShowSceneAnew() {
+    if (!HasCloudsOfScene()) {
+        SetBand(m_band);
+        return;
+    }
     // The colours are the points' own.
     m_view->ClearProfilePoints();
     m_added = 0;
@@ -537,7 +558,7 @@ std::string ProfileWindow::DescribeUnderCursor() const {
         if (index < points.size()) {
             const BandPoint& found = points[index];
             text = FormatPosition(found.point.position, 0.01) + "  " +
-                   NameOfClass(found.point.classNumber, m_scene.GetClassMeaning(found.cloud));
+                   NameOfClass(found.point.classNumber, m_scene.ListClouds().at(found.cloud).classMeaning);
         }
     });
     return text;

@@ -59,6 +59,7 @@ private:
     void SetUpView();
     /// Adds the points that have been read since the last time.
     void Feed();
+    bool HasCloudsOfScene() const;
     void AddPoints(const std::vector<BandPoint>& points, std::size_t first);
     void FindGroundHeights(double& low, double& high) const;
 
@@ -85,12 +86,13 @@ private:
     int m_height = 1;
     Band m_band;
     BandReading m_reading;
-    std::size_t m_added = 0;     ///< points that the view has
-    std::uint32_t m_thinned = 0; ///< when they were added
-    bool m_trueHeights = false;  ///< not exaggerated
-    bool m_isDrawn = false;      ///< what is shown is what there is
-    bool m_isNavigated = false;  ///< the user has chosen what is shown
-    std::wstring m_savedAs;      ///< told in the title until something else happens
+    std::vector<LayerId> m_clouds; ///< that it reads
+    std::size_t m_added = 0;       ///< points that the view has
+    std::uint32_t m_thinned = 0;   ///< when they were added
+    bool m_trueHeights = false;    ///< not exaggerated
+    bool m_isDrawn = false;        ///< what is shown is what there is
+    bool m_isNavigated = false;    ///< the user has chosen what is shown
+    std::wstring m_savedAs;        ///< told in the title until something else happens
     std::optional<POINT> m_cursor;
     HWND m_leader = nullptr;        ///< the window in which the mouse leads the cursor
     std::optional<POINT> m_dragged; ///< where the picture was taken hold of

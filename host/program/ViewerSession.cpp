@@ -52,10 +52,13 @@ bool ViewerSession::Open() {
         }
         ++m_openWindows;
     }
+    if (m_options.frames == 0) {
+        m_panel.Show(m_windows.front()->Handle());
+    }
     return true;
 }
 
-void ViewerSession::Run(bool (*report)(const Scene& scene)) {
+void ViewerSession::Run(bool (*report)(const Scene& scene, const SceneLoading& loading)) {
     if (m_options.frames > 0) {
         DrawFrames();
         return;
@@ -65,12 +68,17 @@ void ViewerSession::Run(bool (*report)(const Scene& scene)) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
         // While files are read, the windows' timers see to it that this is looked at again and again.
-        if (report && !m_scene.IsReading()) {
-            m_scene.Update();
-            report(m_scene);
+        if (report && !IsReading()) {
+            UpdateScene();
+            report(m_scene, m_loading);
             report = nullptr;
         }
     }
+}
+
+void ViewerSession::UpdateScene() {
+    m_loading.Update();
+    m_scene.Update();
 }
 
 void ViewerSession::RedrawAll() {

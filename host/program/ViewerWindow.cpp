@@ -149,7 +149,7 @@ void ViewerWindow::HandleTimer() {
     if (m_waits) {
         RedrawOverlays();
     }
-    if (m_stored == Stored::Scene && !m_scene.IsReading()) {
+    if (m_stored == Stored::Scene && !m_session.IsReading()) {
         KillTimer(m_window, kTimer);
     }
 }
@@ -178,10 +178,15 @@ PixelPlace ViewerWindow::PlaceOf(const Position& position) const {
 
 /// The font, and the placement of all labels, which depends on how wide the font makes them.
 void ViewerWindow::LoadTexts() {
-    const bool needed = m_options.frames == 0 || !m_options.plain || !m_scene.GetLabels().empty();
+    const bool needed = m_options.frames == 0 || !m_options.plain || !m_options.labelProperty.empty();
     if (needed && m_texts.Load(*m_view, FindPixelsPerInch(m_window))) {
-        m_labels = LabelLayer(m_scene.GetLabels(), m_texts.Sizes(*m_view));
+        PlaceLabels();
     }
+}
+
+void ViewerWindow::PlaceLabels() {
+    m_labelVersion = m_scene.GetLabelVersion();
+    m_labels = LabelLayer(m_scene.CollectLabels(), m_texts.Sizes(*m_view));
 }
 
 /// Labels and what lies around the map; of other views the scale.
@@ -311,12 +316,15 @@ void ViewerWindow::StoreFrame(Stored stored) {
 
 /// Shows what has come to the scene since the last frame.
 void ViewerWindow::MeetScene() {
-    m_scene.Update();
+    m_session.UpdateScene();
     if (m_scene.GetVersion() == m_sceneVersion) {
         return;
     }
     m_sceneVersion = m_scene.GetVersion();
     if (m_view->MakeCurrent(KTR::GLContextMain)) {
+        if (m_scene.GetLabelVersion() != m_labelVersion) {
+            PlaceLabels();
+        }
         if (m_isNavigated) {
             m_scene.HoldEverything(*m_view);
         } else {

@@ -140,6 +140,7 @@ private:
     MapFrame DescribeMap() const;
     PixelPlace PlaceOf(const Position& position) const;
     void LoadTexts();
+    void PlaceLabels();
     void DrawTexts();
     void DrawFrame();
     void ShowFrame();
@@ -163,6 +164,7 @@ private:
     Stored m_stored = Stored::Nothing; ///< as it has to be shown
     bool m_waits = false;              ///< points are to come, but there are none to draw now
     int m_sceneVersion = 0;            ///< that is shown
+    int m_labelVersion = 0;            ///< of the labels that are placed
     bool m_isNavigated = false;        ///< the user has chosen what is shown
     double m_frameMilliseconds = 0.0;  ///< of the last frame; 0 before the first
     int m_width = 1;                   ///< of the client area in pixels, at least 1

@@ -28,6 +28,7 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         m_width = std::max<int>(LOWORD(lParam), 1);
         m_height = std::max<int>(HIWORD(lParam), 1);
         Redraw();
+        m_session.GetPanel().Follow();
         return 0;
     }
     if (!m_ready) {
@@ -37,6 +38,9 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_PAINT:
         ValidateRect(m_window, nullptr);
         DrawFrame();
+        return 0;
+    case WM_MOVE:
+        m_session.GetPanel().Follow();
         return 0;
     case WM_TIMER:
         HandleTimer();
@@ -219,6 +223,13 @@ void ViewerWindow::HandleKey(WPARAM key) {
     case VK_F1:
         ShowHelp(m_helpOverlay == 0);
         break;
+    case VK_F4:
+        if (SidePanel& panel = m_session.GetPanel(); panel.IsShown()) {
+            panel.Hide();
+        } else {
+            panel.Show(m_window);
+        }
+        break;
     case 'M':
         SetTool(m_tool == Tool::MeasurePath   ? Tool::MeasureArea
                 : m_tool == Tool::MeasureArea ? Tool::Look
@@ -297,7 +308,11 @@ bool ViewerWindow::HandleSceneKey(WPARAM key) {
         m_scene.ShadeClouds(!m_scene.ShadesClouds());
         break;
     case 'F':
-        m_scene.AdaptPointSize(!m_scene.AdaptsPointSize());
+        if (m_scene.AdaptsPointSize()) {
+            m_scene.SetPointSize(m_scene.GetPointSize());
+        } else {
+            m_scene.AdaptPointSize();
+        }
         break;
     case 'S':
         m_scene.TurnSun(IsKeyDown(VK_SHIFT) ? -kSunStepDegrees : kSunStepDegrees);

@@ -129,12 +129,12 @@ TEST(FeatureLabels, LabelsAreOneShortLine_ThoseOfLargeFeaturesFirst) {
     };
     VectorLayer layer;
     layer.features = {square(1, "small"), square(9, "large"), square(5, ""), square(7, "null")};
-    const std::vector<FeatureLabel> labels = CollectLabels({layer}, "NAME");
+    const std::vector<FeatureLabel> labels = CollectLabels({&layer}, "NAME");
     ASSERT_EQ(labels.size(), 2U);
     EXPECT_EQ(labels[0].text, "large");
     EXPECT_EQ(labels[0].areaWidth, 9.0);
     EXPECT_EQ(labels[1].anchor, (Position{0.5, 0.5, 0}));
-    EXPECT_EQ(ListProperties({layer, layer}), (std::vector<std::string>{"ID", "NAME"}));
+    EXPECT_EQ(ListProperties({&layer, &layer}), (std::vector<std::string>{"ID", "NAME"}));
 }
 
 } // namespace

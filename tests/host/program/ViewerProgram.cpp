@@ -19,7 +19,7 @@ std::string ReadText(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-/// The visible window of a process; null while it has none.
+/// The visible window of a process that belongs to no other one; null while it has none.
 HWND FindWindowOf(DWORD process) {
     struct Search {
         DWORD process;
@@ -30,7 +30,8 @@ HWND FindWindowOf(DWORD process) {
             auto& looked = *reinterpret_cast<Search*>(parameter);
             DWORD owner = 0;
             GetWindowThreadProcessId(window, &owner);
-            looked.found = owner == looked.process && IsWindowVisible(window) ? window : looked.found;
+            const bool isMain = IsWindowVisible(window) && !GetWindow(window, GW_OWNER);
+            looked.found = owner == looked.process && isMain ? window : looked.found;
             return looked.found == nullptr;
         },
         reinterpret_cast<LPARAM>(&search));
