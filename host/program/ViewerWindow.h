@@ -5,6 +5,7 @@
 #include "NativeWindow.h"
 #include "PictureParts.h"
 #include "Project.h"
+#include "TouchGesture.h"
 #include "ViewerOptions.h"
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
@@ -34,9 +35,9 @@ class ViewerSession;
 /// A large cloud is drawn in several frames, each of which adds points to the one before; between them the window
 /// answers. Until all points are there, shapes and texts are an overlay too: the frame has only what lies below.
 ///
-/// Its functions stand in more files: WindowInput.cpp (mouse and keys), WindowBands.cpp (what is drawn with the mouse),
-/// WindowPicking.cpp (what a click picks), WindowCommands.cpp (the menu and files), WindowOverlays.cpp (what lies over
-/// the frame) and WindowPicture.cpp (pictures of any size).
+/// Its functions stand in more files: WindowInput.cpp (mouse and keys), WindowTouch.cpp (wheels, touchpads and touch),
+/// WindowBands.cpp (what is drawn with the mouse), WindowPicking.cpp (what a click picks), WindowCommands.cpp (the menu
+/// and files), WindowOverlays.cpp (what lies over the frame) and WindowPicture.cpp (pictures of any size).
 class ViewerWindow final : public NativeWindow {
 public:
     ViewerWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session);
@@ -129,6 +130,9 @@ private:
     void SaveProject(bool asks);
     void AskForPicture();
     void HandleWheel(WPARAM wParam, LPARAM lParam);
+    void HandleSideWheel(WPARAM wParam);
+    bool HandleTouch(LPARAM gesture);
+    void BeginWheel();
     void HandleTimer(UINT_PTR timer);
     void SetCursorShape() const;
     void DragTo(POINT cursor, POINT before);
@@ -224,6 +228,7 @@ private:
     bool m_canPick = false;      ///< if it comes to be one
     bool m_draggingPans = false; ///< also in perspective
     bool m_wheeling = false;
+    TouchGesture m_touch;
     int m_helpOverlay = 0; ///< 0: it is not shown
     Tool m_tool = Tool::Look;
     BandUse m_band = BandUse::None;

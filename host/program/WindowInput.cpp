@@ -14,7 +14,6 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr double kZoomPerNotch = 1.25;
 constexpr double kPanPixels = 60.0;
 constexpr double kDegreesPerPixel = 0.4;
 constexpr double kSunStepDegrees = 15.0;
@@ -77,6 +76,14 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         LoadTexts();
         Redraw();
         return 0;
+    case WM_MOUSEHWHEEL:
+        HandleSideWheel(wParam);
+        return 0;
+    case WM_GESTURENOTIFY:
+        TouchGesture::Choose(m_window);
+        return DefWindowProcW(m_window, message, wParam, lParam);
+    case WM_GESTURE:
+        return HandleTouch(lParam) ? 0 : DefWindowProcW(m_window, message, wParam, lParam);
     case WM_SETCURSOR:
         if (LOWORD(lParam) == HTCLIENT) {
             SetCursorShape();
@@ -389,28 +396,6 @@ void ViewerWindow::HandleEscape() {
         m_session.ClearPick();
     } else {
         PostQuitMessage(0);
-    }
-}
-
-void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
-    // The wheel reports screen coordinates, unlike the buttons.
-    POINT cursor = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-    ScreenToClient(m_window, &cursor);
-    const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-    if (!m_wheeling) {
-        m_view->BeginViewChange();
-        m_wheeling = true;
-    }
-    m_view->MakeCurrent(KTR::GLContextMain);
-    m_view->ZoomAbout(std::pow(kZoomPerNotch, notches), cursor.x, cursor.y);
-    m_isNavigated = true;
-    Redraw();
-}
-
-void ViewerWindow::EndWheel() {
-    if (m_wheeling) {
-        m_view->EndViewChange();
-        m_wheeling = false;
     }
 }
 

@@ -2,6 +2,9 @@
 
 #include "ViewerHand.h"
 
+#include "program/TouchGesture.h"
+#include "program/WindowManners.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -42,9 +45,10 @@ protected:
         return Write("parcel.geojson", R"({"type": "Feature", "properties": {"NAME": "Hill"}, "geometry":
             {"type": "Polygon", "coordinates": [[[0, 0], [100, 0], [100, 60], [0, 60], [0, 0]]]}})");
     }
-    /// Opens the parcel in a window of 600 by 400 pixels, and closes it afterwards.
+    /// Opens the parcel in a window of 600 by 400 pixels, five a metre, and closes it afterwards.
     void Use(const std::function<void(HWND, const PROCESS_INFORMATION&)>& use) const {
-        const Outcome outcome = Start({WriteParcel().wstring(), L"--width", L"600", L"--height", L"400"},
+        const Outcome outcome = Start({WriteParcel().wstring(), L"--area", L"-10,-10,110,70", L"--plain", L"--width",
+                                       L"600", L"--height", L"400"},
                                       [&](const PROCESS_INFORMATION& process) {
                                           const HWND window = ViewerHand(process, Folder()).FindWindow(L" ms");
                                           EXPECT_NE(window, nullptr) << "no window with a frame";
@@ -134,6 +138,90 @@ TEST_F(ViewerOnDesktop, WindowTakesTheSizeThatAnotherScreenWants) {
         EXPECT_EQ(std::memcmp(&taken, &wanted, sizeof(wanted)), 0)
             << taken.left << " " << taken.top << " " << taken.right << " " << taken.bottom;
     });
+}
+
+TEST_F(ViewerOnDesktop, TitleIsDarkWhereTheUserWantsPrograms) {
+    constexpr wchar_t key[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize";
+    {
+        const UserSetting light(key, L"AppsUseLightTheme", 1);
+        EXPECT_FALSE(WantsDarkTitle());
+    }
+    const UserSetting dark(key, L"AppsUseLightTheme", 0);
+    EXPECT_TRUE(WantsDarkTitle());
+    Use([](HWND window, const PROCESS_INFORMATION&) { EXPECT_TRUE(IsWindowVisible(window)); });
+}
+
+// They send parts of a notch, and tell with Ctrl that fingers part. What the parts add up to is a wheel's notch, and
+// one step of the view's history.
+TEST_F(ViewerOnDesktop, TouchpadsZoomAndMoveSmoothly) {
+    Use([this](HWND window, const PROCESS_INFORMATION& process) {
+        const ViewerHand hand(process, Folder());
+        const auto turn = [window](UINT wheel, int delta, WORD keys) {
+            POINT place = {300, 200};
+            ClientToScreen(window, &place);
+            PostMessageW(window, wheel, MAKEWPARAM(keys, static_cast<WORD>(delta)), MAKELPARAM(place.x, place.y));
+        };
+        const auto takeBack = [window] { PostMessageW(window, WM_KEYDOWN, VK_BACK, 0); };
+        const Frame before = hand.LookWhenStill(window);
+        turn(WM_MOUSEWHEEL, 2 * WHEEL_DELTA, 0);
+        const Frame notched = hand.LookWhenStill(window);
+        EXPECT_GT(ShareOfDifferingPixels(before, notched, 3), 0.005);
+        takeBack();
+        for (int part = 0; part < 20; ++part) {
+            turn(WM_MOUSEWHEEL, WHEEL_DELTA / 10, part % 2 == 0 ? MK_CONTROL : 0);
+        }
+        EXPECT_LT(ShareOfDifferingPixels(notched, hand.LookWhenStill(window), 3), 0.001);
+        takeBack();
+        for (int part = 0; part < 12; ++part) {
+            turn(WM_MOUSEHWHEEL, WHEEL_DELTA / 6, 0);
+        }
+        const Frame moved = hand.LookWhenStill(window);
+        int elsewhere = 0;
+        for (int y = 0; y < 400; ++y) {
+            for (int x = 0; x < 480; ++x) {
+                elsewhere += moved.At(x, y) != before.At(x + 120, y) ? 1 : 0;
+            }
+        }
+        EXPECT_LT(elsewhere, 30) << "the map is 120 pixels farther to the left";
+        takeBack();
+        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+    });
+}
+
+GESTUREINFO Gesture(DWORD kind, DWORD flags, SHORT x, SHORT y, ULONGLONG distance = 0) {
+    GESTUREINFO gesture = {};
+    gesture.cbSize = sizeof(gesture);
+    gesture.dwID = kind;
+    gesture.dwFlags = flags;
+    gesture.ptsLocation = {x, y};
+    gesture.ullArguments = distance;
+    return gesture;
+}
+
+TEST(TouchGesture, FingersThatPartAndMoveAreFollowed) {
+    TouchGesture touch;
+    EXPECT_FALSE(touch.Follow(Gesture(GID_ZOOM, GF_BEGIN, 100, 100, 80)));
+    std::optional<TouchStep> step = touch.Follow(Gesture(GID_ZOOM, 0, 103, 98, 100));
+    ASSERT_TRUE(step);
+    EXPECT_DOUBLE_EQ(step->factor, 1.25);
+    EXPECT_EQ(step->center.x, 103);
+    EXPECT_DOUBLE_EQ(step->rightPixels, 3.0);
+    EXPECT_DOUBLE_EQ(step->downPixels, -2.0);
+    step = touch.Follow(Gesture(GID_ZOOM, GF_END, 103, 98, 50));
+    ASSERT_TRUE(step);
+    EXPECT_DOUBLE_EQ(step->factor, 0.5);
+    // Elsewhere and with other arguments: neither a jump nor a zoom.
+    EXPECT_FALSE(touch.Follow(Gesture(GID_ZOOM, 0, 500, 400, 10)));
+    EXPECT_FALSE(touch.Follow(Gesture(GID_PAN, GF_BEGIN, 300, 300, 7)));
+    step = touch.Follow(Gesture(GID_PAN, GF_INERTIA, 310, 290, 9));
+    ASSERT_TRUE(step);
+    EXPECT_DOUBLE_EQ(step->factor, 1.0);
+    EXPECT_DOUBLE_EQ(step->rightPixels, 10.0);
+    EXPECT_DOUBLE_EQ(step->downPixels, -10.0);
+    EXPECT_FALSE(touch.Follow(Gesture(GID_ZOOM, 0, 310, 290, 60))) << "its beginning got lost";
+    // A finger's width apart or none: nothing to divide by.
+    EXPECT_FALSE(touch.Follow(Gesture(GID_ZOOM, GF_BEGIN, 310, 290, 0)));
+    EXPECT_DOUBLE_EQ(touch.Follow(Gesture(GID_ZOOM, 0, 310, 290, 40))->factor, 1.0);
 }
 
 } // namespace
