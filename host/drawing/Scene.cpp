@@ -184,7 +184,7 @@ void Scene::ApplyStyle(Relief& relief, const LayerStyle& before) {
     relief.surface.SetOpacity(relief.style.opacity);
     m_isDraped = m_isDraped && before.shown == relief.style.shown && before.elevationRamp == relief.style.elevationRamp;
     if (before.shown != relief.style.shown) {
-        ReleaseShapes(); // what lies on the relief
+        OutdateShapes(); // what lies on the relief
     }
 }
 
