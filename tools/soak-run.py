@@ -15,32 +15,33 @@ import time
 
 # Load: steps of the long and of the quick soak. Both pipelines take as many.
 LOADS = {
-    "views": (100, 10),  # 200 at once, of which a step exchanges 20
+    "views": (60, 10),  # 200 at once, of which a step exchanges 40
     "switches": (20_000, 1_000),
     "creations": (500, 40),
     "frames": (200_000, 4_000),
     "images": (10_000, 300),
     "stored-frames": (4_000, 150),
-    "fonts": (300, 20),
+    "fonts": (60, 10),  # a step is a tour of twelve
     "resizes": (100, 10),
     "reloads": (100, 10),
 }
-# How much a count may grow from the first tenth on, in its own unit: nothing. Memory has room for what its managers keep
-# and hand out again, and the server opens files of its own now and then.
+# How much a count may grow from the first tenth on, in its own unit: nothing. Memory has room for what its
+# managers keep and hand out again, a fiftieth more of what there is.
+PRIVATE_SHARE = 0.02
 ALLOWED = {
-    "handles": 0, "gdi": 0, "windows": 0, "objects": 0, "threads": 0, "files": 0, "server files": 4,
+    "handles": 0, "gdi": 0, "windows": 0, "objects": 0, "threads": 0, "files": 0,
     "private MB": 2.0, "address MB": 8.0, "server MB": 0.5, "screen MB": 1.0,
 }
 # A leak of how many steps, and the counts that have to see it.
 PROOFS = {
-    "leaked-handles": (4_000, ("handles", "server MB")),
+    "leaked-handles": (8_000, ("handles", "server MB")),
     "leaked-gdi": (100, ("gdi",)),
     "leaked-windows": (400, ("windows", "screen MB")),
-    "leaked-memory": (100, ("private MB", "address MB")),
+    "leaked-memory": (100, ("private MB",)),
     "leaked-threads": (20, ("threads",)),
-    "leaked-files": (100, ("files", "server files")),
+    "leaked-files": (100, ("files",)),
     "leaked-objects": (20, ("objects",)),
-    "leaked-contexts": (20, ("private MB",)),
+    "leaked-contexts": (20, ("private MB", "address MB")),
 }
 RESULT_NO_PROGRAMS = 3
 
@@ -117,7 +118,6 @@ def look(pid, words):
     counts["address MB"] = own["VmSize"] / 1000
     server, screen = server_of(pid), screen_of(pid)
     if server:
-        counts["server files"] = files_of(server)
         counts["server MB"] = status(server)["RssAnon"] / 1000
     if screen:
         counts["screen MB"] = status(screen)["RssAnon"] / 1000
@@ -150,7 +150,8 @@ def growth(samples, name):
 
 
 def grown(samples):
-    return [name for name, allowed in ALLOWED.items() if growth(samples, name) > allowed]
+    allowed = {**ALLOWED, "private MB": ALLOWED["private MB"] + PRIVATE_SHARE * samples[0]["private MB"]}
+    return [name for name, limit in allowed.items() if growth(samples, name) > limit]
 
 
 def cell(samples, name):

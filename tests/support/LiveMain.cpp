@@ -23,6 +23,8 @@ constexpr LeftOut kWithoutPrograms = {
 constexpr LeftOut kOnZink[] = {
     {"Mesa's bitmaps crash with it", "Frame.MemoryBitmapIsDrawnByTheLegacyContext"},
     {"of a stippled line that goes up it lacks the first pixel of each dash", "Scenes/Parity.*/StippledLines"},
+    {"depths come back off by one step of their 24 bits",
+     "Pipelines/BackingStore.SceneComesBackUnderEachOverlay/Programs"},
     {"a line exactly between two rows of pixels is in the other one", "Strings/GoldenText.LooksAsItDid/underlined"},
 };
 
