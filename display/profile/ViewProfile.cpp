@@ -278,9 +278,13 @@ void DrawGrid(COpenGLView& view, const ProfileState& profile, const GLProfileGri
     }
     GLLineStyle corner = ThinLine(style.cornerColor);
     corner.dashes = {6.0, 4.0};
+    double before = -1.0;
     for (std::size_t index = 0; index < profile.line.Corners().size(); ++index) {
         const double x = Sharp(clientOf(profile.line.StationOfCorner(index), 0.0).x);
-        drawing.DrawLine({{x, 0.0}, {x, lowest}}, false, corner);
+        if (x != before && x >= 0.0 && x <= drawing.Width()) {
+            drawing.DrawLine({{x, 0.0}, {x, lowest}}, false, corner);
+            before = x; // the stations ascend: those of one pixel stand together
+        }
     }
     shapes.Draw();
     for (int index = 0; index < heights.count; ++index) {

@@ -11,7 +11,7 @@ using namespace Plane;
 namespace {
 
 /// Crossings of lines and outlines, and lines, that a hatch may have.
-constexpr double kMostCrossings = 4e6;
+constexpr double kMostCrossings = 400'000.0;
 constexpr double kMostLines = 65536.0;
 
 /// Most that the end of a line leans, along for each unit across.

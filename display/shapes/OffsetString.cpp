@@ -25,6 +25,10 @@ constexpr double kNearer = 1e-7;
 constexpr std::size_t kMostCrossings = 100'000;
 constexpr std::size_t kMostPairs = 30'000'000;
 
+/// Points that all arcs of a parallel together may have, and what each arc has at least.
+constexpr std::size_t kMostArcPoints = 1'000'000;
+constexpr int kFewestArcParts = 8;
+
 /// Where a piece of the uncut parallel comes from.
 enum class Origin {
     Segment, ///< it runs beside a segment
@@ -146,7 +150,9 @@ private:
 /// so all of it has its distance, which tells what to cut out. Joins come last.
 class RawParallel {
 public:
-    RawParallel(const Source& source, const Offset& offset) : m_source(source), m_offset(offset) {
+    RawParallel(const Source& source, const Offset& offset)
+        : m_source(source), m_offset(offset),
+          m_mostParts(std::max(static_cast<int>(kMostArcPoints / source.SegmentCount()), kFewestArcParts)) {
         const std::size_t segments = source.SegmentCount();
         for (std::size_t segment = 0; segment < segments; ++segment) {
             if (segment > 0 || source.IsClosed()) {
@@ -186,7 +192,7 @@ private:
             return;
         }
         const double angle = std::acos(std::clamp(bend.cosine, -1.0, 1.0)) * (distance > 0.0 ? -1.0 : 1.0);
-        const int parts = CountArcParts(std::abs(distance), angle, m_offset.tolerance);
+        const int parts = std::min(CountArcParts(std::abs(distance), angle, m_offset.tolerance), m_mostParts);
         for (int part = 0; part < parts; ++part) {
             const double turned = angle * part / parts;
             const PointXY normal{bend.normal.x * std::cos(turned) - bend.normal.y * std::sin(turned),
@@ -198,6 +204,7 @@ private:
 
     const Source& m_source;
     const Offset& m_offset;
+    int m_mostParts; ///< of an arc
     std::vector<RawPoint> m_points;
 };
 

@@ -13,6 +13,10 @@ namespace {
 /// Cuts that outlines may need before they are filled in steps; they take a quarter of a second.
 constexpr long kMostSplits = 100'000;
 
+/// Outlines that are not even tried otherwise: so many only come of a stroke whose joins lie over each other, and only
+/// to sort their edges takes seconds.
+constexpr std::size_t kMostRings = 1'000'000;
+
 /// One in some hundred thousand tangles finds no rest on its grid, since each crossing that is rounded makes another.
 /// On a grid of other steps it does. Large ones are more likely to have been given up for their splits.
 constexpr double kOtherGrid = 1.37;
@@ -89,6 +93,9 @@ TriangulatedArea FillRings(std::span<const FillRing> rings, FillRule rule, const
     const double finest = GridStepFor(rings);
     if (finest == 0.0 || !std::isfinite(1.0 / finest)) {
         return {};
+    }
+    if (rings.size() > kMostRings) {
+        return FillInSteps(rings, rule, visible);
     }
     for (const double factor : {1.0, kOtherGrid}) {
         const double step = finest * factor;

@@ -17,8 +17,9 @@ constexpr double kLargest = 1e30;
 /// Shortest dash, as a part of its pattern.
 constexpr double kLeastDash = 1e-4;
 
-/// Most repetitions of a pattern along a string. What has more is far too fine to be seen.
+/// Most repetitions of a pattern along a string, and most dashes and gaps. What has more is far too fine to be seen.
 constexpr double kMostRepetitions = 65536.0;
+constexpr double kMostDashes = 1'000'000.0;
 
 bool IsDrawable(const PointXYZ& point) {
     return std::abs(point.x) <= kLargest && std::abs(point.y) <= kLargest && std::abs(point.z) <= kLargest;
@@ -253,7 +254,9 @@ void VisitDashes(std::span<const PointXYZ> points, bool closed, const DashPatter
     const bool ring = closed && count > 2;
     const StringParts parts(points, ring, visible);
     const DashPattern endless(std::vector{std::numeric_limits<double>::max(), 1.0}, 0.0, 0.0);
-    const bool solid = pattern.IsSolid() || parts.VisibleLength() > kMostRepetitions * pattern.Total();
+    const double most =
+        std::min(kMostRepetitions, kMostDashes / static_cast<double>(std::max(pattern.Count(), std::size_t{1})));
+    const bool solid = pattern.IsSolid() || parts.VisibleLength() > most * pattern.Total();
     DashWalker walker(solid ? endless : pattern);
     DashCollector collector(ring, visit);
     for (std::size_t index = 0; index < parts.Count(); ++index) {

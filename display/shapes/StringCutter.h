@@ -27,6 +27,7 @@ public:
 
     bool IsSolid() const { return m_lengths.empty(); }
     double Total() const { return m_total; }
+    std::size_t Count() const { return m_lengths.size(); }
 
 private:
     friend class DashWalker;

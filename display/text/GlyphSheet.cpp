@@ -27,13 +27,17 @@ constexpr std::size_t kMostLayouts = 8192;
 constexpr std::size_t kCharacters = 65536;
 constexpr unsigned int kNotAsked = ~0U;
 
-GlyphImage ImageOf(const FT_Bitmap& bitmap) {
+/// Empty where there is nothing to see.
+GlyphImage InkOf(const FT_Bitmap& bitmap) {
     GlyphImage image;
     image.width = static_cast<int>(bitmap.width);
     image.height = static_cast<int>(bitmap.rows);
     image.pixels.resize(static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height));
     if (!image.pixels.empty()) {
         CopyBitmap(bitmap, image.pixels.data(), static_cast<std::size_t>(image.width), image.width, image.height);
+    }
+    if (std::ranges::all_of(image.pixels, [](unsigned char pixel) { return pixel == 0; })) {
+        image = {};
     }
     return image;
 }
@@ -91,6 +95,17 @@ void GlyphSheet::Clear() {
     ++m_generation;
 }
 
+int GlyphSheet::HeightOf(unsigned int glyph) {
+    if (glyph >= m_heights.size()) {
+        m_heights.resize(glyph + 1U, -1);
+    }
+    if (m_heights[glyph] < 0) {
+        const bool isDrawn = FT_Load_Glyph(m_face, glyph, kAtlasLoadFlags) == 0;
+        m_heights[glyph] = isDrawn ? InkOf(m_face->glyph->bitmap).height : 0;
+    }
+    return m_heights[glyph];
+}
+
 const TextLayout& GlyphSheet::LayOutPlain(const FontAtlasGlyphMetrics& font, KerningCache* kerning,
                                           const wchar_t* text) {
     m_plain.glyphs.clear();
@@ -139,10 +154,7 @@ const SheetGlyph* GlyphSheet::Draw(const GlyphLook& look, LookTable& table) {
     const FT_Int32 flags = look.smooth ? FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT : kAtlasLoadFlags;
     if (FT_Load_Glyph(m_face, look.glyph, flags) == 0) {
         const FT_GlyphSlot slot = m_face->glyph;
-        GlyphImage image = ImageOf(slot->bitmap);
-        if (std::ranges::all_of(image.pixels, [](unsigned char pixel) { return pixel == 0; })) {
-            image = {};
-        }
+        GlyphImage image = InkOf(slot->bitmap);
         // The atlas takes the bottom from the outline, which hinting may have left a pixel off the bitmap's.
         glyph.left = slot->bitmap_left;
         glyph.bottom = look.smooth ? slot->bitmap_top - image.height

@@ -50,6 +50,9 @@ public:
     /// A spot that is all ink, for lines. Null as above.
     const SheetGlyph* FindInk();
     void Clear();
+    /// Height in pixels of the glyph's picture, as the atlas has it, whether there is room for that or not. Throws when
+    /// there is no memory.
+    int HeightOf(unsigned int glyph);
 
     /// The glyphs of the string's characters, each by itself, with the font's kerning, as the atlas would be drawn
     /// with. Good until the next one.
@@ -98,6 +101,7 @@ private:
     std::vector<SheetGlyph> m_drawn;
     std::deque<SheetGlyph> m_pictures; ///< what the tables point to
     std::vector<LookTable> m_tables;
+    std::vector<int> m_heights; ///< by glyph; -1 where not asked yet
     const SheetGlyph* m_ink = nullptr;
     TextLayout m_plain;
     std::vector<unsigned int> m_glyphsOfCharacters; ///< for each UTF-16 unit; all bits where not asked yet

@@ -15,6 +15,10 @@ constexpr double kRadiansPerDegree = std::numbers::pi / 180.0;
 /// Roundings of a length, or of a cosine.
 constexpr double kTolerance = 1e-6;
 
+/// Strings along one line that the window shows, and pixels that they take of it together: far more than one can read.
+constexpr double kMostStrings = 50'000.0;
+constexpr double kMostTextPixels = 2e6;
+
 /// A letter takes the direction of at least so many pixels of the line: marks have no width of their own.
 constexpr double kLeastSpan = 4.0;
 
@@ -104,12 +108,18 @@ std::vector<double> PlaceLabels(const LinePath& path, double width, const GLLine
     default:
         break;
     }
-    const double distance = std::max(style.repeatDistance, width + style.margin);
+    const std::vector<glm::dvec2> parts = path.VisibleParts(low, high, width + std::abs(style.offset));
+    double visible = 0.0;
+    for (const glm::dvec2& part : parts) {
+        visible += part.y - part.x;
+    }
+    const double most = std::clamp(kMostTextPixels / width, 1.0, kMostStrings);
+    const double distance = std::max({style.repeatDistance, width + style.margin, visible / most});
     const double count = std::max(std::floor(free / distance), 1.0);
     const double step = free / count;
     std::vector<double> starts;
     double next = 0.0; // number of the first label that is not placed yet
-    for (const glm::dvec2& part : path.VisibleParts(low, high, width + std::abs(style.offset))) {
+    for (const glm::dvec2& part : parts) {
         const double first = std::max(std::ceil((part.x - style.margin) / step - 0.5), next);
         const double last = std::min(std::floor((part.y - style.margin) / step - 0.5), count - 1.0);
         if (!(first <= last)) {

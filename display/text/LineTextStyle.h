@@ -7,7 +7,7 @@ enum GLLineTextPlacement : int {
     GLLineTextStart = 0,  ///< begins at the line's first place
     GLLineTextCenter = 1, ///< in the middle of the line
     GLLineTextEnd = 2,    ///< ends at the line's last place
-    GLLineTextRepeat = 3, ///< as often as it fits, evenly distributed
+    GLLineTextRepeat = 3, ///< as often as it fits, evenly distributed; less often than 50,000 times in the window
 };
 
 /// How DrawTextAlongLine places a string. Lengths are pixels of the window.

@@ -367,12 +367,7 @@ long MeasureShaped(CFTGLFontAtlas& atlas, const wchar_t* text, double& width, do
     height = 0.0;
     try {
         for (const PlacedGlyph& glyph : layout->glyphs) {
-            const SheetGlyph* picture = sheet.Find({glyph.glyph, false, 0});
-            if (!picture) {
-                sheet.Clear();
-                picture = sheet.Find({glyph.glyph, false, 0});
-            }
-            height = std::max(height, picture ? static_cast<double>(picture->height) : 0.0);
+            height = std::max(height, static_cast<double>(sheet.HeightOf(glyph.glyph)));
         }
     } catch (...) {
         DropCaught();

@@ -176,9 +176,9 @@ void TakeParts(const Record& record, ShapeType type, VectorFeature& feature) {
 }
 
 /// The file of the same name with another ending, in small or capital letters.
-std::optional<std::filesystem::path> FindBeside(const std::filesystem::path& path, const char* small,
+std::optional<std::filesystem::path> FindBeside(const std::filesystem::path& path, const char* lowerCase,
                                                 const char* capital) {
-    for (const char* ending : {small, capital}) {
+    for (const char* ending : {lowerCase, capital}) {
         std::filesystem::path beside = path;
         beside.replace_extension(ending);
         if (FindOnDisk(beside).size > 0) {

@@ -139,6 +139,27 @@ TEST_P(ProfileViews, HeightsComeFromThePoints) {
     EXPECT_EQ(profile->GetError(), 0U);
 }
 
+// A line has thousands of corners to a pixel. Each would be a line over the ones before, dark and slow.
+TEST_P(ProfileViews, CornersOfOnePixelAreOneLine) {
+    GLProfileGridStyle style;
+    style.cornerColor = {200, 200, 0, 100};
+    const auto gridOf = [&](const std::vector<PointXY>& line) {
+        profile->SetUpProfileView(line.data(), static_cast<int>(line.size()), 5.0, 0.0, 20.0, 1.0);
+        profile.Clear();
+        EXPECT_EQ(profile->DrawProfileGrid(style), S_OK);
+        return TakePicture(*profile.view, kWide, kHigh);
+    };
+    const PointXY end{kEast + 60.0, kNorth};
+    const PointXY middle{kEast + 30.2, kNorth};
+    std::vector<PointXY> line{kLine[0], middle, end};
+    const Picture single = gridOf(line);
+    line.insert(line.begin() + 2, 500, middle);
+    for (std::size_t corner = 2; corner < 502; ++corner) {
+        line[corner].x += 1e-6 * static_cast<double>(corner);
+    }
+    EXPECT_EQ(gridOf(line).pixels, single.pixels);
+}
+
 // The cursor is drawn over both frames and leaves them as they were, whichever view goes first.
 TEST_P(ProfileViews, CursorRunsInTheProfileAndInItsMap) {
     ASSERT_EQ(profile->SetUpProfileView(kLine, 3, 5.0, 0.0, 20.0, 0.0), S_OK);

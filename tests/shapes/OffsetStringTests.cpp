@@ -121,6 +121,26 @@ TEST(OffsetString, LeavesNoLoops) {
 }
 
 // What hosts call: rings stay rings, and what does not meet has no number in between.
+// Far away each of many bends has a large arc. Together they must not take all memory: 20,000 of 4,096 points did.
+TEST(OffsetString, ManyBendsHaveCoarserArcs) {
+    Points zigzag;
+    for (int corner = 0; corner < 20'000; ++corner) {
+        zigzag.push_back({corner % 2 * 900.0, corner * 0.03, 0});
+    }
+    constexpr double distance = 1e6;
+    std::size_t points = 0;
+    double farthest = 0.0;
+    for (const OffsetPart& part : OffsetString(zigzag, false, {distance, GLLineJoinRound, 4.0, 0.1})) {
+        points += part.points.size();
+        for (const PointXYZ& point : part.points) {
+            farthest = std::max(farthest, std::hypot(point.x, point.y));
+        }
+    }
+    EXPECT_GT(points, 1U);
+    EXPECT_LT(points, 1'100'000U);
+    EXPECT_LT(farthest, distance * 1.01);
+}
+
 TEST(OffsetPlaces, ComeAsOneList) {
     std::vector<PointXY> places;
     Points ring = kSquare;

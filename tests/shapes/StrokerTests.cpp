@@ -214,6 +214,23 @@ TEST(Dashes, RunOnAroundCorners) {
 }
 
 // On a ring the last dash goes on in the first: no cap in the middle of a dash.
+// Half a megabyte of dashes along a line that runs to and fro as often would be some hundred million of them.
+TEST(Dashes, OfAnEndlessPatternAreNoneAtAll) {
+    const std::vector<double> lengths(60'000, 0.02);
+    Points zigzag;
+    for (int corner = 0; corner < 20'000; ++corner) {
+        zigzag.push_back({corner % 2 * 900.0, corner * 0.03, 0});
+    }
+    const auto countPieces = [&](std::size_t legs) {
+        int pieces = 0;
+        VisitDashes(std::span(zigzag).first(legs + 1), false, DashPattern(lengths, 0.0, 0.5), {},
+                    [&](std::span<const PointXYZ>, bool) { ++pieces; });
+        return pieces;
+    };
+    EXPECT_EQ(countPieces(19'999), 1) << "solid";
+    EXPECT_NEAR(countPieces(2), 15'000, 10);
+}
+
 TEST(Dashes, MeetWhereARingBegins) {
     std::vector<Points> pieces;
     VisitDashes(SquareRing(10), true, DashPattern(std::vector{6.0, 4.0}, 3.0, 0.5), {},

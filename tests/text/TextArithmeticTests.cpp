@@ -170,6 +170,21 @@ TEST(LineText, OnlyLabelsThatCanBeSeenArePlaced) {
     EXPECT_LE(count, 6U);
 }
 
+// Nobody reads a window that is full of text several times over, and millions of labels would hold the host.
+TEST(LineText, LabelsThatWouldCoverTheWindowManyTimesAreFewer) {
+    std::vector<glm::dvec3> zigzag;
+    for (int corner = 0; corner < 20'000; ++corner) {
+        zigzag.emplace_back(corner % 2 * 1000.0, corner * 0.04, 0.0);
+    }
+    GLLineTextStyle style;
+    style.placement = GLLineTextRepeat;
+    style.repeatDistance = 1.0;
+    const std::vector<double> starts = PlaceLabels(PathOf(zigzag), 4.0, style, {0.0, 0.0}, {1000.0, 800.0});
+    EXPECT_LE(starts.size(), 50'000U);
+    EXPECT_GE(starts.size(), 45'000U);
+    EXPECT_GT(starts.back(), 19e6) << "they are thinned out evenly";
+}
+
 TEST(LineText, StylesOutOfRangeAreCleaned) {
     GLLineTextStyle style;
     style.margin = -1.0;

@@ -497,11 +497,11 @@ TEST(TiffOverview, IsWhatTheFileGives_AndOnlyMadeWhereItSaves) {
     PlaceHere(sparse).Put(large);
     const TemporaryFile withoutOverview(".tif", sparse.Content());
     EXPECT_EQ(TiffOverview::FindLevel(TiffFile(withoutOverview.Path())), 4);
-    Image small = Level(7'500, 5'000, 1, 1);
-    small.rowsPerStrip = small.height;
-    small.leftOut = 0;
+    Image lesser = Level(7'500, 5'000, 1, 1);
+    lesser.rowsPerStrip = lesser.height;
+    lesser.leftOut = 0;
     TiffBytes both;
-    PlaceHere(both).Put(large).Put(small);
+    PlaceHere(both).Put(large).Put(lesser);
     const TemporaryFile withOverview(".tif", both.Content());
     EXPECT_EQ(TiffOverview::FindLevel(TiffFile(withOverview.Path())), std::nullopt);
 }
