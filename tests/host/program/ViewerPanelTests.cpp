@@ -136,6 +136,7 @@ TEST_P(ViewerPanel, ShowsHidesOrdersAndStylesLayers) {
         EXPECT_TRUE(lineIs(kSecondLine)) << "and to the bottom, which is above the cloud";
         hand.Click(layers, kTick, LineY(layers, 0));
         EXPECT_TRUE(lineIs(kFirstLine)) << "hidden";
+        Sleep(GetDoubleClickTime());
         hand.Click(layers, kTick, LineY(layers, 0));
         EXPECT_TRUE(lineIs(kSecondLine)) << "and shown again";
         hand.Click(layers, kName, LineY(layers, 0));
