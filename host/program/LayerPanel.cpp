@@ -619,6 +619,12 @@ bool LayerPanel::HandleKey(HWND control, WPARAM key) {
             m_session.ShowLayer(m_layers.GetSelected());
         }
         return writes || control == m_layers.Handle();
+    case 'A':
+        if (writes && IsKeyDown(VK_CONTROL)) {
+            SendMessageW(control, EM_SETSEL, 0, -1); // fields of older systems do not
+            return true;
+        }
+        break;
     case VK_DELETE:
         if (control == m_layers.Handle()) {
             RemoveSelected();
