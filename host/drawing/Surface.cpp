@@ -168,18 +168,22 @@ bool Surface::LoadTexture(KTR::COpenGLView& view, const Cover& cover) {
     constexpr int kBytesPerPixel = 4;
     const int width = cover.image.image.width;
     const int height = cover.image.image.height;
-    KTR::GLTextureObject* entry = nullptr;
-    if (view.RequestTextureFromCache(cover.name.c_str(), width, height, 1, kBytesPerPixel, width, height, 0, 0,
-                                     width - 1, height - 1, 1.0, 0.0, 0.0, true, true, true, false, false, &entry)) {
+    const auto isActive = [&] {
+        KTR::GLTextureObject* entry = nullptr;
+        return view.RequestTextureFromCache(cover.name.c_str(), width, height, 1, kBytesPerPixel, width, height, 0, 0,
+                                            width - 1, height - 1, 1.0, 0.0, 0.0, true, true, true, false, false,
+                                            &entry);
+    };
+    if (isActive()) {
         return true;
     }
+    KTR::GLTextureObject* entry = nullptr;
     unsigned int texture = 0;
     unsigned int sampler = 0;
-    if (view.LoadRasterImage(GL_RGBA, width, height, 1, GL_LINEAR_MIPMAP_LINEAR, cover.image.image.rgba.data(), texture,
-                             sampler) != S_OK) {
-        return false;
-    }
-    return view.AddRequestedTexture(texture, sampler, &entry) == S_OK && view.MakeRequestedTextureActive() == S_OK;
+    // What was added becomes the active one when it is asked for again.
+    return view.LoadRasterImage(GL_RGBA, width, height, 1, GL_LINEAR_MIPMAP_LINEAR, cover.image.image.rgba.data(),
+                                texture, sampler) == S_OK &&
+           view.AddRequestedTexture(texture, sampler, &entry) == S_OK && isActive();
 }
 
 bool Surface::Prepare(KTR::COpenGLView& view, const Position& origin, std::chrono::steady_clock::time_point until) {

@@ -98,7 +98,11 @@ void LayerList::HandleNotice(const NMHDR& notice) {
     } else if (notice.code == LVN_BEGINDRAG) {
         BeginDragging(reinterpret_cast<const NMLISTVIEW&>(notice).iItem);
     } else if (notice.code == NM_DBLCLK) {
-        if (const LayerId layer = LayerAt(reinterpret_cast<const NMITEMACTIVATE&>(notice).iItem)) {
+        // Two clicks on a tick are meant for the tick.
+        LVHITTESTINFO hit = {};
+        hit.pt = reinterpret_cast<const NMITEMACTIVATE&>(notice).ptAction;
+        const LayerId layer = LayerAt(ListView_HitTest(m_list, &hit));
+        if (layer != 0 && (hit.flags & LVHT_ONITEMSTATEICON) == 0) {
             m_wishes.open(layer);
         }
     }

@@ -451,7 +451,8 @@ void LayerPanel::LayOut() {
     const bool hasClasses = m_mode == ColorMode::Class;
     Show(m_classes.Handle(), hasClasses);
     if (hasClasses) {
-        MoveWindow(m_classes.Handle(), kMargin, y, width, std::max<int>(area.bottom - kMargin - y, 0), TRUE);
+        const int wanted = (ListView_GetItemCount(m_classes.Handle()) + 1) * lineHeight;
+        MoveWindow(m_classes.Handle(), kMargin, y, width, std::clamp<int>(area.bottom - kMargin - y, 0, wanted), TRUE);
         FitColumns(m_classes.Handle());
     }
     InvalidateRect(m_window, &before, TRUE);
@@ -598,6 +599,9 @@ bool LayerPanel::HandleKey(HWND control, WPARAM key) {
     const bool writes = control == m_low || control == m_high;
     switch (key) {
     case VK_ESCAPE:
+        if (control == m_attribute && SendMessageW(control, CB_GETDROPPEDSTATE, 0, 0) != 0) {
+            return false; // closes its list
+        }
         if (writes) {
             SendMessageW(control, EM_SETMODIFY, FALSE, 0);
             ShowRange();
@@ -615,6 +619,12 @@ bool LayerPanel::HandleKey(HWND control, WPARAM key) {
             m_session.ShowLayer(m_layers.GetSelected());
         }
         return writes || control == m_layers.Handle();
+    case 'A':
+        if (writes && IsKeyDown(VK_CONTROL)) {
+            SendMessageW(control, EM_SETSEL, 0, -1); // fields of older systems do not
+            return true;
+        }
+        break;
     case VK_DELETE:
         if (control == m_layers.Handle()) {
             RemoveSelected();

@@ -6,6 +6,8 @@ namespace OrrinViewer {
 
 namespace {
 
+constexpr WPARAM kControlA = 1; ///< as a character
+
 struct Taken {
     WNDPROC procedure;
     const ControlKeys* keys;
@@ -28,7 +30,8 @@ LRESULT CALLBACK ControlProcedure(HWND window, UINT message, WPARAM wParam, LPAR
         SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(taken.procedure));
     } else if (message == WM_KEYDOWN && (*taken.keys)(window, wParam)) {
         return 0;
-    } else if (message == WM_CHAR && (wParam == VK_RETURN || wParam == VK_ESCAPE || wParam == VK_TAB)) {
+    } else if (message == WM_CHAR &&
+               (wParam == VK_RETURN || wParam == VK_ESCAPE || wParam == VK_TAB || wParam == kControlA)) {
         return 0; // fields of a line would beep
     }
     return CallWindowProcW(taken.procedure, window, message, wParam, lParam);
