@@ -598,12 +598,12 @@ CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     frame.groundIsRead = DrawGround(view);
     frame.complete = frame.groundIsRead;
     const auto shown =
-        std::count_if(m_clouds.begin(), m_clouds.end(), [](const Cloud& cloud) { return cloud.style.shown; });
+        std::count_if(m_clouds.begin(), m_clouds.end(), [](const Cloud& cloud) { return cloud.IsDrawn(); });
     const auto clouds = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(shown, 1));
     const CloudBudget share{budget.points == 0 ? 0 : std::max<std::uint64_t>(budget.points / clouds, 1),
                             budget.milliseconds / static_cast<double>(clouds)};
     for (const Cloud& cloud : m_clouds) {
-        if (cloud.style.shown) {
+        if (cloud.IsDrawn()) {
             Join(frame, cloud.cloud->Draw(view, Scale() * PointSizeOf(cloud, view), share));
         }
     }
@@ -615,7 +615,7 @@ CloudsFrame Scene::Refine(KTR::COpenGLView& view) {
     view.Enable(GL_DEPTH_TEST);
     CloudsFrame frame;
     for (const Cloud& cloud : m_clouds) {
-        if (cloud.style.shown) {
+        if (cloud.IsDrawn()) {
             Join(frame, cloud.cloud->Refine(view));
         }
     }
@@ -676,7 +676,7 @@ void Scene::Draw(KTR::COpenGLView& view) {
     }
     // One cloud after the other: of two points at one place and height the first one shows.
     for (const Cloud& cloud : m_clouds) {
-        if (!cloud.style.shown) {
+        if (!cloud.IsDrawn()) {
             continue;
         }
         KTR::PointCloudFrame frame = cloud.cloud->Draw(view, Scale() * PointSizeOf(cloud, view), {});

@@ -256,6 +256,8 @@ private:
         std::unique_ptr<CloudLayer> cloud;
         CloudOpener open;
 
+        /// Not before it is known where it is: what is drawn is kept relative to the view's coordinate offsets of then.
+        bool IsDrawn() const { return style.shown && !cloud->GetExtent().IsEmpty(); }
         PointColoring Coloring() const {
             return {Mode(), style.elevationRamp, style.intensityRamp, style.hiddenClasses};
         }
