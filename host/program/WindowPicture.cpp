@@ -24,6 +24,7 @@ constexpr std::size_t kChannels = 3;
 /// How far texts may begin outside of a part. Without programs a text whose beginning lies outside of the viewport is
 /// not drawn at all.
 constexpr int kTextReachPixels = 4096;
+constexpr double kWithinPixel = 0.25;
 
 TextSizes Divided(const TextSizes& sizes, double scale) {
     TextSizes divided;
@@ -133,9 +134,9 @@ void ViewerWindow::LayOutPicture(const PictureSize& size, PictureTexts& texts) c
         texts.texts.insert(texts.texts.begin(), visible.begin(), visible.end());
     }
     for (PixelText& text : texts.texts) {
-        // Whole pixels, from wherever they are counted.
-        text.x = std::round(text.x * texts.scale);
-        text.y = std::round(text.y * texts.scale);
+        // Whole pixels, from wherever they are counted; not so near to the next one that rounding decides.
+        text.x = std::round(text.x * texts.scale) + kWithinPixel;
+        text.y = std::round(text.y * texts.scale) + kWithinPixel;
     }
 }
 
