@@ -11,8 +11,9 @@ namespace {
 
 constexpr float kOutlineWidthPixels = 1.0F;
 constexpr float kSymbolSizePixels = 5.0F;
-/// Of a part, which takes some ten milliseconds to add; of more only where one feature has them.
-constexpr std::size_t kPartPositions = 30'000;
+/// Of a part, which takes some ten milliseconds to add; it has more only where one feature has.
+constexpr std::size_t kOutlinePositions = 30'000;
+constexpr std::size_t kAreaPositions = 12'000;
 
 bool Overlap(const Extent& one, const Extent& other) {
     return one.low.x <= other.high.x && other.low.x <= one.high.x && one.low.y <= other.high.y &&
@@ -33,10 +34,10 @@ std::size_t CountPositions(const VectorFeature& feature) {
 }
 
 /// Behind the last feature of the part that begins with this one.
-std::size_t FindEndOfPart(const VectorLayer& layer, std::size_t first) {
+std::size_t FindEndOfPart(const VectorLayer& layer, std::size_t first, std::size_t partPositions) {
     std::size_t positions = 0;
     std::size_t end = first;
-    while (end < layer.features.size() && positions < kPartPositions) {
+    while (end < layer.features.size() && positions < partPositions) {
         positions += CountPositions(layer.features[end++]);
     }
     return end;
@@ -61,8 +62,9 @@ void EnableColors(KTR::COpenGLView& view, KTR::GLShaderTypes shader) {
 
 } // namespace
 
-template <typename Part, typename Add> bool
-FeatureGeometry::Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer, TimePoint until, Add add) {
+template <typename Part, typename Add>
+bool FeatureGeometry::Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer,
+                              std::size_t partPositions, TimePoint until, Add add) {
     if (shown.features == layer.features.size() && !shown.isOutdated) {
         return true;
     }
@@ -70,11 +72,14 @@ FeatureGeometry::Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLaye
         if (std::chrono::steady_clock::now() >= until) {
             return false;
         }
-        const std::size_t end = FindEndOfPart(layer, next.features);
+        const std::size_t end = FindEndOfPart(layer, next.features, partPositions);
         Part part;
         if (!add(next.features, end, part)) {
             next = {};
             return true;
+        }
+        for (std::size_t index = next.features; index < end; ++index) {
+            part.extent.Include(layer.features[index].extent);
         }
         next.parts.push_back(std::move(part));
         next.features = end;
@@ -90,7 +95,7 @@ bool FeatureGeometry::PrepareOutlines(KTR::COpenGLView& view, const VectorLayer&
         m_outlines.isOutdated = true;
         m_nextOutlines = {};
     }
-    return Prepare(m_outlines, m_nextOutlines, layer, until,
+    return Prepare(m_outlines, m_nextOutlines, layer, kOutlinePositions, until,
                    [&](std::size_t first, std::size_t end, OutlinePart& part) {
                        return AddOutlines(view, layer, first, end, color, onTheGround, part);
                    });
@@ -103,9 +108,10 @@ bool FeatureGeometry::PrepareAreas(KTR::COpenGLView& view, const VectorLayer& la
         m_areas.isOutdated = true;
         m_nextAreas = {};
     }
-    return Prepare(m_areas, m_nextAreas, layer, until, [&](std::size_t first, std::size_t end, AreaPart& part) {
-        return AddAreas(view, layer, first, end, look, onTheGround, part);
-    });
+    return Prepare(m_areas, m_nextAreas, layer, kAreaPositions, until,
+                   [&](std::size_t first, std::size_t end, AreaPart& part) {
+                       return AddAreas(view, layer, first, end, look, onTheGround, part);
+                   });
 }
 
 std::optional<double> FeatureGeometry::FindShareReady(const VectorLayer& layer) const {
@@ -118,6 +124,9 @@ void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer
     const BlendScope blend(view);
     EnableColors(view, KTR::GLShaderColorPassThrough);
     for (const AreaPart& part : m_areas.parts.empty() ? m_nextAreas.parts : m_areas.parts) {
+        if (!Overlap(part.extent, area)) {
+            continue;
+        }
         // Those that follow each other are one draw.
         int first = 0;
         for (std::size_t index = 0; index <= part.ends.size(); ++index) {
@@ -131,21 +140,27 @@ void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer
     view.DisableClientState();
 }
 
-void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, double symbolSizePixels, double scale) const {
-    const std::vector<OutlinePart>& parts = m_outlines.parts.empty() ? m_nextOutlines.parts : m_outlines.parts;
+void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const std::optional<Extent>& area, double symbolSizePixels,
+                                   double scale) const {
+    std::vector<const OutlinePart*> parts;
+    for (const OutlinePart& part : m_outlines.parts.empty() ? m_nextOutlines.parts : m_outlines.parts) {
+        if (!area || Overlap(part.extent, *area)) {
+            parts.push_back(&part);
+        }
+    }
     const BlendScope blend(view, m_color.a < 255);
     view.LineWidth(kOutlineWidthPixels * static_cast<float>(scale));
     EnableColors(view, KTR::GLShaderLine);
-    for (const OutlinePart& part : parts) {
-        view.DrawGeometry(part.lines);
+    for (const OutlinePart* part : parts) {
+        view.DrawGeometry(part->lines);
     }
     view.DisableClientState();
 
     const double symbolSize = symbolSizePixels > 0.0 ? symbolSizePixels : kSymbolSizePixels;
     view.PointSize(static_cast<float>(symbolSize * scale));
     EnableColors(view, KTR::GLShaderPoint);
-    for (const OutlinePart& part : parts) {
-        view.DrawGeometry(part.symbols);
+    for (const OutlinePart* part : parts) {
+        view.DrawGeometry(part->symbols);
     }
     view.DisableClientState();
 }

@@ -30,9 +30,11 @@ public:
 
     /// Draws the filled areas, as far as they are there, of the features that reach into `area`.
     void DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer, const Extent& area) const;
-    /// Draws lines, the outlines of areas, and symbols for points, as far as they are there; the symbols of a size in
-    /// pixels, or of one that suits them where it is 0, and all of it larger by `scale` than usual.
-    void DrawOutlines(KTR::COpenGLView& view, double symbolSizePixels, double scale) const;
+    /// Draws lines, the outlines of areas, and symbols for points, as far as they are there; where an area is given, of
+    /// features in it, and of others near them. The symbols are of a size in pixels, or of one that suits them where it
+    /// is 0, and all of it is larger by `scale` than usual.
+    void DrawOutlines(KTR::COpenGLView& view, const std::optional<Extent>& area, double symbolSizePixels,
+                      double scale) const;
     /// The layer lies elsewhere: what is there is drawn until it has been added anew.
     void Outdate();
     void Release();
@@ -42,11 +44,13 @@ private:
     struct OutlinePart {
         KTR::GLGeometry lines;
         KTR::GLGeometry symbols;
+        Extent extent;
     };
     struct AreaPart {
         KTR::GLGeometry areas;
         std::size_t firstFeature = 0;
         std::vector<int> ends; ///< records up to each feature's last one
+        Extent extent;
     };
     template <typename Part> struct Parts {
         std::vector<Part> parts;
@@ -58,8 +62,9 @@ private:
                             const GLRGBAColor& color, const GroundPosition& onTheGround, OutlinePart& part);
     static bool AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
                          const AreaLook& look, const GroundPosition& onTheGround, AreaPart& part);
-    template <typename Part, typename Add>
-    static bool Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer, TimePoint until, Add add);
+    template <typename Part, typename Add> static bool Prepare(Parts<Part>& shown, Parts<Part>& next,
+                                                               const VectorLayer& layer, std::size_t partPositions,
+                                                               TimePoint until, Add add);
 
     Parts<OutlinePart> m_outlines;
     Parts<OutlinePart> m_nextOutlines; ///< that will take their place

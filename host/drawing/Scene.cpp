@@ -30,6 +30,12 @@ constexpr float kShadeStrength = 0.2F;
 constexpr float kShadeRadiusPixels = 2.0F;
 constexpr float kWidestShadeRadiusPixels = 64.0F; // that the library takes
 
+Extent Widen(Extent area, double margin) {
+    area.Include(Position{area.low.x - margin, area.low.y - margin, area.low.z});
+    area.Include(Position{area.high.x + margin, area.high.y + margin, area.high.z});
+    return area;
+}
+
 PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
 }
@@ -637,13 +643,17 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
             features.geometry.DrawAreas(view, features.layer, area);
         }
     }
+    std::optional<Extent> seen;
+    if (view.GetCurrentViewOrientation() == KTR::GLViewOrientationTop) {
+        seen = Widen(area, Scale() * FindReach(view) * view.GetUnitsPerPixel());
+    }
     for (Features& features : m_features) {
         const LayerStyle& style = features.style;
         if (!style.shown) {
             continue;
         }
         if (style.features.IsPlain()) {
-            features.geometry.DrawOutlines(view, style.features.symbolSizePixels, Scale());
+            features.geometry.DrawOutlines(view, seen, style.features.symbolSizePixels, Scale());
         } else {
             // The library subtracts the offsets of shapes itself.
             DrawStyledFeatures(view, features.layer, style.features, features.Color(), ByteOf(style.opacity), Scale(),

@@ -61,7 +61,9 @@ std::vector<std::string> BreakLines(const std::string& text, double widthPixels,
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find(' '), rest.size());
         const std::string word = rest.substr(0, end);
-        const std::string longer = line.empty() ? word : line + ' ' + word;
+        std::string longer = line;
+        longer += line.empty() ? "" : " ";
+        longer += word;
         if (sizes.width(longer) <= widthPixels) {
             line = longer;
             rest.erase(0, end + 1);

@@ -431,29 +431,32 @@ bool SceneLoading::IsLoading() const {
 }
 
 void SceneLoading::Stop() {
-    StopThread();
+    if (const std::deque<std::filesystem::path> left = StopThread(); !left.empty()) {
+        constexpr std::size_t kMostNames = 3;
+        std::string names = NameOf(left.front());
+        for (std::size_t file = 1; file < std::min(left.size(), kMostNames); ++file) {
+            names += ", " + NameOf(left[file]);
+        }
+        if (left.size() > kMostNames) {
+            names += " and " + std::to_string(left.size() - kMostNames) + " more";
+        }
+        m_scene.AddRemark(names + ": not read, the reading was stopped");
+    }
     Update(); // clouds that are on their way to the scene are read there already
     m_scene.StopReading();
 }
 
-void SceneLoading::StopThread() {
+/// Gives up the file that is being read, and hands out those that were still to be read.
+std::deque<std::filesystem::path> SceneLoading::StopThread() {
     const std::lock_guard lock(m_mutex);
     if (m_isRunning && m_progress) {
         m_progress->Stop();
     }
     m_wantsRelief = false;
     m_parts.clear();
-    if (m_queue.empty()) {
-        return;
-    }
-    std::string names;
-    for (const std::filesystem::path& file : m_queue) {
-        names += (names.empty() ? "" : ", ") + NameOf(file);
-    }
-    m_wasStopped = true;
-    m_additions.emplace_back([names](Scene& scene) { scene.AddRemark(names + ": not read, the reading was stopped"); });
+    m_wasStopped = m_wasStopped || !m_queue.empty();
     m_fileCount -= m_queue.size();
-    m_queue.clear();
+    return std::exchange(m_queue, {});
 }
 
 bool SceneLoading::IsStopping() const {

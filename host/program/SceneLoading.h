@@ -72,7 +72,7 @@ private:
     using Addition = std::function<void(Scene& scene)>;
 
     void Run();
-    void StopThread();
+    std::deque<std::filesystem::path> StopThread();
     std::optional<std::filesystem::path> TakeNext();
     std::optional<ProjectFilePart> TakePart(const std::filesystem::path& file);
     std::string FindPreferredSystem() const;

@@ -1,9 +1,11 @@
+#include "data/ReadingProgress.h"
 #include "map/FeatureLabels.h"
 #include "map/LabelAnchor.h"
 #include "map/LabelPlacement.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 
 namespace OrrinViewer {
@@ -135,6 +137,17 @@ TEST(FeatureLabels, LabelsAreOneShortLine_ThoseOfLargeFeaturesFirst) {
     EXPECT_EQ(labels[0].areaWidth, 9.0);
     EXPECT_EQ(labels[1].anchor, (Position{0.5, 0.5, 0}));
     EXPECT_EQ(ListProperties({&layer, &layer}), (std::vector<std::string>{"ID", "NAME"}));
+}
+
+// Many labels are placed on a thread, which has to end when there are others.
+TEST(LabelPlacement, EndsWhenNobodyWantsTheLabelsAnyMore) {
+    const auto progress = std::make_shared<ReadingProgress>();
+    const ReadingScope scope(progress);
+    const std::vector<LabelRequest> requests(10);
+    EXPECT_EQ(PlaceLabels(requests).size(), 10U);
+    EXPECT_DOUBLE_EQ(progress->GetState().share.value_or(0.0), 0.9);
+    progress->Stop();
+    EXPECT_THROW(PlaceLabels(requests), ReadingStopped);
 }
 
 } // namespace

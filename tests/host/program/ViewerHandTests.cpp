@@ -13,20 +13,6 @@ namespace {
 
 using Color = std::array<int, 3>;
 
-int CountLike(const Frame& frame, int left, int top, int right, int bottom, const Color& color, int apart) {
-    int count = 0;
-    for (int y = top; y < bottom; ++y) {
-        for (int x = left; x < right; ++x) {
-            const Color there = frame.At(x, y);
-            count += std::abs(there[0] - color[0]) <= apart && std::abs(there[1] - color[1]) <= apart &&
-                             std::abs(there[2] - color[2]) <= apart
-                         ? 1
-                         : 0;
-        }
-    }
-    return count;
-}
-
 class ViewerInHand : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
 protected:
     /// Opens files in windows of 600 by 400 pixels, and hands over the first one.
@@ -68,6 +54,20 @@ protected:
     }
     static int X(double metres) { return static_cast<int>(std::lround((metres + 10.0) * 5.0)); }
     static int Y(double metres) { return static_cast<int>(std::lround((70.0 - metres) * 5.0)); }
+
+    static int CountLike(const Frame& frame, int left, int top, int right, int bottom, const Color& color, int apart) {
+        int count = 0;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = left; x < right; ++x) {
+                const Color there = frame.At(x, y);
+                count += std::abs(there[0] - color[0]) <= apart && std::abs(there[1] - color[1]) <= apart &&
+                                 std::abs(there[2] - color[2]) <= apart
+                             ? 1
+                             : 0;
+            }
+        }
+        return count;
+    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerInHand, testing::Values(L"legacy", L"gl4"), [](const auto& tested) {
@@ -419,43 +419,6 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
         hand.Press("Escape");
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return !IsWindowVisible(profile); }));
     });
-}
-
-class ReadingInHand : public ViewerProgram {
-protected:
-    /// Takes some seconds to read.
-    static std::string MakeLargeFile() {
-        std::string text = R"({"type":"FeatureCollection","features":[)";
-        for (int feature = 0; feature < 1'500'000; ++feature) {
-            text += feature > 0 ? "," : "";
-            text += R"({"type":"Feature","geometry":{"type":"Point","coordinates":[7.5,50.25]}})";
-        }
-        return text + "]}";
-    }
-};
-
-// The window is there before the file is, and answers while that is read.
-TEST_F(ReadingInHand, EscEndsTheReadingFirstAndTheProgramThen) {
-    const std::wstring damaged = Write("damaged.las", "LASF and nothing else").wstring();
-    const std::wstring large = Write("large.geojson", MakeLargeFile()).wstring();
-    const Outcome outcome =
-        Start({damaged, large, L"--width", L"600", L"--height", L"400"}, [&](const PROCESS_INFORMATION& process) {
-            ViewerHand hand(process, Folder());
-            const HWND window = hand.FindWindow(L" ms");
-            ASSERT_NE(window, nullptr) << "no window with a frame";
-            hand.Click(window, 590, 390);
-            hand.Press("Escape");
-            EXPECT_TRUE(hand.WaitForTitle(window, L"stopped, not everything is here"))
-                << testing::PrintToString(ViewerHand::TitleOf(window));
-            EXPECT_EQ(ViewerHand::TitleOf(window).find(L"features"), std::wstring::npos) << "it was read too fast";
-            const Frame frame = hand.LookWhenStill(window);
-            EXPECT_GT(CountLike(frame, 100, 100, 500, 300, kPanel, 8), 5000) << "what is missing, and what to do";
-            hand.Press("Escape");
-            EXPECT_EQ(WaitForSingleObject(process.hProcess, 20'000), WAIT_OBJECT_0);
-        });
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
-    EXPECT_NE(outcome.errors.find("large.geojson: not shown, the reading was stopped"), std::string::npos)
-        << outcome.errors;
 }
 
 } // namespace
