@@ -14,7 +14,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr int kListId = 100;
+constexpr int kListId = 500;
 constexpr LONG kMarginPixels = 4;
 constexpr LONG kHeadingPixels = 18;
 constexpr int kNamePixels = 110;

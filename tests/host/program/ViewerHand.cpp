@@ -14,7 +14,7 @@ namespace OrrinViewer {
 namespace {
 
 constexpr auto kPatience = std::chrono::seconds(10);
-constexpr int kTableId = 100; ///< of the panel's table among its controls
+constexpr int kTableId = 500; ///< of the panel's table among its controls
 
 } // namespace
 

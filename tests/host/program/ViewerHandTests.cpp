@@ -13,6 +13,20 @@ namespace {
 
 using Color = std::array<int, 3>;
 
+int CountLike(const Frame& frame, int left, int top, int right, int bottom, const Color& color, int apart) {
+    int count = 0;
+    for (int y = top; y < bottom; ++y) {
+        for (int x = left; x < right; ++x) {
+            const Color there = frame.At(x, y);
+            count += std::abs(there[0] - color[0]) <= apart && std::abs(there[1] - color[1]) <= apart &&
+                             std::abs(there[2] - color[2]) <= apart
+                         ? 1
+                         : 0;
+        }
+    }
+    return count;
+}
+
 class ViewerInHand : public ViewerProgram, public testing::WithParamInterface<const wchar_t*> {
 protected:
     /// Opens files in windows of 600 by 400 pixels, and hands over the first one.
@@ -54,20 +68,6 @@ protected:
     }
     static int X(double metres) { return static_cast<int>(std::lround((metres + 10.0) * 5.0)); }
     static int Y(double metres) { return static_cast<int>(std::lround((70.0 - metres) * 5.0)); }
-
-    static int CountLike(const Frame& frame, int left, int top, int right, int bottom, const Color& color, int apart) {
-        int count = 0;
-        for (int y = top; y < bottom; ++y) {
-            for (int x = left; x < right; ++x) {
-                const Color there = frame.At(x, y);
-                count += std::abs(there[0] - color[0]) <= apart && std::abs(there[1] - color[1]) <= apart &&
-                                 std::abs(there[2] - color[2]) <= apart
-                             ? 1
-                             : 0;
-            }
-        }
-        return count;
-    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Pipelines, ViewerInHand, testing::Values(L"legacy", L"gl4"), [](const auto& tested) {
@@ -419,6 +419,43 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
         hand.Press("Escape");
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return !IsWindowVisible(profile); }));
     });
+}
+
+class ReadingInHand : public ViewerProgram {
+protected:
+    static std::string ManyWells() {
+        std::string text = R"({"type":"FeatureCollection","features":[)";
+        for (int feature = 0; feature < 200'000; ++feature) {
+            text += feature > 0 ? "," : "";
+            text += R"({"type":"Feature","geometry":{"type":"Point","coordinates":[7.5,50.25]}})";
+        }
+        return text + "]}";
+    }
+};
+
+// The window is there before the files are, and answers while they are read.
+TEST_F(ReadingInHand, EscEndsTheReadingFirstAndTheProgramThen) {
+    std::vector<std::wstring> arguments = {L"--width", L"600",   L"--height",  L"400",
+                                           L"--plain", L"--crs", L"EPSG:25832"};
+    // All of them take some seconds.
+    arguments.insert(arguments.end(), 30, Write("wells.geojson", ManyWells()).wstring());
+    const Outcome outcome = Start(arguments, [&](const PROCESS_INFORMATION& process) {
+        ViewerHand hand(process, Folder());
+        const HWND window = hand.FindWindow(L" ms");
+        ASSERT_NE(window, nullptr) << "no window with a frame";
+        hand.Click(window, 590, 390);
+        hand.Press("Escape");
+        EXPECT_TRUE(hand.WaitForTitle(window, L"stopped, not everything is here"))
+            << testing::PrintToString(ViewerHand::TitleOf(window));
+        const Frame frame = hand.LookWhenStill(window);
+        EXPECT_GT(CountLike(frame, 50, 20, 550, 150, kPanel, 8), 3000) << "what is missing";
+        hand.Press("Escape");
+        EXPECT_EQ(CountLike(hand.LookWhenStill(window), 50, 20, 550, 150, kPanel, 8), 0);
+        hand.Press("Escape");
+        EXPECT_EQ(WaitForSingleObject(process.hProcess, 20'000), WAIT_OBJECT_0);
+    });
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_NE(outcome.errors.find("not read, the reading was stopped"), std::string::npos) << outcome.errors;
 }
 
 } // namespace
