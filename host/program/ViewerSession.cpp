@@ -100,11 +100,12 @@ void ViewerSession::UpdateScene() {
 }
 
 bool ViewerSession::StopReading() {
-    if (!IsReading() || m_isStopped) {
+    if (!IsReading()) {
         return false;
     }
-    m_isStopped = true;
-    m_loading.Stop();
+    if (!std::exchange(m_isStopped, true)) {
+        m_loading.Stop();
+    }
     return true;
 }
 

@@ -33,7 +33,7 @@ public:
     void Run(bool (*report)(const Scene& scene, const SceneLoading& loading));
 
     const SceneLoading& GetLoading() const { return m_loading; }
-    /// Ends the reading of files; false where nothing is read, or where that has been asked for.
+    /// Ends the reading of files; false where nothing is read any more.
     bool StopReading();
     /// Brings to the scene what has been read since; its version is another one then.
     void UpdateScene();

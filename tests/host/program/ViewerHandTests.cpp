@@ -441,12 +441,15 @@ TEST_F(ReadingInHand, EscEndsTheReadingFirstAndTheProgramThen) {
     arguments.insert(arguments.end(), 30, Write("wells.geojson", ManyWells()).wstring());
     const Outcome outcome = Start(arguments, [&](const PROCESS_INFORMATION& process) {
         ViewerHand hand(process, Folder());
-        const HWND window = hand.FindWindow(L" ms");
-        ASSERT_NE(window, nullptr) << "no window with a frame";
+        const HWND window = hand.FindWindow(L" features");
+        ASSERT_NE(window, nullptr) << "no window with the first file";
         hand.Click(window, 590, 390);
         hand.Press("Escape");
         EXPECT_TRUE(hand.WaitForTitle(window, L"stopped, not everything is here"))
             << testing::PrintToString(ViewerHand::TitleOf(window));
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] {
+            return CountLike(hand.LookAt(window), 50, 20, 550, 150, {90, 170, 255}, 8) == 0;
+        })) << "the progress has not gone";
         const Frame frame = hand.LookWhenStill(window);
         EXPECT_GT(CountLike(frame, 50, 20, 550, 150, kPanel, 8), 3000) << "what is missing";
         hand.Press("Escape");
