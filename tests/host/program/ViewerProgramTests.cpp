@@ -155,7 +155,7 @@ TEST_F(ViewerProgram, WindowShowsPointsAsTheyAreRead) {
     }
     std::string ascii = SquareCloud(0, 0);
     ascii.insert(ascii.find("0.0000 100.0000"), "what ");
-    const Outcome broken = Watch({Write("broken.ply", ascii).wstring()}, {L"broken.ply"});
+    const Outcome broken = Watch({Write("broken.ply", ascii).wstring()}, {L"is not a number"});
     EXPECT_EQ(broken.exitCode, 0);
     EXPECT_NE(broken.errors.find("'what' is not a number"), std::string::npos) << broken.errors;
 }
