@@ -174,6 +174,10 @@ void ViewerWindow::SaveProject(bool asks) {
 }
 
 void ViewerWindow::AskForPicture() {
+    if (m_session.IsReading()) {
+        TellProblem(m_window, "A picture can be saved once everything has been read.");
+        return;
+    }
     const auto path = AskWhereToSave(m_window, L"Save a picture", kPictures, L"picture.png", L"png");
     const auto size = path ? AskForPictureSize(m_window, m_width, m_height) : std::nullopt;
     if (!size) {
