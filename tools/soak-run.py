@@ -8,6 +8,7 @@ What is counted is what Wine really keeps. Before the loads each count is shown 
 them alone); one that did not see it would end the soak."""
 
 import argparse
+import os
 import pathlib
 import subprocess
 import sys
@@ -30,7 +31,7 @@ LOADS = {
 PRIVATE_SHARE = 0.02
 ALLOWED = {
     "handles": 0, "gdi": 0, "windows": 0, "objects": 0, "threads": 0, "files": 0,
-    "private MB": 2.0, "address MB": 8.0, "server MB": 0.5, "screen MB": 1.0,
+    "private MB": 3.0, "address MB": 8.0, "server MB": 0.5, "screen MB": 1.0,
 }
 # A leak of how many steps, and the counts that have to see it.
 PROOFS = {
@@ -44,6 +45,11 @@ PROOFS = {
     "leaked-contexts": (20, ("private MB", "address MB")),
 }
 RESULT_NO_PROGRAMS = 3
+DRIVER = os.environ.get("ORRIN_GL_DRIVER", "llvmpipe")
+if DRIVER == "softpipe":
+    # A context of it takes 200 MB: 200 views would be more than a machine has, and one more or less is no leak.
+    del LOADS["views"]
+    ALLOWED.update({"private MB": 250.0, "address MB": 250.0})
 
 
 def status(pid):
