@@ -136,6 +136,28 @@ bool HasTooManyCodes(std::span<const std::uint8_t> bytes) {
     return false;
 }
 
+/// Whether a part of a PNG image is longer than what there is of the file. The image library takes memory for its
+/// length before it looks, up to two gigabytes.
+bool HasCutPart(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t kSignatureBytes = 8;
+    constexpr std::size_t kSumBytes = 4; // behind each part
+    for (std::size_t part = kSignatureBytes; part + 8 <= bytes.size();) {
+        const std::size_t length = static_cast<std::size_t>(bytes[part]) << 24 |
+                                   static_cast<std::size_t>(bytes[part + 1]) << 16 |
+                                   static_cast<std::size_t>(bytes[part + 2]) << 8 | bytes[part + 3];
+        const std::string_view kind(reinterpret_cast<const char*>(bytes.data()) + part + 4, 4);
+        part += 8;
+        if (length > bytes.size() - part) {
+            return true;
+        }
+        if (kind == "IEND"sv) {
+            break;
+        }
+        part += length + kSumBytes;
+    }
+    return false;
+}
+
 /// Whether so many bytes can tell of so many pixels. A block of 64 takes a bit or more in a JPEG image; a byte of the
 /// compression of PNG stands for 1,032 at most, and each of those for eight pixels.
 bool AreBorneOut(double pixels, std::span<const std::uint8_t> bytes) {
@@ -154,6 +176,9 @@ RasterImage ReadImageFile(const std::filesystem::path& path) {
     const std::vector<std::uint8_t> bytes = ReadBytes(file);
     if (BeginsLikeJpeg(bytes) && HasTooManyCodes(bytes)) {
         file.Fail("is a damaged image: a table of codes is larger than a JPEG image can have");
+    }
+    if (!BeginsLikeJpeg(bytes) && HasCutPart(bytes)) {
+        file.Fail("is a damaged image: a part of it is longer than the file");
     }
     constexpr int kChannels = 4;
     RasterImage image;

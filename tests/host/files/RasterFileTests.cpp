@@ -95,6 +95,9 @@ TEST(RasterFile, ImageThatPromisesMoreThanItHolds_IsRefused) {
     std::string png = FourPixelPng();
     png.replace(16, 8, FileBytes(true).Put(20'000).Put(15'000).Content());
     EXPECT_NE(Complaint(ReadImageFile, png, ".png").find("promises 20000 by 15000 pixels"), std::string::npos);
+    png = FourPixelPng();
+    png.replace(33, 4, FileBytes(true).Put(0x7FFF'FF00).Content()); // the length of the compressed pixels
+    EXPECT_NE(Complaint(ReadImageFile, png, ".png").find("longer than the file"), std::string::npos);
 }
 
 TEST(RasterFile, RandomDamageOfItsPlace_NeverDoesMoreThanRefuse) {
