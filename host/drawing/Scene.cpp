@@ -58,7 +58,7 @@ void Fade(Raster& raster, double opacity) {
 
 } // namespace
 
-template <typename Entry> LayerId Scene::Insert(std::vector<Entry>& layers, Entry entry, LayerSource source) {
+template <typename Entry> LayerId Scene::Insert(std::vector<Entry>& layers, Entry entry, LayerSource&& source) {
     entry.id = ++m_lastId;
     entry.source = std::move(source);
     entry.style = m_styleToCome;
@@ -764,6 +764,7 @@ std::vector<PlacedLayer> Scene::ListPlaced() const {
     });
     std::sort(layers.begin(), layers.end(), [](const auto& one, const auto& other) { return one.first < other.first; });
     std::vector<PlacedLayer> placed;
+    placed.reserve(layers.size());
     for (auto& layer : layers) {
         placed.push_back(std::move(layer.second));
     }

@@ -304,7 +304,7 @@ private:
             }
         });
     }
-    template <typename Entry> LayerId Insert(std::vector<Entry>& layers, Entry entry, LayerSource source);
+    template <typename Entry> LayerId Insert(std::vector<Entry>& layers, Entry entry, LayerSource&& source);
     static Extent ExtentOf(const Layer& layer) { return layer.extent; }
     static Extent ExtentOf(const Cloud& cloud) { return cloud.cloud->GetExtent(); }
     void NoteChange(LayerKind kind);

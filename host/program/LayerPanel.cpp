@@ -170,14 +170,14 @@ void LayerPanel::AddControls() {
     m_color = add(WC_BUTTONW, L"", BS_OWNERDRAW | WS_TABSTOP, IdColor);
     m_ownColor = add(WC_BUTTONW, L"Auto", WS_TABSTOP, IdOwnColor);
     const struct {
-        Measure measure;
         const wchar_t* name;
+        Measure measure;
         int most;
-    } sliders[] = {{Measure::LineWidth, L"Line width", 40},
-                   {Measure::SymbolSize, L"Symbol size", 40},
-                   {Measure::PointSize, L"Point size", 20},
-                   {Measure::Fill, L"Fill", 100},
-                   {Measure::Opacity, L"Opacity", 100}};
+    } sliders[] = {{L"Line width", Measure::LineWidth, 40},
+                   {L"Symbol size", Measure::SymbolSize, 40},
+                   {L"Point size", Measure::PointSize, 20},
+                   {L"Fill", Measure::Fill, 100},
+                   {L"Opacity", Measure::Opacity, 100}};
     int id = IdFirstSlider;
     for (const auto& slider : sliders) {
         const HWND caption = name(slider.name, 0);
