@@ -90,8 +90,14 @@ std::vector<PickedRow> DescribePoint(const CloudPoint& point, const PointFields&
         rows.push_back({"Intensity", FormatIntensity(point.intensity)});
     }
     if (fields.colors) {
-        rows.push_back({"Red, green, blue", std::to_string(point.red) + ", " + std::to_string(point.green) + ", " +
-                                                std::to_string(point.blue)});
+        // Channels of 8 bits are widened to 16 so that white stays white: by this.
+        constexpr int kWidening = 257;
+        const bool isWidened =
+            point.red % kWidening == 0 && point.green % kWidening == 0 && point.blue % kWidening == 0;
+        const int step = isWidened ? kWidening : 1;
+        rows.push_back({"Red, green, blue", std::to_string(point.red / step) + ", " +
+                                                std::to_string(point.green / step) + ", " +
+                                                std::to_string(point.blue / step)});
     }
     return rows;
 }

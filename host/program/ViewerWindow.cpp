@@ -413,6 +413,7 @@ void ViewerWindow::MeetScene() {
         return;
     }
     m_sceneVersion = m_scene.GetVersion();
+    m_session.UpdatePick();
     if (m_view->MakeCurrent(KTR::GLContextMain)) {
         if (m_scene.GetLabelVersion() != m_labelVersion) {
             PlaceLabels();

@@ -340,6 +340,12 @@ TEST(PickedRows, TellWhatThereIsInTheUnitsOfTheMap) {
                                       {"Height", "-0.250 ft"},
                                       {"Class", "ground"},
                                       {"Intensity", "41000"}}));
+    for (const int widening : {1, 257}) {
+        point.red = static_cast<std::uint16_t>(250 * widening);
+        point.green = static_cast<std::uint16_t>(7 * widening);
+        EXPECT_EQ(DescribePoint(point, {true, false, false}, "", {}).back(),
+                  (PickedRow{"Red, green, blue", "250, 7, 0"}));
+    }
     EXPECT_EQ(DescribePlace({7.5, 50.25, kNone}, {MapUnits::Degrees, {}}),
               (std::vector<PickedRow>{{"Longitude", "7.50000000\xC2\xB0"}, {"Latitude", "50.25000000\xC2\xB0"}}));
     EXPECT_EQ(RowsAsText({{"a\tb", "1\r\n2"}, {"c", ""}}), "a b\t1  2\r\nc\t\r\n");

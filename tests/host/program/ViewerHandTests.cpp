@@ -234,7 +234,10 @@ TEST_P(ViewerInHand, ClickTellsMarksAndCopiesWhatIsThere) {
         EXPECT_TRUE(hand.WaitForRow(L"name", L"Acker")) << "drawn last";
         EXPECT_TRUE(hand.WaitForRow(L"Area", L"4400 m\u00B2"));
         EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(80), Y(40), kMarkBlue));
-        hand.Click(window, X(20), Y(17));
+        hand.Click(window, X(20), Y(17)); // so fast that it is a double click
+        hand.LookWhenStill(window);
+        EXPECT_TRUE(hand.WaitForRow(L"name", L"Acker"));
+        hand.Press("n");
         EXPECT_TRUE(hand.WaitForRow(L"name", L"Weide"));
         hand.Press("ctrl+c");
         EXPECT_TRUE(ViewerHand::WaitUntil([] {
@@ -254,7 +257,7 @@ TEST_P(ViewerInHand, ClickTellsMarksAndCopiesWhatIsThere) {
         // A point of the cloud, in the middle of the red strip.
         hand.Click(window, X(50), Y(60));
         EXPECT_TRUE(hand.WaitForRow(L"Height", L"25.000 m"));
-        EXPECT_TRUE(hand.WaitForRow(L"Red, green, blue", L"250, 0, 0"));
+        EXPECT_TRUE(hand.WaitForRow(L"Red, green, blue", L"250, 0, 0")) << testing::PrintToString(hand.ReadTable());
         EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(50) + 8, Y(60), kMarkBlue)) << "a ring";
 
         hand.Press("m");
@@ -293,7 +296,7 @@ TEST_P(ViewerInHand, WhatIsSeenIn3DIsPicked) {
         ASSERT_GE(y, 0);
         hand.Click(window, x + 3, y + 20);
         EXPECT_TRUE(hand.WaitForRow(L"kind", L"mast"));
-        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(x, y + 20, kMarkBlue));
+        EXPECT_GT(CountLike(hand.LookWhenStill(window), x - 8, y + 15, x + 9, y + 26, kMarkBlue, 60), 20);
     });
 }
 
