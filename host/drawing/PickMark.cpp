@@ -1,7 +1,10 @@
 #include "PickMark.h"
 
+#include "PixelDrawing.h"
+
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <vector>
 
 namespace OrrinViewer {
@@ -14,82 +17,124 @@ constexpr GLRGBAColor kNothing{0, 0, 0, 0};
 constexpr double kLinePixels = 3.0;
 constexpr double kEdgePixels = 2.0; ///< to either side
 constexpr double kRingPixels = 18.0;
-/// A shape with fewer positions is drawn as it is.
-constexpr std::size_t kManyPositions = 5'000;
 constexpr std::size_t kMostRings = 2'000;
+/// Positions that are seen nearer to each other than this are one.
+constexpr double kSamePixels = 0.7;
+/// What is nearer to the eye than this share of the way to the picture's middle is cut off.
+constexpr double kNearest = 1e-3;
 
-Position Raised(const Position& position, const PickHeights& heights) {
-    return {position.x, position.y, heights.heightOf ? heights.heightOf(position) : position.z};
-}
+class MarkDrawing {
+public:
+    MarkDrawing(KTR::COpenGLView& view, const MarkedWindow& window) : m_view(view), m_window(window) {
+        SetUpPixelCamera(view, window.widthPixels, window.heightPixels);
+        // The library subtracts them from what shapes are given.
+        view.GetCurrentCoordinateOffset(m_offsetX, m_offsetY);
+        view.BeginShapes();
+    }
+    ~MarkDrawing() { m_view.EndShapes(); }
+    MarkDrawing(const MarkDrawing&) = delete;
+    MarkDrawing& operator=(const MarkDrawing&) = delete;
 
-std::vector<PointXYZ> PlacesOf(const Path& path, bool isRing, const PickHeights& heights, const PickCamera& camera) {
-    std::vector<PointXYZ> places;
-    SeenPlace before;
-    for (std::size_t index = 0; index < path.size(); ++index) {
-        const Position place = Raised(path[index], heights);
-        if (path.size() >= kManyPositions && index > 0 && index + 1 < path.size()) {
-            const SeenPlace seen = camera.See(place);
-            const bool isSame =
-                seen.w > 0.0 && before.w > 0.0 &&
-                std::hypot(seen.x / seen.w - before.x / before.w, seen.y / seen.w - before.y / before.w) < 1.0;
-            if (isSame) {
-                continue;
+    void AddPath(const Path& path, bool isRing, const PickHeights& heights) {
+        std::vector<PointXYZ> places;
+        SeenPlace before;
+        const std::size_t count = path.size() + (isRing && !path.empty() ? 1 : 0);
+        for (std::size_t index = 0; index < count; ++index) {
+            const SeenPlace seen = See(path[index == path.size() ? 0 : index], heights);
+            const bool isAhead = seen.w >= kNearest;
+            if (index > 0 && isAhead != (before.w >= kNearest)) {
+                AddPlace(places, Cut(before, seen), true);
             }
+            if (isAhead) {
+                AddPlace(places, seen, index + 1 == count);
+            } else {
+                DrawLine(places);
+            }
+            before = seen;
         }
-        before = camera.See(place);
-        places.push_back({place.x, place.y, place.z});
+        DrawLine(places);
     }
-    if (isRing && !places.empty()) {
-        places.push_back(PointXYZ(places.front())); // the library knows a ring by that
-    }
-    return places;
-}
 
-void DrawMarkLine(KTR::COpenGLView& view, const std::vector<PointXYZ>& places) {
-    KTR::GLLineStyle line;
-    line.color = kMark;
-    line.width = kLinePixels;
-    line.casingWidth = kLinePixels + 2.0 * kEdgePixels;
-    line.casingColor = kEdge;
-    line.join = KTR::GLLineJoinRound;
-    line.cap = KTR::GLLineCapRound;
-    view.DrawLineString(places.data(), static_cast<int>(places.size()), line);
-}
+    void AddRing(const Position& position, const PickHeights& heights) {
+        const SeenPlace seen = See(position, heights);
+        if (!(seen.w >= kNearest)) {
+            return;
+        }
+        const PointXYZ place = PlaceOf(seen);
+        KTR::GLSymbolStyle ring;
+        ring.color = kNothing;
+        ring.size = kRingPixels + 2.0 * kEdgePixels;
+        ring.outlineWidth = kLinePixels + 2.0 * kEdgePixels;
+        ring.outlineColor = kEdge;
+        m_view.DrawSymbol(KTR::GLSymbolCircle, place.x, place.y, place.z, ring);
+        ring.size = kRingPixels;
+        ring.outlineWidth = kLinePixels;
+        ring.outlineColor = kMark;
+        m_view.DrawSymbol(KTR::GLSymbolCircle, place.x, place.y, place.z, ring);
+    }
+
+private:
+    SeenPlace See(Position position, const PickHeights& heights) const {
+        if (heights.heightOf && m_window.camera.SeesHeights()) {
+            position.z = heights.heightOf(position);
+        }
+        return m_window.camera.See(position);
+    }
+    static SeenPlace Cut(const SeenPlace& from, const SeenPlace& to) {
+        const double share = (kNearest - from.w) / (to.w - from.w);
+        return {from.x + share * (to.x - from.x), from.y + share * (to.y - from.y), kNearest, 0.0};
+    }
+    PointXYZ PlaceOf(const SeenPlace& seen) const {
+        return {seen.x / seen.w + m_offsetX, m_window.heightPixels - seen.y / seen.w + m_offsetY, 0.0};
+    }
+    void AddPlace(std::vector<PointXYZ>& places, const SeenPlace& seen, bool isEnd) const {
+        const PointXYZ place = PlaceOf(seen);
+        const bool isSame =
+            !places.empty() && std::hypot(place.x - places.back().x, place.y - places.back().y) < kSamePixels;
+        if (!isSame || isEnd) {
+            places.push_back(place);
+        }
+    }
+    void DrawLine(std::vector<PointXYZ>& places) const {
+        if (places.size() > 1) {
+            KTR::GLLineStyle line;
+            line.color = kMark;
+            line.width = kLinePixels;
+            line.casingWidth = kLinePixels + 2.0 * kEdgePixels;
+            line.casingColor = kEdge;
+            line.join = KTR::GLLineJoinRound;
+            line.cap = KTR::GLLineCapRound;
+            m_view.DrawLineString(places.data(), static_cast<int>(places.size()), line);
+        }
+        places.clear();
+    }
+
+    KTR::COpenGLView& m_view;
+    const MarkedWindow& m_window;
+    double m_offsetX = 0.0;
+    double m_offsetY = 0.0;
+};
 
 } // namespace
 
 void DrawFeatureMark(KTR::COpenGLView& view, const VectorFeature& feature, const PickHeights& heights,
-                     const PickCamera& camera) {
-    view.LoadViewMatrices();
-    view.Disable(GL_DEPTH_TEST);
-    view.BeginShapes();
+                     const MarkedWindow& window) {
+    MarkDrawing mark(view, window);
     for (const Polygon& polygon : feature.polygons) {
         for (const Path& ring : polygon.rings) {
-            DrawMarkLine(view, PlacesOf(ring, true, heights, camera));
+            mark.AddPath(ring, true, heights);
         }
     }
     for (const Path& line : feature.lines) {
-        DrawMarkLine(view, PlacesOf(line, false, heights, camera));
+        mark.AddPath(line, false, heights);
     }
     for (std::size_t index = 0; index < std::min(feature.points.size(), kMostRings); ++index) {
-        DrawPointMark(view, Raised(feature.points[index], heights));
+        mark.AddRing(feature.points[index], heights);
     }
-    view.EndShapes();
 }
 
-void DrawPointMark(KTR::COpenGLView& view, const Position& place) {
-    KTR::GLSymbolStyle ring;
-    ring.color = kNothing;
-    ring.size = kRingPixels + 2.0 * kEdgePixels;
-    ring.outlineWidth = kLinePixels + 2.0 * kEdgePixels;
-    ring.outlineColor = kEdge;
-    view.LoadViewMatrices();
-    view.Disable(GL_DEPTH_TEST);
-    view.DrawSymbol(KTR::GLSymbolCircle, place.x, place.y, place.z, ring);
-    ring.size = kRingPixels;
-    ring.outlineWidth = kLinePixels;
-    ring.outlineColor = kMark;
-    view.DrawSymbol(KTR::GLSymbolCircle, place.x, place.y, place.z, ring);
+void DrawPointMark(KTR::COpenGLView& view, const Position& place, const MarkedWindow& window) {
+    MarkDrawing(view, window).AddRing(place, {});
 }
 
 } // namespace OrrinViewer

@@ -7,12 +7,19 @@
 
 namespace OrrinViewer {
 
-/// Marks a feature on the map: a bright line with a dark edge along its lines and outlines, rings around its points.
-/// The camera is the view's; of shapes with very many positions those are left out that fall into one pixel.
+/// A window and how it shows positions.
+struct MarkedWindow {
+    PickCamera camera;
+    int widthPixels = 1;
+    int heightPixels = 1;
+};
+
+/// Marks a feature: a bright line with a dark edge along its lines and outlines, rings around its points. The mark is
+/// as wide from all sides, so it is drawn in pixels.
 void DrawFeatureMark(KTR::COpenGLView& view, const VectorFeature& feature, const PickHeights& heights,
-                     const PickCamera& camera);
+                     const MarkedWindow& window);
 
 /// A ring around a place.
-void DrawPointMark(KTR::COpenGLView& view, const Position& place);
+void DrawPointMark(KTR::COpenGLView& view, const Position& place, const MarkedWindow& window);
 
 } // namespace OrrinViewer

@@ -157,15 +157,17 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     app.get_formatter()->label("OPTIONS", "options");
     app.get_formatter()->label("REQUIRED", "");
     app.footer(
-        "Mouse: the wheel zooms to what is under it, dragging pans, or turns the 3-D view about what was clicked, "
+        "Mouse: a click tells what is there; the wheel zooms to what is under it, dragging pans, or turns the 3-D view "
+        "about what was clicked, "
         "dragging with the right button pans there too; Shift and dragging zooms to a rectangle, Ctrl and dragging "
         "measures. Keys: F1 shows all of them over the map. 1 to 6 show the scene from the top, the bottom, the front, "
         "the back, the left and the right, V switches between map and 3-D view, Backspace goes to the previous view "
         "and with Shift to the next, Home shows everything, M measures paths and then areas, P draws a line and shows "
         "its profile, C switches the colouring, E the shading of clouds by their depths, + and - the point size, F "
-        "lets it follow the scale, S turns the sun and A raises it (with Shift back), Ctrl + O adds files, Ctrl + S "
-        "saves "
-        "the project and with Shift a picture of any size, Esc ends.");
+        "lets it follow the scale, S turns the sun and A raises it (with Shift back), N shows what lies below what was "
+        "clicked, Ctrl + C copies it, F4 hides the panel, Ctrl + O adds files, Ctrl + S saves the project and with "
+        "Shift "
+        "a picture of any size, Esc ends.");
     const auto text = [&app](const char* name, std::string& value, const char* description, const char* kind) {
         return app.add_option(name, value, description)->type_name(kind);
     };

@@ -57,11 +57,11 @@ void ViewerWindow::DrawPicked(KTR::COpenGLView& view, KTR::GLCoveredArea& covere
     auto& own = *static_cast<ViewerWindow*>(context);
     const PickedThing* const thing = own.m_session.GetPicking().GetThing();
     const VectorLayer* const layer = thing && thing->feature ? own.m_scene.FindFeatures(thing->layer) : nullptr;
+    const MarkedWindow window{own.DescribeCamera(), own.m_width, own.m_height};
     if (layer && *thing->feature < layer->features.size()) {
-        DrawFeatureMark(view, layer->features[*thing->feature], own.m_scene.FindHeights(thing->layer),
-                        own.DescribeCamera());
+        DrawFeatureMark(view, layer->features[*thing->feature], own.m_scene.FindHeights(thing->layer), window);
     } else if (thing && thing->point) {
-        DrawPointMark(view, *thing->point);
+        DrawPointMark(view, *thing->point, window);
     } else {
         covered = {};
     }
