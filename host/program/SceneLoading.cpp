@@ -383,6 +383,7 @@ void SceneLoading::Add(const Project& project) {
         part->layers.push_back({m_lastPlace++, layer.part, layer.kind, layer.style});
     }
     std::vector<std::filesystem::path> files;
+    files.reserve(parts.size());
     for (const ProjectFilePart& part : parts) {
         files.push_back(part.file);
     }
