@@ -5,7 +5,7 @@ prints what it holds as Markdown. Ends with 1 where something grows, with the re
     soak-run.py PROGRAM [--quick] [--only LOAD]
 
 What is counted is what Wine really keeps. Before the loads each count is shown a leak made on purpose (--proofs shows
-them alone); one that did not see it would end the soak."""
+them alone); one that does not see it counts as a fault."""
 
 import argparse
 import os
