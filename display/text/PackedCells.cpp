@@ -27,7 +27,7 @@ void UnpackPicture(const unsigned char* packed, unsigned char* pixels, std::size
     const unsigned char* const end = pixels + size;
     while (pixels != end) {
         const int kind = *packed & kKinds;
-        const auto count = static_cast<std::size_t>(*packed - kind + 1);
+        const std::size_t count = static_cast<std::size_t>(*packed - kind) + 1;
         ++packed;
         if (kind == kShades) {
             std::memcpy(pixels, packed, count);
