@@ -55,7 +55,7 @@ TEST_F(ViewerUnderManager, WindowHasAFrameAndStaysWhereItIsPut) {
         EXPECT_GT(corner.y, outer.top) << "a title above the map";
         const Frame before = hand.LookWhenStill(window);
         Ask("windowmove", Name(1), "300 200");
-        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba) << "moved";
+        EXPECT_LT(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.01) << "moved";
     });
 }
 
@@ -67,7 +67,7 @@ TEST_F(ViewerUnderManager, MinimisedWindowComesBackAsItWas) {
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) != FALSE; }));
         Ask("windowactivate", name);
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) == FALSE; }));
-        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+        EXPECT_LT(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.01) << "but for the time of a frame";
     });
 }
 
