@@ -12,10 +12,10 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr int kSwatchSide = 14;
-constexpr int kCountWidth = 84;
-constexpr int kRampWidth = 24;
-constexpr int kTickWidth = 6;
+const int kSwatchSide = PanelPixels(14);
+const int kCountWidth = PanelPixels(84);
+const int kRampWidth = PanelPixels(24);
+const int kTickWidth = PanelPixels(6);
 
 COLORREF ColorReference(const Rgb& color) {
     return RGB(color.red, color.green, color.blue);

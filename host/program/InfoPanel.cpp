@@ -1,5 +1,6 @@
 #include "InfoPanel.h"
 
+#include "PanelControls.h"
 #include "ViewerSession.h"
 #include "drawing/WideText.h"
 
@@ -15,9 +16,9 @@ namespace OrrinViewer {
 namespace {
 
 constexpr int kListId = 500;
-constexpr LONG kMarginPixels = 4;
-constexpr LONG kHeadingPixels = 18;
-constexpr int kNamePixels = 110;
+const LONG kMarginPixels = PanelPixels(4);
+const LONG kHeadingPixels = PanelPixels(18);
+const int kNamePixels = PanelPixels(110);
 enum MenuCommand : UINT { CopyValue = 1, CopyRow, CopyAll };
 
 std::wstring HeadingOf(const Picking& picking) {
@@ -111,7 +112,7 @@ void InfoPanel::CreateControls() {
     INITCOMMONCONTROLSEX controls = {sizeof(controls), ICC_LISTVIEW_CLASSES};
     InitCommonControlsEx(&controls);
     const HINSTANCE instance = GetModuleHandleW(nullptr);
-    const auto font = reinterpret_cast<WPARAM>(GetStockObject(DEFAULT_GUI_FONT));
+    const auto font = reinterpret_cast<WPARAM>(PanelFont());
     m_heading = CreateWindowExW(0, L"STATIC", L"", WS_CHILD | WS_VISIBLE | SS_ENDELLIPSIS, 0, 0, 0, 0, m_window,
                                 nullptr, instance, nullptr);
     m_list = CreateWindowExW(WS_EX_CLIENTEDGE, WC_LISTVIEWW, L"",

@@ -10,8 +10,8 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr int kKindWidth = 60;
-constexpr int kMarkHeight = 3;
+const int kKindWidth = PanelPixels(60);
+const int kMarkHeight = PanelPixels(3);
 
 const wchar_t* NameOf(LayerKind kind) {
     switch (kind) {

@@ -30,11 +30,11 @@ enum ControlId {
     IdFirstSlider,
 };
 
-constexpr int kMargin = 8;
-constexpr int kNameWidth = 76;
-constexpr int kValueWidth = 62;
+const int kMargin = PanelPixels(8);
+const int kNameWidth = PanelPixels(76);
+const int kValueWidth = PanelPixels(62);
 constexpr int kMostLinesOfList = 9;
-constexpr int kLongestRamp = 220;
+const int kLongestRamp = PanelPixels(220);
 constexpr double kStepsOfLineWidth = 2.0; ///< a pixel
 constexpr double kPlainSymbolPixels = 5.0;
 constexpr double kStyledSymbolPixels = 13.0;

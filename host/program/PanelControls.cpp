@@ -74,6 +74,16 @@ int PanelLineHeight() {
     return height;
 }
 
+int PanelPixels(int pixels) noexcept {
+    static const int perInch = [] {
+        const HDC screen = GetDC(nullptr);
+        const int found = GetDeviceCaps(screen, LOGPIXELSX);
+        ReleaseDC(nullptr, screen);
+        return found;
+    }();
+    return MulDiv(pixels, perInch, 96);
+}
+
 std::wstring TextOf(HWND control) {
     std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(control)) + 1, L'\0');
     text.resize(static_cast<std::size_t>(GetWindowTextW(control, text.data(), static_cast<int>(text.size()))));

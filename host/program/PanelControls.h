@@ -21,6 +21,10 @@ HFONT PanelFont();
 /// The height of a line of it.
 int PanelLineHeight();
 
+/// A length of so many pixels on a screen of 96 to the inch, on that which the program was started on; fonts follow it
+/// too.
+int PanelPixels(int pixels) noexcept;
+
 /// Sets a text only where it is another one, since that makes controls flicker.
 void ShowText(HWND control, const std::wstring& text);
 std::wstring TextOf(HWND control);

@@ -1,5 +1,7 @@
 #include "SidePanel.h"
 
+#include "PanelControls.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -7,7 +9,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr LONG kWidthPixels = 300;
+const LONG kWidthPixels = PanelPixels(300);
 
 } // namespace
 
