@@ -255,7 +255,9 @@ void ViewerSession::DrawFrames() {
     MSG message = {};
     std::vector<double> milliseconds;
     for (int frame = 1; frame <= m_options.frames; ++frame) {
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        // Not those that ask for a frame: while a window draws one it may ask for the next, and this would not end.
+        constexpr UINT kWithoutPainting = PM_REMOVE | PM_QS_INPUT | PM_QS_POSTMESSAGE | PM_QS_SENDMESSAGE;
+        while (PeekMessageW(&message, nullptr, 0, 0, kWithoutPainting)) {
             DispatchMessageW(&message);
         }
         for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
