@@ -11,6 +11,8 @@ namespace {
 
 const LONG kWidthPixels = PanelPixels(300);
 
+constexpr UINT kGiveKeysBack = WM_APP; ///< to the map
+
 } // namespace
 
 SidePanel::~SidePanel() {
@@ -61,6 +63,15 @@ LRESULT SidePanel::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         return 0;
     case WM_EXITSIZEMOVE:
         m_isUndocked = true;
+        return 0;
+    case WM_SETFOCUS:
+        // It may come to a control next. Otherwise somebody, such as a window manager, has only raised the panel.
+        PostMessageW(m_window, kGiveKeysBack, 0, 0);
+        return 0;
+    case kGiveKeysBack:
+        if (GetFocus() == m_window) {
+            SetFocus(m_beside);
+        }
         return 0;
     case WM_CLOSE:
         Hide();

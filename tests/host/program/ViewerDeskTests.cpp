@@ -85,6 +85,15 @@ TEST_F(ViewerUnderManager, ResizedWindowIsFilled) {
     });
 }
 
+// The panel that opens beside the map does not keep the keys, although the manager gives them to each new window.
+TEST_F(ViewerUnderManager, KeysAreTheMapsFromTheStart) {
+    Use(1, [](ViewerHand& hand, HWND window) {
+        const Frame before = hand.LookWhenStill(window);
+        hand.Press("v");
+        EXPECT_GT(ShareOfDifferingPixels(before, hand.LookWhenStill(window), 10), 0.001);
+    });
+}
+
 // A click on what shows of the lower window raises it, and the keys are its own from then on.
 TEST_F(ViewerUnderManager, ClickRaisesAWindowAndGivesItTheKeys) {
     Use(2, [&](ViewerHand& hand, HWND) {
