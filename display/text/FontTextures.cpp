@@ -285,6 +285,7 @@ void DeleteTaggedFontNames(COpenGLView& view) {
     if (!current || !fonts.GetTagedForDeletionTextureAndSamplerNames(texture, sampler)) {
         return;
     }
+    ForgetPartial(texture); // the next texture of that name may be whole
     view.DeleteTextureAndSamplerNames(texture, sampler);
     fonts.ClearTaggedForDeletionTextureAndSamplerNames();
     ++g_fontTextureChanges;
