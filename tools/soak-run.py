@@ -33,6 +33,9 @@ ALLOWED = {
     "handles": 0, "gdi": 0, "windows": 0, "objects": 0, "threads": 0, "files": 0,
     "private MB": 3.0, "address MB": 8.0, "server MB": 0.5, "screen MB": 1.0,
 }
+# Loads that exchange textures all the time: the driver keeps some of what was given back, in one run more than in another.
+# Of 300 tours of fonts it is no more than of 60.
+MORE_MEMORY = {"fonts": 8.0}
 # A leak of how many steps, and the counts that have to see it.
 PROOFS = {
     "leaked-handles": (8_000, ("handles", "server MB")),
@@ -152,11 +155,13 @@ def run(program, load, pipeline, steps):
 
 def growth(samples, name):
     """From the first tenth on."""
-    return max(sample.get(name, 0) for sample in samples[1:]) - samples[0].get(name, 0)
+    return samples[-1].get(name, 0) - samples[0].get(name, 0)  # what came down again was in use at that moment
 
 
-def grown(samples):
-    allowed = {**ALLOWED, "private MB": ALLOWED["private MB"] + PRIVATE_SHARE * samples[0]["private MB"]}
+def grown(samples, load):
+    more = MORE_MEMORY.get(load, 0.0)
+    allowed = {**ALLOWED, "private MB": ALLOWED["private MB"] + PRIVATE_SHARE * samples[0]["private MB"] + more,
+               "address MB": ALLOWED["address MB"] + more}
     return [name for name, limit in allowed.items() if growth(samples, name) > limit]
 
 
@@ -173,7 +178,7 @@ def prove(program):
     print("| left behind on purpose | steps | seen by | from a tenth of the steps to all |\n|---|--:|---|---|")
     for leak, (steps, counts) in PROOFS.items():
         samples = run(program, leak, "fixed", steps)
-        found = grown(samples)
+        found = grown(samples, leak)
         blind += [f"{count} does not see {leak}" for count in counts if count not in found]
         seen = ", ".join(f"{samples[0][name]:.0f} → {samples[2][name]:.0f}" for name in found)
         print(f"| {leak.split('-')[1]} | {steps} | {', '.join(found) or 'nothing'} | {seen} |", flush=True)
@@ -195,9 +200,9 @@ def soak(program, quick, only):
                 continue
             cells = " | ".join(cell(samples, name) for name in names)
             print(f"| {load}, {pipeline} | {steps[quick]:,} | {time.monotonic() - start:.0f} | {cells} |", flush=True)
-            for name in grown(samples):
+            for name in grown(samples, load):
                 faults.append(f"{load}, {pipeline}: {name} {cell(samples, name)}")
-            if "objects" in grown(samples):
+            if "objects" in grown(samples, load):
                 faults += [f"    {sample['kinds']}" for sample in samples]
     return faults
 
