@@ -6,8 +6,9 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 number=$(mktemp)
-# The server tells its number once it accepts connections.
-Xvfb -displayfd 9 -screen 0 1600x1000x24 -nolisten tcp 9>"$number" </dev/null >/dev/null 2>&1 &
+# The server tells its number once it accepts connections. It stays as it is when a client leaves that was alone, as the
+# question for the window manager may be: a server that begins anew then throws out who comes in that moment.
+Xvfb -displayfd 9 -screen 0 1600x1000x24 -nolisten tcp -noreset 9>"$number" </dev/null >/dev/null 2>&1 &
 server=$!
 manager=
 leave() {
@@ -28,8 +29,13 @@ DISPLAY=:$(tr -d '[:space:]' <"$number")
 export DISPLAY
 openbox --sm-disable </dev/null >/dev/null 2>&1 &
 manager=$!
-for _ in $(seq 200); do
-    xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
+is_managed() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id'; }
+for _ in $(seq 400); do
+    is_managed && break
     sleep 0.025
 done
+is_managed || {
+    echo "the window manager did not start" >&2
+    exit 1
+}
 "$root/tools/wine-run.sh" "$@"

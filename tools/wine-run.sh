@@ -71,8 +71,9 @@ screen_runs() {
 start_screen() {
     local pid
     : >"$screen.number"
-    # The server tells its number once it accepts connections. It outlives this run when others still use it.
-    setsid Xvfb -displayfd 9 -screen 0 1920x1080x24 -nolisten tcp 9>"$screen.number" 7>&- 8>&- \
+    # The server tells its number once it accepts connections. It outlives this run when others still use it, and does not
+    # begin anew when for a moment nobody does: that would throw out who comes just then.
+    setsid Xvfb -displayfd 9 -screen 0 1920x1080x24 -nolisten tcp -noreset 9>"$screen.number" 7>&- 8>&- \
         </dev/null >/dev/null 2>&1 &
     pid=$!
     for _ in $(seq 400); do

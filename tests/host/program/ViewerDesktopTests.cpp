@@ -164,27 +164,32 @@ TEST_F(ViewerOnDesktop, TouchpadsZoomAndMoveSmoothly) {
         const auto takeBack = [window] { PostMessageW(window, WM_KEYDOWN, VK_BACK, 0); };
         const Frame before = hand.LookWhenStill(window);
         turn(WM_MOUSEWHEEL, 2 * WHEEL_DELTA, 0);
-        const Frame notched = hand.LookWhenStill(window);
+        const Frame notched = hand.LookUntilUnlike(window, before, 0.005);
         EXPECT_GT(ShareOfDifferingPixels(before, notched, 3), 0.005);
         takeBack();
+        EXPECT_EQ(hand.LookUntilLike(window, before).rgba, before.rgba);
         for (int part = 0; part < 20; ++part) {
             turn(WM_MOUSEWHEEL, WHEEL_DELTA / 10, part % 2 == 0 ? MK_CONTROL : 0);
         }
-        EXPECT_LT(ShareOfDifferingPixels(notched, hand.LookWhenStill(window), 3), 0.001);
+        EXPECT_LT(ShareOfDifferingPixels(notched, hand.LookUntilLike(window, notched, 0.0009), 3), 0.001);
         takeBack();
+        EXPECT_EQ(hand.LookUntilLike(window, before).rgba, before.rgba);
         for (int part = 0; part < 12; ++part) {
             turn(WM_MOUSEHWHEEL, WHEEL_DELTA / 6, 0);
         }
-        const Frame moved = hand.LookWhenStill(window);
-        int elsewhere = 0;
-        for (int y = 0; y < 400; ++y) {
-            for (int x = 0; x < 480; ++x) {
-                elsewhere += moved.At(x, y) != before.At(x + 120, y) ? 1 : 0;
+        const auto countElsewhere = [&before](const Frame& moved) {
+            int elsewhere = 0;
+            for (int y = 0; y < 400; ++y) {
+                for (int x = 0; x < 480; ++x) {
+                    elsewhere += moved.At(x, y) != before.At(x + 120, y) ? 1 : 0;
+                }
             }
-        }
-        EXPECT_LT(elsewhere, 30) << "the map is 120 pixels farther to the left";
+            return elsewhere;
+        };
+        const Frame moved = hand.LookUntil(window, [&](const Frame& now) { return countElsewhere(now) < 30; });
+        EXPECT_LT(countElsewhere(moved), 30) << "the map is 120 pixels farther to the left";
         takeBack();
-        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+        EXPECT_EQ(hand.LookUntilLike(window, before).rgba, before.rgba);
     });
 }
 

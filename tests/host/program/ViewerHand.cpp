@@ -82,6 +82,11 @@ void ViewerHand::Click(HWND window, int x, int y) const {
     RunBeneathWine("xdotool mousemove " + At(window, x, y) + "sleep 0.05 click 1 sleep 0.05", m_output, 10);
 }
 
+void ViewerHand::ClickForKeys(HWND window, int x, int y) const {
+    Click(window, x, y);
+    EXPECT_TRUE(WaitUntil([window] { return GetForegroundWindow() == window; })) << "the click gave it no keys";
+}
+
 void ViewerHand::Drag(HWND window, int x, int y, int toX, int toY, const std::string& key) const {
     const std::string middle = At(window, (x + toX) / 2, (y + toY) / 2);
     std::string commands = "xdotool mousemove " + At(window, x, y) + "sleep 0.05 ";
@@ -279,6 +284,26 @@ Frame ViewerHand::LookWhenStill(HWND window) const {
         before = std::move(now);
     }
     return before;
+}
+
+Frame ViewerHand::LookUntil(HWND window, const std::function<bool(const Frame&)>& holds) const {
+    Frame frame = LookAt(window);
+    WaitUntil([&] {
+        const bool held = holds(frame);
+        Frame now = LookAt(window);
+        const bool isStill = now.rgba == frame.rgba;
+        frame = std::move(now);
+        return held && isStill;
+    });
+    return frame;
+}
+
+Frame ViewerHand::LookUntilUnlike(HWND window, const Frame& before, double share) const {
+    return LookUntil(window, [&](const Frame& now) { return ShareOfDifferingPixels(now, before, 3) > share; });
+}
+
+Frame ViewerHand::LookUntilLike(HWND window, const Frame& wanted, double share) const {
+    return LookUntil(window, [&](const Frame& now) { return ShareOfDifferingPixels(now, wanted, 3) <= share; });
 }
 
 } // namespace OrrinViewer

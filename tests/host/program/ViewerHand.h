@@ -29,6 +29,8 @@ public:
     /// Commands of xdotool, with (x, y) in client coordinates of the window.
     void MoveTo(HWND window, int x, int y) const;
     void Click(HWND window, int x, int y) const;
+    /// A click after which the keys are the window's, which is waited for.
+    void ClickForKeys(HWND window, int x, int y) const;
     void Drag(HWND window, int x, int y, int toX, int toY, const std::string& key = {}) const;
     void Press(const std::string& keys) const;
     void Type(const std::string& text) const;
@@ -44,8 +46,14 @@ public:
     static std::wstring ReadClipboard();
     /// What the screen shows of a window's client area.
     Frame LookAt(HWND window) const;
-    /// The same once it has not changed for a moment.
+    /// The same once it has not changed for a moment: before anything is done, or to see that nothing happens.
     Frame LookWhenStill(HWND window) const;
+    /// The same once it holds and has not changed for a moment: what a busy machine draws late is waited for. What the
+    /// window shows at last if it does not come to hold.
+    Frame LookUntil(HWND window, const std::function<bool(const Frame&)>& holds) const;
+    /// Two sorts of the latter: until more, or at most, this share of the pixels differs.
+    Frame LookUntilUnlike(HWND window, const Frame& before, double share = 0.0) const;
+    Frame LookUntilLike(HWND window, const Frame& wanted, double share = 0.0) const;
 
 private:
     std::string At(HWND window, int x, int y) const;

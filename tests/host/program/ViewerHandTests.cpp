@@ -39,7 +39,7 @@ protected:
             EXPECT_NE(window, nullptr) << "no window with a frame";
             if (window) {
                 hand.LookWhenStill(window);
-                hand.Click(window, 590, 390); // keys go there from now on
+                hand.ClickForKeys(window, 590, 390);
                 hand.LookWhenStill(window);
                 use(hand, window);
             }
@@ -87,7 +87,7 @@ TEST_P(ViewerInHand, MeasuredPathStaysOnTheMapAndGoesWithoutATrace) {
         hand.Click(window, X(10), Y(-5));
         hand.Click(window, X(90), Y(-5));
         hand.MoveTo(window, X(90), Y(65));
-        Frame frame = hand.LookWhenStill(window);
+        Frame frame = hand.LookUntil(window, [](const Frame& now) { return now.HasNear(X(90), Y(30), kWhite); });
         EXPECT_TRUE(frame.HasNear(X(50), Y(-5), kWhite)) << "the settled part";
         EXPECT_TRUE(frame.HasNear(X(90), Y(30), kWhite)) << "to the mouse";
         EXPECT_FALSE(frame.HasNear(X(50), Y(30), kWhite));
@@ -95,13 +95,15 @@ TEST_P(ViewerInHand, MeasuredPathStaysOnTheMapAndGoesWithoutATrace) {
         hand.Press("Return m m");
         // A hundred pixels to the left.
         hand.Drag(window, 105, 395, 5, 395);
-        frame = hand.LookWhenStill(window);
+        frame = hand.LookUntil(window, [](const Frame& now) {
+            return now.HasNear(X(90) - 100, Y(30), kWhite) && !now.HasNear(X(90), Y(30), kWhite);
+        });
         EXPECT_TRUE(frame.HasNear(X(90) - 100, Y(30), kWhite));
         EXPECT_TRUE(frame.HasNear(X(50) - 100, Y(-5), kWhite));
         EXPECT_FALSE(frame.HasNear(X(90), Y(30), kWhite));
         hand.Press("ctrl+z Escape");
         hand.MoveTo(window, 5, 395);
-        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+        EXPECT_EQ(hand.LookUntilLike(window, before).rgba, before.rgba);
     });
 }
 
@@ -109,7 +111,9 @@ TEST_P(ViewerInHand, RectangleDrawnWithShiftFillsTheWindow) {
     Use(OfSlope(WriteSlope()), [](ViewerHand& hand, HWND window) {
         hand.Drag(window, X(38), Y(42), X(62), Y(26), "shift");
         hand.MoveTo(window, 595, 395);
-        const Frame frame = hand.LookWhenStill(window);
+        const Frame frame = hand.LookUntil(window, [](const Frame& now) {
+            return now.HasNear(47, 297, {250, 0, 0}) && now.HasNear(547, 47, {250, 0, 0});
+        });
         // 24 by 16 m in 600 by 400 pixels: three rows, and the strip's edges are 50 pixels from the window's.
         EXPECT_TRUE(frame.HasNear(47, 297, {250, 0, 0})) << "x = 40, y = 30";
         EXPECT_TRUE(frame.HasNear(547, 47, {250, 0, 0})) << "x = 60, y = 40";
@@ -147,11 +151,11 @@ TEST_P(ViewerInHand, FilesAreOpenedDroppedSavedAndFoundAgain) {
 
         hand.Press("alt+f n");
         EXPECT_TRUE(hand.WaitUntil([&] { return hand.TitleOf(window).find(L"points") == std::wstring::npos; }));
-        EXPECT_GT(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.001);
+        EXPECT_GT(ShareOfDifferingPixels(hand.LookUntilUnlike(window, before, 0.001), before, 3), 0.001);
         hand.Press("alt+f r 1"); // the last one
         EXPECT_TRUE(hand.WaitForTitle(window, L"hill.orrin - OrrinViewer - 1318 points"));
         hand.MoveTo(window, 590, 390);
-        EXPECT_EQ(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.0);
+        EXPECT_EQ(ShareOfDifferingPixels(hand.LookUntilLike(window, before), before, 3), 0.0);
     });
 }
 
@@ -161,10 +165,10 @@ TEST_P(ViewerInHand, KeysAreShownOverTheMap) {
         hand.MoveTo(window, 5, 395);
         const Frame before = hand.LookWhenStill(window);
         hand.Press("F1");
-        const Frame shown = hand.LookWhenStill(window);
+        const Frame shown = hand.LookUntilUnlike(window, before, 0.3);
         EXPECT_GT(ShareOfDifferingPixels(before, shown, 3), 0.3);
         hand.Press("question");
-        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+        EXPECT_EQ(hand.LookUntilLike(window, before).rgba, before.rgba);
     });
 }
 
@@ -181,11 +185,11 @@ TEST_P(ViewerInHand, KeysReachTheWindowsThatTheyConcern) {
             return other != nullptr && ViewerHand::TitleOf(other).find(L" ms") != std::wstring::npos;
         });
         ASSERT_NE(other, nullptr);
-        hand.Click(window, 2, 2);
+        hand.ClickForKeys(window, 2, 2);
         hand.Press("c");
         EXPECT_TRUE(hand.WaitForTitle(window, L"by elevation"));
         EXPECT_TRUE(hand.WaitForTitle(other, L"by elevation"));
-        const Frame before = hand.LookWhenStill(other);
+        hand.LookWhenStill(other);
         const std::wstring titleBefore = ViewerHand::TitleOf(other);
         hand.Press("4");
         hand.Press("Left");
@@ -202,13 +206,14 @@ TEST_P(ViewerInHand, WhatIsWrongWithAFileIsToldOverTheMapUntilItIsClicked) {
     arguments.push_back(Write("damaged.las", "LASF and nothing else").wstring());
     Use(arguments, [](ViewerHand& hand, HWND window) {
         hand.MoveTo(window, 5, 395);
-        const Frame told = hand.LookWhenStill(window);
-        EXPECT_GT(CountLike(told, 100, 10, 500, 100, kPanel, 8), 2000);
+        const auto countPanel = [](const Frame& now) { return CountLike(now, 100, 10, 500, 100, kPanel, 8); };
+        const Frame told = hand.LookUntil(window, [&](const Frame& now) { return countPanel(now) > 2000; });
+        EXPECT_GT(countPanel(told), 2000);
         EXPECT_GT(CountLike(told, 100, 10, 500, 100, kWhite, 40), 100) << "the words on it";
         hand.Click(window, 300, 50);
         hand.MoveTo(window, 5, 395);
-        const Frame without = hand.LookWhenStill(window);
-        EXPECT_EQ(CountLike(without, 100, 10, 500, 100, kPanel, 8), 0);
+        const Frame without = hand.LookUntil(window, [&](const Frame& now) { return countPanel(now) == 0; });
+        EXPECT_EQ(countPanel(without), 0);
         EXPECT_TRUE(without.HasNear(X(50), Y(30), {250, 0, 0})) << "the map has not moved";
     });
 }
@@ -233,7 +238,10 @@ TEST_P(ViewerInHand, ClickTellsMarksAndCopiesWhatIsThere) {
         hand.Click(window, X(20), Y(17));
         EXPECT_TRUE(hand.WaitForRow(L"name", L"Acker")) << "drawn last";
         EXPECT_TRUE(hand.WaitForRow(L"Area", L"4400 m\u00B2"));
-        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(80), Y(40), kMarkBlue));
+        const auto isMarked = [&](int x, int y) {
+            return ViewerHand::WaitUntil([&] { return hand.LookAt(window).HasNear(x, y, kMarkBlue); });
+        };
+        EXPECT_TRUE(isMarked(X(80), Y(40)));
         hand.Click(window, X(20), Y(17)); // so fast that it is a double click
         hand.LookWhenStill(window);
         EXPECT_TRUE(hand.WaitForRow(L"name", L"Acker"));
@@ -244,13 +252,12 @@ TEST_P(ViewerInHand, ClickTellsMarksAndCopiesWhatIsThere) {
             const std::wstring text = ViewerHand::ReadClipboard();
             return text.find(L"name\tWeide\r\nnr\t17\r\n") != std::wstring::npos;
         })) << testing::PrintToString(ViewerHand::ReadClipboard());
-        const Frame marked = hand.LookWhenStill(window);
-        EXPECT_TRUE(marked.HasNear(X(20), Y(30), kMarkBlue));
-        EXPECT_FALSE(marked.HasNear(X(80), Y(40), kMarkBlue));
+        EXPECT_TRUE(isMarked(X(20), Y(30)));
+        EXPECT_FALSE(hand.LookWhenStill(window).HasNear(X(80), Y(40), kMarkBlue));
 
         // The mark stays on the map; a slip of two pixels moves nothing.
         hand.Drag(window, X(20), Y(35), X(20) + 50, Y(35));
-        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(20) + 50, Y(30), kMarkBlue));
+        EXPECT_TRUE(isMarked(X(20) + 50, Y(30)));
         hand.Press("ctrl+z");
         EXPECT_TRUE(hand.WaitForRow(L"name", L"Weide"));
 
@@ -258,7 +265,7 @@ TEST_P(ViewerInHand, ClickTellsMarksAndCopiesWhatIsThere) {
         hand.Click(window, X(50), Y(60));
         EXPECT_TRUE(hand.WaitForRow(L"Height", L"25.000 m"));
         EXPECT_TRUE(hand.WaitForRow(L"Red, green, blue", L"250, 0, 0")) << testing::PrintToString(hand.ReadTable());
-        EXPECT_TRUE(hand.LookWhenStill(window).HasNear(X(50) + 8, Y(60), kMarkBlue)) << "a ring";
+        EXPECT_TRUE(isMarked(X(50) + 8, Y(60))) << "a ring";
 
         hand.Press("m");
         hand.Click(window, X(20), Y(-5));
@@ -268,7 +275,7 @@ TEST_P(ViewerInHand, ClickTellsMarksAndCopiesWhatIsThere) {
         hand.Press("Escape");
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return hand.ReadTable().empty(); }));
         hand.MoveTo(window, 5, 395);
-        EXPECT_EQ(hand.LookWhenStill(window).rgba, before.rgba);
+        EXPECT_EQ(hand.LookUntilLike(window, before).rgba, before.rgba);
     });
 }
 
@@ -278,7 +285,9 @@ TEST_P(ViewerInHand, WhatIsSeenIn3DIsPicked) {
     const fs::path road = Write("mast.geojson", R"({"type":"Feature","properties":{"kind":"mast"},
         "geometry":{"type":"LineString","coordinates":[[500050,4500030,20],[500050,4500030,60]]}})");
     Use({slope.wstring(), road.wstring(), L"--view", L"3d", L"--plain"}, [](ViewerHand& hand, HWND window) {
+        const Frame asOpened = hand.LookWhenStill(window);
         hand.Drag(window, 300, 390, 360, 380); // turned a little
+        hand.LookUntilUnlike(window, asOpened);
         const Frame frame = hand.LookWhenStill(window);
         // The mast stands over the slope's middle: its upper half is drawn before nothing.
         int x = -1;
@@ -296,7 +305,8 @@ TEST_P(ViewerInHand, WhatIsSeenIn3DIsPicked) {
         ASSERT_GE(y, 0);
         hand.Click(window, x + 3, y + 20);
         EXPECT_TRUE(hand.WaitForRow(L"kind", L"mast"));
-        EXPECT_GT(CountLike(hand.LookWhenStill(window), x - 8, y + 15, x + 9, y + 26, kMarkBlue, 60), 20);
+        EXPECT_TRUE(ViewerHand::WaitUntil(
+            [&] { return CountLike(hand.LookAt(window), x - 8, y + 15, x + 9, y + 26, kMarkBlue, 60) > 20; }));
     });
 }
 
@@ -311,6 +321,7 @@ TEST_P(ViewerInHand, StatusLineFollowsTheMouse) {
         EXPECT_GT(CountLike(before, 0, 384, 300, 400, kWhite, 90), 60) << "the place";
         EXPECT_GT(CountLike(before, 300, 384, 600, 400, kWhite, 90), 60) << "the scale at least";
         hand.MoveTo(window, 300, 100);
+        hand.LookUntilUnlike(window, before);
         const Frame after = hand.LookWhenStill(window);
         int changed = 0;
         int above = 0;
@@ -362,12 +373,17 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
         EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"))
             << testing::PrintToString(ViewerHand::TitleOf(profile));
         hand.MoveTo(map, 5, 395);
-        const Frame quiet = hand.LookWhenStill(profile);
-        const Frame mapQuiet = hand.LookWhenStill(map);
         // The slope rises across the whole window, red in its middle.
+        const auto isRed = [](const Frame& now) {
+            const int x = now.width / 2;
+            const int y = now.height / 2;
+            return CountLike(now, x - 40, y - 40, x + 40, y + 40, {250, 0, 0}, 2) > 10;
+        };
+        const Frame quiet = hand.LookUntil(profile, isRed);
+        const Frame mapQuiet = hand.LookWhenStill(map);
         const int w = quiet.width;
         const int h = quiet.height;
-        EXPECT_GT(CountLike(quiet, w / 2 - 40, h / 2 - 40, w / 2 + 40, h / 2 + 40, {250, 0, 0}, 2), 10);
+        EXPECT_TRUE(isRed(quiet));
         EXPECT_GT(CountLike(quiet, 0, h * 2 / 3, w / 3, h, {90, 90, 90}, 2), 10) << "low in the west";
         EXPECT_GT(CountLike(quiet, w * 2 / 3, 0, w, h / 3, {90, 90, 90}, 2), 10) << "high in the east";
         EXPECT_EQ(CountLike(quiet, 0, 0, w / 3, h / 3, {90, 90, 90}, 2), 0);
@@ -375,17 +391,21 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
 
         // A quarter of the way: in the profile first, then on the map.
         hand.MoveTo(profile, w / 4, h / 3);
-        Frame there = hand.LookWhenStill(map);
         // The view shows a fiftieth more than the line.
         const double quarter = 50.0 - 108.0 * 1.02 / 4.0;
-        const int changed = CountLike(there, X(quarter) - 6, Y(30) - 6, X(quarter) + 7, Y(30) + 7, kProfileYellow, 60);
-        const int plain = CountLike(mapQuiet, X(quarter) - 6, Y(30) - 6, X(quarter) + 7, Y(30) + 7, kProfileYellow, 60);
-        EXPECT_GT(changed, plain + 20) << "the place on the map";
-        EXPECT_GT(CountLike(hand.LookAt(profile), w / 4 - 3, 0, w / 4 + 4, h, kProfileYellow, 60), h / 2);
+        const auto yellowIn = [&](const Frame& frame) {
+            return CountLike(frame, X(quarter) - 6, Y(30) - 6, X(quarter) + 7, Y(30) + 7, kProfileYellow, 60);
+        };
+        const auto isAt = [&](int across) {
+            return ViewerHand::WaitUntil([&] {
+                return CountLike(hand.LookAt(profile), across - 4, 0, across + 4, h, kProfileYellow, 60) > h / 2;
+            });
+        };
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return yellowIn(hand.LookAt(map)) > yellowIn(mapQuiet) + 20; }))
+            << "the place on the map";
+        EXPECT_TRUE(isAt(w / 4));
         hand.MoveTo(map, X(75), Y(30));
-        there = hand.LookWhenStill(profile);
-        const int across = static_cast<int>(std::lround(w * (0.5 + 25.0 / (108.0 * 1.02))));
-        EXPECT_GT(CountLike(there, across - 4, 0, across + 4, h, kProfileYellow, 60), h / 2) << "and back";
+        EXPECT_TRUE(isAt(static_cast<int>(std::lround(w * (0.5 + 25.0 / (108.0 * 1.02)))))) << "and back";
 
         // The line's end is taken to the north and back.
         hand.Drag(map, X(104), Y(30), X(104), Y(60));
@@ -396,7 +416,7 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
         EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"));
 
         // A step of the band's width to the south, and what is seen there as a table.
-        hand.Click(profile, w / 2, 3);
+        hand.ClickForKeys(profile, w / 2, 3);
         hand.Press("Down");
         hand.LookWhenStill(profile);
         EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"));
@@ -453,10 +473,10 @@ TEST_F(ReadingInHand, EscEndsTheReadingFirstAndTheProgramThen) {
         EXPECT_TRUE(ViewerHand::WaitUntil([&] {
             return CountLike(hand.LookAt(window), 50, 20, 550, 150, {90, 170, 255}, 8) == 0;
         })) << "the progress has not gone";
-        const Frame frame = hand.LookWhenStill(window);
-        EXPECT_GT(CountLike(frame, 50, 20, 550, 150, kPanel, 8), 3000) << "what is missing";
+        const auto countPanel = [&] { return CountLike(hand.LookAt(window), 50, 20, 550, 150, kPanel, 8); };
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return countPanel() > 3000; })) << "what is missing";
         hand.Press("Escape");
-        EXPECT_EQ(CountLike(hand.LookWhenStill(window), 50, 20, 550, 150, kPanel, 8), 0);
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return countPanel() == 0; }));
         hand.Press("Escape");
         EXPECT_EQ(WaitForSingleObject(process.hProcess, 20'000), WAIT_OBJECT_0);
     });

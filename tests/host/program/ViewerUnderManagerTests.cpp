@@ -2,6 +2,8 @@
 
 #include "ViewerHand.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,12 @@ protected:
     void Ask(const std::string& command, const std::string& window, const std::string& values = {}) const {
         RunBeneathWine("xdotool " + command + " " + window + " " + values + " sleep 0.3", Folder() / L"desk", 10);
     }
+    /// Whether a window's upper left corner is so many pixels from the screen's, but for a frame.
+    static bool IsNear(HWND window, LONG place) {
+        RECT area = {};
+        GetWindowRect(window, &area);
+        return std::abs(area.left - place) < 40 && std::abs(area.top - place) < 40;
+    }
     static bool IsLeftOf(HWND one, HWND other) {
         RECT left = {};
         RECT right = {};
@@ -55,7 +63,7 @@ TEST_F(ViewerUnderManager, WindowHasAFrameAndStaysWhereItIsPut) {
         EXPECT_GT(corner.y, outer.top) << "a title above the map";
         const Frame before = hand.LookWhenStill(window);
         Ask("windowmove", Name(1), "300 200");
-        EXPECT_LT(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.01) << "moved";
+        EXPECT_LT(ShareOfDifferingPixels(hand.LookUntilLike(window, before, 0.01), before, 3), 0.01) << "moved";
     });
 }
 
@@ -66,8 +74,11 @@ TEST_F(ViewerUnderManager, MinimisedWindowComesBackAsItWas) {
         Ask("windowminimize", name);
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) != FALSE; }));
         Ask("windowactivate", name);
-        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsIconic(window) == FALSE; }));
-        EXPECT_LT(ShareOfDifferingPixels(hand.LookWhenStill(window), before, 3), 0.01) << "but for the time of a frame";
+        RECT area = {};
+        EXPECT_TRUE(ViewerHand::WaitUntil(
+            [&] { return IsIconic(window) == FALSE && GetClientRect(window, &area) && area.right > 400; }));
+        EXPECT_LT(ShareOfDifferingPixels(hand.LookUntilLike(window, before, 0.009), before, 3), 0.01)
+            << "but for the time of a frame";
     });
 }
 
@@ -76,10 +87,13 @@ TEST_F(ViewerUnderManager, ResizedWindowIsFilled) {
         Ask("windowsize", Name(1), "800 640");
         RECT area = {};
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return GetClientRect(window, &area) && area.right > 700; }));
-        const Frame frame = hand.LookWhenStill(window);
+        // The map's own ground also where there was no window before.
+        const Frame frame = hand.LookUntil(window, [](const Frame& now) {
+            const std::array<int, 3> ground = now.At(now.width / 4, now.height / 2);
+            return ground != std::array<int, 3>{0, 0, 0} && now.At(now.width - 30, now.height * 7 / 10) == ground;
+        });
         const std::array<int, 3> ground = frame.At(frame.width / 4, frame.height / 2);
         EXPECT_NE(ground, (std::array<int, 3>{0, 0, 0})) << "nothing was drawn";
-        // The map's own ground also where there was no window before.
         EXPECT_EQ(frame.At(frame.width * 3 / 4, frame.height * 7 / 10), ground);
         EXPECT_EQ(frame.At(frame.width - 30, frame.height * 7 / 10), ground);
     });
@@ -90,7 +104,7 @@ TEST_F(ViewerUnderManager, KeysAreTheMapsFromTheStart) {
     Use(1, [](ViewerHand& hand, HWND window) {
         const Frame before = hand.LookWhenStill(window);
         hand.Press("v");
-        EXPECT_GT(ShareOfDifferingPixels(before, hand.LookWhenStill(window), 10), 0.001);
+        EXPECT_GT(ShareOfDifferingPixels(before, hand.LookUntilUnlike(window, before, 0.002), 10), 0.001);
     });
 }
 
@@ -108,16 +122,21 @@ TEST_F(ViewerUnderManager, ClickRaisesAWindowAndGivesItTheKeys) {
         for (const int number : {1, 2}) {
             const std::string place = std::to_string(200 * number);
             Ask("windowmove", Name(number), place + " " + place);
+            EXPECT_TRUE(ViewerHand::WaitUntil([&] {
+                return std::any_of(windows.begin(), windows.end(),
+                                   [number](HWND window) { return IsNear(window, 200 * number); });
+            })) << "moved";
         }
         std::vector<Frame> whole(2);
         for (const std::size_t clicked : {0U, 1U, 0U}) {
             const bool isLeft = IsLeftOf(windows[clicked], windows[1 - clicked]);
-            hand.Click(windows[clicked], isLeft ? 10 : 490, isLeft ? 10 : 290);
-            hand.Press("v");
+            hand.ClickForKeys(windows[clicked], isLeft ? 10 : 490, isLeft ? 10 : 290);
             hand.MoveTo(windows[clicked], isLeft ? 5 : 495, isLeft ? 5 : 295);
-            const Frame turned = hand.LookWhenStill(windows[clicked]);
+            const Frame raised = hand.LookWhenStill(windows[clicked]);
             hand.Press("v");
-            whole[clicked] = hand.LookWhenStill(windows[clicked]);
+            const Frame turned = hand.LookUntilUnlike(windows[clicked], raised, 0.012);
+            hand.Press("v");
+            whole[clicked] = hand.LookUntilUnlike(windows[clicked], turned, 0.012);
             EXPECT_GT(ShareOfDifferingPixels(turned, whole[clicked], 10), 0.01) << "the view of window " << clicked;
         }
         EXPECT_LT(ShareOfDifferingPixels(whole[0], whole[1], 60), 0.01) << "each was uppermost, but for the reading";
