@@ -342,7 +342,7 @@ std::string BuildLayeredChunk(const std::vector<LazPoint>& points, const LazShap
     channels[current] = std::make_unique<ChannelWriter>(points.front());
     colorWriters[current] = std::make_unique<ColorWriter>();
     lastColors[current] = points.front();
-    std::size_t colorSource = current;
+    std::size_t colorCurrent = current;
     for (std::size_t index = 1; index < points.size(); ++index) {
         const LazPoint& point = points[index];
         const LazPoint& before = channels[current]->last;
@@ -350,19 +350,19 @@ std::string BuildLayeredChunk(const std::vector<LazPoint>& points, const LazShap
         const LazPoint& compared = channels[target] ? channels[target]->last : before;
         const std::uint32_t step = (point.returnNumber - compared.returnNumber) % 16;
         const std::uint32_t numberChange = step < 2 ? step : step == 15 ? 2 : 3;
-        const std::uint32_t changed = (target != current ? 64U : 0) | (point.isTimeChanged ? 16U : 0) |
+        const bool isChannelChanged = target != current;
+        const std::uint32_t changed = (isChannelChanged ? 64U : 0) | (point.isTimeChanged ? 16U : 0) |
                                       (point.returnCount != compared.returnCount ? 4U : 0) | numberChange;
         const std::size_t context = (before.returnNumber == 1 ? 1U : 0U) +
                                     (before.returnNumber >= before.returnCount ? 2U : 0U) +
                                     (before.isTimeChanged ? 4U : 0U);
         streams[0].PutSymbol(channels[current]->changed[context], changed);
-        if (target != current) {
+        if (isChannelChanged) {
             streams[0].PutSymbol(channels[current]->next, static_cast<std::uint32_t>((target + 3 - current) % 4));
             if (!channels[target]) {
                 channels[target] = std::make_unique<ChannelWriter>(before);
             }
         }
-        const std::size_t from = current;
         current = target;
         ChannelWriter& channel = *channels[current];
         if ((changed & 4) != 0) {
@@ -387,14 +387,17 @@ std::string BuildLayeredChunk(const std::vector<LazPoint>& points, const LazShap
         intensity = point.intensity;
         channel.last = point;
         if (shape.pointFormat > 6) {
-            const bool isNew = !colorWriters[current];
+            const bool isMended = shape.itemVersion >= 4;
+            const std::size_t colorChannel = isMended || isChannelChanged ? target : 0;
+            const bool isNew = !colorWriters[colorChannel];
             if (isNew) {
-                colorWriters[current] = std::make_unique<ColorWriter>();
-                lastColors[current] = lastColors[from];
+                colorWriters[colorChannel] = std::make_unique<ColorWriter>();
+                lastColors[colorChannel] = lastColors[colorCurrent];
             }
-            colorSource = isNew || shape.itemVersion >= 4 || from == current ? current : from;
-            colorWriters[current]->Put(colorStream, lastColors[colorSource], point);
-            lastColors[colorSource] = point;
+            LazPoint& lastColor = lastColors[isNew || isMended ? colorChannel : colorCurrent];
+            colorCurrent = colorChannel;
+            colorWriters[colorChannel]->Put(colorStream, lastColor, point);
+            lastColor = point;
         }
     }
     FileBytes chunk;
