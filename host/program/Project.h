@@ -19,6 +19,8 @@ struct ProjectLayer {
     std::string part;           ///< UTF-8; of the file's layers, where it names them
     LayerKind kind = LayerKind::Features;
     LayerStyle style;
+
+    bool operator==(const ProjectLayer&) const = default;
 };
 
 /// How all of it is shown.
@@ -30,6 +32,8 @@ struct ProjectSettings {
     double sunAltitudeDegrees = 45.0;
     bool shadesClouds = true;
     std::string labelProperty; ///< UTF-8
+
+    bool operator==(const ProjectSettings&) const = default;
 };
 
 /// A perspective.

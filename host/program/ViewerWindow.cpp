@@ -440,6 +440,9 @@ void ViewerWindow::Redraw() {
 void ViewerWindow::UpdateTitle() const {
     const std::string name = m_session.GetDocument().GetName();
     std::wstring title = name.empty() ? L"OrrinViewer" : WideText(name) + L" - OrrinViewer";
+    if (m_session.GetDocument().IsChanged()) {
+        title.insert(0, L"*");
+    }
     // What there is none of has no place there, such as points of a map of outlines.
     if (m_scene.CountPoints() > 0 || m_scene.IsReading()) {
         title +=

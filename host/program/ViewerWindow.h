@@ -70,6 +70,8 @@ public:
     void ShowExtent(const Extent& extent);
     /// The scene is drawn in another way than before.
     void ShowSceneAnew();
+    /// The title may be another one: it tells a project that is not saved as it is.
+    void UpdateTitle() const;
     /// Only what lies over the frame has changed.
     void RedrawOverlays() const { InvalidateRect(m_window, nullptr, FALSE); }
 
@@ -127,7 +129,9 @@ private:
     void SetUpMenu();
     void RefreshMenu(HMENU menu) const;
     void AskForFilesToOpen(bool replaces);
-    void SaveProject(bool asks);
+    void OpenFiles(const std::vector<std::filesystem::path>& files, bool replaces);
+    bool SaveProject(bool asks);
+    bool MayLeaveProject();
     void AskForPicture();
     void HandleWheel(WPARAM wParam, LPARAM lParam);
     void HandleSideWheel(WPARAM wParam);
@@ -202,7 +206,6 @@ private:
     void MeetScene();
     /// The scene has to be drawn anew.
     void Redraw();
-    void UpdateTitle() const;
 
     Scene& m_scene;
     const ViewerOptions& m_options;

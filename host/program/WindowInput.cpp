@@ -108,6 +108,9 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         }
         return 0;
     case WM_CLOSE:
+        if (m_session.HasOneWindow() && !MayLeaveProject()) {
+            return 0;
+        }
         // The window itself goes with this object, after the view has released what it holds there.
         ShowWindow(m_window, SW_HIDE);
         m_session.NoteClosed();
@@ -394,7 +397,7 @@ void ViewerWindow::HandleEscape() {
         RedrawOverlays();
     } else if (m_session.GetPicking().GetThing()) {
         m_session.ClearPick();
-    } else {
+    } else if (MayLeaveProject()) {
         PostQuitMessage(0);
     }
 }
