@@ -75,11 +75,10 @@ LayerId Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
     return Insert(m_features, std::move(features), std::move(source));
 }
 
-void Scene::ShadeRasters(RasterLayer shade, double strength) {
-    m_shade.emplace(std::move(shade));
-    m_shadeStrength = strength;
+void Scene::ShadeRasters(RasterLayer shade, double strength, LayerSource source) {
+    m_shade.emplace(Shade{std::move(shade), strength, std::move(source)});
     if (m_readsAtOnce) {
-        m_shade->ReadAtOnce();
+        m_shade->raster.ReadAtOnce();
     }
     ++m_version;
 }
@@ -489,7 +488,7 @@ void Scene::ReadRastersAtOnce() {
         image.raster.ReadAtOnce();
     }
     if (m_shade) {
-        m_shade->ReadAtOnce();
+        m_shade->raster.ReadAtOnce();
     }
 }
 

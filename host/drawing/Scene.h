@@ -95,8 +95,14 @@ public:
     /// Where there are reliefs, its image of kDrapedSide pixels each way is wanted, which it may have made before.
     LayerId AddRaster(RasterLayer raster, LayerSource source = {});
     LayerId AddVectorLayer(VectorLayer layer, LayerSource source = {});
-    /// Shades all rasters by this one; how strongly is 0 to 1.
-    void ShadeRasters(RasterLayer shade, double strength);
+    /// What shades all rasters.
+    struct Shade {
+        RasterLayer raster;
+        double strength = 1.0; ///< 0 to 1
+        LayerSource source;
+    };
+    void ShadeRasters(RasterLayer shade, double strength, LayerSource source = {});
+    const std::optional<Shade>& GetShade() const { return m_shade; }
     /// Removes all layers, what shades rasters, and what there was to tell.
     void Clear();
     /// False where there is no such layer, here and below.
@@ -339,11 +345,10 @@ private:
     std::vector<Cloud> m_clouds;
     std::vector<Features> m_features;
     LayerId m_lastId = 0;
-    LayerStyle m_styleToCome;           ///< of layers that are added
-    bool m_isDraped = false;            ///< images lie on the reliefs
-    bool m_isBent = false;              ///< lines follow the reliefs
-    std::optional<RasterLayer> m_shade; ///< over all rasters
-    double m_shadeStrength = 0.0;
+    LayerStyle m_styleToCome; ///< of layers that are added
+    bool m_isDraped = false;  ///< images lie on the reliefs
+    bool m_isBent = false;    ///< lines follow the reliefs
+    std::optional<Shade> m_shade;
     bool m_readsAtOnce = false; ///< of rasters all that a frame shows
     std::string m_labelProperty;
     std::vector<std::string> m_remarks;

@@ -29,7 +29,7 @@ Project AsItCame(const Project& opened, Project now) {
     std::vector<ProjectLayer> layers;
     for (ProjectLayer& layer : now.layers) {
         const auto own = std::find_if(left.begin(), left.end(), [&](const ProjectLayer& other) {
-            return other.file == layer.file && other.part == layer.part;
+            return other.file == layer.file && other.part == layer.part && other.cellSize == layer.cellSize;
         });
         if (own != left.end()) {
             layer.style = own->style;
@@ -38,6 +38,7 @@ Project AsItCame(const Project& opened, Project now) {
         }
     }
     now.layers = std::move(layers);
+    now.hillshade = now.hillshade ? opened.hillshade : std::nullopt;
     // No person chooses that for a project: it follows from the files.
     const std::string system = std::move(now.settings.coordinateSystem);
     now.settings = opened.settings;
@@ -123,7 +124,7 @@ bool Document::IsChanged() const {
         return false;
     }
     const Project now = DescribeScene(m_scene);
-    return now.settings != m_saved->settings || now.layers != m_saved->layers;
+    return now.settings != m_saved->settings || now.hillshade != m_saved->hillshade || now.layers != m_saved->layers;
 }
 
 std::optional<ProjectView> Document::TakeView() {

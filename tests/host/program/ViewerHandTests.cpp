@@ -165,7 +165,11 @@ TEST_P(ViewerInHand, FilesAreOpenedDroppedSavedAndFoundAgain) {
 TEST_P(ViewerInHand, ProjectThatIsNotSavedIsMarkedAndAskedAbout) {
     const fs::path file = Folder() / L"hill.orrin";
     Project project;
-    project.layers = {{Folder() / L"gone.ply", {}, LayerKind::Cloud, {}}, {WriteSlope(), {}, LayerKind::Cloud, {}}};
+    const fs::path slope = WriteSlope();
+    project.layers = {{Folder() / L"gone.ply", {}, {}, LayerKind::Cloud, {}},
+                      {slope, {}, {}, LayerKind::Cloud, {}},
+                      {slope, {}, 10.0, LayerKind::Relief, {}}};
+    project.hillshade = ProjectShade{slope, 20.0, 0.4};
     WriteProjectFile(project, file);
     Use({file.wstring(), L"--plain"}, [&](ViewerHand& hand, HWND window) {
         const std::wstring name = L"hill.orrin - OrrinViewer - 1313 points";
@@ -201,7 +205,12 @@ TEST_P(ViewerInHand, ProjectThatIsNotSavedIsMarkedAndAskedAbout) {
         PostMessageW(window, WM_CLOSE, 0, 0);
         answer("Return");
         EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsWindowVisible(window) == FALSE; }));
-        EXPECT_EQ(ReadProjectFile(file).settings.sunAzimuthDegrees, 330.0);
+        const Project saved = ReadProjectFile(file);
+        EXPECT_EQ(saved.settings.sunAzimuthDegrees, 330.0);
+        EXPECT_TRUE(saved.hillshade == project.hillshade);
+        ASSERT_EQ(saved.layers.size(), 2U);
+        EXPECT_TRUE(saved.layers[0] == project.layers[2]) << "reliefs lie below clouds";
+        EXPECT_TRUE(saved.layers[1] == project.layers[1]);
     });
 }
 
