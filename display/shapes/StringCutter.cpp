@@ -3,7 +3,9 @@
 #include "Plane.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <numeric>
 
 namespace KTR {
 
@@ -17,9 +19,8 @@ constexpr double kLargest = 1e30;
 /// Shortest dash, as a part of its pattern.
 constexpr double kLeastDash = 1e-4;
 
-/// Most repetitions of a pattern along a string, and most dashes and gaps. What has more is far too fine to be seen.
+/// Most repetitions of a pattern along a string.
 constexpr double kMostRepetitions = 65536.0;
-constexpr double kMostDashes = 1'000'000.0;
 
 bool IsDrawable(const PointXYZ& point) {
     return std::abs(point.x) <= kLargest && std::abs(point.y) <= kLargest && std::abs(point.z) <= kLargest;
@@ -71,10 +72,15 @@ DashPattern::DashPattern(std::span<const double> lengths, double phase, double s
             m_lengths[index] = least;
         }
     }
+    std::partial_sum(m_lengths.begin(), m_lengths.end(), std::back_inserter(m_ends));
     if (std::isfinite(phase)) {
         m_phase = std::fmod(phase, m_total);
         m_phase += m_phase < 0.0 ? m_total : 0.0;
     }
+}
+
+double DashPattern::MostRepetitions() const {
+    return std::min(kMostRepetitions, m_most / static_cast<double>(std::max(m_lengths.size(), std::size_t{1})));
 }
 
 void VisitFiniteParts(std::span<const PointXYZ> points, bool closed, const VisitPiece& visit) {
@@ -131,19 +137,11 @@ public:
     }
 
 private:
-    double Place() const {
-        double place = 0.0;
-        for (std::size_t index = 0; index <= m_index; ++index) {
-            place += m_pattern.m_lengths[index];
-        }
-        return place - m_left;
-    }
+    double Place() const { return m_pattern.m_ends[m_index] - m_left; }
     void Seek(double place) {
-        m_index = 0;
-        while (m_index + 1 < m_pattern.m_lengths.size() && place >= m_pattern.m_lengths[m_index]) {
-            place -= m_pattern.m_lengths[m_index++];
-        }
-        m_left = std::max(m_pattern.m_lengths[m_index] - place, 0.0);
+        const std::vector<double>& ends = m_pattern.m_ends;
+        m_index = static_cast<std::size_t>(std::upper_bound(ends.begin(), ends.end() - 1, place) - ends.begin());
+        m_left = std::max(ends[m_index] - place, 0.0);
     }
 
     const DashPattern& m_pattern;
@@ -254,9 +252,7 @@ void VisitDashes(std::span<const PointXYZ> points, bool closed, const DashPatter
     const bool ring = closed && count > 2;
     const StringParts parts(points, ring, visible);
     const DashPattern endless(std::vector{std::numeric_limits<double>::max(), 1.0}, 0.0, 0.0);
-    const double most =
-        std::min(kMostRepetitions, kMostDashes / static_cast<double>(std::max(pattern.Count(), std::size_t{1})));
-    const bool solid = pattern.IsSolid() || parts.VisibleLength() > most * pattern.Total();
+    const bool solid = pattern.IsSolid() || parts.VisibleLength() > pattern.MostRepetitions() * pattern.Total();
     DashWalker walker(solid ? endless : pattern);
     DashCollector collector(ring, visit);
     for (std::size_t index = 0; index < parts.Count(); ++index) {

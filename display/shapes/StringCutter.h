@@ -2,6 +2,7 @@
 
 #include "../values/BasicTypes.h"
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <span>
@@ -25,15 +26,23 @@ public:
     /// `lengths` as GLLineStyle has them. Solid where they come to less than `shortest`, or to no length at all.
     DashPattern(std::span<const double> lengths, double phase, double shortest);
 
+    /// Strings that would have more dashes and gaps are solid.
+    void LimitTo(double most) { m_most = std::min(m_most, most); }
     bool IsSolid() const { return m_lengths.empty(); }
     double Total() const { return m_total; }
-    std::size_t Count() const { return m_lengths.size(); }
+    /// Most repetitions along a string.
+    double MostRepetitions() const;
+
+    /// More dashes and gaps of a string are far too fine to be seen.
+    static constexpr double kMostDashes = 250'000.0;
 
 private:
     friend class DashWalker;
 
     std::vector<double> m_lengths; ///< an even number
+    std::vector<double> m_ends;    ///< where each ends
     double m_total = 0.0;
+    double m_most = kMostDashes;
     double m_phase = 0.0; ///< from 0, below the total
 };
 

@@ -157,13 +157,14 @@ void DrawStyledPolygon(COpenGLView& view, std::span<const std::vector<PointXYZ>>
         return;
     }
     std::vector<PointXYZ> closed;
+    DashesLeft left;
     for (const std::vector<PointXYZ>& ring : rings) {
         closed.assign(ring.begin(), ring.end());
         const auto repeats = [&] { return closed.front().x == closed.back().x && closed.front().y == closed.back().y; };
         if (closed.size() > 1 && !repeats()) {
             closed.push_back(PointXYZ(closed.front()));
         }
-        DrawStyledString(view, closed, *style.outline);
+        DrawStyledString(view, closed, *style.outline, left);
     }
 }
 

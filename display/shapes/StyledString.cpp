@@ -29,6 +29,13 @@ constexpr double kThinnestFull = 0.25;
 /// Most of a casing's band that fades on each side.
 constexpr double kWidestFade = 0.375;
 
+/// Wide dashes are fewer than others where they are most: so many of one pixel would cover the largest window as often.
+constexpr double kMostDashPixels = 2.5e6;
+
+/// What a stroke may cost to draw, in pixels; two for each along a triangle too, since thin ones are no quicker. That
+/// is a second without a graphics card. What costs more covers the window hundreds of times, and is merged first.
+constexpr double kMostDrawnPixels = 400e6;
+
 /// A string of more segments is taken as one that touches itself; to compare all would take longer than to draw so.
 constexpr std::size_t kMostComparedSegments = 500;
 
@@ -56,6 +63,7 @@ PlaneStyle InPlane(const GLLineStyle& style, double pixelsPerUnit) {
     result.casing.width = toPlane(style.casingWidth, 0.0, 512.0, 0.0);
     result.hasCasing = result.casing.width > result.line.width;
     result.dashes = DashPattern(style.dashes, style.dashPhase, kShortestPatternPixels / pixelsPerUnit);
+    result.dashes.LimitTo(kMostDashPixels / (result.line.width * pixelsPerUnit));
     return result;
 }
 
@@ -65,17 +73,19 @@ struct PlaneString {
     bool closed = false;
 };
 
-/// Strokes strings with their dashes. False where joins cover places twice.
+/// Strokes strings with their dashes, and counts those. False where joins cover places twice.
 bool StrokeStrings(const std::vector<PlaneString>& strings, const Stroke& stroke, const DashPattern& dashes,
-                   const std::optional<PlaneBox>& window, ShapeMesh& mesh) {
+                   const std::optional<PlaneBox>& window, ShapeMesh& mesh, int& drawn) {
     Stroker stroker(stroke);
     std::optional<PlaneBox> visible;
     if (window) {
         visible = window->Widened(stroker.Reach());
     }
     for (const PlaneString& string : strings) {
-        VisitDashes(string.points, string.closed, dashes, visible,
-                    [&](std::span<const PointXYZ> piece, bool closed) { stroker.Add(piece, closed, mesh); });
+        VisitDashes(string.points, string.closed, dashes, visible, [&](std::span<const PointXYZ> piece, bool closed) {
+            stroker.Add(piece, closed, mesh);
+            ++drawn;
+        });
     }
     return stroker.IsSimple();
 }
@@ -152,6 +162,22 @@ private:
     std::vector<int> m_layers;
 };
 
+/// Whether a stroke that is no wider than `width` costs more to draw than it may. Lengths in units of the plane.
+bool IsTooMuchToDraw(const ShapeMesh& mesh, double width, const PlaneBox& window, double pixelsPerUnit) {
+    const double longest = Length(window.high - window.low) + 2.0 * width;
+    const auto cost = [&](double area, double length) { return (area * pixelsPerUnit + 2.0 * length) * pixelsPerUnit; };
+    if (static_cast<double>(mesh.Strip().size()) * cost(longest * width, longest) < kMostDrawnPixels) {
+        return false; // as nearly all are
+    }
+    double sum = 0.0;
+    mesh.ForEachTriangle([&](const ShapeVertex& a, const ShapeVertex& b, const ShapeVertex& c) {
+        const PointXY first{b.x - a.x, b.y - a.y};
+        const PointXY second{c.x - a.x, c.y - a.y};
+        sum += cost(std::abs(Cross(first, second)) * 0.5, std::max(Length(first), Length(second)));
+    });
+    return sum > kMostDrawnPixels;
+}
+
 /// A stroke with hard edges that is wider than another by `by` all around.
 Stroke WidenedStroke(const Stroke& stroke, double by) {
     Stroke hard = stroke;
@@ -169,13 +195,25 @@ public:
           m_color(ResolvedColor(style.color, scope.CurrentColor(), style.opacity)),
           m_casingColor(ResolvedColor(style.casingColor, {}, style.opacity)) {}
 
-    void Draw(const std::vector<PlaneString>& strings) const {
+    /// Takes no more dashes than there are left, and away what it has drawn.
+    void Draw(const std::vector<PlaneString>& strings, DashesLeft& left) {
         const bool transparent = m_color.a < 255 || (m_style.hasCasing && m_casingColor.a < 255);
+        m_style.dashes.LimitTo(transparent ? left.transparent : left.opaque);
+        m_drawn = 0;
+        Draw(strings, transparent);
+        if (!m_style.dashes.IsSolid()) {
+            left.opaque -= 2.0 * m_drawn;
+            left.transparent -= 2.0 * m_drawn;
+        }
+    }
+
+private:
+    void Draw(const std::vector<PlaneString>& strings, bool transparent) const {
         if (!transparent) {
             if (m_style.hasCasing) {
-                AddStroke(strings, m_style.casing, DashPattern(), m_casingColor);
+                AddOnce(strings, m_style.casing, DashPattern(), m_casingColor);
             }
-            AddStroke(strings, m_style.line, m_style.dashes, m_color);
+            AddOnce(strings, m_style.line, m_style.dashes, m_color);
             return;
         }
         if (m_style.hasCasing) {
@@ -183,18 +221,31 @@ public:
         }
         const bool touches = MayTouchItself(strings, m_style.line.width * 0.5 + m_style.line.fringe) ||
                              (!m_style.dashes.IsSolid() && m_style.line.cap != GLLineCapButt);
-        if (touches || !AddStroke(strings, m_style.line, m_style.dashes, m_color)) {
+        if (touches) {
             AddUnion(strings, m_style.line, m_style.dashes, m_color);
+        } else {
+            AddOnce(strings, m_style.line, m_style.dashes, m_color);
         }
     }
 
-private:
-    /// False, with nothing added, for a transparent stroke whose joins cover places twice.
+    /// A stroke, merged where it may not be drawn over itself.
+    void AddOnce(const std::vector<PlaneString>& strings, const Stroke& stroke, const DashPattern& dashes,
+                 const GLRGBAColor& color) const {
+        if (!AddStroke(strings, stroke, dashes, color)) {
+            AddUnion(strings, stroke, dashes, color);
+        }
+    }
+
+    /// False, with nothing added, for a transparent stroke whose joins cover places twice, and for one that would cover
+    /// the window hundreds of times.
     bool AddStroke(const std::vector<PlaneString>& strings, const Stroke& stroke, const DashPattern& dashes,
                    const GLRGBAColor& color) const {
         ShapeMesh& mesh = m_scope.Mesh();
         mesh.Clear();
-        if (!StrokeStrings(strings, stroke, dashes, m_window, mesh) && color.a < 255) {
+        if (!StrokeStrings(strings, stroke, dashes, m_window, mesh, m_drawn) && color.a < 255) {
+            return false;
+        }
+        if (m_window && IsTooMuchToDraw(mesh, stroke.width + stroke.fringe, *m_window, 1.0 / stroke.fringe)) {
             return false;
         }
         m_scope.AddMesh(mesh, m_unit, &color);
@@ -209,7 +260,7 @@ private:
         const double faded = stroke.width * 0.5 + fade;
         ShapeMesh& mesh = m_scope.Mesh();
         mesh.Clear();
-        StrokeStrings(strings, WidenedStroke(stroke, full - stroke.width * 0.5), dashes, m_window, mesh);
+        StrokeStrings(strings, WidenedStroke(stroke, full - stroke.width * 0.5), dashes, m_window, mesh, m_drawn);
         MeshRings rings;
         rings.Add(mesh, 0);
         const double coverage = std::min(stroke.width / (full + faded), 1.0);
@@ -223,10 +274,10 @@ private:
         MeshRings rings;
         ShapeMesh& mesh = m_scope.Mesh();
         mesh.Clear();
-        StrokeStrings(strings, WidenedStroke(m_style.casing, -fade), DashPattern(), m_window, mesh);
+        StrokeStrings(strings, WidenedStroke(m_style.casing, -fade), DashPattern(), m_window, mesh, m_drawn);
         rings.Add(mesh, 0);
         mesh.Clear();
-        StrokeStrings(strings, WidenedStroke(m_style.line, fade), m_style.dashes, m_window, mesh);
+        StrokeStrings(strings, WidenedStroke(m_style.line, fade), m_style.dashes, m_window, mesh, m_drawn);
         rings.Add(mesh, 1);
         AddFaded(rings.Fill(FillRule::FirstWithoutSecond, m_window), {2.0 * fade, 1.0F}, m_casingColor);
     }
@@ -244,6 +295,7 @@ private:
     std::optional<PlaneBox> m_window;
     GLRGBAColor m_color;
     GLRGBAColor m_casingColor;
+    mutable int m_drawn = 0; ///< strings and dashes
 };
 
 /// The first place that can serve as a measure for where the string is.
@@ -269,8 +321,18 @@ void DrawStyledString(COpenGLView& view, std::span<const PointXYZ> points, const
     DrawStyledOffsetString(view, points, 0.0, style);
 }
 
+void DrawStyledString(COpenGLView& view, std::span<const PointXYZ> points, const GLLineStyle& style, DashesLeft& left) {
+    DrawStyledOffsetString(view, points, 0.0, style, left);
+}
+
 void DrawStyledOffsetString(COpenGLView& view, std::span<const PointXYZ> points, double offset,
                             const GLLineStyle& style) {
+    DashesLeft left{DashPattern::kMostDashes, DashPattern::kMostDashes};
+    DrawStyledOffsetString(view, points, offset, style, left);
+}
+
+void DrawStyledOffsetString(COpenGLView& view, std::span<const PointXYZ> points, double offset,
+                            const GLLineStyle& style, DashesLeft& left) {
     ShapeScope scope(view, GL_TRIANGLE_STRIP, FirstFinite(points));
     if (!scope.IsOpen()) {
         return;
@@ -294,7 +356,7 @@ void DrawStyledOffsetString(COpenGLView& view, std::span<const PointXYZ> points,
             strings.push_back({std::move(beside.points), beside.closed});
         }
     });
-    StringPainter(scope, style).Draw(strings);
+    StringPainter(scope, style).Draw(strings, left);
 }
 
 } // namespace KTR

@@ -12,6 +12,7 @@
 #include "PackedCells.h"
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -26,11 +27,51 @@ namespace KTR {
 
 namespace {
 
+/// Seconds that a font may take, and for each megabyte of its file as many again. Arial takes a tenth of one; a file
+/// can have each of 65,535 glyphs run a million instructions.
+constexpr double kMostSeconds = 3.0;
+
+} // namespace
+
+/// How long the thread has worked on a font. What it waits for others does not count.
+class FontClock {
+public:
+    explicit FontClock(unsigned long fileBytes) : m_most(kMostSeconds * (1.0 + fileBytes / 1048576.0)) {}
+
+    bool IsOver() const {
+        // To ask for the thread's own time takes long.
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count() > m_most &&
+               WorkedSeconds() - m_workedBefore > m_most;
+    }
+
+private:
+    static double WorkedSeconds() {
+        FILETIME created{};
+        FILETIME ended{};
+        FILETIME kernel{};
+        FILETIME user{};
+        GetThreadTimes(GetCurrentThread(), &created, &ended, &kernel, &user);
+        const auto seconds = [](const FILETIME& time) {
+            return (time.dwHighDateTime * 4294967296.0 + time.dwLowDateTime) * 1e-7;
+        };
+        return seconds(kernel) + seconds(user);
+    }
+
+    double m_most;
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    double m_workedBefore = WorkedSeconds();
+};
+
+namespace {
+
 // Sampling exactly on the border between two cells may fall to either side; this keeps a glyph's outer pixels in.
 constexpr double kTexelMargin = 0.01;
 
 /// Most pixels that FreeType draws a glyph with, in either direction.
 constexpr unsigned int kLargestBitmap = 0x7FFF;
+
+/// All that Unicode has room for.
+constexpr int kMostCharacters = 0x110000;
 
 /// The device context of the whole desktop, which GDI fonts are measured on.
 class DesktopContext {
@@ -79,13 +120,17 @@ FT_F26Dot6 FixedPoints(int points) {
     return static_cast<FT_F26Dot6>(std::clamp<long long>(fixed, LONG_MIN, LONG_MAX));
 }
 
-/// Calls `visit(code)` for each character of the face until one returns an error. A glyph that cannot be drawn would
-/// not be on another try either, and FreeType is not to be used on after it ran out of memory, so the first error
-/// decides.
-template <typename Visit> long VisitCharacters(FT_Face face, const FontMemory& memory, Visit visit) {
-    FT_UInt glyph = 0;
-    for (FT_ULong code = FT_Get_First_Char(face, &glyph); glyph != 0; code = FT_Get_Next_Char(face, code, &glyph)) {
-        const FT_Error loaded = visit(code);
+/// Calls `visit(code, glyph)` for each character of the face until one returns an error. A glyph that cannot be drawn
+/// would not be on another try either, and FreeType is not to be used on after it ran out of memory, so the first error
+/// decides. So does a map of more characters than there are: a dozen bytes can name four thousand million.
+template <typename Visit>
+long VisitCharacters(FT_Face face, const FontMemory& memory, const FontClock& clock, Visit visit) {
+    FT_UInt next = 0;
+    int count = 0;
+    for (FT_ULong code = FT_Get_First_Char(face, &next); next != 0; code = FT_Get_Next_Char(face, code, &next)) {
+        const FT_UInt glyph = FT_Get_Char_Index(face, code);
+        const bool isTooMuch = ++count > kMostCharacters || clock.IsOver();
+        const FT_Error loaded = isTooMuch ? FT_Err_Execution_Too_Long : visit(code, glyph);
         if (const FT_Error error = IsExhausted(memory) ? FT_Err_Out_Of_Memory : loaded) {
             return error == FT_Err_Out_Of_Memory ? E_OUTOFMEMORY : E_FAIL;
         }
@@ -102,19 +147,41 @@ struct TextureSpan {
     double end;
 };
 
-FontAtlasGlyph DescribeGlyph(const FT_GlyphSlot slot, long long x, long long y, const FontAtlasGlyphMetrics& metrics) {
-    const TextureSpan s(x, slot->bitmap.width, metrics.textureWidth);
-    const TextureSpan t(y, slot->bitmap.rows, metrics.textureHeight);
+/// What several characters have in common that a font shows by one glyph.
+struct GlyphMeasure {
+    bool isKnown = false;
+    bool hasUnits = false;
+    double widthUnits = 0.0;
+    double heightUnits = 0.0;
+    unsigned int width = 0; ///< of the bitmap
+    unsigned int height = 0;
+};
+
+/// The one of a glyph, made where there is none yet.
+template <typename Entry> Entry& EntryOf(std::vector<Entry>& entries, FT_UInt glyph, const Entry& unknown) {
+    if (glyph >= entries.size()) {
+        entries.resize(std::size_t{glyph} + 1, unknown);
+    }
+    return entries[glyph];
+}
+
+/// Puts a glyph into the cell that begins at (x, y).
+void PlaceGlyph(FontAtlasGlyph& glyph, long long x, long long y, const FontAtlasGlyphMetrics& metrics) {
+    const TextureSpan s(x, static_cast<unsigned int>(glyph.width), metrics.textureWidth);
+    const TextureSpan t(y, static_cast<unsigned int>(glyph.height), metrics.textureHeight);
+    glyph.s0 = s.begin;
+    glyph.s1 = s.end;
+    glyph.t0 = t.begin;
+    glyph.t1 = t.end;
+}
+
+FontAtlasGlyph DescribeGlyph(const FT_GlyphSlot slot) {
     FontAtlasGlyph glyph = {};
     glyph.advance = WholePixels(slot->advance.x);
     glyph.width = slot->bitmap.width;
     glyph.height = slot->bitmap.rows;
     glyph.leftBearing = slot->bitmap_left;
     glyph.topBearing = slot->bitmap_top;
-    glyph.s0 = s.begin;
-    glyph.s1 = s.end;
-    glyph.t0 = t.begin;
-    glyph.t1 = t.end;
     glyph.xOffset = slot->bitmap_left;
     glyph.descent = WholePixels(slot->metrics.horiBearingY - slot->metrics.height);
     return glyph;
@@ -307,12 +374,13 @@ long CFTGLFontAtlas::Build(bool monochrome) {
     if (!m_metrics) {
         return E_OUTOFMEMORY;
     }
-    long result = Measure();
+    const FontClock clock(m_face->stream ? m_face->stream->size : 0);
+    long result = Measure(clock);
     if (result == S_OK) {
         do {
             result = LayOut();
             if (result == S_OK) {
-                result = DrawCells(monochrome);
+                result = DrawCells(monochrome, clock);
             }
         } while (result == S_FALSE);
     }
@@ -399,34 +467,47 @@ long CFTGLFontAtlas::OpenFontFile(const FontParameters& request) {
 }
 
 /// Finds the size of a cell and the averages.
-long CFTGLFontAtlas::Measure() {
+long CFTGLFontAtlas::Measure(const FontClock& clock) {
     const double unitsPerEm = m_face->units_per_EM;
     double widths = 0.0;
     double heights = 0.0;
     int measured = 0;
-    const long result = VisitCharacters(m_face, *m_memory, [&](FT_ULong code) {
+    std::vector<GlyphMeasure> measures;
+    const auto measure = [&](FT_UInt glyph, GlyphMeasure& found) -> FT_Error {
         const FT_GlyphSlot slot = m_face->glyph;
-        FT_Error error = FT_Load_Char(m_face, code, FT_LOAD_NO_SCALE);
+        FT_Error error = LoadGlyph(m_face, glyph, FT_LOAD_NO_SCALE);
         if (error == 0 && unitsPerEm > 0.0) {
-            widths += static_cast<double>(slot->metrics.width) / unitsPerEm;
-            heights += static_cast<double>(slot->metrics.height) / unitsPerEm;
-            ++measured;
+            found.hasUnits = true;
+            found.widthUnits = static_cast<double>(slot->metrics.width);
+            found.heightUnits = static_cast<double>(slot->metrics.height);
         }
         if (error != FT_Err_Out_Of_Memory) {
             // A glyph knows how large its bitmap will be. Drawing those of a font that turns out to be too large would
             // hold the host for half a minute.
-            error = FT_Load_Char(m_face, code, FT_LOAD_DEFAULT);
+            error = LoadGlyph(m_face, glyph, FT_LOAD_DEFAULT);
         }
         if (error == 0 && (slot->bitmap.width > kLargestBitmap || slot->bitmap.rows > kLargestBitmap)) {
             error = FT_Err_Raster_Overflow;
         }
-        if (error != 0) {
+        found.isKnown = error == 0;
+        found.width = slot->bitmap.width;
+        found.height = slot->bitmap.rows;
+        return error;
+    };
+    const long result = VisitCharacters(m_face, *m_memory, clock, [&](FT_ULong, FT_UInt glyph) -> FT_Error {
+        GlyphMeasure& found = EntryOf(measures, glyph, GlyphMeasure{});
+        if (const FT_Error error = found.isKnown ? FT_Err_Ok : measure(glyph, found)) {
             return error;
         }
+        if (found.hasUnits) {
+            widths += found.widthUnits / unitsPerEm;
+            heights += found.heightUnits / unitsPerEm;
+            ++measured;
+        }
         ++m_metrics->renderedCharacters;
-        m_metrics->cellWidth = std::max(m_metrics->cellWidth, static_cast<int>(slot->bitmap.width));
-        m_metrics->cellHeight = std::max(m_metrics->cellHeight, static_cast<int>(slot->bitmap.rows));
-        return error;
+        m_metrics->cellWidth = std::max(m_metrics->cellWidth, static_cast<int>(found.width));
+        m_metrics->cellHeight = std::max(m_metrics->cellHeight, static_cast<int>(found.height));
+        return FT_Err_Ok;
     });
     if (result != S_OK) {
         return result;
@@ -476,7 +557,7 @@ long CFTGLFontAtlas::LayOut() {
 
 /// Draws every character into its cell. S_FALSE when some did not fit, and the cells have grown for another round:
 /// glyphs are measured smooth but drawn with hard edges, which makes some a pixel larger at some sizes.
-long CFTGLFontAtlas::DrawCells(bool monochrome) {
+long CFTGLFontAtlas::DrawCells(bool monochrome, const FontClock& clock) {
     FontAtlasGlyphMetrics& metrics = *m_metrics;
     metrics.faceIndex = static_cast<int>(m_face->face_index);
     metrics.glyphCount = static_cast<int>(m_face->num_glyphs);
@@ -490,13 +571,11 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
     int index = 0;
     int widest = metrics.cellWidth;
     int tallest = metrics.cellHeight;
-    const long result = VisitCharacters(m_face, *m_memory, [&](FT_ULong code) {
-        const FT_Error error = FT_Load_Char(m_face, code, flags);
-        if (error != 0) {
+    std::vector<int> firstCells; // of glyphs
+    const auto drawGlyph = [&](FT_UInt glyph) -> FT_Error {
+        if (const FT_Error error = LoadGlyph(m_face, glyph, flags)) {
             return error;
         }
-        const long long x = static_cast<long long>(index % metrics.columns) * metrics.cellWidth;
-        const long long y = static_cast<long long>(index / metrics.columns) * metrics.cellHeight;
         const FT_Bitmap& bitmap = m_face->glyph->bitmap;
         const int width = std::min(static_cast<int>(bitmap.width), metrics.cellWidth);
         const int height = std::min(static_cast<int>(bitmap.rows), metrics.cellHeight);
@@ -505,13 +584,28 @@ long CFTGLFontAtlas::DrawCells(bool monochrome) {
         cells.Add(width, height, picture.data());
         widest = std::max(widest, static_cast<int>(bitmap.width));
         tallest = std::max(tallest, static_cast<int>(bitmap.rows));
-        metrics.glyphs[index] = DescribeGlyph(m_face->glyph, x, y, metrics);
+        metrics.glyphs[index] = DescribeGlyph(m_face->glyph);
+        return FT_Err_Ok;
+    };
+    const long result = VisitCharacters(m_face, *m_memory, clock, [&](FT_ULong code, FT_UInt glyph) -> FT_Error {
+        int& first = EntryOf(firstCells, glyph, -1);
+        if (first >= 0) {
+            cells.AddAgain(first);
+            metrics.glyphs[index] = metrics.glyphs[first];
+        } else if (const FT_Error error = drawGlyph(glyph)) {
+            return error;
+        } else {
+            first = index;
+        }
+        const long long x = static_cast<long long>(index % metrics.columns) * metrics.cellWidth;
+        const long long y = static_cast<long long>(index / metrics.columns) * metrics.cellHeight;
+        PlaceGlyph(metrics.glyphs[index], x, y, metrics);
         // Neither a character beyond UTF-16's single units nor a cell beyond the map's numbers can be named.
         if (code < std::size(metrics.characterMap) && index <= USHRT_MAX) {
             metrics.characterMap[code] = static_cast<unsigned short>(index);
         }
         ++index;
-        return error;
+        return FT_Err_Ok;
     });
     if (result != S_OK) {
         return result;

@@ -10,6 +10,7 @@ struct FT_FaceRec_;
 
 namespace KTR {
 
+class FontClock;
 struct FontMemory;
 class GlyphSheet;
 class KerningCache;
@@ -105,9 +106,9 @@ private:
     long SetUp(FontParameters& request);
     long OpenFontFile(const FontParameters& request);
     long Build(bool monochrome);
-    long Measure();
+    long Measure(const FontClock& clock);
     long LayOut();
-    long DrawCells(bool monochrome);
+    long DrawCells(bool monochrome, const FontClock& clock);
     long AbandonBuild(long result);
     double KerningOf(const wchar_t* text) const;
 

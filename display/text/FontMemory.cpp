@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <new>
 
 namespace KTR {
@@ -18,14 +19,20 @@ namespace {
 constexpr std::size_t kReserveBytes = 32 * 1024;
 constexpr std::size_t kAlignment = alignof(std::max_align_t);
 
+/// Requests of one glyph, of which most have less than a hundred.
+constexpr int kMostRequests = 50'000;
+
 } // namespace
 
 struct FontMemory {
     FT_MemoryRec_ functions{};
     std::size_t used = 0;
     bool exhausted = false;
+    int requestsLeft = std::numeric_limits<int>::max(); ///< of the glyph that is being loaded
     alignas(kAlignment) std::byte reserve[kReserveBytes];
 
+    /// Before each request.
+    bool MayAsk() { return requestsLeft > 0 && --requestsLeft > 0; }
     void* TakeFromReserve(std::size_t size) {
         exhausted = true;
         const std::size_t wanted = (size + kAlignment - 1) / kAlignment * kAlignment;
@@ -49,8 +56,9 @@ FontMemory& MemoryOf(FT_Memory functions) {
 }
 
 void* Allocate(FT_Memory functions, long size) {
-    void* const block = std::malloc(static_cast<std::size_t>(size));
-    return block ? block : MemoryOf(functions).TakeFromReserve(static_cast<std::size_t>(size));
+    FontMemory& memory = MemoryOf(functions);
+    void* const block = memory.MayAsk() ? std::malloc(static_cast<std::size_t>(size)) : nullptr;
+    return block ? block : memory.TakeFromReserve(static_cast<std::size_t>(size));
 }
 
 void Free(FT_Memory functions, void* block) {
@@ -61,7 +69,7 @@ void Free(FT_Memory functions, void* block) {
 
 void* Reallocate(FT_Memory functions, long currentSize, long newSize, void* block) {
     FontMemory& memory = MemoryOf(functions);
-    if (!memory.IsOfReserve(block)) {
+    if (!memory.IsOfReserve(block) && memory.MayAsk()) {
         if (void* const moved = std::realloc(block, static_cast<std::size_t>(newSize))) {
             return moved;
         }
@@ -106,6 +114,17 @@ void DeleteFontLibrary(FT_LibraryRec_*& library, FontMemory*& memory) {
 
 bool IsExhausted(const FontMemory& memory) {
     return memory.exhausted;
+}
+
+int LoadGlyph(FT_FaceRec_* face, unsigned int glyph, int flags) {
+    int& left = MemoryOf(face->memory).requestsLeft;
+    left = kMostRequests;
+    FT_Error error = FT_Load_Glyph(face, glyph, flags);
+    if (error != 0 && left <= 0) {
+        error = FT_Err_Execution_Too_Long;
+    }
+    left = std::numeric_limits<int>::max(); // what opens fonts and sets their sizes asks as often as it likes
+    return error;
 }
 
 } // namespace KTR

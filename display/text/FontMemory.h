@@ -1,5 +1,6 @@
 #pragma once
 
+struct FT_FaceRec_;
 struct FT_LibraryRec_;
 
 namespace KTR {
@@ -17,5 +18,12 @@ FT_LibraryRec_* MakeFontLibrary(FontMemory*& memory);
 void DeleteFontLibrary(FT_LibraryRec_*& library, FontMemory*& memory);
 /// Whether a request was refused since the library was made: what FreeType has loaded may be incomplete.
 bool IsExhausted(const FontMemory& memory);
+
+/// FT_Load_Glyph for faces of such a library, the only way that glyphs are loaded. FreeType's errors.
+///
+/// NOTE: FreeType 2.12 follows glyphs that are made of others to any depth. Thirty, each made of four times the one
+/// before, would take it longer than the world is old. Each part of a glyph asks for memory, so a glyph that asks too
+/// often gets none.
+int LoadGlyph(FT_FaceRec_* face, unsigned int glyph, int flags);
 
 } // namespace KTR

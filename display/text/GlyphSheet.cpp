@@ -1,6 +1,7 @@
 #include "GlyphSheet.h"
 
 #include "FontFace.h"
+#include "FontMemory.h"
 #include "FontParameters.h"
 #include "KerningCache.h"
 #include "SheetTextures.h"
@@ -26,6 +27,18 @@ constexpr std::size_t kMostLayouts = 8192;
 
 constexpr std::size_t kCharacters = 65536;
 constexpr unsigned int kNotAsked = ~0U;
+
+/// Marks on one letter that are drawn: as many as Unicode wants texts to have at most.
+constexpr int kMostMarks = 30;
+
+/// Leaves out further ones, which lie over each other: half a million halos of them would take a quarter of a minute.
+void LeaveOutMarks(std::vector<PlacedGlyph>& glyphs) {
+    int marks = 0;
+    std::erase_if(glyphs, [&marks](const PlacedGlyph& glyph) {
+        marks = glyph.advance == 0.0 ? marks + 1 : 0;
+        return marks > kMostMarks;
+    });
+}
 
 /// Empty where there is nothing to see.
 GlyphImage InkOf(const FT_Bitmap& bitmap) {
@@ -100,7 +113,7 @@ int GlyphSheet::HeightOf(unsigned int glyph) {
         m_heights.resize(glyph + 1U, -1);
     }
     if (m_heights[glyph] < 0) {
-        const bool isDrawn = FT_Load_Glyph(m_face, glyph, kAtlasLoadFlags) == 0;
+        const bool isDrawn = LoadGlyph(m_face, glyph, kAtlasLoadFlags) == 0;
         m_heights[glyph] = isDrawn ? InkOf(m_face->glyph->bitmap).height : 0;
     }
     return m_heights[glyph];
@@ -122,6 +135,7 @@ const TextLayout& GlyphSheet::LayOutPlain(const FontAtlasGlyphMetrics& font, Ker
         pen += advance;
     }
     m_plain.advance = pen;
+    LeaveOutMarks(m_plain.glyphs);
     return m_plain;
 }
 
@@ -136,7 +150,9 @@ const TextLayout& GlyphSheet::LayOutShaped(const wchar_t* text) {
     if (m_layouts.size() >= kMostLayouts) {
         m_layouts.clear();
     }
-    return m_layouts.emplace(key, m_shaper->Shape(key)).first->second;
+    TextLayout& layout = m_layouts.emplace(key, m_shaper->Shape(key)).first->second;
+    LeaveOutMarks(layout.glyphs);
+    return layout;
 }
 
 GlyphSheet::LookTable& GlyphSheet::TableOf(const GlyphLook& look) {
@@ -152,7 +168,7 @@ GlyphSheet::LookTable& GlyphSheet::TableOf(const GlyphLook& look) {
 const SheetGlyph* GlyphSheet::Draw(const GlyphLook& look, LookTable& table) {
     SheetGlyph glyph;
     const FT_Int32 flags = look.smooth ? FT_LOAD_RENDER | FT_LOAD_FORCE_AUTOHINT : kAtlasLoadFlags;
-    if (FT_Load_Glyph(m_face, look.glyph, flags) == 0) {
+    if (LoadGlyph(m_face, look.glyph, flags) == 0) {
         const FT_GlyphSlot slot = m_face->glyph;
         GlyphImage image = InkOf(slot->bitmap);
         // The atlas takes the bottom from the outline, which hinting may have left a pixel off the bitmap's.

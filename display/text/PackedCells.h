@@ -16,6 +16,8 @@ public:
 
     /// Adds the next cell's picture, which lies at the cell's upper left and in it. `pixels` are without padding.
     void Add(int width, int height, const unsigned char* pixels);
+    /// Adds a cell that shows what an earlier one shows.
+    void AddAgain(int cell) { m_cells.push_back(Cell(m_cells[static_cast<std::size_t>(cell)])); }
     /// Gives back what was reserved for more cells.
     void Finish();
 

@@ -1,7 +1,9 @@
 #include "TextShaper.h"
 
+#include "../platform/Border.h"
 #include "BidiLevels.h"
 #include "FontFace.h"
+#include "FontMemory.h"
 
 #include <hb.h>
 
@@ -14,6 +16,47 @@
 
 namespace KTR {
 
+/// A face, and what HarfBuzz has asked of its glyphs: to load one takes some microseconds, or any time if it was made
+/// for that, and a text may have it half a million times.
+struct ShapedFace {
+    struct Measure {
+        bool isKnown = false;
+        bool isThere = false;
+        hb_position_t advance = 0;
+        hb_glyph_extents_t extents{};
+    };
+
+    FT_Face face = nullptr;
+    std::vector<Measure> measures{}; ///< of glyphs
+
+    const Measure& Of(unsigned int glyph);
+};
+
+const ShapedFace::Measure& ShapedFace::Of(unsigned int glyph) {
+    static constexpr Measure kNone{};
+    if (glyph >= static_cast<unsigned int>(face->num_glyphs)) {
+        return kNone;
+    }
+    if (measures.empty() && !AtTheBorder([this] { measures.resize(static_cast<std::size_t>(face->num_glyphs)); })) {
+        return kNone;
+    }
+    Measure& found = measures[glyph];
+    if (!found.isKnown) {
+        const FT_Error error = LoadGlyph(face, glyph, kAtlasLoadFlags & ~FT_LOAD_RENDER);
+        found.isKnown = error != FT_Err_Out_Of_Memory;
+        found.isThere = error == 0;
+        if (found.isThere) {
+            const FT_Glyph_Metrics& metrics = face->glyph->metrics;
+            // As it is drawn: whole pixels.
+            found.advance = static_cast<hb_position_t>(face->glyph->advance.x >> kFractionBits << kFractionBits);
+            found.extents = {static_cast<hb_position_t>(metrics.horiBearingX),
+                             static_cast<hb_position_t>(metrics.horiBearingY),
+                             static_cast<hb_position_t>(metrics.width), static_cast<hb_position_t>(-metrics.height)};
+        }
+    }
+    return found;
+}
+
 namespace {
 
 static_assert(sizeof(wchar_t) == sizeof(std::uint16_t), "strings are UTF-16");
@@ -21,7 +64,7 @@ static_assert(sizeof(wchar_t) == sizeof(std::uint16_t), "strings are UTF-16");
 constexpr double kPositionsPerPixel = 64.0;
 
 FT_Face FaceOf(void* data) {
-    return static_cast<FT_Face>(data);
+    return static_cast<ShapedFace*>(data)->face;
 }
 
 /// Hands HarfBuzz a table of the font.
@@ -44,26 +87,17 @@ hb_bool_t FindGlyph(hb_font_t*, void* data, hb_codepoint_t character, hb_codepoi
     return *glyph != 0;
 }
 
-/// The advance of a glyph as it is drawn: whole pixels.
 hb_position_t Advance(hb_font_t*, void* data, hb_codepoint_t glyph, void*) {
-    constexpr FT_Int32 flags = kAtlasLoadFlags & ~FT_LOAD_RENDER;
-    const FT_Face face = FaceOf(data);
-    if (FT_Load_Glyph(face, glyph, flags) != 0) {
-        return 0;
-    }
-    return static_cast<hb_position_t>(face->glyph->advance.x >> kFractionBits << kFractionBits);
+    return static_cast<ShapedFace*>(data)->Of(glyph).advance;
 }
 
 /// HarfBuzz places marks by these in fonts that do not say where they go.
 hb_bool_t Extents(hb_font_t*, void* data, hb_codepoint_t glyph, hb_glyph_extents_t* extents, void*) {
-    const FT_Face face = FaceOf(data);
-    if (FT_Load_Glyph(face, glyph, kAtlasLoadFlags & ~FT_LOAD_RENDER) != 0) {
-        return false;
+    const ShapedFace::Measure& measure = static_cast<ShapedFace*>(data)->Of(glyph);
+    if (measure.isThere) {
+        *extents = measure.extents;
     }
-    const FT_Glyph_Metrics& metrics = face->glyph->metrics;
-    *extents = {static_cast<hb_position_t>(metrics.horiBearingX), static_cast<hb_position_t>(metrics.horiBearingY),
-                static_cast<hb_position_t>(metrics.width), static_cast<hb_position_t>(-metrics.height)};
-    return true;
+    return measure.isThere;
 }
 
 /// What HarfBuzz asks of a font; made once and kept by the process.
@@ -79,13 +113,14 @@ hb_font_funcs_t* FontFunctions() {
     return functions;
 }
 
-hb_font_t* MakeFont(FT_Face face) {
-    hb_face_t* const tables = hb_face_create_for_tables(LoadTable, face, nullptr);
+hb_font_t* MakeFont(ShapedFace& shaped) {
+    const FT_Face face = shaped.face;
+    hb_face_t* const tables = hb_face_create_for_tables(LoadTable, &shaped, nullptr);
     hb_face_set_upem(tables, face->units_per_EM);
     hb_face_set_glyph_count(tables, static_cast<unsigned int>(face->num_glyphs));
     hb_font_t* const font = hb_font_create(tables);
     hb_face_destroy(tables);
-    hb_font_set_funcs(font, FontFunctions(), face, nullptr);
+    hb_font_set_funcs(font, FontFunctions(), &shaped, nullptr);
     const FT_Size_Metrics& size = face->size->metrics;
     const auto em = [&](FT_Fixed scale) { return static_cast<int>(FT_MulFix(face->units_per_EM, scale)); };
     hb_font_set_scale(font, em(size.x_scale), em(size.y_scale));
@@ -218,7 +253,8 @@ Characters Describe(std::wstring_view text) {
 
 } // namespace
 
-TextShaper::TextShaper(FT_FaceRec_* face) : m_font(MakeFont(face)), m_buffer(hb_buffer_create()) {}
+TextShaper::TextShaper(FT_FaceRec_* face)
+    : m_face(new ShapedFace{face}), m_font(MakeFont(*m_face)), m_buffer(hb_buffer_create()) {}
 
 TextShaper::~TextShaper() {
     hb_buffer_destroy(m_buffer);

@@ -2,6 +2,7 @@
 
 #include "TextLayout.h"
 
+#include <memory>
 #include <string_view>
 
 struct FT_FaceRec_;
@@ -9,6 +10,8 @@ struct hb_font_t;
 struct hb_buffer_t;
 
 namespace KTR {
+
+struct ShapedFace;
 
 /// Shapes strings in a face with HarfBuzz: kerning and marks as the font has them, ligatures, joined scripts, and both
 /// directions of writing.
@@ -27,6 +30,7 @@ private:
     void ShapeRun(std::wstring_view text, std::size_t first, std::size_t count, unsigned int script, bool rightToLeft,
                   double& pen, TextLayout& layout);
 
+    std::unique_ptr<ShapedFace> m_face; ///< HarfBuzz points at it
     hb_font_t* m_font;
     hb_buffer_t* m_buffer;
 };

@@ -417,6 +417,40 @@ TEST_P(Shapes, LongStringsHaveNoGaps) {
     }
 }
 
+// Drawn as they are, ten times as many wide legs to and fro take a software driver half a minute. The window shows the
+// same.
+TEST_P(Shapes, WhatCoversTheWindowHundredsOfTimesIsMerged) {
+    std::vector<PointXYZ> points;
+    for (int leg = 0; leg <= 4'000; ++leg) {
+        points.push_back({leg % 2 == 0 ? -400.0 : 528.0, leg * kSide / 4'000.0, 0});
+    }
+    SetColor(255, 255, 255);
+    Picture merged;
+    EXPECT_EQ(DrawsOf([&] { merged = FrameOf([&] { DrawString(points, StyleOf(256)); }); }), 1U);
+    EXPECT_EQ(SumOf(merged), kSide * kSide);
+}
+
+// Ten thousand outlines of a polygon, each dashed and merged with itself, would take minutes.
+TEST_P(Shapes, DashesAreForAllRingsTogether) {
+    GLPolygonStyle style;
+    style.fill = false;
+    style.outline = StyleOf(2);
+    style.outline->color = GLRGBAColor{255, 255, 255, 255};
+    style.outline->dashes = {4.0, 4.0}; // a hundred dashes and gaps a ring
+    const std::vector<PointXYZ> ring{{10, 10, 0}, {110, 10, 0}, {110, 110, 0}, {10, 110, 0}};
+    const auto gapWith = [&](std::size_t count) {
+        return FrameOf([&] {
+                   View().BeginShapes();
+                   View().DrawPolygon(std::vector<std::vector<PointXYZ>>(count, ring), style);
+                   View().EndShapes();
+               })
+            .At(16, 10)
+            .r;
+    };
+    EXPECT_EQ(gapWith(2'400), 0);
+    EXPECT_EQ(gapWith(2'600), 255) << "solid";
+}
+
 TEST_P(Shapes, WithoutAContextNothingHappens) {
     View().BeginShapes();
     View().Rect(10, 10, 20, 20, true);

@@ -231,6 +231,14 @@ TEST(Dashes, OfAnEndlessPatternAreNoneAtAll) {
     EXPECT_NEAR(countPieces(2), 15'000, 10);
 }
 
+// A shape of many rings shares its dashes among them.
+TEST(Dashes, AreNoMoreThanTheyMayBe) {
+    DashPattern pattern(std::vector{3.0, 1.0}, 0.0, 0.5);
+    pattern.LimitTo(100.0);
+    EXPECT_EQ(DashesOf({{0, 0, 0}, {200, 0, 0}}, pattern).size(), 50U);
+    EXPECT_EQ(DashesOf({{0, 0, 0}, {201, 0, 0}}, pattern).size(), 1U) << "solid";
+}
+
 TEST(Dashes, MeetWhereARingBegins) {
     std::vector<Points> pieces;
     VisitDashes(SquareRing(10), true, DashPattern(std::vector{6.0, 4.0}, 3.0, 0.5), {},

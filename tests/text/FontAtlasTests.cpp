@@ -284,6 +284,102 @@ TEST_F(Atlas, FontLargerThanTheCardTellsSo) {
                   std::to_wstring(tooSmall) + L" for display.  Please choose a font with fewer characters.\n");
 }
 
+/// A map by which the characters from `first` to `last` all show one glyph.
+FontBytes MapToOneGlyph(unsigned first, unsigned last, unsigned glyph) {
+    FontBytes map;
+    for (const unsigned number : {0U, 1U, 3U, 10U, 0U, 12U, 13U, 0U}) { // one table, format 13
+        TrueTypeTables::Append(map, number, 2);
+    }
+    for (const unsigned number : {28U, 0U, 1U, first, last, glyph}) {
+        TrueTypeTables::Append(map, number, 4);
+    }
+    return map;
+}
+
+// A heavy glyph is loaded once, however many characters show it, and each of them has a cell of its own.
+TEST_F(Atlas, CharactersOfOneGlyphShowTheSame) {
+    TrueTypeTables font = SmallFont(L'Z');
+    font.tables["cmap"] = MapToOneGlyph(L'A', L'A' + 2'999, 3 + L'R' - L' ');
+    const InstalledFontFile shared(font.File());
+    ASSERT_EQ(atlas.InitializeFreeTypeLibrary(FontRequest(shared.Face(), 40)), S_OK);
+    const FontAtlasGlyphMetrics& metrics = *atlas.GetAtlasMetrics();
+    ASSERT_EQ(metrics.renderedCharacters, 3'000);
+    ASSERT_GT(metrics.rows, 1);
+    std::vector<unsigned char> texture(static_cast<std::size_t>(metrics.textureBytes));
+    ASSERT_EQ(atlas.CopyTextureRows(0, metrics.textureHeight, texture.data()), S_OK);
+    const auto pixelOf = [&](int cell, int x, int y) {
+        const int row = cell / metrics.columns * metrics.cellHeight + y;
+        const int column = cell % metrics.columns * metrics.cellWidth + x;
+        return texture[static_cast<std::size_t>(row) * static_cast<std::size_t>(metrics.textureWidth) +
+                       static_cast<std::size_t>(column)];
+    };
+    EXPECT_GT(std::ranges::count(texture, 255), 3'000 * 100);
+    for (const int cell : {1, metrics.columns, 2'999}) {
+        const FontAtlasGlyph& glyph = metrics.glyphs[cell];
+        EXPECT_EQ(metrics.characterMap[L'A' + cell], cell);
+        EXPECT_EQ(glyph.advance, metrics.glyphs[0].advance);
+        const double left = cell % metrics.columns * metrics.cellWidth;
+        const double top = cell / metrics.columns * metrics.cellHeight;
+        EXPECT_NEAR(glyph.s0 * metrics.textureWidth, left, 0.02) << cell;
+        EXPECT_NEAR(glyph.s1 * metrics.textureWidth, left + glyph.width, 0.02);
+        EXPECT_NEAR(glyph.t0 * metrics.textureHeight, top, 0.02);
+        EXPECT_NEAR(glyph.t1 * metrics.textureHeight, top + glyph.height, 0.02);
+        for (int y = 0; y < metrics.cellHeight; ++y) {
+            for (int x = 0; x < metrics.cellWidth; ++x) {
+                ASSERT_EQ(pixelOf(cell, x, y), pixelOf(0, x, y)) << cell << ": " << x << ", " << y;
+            }
+        }
+    }
+}
+
+// Twelve bytes of a font can say that there are four thousand million characters.
+TEST_F(Atlas, FontOfMoreCharactersThanThereAreIsRefused) {
+    TrueTypeTables font = SmallFont(L'Z');
+    font.tables["cmap"] = MapToOneGlyph(1, 0xFFFF'FFF0, 3); // the blank: endless rows would fit
+    const InstalledFontFile endless(font.File());
+    EXPECT_EQ(atlas.InitializeFreeTypeLibrary(FontRequest(endless.Face(), 12)), E_FAIL);
+    EXPECT_EQ(atlas.GetAtlasMetrics(), nullptr);
+}
+
+// FreeType would be at it for ever: each glyph shows the one before it four times, thirty deep.
+TEST_F(Atlas, GlyphsMadeOfGlyphsEndSomewhere) {
+    constexpr unsigned kFirst = 4; // behind the blank
+    constexpr unsigned kLast = kFirst + 30;
+    TrueTypeTables font = SmallFont(L'Z');
+    FontBytes glyphs;
+    FontBytes places = FontBytes(font.tables["loca"].begin(), font.tables["loca"].begin() + 4 * kFirst);
+    glyphs.assign(font.tables["glyf"].begin(),
+                  font.tables["glyf"].begin() + TrueTypeTables::Number(font.tables["loca"], 4 * kFirst, 4));
+    for (unsigned glyph = kFirst; glyph <= kLast; ++glyph) {
+        TrueTypeTables::Append(places, static_cast<unsigned>(glyphs.size()), 4);
+        for (const unsigned number : {0xFFFFU, 0U, 0U, 0U, 0U}) { // made of others
+            TrueTypeTables::Append(glyphs, number, 2);
+        }
+        for (int part = 0; part < 4; ++part) {
+            TrueTypeTables::Append(glyphs, part < 3 ? 0x22 : 0x02, 2); // more follow
+            TrueTypeTables::Append(glyphs, glyph - 1, 2);
+            TrueTypeTables::Append(glyphs, 0, 2);
+        }
+        TrueTypeTables::Append(glyphs, 0, 2);
+    }
+    TrueTypeTables::Append(places, static_cast<unsigned>(glyphs.size()), 4);
+    const auto count = [&](const char* table, std::size_t position, unsigned number) {
+        font.tables[table].at(position) = static_cast<unsigned char>(number >> 8);
+        font.tables[table].at(position + 1) = static_cast<unsigned char>(number);
+    };
+    count("maxp", 4, kLast + 1);
+    count("maxp", 28, 100); // parts
+    count("maxp", 30, 100); // depth
+    count("hhea", 34, kLast + 1);
+    font.tables["hmtx"].resize(4 * (std::size_t{kLast} + 1));
+    font.tables["glyf"] = glyphs;
+    font.tables["loca"] = places;
+    font.tables["cmap"] = MapToOneGlyph(L'A', L'A', kLast);
+    const InstalledFontFile deep(font.File());
+    EXPECT_EQ(atlas.InitializeFreeTypeLibrary(FontRequest(deep.Face(), 12)), E_OUTOFMEMORY);
+    EXPECT_EQ(atlas.GetAtlasMetrics(), nullptr);
+}
+
 TEST_F(Atlas, FontThatIsNotInstalledIsRefused) {
     EXPECT_EQ(atlas.InitializeFreeTypeLibrary(FontRequest(L"no such font", 12)), E_INVALIDARG);
     EXPECT_EQ(atlas.GetAtlasMetrics(), nullptr);

@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <string>
 
@@ -34,6 +36,41 @@ TEST(Halo, CoversWhatIsWithinItsWidth) {
     const GlyphImage faint{2, 1, {85, 255}};
     EXPECT_EQ(RowsOf(HaloAround(faint, 1.0)), (std::vector<std::string>{"2595", "3999", "2595"}));
     EXPECT_TRUE(HaloAround(GlyphImage{}, 3.0).pixels.empty());
+}
+
+// What a halo is: each of its pixels as dark as the darkest that any pixel of the glyph makes it.
+TEST(Halo, OfAnyGlyphIsThatOfAllItsPixels) {
+    constexpr int side = 23;
+    for (const double width : {0.25, 3.0, 8.5}) {
+        GlyphImage glyph{side, side, {}};
+        unsigned int number = 7;
+        for (int pixel = 0; pixel < side * side; ++pixel) {
+            number = number * 1664525U + 1013904223U;
+            const bool solid = pixel % side > 4 && pixel / side > 6; // ink with an inside, and specks
+            glyph.pixels.push_back(solid && number % 64 != 0 ? 255
+                                   : (number >> 16) % 8 == 0 ? static_cast<unsigned char>(number >> 24)
+                                                             : 0);
+        }
+        const GlyphImage halo = HaloAround(glyph, width);
+        const int margin = HaloMargin(width);
+        ASSERT_EQ(halo.width, side + 2 * margin);
+        ASSERT_EQ(halo.pixels.size(), static_cast<std::size_t>(halo.width * halo.height));
+        for (int y = 0; y < halo.height; ++y) {
+            for (int x = 0; x < halo.width; ++x) {
+                int darkest = 0;
+                for (int ink = 0; ink < side * side; ++ink) {
+                    const int right = ink % side + margin - x;
+                    const int down = ink / side + margin - y;
+                    if (std::abs(right) <= margin && std::abs(down) <= margin) {
+                        const double reach = std::clamp(width + 1.0 - std::hypot(right, down), 0.0, 1.0);
+                        const int weight = static_cast<int>(std::lround(reach * 255));
+                        darkest = std::max(darkest, weight * glyph.pixels[static_cast<std::size_t>(ink)] / 255);
+                    }
+                }
+                ASSERT_EQ(halo.pixels[static_cast<std::size_t>(y * halo.width + x)], darkest) << x << ", " << y;
+            }
+        }
+    }
 }
 
 struct ReadingCase {
