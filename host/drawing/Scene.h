@@ -325,8 +325,8 @@ private:
     void ApplyStyle(Image& image, const LayerStyle& before);
     void ApplyStyle(Layer& /*layer*/, const LayerStyle& /*before*/) {}
     std::size_t FindFreeNumber() const;
-    void Drape(KTR::COpenGLView& view);
-    void DrapeSurfaces(KTR::COpenGLView& view);
+    void Drape();
+    void DrapeSurfaces();
     void BendLayers();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;

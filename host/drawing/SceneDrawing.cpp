@@ -95,7 +95,7 @@ bool Scene::Prepare(KTR::COpenGLView& view, double milliseconds) {
                                                              std::chrono::duration<double, std::milli>(milliseconds))
                                         : Clock::time_point::max();
     LoadCamera(view);
-    Drape(view);
+    Drape();
     bool isWhole = true;
     for (Relief& relief : m_reliefs) {
         isWhole = (!relief.style.shown || relief.surface.Prepare(view, m_origin, until)) && isWhole;
@@ -324,9 +324,9 @@ void Scene::BendLayers() {
 }
 
 /// Brings images and lines onto the reliefs where these, or what lies on them, are others than before.
-void Scene::Drape(KTR::COpenGLView& view) {
+void Scene::Drape() {
     if (!m_isDraped) {
-        DrapeSurfaces(view);
+        DrapeSurfaces();
         m_isDraped = true;
     }
     if (!m_isBent) {
@@ -336,32 +336,37 @@ void Scene::Drape(KTR::COpenGLView& view) {
 }
 
 /// Lays the images over the reliefs, the last one uppermost.
-void Scene::DrapeSurfaces(KTR::COpenGLView& view) {
-    for (Relief& relief : m_reliefs) {
-        relief.surface.Bare(view);
-    }
+void Scene::DrapeSurfaces() {
+    std::vector<ReliefCovers> covers(m_reliefs.size());
     for (auto image = m_images.rbegin(); image != m_images.rend(); ++image) {
         image->isCovered = false;
         std::optional<Raster> picture =
             m_reliefs.empty() || !image->style.shown ? std::nullopt : image->raster.MakeImage(kDrapedSide);
-        if (picture) {
-            Fade(*picture, image->style.opacity);
+        if (!picture) {
+            continue;
         }
-        for (auto relief = m_reliefs.begin(); picture && relief != m_reliefs.end(); ++relief) {
-            if (!relief->style.shown) {
+        Fade(*picture, image->style.opacity);
+        const auto shared = std::make_shared<const Raster>(*std::move(picture));
+        for (std::size_t index = 0; index < m_reliefs.size(); ++index) {
+            const Relief& relief = m_reliefs[index];
+            if (!relief.style.shown) {
                 continue;
             }
             // The version tells it from what showed through it before.
-            relief->surface.Drape(*picture, L"image " + std::to_wstring(image->id) + L" on relief " +
-                                                std::to_wstring(relief->id) + L" as of " + std::to_wstring(m_version));
-            image->isCovered = image->isCovered || relief->surface.Reaches(*picture);
+            covers[index].Add(*relief.surface.GetShape(), relief.surface.GetShownRange(), shared,
+                              L"image " + std::to_wstring(image->id) + L" on relief " + std::to_wstring(relief.id) +
+                                  L" as of " + std::to_wstring(m_version));
+            image->isCovered = image->isCovered || relief.surface.GetShape()->Reaches(*shared);
         }
+    }
+    for (std::size_t index = 0; index < m_reliefs.size(); ++index) {
+        m_reliefs[index].surface.SetCovers(std::move(covers[index]));
     }
 }
 
 /// Clears the frame and draws what lies below the clouds. False while rasters are read.
 bool Scene::DrawGround(KTR::COpenGLView& view) {
-    Drape(view);
+    Drape();
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
     // Rasters are the ground below everything.
@@ -371,7 +376,7 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
     view.Enable(GL_DEPTH_TEST);
     for (Relief& relief : m_reliefs) {
         if (relief.style.shown) {
-            relief.surface.Draw(view, m_origin);
+            relief.surface.Draw(view);
         }
     }
     for (Solid& solid : m_solids) {
