@@ -45,13 +45,6 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
     frame.spacingPixels = std::max(frame.spacingPixels, cloud.spacingPixels);
 }
 
-void Fade(Raster& raster, double opacity) {
-    const unsigned int share = ByteOf(opacity);
-    for (std::size_t alpha = 3; share < 255 && alpha < raster.image.rgba.size(); alpha += 4) {
-        raster.image.rgba[alpha] = static_cast<std::uint8_t>(raster.image.rgba[alpha] * share / 255U);
-    }
-}
-
 } // namespace
 
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
@@ -96,7 +89,10 @@ bool Scene::Prepare(KTR::COpenGLView& view, double milliseconds) {
                                         : Clock::time_point::max();
     LoadCamera(view);
     Drape();
-    bool isWhole = true;
+    if (std::optional<DrapingResult> result = milliseconds > 0.0 ? std::nullopt : m_draping.Wait()) {
+        TakeDraping(*std::move(result));
+    }
+    bool isWhole = !m_draping.IsAwaited();
     for (Relief& relief : m_reliefs) {
         isWhole = (!relief.style.shown || relief.surface.Prepare(view, m_origin, until)) && isWhole;
     }
@@ -323,11 +319,15 @@ void Scene::BendLayers() {
     OutdateShapes();
 }
 
-/// Brings images and lines onto the reliefs where these, or what lies on them, are others than before.
+/// Brings images and lines onto the reliefs where these, or what lies on them, are others than before. Images come
+/// when a thread has made them; until then reliefs show what they showed.
 void Scene::Drape() {
     if (!m_isDraped) {
-        DrapeSurfaces();
+        BeginDraping();
         m_isDraped = true;
+    }
+    if (std::optional<DrapingResult> result = m_draping.Take()) {
+        TakeDraping(*std::move(result));
     }
     if (!m_isBent) {
         BendLayers();
@@ -335,32 +335,38 @@ void Scene::Drape() {
     }
 }
 
-/// Lays the images over the reliefs, the last one uppermost.
-void Scene::DrapeSurfaces() {
-    std::vector<ReliefCovers> covers(m_reliefs.size());
-    for (auto image = m_images.rbegin(); image != m_images.rend(); ++image) {
-        image->isCovered = false;
-        std::optional<Raster> picture =
-            m_reliefs.empty() || !image->style.shown ? std::nullopt : image->raster.MakeImage(kDrapedSide);
-        if (!picture) {
-            continue;
-        }
-        Fade(*picture, image->style.opacity);
-        const auto shared = std::make_shared<const Raster>(*std::move(picture));
-        for (std::size_t index = 0; index < m_reliefs.size(); ++index) {
-            const Relief& relief = m_reliefs[index];
-            if (!relief.style.shown) {
-                continue;
-            }
-            // The version tells it from what showed through it before.
-            covers[index].Add(*relief.surface.GetShape(), relief.surface.GetShownRange(), shared,
-                              L"image " + std::to_wstring(image->id) + L" on relief " + std::to_wstring(relief.id) +
-                                  L" as of " + std::to_wstring(m_version));
-            image->isCovered = image->isCovered || relief.surface.GetShape()->Reaches(*shared);
+/// Has the images laid over the reliefs, the last one uppermost.
+void Scene::BeginDraping() {
+    DrapingOrder order;
+    for (const Relief& relief : m_reliefs) {
+        if (relief.style.shown) {
+            order.reliefs.push_back({relief.id, relief.surface.GetShape(), relief.surface.GetShownRange()});
         }
     }
-    for (std::size_t index = 0; index < m_reliefs.size(); ++index) {
-        m_reliefs[index].surface.SetCovers(std::move(covers[index]));
+    for (auto image = m_images.rbegin(); image != m_images.rend() && !order.reliefs.empty(); ++image) {
+        if (image->style.shown) {
+            order.images.push_back({image->id, image->style.opacity,
+                                    [make = image->raster.GetImageMaker()] { return make(kDrapedSide); }});
+        }
+    }
+    // The version tells them from what showed through them before.
+    order.mark = std::to_wstring(m_version);
+    if (order.images.empty() && !m_draping.IsAwaited()) {
+        TakeDraping({}); // which needs no thread
+        return;
+    }
+    m_draping.Begin(std::move(order));
+}
+
+void Scene::TakeDraping(DrapingResult result) {
+    for (Image& image : m_images) {
+        const std::vector<int>& covered = result.coveredImages;
+        image.isCovered = std::find(covered.begin(), covered.end(), image.id) != covered.end();
+    }
+    for (Relief& relief : m_reliefs) {
+        const auto found = std::find_if(result.reliefs.begin(), result.reliefs.end(),
+                                        [&](const DrapingResult::Relief& one) { return one.layer == relief.id; });
+        relief.surface.SetCovers(found == result.reliefs.end() ? ReliefCovers() : std::move(found->covers));
     }
 }
 
