@@ -9,13 +9,16 @@
 #include "systems/TransformLayers.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <thread>
 #include <utility>
 
 namespace OrrinViewer {
@@ -48,22 +51,61 @@ KTR::GLDataStyle ElevationStyle(const ElevationRange& range) {
     return style;
 }
 
-/// Has a reader wait for what is made in the background, as long as this lives.
-class WaitingForReader {
-public:
-    explicit WaitingForReader(std::atomic<bool>* waits) : m_waits(waits), m_before(waits && waits->exchange(true)) {}
-    ~WaitingForReader() {
-        if (m_waits) {
-            *m_waits = m_before;
+KTR::GLRasterReader WaitForOthers(const KTR::GLRasterReader& reader, const std::shared_ptr<std::mutex>& reads) {
+    return [reader, reads](const KTR::GLRasterWindow& window, void* pixels) {
+        const std::lock_guard lock(*reads);
+        return reader(window, pixels);
+    };
+}
+
+/// For who draws: where another thread reads, a later frame will show it.
+KTR::GLRasterReader GiveWayToOthers(const KTR::GLRasterReader& reader, const std::shared_ptr<std::mutex>& reads) {
+    return [reader, reads](const KTR::GLRasterWindow& window, void* pixels) {
+        const std::unique_lock lock(*reads, std::try_to_lock);
+        return lock ? reader(window, pixels) : KTR::GLRasterReadLater;
+    };
+}
+
+/// An image of a raster, of at most so many pixels each way.
+std::shared_ptr<const Raster> ReadImage(const KTR::GLRasterReader& reader, int width, int height,
+                                        const PixelToMap& place, int largestSide) {
+    const auto at = [](int pixels, int level) { return ((pixels - 1) >> level) + 1; };
+    int level = 0;
+    while (std::max(at(width, level), at(height, level)) > largestSide) {
+        ++level;
+    }
+    const auto raster = std::make_shared<Raster>();
+    RasterImage& image = raster->image;
+    image.width = at(width, level);
+    image.height = at(height, level);
+    image.rgba.resize(std::size_t{4} * static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height));
+    // In bands, between which it can be stopped.
+    constexpr int kBandRows = 64;
+    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
+    progress->Begin("making an image for reliefs");
+    const std::size_t rowBytes = std::size_t{4} * static_cast<std::size_t>(image.width);
+    for (int row = 0; row < image.height; row += kBandRows) {
+        progress->Reach(static_cast<std::uint64_t>(row), static_cast<std::uint64_t>(image.height));
+        const KTR::GLRasterWindow window{level, 0, row, image.width, std::min(kBandRows, image.height - row)};
+        std::uint8_t* const pixels = &image.rgba[static_cast<std::size_t>(row) * rowBytes];
+        KTR::GLRasterRead read = reader(window, pixels);
+        while (read == KTR::GLRasterReadLater) {
+            progress->GoOn();
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            read = reader(window, pixels);
+        }
+        if (read != KTR::GLRasterReadDone) {
+            return nullptr;
         }
     }
-    WaitingForReader(const WaitingForReader&) = delete;
-    WaitingForReader& operator=(const WaitingForReader&) = delete;
-
-private:
-    std::atomic<bool>* m_waits;
-    bool m_before;
-};
+    const double pixels = std::ldexp(1.0, level); // of the raster in each of the image's
+    raster->pixelToMap = place;
+    raster->pixelToMap.columnX *= pixels;
+    raster->pixelToMap.columnY *= pixels;
+    raster->pixelToMap.rowX *= pixels;
+    raster->pixelToMap.rowY *= pixels;
+    return raster;
+}
 
 } // namespace
 
@@ -140,8 +182,11 @@ RasterLayer RasterLayer::ForHillshade(const ElevationGrid& grid, double exaggera
             KTR::MakeImageReader(GL_LUMINANCE_ALPHA, width, height, MakeHillshade(grid, exaggeration))};
 }
 
-RasterLayer::RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader)
-    : m_description(std::move(description)), m_reader(std::move(reader)), m_layer(m_description, m_reader),
+RasterLayer::RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap,
+                         const KTR::GLRasterReader& reader)
+    : m_description(std::move(description)), m_reads(std::make_shared<std::mutex>()),
+      m_reader(reader ? WaitForOthers(reader, m_reads) : KTR::GLRasterReader()),
+      m_layer(m_description, reader ? GiveWayToOthers(reader, m_reads) : KTR::GLRasterReader()),
       m_pixelToMap(pixelToMap),
       m_pixels(static_cast<std::size_t>(m_description.width) * static_cast<std::size_t>(m_description.height)) {
     for (const int column : {0, m_description.width}) {
@@ -180,49 +225,19 @@ std::optional<RasterLayer> RasterLayer::Transformed(const MapTransformation& tra
     return layer;
 }
 
-std::optional<Raster> RasterLayer::MakeImage(int largestSide) const {
+RasterLayer::ImageMaker RasterLayer::GetImageMaker() const {
     if (m_description.pixels != GL_RGBA || !m_reader) {
-        return std::nullopt;
+        return [](int) { return nullptr; };
     }
-    if (m_keptImage && m_keptSide == largestSide) {
-        return *m_keptImage;
-    }
-    const auto at = [](int pixels, int level) { return ((pixels - 1) >> level) + 1; };
-    int level = 0;
-    while (std::max(at(m_description.width, level), at(m_description.height, level)) > largestSide) {
-        ++level;
-    }
-    Raster raster;
-    raster.image.width = at(m_description.width, level);
-    raster.image.height = at(m_description.height, level);
-    raster.image.rgba.resize(std::size_t{4} * static_cast<std::size_t>(raster.image.width) *
-                             static_cast<std::size_t>(raster.image.height));
-    // In bands, between which it can be stopped.
-    constexpr int kBandRows = 64;
-    const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
-    progress->Begin("making an image for reliefs");
-    const WaitingForReader waiting(m_waits.get());
-    const std::size_t rowBytes = std::size_t{4} * static_cast<std::size_t>(raster.image.width);
-    for (int row = 0; row < raster.image.height; row += kBandRows) {
-        progress->Reach(static_cast<std::uint64_t>(row), static_cast<std::uint64_t>(raster.image.height));
-        const KTR::GLRasterWindow window{level, 0, row, raster.image.width,
-                                         std::min(kBandRows, raster.image.height - row)};
-        if (m_reader(window, &raster.image.rgba[static_cast<std::size_t>(row) * rowBytes]) != KTR::GLRasterReadDone) {
-            return std::nullopt;
-        }
-    }
-    const double pixels = std::ldexp(1.0, level); // of the raster in each of the image's
-    raster.pixelToMap = m_pixelToMap;
-    raster.pixelToMap.columnX *= pixels;
-    raster.pixelToMap.columnY *= pixels;
-    raster.pixelToMap.rowX *= pixels;
-    raster.pixelToMap.rowY *= pixels;
-    return raster;
+    return [reader = m_reader, width = m_description.width, height = m_description.height, place = m_pixelToMap,
+            kept = m_keptImage, keptSide = m_keptSide](int largestSide) {
+        return kept && keptSide == largestSide ? kept : ReadImage(reader, width, height, place, largestSide);
+    };
 }
 
 void RasterLayer::KeepImage(int largestSide) {
-    if (const std::optional<Raster> image = MakeImage(largestSide)) {
-        m_keptImage = std::make_shared<const Raster>(*image);
+    if (const std::shared_ptr<const Raster> image = GetImageMaker()(largestSide)) {
+        m_keptImage = image;
         m_keptSide = largestSide;
     }
 }

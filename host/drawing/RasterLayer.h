@@ -12,7 +12,9 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -45,11 +47,12 @@ public:
     /// The same raster in another coordinate system: what is asked for is read where it was. None where it has no place
     /// there, and for what is neither colours nor values in floating point.
     std::optional<RasterLayer> Transformed(const MapTransformation& transformation) const;
-    /// Its colours as one image of at most so many pixels each way, to lay it over something. None for values, and
-    /// where it cannot be read. A large raster is read for that as a whole, which takes its time; ReadingStopped where
-    /// nobody wants the image.
-    std::optional<Raster> MakeImage(int largestSide) const;
-    /// Keeps such an image for the next call with the same size.
+    /// What makes its colours one image of at most so many pixels each way, to lay it over something: on any thread,
+    /// and also when the layer is gone. Null for values, and where it cannot be read. A large raster is read for that
+    /// as a whole, which takes its time; ReadingStopped where nobody wants the image.
+    using ImageMaker = std::function<std::shared_ptr<const Raster>(int largestSide)>;
+    ImageMaker GetImageMaker() const;
+    /// Keeps such an image for who makes one of the same size.
     void KeepImage(int largestSide);
     /// What the raster has at a place of the map, itself and not as it is drawn; none beside it, where it cannot be
     /// read, and for what is neither colours nor values.
@@ -70,11 +73,12 @@ public:
     bool DrawShaded(KTR::COpenGLView& view, RasterLayer& shade, double strength, const Position& origin, double z);
 
 private:
-    RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, KTR::GLRasterReader reader);
+    RasterLayer(KTR::GLRasterDescription description, const PixelToMap& pixelToMap, const KTR::GLRasterReader& reader);
     void PlaceAround(const Position& origin);
 
     KTR::GLRasterDescription m_description;
-    KTR::GLRasterReader m_reader;
+    std::shared_ptr<std::mutex> m_reads;        ///< files are read by one thread at a time
+    KTR::GLRasterReader m_reader;               ///< waits for other threads
     KTR::CRasterLayer m_layer;                  ///< of these
     std::shared_ptr<std::atomic<bool>> m_waits; ///< for what is read in the background; null where nothing is
     std::optional<ElevationRange> m_range;

@@ -386,6 +386,9 @@ std::optional<Scene::LayerProgress> Scene::GetReading() const {
 
 std::optional<Scene::LayerProgress> Scene::GetPreparing() const {
     std::optional<LayerProgress> found;
+    if (m_draping.IsAwaited()) {
+        found = {"Images on reliefs", m_draping.GetState()};
+    }
     const auto tell = [&](const Layer& layer, const std::optional<double>& share) {
         if (share && layer.style.shown && !found) {
             found = {layer.source.name, {"adding to the map", share, 0, ""}};

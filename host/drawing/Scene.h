@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudLayer.h"
+#include "Draping.h"
 #include "FeatureGeometry.h"
 #include "LayerStyle.h"
 #include "MeshLayer.h"
@@ -158,7 +159,7 @@ public:
     };
     /// How far the first cloud that is read has come; nothing where none is.
     std::optional<LayerProgress> GetReading() const;
-    /// The same of the first layer that Prepare has begun to add.
+    /// The same of the images that are on their way to reliefs, and of the first layer that Prepare has begun to add.
     std::optional<LayerProgress> GetPreparing() const;
     /// Why a cloud has no more points than it has; empty while nothing went wrong.
     std::string GetProblem() const;
@@ -224,9 +225,9 @@ public:
     void ShowExtent(KTR::COpenGLView& view, KTR::GLViewOrientation orientation, const Extent& extent) const;
     /// Has the view cut off nothing of everything and lose no digits of it, and leaves alone what it shows.
     void HoldEverything(KTR::COpenGLView& view) const;
-    /// Adds to what is kept for drawing what is still missing, until so many milliseconds have passed; 0: all of it.
-    /// False while something is missing. Frames have what is there. The view's main context must be current, here and
-    /// below.
+    /// Adds to what is kept for drawing what is still missing, until so many milliseconds have passed; 0: all of it,
+    /// the images on reliefs too, which a thread makes. False while something is missing. Frames have what is there.
+    /// The view's main context must be current, here and below.
     bool Prepare(KTR::COpenGLView& view, double milliseconds);
     /// Begins a frame in the view's back buffer, of what the view shows: rasters, surfaces, and of the clouds what the
     /// budget allows.
@@ -334,8 +335,9 @@ private:
     void ApplyStyle(Image& image, const LayerStyle& before);
     void ApplyStyle(Layer& /*layer*/, const LayerStyle& /*before*/) {}
     std::size_t FindFreeNumber() const;
-    void Drape(KTR::COpenGLView& view);
-    void DrapeSurfaces(KTR::COpenGLView& view);
+    void Drape();
+    void BeginDraping();
+    void TakeDraping(DrapingResult result);
     void BendLayers();
     Extent FindAreaToFill(const KTR::COpenGLView& view) const;
     GroundPosition GroundOf(const VectorLayer& layer, const Position& origin) const;
@@ -349,7 +351,7 @@ private:
     std::vector<Features> m_features;
     LayerId m_lastId = 0;
     LayerStyle m_styleToCome; ///< of layers that are added
-    bool m_isDraped = false;  ///< images lie on the reliefs
+    bool m_isDraped = false;  ///< images lie on the reliefs, or are on their way
     bool m_isBent = false;    ///< lines follow the reliefs
     std::optional<Shade> m_shade;
     bool m_readsAtOnce = false; ///< of rasters all that a frame shows
@@ -368,6 +370,7 @@ private:
     bool m_shadesClouds = true;
     double m_screenScale = 1.0;
     std::optional<EnlargedPart> m_part; ///< of the frame that is being drawn
+    Draping m_draping;
 };
 
 } // namespace OrrinViewer

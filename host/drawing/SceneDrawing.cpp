@@ -56,13 +56,6 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
     frame.spacingPixels = std::max(frame.spacingPixels, cloud.spacingPixels);
 }
 
-void Fade(Raster& raster, double opacity) {
-    const unsigned int share = ByteOf(opacity);
-    for (std::size_t alpha = 3; share < 255 && alpha < raster.image.rgba.size(); alpha += 4) {
-        raster.image.rgba[alpha] = static_cast<std::uint8_t>(raster.image.rgba[alpha] * share / 255U);
-    }
-}
-
 } // namespace
 
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
@@ -106,8 +99,11 @@ bool Scene::Prepare(KTR::COpenGLView& view, double milliseconds) {
                                                              std::chrono::duration<double, std::milli>(milliseconds))
                                         : Clock::time_point::max();
     LoadCamera(view);
-    Drape(view);
-    bool isWhole = true;
+    Drape();
+    if (std::optional<DrapingResult> result = milliseconds > 0.0 ? std::nullopt : m_draping.Wait()) {
+        TakeDraping(*std::move(result));
+    }
+    bool isWhole = !m_draping.IsAwaited();
     for (Relief& relief : m_reliefs) {
         isWhole = (!relief.style.shown || relief.surface.Prepare(view, m_origin, until)) && isWhole;
     }
@@ -336,11 +332,15 @@ void Scene::BendLayers() {
     OutdateShapes();
 }
 
-/// Brings images and lines onto the reliefs where these, or what lies on them, are others than before.
-void Scene::Drape(KTR::COpenGLView& view) {
+/// Brings images and lines onto the reliefs where these, or what lies on them, are others than before. Images come
+/// when a thread has made them; until then reliefs show what they showed.
+void Scene::Drape() {
     if (!m_isDraped) {
-        DrapeSurfaces(view);
+        BeginDraping();
         m_isDraped = true;
+    }
+    if (std::optional<DrapingResult> result = m_draping.Take()) {
+        TakeDraping(*std::move(result));
     }
     if (!m_isBent) {
         BendLayers();
@@ -348,33 +348,44 @@ void Scene::Drape(KTR::COpenGLView& view) {
     }
 }
 
-/// Lays the images over the reliefs, the last one uppermost.
-void Scene::DrapeSurfaces(KTR::COpenGLView& view) {
-    for (Relief& relief : m_reliefs) {
-        relief.surface.Bare(view);
+/// Has the images laid over the reliefs, the last one uppermost.
+void Scene::BeginDraping() {
+    DrapingOrder order;
+    for (const Relief& relief : m_reliefs) {
+        if (relief.style.shown) {
+            order.reliefs.push_back({relief.id, relief.surface.GetShape(), relief.surface.GetShownRange()});
+        }
     }
-    for (auto image = m_images.rbegin(); image != m_images.rend(); ++image) {
-        image->isCovered = false;
-        std::optional<Raster> picture =
-            m_reliefs.empty() || !image->style.shown ? std::nullopt : image->raster.MakeImage(kDrapedSide);
-        if (picture) {
-            Fade(*picture, image->style.opacity);
+    for (auto image = m_images.rbegin(); image != m_images.rend() && !order.reliefs.empty(); ++image) {
+        if (image->style.shown) {
+            order.images.push_back({image->id, image->style.opacity,
+                                    [make = image->raster.GetImageMaker()] { return make(kDrapedSide); }});
         }
-        for (auto relief = m_reliefs.begin(); picture && relief != m_reliefs.end(); ++relief) {
-            if (!relief->style.shown) {
-                continue;
-            }
-            // The version tells it from what showed through it before.
-            relief->surface.Drape(*picture, L"image " + std::to_wstring(image->id) + L" on relief " +
-                                                std::to_wstring(relief->id) + L" as of " + std::to_wstring(m_version));
-            image->isCovered = image->isCovered || relief->surface.Reaches(*picture);
-        }
+    }
+    // The version tells them from what showed through them before.
+    order.mark = std::to_wstring(m_version);
+    if (order.images.empty() && !m_draping.IsAwaited()) {
+        TakeDraping({}); // which needs no thread
+        return;
+    }
+    m_draping.Begin(std::move(order));
+}
+
+void Scene::TakeDraping(DrapingResult result) {
+    for (Image& image : m_images) {
+        const std::vector<int>& covered = result.coveredImages;
+        image.isCovered = std::find(covered.begin(), covered.end(), image.id) != covered.end();
+    }
+    for (Relief& relief : m_reliefs) {
+        const auto found = std::find_if(result.reliefs.begin(), result.reliefs.end(),
+                                        [&](const DrapingResult::Relief& one) { return one.layer == relief.id; });
+        relief.surface.SetCovers(found == result.reliefs.end() ? ReliefCovers() : std::move(found->covers));
     }
 }
 
 /// Clears the frame and draws what lies below the clouds. False while rasters are read.
 bool Scene::DrawGround(KTR::COpenGLView& view) {
-    Drape(view);
+    Drape();
     view.SetBackgroundColor(kBackground, true);
     view.SetSun(m_sunAzimuthDegrees, m_sunAltitudeDegrees);
     // Rasters are the ground below everything.
@@ -384,7 +395,7 @@ bool Scene::DrawGround(KTR::COpenGLView& view) {
     view.Enable(GL_DEPTH_TEST);
     for (Relief& relief : m_reliefs) {
         if (relief.style.shown) {
-            relief.surface.Draw(view, m_origin);
+            relief.surface.Draw(view);
         }
     }
     for (Solid& solid : m_solids) {

@@ -11,20 +11,81 @@
 
 namespace OrrinViewer {
 
+namespace {
+
+constexpr std::size_t kPartTriangles = 20'000;
+
+std::shared_ptr<const ReliefShape> MakeShape(ElevationGrid grid) {
+    auto shape = std::make_shared<ReliefShape>();
+    shape->triangles = FindTriangles(grid);
+    shape->grid = std::move(grid);
+    return shape;
+}
+
+/// Has the image as the active texture of the library's cache, where all windows find it.
+bool LoadTexture(KTR::COpenGLView& view, const ReliefCover& cover) {
+    constexpr int kBytesPerPixel = 4;
+    const RasterImage& image = cover.image->image;
+    const auto isActive = [&] {
+        KTR::GLTextureObject* entry = nullptr;
+        return view.RequestTextureFromCache(cover.name.c_str(), image.width, image.height, 1, kBytesPerPixel,
+                                            image.width, image.height, 0, 0, image.width - 1, image.height - 1, 1.0,
+                                            0.0, 0.0, true, true, true, false, false, &entry);
+    };
+    if (isActive()) {
+        return true;
+    }
+    KTR::GLTextureObject* entry = nullptr;
+    unsigned int texture = 0;
+    unsigned int sampler = 0;
+    // What was added becomes the active one when it is asked for again.
+    return view.LoadRasterImage(GL_RGBA, image.width, image.height, 1, GL_LINEAR_MIPMAP_LINEAR, image.rgba.data(),
+                                texture, sampler) == S_OK &&
+           view.AddRequestedTexture(texture, sampler, &entry) == S_OK && isActive();
+}
+
+/// Has fixed functions multiply textures with the light, as programs do.
+class LitTextures {
+public:
+    explicit LitTextures(KTR::COpenGLView& view) : m_view(view) {
+        m_view.SetUpLighting(true);
+        m_view.EnableClientStateInternalBuffers(true, true, true, true, KTR::GLShaderShadedTexture);
+        if (!m_view.DrawsWithPrograms()) {
+            m_view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+        }
+    }
+    ~LitTextures() {
+        m_view.DisableClientState();
+        if (!m_view.DrawsWithPrograms()) {
+            m_view.TexEnv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+            m_view.Disable(GL_TEXTURE_2D);
+        }
+        m_view.SetUpLighting(false);
+    }
+    LitTextures(const LitTextures&) = delete;
+    LitTextures& operator=(const LitTextures&) = delete;
+
+private:
+    KTR::COpenGLView& m_view;
+};
+
+} // namespace
+
 Surface::Surface(ElevationGrid grid)
-    : m_grid(std::move(grid)), m_range(FindElevationRange(ElevationsWithData(m_grid))), m_shownRange(m_range),
-      m_triangles(FindTriangles(m_grid)) {
-    m_normals.resize(m_grid.elevations.size());
-    m_colors.resize(m_grid.elevations.size());
+    : m_shape(MakeShape(std::move(grid))), m_range(FindElevationRange(ElevationsWithData(Grid()))),
+      m_shownRange(m_range) {
+    const ElevationGrid& cells = Grid();
+    m_normals.resize(cells.elevations.size());
+    m_colors.resize(cells.elevations.size());
     const std::shared_ptr<ReadingProgress> progress = ReadingProgress::OfThisThread();
     progress->Begin("finding slopes");
-    for (std::size_t cell = 0; cell < m_grid.elevations.size(); ++cell) {
-        if (cell % m_grid.columns == 0) {
-            progress->Reach(cell, m_grid.elevations.size());
+    for (std::size_t cell = 0; cell < cells.elevations.size(); ++cell) {
+        if (cell % cells.columns == 0) {
+            progress->Reach(cell, cells.elevations.size());
         }
-        if (!std::isnan(m_grid.elevations[cell])) {
-            m_normals[cell] = FindNormal(m_grid, cell % m_grid.columns, cell / m_grid.columns);
-            m_colors[cell] = ColorOfElevation(m_grid.elevations[cell], m_shownRange);
+        if (!std::isnan(cells.elevations[cell])) {
+            m_normals[cell] = FindNormal(cells, cell % cells.columns, cell / cells.columns);
+            m_colors[cell] = ColorOfElevation(cells.elevations[cell], m_shownRange);
         }
     }
 }
@@ -34,170 +95,170 @@ void Surface::SetRange(const ElevationRange& range) {
         return;
     }
     m_shownRange = range;
-    for (std::size_t cell = 0; cell < m_grid.elevations.size(); ++cell) {
-        if (!std::isnan(m_grid.elevations[cell])) {
-            m_colors[cell] = ColorOfElevation(m_grid.elevations[cell], m_shownRange);
+    for (std::size_t cell = 0; cell < Grid().elevations.size(); ++cell) {
+        if (!std::isnan(Grid().elevations[cell])) {
+            m_colors[cell] = ColorOfElevation(Grid().elevations[cell], m_shownRange);
         }
     }
-    m_geometry.Clear();
+    ++m_state;
 }
 
 void Surface::SetOpacity(double opacity) {
     if (m_opacity != opacity) {
         m_opacity = opacity;
-        m_geometry.Clear();
+        ++m_state;
     }
 }
 
-void Surface::Drape(Raster image, const std::wstring& name) {
-    const PixelToMap& place = image.pixelToMap;
-    const auto isCovered = [&](const GridCorner& corner) {
-        const Position position = m_grid.PositionAt(corner.column, corner.row);
-        const PixelPosition pixel = place.PixelAt(position.x, position.y);
-        return pixel.column >= 0.0 && pixel.row >= 0.0 && pixel.column <= image.image.width &&
-               pixel.row <= image.image.height;
-    };
-    const auto covered = std::stable_partition(m_triangles.begin(), m_triangles.end(), [&](const auto& triangle) {
-        return !std::all_of(triangle.begin(), triangle.end(), isCovered);
-    });
-    if (covered == m_triangles.end()) {
+void Surface::SetCovers(ReliefCovers covers) {
+    if (covers.GetCovers().empty() && m_covers.GetCovers().empty()) {
         return;
     }
-    FillTransparentPixels(image);
-    m_covers.push_back({std::move(image), name, {covered, m_triangles.end()}, {}, {}});
-    m_triangles.erase(covered, m_triangles.end());
-    m_geometry.Clear();
-}
-
-void Surface::Bare(KTR::COpenGLView& view) {
-    if (m_covers.empty()) {
-        return;
-    }
-    for (const Cover& cover : m_covers) {
-        view.DeleteTextureFromCache(cover.name.c_str());
-    }
-    m_covers.clear();
-    m_triangles = FindTriangles(m_grid);
-    m_geometry.Clear();
-}
-
-bool Surface::Reaches(const Raster& image) const {
-    const Extent extent = image.FindExtent();
-    const double margin = m_grid.cellSize;
-    const double east = m_grid.westX + static_cast<double>(m_grid.columns) * m_grid.cellSize;
-    const double south = m_grid.northY - static_cast<double>(m_grid.rows) * m_grid.cellSize;
-    return extent.low.x >= m_grid.westX - margin && extent.high.x <= east + margin && extent.low.y >= south - margin &&
-           extent.high.y <= m_grid.northY + margin;
+    const auto& past = m_covers.GetCovers();
+    m_pastCovers.insert(m_pastCovers.end(), past.begin(), past.end());
+    m_covers = std::move(covers);
+    ++m_state;
 }
 
 void Surface::ReleaseGeometry() {
-    m_geometry.Clear();
-    for (Cover& cover : m_covers) {
-        cover.records = {};
-    }
+    m_parts.clear();
 }
 
-void Surface::Draw(KTR::COpenGLView& view, const Position& origin) {
-    const BlendScope blend(view, m_opacity < 1.0);
-    view.DrawSetupTextureTransparency(ByteOf(m_opacity));
-    for (Cover& cover : m_covers) {
-        if (cover.records.empty() || !(cover.origin == origin)) {
-            AddRecords(cover, origin);
-        }
-        if (LoadTexture(view, cover)) {
-            view.DrawSetupSetShaderTexture(view.GetActiveTexture(), view.GetActiveSampler());
-            view.DrawGeometry3D(GL_TRIANGLES, KTR::GLShaderShadedTexture, cover.records.data(), cover.records.size(),
-                                nullptr, 0);
-        }
-    }
-    view.DrawSetupTextureTransparency(255);
-    if (!m_triangles.empty()) {
-        m_geometry.Draw(view);
-    }
-}
-
-/// Where an image shows nothing the ground does, in the colours of its elevations.
-void Surface::FillTransparentPixels(Raster& image) const {
-    const auto width = static_cast<std::size_t>(image.image.width);
-    for (std::size_t pixel = 0; 4 * pixel + 3 < image.image.rgba.size(); ++pixel) {
-        std::uint8_t* rgba = &image.image.rgba[4 * pixel];
-        if (rgba[3] == 255) {
-            continue;
-        }
-        const std::size_t column = pixel % width;
-        const std::size_t row = pixel / width;
-        const Position place = image.pixelToMap.At(static_cast<double>(column) + 0.5, static_cast<double>(row) + 0.5);
-        const double elevation = m_grid.ElevationAt(place.x, place.y);
-        const Rgb ground = ColorOfElevation(std::isnan(elevation) ? m_shownRange.low : elevation, m_shownRange);
-        const auto blend = [opacity = rgba[3]](int above, int below) {
-            return static_cast<std::uint8_t>((above * opacity + below * (255 - opacity)) / 255);
-        };
-        rgba[0] = blend(rgba[0], ground.red);
-        rgba[1] = blend(rgba[1], ground.green);
-        rgba[2] = blend(rgba[2], ground.blue);
-        rgba[3] = 255;
-    }
-}
-
-void Surface::AddRecords(Cover& cover, const Position& origin) const {
-    cover.origin = origin;
-    cover.records.clear();
-    cover.records.reserve(3 * cover.triangles.size());
-    for (const std::array<GridCorner, 3>& triangle : cover.triangles) {
-        for (const GridCorner& corner : triangle) {
-            const Position position = m_grid.PositionAt(corner.column, corner.row);
-            const Position& normal = m_normals[corner.row * m_grid.columns + corner.column];
-            const PixelPosition pixel = cover.image.pixelToMap.PixelAt(position.x, position.y);
-            KTR::GLDrawGeometry record{};
-            record.x = static_cast<float>(position.x - origin.x);
-            record.y = static_cast<float>(position.y - origin.y);
-            record.z = static_cast<float>(position.z - origin.z);
-            record.nx = static_cast<float>(normal.x);
-            record.ny = static_cast<float>(normal.y);
-            record.nz = static_cast<float>(normal.z);
-            // The image's upper row is the texture's first.
-            record.s = static_cast<float>(pixel.column / cover.image.image.width);
-            record.t = static_cast<float>(pixel.row / cover.image.image.height);
-            cover.records.push_back(record);
-        }
-    }
-}
-
-/// Has the image as the active texture of the library's cache, where all windows find it.
-bool Surface::LoadTexture(KTR::COpenGLView& view, const Cover& cover) {
-    constexpr int kBytesPerPixel = 4;
-    const int width = cover.image.image.width;
-    const int height = cover.image.image.height;
-    const auto isActive = [&] {
-        KTR::GLTextureObject* entry = nullptr;
-        return view.RequestTextureFromCache(cover.name.c_str(), width, height, 1, kBytesPerPixel, width, height, 0, 0,
-                                            width - 1, height - 1, 1.0, 0.0, 0.0, true, true, true, false, false,
-                                            &entry);
-    };
-    if (isActive()) {
-        return true;
-    }
-    KTR::GLTextureObject* entry = nullptr;
-    unsigned int texture = 0;
-    unsigned int sampler = 0;
-    // What was added becomes the active one when it is asked for again.
-    return view.LoadRasterImage(GL_RGBA, width, height, 1, GL_LINEAR_MIPMAP_LINEAR, cover.image.image.rgba.data(),
-                                texture, sampler) == S_OK &&
-           view.AddRequestedTexture(texture, sampler, &entry) == S_OK && isActive();
+std::optional<double> Surface::FindShareReady() const {
+    const auto ready =
+        std::count_if(m_parts.begin(), m_parts.end(), [this](const Part& part) { return part.state == m_state; });
+    const auto whole = static_cast<double>(m_parts.size());
+    return ready > 0 && static_cast<double>(ready) < whole ? std::optional(static_cast<double>(ready) / whole)
+                                                           : std::nullopt;
 }
 
 bool Surface::Prepare(KTR::COpenGLView& view, const Position& origin, std::chrono::steady_clock::time_point until) {
-    return m_geometry.Prepare(view, m_triangles.size(), until, [&](std::size_t triangle) {
-        for (const GridCorner& corner : m_triangles[triangle]) {
-            const std::size_t cell = corner.row * m_grid.columns + corner.column;
-            const Position position = m_grid.PositionAt(corner.column, corner.row);
-            const Position& normal = m_normals[cell];
-            const Rgb& color = m_colors[cell];
-            view.AddIndex3DVertexNormalRGBA(position.x - origin.x, position.y - origin.y, position.z - origin.z,
-                                            normal.x, normal.y, normal.z, color.red, color.green, color.blue,
-                                            ByteOf(m_opacity));
+    m_parts.resize((m_shape->triangles.size() + kPartTriangles - 1) / kPartTriangles);
+    for (std::size_t index = 0; index < m_parts.size(); ++index) {
+        if (m_parts[index].state == m_state) {
+            continue;
         }
+        if (std::chrono::steady_clock::now() >= until) {
+            return false;
+        }
+        if (!Fill(view, origin, index)) {
+            ReleaseGeometry();
+            break; // no memory is left for more
+        }
+    }
+    DropPastCovers(view);
+    return true;
+}
+
+/// Adds a part anew: its triangles image by image.
+bool Surface::Fill(KTR::COpenGLView& view, const Position& origin, std::size_t index) {
+    Part& part = m_parts[index];
+    const std::size_t first = index * kPartTriangles;
+    const std::size_t end = std::min(first + kPartTriangles, m_shape->triangles.size());
+    part.stretches.clear();
+    part.state = m_state;
+    if (view.BeginGeometry(part.geometry) != S_OK) {
+        return false;
+    }
+    std::vector<const ReliefCover*> covers;
+    for (std::size_t triangle = first; triangle < end; ++triangle) {
+        const ReliefCover* const cover = m_covers.Of(triangle);
+        if (std::find(covers.begin(), covers.end(), cover) == covers.end()) {
+            covers.push_back(cover);
+        }
+    }
+    for (const ReliefCover* const cover : covers) {
+        const int before = part.geometry.GetCount();
+        view.BeginArrays(GL_TRIANGLES, cover ? KTR::GLShaderShadedTexture : KTR::GLShaderShadedColor3Stage);
+        for (std::size_t triangle = first; triangle < end; ++triangle) {
+            if (m_covers.Of(triangle) == cover) {
+                AddTriangle(view, origin, triangle, cover);
+            }
+        }
+        view.EndArrays();
+        part.stretches.push_back({cover, before, part.geometry.GetCount() - before});
+    }
+    return view.EndGeometry() == S_OK;
+}
+
+void Surface::AddTriangle(KTR::COpenGLView& view, const Position& origin, std::size_t triangle,
+                          const ReliefCover* cover) const {
+    const std::uint8_t opacity = ByteOf(m_opacity);
+    for (const GridCorner& corner : m_shape->triangles[triangle]) {
+        const std::size_t cell = corner.row * Grid().columns + corner.column;
+        const Position position = Grid().PositionAt(corner.column, corner.row);
+        const Position& normal = m_normals[cell];
+        const Position place{position.x - origin.x, position.y - origin.y, position.z - origin.z};
+        if (!cover) {
+            const Rgb& color = m_colors[cell];
+            view.AddIndex3DVertexNormalRGBA(place.x, place.y, place.z, normal.x, normal.y, normal.z, color.red,
+                                            color.green, color.blue, opacity);
+            continue;
+        }
+        const Raster& raster = *cover->image;
+        const PixelPosition pixel = raster.pixelToMap.PixelAt(position.x, position.y);
+        // The image's upper row is the texture's first.
+        view.AddIndex3DVertexNormalTexCoordRGBA(place.x, place.y, place.z, normal.x, normal.y, normal.z,
+                                                pixel.column / raster.image.width, pixel.row / raster.image.height, 255,
+                                                255, 255, opacity);
+    }
+}
+
+/// Nothing shows them any more.
+void Surface::DropPastCovers(KTR::COpenGLView& view) {
+    for (const std::shared_ptr<const ReliefCover>& cover : m_pastCovers) {
+        view.DeleteTextureFromCache(cover->name.c_str());
+    }
+    m_pastCovers.clear();
+}
+
+void Surface::Draw(KTR::COpenGLView& view) {
+    const BlendScope blend(view, m_opacity < 1.0);
+    view.DrawSetupTextureTransparency(ByteOf(m_opacity));
+    for (const auto* covers : {&std::as_const(m_pastCovers), &m_covers.GetCovers()}) {
+        for (const std::shared_ptr<const ReliefCover>& cover : *covers) {
+            DrawCovered(view, *cover);
+        }
+    }
+    view.DrawSetupTextureTransparency(255);
+    DrawBare(view);
+}
+
+void Surface::DrawCovered(KTR::COpenGLView& view, const ReliefCover& cover) const {
+    if (!Shows(&cover) || !LoadTexture(view, cover)) {
+        return;
+    }
+    view.DrawSetupSetShaderTexture(view.GetActiveTexture(), view.GetActiveSampler());
+    const LitTextures textures(view);
+    DrawStretches(view, &cover);
+}
+
+void Surface::DrawBare(KTR::COpenGLView& view) const {
+    if (!Shows(nullptr)) {
+        return;
+    }
+    view.SetUpLighting(true);
+    view.EnableClientStateInternalBuffers(true, true, true, false, KTR::GLShaderShadedColor3Stage);
+    DrawStretches(view, nullptr);
+    view.DisableClientState();
+    view.SetUpLighting(false);
+}
+
+bool Surface::Shows(const ReliefCover* cover) const {
+    return std::any_of(m_parts.begin(), m_parts.end(), [cover](const Part& part) {
+        return std::any_of(part.stretches.begin(), part.stretches.end(),
+                           [cover](const Stretch& stretch) { return stretch.cover == cover; });
     });
+}
+
+void Surface::DrawStretches(KTR::COpenGLView& view, const ReliefCover* cover) const {
+    for (const Part& part : m_parts) {
+        for (const Stretch& stretch : part.stretches) {
+            if (stretch.cover == cover) {
+                view.DrawGeometry(part.geometry, stretch.first, stretch.count);
+            }
+        }
+    }
 }
 
 } // namespace OrrinViewer

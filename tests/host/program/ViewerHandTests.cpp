@@ -2,6 +2,7 @@
 
 #include "ViewerHand.h"
 
+#include "files/ImageFile.h"
 #include "program/ProjectFile.h"
 
 #include <cmath>
@@ -211,6 +212,37 @@ TEST_P(ViewerInHand, ProjectThatIsNotSavedIsMarkedAndAskedAbout) {
         ASSERT_EQ(saved.layers.size(), 2U);
         EXPECT_TRUE(saved.layers[0] == project.layers[2]) << "reliefs lie below clouds";
         EXPECT_TRUE(saved.layers[1] == project.layers[1]);
+    });
+}
+
+// The image is made ready in the background, when the relief has long been drawn: nothing but its arrival there has the
+// window draw the relief anew, which hides what lies flat.
+TEST_P(ViewerInHand, PhotoDroppedOnAReliefComesToLieOnIt) {
+    std::string grid = "ncols 20\nnrows 16\nxllcorner 499950\nyllcorner 4499950\ncellsize 10\n";
+    for (int row = 0; row < 16; ++row) {
+        for (int column = 0; column < 20; ++column) {
+            grid += std::to_string(300 + 4 * column) + " ";
+        }
+        grid += "\n";
+    }
+    const fs::path terrain = Write("terrain.asc", grid);
+    std::vector<unsigned char> pixels;
+    for (int pixel = 0; pixel < 10 * 6; ++pixel) {
+        pixels.insert(pixels.end(), {0, 0, 250});
+    }
+    Write("photo.pgw", "10\n0\n0\n-10\n500005\n4500055\n");
+    const fs::path photo = Write("photo.png", EncodePng(10, 6, pixels));
+    const auto isBlue = [](const Frame& frame, int x, int y) {
+        const Color color = frame.At(x, y);
+        return color[2] > 90 && color[0] < 20 && color[1] < 20;
+    };
+    Use(OfSlope(terrain), [&](ViewerHand& hand, HWND window) {
+        EXPECT_FALSE(isBlue(hand.LookWhenStill(window), X(50), Y(30)));
+        hand.Drop(window, {photo});
+        const Frame frame = hand.LookUntil(window, [&](const Frame& now) { return isBlue(now, X(50), Y(30)); });
+        EXPECT_TRUE(isBlue(frame, X(50), Y(30)));
+        EXPECT_TRUE(isBlue(frame, X(20), Y(10)));
+        EXPECT_FALSE(isBlue(frame, X(105), Y(65))) << "beside the photo the relief shows its elevations";
     });
 }
 
