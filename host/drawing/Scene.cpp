@@ -569,7 +569,7 @@ double Scene::PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) cons
     }
     const Extent extent = cloud.cloud->GetExtent();
     const auto count = static_cast<double>(cloud.cloud->CountPoints());
-    const double unitsPerPixel = view.GetUnitsPerPixel();
+    const double unitsPerPixel = view.GetUnitsPerPixel() * m_screenScale;
     if (extent.IsEmpty() || count < 2.0 || !(unitsPerPixel > 0.0)) {
         return kSmallestAdapted;
     }

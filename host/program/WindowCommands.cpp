@@ -7,6 +7,7 @@
 #include "RecentFiles.h"
 #include "SceneProject.h"
 #include "ViewerSession.h"
+#include "WindowManners.h"
 #include "drawing/WideText.h"
 #include "files/FileError.h"
 
@@ -54,12 +55,8 @@ void ViewerWindow::SetUpMenu() {
     DragAcceptFiles(m_window, TRUE);
     // The map keeps the size that was asked for; how high the menu is depends on how it is broken into lines.
     for (int round = 0; round < 2; ++round) {
-        RECT client = {};
-        RECT frame = {};
-        GetClientRect(m_window, &client);
-        GetWindowRect(m_window, &frame);
-        SetWindowPos(m_window, nullptr, 0, 0, frame.right - frame.left + m_options.widthPixels - client.right,
-                     frame.bottom - frame.top + m_options.heightPixels - client.bottom, SWP_NOMOVE | SWP_NOZORDER);
+        const SIZE size = ChooseSize();
+        SetClientSize(m_window, size.cx, size.cy);
     }
 }
 

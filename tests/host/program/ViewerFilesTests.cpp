@@ -83,6 +83,21 @@ TEST_P(ViewerFiles, PictureIsTheSameHoweverItIsDivided) {
     EXPECT_GT(ShareOfDifferingPixels(one, DrawPicture(plain, L"340x220"), 60), 0.01) << "ticks and a scale bar";
 }
 
+// On a screen of twice as many pixels an inch everything is twice as large that is given in pixels: the frame is the
+// picture of that size on a usual screen, texts and all.
+TEST_P(ViewerFiles, FrameOnAFineScreen_IsTheUsualOneEnlarged) {
+    const std::vector<std::wstring> scene = {
+        WriteCloud().wstring(), WriteParcel().wstring(), L"--labels", L"NAME", L"--border", L"2", L"--view"};
+    for (const wchar_t* camera : {L"map", L"3d"}) {
+        std::vector<std::wstring> arguments = scene;
+        arguments.emplace_back(camera);
+        const Frame usual = DrawPicture(arguments, L"480x320");
+        arguments.insert(arguments.end(), {L"--pixels-per-inch", L"192"});
+        const Frame fine = DrawMap(WithPipeline(arguments), 480, 320);
+        EXPECT_LT(ShareOfDifferingPixels(usual, fine, 24), 0.002) << testing::PrintToString(camera);
+    }
+}
+
 // A project shows what its author saw, whatever its files' order of arrival; one file that is gone is told.
 TEST_P(ViewerFiles, ProjectShowsWhatItsOptionsWould) {
     Project project;
