@@ -393,6 +393,28 @@ TEST_P(ViewerInHand, StatusLineFollowsTheMouse) {
     });
 }
 
+// What is fitted stays clear of the line below the map.
+TEST_P(ViewerInHand, EverythingIsShownAboveTheStatusLine) {
+    Use({Write("square.ply", SquareCloud(500'003.0, 4'500'003.0)).wstring()}, [](ViewerHand& hand, HWND window) {
+        const auto count = [](const Frame& now, const Color& color) {
+            return CountLike(now, 0, 0, 600, 400, color, 2);
+        };
+        const auto isWhole = [&](const Frame& now) {
+            return count(now, {0, 0, 250}) == 4 && count(now, {250, 0, 0}) == 4 && count(now, {0, 250, 0}) == 4;
+        };
+        hand.MoveTo(window, 5, 200);
+        EXPECT_TRUE(isWhole(hand.LookUntil(window, isWhole))) << "at first";
+        hand.Press("Left Left Home");
+        EXPECT_TRUE(isWhole(hand.LookUntil(window, isWhole)));
+        // Seen from the south all points are at one height, which is the middle of what there is above the line.
+        hand.Press("3");
+        const auto isInTheMiddle = [&](const Frame& now) {
+            return CountLike(now, 0, 187, 600, 193, {250, 0, 0}, 2) == 4 && count(now, {250, 0, 0}) == 4;
+        };
+        EXPECT_TRUE(isInTheMiddle(hand.LookUntil(window, isInTheMiddle)));
+    });
+}
+
 struct TableLine {
     double station, height, x, y, z;
     int classNumber;
