@@ -494,6 +494,19 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
 
         // A step of the band's width to the south, and what is seen there as a table.
         hand.ClickForKeys(profile, w / 2, 3);
+        // The wheel moves it sideways, in parts of which Backspace takes all back.
+        for (int part = 0; part < 6; ++part) {
+            PostMessageW(profile, WM_MOUSEHWHEEL, MAKEWPARAM(0, WHEEL_DELTA / 3), 0);
+        }
+        const auto countRed = [&](const Frame& now, int x) {
+            return CountLike(now, x - 20, 0, x + 20, h, {250, 0, 0}, 2);
+        };
+        const auto isMoved = [&](const Frame& now) {
+            return countRed(now, w / 2 - 180) > 10 && countRed(now, w / 2) == 0;
+        };
+        EXPECT_TRUE(isMoved(hand.LookUntil(profile, isMoved))) << "120 pixels";
+        hand.Press("BackSpace");
+        EXPECT_TRUE(isRed(hand.LookUntil(profile, isRed)));
         hand.Press("Down");
         hand.LookWhenStill(profile);
         EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"));
