@@ -2,6 +2,7 @@
 
 #include "Screenshot.h"
 #include "ViewerSession.h"
+#include "WheelSteps.h"
 #include "WindowContext.h"
 #include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
@@ -30,7 +31,6 @@ namespace {
 constexpr COLORREF kBackground = RGB(28, 32, 38);
 constexpr int kWidthPixels = 1000;
 constexpr int kHeightPixels = 420;
-constexpr double kZoomPerNotch = 1.25;
 constexpr double kPickPixels = 6.0;
 /// Of the line's length.
 constexpr double kHalfWidthShare = 0.01;
@@ -316,6 +316,7 @@ LRESULT ProfileWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam)
         return 1; // every frame fills the window
     case WM_LBUTTONDOWN:
     case WM_RBUTTONDOWN:
+        EndWheel();
         SetCapture(m_window);
         m_dragged = CursorOf(lParam);
         m_view->BeginViewChange();
@@ -337,6 +338,14 @@ LRESULT ProfileWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam)
     case WM_MOUSEWHEEL:
         HandleWheel(wParam, lParam);
         return 0;
+    case WM_MOUSEHWHEEL:
+        HandleSideWheel(wParam);
+        return 0;
+    case WM_GESTURENOTIFY:
+        TouchGesture::Choose(m_window);
+        return DefWindowProcW(m_window, message, wParam, lParam);
+    case WM_GESTURE:
+        return HandleTouch(lParam) ? 0 : DefWindowProcW(m_window, message, wParam, lParam);
     case WM_DPICHANGED:
         m_view->MakeCurrent(KTR::GLContextMain);
         m_texts.Load(*m_view, PixelsPerInch());
@@ -412,14 +421,53 @@ void ProfileWindow::HandleMouseLeave() {
 void ProfileWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
     POINT cursor = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
     ScreenToClient(m_window, &cursor);
-    const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-    m_view->MakeCurrent(KTR::GLContextMain);
-    m_view->ZoomAbout(std::pow(kZoomPerNotch, notches), cursor.x, cursor.y);
-    m_isNavigated = true;
+    BeginWheel();
+    m_view->ZoomAbout(std::pow(kZoomPerNotch, NotchesOf(wParam)), cursor.x, cursor.y);
     Redraw();
 }
 
+/// Moves the profile against the wheel, as text moves under it.
+void ProfileWindow::HandleSideWheel(WPARAM wParam) {
+    BeginWheel();
+    m_view->Pan(-NotchesOf(wParam) * kSidePixelsPerNotch * Scale(), 0.0);
+    Redraw();
+}
+
+/// What lies between two fingers stays there.
+bool ProfileWindow::HandleTouch(LPARAM gesture) {
+    std::optional<TouchStep> step;
+    if (!m_touch.Take(gesture, step)) {
+        return false;
+    }
+    if (step) {
+        POINT center = step->center;
+        ScreenToClient(m_window, &center);
+        BeginWheel();
+        m_view->Pan(step->rightPixels, step->downPixels);
+        m_view->ZoomAbout(step->factor, center.x, center.y);
+        Redraw();
+    }
+    return true;
+}
+
+void ProfileWindow::BeginWheel() {
+    if (!m_wheeling) {
+        m_view->BeginViewChange();
+        m_wheeling = true;
+    }
+    m_view->MakeCurrent(KTR::GLContextMain);
+    m_isNavigated = true;
+}
+
+void ProfileWindow::EndWheel() {
+    if (m_wheeling) {
+        m_view->EndViewChange();
+        m_wheeling = false;
+    }
+}
+
 void ProfileWindow::HandleKey(WPARAM key) {
+    EndWheel();
     const double width = 2.0 * m_band.halfWidth;
     Band band = m_band;
     switch (key) {

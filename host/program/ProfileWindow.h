@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NativeWindow.h"
+#include "TouchGesture.h"
 #include "ViewerOptions.h"
 #include "data/BandReading.h"
 #include "drawing/Scene.h"
@@ -52,6 +53,11 @@ private:
     void HandleMouseLeave();
     void HandleKey(WPARAM key);
     void HandleWheel(WPARAM wParam, LPARAM lParam);
+    void HandleSideWheel(WPARAM wParam);
+    bool HandleTouch(LPARAM gesture);
+    void BeginWheel();
+    /// Many steps of the wheel are one of the view's history.
+    void EndWheel();
     void HandleSize(int width, int height);
 
     bool Open(HWND beside);
@@ -99,6 +105,8 @@ private:
     bool m_isNavigated = false;                                 ///< the user has chosen what is shown
     std::wstring m_savedAs;                                     ///< told in the title until something else happens
     std::optional<POINT> m_cursor;
+    bool m_wheeling = false;
+    TouchGesture m_touch;
     HWND m_leader = nullptr;        ///< the window in which the mouse leads the cursor
     std::optional<POINT> m_dragged; ///< where the picture was taken hold of
 };

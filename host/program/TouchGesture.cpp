@@ -10,6 +10,18 @@ void TouchGesture::Choose(HWND window) {
     SetGestureConfig(window, 0, static_cast<UINT>(std::size(wanted)), wanted, sizeof(GESTURECONFIG));
 }
 
+bool TouchGesture::Take(LPARAM message, std::optional<TouchStep>& step) {
+    GESTUREINFO info = {};
+    info.cbSize = sizeof(info);
+    const auto handle = reinterpret_cast<HGESTUREINFO>(message);
+    if (!GetGestureInfo(handle, &info) || (info.dwID != GID_ZOOM && info.dwID != GID_PAN)) {
+        return false;
+    }
+    step = Follow(info);
+    CloseGestureInfoHandle(handle);
+    return true;
+}
+
 std::optional<TouchStep> TouchGesture::Follow(const GESTUREINFO& gesture) {
     const POINT center = {gesture.ptsLocation.x, gesture.ptsLocation.y};
     // Of other gestures than a zoom this is something else.

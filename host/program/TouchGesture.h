@@ -20,6 +20,8 @@ public:
     /// Has the system tell a window of two fingers that part, close or move; answers WM_GESTURENOTIFY.
     static void Choose(HWND window);
 
+    /// Takes a WM_GESTURE, and what it did since the one before. False where it is the system's to answer.
+    bool Take(LPARAM message, std::optional<TouchStep>& step);
     /// None at the beginning of a gesture, when nothing has happened yet.
     std::optional<TouchStep> Follow(const GESTUREINFO& gesture);
 

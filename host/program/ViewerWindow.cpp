@@ -118,6 +118,7 @@ bool ViewerWindow::Open(int offsetPixels) {
     m_ready = true;
     m_view->GetWindowDimensions(m_width, m_height);
     m_view->SetUpViewport(0, 0, m_width, m_height);
+    LoadTexts();
     ShowFrom(OrientationOf(m_options.camera));
     m_sceneVersion = m_scene.GetVersion();
     if (m_options.area && IsMap()) {
@@ -125,7 +126,6 @@ bool ViewerWindow::Open(int offsetPixels) {
                                m_options.area->high.y);
         m_isNavigated = true;
     }
-    LoadTexts();
     AddOverlays();
     UpdateTitle();
     SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
@@ -191,11 +191,28 @@ void ViewerWindow::ShowView(const ProjectView& view) {
 
 void ViewerWindow::ShowExtent(const Extent& extent) {
     CancelBand();
-    m_view->MakeCurrent(KTR::GLContextMain);
-    m_scene.ShowExtent(*m_view, m_view->GetCurrentViewOrientation(), extent);
+    FitAboveStatus([&] { m_scene.ShowExtent(*m_view, m_view->GetCurrentViewOrientation(), extent); });
     m_scene.HoldEverything(*m_view);
     m_isNavigated = true;
     Redraw();
+}
+
+/// Has the view show something as large as there is room above the line of status, which covers what lies below it.
+void ViewerWindow::FitAboveStatus(const std::function<void()>& fit) {
+    m_view->MakeCurrent(KTR::GLContextMain);
+    const double status = HasStatus() ? StatusHeight(m_texts.Sizes(*m_view)) * Scale() : 0.0;
+    const int height = m_height - static_cast<int>(std::ceil(status));
+    if (status == 0.0 || height <= 0) {
+        fit();
+        return;
+    }
+    // A view keeps its scale and its middle when the window becomes larger.
+    m_view->BeginViewChange();
+    m_view->SetUpViewport(0, 0, m_width, height);
+    fit();
+    m_view->SetUpViewport(0, 0, m_width, m_height);
+    m_view->Pan(0.0, (height - m_height) * 0.5);
+    m_view->EndViewChange();
 }
 
 void ViewerWindow::Forget() {
@@ -463,7 +480,7 @@ void ViewerWindow::MeetScene() {
             // What was everything until now is no step of the view's history.
             const KTR::GLViewOrientation orientation = m_view->GetCurrentViewOrientation();
             m_view->PreviousView();
-            m_scene.ShowEverything(*m_view, orientation);
+            FitAboveStatus([&] { m_scene.ShowEverything(*m_view, orientation); });
         }
     }
     Redraw();

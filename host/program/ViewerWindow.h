@@ -144,6 +144,7 @@ private:
     /// Moves the picture, or turns the 3-D view, by so many pixels to the right and down.
     void Drag(double rightPixels, double downPixels, bool pans);
     void ShowFrom(KTR::GLViewOrientation orientation);
+    void FitAboveStatus(const std::function<void()>& fit);
     void StepThroughViews(bool forward);
     /// Many steps of the wheel are one of the view's history.
     void EndWheel();

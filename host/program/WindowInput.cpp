@@ -426,7 +426,7 @@ void ViewerWindow::Drag(double rightPixels, double downPixels, bool pans) {
 
 void ViewerWindow::ShowFrom(KTR::GLViewOrientation orientation) {
     CancelBand();
-    m_scene.ShowEverything(*m_view, orientation);
+    FitAboveStatus([&] { m_scene.ShowEverything(*m_view, orientation); });
     m_isNavigated = false;
 }
 

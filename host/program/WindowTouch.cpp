@@ -2,23 +2,13 @@
 
 #include "ViewerWindow.h"
 
+#include "WheelSteps.h"
+
 #include <windowsx.h>
 
 #include <cmath>
 
 namespace OrrinViewer {
-
-namespace {
-
-constexpr double kZoomPerNotch = 1.25;
-constexpr double kSidePixelsPerNotch = 60.0;
-
-/// Touchpads send small parts of a notch, many times a second.
-double NotchesOf(WPARAM wParam) {
-    return static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-}
-
-} // namespace
 
 /// With Ctrl too, as which touchpads tell that two fingers part or close.
 void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
@@ -40,13 +30,11 @@ void ViewerWindow::HandleSideWheel(WPARAM wParam) {
 
 /// What lies between two fingers stays there.
 bool ViewerWindow::HandleTouch(LPARAM gesture) {
-    GESTUREINFO info = {};
-    info.cbSize = sizeof(info);
-    const auto handle = reinterpret_cast<HGESTUREINFO>(gesture);
-    if (!GetGestureInfo(handle, &info) || (info.dwID != GID_ZOOM && info.dwID != GID_PAN)) {
+    std::optional<TouchStep> step;
+    if (!m_touch.Take(gesture, step)) {
         return false;
     }
-    if (const std::optional<TouchStep> step = m_touch.Follow(info)) {
+    if (step) {
         POINT center = step->center;
         ScreenToClient(m_window, &center);
         BeginWheel();
@@ -54,7 +42,6 @@ bool ViewerWindow::HandleTouch(LPARAM gesture) {
         m_view->ZoomAbout(step->factor, center.x, center.y);
         Redraw();
     }
-    CloseGestureInfoHandle(handle);
     return true;
 }
 

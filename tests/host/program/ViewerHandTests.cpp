@@ -425,6 +425,28 @@ TEST_P(ViewerInHand, StatusLineFollowsTheMouse) {
     });
 }
 
+// What is fitted stays clear of the line below the map.
+TEST_P(ViewerInHand, EverythingIsShownAboveTheStatusLine) {
+    Use({Write("square.ply", SquareCloud(500'003.0, 4'500'003.0)).wstring()}, [](ViewerHand& hand, HWND window) {
+        const auto count = [](const Frame& now, const Color& color) {
+            return CountLike(now, 0, 0, 600, 400, color, 2);
+        };
+        const auto isWhole = [&](const Frame& now) {
+            return count(now, {0, 0, 250}) == 4 && count(now, {250, 0, 0}) == 4 && count(now, {0, 250, 0}) == 4;
+        };
+        hand.MoveTo(window, 5, 200);
+        EXPECT_TRUE(isWhole(hand.LookUntil(window, isWhole))) << "at first";
+        hand.Press("Left Left Home");
+        EXPECT_TRUE(isWhole(hand.LookUntil(window, isWhole)));
+        // Seen from the south all points are at one height, which is the middle of what there is above the line.
+        hand.Press("3");
+        const auto isInTheMiddle = [&](const Frame& now) {
+            return CountLike(now, 0, 187, 600, 193, {250, 0, 0}, 2) == 4 && count(now, {250, 0, 0}) == 4;
+        };
+        EXPECT_TRUE(isInTheMiddle(hand.LookUntil(window, isInTheMiddle)));
+    });
+}
+
 struct TableLine {
     double station, height, x, y, z;
     int classNumber;
@@ -504,6 +526,19 @@ TEST_P(ViewerInHand, ProfileIsDrawnLedMovedAndSaved) {
 
         // A step of the band's width to the south, and what is seen there as a table.
         hand.ClickForKeys(profile, w / 2, 3);
+        // The wheel moves it sideways, in parts of which Backspace takes all back.
+        for (int part = 0; part < 6; ++part) {
+            PostMessageW(profile, WM_MOUSEHWHEEL, MAKEWPARAM(0, WHEEL_DELTA / 3), 0);
+        }
+        const auto countRed = [&](const Frame& now, int x) {
+            return CountLike(now, x - 20, 0, x + 20, h, {250, 0, 0}, 2);
+        };
+        const auto isMoved = [&](const Frame& now) {
+            return countRed(now, w / 2 - 180) > 10 && countRed(now, w / 2) == 0;
+        };
+        EXPECT_TRUE(isMoved(hand.LookUntil(profile, isMoved))) << "120 pixels";
+        hand.Press("BackSpace");
+        EXPECT_TRUE(isRed(hand.LookUntil(profile, isRed)));
         hand.Press("Down");
         hand.LookWhenStill(profile);
         EXPECT_TRUE(hand.WaitForTitle(profile, L" - 101 points"));
