@@ -1,8 +1,11 @@
 #include "FeatureGeometry.h"
 
 #include "BlendScope.h"
+#include "data/FeatureOrder.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <span>
 #include <utility>
 
 namespace OrrinViewer {
@@ -41,12 +44,13 @@ std::size_t CountPositions(const VectorFeature& feature) {
     return count;
 }
 
-/// Behind the last feature of the part that begins with this one.
-std::size_t FindEndOfPart(const VectorLayer& layer, std::size_t first, std::size_t partPositions) {
+/// Behind the last feature of the part that begins with this one; `at` gives features in the order of parts.
+template <typename At>
+std::size_t FindEndOfPart(std::size_t features, std::size_t first, std::size_t partPositions, At at) {
     std::size_t positions = 0;
     std::size_t end = first;
-    while (end < layer.features.size() && positions < partPositions) {
-        positions += CountPositions(layer.features[end++]);
+    while (end < features && positions < partPositions) {
+        positions += CountPositions(at(end++));
     }
     return end;
 }
@@ -55,8 +59,7 @@ void AddPosition(KTR::COpenGLView& view, const Position& place, const GLRGBAColo
     view.AddIndex3DVertexRGBA(place.x, place.y, place.z, color.r, color.g, color.b, color.a);
 }
 
-/// Of some features that follow each other.
-DrawnPaths CollectPaths(const VectorLayer& layer, std::size_t first, std::size_t end,
+DrawnPaths CollectPaths(const VectorLayer& layer, std::span<const std::uint32_t> features,
                         const GroundPosition& onTheGround) {
     DrawnPaths paths;
     const auto add = [&](const Path& path, bool isClosed) {
@@ -65,7 +68,7 @@ DrawnPaths CollectPaths(const VectorLayer& layer, std::size_t first, std::size_t
         }
         paths.ends.push_back({paths.positions.size(), isClosed});
     };
-    for (std::size_t index = first; index < end; ++index) {
+    for (const std::uint32_t index : features) {
         const VectorFeature& feature = layer.features[index];
         for (const Path& line : feature.lines) {
             add(line, false);
@@ -97,9 +100,9 @@ void EnableColors(KTR::COpenGLView& view, KTR::GLShaderTypes shader) {
 
 } // namespace
 
-template <typename Part, typename Add>
+template <typename Part, typename At, typename Add>
 bool FeatureGeometry::Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer,
-                              std::size_t partPositions, TimePoint until, Add add) {
+                              std::size_t partPositions, TimePoint until, At at, Add add) {
     if (shown.features == layer.features.size() && !shown.isOutdated) {
         return true;
     }
@@ -107,14 +110,14 @@ bool FeatureGeometry::Prepare(Parts<Part>& shown, Parts<Part>& next, const Vecto
         if (std::chrono::steady_clock::now() >= until) {
             return false;
         }
-        const std::size_t end = FindEndOfPart(layer, next.features, partPositions);
+        const std::size_t end = FindEndOfPart(layer.features.size(), next.features, partPositions, at);
         Part part;
         if (!add(next.features, end, part)) {
             next = {};
             return true;
         }
         for (std::size_t index = next.features; index < end; ++index) {
-            part.extent.Include(layer.features[index].extent);
+            part.extent.Include(at(index).extent);
         }
         next.parts.push_back(std::move(part));
         next.features = end;
@@ -130,9 +133,15 @@ bool FeatureGeometry::PrepareOutlines(KTR::COpenGLView& view, const VectorLayer&
         m_outlines.isOutdated = true;
         m_nextOutlines = {};
     }
-    return Prepare(m_outlines, m_nextOutlines, layer, kOutlinePositions, until,
+    // Of one colour and over all else they look the same in any order.
+    if (m_outlineOrder.size() != layer.features.size()) {
+        m_outlineOrder = OrderByPlace(layer);
+    }
+    const auto at = [&](std::size_t index) -> const VectorFeature& { return layer.features[m_outlineOrder[index]]; };
+    return Prepare(m_outlines, m_nextOutlines, layer, kOutlinePositions, until, at,
                    [&](std::size_t first, std::size_t end, OutlinePart& part) {
-                       return AddOutlines(view, layer, first, end, color, onTheGround, part);
+                       const auto features = std::span(m_outlineOrder).subspan(first, end - first);
+                       return AddOutlines(view, layer, features, color, onTheGround, part);
                    });
 }
 
@@ -143,7 +152,8 @@ bool FeatureGeometry::PrepareAreas(KTR::COpenGLView& view, const VectorLayer& la
         m_areas.isOutdated = true;
         m_nextAreas = {};
     }
-    return Prepare(m_areas, m_nextAreas, layer, kAreaPositions, until,
+    const auto at = [&](std::size_t index) -> const VectorFeature& { return layer.features[index]; };
+    return Prepare(m_areas, m_nextAreas, layer, kAreaPositions, until, at,
                    [&](std::size_t first, std::size_t end, AreaPart& part) {
                        return AddAreas(view, layer, first, end, look, onTheGround, part);
                    });
@@ -228,9 +238,10 @@ bool FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer,
     return view.EndGeometry() == S_OK;
 }
 
-bool FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
-                                  const GLRGBAColor& color, const GroundPosition& onTheGround, OutlinePart& part) {
-    const ThinnedPaths whole{CollectPaths(layer, first, end, onTheGround)};
+bool FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer,
+                                  std::span<const std::uint32_t> features, const GLRGBAColor& color,
+                                  const GroundPosition& onTheGround, OutlinePart& part) {
+    const ThinnedPaths whole{CollectPaths(layer, features, onTheGround)};
     for (const ThinnedPaths& coarser : MakeCoarser(whole.paths, layer.extent, color)) {
         if (!AddVersion(view, coarser, color, part)) {
             return false;

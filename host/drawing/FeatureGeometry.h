@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace OrrinViewer {
@@ -43,7 +44,7 @@ public:
     void Release();
 
 private:
-    /// Of some features that follow each other.
+    /// Of some features that lie close to each other.
     struct OutlinePart {
         struct Version {
             KTR::GLGeometry lines;
@@ -57,6 +58,7 @@ private:
 
         const Version& FindVersion(const ViewScale& viewScale) const;
     };
+    /// Of some features that follow each other.
     struct AreaPart {
         KTR::GLGeometry areas;
         std::size_t firstFeature = 0;
@@ -69,18 +71,19 @@ private:
         bool isOutdated = false;
     };
 
-    static bool AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
+    static bool AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::span<const std::uint32_t> features,
                             const GLRGBAColor& color, const GroundPosition& onTheGround, OutlinePart& part);
     static bool AddVersion(KTR::COpenGLView& view, const ThinnedPaths& paths, const GLRGBAColor& color,
                            OutlinePart& part);
     static bool AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
                          const AreaLook& look, const GroundPosition& onTheGround, AreaPart& part);
-    template <typename Part, typename Add> static bool Prepare(Parts<Part>& shown, Parts<Part>& next,
-                                                               const VectorLayer& layer, std::size_t partPositions,
-                                                               TimePoint until, Add add);
+    template <typename Part, typename At, typename Add>
+    static bool Prepare(Parts<Part>& shown, Parts<Part>& next, const VectorLayer& layer, std::size_t partPositions,
+                        TimePoint until, At at, Add add);
 
     Parts<OutlinePart> m_outlines;
-    Parts<OutlinePart> m_nextOutlines; ///< that will take their place
+    Parts<OutlinePart> m_nextOutlines;         ///< that will take their place
+    std::vector<std::uint32_t> m_outlineOrder; ///< of features in these
     Parts<AreaPart> m_areas;
     Parts<AreaPart> m_nextAreas;
     GLRGBAColor m_color; ///< of the next outlines, or of those that are there

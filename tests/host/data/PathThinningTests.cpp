@@ -1,9 +1,11 @@
+#include "data/FeatureOrder.h"
 #include "data/PathThinning.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 #include <vector>
@@ -178,6 +180,40 @@ TEST(PathThinning, VersionsAreFinerAndFinerAndTakeLittleTogether) {
     sparse.ends.push_back({sparse.positions.size(), false});
     EXPECT_TRUE(ThinRepeatedly(sparse, 5.0, 0.4).empty()) << "nothing to leave out";
     EXPECT_TRUE(ThinRepeatedly(coast, 0.0, 0.4).empty()) << "of a layer that is one place";
+}
+
+// A file in the order of its numbers had parts that reached over the whole map, and each frame drew them all.
+TEST(FeatureOrder, ThoseThatFollowEachOtherLieTogether) {
+    std::mt19937 random(9);
+    VectorLayer layer;
+    for (int index = 0; index < 20'000; ++index) {
+        const Position place = {Between(random, 0, 1000), Between(random, 0, 1000), 0.0};
+        layer.features.emplace_back().extent.Include(place);
+        layer.extent.Include(place);
+    }
+    layer.features[70].extent = {};
+    const std::vector<std::uint32_t> order = OrderByPlace(layer);
+    ASSERT_EQ(order.size(), layer.features.size());
+    std::vector<std::uint32_t> sorted = order;
+    std::sort(sorted.begin(), sorted.end());
+    for (std::uint32_t index = 0; index < sorted.size(); ++index) {
+        ASSERT_EQ(sorted[index], index) << "each one once";
+    }
+    double sizes = 0.0;
+    for (std::size_t first = 0; first < order.size(); first += 200) {
+        Extent part;
+        for (std::size_t index = first; index < first + 200; ++index) {
+            part.Include(layer.features[order[index]].extent);
+        }
+        sizes += part.Diagonal() / 100.0;
+    }
+    EXPECT_LT(sizes, 300.0) << "a hundredth of the map is 141 from corner to corner";
+
+    VectorLayer onePlace;
+    onePlace.features.resize(3);
+    onePlace.extent.Include(Position{5, 5, 0});
+    onePlace.features[1].extent.Include(Position{5, 5, 0});
+    EXPECT_EQ(OrderByPlace(onePlace), (std::vector<std::uint32_t>{0, 1, 2}));
 }
 
 } // namespace
