@@ -22,15 +22,35 @@ FileKind KindOf(const std::filesystem::path& file) {
     }
 }
 
+bool IsSame(const ProjectLayer& one, const ProjectLayer& other) {
+    return one.file == other.file && one.part == other.part && one.cellSize == other.cellSize;
+}
+
+/// Those of an opened project that are not in the scene: their files could not be read.
+Project FindMissing(const Project& opened, const Project& now) {
+    Project missing;
+    std::vector<ProjectLayer> there = now.layers;
+    for (const ProjectLayer& layer : opened.layers) {
+        const auto own = std::find_if(there.begin(), there.end(),
+                                      [&layer](const ProjectLayer& other) { return IsSame(other, layer); });
+        if (own == there.end()) {
+            missing.layers.push_back(layer);
+        } else {
+            there.erase(own);
+        }
+    }
+    missing.hillshade = now.hillshade ? std::nullopt : opened.hillshade;
+    return missing;
+}
+
 /// An opened project as it would be saved before anything is changed: its layers are those that could be read, in the
 /// scene's order.
 Project AsItCame(const Project& opened, Project now) {
     std::vector<ProjectLayer> left = opened.layers;
     std::vector<ProjectLayer> layers;
     for (ProjectLayer& layer : now.layers) {
-        const auto own = std::find_if(left.begin(), left.end(), [&](const ProjectLayer& other) {
-            return other.file == layer.file && other.part == layer.part && other.cellSize == layer.cellSize;
-        });
+        const auto own = std::find_if(left.begin(), left.end(),
+                                      [&layer](const ProjectLayer& other) { return IsSame(layer, other); });
         if (own != left.end()) {
             layer.style = own->style;
             layers.push_back(std::move(layer));
@@ -109,13 +129,16 @@ void Document::Clear() {
     m_view.reset();
     m_opened.reset();
     m_saved.reset();
+    m_missing = {};
 }
 
 bool Document::Update() {
     if (!m_opened || m_loading.IsLoading()) {
         return false;
     }
-    m_saved = AsItCame(*std::exchange(m_opened, std::nullopt), DescribeScene(m_scene));
+    const Project now = DescribeScene(m_scene);
+    m_missing = FindMissing(*m_opened, now);
+    m_saved = AsItCame(*std::exchange(m_opened, std::nullopt), now);
     return true;
 }
 
@@ -132,13 +155,19 @@ std::optional<ProjectView> Document::TakeView() {
 }
 
 void Document::Save(const std::filesystem::path& path, const std::optional<ProjectView>& view) {
-    Project project = DescribeScene(m_scene);
+    const Project shown = DescribeScene(m_scene);
+    if (m_opened) {
+        m_missing = FindMissing(*m_opened, shown); // what is still to be read, too
+    }
+    Project project = shown;
     project.view = view;
+    project.layers.insert(project.layers.end(), m_missing.layers.begin(), m_missing.layers.end());
+    project.hillshade = shown.hillshade ? shown.hillshade : m_missing.hillshade;
     WriteProjectFile(project, path);
     m_project = path;
     m_files = {path};
     m_opened.reset();
-    m_saved = std::move(project);
+    m_saved = shown;
 }
 
 std::string Document::GetName() const {

@@ -31,7 +31,8 @@ public:
     /// shows: looking around changes nothing. False without a project, and while its files are read.
     bool IsChanged() const;
 
-    /// Writes a project, whose name is the document's from then on. Throws FileError.
+    /// Writes a project, whose name is the document's from then on. Layers of the one that was opened whose files could
+    /// not be read are in it, behind the others: they may come back. Throws FileError.
     void Save(const std::filesystem::path& path, const std::optional<ProjectView>& view);
     /// Empty while there is none.
     const std::filesystem::path& GetProject() const { return m_project; }
@@ -50,6 +51,7 @@ private:
     std::optional<ProjectView> m_view; ///< not taken yet
     std::optional<Project> m_opened;   ///< while its files are read
     std::optional<Project> m_saved;    ///< the project as it was saved or opened, without its view
+    Project m_missing;                 ///< layers and hillshade that its files did not give
 };
 
 /// The files of known kinds that lie in a folder, by name; files that only serve others, and projects, are left out.

@@ -209,9 +209,10 @@ TEST_P(ViewerInHand, ProjectThatIsNotSavedIsMarkedAndAskedAbout) {
         const Project saved = ReadProjectFile(file);
         EXPECT_EQ(saved.settings.sunAzimuthDegrees, 330.0);
         EXPECT_TRUE(saved.hillshade == project.hillshade);
-        ASSERT_EQ(saved.layers.size(), 2U);
+        ASSERT_EQ(saved.layers.size(), 3U);
         EXPECT_TRUE(saved.layers[0] == project.layers[2]) << "reliefs lie below clouds";
         EXPECT_TRUE(saved.layers[1] == project.layers[1]);
+        EXPECT_TRUE(saved.layers[2] == project.layers[0]) << "a file that is gone may come back";
     });
 }
 
