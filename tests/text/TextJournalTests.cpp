@@ -767,6 +767,18 @@ TEST_F(Text, LabelsWithHalosShareDrawsToo) {
     EXPECT_EQ(driver.Journal().size(), 1U) << "nothing is uploaded again";
 }
 
+// Marks on one letter lie over each other; a text may have half a million of them, each with its halo.
+TEST_F(Text, MarksOnALetterAreThirtyAtMost) {
+    View().SetTextHalo({255, 0, 0, 255}, 1.5);
+    View().SetTextShaping(true);
+    driver.JournalOnly({"glDrawArrays"});
+    Setup();
+    driver.StartJournal();
+    DrawString((L"x" + std::wstring(500, L'\x0301') + L"y").c_str(), 0.0, 0.0);
+    Teardown();
+    EXPECT_EQ(Draws(), (Draw{{GL_TRIANGLES, (30 + 2) * 2 * 6}})) << "and both letters";
+}
+
 // A host that draws glyphs by itself reads the font's texture, whatever the library's own strings read before.
 TEST_F(Text, HostsOwnGlyphsReadTheAtlasAfterAStringWithAHalo) {
     Setup();
