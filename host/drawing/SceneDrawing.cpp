@@ -205,8 +205,9 @@ bool Scene::DrawRasters(KTR::COpenGLView& view) {
             continue;
         }
         view.DrawSetupTextureTransparency(ByteOf(image.style.opacity));
-        const bool isRead = m_shade ? image.raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
-                                    : image.raster.Draw(view, m_origin, lowestZ);
+        const bool isRead = m_shade
+                                ? image.raster.DrawShaded(view, m_shade->raster, m_shade->strength, m_origin, lowestZ)
+                                : image.raster.Draw(view, m_origin, lowestZ);
         isComplete = isComplete && isRead;
     }
     view.DrawSetupTextureTransparency(255);

@@ -17,15 +17,21 @@ constexpr std::size_t kColorAt = 30;
 
 /// Which statistics a point belongs to, by how many returns its pulse has and which of them it is.
 constexpr std::uint8_t kPlaceAmongReturns[16][16] = {
-    {0, 1, 2, 3, 4, 5, 3, 4, 4, 5, 5, 5, 5, 5, 5, 5}, {1, 0, 1, 3, 4, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4},
-    {2, 1, 2, 4, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3}, {3, 3, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4},
-    {4, 4, 3, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4}, {5, 3, 3, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4},
-    {3, 4, 3, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4}, {4, 4, 3, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4},
-    {4, 4, 3, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4}, {5, 4, 3, 4, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4},
-    {5, 4, 3, 4, 4, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4}, {5, 4, 3, 4, 4, 4, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4},
-    {5, 4, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 4, 4, 4}, {5, 4, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 4, 4},
-    {5, 4, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 4}, {5, 4, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5},
+    {0, 1, 2, 3, 4, 5, 3, 4, 4, 5, 5, 5, 5, 5, 5, 5}, {1, 0, 1, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3},
+    {2, 1, 2, 4, 4, 4, 4, 4, 4, 4, 4, 3, 3, 3, 3, 3}, {3, 3, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4},
+    {4, 3, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4}, {5, 3, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4},
+    {3, 3, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4, 4}, {4, 3, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4, 4},
+    {4, 3, 4, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4, 4}, {5, 3, 4, 4, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4, 4},
+    {5, 3, 4, 4, 4, 4, 4, 4, 4, 4, 5, 4, 4, 4, 4, 4}, {5, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 4, 4, 4},
+    {5, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 4, 4}, {5, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 4},
+    {5, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5}, {5, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5},
 };
+
+/// Whether the writer follows the scanner's channels in all attributes.
+bool IsMended(const LazRecordLayout& layout) {
+    constexpr int kMendedVersion = 4;
+    return layout.layeredVersion >= kMendedVersion;
+}
 
 std::size_t ContextOfBits(unsigned bits, unsigned limit) {
     return std::min(bits & ~1U, limit);
@@ -155,7 +161,8 @@ void LazLayeredChunk::TakePoint(std::span<std::uint8_t> record) {
                                 (last.isTimeChanged ? 4U : 0U);
     const std::uint32_t changed = m_coordinates.TakeSymbol(m_channels[m_current]->changed[returns]);
     constexpr std::uint32_t kChannelChanged = 64;
-    if ((changed & kChannelChanged) != 0) {
+    const bool isChannelChanged = (changed & kChannelChanged) != 0;
+    if (isChannelChanged) {
         const std::uint32_t steps = m_coordinates.TakeSymbol(m_channels[m_current]->nextChannel) + 1;
         const std::size_t next = (m_current + steps) % m_channels.size();
         if (!m_channels[next]) {
@@ -168,7 +175,8 @@ void LazLayeredChunk::TakePoint(std::span<std::uint8_t> record) {
     TakeReturns(channel, changed);
     TakeCoordinates(channel);
     TakeAttributes(channel);
-    TakeColor();
+    // NOTE: Writers of version 3 tell colours the channel only where it changes; at all other points it is 0 for them.
+    TakeColor(IsMended(m_layout) || isChannelChanged ? m_current : 0);
     StorePoint(record);
 }
 
@@ -239,23 +247,22 @@ void LazLayeredChunk::TakeAttributes(Channel& channel) {
     }
 }
 
-void LazLayeredChunk::TakeColor() {
+void LazLayeredChunk::TakeColor(std::size_t channel) {
     if (!m_colors) {
         return;
     }
     std::size_t source = m_currentColor; // whose last colour is changed
-    if (m_currentColor != m_current) {
-        const bool isNew = !m_colorChannels[m_current];
+    if (m_currentColor != channel) {
+        const bool isNew = !m_colorChannels[channel];
         if (isNew) {
-            m_colorChannels[m_current] = std::make_unique<ColorChannel>();
-            m_colorChannels[m_current]->last = m_colorChannels[m_currentColor]->last;
+            m_colorChannels[channel] = std::make_unique<ColorChannel>();
+            m_colorChannels[channel]->last = m_colorChannels[m_currentColor]->last;
         }
         // NOTE: Writers of version 3 go on with the colour of the channel before on a change to one that was there.
-        constexpr int kMendedVersion = 4;
-        source = isNew || m_layout.layeredVersion >= kMendedVersion ? m_current : m_currentColor;
-        m_currentColor = m_current;
+        source = isNew || IsMended(m_layout) ? channel : m_currentColor;
+        m_currentColor = channel;
     }
-    m_color = m_colorChannels[m_current]->model.Take(*m_colors, m_colorChannels[source]->last);
+    m_color = m_colorChannels[channel]->model.Take(*m_colors, m_colorChannels[source]->last);
     m_colorChannels[source]->last = m_color;
 }
 

@@ -36,7 +36,7 @@ private:
     void TakeReturns(Channel& channel, std::uint32_t changed);
     void TakeCoordinates(Channel& channel);
     void TakeAttributes(Channel& channel);
-    void TakeColor();
+    void TakeColor(std::size_t channel);
     void StorePoint(std::span<std::uint8_t> record) const;
 
     LazRecordLayout m_layout;

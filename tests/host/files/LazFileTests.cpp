@@ -9,7 +9,8 @@
 namespace OrrinViewer {
 namespace {
 
-/// Points as a scanner finds them: mostly near each other, now and then far, of one return or two.
+/// Points as a scanner finds them: mostly near each other, now and then far, of one return or two, in layered files of
+/// up to seven.
 std::vector<LazPoint> MakePoints(std::size_t count, int pointFormat) {
     std::mt19937 random(42);
     std::vector<LazPoint> points;
@@ -23,6 +24,10 @@ std::vector<LazPoint> MakePoints(std::size_t count, int pointFormat) {
         point.isTimeChanged = index % 3 != 2 || point.returnCount == 1;
         point.returnCount = index % 4 < 2 ? 1 : 2;
         point.returnNumber = index % 4 == 3 ? 2 : 1;
+        if (isLayered && index / 12 % 3 == 2) {
+            point.returnCount = static_cast<std::uint32_t>(3 + index / 36 % 5);
+            point.returnNumber = static_cast<std::uint32_t>(1 + (index / 3 + index) % point.returnCount);
+        }
         point.intensity = static_cast<std::uint16_t>(index % 5 == 0 ? random() : point.intensity);
         point.classNumber = index % 11 == 0 ? static_cast<std::uint32_t>(random() % 20) : point.classNumber;
         point.flags = static_cast<std::uint32_t>(isLayered ? index / 50 % 2 * 16 : index / 50 % 4);

@@ -230,9 +230,16 @@ std::size_t LevelOf(const LazPoint& point) {
         7);
 }
 
-/// The tables are the format's own. Tests of damage and of the way through a file need no other places.
+/// The table is the format's own. Tests of damage and of the way through a file need no other places.
 constexpr std::uint8_t kFewPlaces[3][3] = {{15, 14, 13}, {14, 0, 1}, {13, 1, 2}};
-constexpr std::uint8_t kFewLayeredPlaces[3][3] = {{0, 1, 2}, {1, 0, 1}, {2, 1, 2}};
+
+/// The same in layered files, for pulses of up to ten returns: beyond two only the ends are apart.
+std::size_t LayeredPlaceOf(const LazPoint& point) {
+    if (point.returnCount <= 2) {
+        return point.returnCount == 1 ? 0 : point.returnNumber;
+    }
+    return point.returnNumber == 1 ? 3 : point.returnNumber == point.returnCount ? 5 : 4;
+}
 
 std::string RecordOf(const LazPoint& point, const LazShape& shape) {
     FileBytes record;
@@ -317,6 +324,7 @@ struct ChannelWriter {
     std::vector<SymbolModel> classes = std::vector<SymbolModel>(64, SymbolModel(256));
     std::vector<SymbolModel> flags = std::vector<SymbolModel>(64, SymbolModel(64));
     SymbolModel next{3};
+    SymbolModel numberAtOneTime{13};
     Integers intensity{16, 4};
     std::array<RunningMedian, 12> xSteps, ySteps;
     std::array<std::int32_t, 8> heights{};
@@ -334,39 +342,39 @@ std::string BuildLayeredChunk(const std::vector<LazPoint>& points, const LazShap
     channels[current] = std::make_unique<ChannelWriter>(points.front());
     colorWriters[current] = std::make_unique<ColorWriter>();
     lastColors[current] = points.front();
-    std::size_t colorSource = current;
+    std::size_t colorCurrent = current;
     for (std::size_t index = 1; index < points.size(); ++index) {
         const LazPoint& point = points[index];
         const LazPoint& before = channels[current]->last;
         const std::size_t target = point.channel;
         const LazPoint& compared = channels[target] ? channels[target]->last : before;
-        const std::uint32_t numberChange = point.returnNumber == compared.returnNumber       ? 0
-                                           : point.returnNumber == compared.returnNumber + 1 ? 1
-                                           : point.isTimeChanged                             ? 3
-                                                                                             : 2;
-        const std::uint32_t changed = (target != current ? 64U : 0) | (point.isTimeChanged ? 16U : 0) |
+        const std::uint32_t step = (point.returnNumber - compared.returnNumber) % 16;
+        const std::uint32_t numberChange = step < 2 ? step : step == 15 ? 2 : 3;
+        const bool isChannelChanged = target != current;
+        const std::uint32_t changed = (isChannelChanged ? 64U : 0) | (point.isTimeChanged ? 16U : 0) |
                                       (point.returnCount != compared.returnCount ? 4U : 0) | numberChange;
         const std::size_t context = (before.returnNumber == 1 ? 1U : 0U) +
                                     (before.returnNumber >= before.returnCount ? 2U : 0U) +
                                     (before.isTimeChanged ? 4U : 0U);
         streams[0].PutSymbol(channels[current]->changed[context], changed);
-        if (target != current) {
+        if (isChannelChanged) {
             streams[0].PutSymbol(channels[current]->next, static_cast<std::uint32_t>((target + 3 - current) % 4));
             if (!channels[target]) {
                 channels[target] = std::make_unique<ChannelWriter>(before);
             }
         }
-        const std::size_t from = current;
         current = target;
         ChannelWriter& channel = *channels[current];
         if ((changed & 4) != 0) {
             streams[0].PutSymbol(channel.counts[channel.last.returnCount], point.returnCount);
         }
-        if (numberChange == 3) {
+        if (numberChange == 3 && !point.isTimeChanged) {
+            streams[0].PutSymbol(channel.numberAtOneTime, step - 2);
+        } else if (numberChange == 3) {
             streams[0].PutSymbol(channel.numbers[channel.last.returnNumber], point.returnNumber);
         }
         const std::size_t time = point.isTimeChanged ? 1 : 0;
-        const std::size_t place = 2U * kFewLayeredPlaces[point.returnCount][point.returnNumber] + time;
+        const std::size_t place = 2U * LayeredPlaceOf(point) + time;
         channel.coordinates.PutPlane(streams[0], channel.xSteps[place], channel.ySteps[place], channel.last, point);
         channel.coordinates.PutHeight(streams[1], channel.heights[LevelOf(point)], point);
         const std::size_t ends =
@@ -379,14 +387,17 @@ std::string BuildLayeredChunk(const std::vector<LazPoint>& points, const LazShap
         intensity = point.intensity;
         channel.last = point;
         if (shape.pointFormat > 6) {
-            const bool isNew = !colorWriters[current];
+            const bool isMended = shape.itemVersion >= 4;
+            const std::size_t colorChannel = isMended || isChannelChanged ? target : 0;
+            const bool isNew = !colorWriters[colorChannel];
             if (isNew) {
-                colorWriters[current] = std::make_unique<ColorWriter>();
-                lastColors[current] = lastColors[from];
+                colorWriters[colorChannel] = std::make_unique<ColorWriter>();
+                lastColors[colorChannel] = lastColors[colorCurrent];
             }
-            colorSource = isNew || shape.itemVersion >= 4 || from == current ? current : from;
-            colorWriters[current]->Put(colorStream, lastColors[colorSource], point);
-            lastColors[colorSource] = point;
+            LazPoint& lastColor = lastColors[isNew || isMended ? colorChannel : colorCurrent];
+            colorCurrent = colorChannel;
+            colorWriters[colorChannel]->Put(colorStream, lastColor, point);
+            lastColor = point;
         }
     }
     FileBytes chunk;
