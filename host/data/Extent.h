@@ -65,6 +65,11 @@ struct Extent {
         high.z = other.high.z > high.z ? other.high.z : high.z;
     }
 
+    /// Whether they share a place, seen from above.
+    bool Overlaps(const Extent& other) const {
+        return low.x <= other.high.x && other.low.x <= high.x && low.y <= other.high.y && other.low.y <= high.y;
+    }
+
     /// The same box without heights.
     Extent Flat() const {
         const Extent none;

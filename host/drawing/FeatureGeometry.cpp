@@ -26,11 +26,6 @@ constexpr double kCoarsestPixels = 1024.0;
 /// Of the positions of a part, that its coarser versions may have together.
 constexpr double kCoarserShare = 0.4;
 
-bool Overlap(const Extent& one, const Extent& other) {
-    return one.low.x <= other.high.x && other.low.x <= one.high.x && one.low.y <= other.high.y &&
-           other.low.y <= one.high.y;
-}
-
 std::size_t CountPositions(const VectorFeature& feature) {
     std::size_t count = feature.points.size();
     for (const Path& line : feature.lines) {
@@ -169,14 +164,14 @@ void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer
     const BlendScope blend(view);
     EnableColors(view, KTR::GLShaderColorPassThrough);
     for (const AreaPart& part : m_areas.parts.empty() ? m_nextAreas.parts : m_areas.parts) {
-        if (!Overlap(part.extent, area)) {
+        if (!part.extent.Overlaps(area)) {
             continue;
         }
         // Those that follow each other are one draw.
         int first = 0;
         for (std::size_t index = 0; index <= part.ends.size(); ++index) {
             const int begin = index > 0 ? part.ends[index - 1] : 0;
-            if (index == part.ends.size() || !Overlap(layer.features[part.firstFeature + index].extent, area)) {
+            if (index == part.ends.size() || !layer.features[part.firstFeature + index].extent.Overlaps(area)) {
                 view.DrawGeometry(part.areas, first, begin - first);
                 first = index < part.ends.size() ? part.ends[index] : begin;
             }
@@ -189,7 +184,7 @@ void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const std::optional<E
                                    const ViewScale& viewScale, double symbolSizePixels, double scale) const {
     std::vector<const OutlinePart::Version*> versions;
     for (const OutlinePart& part : m_outlines.parts.empty() ? m_nextOutlines.parts : m_outlines.parts) {
-        if (!area || Overlap(part.extent, *area)) {
+        if (!area || part.extent.Overlaps(*area)) {
             versions.push_back(&part.FindVersion(viewScale));
         }
     }

@@ -187,8 +187,8 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
             features.geometry.DrawOutlines(view, seen, viewScale, style.features.symbolSizePixels, Scale());
         } else {
             // The library subtracts the offsets of shapes itself.
-            DrawStyledFeatures(view, features.layer, style.features, features.Color(), ByteOf(style.opacity), Scale(),
-                               GroundOf(features.layer, {}));
+            DrawStyledFeatures(view, features.layer, seen, style.features, features.Color(), ByteOf(style.opacity),
+                               Scale(), GroundOf(features.layer, {}));
         }
     }
 }

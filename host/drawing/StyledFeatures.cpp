@@ -40,13 +40,23 @@ void DrawPath(KTR::COpenGLView& view, const std::vector<PointXYZ>& places, const
     view.DrawLineString(places.data(), static_cast<int>(places.size()), line);
 }
 
-void DrawRoads(KTR::COpenGLView& view, const VectorLayer& layer, const KTR::GLLineStyle& line,
+void DrawRoads(KTR::COpenGLView& view, const std::vector<const VectorFeature*>& features, const KTR::GLLineStyle& line,
                const GroundPosition& onTheGround) {
-    for (const VectorFeature& feature : layer.features) {
-        for (const Path& path : feature.lines) {
+    for (const VectorFeature* const feature : features) {
+        for (const Path& path : feature->lines) {
             DrawPath(view, PlacesOf(path, false, onTheGround), line);
         }
     }
+}
+
+std::vector<const VectorFeature*> FindFeatures(const VectorLayer& layer, const std::optional<Extent>& area) {
+    std::vector<const VectorFeature*> features;
+    for (const VectorFeature& feature : layer.features) {
+        if (!area || feature.extent.Overlaps(*area)) {
+            features.push_back(&feature);
+        }
+    }
+    return features;
 }
 
 /// Of a name that the options allow.
@@ -58,17 +68,18 @@ KTR::GLSymbolKind SymbolOf(const std::string& name) {
 
 } // namespace
 
-void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const FeatureStyle& style,
-                        const std::optional<Rgb>& color, std::uint8_t opacity, double scale,
+void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const std::optional<Extent>& area,
+                        const FeatureStyle& style, const std::optional<Rgb>& color, std::uint8_t opacity, double scale,
                         const GroundPosition& onTheGround) {
     const auto inColor = [&](const GLRGBAColor& ofKind) {
         return color ? GLRGBAColor{color->red, color->green, color->blue, opacity}
                      : GLRGBAColor{ofKind.r, ofKind.g, ofKind.b, opacity};
     };
+    const std::vector<const VectorFeature*> features = FindFeatures(layer, area);
     view.BeginShapes();
     const KTR::GLLineStyle border = LineOf(style.borderWidthPixels, inColor(kBorder), scale);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Polygon& polygon : feature.polygons) {
+    for (const VectorFeature* const feature : features) {
+        for (const Polygon& polygon : feature->polygons) {
             for (const Path& ring : polygon.rings) {
                 DrawPath(view, PlacesOf(ring, true, onTheGround), border);
             }
@@ -78,14 +89,14 @@ void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const 
         const GLRGBAColor dark = {kCasing.r, kCasing.g, kCasing.b, opacity};
         KTR::GLLineStyle casing = LineOf(style.casingWidthPixels, dark, scale);
         casing.cap = KTR::GLLineCapRound;
-        DrawRoads(view, layer, casing, onTheGround);
+        DrawRoads(view, features, casing, onTheGround);
     }
     KTR::GLLineStyle road = LineOf(style.lineWidthPixels, inColor(kRoad), scale);
     for (const double dash : style.dashesPixels) {
         road.dashes.push_back(dash * scale);
     }
     road.cap = road.dashes.empty() ? KTR::GLLineCapRound : KTR::GLLineCapButt;
-    DrawRoads(view, layer, road, onTheGround);
+    DrawRoads(view, features, road, onTheGround);
 
     KTR::GLSymbolStyle symbol;
     symbol.size = (style.symbolSizePixels > 0.0 ? style.symbolSizePixels : kSymbolPixels) * scale;
@@ -93,8 +104,8 @@ void DrawStyledFeatures(KTR::COpenGLView& view, const VectorLayer& layer, const 
     symbol.outlineColor.a = opacity;
     symbol.outlineWidth = 1.5 * scale;
     const KTR::GLSymbolKind kind = SymbolOf(style.symbol);
-    for (const VectorFeature& feature : layer.features) {
-        for (const Position& point : feature.points) {
+    for (const VectorFeature* const feature : features) {
+        for (const Position& point : feature->points) {
             const Position place = onTheGround(point);
             view.DrawSymbol(kind, place.x, place.y, place.z, symbol);
         }
