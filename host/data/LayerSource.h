@@ -4,6 +4,7 @@
 #include "Extent.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,9 @@ namespace OrrinViewer {
 struct LayerSource {
     std::string name; ///< what people know the file by
     CoordinateSystem system;
-    std::filesystem::path file{}; ///< empty for what no file holds
-    std::string part{};           ///< the layer's name in a file of several
+    std::filesystem::path file{};     ///< empty for what no file holds
+    std::string part{};               ///< the layer's name in a file of several
+    std::optional<double> cellSize{}; ///< of the cells that a cloud's points were gathered into
 };
 
 /// A layer and the box around it.

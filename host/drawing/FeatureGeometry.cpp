@@ -14,6 +14,14 @@ constexpr float kSymbolSizePixels = 5.0F;
 /// Of a part, which takes some ten milliseconds to add; it has more only where one feature has.
 constexpr std::size_t kOutlinePositions = 30'000;
 constexpr std::size_t kAreaPositions = 12'000;
+/// Parts with fewer positions are drawn quickly as they are.
+constexpr std::size_t kFewPositions = 4'000;
+/// What a coarser version may be wrong by on the screen.
+constexpr double kMostErrorPixels = 0.5;
+/// The coarsest version is right for a layer that fills so many pixels of a window.
+constexpr double kCoarsestPixels = 1024.0;
+/// Of the positions of a part, that its coarser versions may have together.
+constexpr double kCoarserShare = 0.4;
 
 bool Overlap(const Extent& one, const Extent& other) {
     return one.low.x <= other.high.x && other.low.x <= one.high.x && one.low.y <= other.high.y &&
@@ -47,13 +55,40 @@ void AddPosition(KTR::COpenGLView& view, const Position& place, const GLRGBAColo
     view.AddIndex3DVertexRGBA(place.x, place.y, place.z, color.r, color.g, color.b, color.a);
 }
 
-void AddPath(KTR::COpenGLView& view, const Path& path, unsigned int mode, const GLRGBAColor& color,
-             const GroundPosition& onTheGround) {
-    view.BeginArrays(mode, KTR::GLShaderLine);
-    for (const Position& position : path) {
-        AddPosition(view, onTheGround(position), color);
+/// Of some features that follow each other.
+DrawnPaths CollectPaths(const VectorLayer& layer, std::size_t first, std::size_t end,
+                        const GroundPosition& onTheGround) {
+    DrawnPaths paths;
+    const auto add = [&](const Path& path, bool isClosed) {
+        for (const Position& position : path) {
+            paths.positions.push_back(onTheGround(position));
+        }
+        paths.ends.push_back({paths.positions.size(), isClosed});
+    };
+    for (std::size_t index = first; index < end; ++index) {
+        const VectorFeature& feature = layer.features[index];
+        for (const Path& line : feature.lines) {
+            add(line, false);
+        }
+        for (const Polygon& polygon : feature.polygons) {
+            for (const Path& ring : polygon.rings) {
+                add(ring, true);
+            }
+        }
+        for (const Position& point : feature.points) {
+            paths.points.push_back(onTheGround(point));
+        }
     }
-    view.EndArrays();
+    return paths;
+}
+
+/// Less than a pixel's difference can be seen where it is drawn over itself.
+std::vector<ThinnedPaths> MakeCoarser(const DrawnPaths& paths, const Extent& ofLayer, const GLRGBAColor& color) {
+    if (paths.CountPositions() < kFewPositions || color.a < 255) {
+        return {};
+    }
+    const double side = std::max(ofLayer.high.x - ofLayer.low.x, ofLayer.high.y - ofLayer.low.y);
+    return ThinRepeatedly(paths, kMostErrorPixels * side / kCoarsestPixels, kCoarserShare);
 }
 
 void EnableColors(KTR::COpenGLView& view, KTR::GLShaderTypes shader) {
@@ -140,27 +175,27 @@ void FeatureGeometry::DrawAreas(KTR::COpenGLView& view, const VectorLayer& layer
     view.DisableClientState();
 }
 
-void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const std::optional<Extent>& area, double symbolSizePixels,
-                                   double scale) const {
-    std::vector<const OutlinePart*> parts;
+void FeatureGeometry::DrawOutlines(KTR::COpenGLView& view, const std::optional<Extent>& area,
+                                   const ViewScale& viewScale, double symbolSizePixels, double scale) const {
+    std::vector<const OutlinePart::Version*> versions;
     for (const OutlinePart& part : m_outlines.parts.empty() ? m_nextOutlines.parts : m_outlines.parts) {
         if (!area || Overlap(part.extent, *area)) {
-            parts.push_back(&part);
+            versions.push_back(&part.FindVersion(viewScale));
         }
     }
     const BlendScope blend(view, m_color.a < 255);
     view.LineWidth(kOutlineWidthPixels * static_cast<float>(scale));
     EnableColors(view, KTR::GLShaderLine);
-    for (const OutlinePart* part : parts) {
-        view.DrawGeometry(part->lines);
+    for (const OutlinePart::Version* version : versions) {
+        view.DrawGeometry(version->lines);
     }
     view.DisableClientState();
 
     const double symbolSize = symbolSizePixels > 0.0 ? symbolSizePixels : kSymbolSizePixels;
     view.PointSize(static_cast<float>(symbolSize * scale));
     EnableColors(view, KTR::GLShaderPoint);
-    for (const OutlinePart* part : parts) {
-        view.DrawGeometry(part->symbols);
+    for (const OutlinePart::Version* version : versions) {
+        view.DrawGeometry(version->symbols);
     }
     view.DisableClientState();
 }
@@ -195,31 +230,57 @@ bool FeatureGeometry::AddAreas(KTR::COpenGLView& view, const VectorLayer& layer,
 
 bool FeatureGeometry::AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
                                   const GLRGBAColor& color, const GroundPosition& onTheGround, OutlinePart& part) {
-    if (view.BeginGeometry(part.lines) != S_OK) {
+    const ThinnedPaths whole{CollectPaths(layer, first, end, onTheGround)};
+    for (const ThinnedPaths& coarser : MakeCoarser(whole.paths, layer.extent, color)) {
+        if (!AddVersion(view, coarser, color, part)) {
+            return false;
+        }
+    }
+    if (!AddVersion(view, whole, color, part)) {
         return false;
     }
-    for (std::size_t index = first; index < end; ++index) {
-        const VectorFeature& feature = layer.features[index];
-        for (const Path& line : feature.lines) {
-            AddPath(view, line, GL_LINE_STRIP, color, onTheGround);
-        }
-        for (const Polygon& polygon : feature.polygons) {
-            for (const Path& ring : polygon.rings) {
-                AddPath(view, ring, GL_LINE_LOOP, color, onTheGround);
-            }
-        }
+    const PointXYZ origin = part.versions.back().lines.GetOrigin();
+    const auto include = [&](const Position& place) {
+        part.box.Include(Position{place.x + origin.x, place.y + origin.y, place.z});
+    };
+    std::for_each(whole.paths.positions.begin(), whole.paths.positions.end(), include);
+    std::for_each(whole.paths.points.begin(), whole.paths.points.end(), include);
+    return true;
+}
+
+bool FeatureGeometry::AddVersion(KTR::COpenGLView& view, const ThinnedPaths& thinned, const GLRGBAColor& color,
+                                 OutlinePart& part) {
+    const DrawnPaths& paths = thinned.paths;
+    OutlinePart::Version& version = part.versions.emplace_back();
+    version.groundError = thinned.groundError;
+    version.heightError = thinned.heightError;
+    if (view.BeginGeometry(version.lines) != S_OK) {
+        return false;
     }
-    if (view.EndGeometry() != S_OK || view.BeginGeometry(part.symbols) != S_OK) {
+    std::size_t next = 0;
+    for (const DrawnPaths::End& end : paths.ends) {
+        view.BeginArrays(end.isClosed ? GL_LINE_LOOP : GL_LINE_STRIP, KTR::GLShaderLine);
+        while (next < end.position) {
+            AddPosition(view, paths.positions[next++], color);
+        }
+        view.EndArrays();
+    }
+    if (view.EndGeometry() != S_OK || view.BeginGeometry(version.symbols) != S_OK) {
         return false;
     }
     view.BeginArrays(GL_POINTS, KTR::GLShaderPoint);
-    for (std::size_t index = first; index < end; ++index) {
-        for (const Position& point : layer.features[index].points) {
-            AddPosition(view, onTheGround(point), color);
-        }
+    for (const Position& point : paths.points) {
+        AddPosition(view, point, color);
     }
     view.EndArrays();
     return view.EndGeometry() == S_OK;
+}
+
+const FeatureGeometry::OutlinePart::Version&
+FeatureGeometry::OutlinePart::FindVersion(const ViewScale& viewScale) const {
+    return *std::find_if(versions.begin(), versions.end() - 1, [&](const Version& version) {
+        return viewScale.FindPixels(box, version.groundError, version.heightError) <= kMostErrorPixels;
+    });
 }
 
 } // namespace OrrinViewer

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "PolygonFill.h"
+#include "data/PathThinning.h"
 #include "data/VectorLayer.h"
+#include "map/ViewScale.h"
 
 #include <OrrinDisplay.h>
 
@@ -14,7 +16,8 @@
 namespace OrrinViewer {
 
 /// What is drawn of a vector layer. It does not change from frame to frame: it is added once, and all windows draw it
-/// from there. It is added part by part, so that the window answers meanwhile.
+/// from there. It is added part by part, so that the window answers meanwhile. Of parts that have many positions close
+/// to each other there are coarser versions, and the coarsest one that shows no difference is drawn.
 class FeatureGeometry {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -33,8 +36,8 @@ public:
     /// Draws lines, the outlines of areas, and symbols for points, as far as they are there; where an area is given, of
     /// features in it, and of others near them. The symbols are of a size in pixels, or of one that suits them where it
     /// is 0, and all of it is larger by `scale` than usual.
-    void DrawOutlines(KTR::COpenGLView& view, const std::optional<Extent>& area, double symbolSizePixels,
-                      double scale) const;
+    void DrawOutlines(KTR::COpenGLView& view, const std::optional<Extent>& area, const ViewScale& viewScale,
+                      double symbolSizePixels, double scale) const;
     /// The layer lies elsewhere: what is there is drawn until it has been added anew.
     void Outdate();
     void Release();
@@ -42,9 +45,17 @@ public:
 private:
     /// Of some features that follow each other.
     struct OutlinePart {
-        KTR::GLGeometry lines;
-        KTR::GLGeometry symbols;
+        struct Version {
+            KTR::GLGeometry lines;
+            KTR::GLGeometry symbols;
+            double groundError = 0.0; ///< how far what it shows is from where it should be, seen from above
+            double heightError = 0.0;
+        };
+        std::vector<Version> versions; ///< the coarsest first, the full one last
         Extent extent;
+        Extent box; ///< of what is drawn
+
+        const Version& FindVersion(const ViewScale& viewScale) const;
     };
     struct AreaPart {
         KTR::GLGeometry areas;
@@ -60,6 +71,8 @@ private:
 
     static bool AddOutlines(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
                             const GLRGBAColor& color, const GroundPosition& onTheGround, OutlinePart& part);
+    static bool AddVersion(KTR::COpenGLView& view, const ThinnedPaths& paths, const GLRGBAColor& color,
+                           OutlinePart& part);
     static bool AddAreas(KTR::COpenGLView& view, const VectorLayer& layer, std::size_t first, std::size_t end,
                          const AreaLook& look, const GroundPosition& onTheGround, AreaPart& part);
     template <typename Part, typename Add> static bool Prepare(Parts<Part>& shown, Parts<Part>& next,

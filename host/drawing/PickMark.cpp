@@ -63,12 +63,12 @@ public:
         const PointXYZ place = PlaceOf(seen);
         KTR::GLSymbolStyle ring;
         ring.color = kNothing;
-        ring.size = kRingPixels + 2.0 * kEdgePixels;
-        ring.outlineWidth = kLinePixels + 2.0 * kEdgePixels;
+        ring.size = (kRingPixels + 2.0 * kEdgePixels) * m_window.scale;
+        ring.outlineWidth = (kLinePixels + 2.0 * kEdgePixels) * m_window.scale;
         ring.outlineColor = kEdge;
         m_view.DrawSymbol(KTR::GLSymbolCircle, place.x, place.y, place.z, ring);
-        ring.size = kRingPixels;
-        ring.outlineWidth = kLinePixels;
+        ring.size = kRingPixels * m_window.scale;
+        ring.outlineWidth = kLinePixels * m_window.scale;
         ring.outlineColor = kMark;
         m_view.DrawSymbol(KTR::GLSymbolCircle, place.x, place.y, place.z, ring);
     }
@@ -85,7 +85,8 @@ private:
         return {from.x + share * (to.x - from.x), from.y + share * (to.y - from.y), kNearest, 0.0};
     }
     PointXYZ PlaceOf(const SeenPlace& seen) const {
-        return {seen.x / seen.w + m_offsetX, m_window.heightPixels - seen.y / seen.w + m_offsetY, 0.0};
+        return {seen.x / seen.w * m_window.scale + m_offsetX,
+                m_window.heightPixels - seen.y / seen.w * m_window.scale + m_offsetY, 0.0};
     }
     void AddPlace(std::vector<PointXYZ>& places, const SeenPlace& seen, bool isEnd) const {
         const PointXYZ place = PlaceOf(seen);
@@ -99,8 +100,8 @@ private:
         if (places.size() > 1) {
             KTR::GLLineStyle line;
             line.color = kMark;
-            line.width = kLinePixels;
-            line.casingWidth = kLinePixels + 2.0 * kEdgePixels;
+            line.width = kLinePixels * m_window.scale;
+            line.casingWidth = (kLinePixels + 2.0 * kEdgePixels) * m_window.scale;
             line.casingColor = kEdge;
             line.join = KTR::GLLineJoinRound;
             line.cap = KTR::GLLineCapRound;

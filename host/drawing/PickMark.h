@@ -9,7 +9,8 @@ namespace OrrinViewer {
 
 /// A window and how it shows positions.
 struct MarkedWindow {
-    PickCamera camera;
+    PickCamera camera;  ///< in pixels of a usual screen
+    double scale = 1.0; ///< the window's own pixels for one of those
     int widthPixels = 1;
     int heightPixels = 1;
 };

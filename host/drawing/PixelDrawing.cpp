@@ -32,6 +32,15 @@ std::vector<PixelTriangle> WidenLines(const std::vector<PixelLine>& lines, doubl
     return triangles;
 }
 
+void DrawLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines, const Rgb& color, double widthPixels,
+               double scale) {
+    if (scale == 1.0) {
+        DrawPixelLines(view, lines, color, widthPixels);
+    } else {
+        DrawPixelTriangles(view, WidenLines(lines, widthPixels, scale), color, 255);
+    }
+}
+
 } // namespace
 
 void SetUpPixelCamera(KTR::COpenGLView& view, int widthPixels, int heightPixels) {
@@ -59,23 +68,30 @@ void DrawPixelLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines,
 }
 
 void DrawPixelTriangles(KTR::COpenGLView& view, const std::vector<PixelTriangle>& triangles, const Rgb& color,
-                        std::uint8_t opacity) {
+                        std::uint8_t opacity, double scale) {
     view.Enable(GL_BLEND);
     view.BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     view.EnableClientStateInternalVertexAndColors(3, GL_FLOAT, 4, GL_UNSIGNED_BYTE, KTR::GLShaderColorPassThrough);
     view.BeginArrays(GL_TRIANGLES, KTR::GLShaderColorPassThrough);
     for (const PixelTriangle& triangle : triangles) {
         for (const Position& corner : triangle) {
-            view.AddIndex2DVertexRGBA(corner.x, corner.y, color.red, color.green, color.blue, opacity);
+            view.AddIndex2DVertexRGBA(corner.x * scale, corner.y * scale, color.red, color.green, color.blue, opacity);
         }
     }
     view.EndArraysAndDisableClientState();
     view.Disable(GL_BLEND);
 }
 
-void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines) {
-    DrawPixelLines(view, lines, kDarkEdge, 3.0);
-    DrawPixelLines(view, lines, kLight, 1.0);
+void DrawPixelBox(KTR::COpenGLView& view, double left, double bottom, double right, double top, const Rgb& color,
+                  std::uint8_t opacity, double scale) {
+    const Position corners[] = {{left, bottom, 0.0}, {right, bottom, 0.0}, {right, top, 0.0}, {left, top, 0.0}};
+    DrawPixelTriangles(view, {{corners[0], corners[1], corners[2]}, {corners[0], corners[2], corners[3]}}, color,
+                       opacity, scale);
+}
+
+void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines, double scale) {
+    DrawLines(view, lines, kDarkEdge, 3.0, scale);
+    DrawLines(view, lines, kLight, 1.0, scale);
 }
 
 void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture, double scale) {
@@ -85,21 +101,9 @@ void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture, double
         outlines.push_back({triangle[1], triangle[2]});
         outlines.push_back({triangle[2], triangle[0]});
     }
-    if (scale == 1.0) {
-        DrawPixelLines(view, outlines, kDarkEdge, 3.0);
-        DrawPixelLines(view, furniture.lines, kLight, 1.0);
-        DrawPixelTriangles(view, furniture.triangles, kLight, 255);
-        return;
-    }
-    std::vector<PixelTriangle> triangles = furniture.triangles;
-    for (PixelTriangle& triangle : triangles) {
-        for (Position& corner : triangle) {
-            corner = {corner.x * scale, corner.y * scale, 0.0};
-        }
-    }
-    DrawPixelTriangles(view, WidenLines(outlines, 3.0, scale), kDarkEdge, 255);
-    DrawPixelTriangles(view, WidenLines(furniture.lines, 1.0, scale), kLight, 255);
-    DrawPixelTriangles(view, triangles, kLight, 255);
+    DrawLines(view, outlines, kDarkEdge, 3.0, scale);
+    DrawLines(view, furniture.lines, kLight, 1.0, scale);
+    DrawPixelTriangles(view, furniture.triangles, kLight, 255, scale);
 }
 
 } // namespace OrrinViewer

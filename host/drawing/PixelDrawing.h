@@ -21,13 +21,18 @@ using PixelTriangle = std::array<Position, 3>;
 
 /// Lines through the middles of pixels, so that vertical and horizontal ones are sharp.
 void DrawPixelLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines, const Rgb& color, double widthPixels);
+/// At so many pixels for one, here and below.
 void DrawPixelTriangles(KTR::COpenGLView& view, const std::vector<PixelTriangle>& triangles, const Rgb& color,
-                        std::uint8_t opacity);
+                        std::uint8_t opacity, double scale = 1.0);
+
+/// A rectangle of one colour.
+void DrawPixelBox(KTR::COpenGLView& view, double left, double bottom, double right, double top, const Rgb& color,
+                  std::uint8_t opacity, double scale);
 
 /// White lines with a dark edge, which show on any ground.
-void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines);
+void DrawEdgedLines(KTR::COpenGLView& view, const std::vector<PixelLine>& lines, double scale);
 
-/// Ticks, scale bar and north arrow without their texts, at so many pixels for one.
-void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture, double scale = 1.0);
+/// Ticks, scale bar and north arrow without their texts.
+void DrawFurniture(KTR::COpenGLView& view, const MapFurniture& furniture, double scale);
 
 } // namespace OrrinViewer

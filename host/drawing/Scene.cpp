@@ -75,11 +75,10 @@ LayerId Scene::AddVectorLayer(VectorLayer layer, LayerSource source) {
     return Insert(m_features, std::move(features), std::move(source));
 }
 
-void Scene::ShadeRasters(RasterLayer shade, double strength) {
-    m_shade.emplace(std::move(shade));
-    m_shadeStrength = strength;
+void Scene::ShadeRasters(RasterLayer shade, double strength, LayerSource source) {
+    m_shade.emplace(Shade{std::move(shade), strength, std::move(source)});
     if (m_readsAtOnce) {
-        m_shade->ReadAtOnce();
+        m_shade->raster.ReadAtOnce();
     }
     ++m_version;
 }
@@ -489,7 +488,7 @@ void Scene::ReadRastersAtOnce() {
         image.raster.ReadAtOnce();
     }
     if (m_shade) {
-        m_shade->ReadAtOnce();
+        m_shade->raster.ReadAtOnce();
     }
 }
 
@@ -570,7 +569,7 @@ double Scene::PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) cons
     }
     const Extent extent = cloud.cloud->GetExtent();
     const auto count = static_cast<double>(cloud.cloud->CountPoints());
-    const double unitsPerPixel = view.GetUnitsPerPixel();
+    const double unitsPerPixel = view.GetUnitsPerPixel() * m_screenScale;
     if (extent.IsEmpty() || count < 2.0 || !(unitsPerPixel > 0.0)) {
         return kSmallestAdapted;
     }

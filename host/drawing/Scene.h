@@ -52,7 +52,7 @@ struct LayerInfo {
 };
 
 /// A part of what a view shows, enlarged: the rectangle, in the view's pixels from the lower left of its viewport,
-/// which it may exceed, fills the viewport. What is drawn in pixels is larger by `scale`.
+/// which it may exceed, fills the viewport. What is drawn in pixels is larger by `scale` than in the view itself.
 struct EnlargedPart {
     double scale = 1.0;
     double left = 0.0;
@@ -96,8 +96,14 @@ public:
     /// Where there are reliefs, its image of kDrapedSide pixels each way is wanted, which it may have made before.
     LayerId AddRaster(RasterLayer raster, LayerSource source = {});
     LayerId AddVectorLayer(VectorLayer layer, LayerSource source = {});
-    /// Shades all rasters by this one; how strongly is 0 to 1.
-    void ShadeRasters(RasterLayer shade, double strength);
+    /// What shades all rasters.
+    struct Shade {
+        RasterLayer raster;
+        double strength = 1.0; ///< 0 to 1
+        LayerSource source;
+    };
+    void ShadeRasters(RasterLayer shade, double strength, LayerSource source = {});
+    const std::optional<Shade>& GetShade() const { return m_shade; }
     /// Removes all layers, what shades rasters, and what there was to tell.
     void Clear();
     /// False where there is no such layer, here and below.
@@ -207,6 +213,9 @@ public:
     /// Clouds seen in perspective are shaded by their depths, where the pipeline can.
     void ShadeClouds(bool on) { m_shadesClouds = on; }
     bool ShadesClouds() const { return m_shadesClouds; }
+    /// What is drawn in pixels is so many times larger than those of a usual screen: each window says it before it
+    /// draws.
+    void SetScreenScale(double scale) { m_screenScale = scale; }
     /// Has each frame read all that it shows of rasters, however long that takes, instead of a few milliseconds' worth.
     void ReadRastersAtOnce();
 
@@ -231,7 +240,7 @@ public:
     void Draw(KTR::COpenGLView& view);
     /// The same of a part, for pictures that are larger than the view.
     void DrawEnlarged(KTR::COpenGLView& view, const EnlargedPart& part);
-    /// How far what is drawn in pixels reaches beyond the places that it belongs to.
+    /// How far what is drawn in pixels reaches beyond the places that it belongs to, in pixels of a usual screen.
     double FindReach(const KTR::COpenGLView& view) const;
     /// What profiles are made of: the clouds that are shown.
     std::vector<CloudSource> ListClouds() const;
@@ -313,7 +322,7 @@ private:
     static void ColorCloud(const Cloud& cloud);
     ColorMode GetColorMode() const;
     double PointSizeOf(const Cloud& cloud, const KTR::COpenGLView& view) const;
-    double Scale() const { return m_part ? m_part->scale : 1.0; }
+    double Scale() const { return m_screenScale * (m_part ? m_part->scale : 1.0); }
     void LoadPartOfCamera(KTR::COpenGLView& view) const;
     std::vector<PlacedLayer> ListPlaced() const;
     double GroundHeight() const;
@@ -340,11 +349,10 @@ private:
     std::vector<Cloud> m_clouds;
     std::vector<Features> m_features;
     LayerId m_lastId = 0;
-    LayerStyle m_styleToCome;           ///< of layers that are added
-    bool m_isDraped = false;            ///< images lie on the reliefs
-    bool m_isBent = false;              ///< lines follow the reliefs
-    std::optional<RasterLayer> m_shade; ///< over all rasters
-    double m_shadeStrength = 0.0;
+    LayerStyle m_styleToCome; ///< of layers that are added
+    bool m_isDraped = false;  ///< images lie on the reliefs
+    bool m_isBent = false;    ///< lines follow the reliefs
+    std::optional<Shade> m_shade;
     bool m_readsAtOnce = false; ///< of rasters all that a frame shows
     std::string m_labelProperty;
     std::vector<std::string> m_remarks;
@@ -359,6 +367,7 @@ private:
     double m_sunAzimuthDegrees = 315.0; ///< from north
     double m_sunAltitudeDegrees = 45.0;
     bool m_shadesClouds = true;
+    double m_screenScale = 1.0;
     std::optional<EnlargedPart> m_part; ///< of the frame that is being drawn
 };
 

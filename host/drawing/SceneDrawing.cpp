@@ -7,6 +7,7 @@
 #include "data/PathSubdivision.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <thread>
@@ -34,6 +35,16 @@ Extent Widen(Extent area, double margin) {
 
 PointXYZ PointOf(const Position& position) {
     return {position.x, position.y, position.z};
+}
+
+/// As the current matrices show it: of a part of the view, too.
+ViewScale FindViewScale(const KTR::COpenGLView& view, const Position& origin) {
+    const glm::dmat4 clip = view.GetMatrix(GL_PROJECTION) * view.GetMatrix(GL_MODELVIEW);
+    const auto row = [&clip](int index) {
+        return std::array<double, 4>{clip[0][index], clip[1][index], clip[2][index], clip[3][index]};
+    };
+    const glm::dvec4 viewport = view.GetViewport();
+    return ViewScale(origin, row(0), row(1), row(3), viewport.z, viewport.w);
 }
 
 void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
@@ -178,13 +189,14 @@ void Scene::DrawShapes(KTR::COpenGLView& view) {
     if (view.GetCurrentViewOrientation() == KTR::GLViewOrientationTop) {
         seen = Widen(area, Scale() * FindReach(view) * view.GetUnitsPerPixel());
     }
+    const ViewScale viewScale = FindViewScale(view, m_origin);
     for (Features& features : m_features) {
         const LayerStyle& style = features.style;
         if (!style.shown) {
             continue;
         }
         if (style.features.IsPlain()) {
-            features.geometry.DrawOutlines(view, seen, style.features.symbolSizePixels, Scale());
+            features.geometry.DrawOutlines(view, seen, viewScale, style.features.symbolSizePixels, Scale());
         } else {
             // The library subtracts the offsets of shapes itself.
             DrawStyledFeatures(view, features.layer, style.features, features.Color(), ByteOf(style.opacity), Scale(),
@@ -201,8 +213,9 @@ bool Scene::DrawRasters(KTR::COpenGLView& view) {
             continue;
         }
         view.DrawSetupTextureTransparency(ByteOf(image.style.opacity));
-        const bool isRead = m_shade ? image.raster.DrawShaded(view, *m_shade, m_shadeStrength, m_origin, lowestZ)
-                                    : image.raster.Draw(view, m_origin, lowestZ);
+        const bool isRead = m_shade
+                                ? image.raster.DrawShaded(view, m_shade->raster, m_shade->strength, m_origin, lowestZ)
+                                : image.raster.Draw(view, m_origin, lowestZ);
         isComplete = isComplete && isRead;
     }
     view.DrawSetupTextureTransparency(255);

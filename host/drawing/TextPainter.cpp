@@ -4,6 +4,7 @@
 #include "WideText.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace OrrinViewer {
@@ -12,13 +13,14 @@ namespace {
 
 constexpr double kPointsPerInch = 72.0;
 constexpr double kEdgePixels = 1.5;
+constexpr double kWithinPixel = 0.25;
 /// Of letters that are stretched where larger ones are wanted.
 constexpr double kLargestPoints = 72.0;
 
 } // namespace
 
 TextPainter::TextPainter(std::wstring face, int points, double scale, bool stretches)
-    : m_face(std::move(face)), m_points(points), m_scale(scale), m_stretches(stretches),
+    : m_face(std::move(face)), m_points(points), m_scale(scale), m_stretches(stretches), m_isOfPicture(true),
       m_deviceContext(CreateCompatibleDC(nullptr)), m_previousFont(GetCurrentObject(m_deviceContext, OBJ_FONT)) {}
 
 TextPainter::~TextPainter() {
@@ -32,7 +34,8 @@ void TextPainter::MakeFont(int pixelsPerInch) {
     const double largest = std::max(kLargestPoints, static_cast<double>(m_points));
     const double drawn = m_stretches ? std::min(wanted, largest) : wanted;
     m_stretch = wanted / drawn;
-    m_edgePixels = kEdgePixels * drawn / m_points;
+    m_total = m_scale * pixelsPerInch / kUsualPixelsPerInch;
+    m_edgePixels = kEdgePixels * drawn / m_points * pixelsPerInch / kUsualPixelsPerInch;
     // Rounded down: the library goes back from pixels to points and rounds up.
     const int pixels = static_cast<int>(drawn * pixelsPerInch / kPointsPerInch);
     SelectObject(m_deviceContext, m_previousFont);
@@ -59,8 +62,8 @@ void TextPainter::Release(KTR::COpenGLView& view) {
 TextSizes TextPainter::Sizes(const KTR::COpenGLView& view) const {
     TextSizes sizes;
     sizes.width = [this, &view](const std::string& text) { return MeasureWidth(view, text); };
-    sizes.ascent = (m_metrics.tmAscent - m_metrics.tmInternalLeading) * m_stretch;
-    sizes.descent = m_metrics.tmDescent * m_stretch;
+    sizes.ascent = (m_metrics.tmAscent - m_metrics.tmInternalLeading) * m_stretch / m_total;
+    sizes.descent = m_metrics.tmDescent * m_stretch / m_total;
     return sizes;
 }
 
@@ -69,7 +72,12 @@ double TextPainter::MeasureWidth(const KTR::COpenGLView& view, const std::string
     double width = 0.0;
     double height = 0.0;
     view.GetTextStringDimensions(WideText(text).c_str(), length, width, height);
-    return width * m_stretch;
+    return width * m_stretch / m_total;
+}
+
+/// Whole pixels, from wherever they are counted; not so near to the next one that rounding decides.
+double TextPainter::Snap(double place) const {
+    return m_isOfPicture || m_total != 1.0 ? std::round(place * m_total) + kWithinPixel : place;
 }
 
 void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& texts) const {
@@ -83,11 +91,13 @@ void TextPainter::Draw(KTR::COpenGLView& view, const std::vector<PixelText>& tex
     view.DrawSetupFontAtlasText(false, true, 0, 0.0, 0.0);
     for (const PixelText& text : texts) {
         const std::wstring wide = WideText(text.text);
+        const double x = Snap(text.x);
+        const double y = Snap(text.y);
         if (m_stretch == 1.0) {
-            view.DrawTextString(m_lists, wide.c_str(), nullptr, atRasterPosition, false, false, text.x, text.y, 0.0);
+            view.DrawTextString(m_lists, wide.c_str(), nullptr, atRasterPosition, false, false, x, y, 0.0);
         } else {
-            view.DrawFontAtlasScaledRotatedTextString(wide.c_str(), nullptr, false, false, text.x, text.y, 0.0,
-                                                      m_stretch, m_stretch, 1.0, 0.0);
+            view.DrawFontAtlasScaledRotatedTextString(wide.c_str(), nullptr, false, false, x, y, 0.0, m_stretch,
+                                                      m_stretch, 1.0, 0.0);
         }
     }
     view.DrawTeardownFontAtlasText(false, false);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <system_error>
+#include <utility>
 
 namespace OrrinViewer {
 
@@ -19,6 +20,30 @@ FileKind KindOf(const std::filesystem::path& file) {
     } catch (const FileError&) {
         return FileKind::Unknown; // its reader tells why
     }
+}
+
+/// An opened project as it would be saved before anything is changed: its layers are those that could be read, in the
+/// scene's order.
+Project AsItCame(const Project& opened, Project now) {
+    std::vector<ProjectLayer> left = opened.layers;
+    std::vector<ProjectLayer> layers;
+    for (ProjectLayer& layer : now.layers) {
+        const auto own = std::find_if(left.begin(), left.end(), [&](const ProjectLayer& other) {
+            return other.file == layer.file && other.part == layer.part && other.cellSize == layer.cellSize;
+        });
+        if (own != left.end()) {
+            layer.style = own->style;
+            layers.push_back(std::move(layer));
+            left.erase(own);
+        }
+    }
+    now.layers = std::move(layers);
+    now.hillshade = now.hillshade ? opened.hillshade : std::nullopt;
+    // No person chooses that for a project: it follows from the files.
+    const std::string system = std::move(now.settings.coordinateSystem);
+    now.settings = opened.settings;
+    now.settings.coordinateSystem = system;
+    return now;
 }
 
 } // namespace
@@ -66,6 +91,7 @@ void Document::AddProject(const std::filesystem::path& path) {
         const Project project = ReadProjectFile(path);
         if (m_files.empty()) {
             m_project = path;
+            m_opened = project;
         }
         m_files.push_back(path);
         ApplySettings(m_scene, project.settings);
@@ -81,6 +107,24 @@ void Document::Clear() {
     m_files.clear();
     m_project.clear();
     m_view.reset();
+    m_opened.reset();
+    m_saved.reset();
+}
+
+bool Document::Update() {
+    if (!m_opened || m_loading.IsLoading()) {
+        return false;
+    }
+    m_saved = AsItCame(*std::exchange(m_opened, std::nullopt), DescribeScene(m_scene));
+    return true;
+}
+
+bool Document::IsChanged() const {
+    if (!m_saved) {
+        return false;
+    }
+    const Project now = DescribeScene(m_scene);
+    return now.settings != m_saved->settings || now.hillshade != m_saved->hillshade || now.layers != m_saved->layers;
 }
 
 std::optional<ProjectView> Document::TakeView() {
@@ -93,6 +137,8 @@ void Document::Save(const std::filesystem::path& path, const std::optional<Proje
     WriteProjectFile(project, path);
     m_project = path;
     m_files = {path};
+    m_opened.reset();
+    m_saved = std::move(project);
 }
 
 std::string Document::GetName() const {

@@ -25,6 +25,12 @@ public:
     /// The view of the project that was opened last, for the windows to show; once.
     std::optional<ProjectView> TakeView();
 
+    /// Learns what the project's files gave, once they have been read. True where that is news.
+    bool Update();
+    /// Whether the project would now be saved otherwise than it was saved or opened. It does not matter what a view
+    /// shows: looking around changes nothing. False without a project, and while its files are read.
+    bool IsChanged() const;
+
     /// Writes a project, whose name is the document's from then on. Throws FileError.
     void Save(const std::filesystem::path& path, const std::optional<ProjectView>& view);
     /// Empty while there is none.
@@ -42,6 +48,8 @@ private:
     std::filesystem::path m_project;
     std::vector<std::filesystem::path> m_files;
     std::optional<ProjectView> m_view; ///< not taken yet
+    std::optional<Project> m_opened;   ///< while its files are read
+    std::optional<Project> m_saved;    ///< the project as it was saved or opened, without its view
 };
 
 /// The files of known kinds that lie in a folder, by name; files that only serve others, and projects, are left out.

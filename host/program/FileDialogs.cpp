@@ -132,6 +132,17 @@ INT_PTR CALLBACK AnswerSizeQuestion(HWND dialog, UINT message, WPARAM wParam, LP
     return TRUE;
 }
 
+INT_PTR CALLBACK AnswerSaveQuestion(HWND dialog, UINT message, WPARAM wParam, LPARAM /*lParam*/) {
+    if (message == WM_INITDIALOG) {
+        return TRUE; // the first button has the keyboard
+    }
+    if (message != WM_COMMAND) {
+        return FALSE;
+    }
+    EndDialog(dialog, LOWORD(wParam));
+    return TRUE;
+}
+
 } // namespace
 
 std::vector<std::filesystem::path> AskForFiles(HWND owner) {
@@ -186,6 +197,23 @@ std::optional<PictureSize> AskForPictureSize(HWND owner, int windowWidth, int wi
     DialogBoxIndirectParamW(GetModuleHandleW(nullptr), dialog.Get(), owner, AnswerSizeQuestion,
                             reinterpret_cast<LPARAM>(&question));
     return question.answer;
+}
+
+SaveAnswer AskWhetherToSave(HWND owner, const std::string& name) {
+    const std::wstring question = L"The changes of " + WideText(name) + L" are not saved.";
+    DialogTemplate dialog(L"Save the project?", 200, 52, 4);
+    dialog.Add(kTextClass, SS_LEFT | SS_NOPREFIX, question.c_str(), {8, 8, 192, 26}, 0xFFFF);
+    dialog.Add(kButtonClass, BS_DEFPUSHBUTTON | WS_TABSTOP, L"&Save", {26, 32, 78, 46}, IDYES);
+    dialog.Add(kButtonClass, BS_PUSHBUTTON | WS_TABSTOP, L"&Don't save", {83, 32, 135, 46}, IDNO);
+    dialog.Add(kButtonClass, BS_PUSHBUTTON | WS_TABSTOP, L"Cancel", {140, 32, 192, 46}, IDCANCEL);
+    switch (DialogBoxIndirectParamW(GetModuleHandleW(nullptr), dialog.Get(), owner, AnswerSaveQuestion, 0)) {
+    case IDYES:
+        return SaveAnswer::Save;
+    case IDNO:
+        return SaveAnswer::Leave;
+    default:
+        return SaveAnswer::Cancel;
+    }
 }
 
 void TellProblem(HWND owner, const std::string& problem) {

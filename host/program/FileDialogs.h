@@ -22,6 +22,14 @@ std::optional<std::filesystem::path> AskWhereToSave(HWND owner, const wchar_t* t
 /// How large a picture of a window shall be: so many times the window, or so many pixels wide.
 std::optional<PictureSize> AskForPictureSize(HWND owner, int windowWidth, int windowHeight);
 
+enum class SaveAnswer {
+    Save,
+    Leave, ///< as it is in its file
+    Cancel,
+};
+/// Whether to save a project before it goes.
+SaveAnswer AskWhetherToSave(HWND owner, const std::string& name);
+
 /// One line for a person to read and to close.
 void TellProblem(HWND owner, const std::string& problem);
 

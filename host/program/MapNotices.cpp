@@ -30,13 +30,6 @@ constexpr Rgb kBarGround{58, 66, 78};
 constexpr const char* kHowToStop = "Esc stops";
 constexpr const char* kHowToOpen = "Drop files here, or press Ctrl+O";
 
-void DrawBox(KTR::COpenGLView& view, double left, double bottom, double right, double top, const Rgb& color,
-             std::uint8_t opacity) {
-    const Position corners[] = {{left, bottom, 0.0}, {right, bottom, 0.0}, {right, top, 0.0}, {left, top, 0.0}};
-    DrawPixelTriangles(view, {{corners[0], corners[1], corners[2]}, {corners[0], corners[2], corners[3]}}, color,
-                       opacity);
-}
-
 /// The first line of a text that has no more room than that.
 std::string CutToWidth(const std::string& text, double widthPixels, const TextSizes& sizes) {
     if (sizes.width(text) <= widthPixels) {
@@ -135,8 +128,10 @@ bool MapNotices::DismissAt(int x, int y) {
            Dismiss();
 }
 
-void MapNotices::Draw(KTR::COpenGLView& view, const TextPainter& texts, int width, int height,
+void MapNotices::Draw(KTR::COpenGLView& view, const TextPainter& texts, double scale, int widthPixels, int heightPixels,
                       KTR::GLCoveredArea& covered) {
+    const double width = widthPixels / scale;
+    const double height = heightPixels / scale;
     m_area = {};
     covered = {};
     const bool isRead = !m_said.reading.empty();
@@ -163,8 +158,8 @@ void MapNotices::Draw(KTR::COpenGLView& view, const TextPainter& texts, int widt
     const double right = left + std::ceil(inner) + 2.0 * kEdgePixels;
     // Below the row that tells the position under the mouse.
     const double top = m_said.isEmptyMap ? std::round((height + panelHeight) * 0.5) : height - 2.0 * rowHeight;
-    SetUpPixelCamera(view, width, height);
-    DrawBox(view, left, top - panelHeight, right, top, kPanelColor, kPanelOpacity);
+    SetUpPixelCamera(view, widthPixels, heightPixels);
+    DrawPixelBox(view, left, top - panelHeight, right, top, kPanelColor, kPanelOpacity, scale);
     std::vector<PixelText> written;
     double baseline = top - kEdgePixels - sizes.ascent;
     if (isRead) {
@@ -176,9 +171,11 @@ void MapNotices::Draw(KTR::COpenGLView& view, const TextPainter& texts, int widt
         }
         const double barTop = top - kEdgePixels - rowHeight;
         const double share = m_said.percent.value_or(0) / 100.0;
-        DrawBox(view, left + kEdgePixels, barTop - kBarPixels, right - kEdgePixels, barTop, kBarGround, 255);
-        DrawBox(view, left + kEdgePixels, barTop - kBarPixels,
-                left + kEdgePixels + std::round((right - left - 2.0 * kEdgePixels) * share), barTop, kBarColor, 255);
+        DrawPixelBox(view, left + kEdgePixels, barTop - kBarPixels, right - kEdgePixels, barTop, kBarGround, 255,
+                     scale);
+        DrawPixelBox(view, left + kEdgePixels, barTop - kBarPixels,
+                     left + kEdgePixels + std::round((right - left - 2.0 * kEdgePixels) * share), barTop, kBarColor,
+                     255, scale);
         baseline -= readingHeight;
     }
     for (const std::string& line : lines) {
@@ -186,7 +183,7 @@ void MapNotices::Draw(KTR::COpenGLView& view, const TextPainter& texts, int widt
         baseline -= rowHeight;
     }
     texts.Draw(view, written);
-    m_area = {left, height - top, right, height - top + panelHeight};
+    m_area = {left * scale, (height - top) * scale, right * scale, (height - top + panelHeight) * scale};
     covered = m_area;
 }
 

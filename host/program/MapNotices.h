@@ -25,8 +25,9 @@ public:
     bool Dismiss();
     /// The same by a click at a place in the window.
     bool DismissAt(int x, int y);
-    /// Tells which part of the window it covers.
-    void Draw(KTR::COpenGLView& view, const TextPainter& texts, int width, int height, KTR::GLCoveredArea& covered);
+    /// At so many of the window's pixels for one. Tells which part of the window it covers.
+    void Draw(KTR::COpenGLView& view, const TextPainter& texts, double scale, int widthPixels, int heightPixels,
+              KTR::GLCoveredArea& covered);
 
 private:
     using Clock = std::chrono::steady_clock;

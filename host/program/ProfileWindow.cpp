@@ -79,7 +79,7 @@ void StandBeside(HWND window, HWND other) {
 } // namespace
 
 ProfileWindow::ProfileWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session)
-    : m_scene(scene), m_session(session), m_texts(WideText(options.font), options.fontPoints) {}
+    : m_scene(scene), m_options(options), m_session(session), m_texts(WideText(options.font), options.fontPoints) {}
 
 ProfileWindow::~ProfileWindow() {
     m_reading.Stop();
@@ -94,6 +94,10 @@ ProfileWindow::~ProfileWindow() {
     Destroy();
 }
 
+int ProfileWindow::PixelsPerInch() const {
+    return m_options.pixelsPerInch ? *m_options.pixelsPerInch : FindPixelsPerInch(m_window);
+}
+
 bool ProfileWindow::Open(HWND beside) {
     if (m_ready) {
         return true;
@@ -101,6 +105,8 @@ bool ProfileWindow::Open(HWND beside) {
     if (!Create(L"Profile", kWidthPixels, kHeightPixels)) {
         return false;
     }
+    SetClientSize(m_window, static_cast<int>(std::lround(kWidthPixels * Scale())),
+                  static_cast<int>(std::lround(kHeightPixels * Scale())));
     StandBeside(m_window, beside);
     // Shown first: a context draws into the window that there is.
     ShowWindow(m_window, SW_SHOW);
@@ -111,7 +117,7 @@ bool ProfileWindow::Open(HWND beside) {
     m_view->InitializeOpenGL(m_window);
     m_view->GetWindowDimensions(m_width, m_height);
     m_view->SetUpViewport(0, 0, m_width, m_height);
-    m_texts.Load(*m_view, FindPixelsPerInch(m_window));
+    m_texts.Load(*m_view, PixelsPerInch());
     m_view->AddOverlay(&DrawReadout, this, 1);
     m_ready = true;
     return true;
@@ -333,7 +339,7 @@ LRESULT ProfileWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam)
         return 0;
     case WM_DPICHANGED:
         m_view->MakeCurrent(KTR::GLContextMain);
-        m_texts.Load(*m_view, FindPixelsPerInch(m_window));
+        m_texts.Load(*m_view, PixelsPerInch());
         Redraw();
         return 0;
     case WM_KEYDOWN:
@@ -508,10 +514,11 @@ void ProfileWindow::DrawScene() {
     m_view->LoadViewMatrices();
     // Of points above each other the nearer ones show, as seen from the line's right.
     m_view->Enable(GL_DEPTH_TEST);
-    m_view->PointSize(static_cast<float>(m_scene.GetPointSize()));
+    m_view->PointSize(static_cast<float>(m_scene.GetPointSize() * Scale()));
     m_view->DrawProfilePoints();
     DrawGround();
     KTR::GLProfileGridStyle grid;
+    grid.spacingPixels *= Scale();
     grid.unit = m_scene.GetUnits() == MapUnits::Metres ? L"m" : nullptr;
     m_view->DrawProfileGrid(grid);
 }
@@ -519,6 +526,7 @@ void ProfileWindow::DrawScene() {
 /// The ground of reliefs, as a line over the points.
 void ProfileWindow::DrawGround() {
     const double length = m_view->GetProfileLength();
+    const double scale = Scale();
     std::vector<PixelLine> lines;
     std::optional<Position> before;
     for (int sample = 0; sample <= kGroundSamples; ++sample) {
@@ -532,7 +540,7 @@ void ProfileWindow::DrawGround() {
             before.reset();
             continue;
         }
-        const Position place{clientX, m_height - clientY, 0.0};
+        const Position place{clientX / scale, (m_height - clientY) / scale, 0.0};
         if (before) {
             lines.push_back({*before, place});
         }
@@ -540,7 +548,7 @@ void ProfileWindow::DrawGround() {
     }
     if (!lines.empty()) {
         SetUpPixelCamera(*m_view, m_width, m_height);
-        DrawEdgedLines(*m_view, lines);
+        DrawEdgedLines(*m_view, lines, scale);
         m_view->LoadViewMatrices();
     }
 }
@@ -550,7 +558,7 @@ std::string ProfileWindow::DescribeUnderCursor() const {
     if (!m_cursor) {
         return {};
     }
-    const __int64 picked = m_view->PickProfilePoint(m_cursor->x, m_cursor->y, kPickPixels);
+    const __int64 picked = m_view->PickProfilePoint(m_cursor->x, m_cursor->y, kPickPixels * Scale());
     if (picked < 0) {
         return {};
     }
@@ -575,10 +583,12 @@ void ProfileWindow::DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& cove
     SetUpPixelCamera(view, own.m_width, own.m_height);
     const TextSizes sizes = own.m_texts.Sizes(view);
     constexpr double kEdge = 10.0;
-    const double left = own.m_width - sizes.width(text) - kEdge;
-    const double baseline = own.m_height - kEdge - sizes.ascent;
+    const double scale = own.Scale();
+    const double left = own.m_width / scale - sizes.width(text) - kEdge;
+    const double baseline = own.m_height / scale - kEdge - sizes.ascent;
     own.m_texts.Draw(view, {{text, std::floor(left), std::floor(baseline)}});
-    covered = {left - 4.0, 0.0, static_cast<double>(own.m_width), 2.0 * kEdge + sizes.ascent + sizes.descent};
+    covered = {(left - 4.0) * scale, 0.0, static_cast<double>(own.m_width),
+               (2.0 * kEdge + sizes.ascent + sizes.descent) * scale};
 }
 
 void ProfileWindow::UpdateTitle() {

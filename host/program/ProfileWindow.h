@@ -55,6 +55,8 @@ private:
     void HandleSize(int width, int height);
 
     bool Open(HWND beside);
+    int PixelsPerInch() const;
+    double Scale() const { return PixelsPerInch() / kUsualPixelsPerInch; }
     /// Reads the points of a band and shows them.
     void SetBand(Band band);
     /// Sets the view up for the band, which forgets its points: those that are there are added with the next Feed.
@@ -79,6 +81,7 @@ private:
     void SaveTable(const std::filesystem::path& path) const;
 
     Scene& m_scene;
+    const ViewerOptions& m_options;
     ViewerSession& m_session;
     std::unique_ptr<KTR::COpenGLView> m_view;
     TextPainter m_texts;

@@ -17,8 +17,21 @@ namespace OrrinViewer {
 struct ProjectLayer {
     std::filesystem::path file; ///< absolute
     std::string part;           ///< UTF-8; of the file's layers, where it names them
+    /// Of the cells that a cloud's points are gathered into, for a relief or a raster; not set: they are not.
+    std::optional<double> cellSize;
     LayerKind kind = LayerKind::Features;
     LayerStyle style;
+
+    bool operator==(const ProjectLayer&) const = default;
+};
+
+/// The elevations that shade all rasters.
+struct ProjectShade {
+    std::filesystem::path file;     ///< absolute
+    std::optional<double> cellSize; ///< where it is a cloud, as of a layer
+    double strength = 1.0;          ///< 0 to 1
+
+    bool operator==(const ProjectShade&) const = default;
 };
 
 /// How all of it is shown.
@@ -30,6 +43,8 @@ struct ProjectSettings {
     double sunAltitudeDegrees = 45.0;
     bool shadesClouds = true;
     std::string labelProperty; ///< UTF-8
+
+    bool operator==(const ProjectSettings&) const = default;
 };
 
 /// A perspective.
@@ -54,6 +69,7 @@ struct ProjectView {
 struct Project {
     ProjectSettings settings;
     std::optional<ProjectView> view;
+    std::optional<ProjectShade> hillshade;
     std::vector<ProjectLayer> layers;
 };
 

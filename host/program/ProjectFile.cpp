@@ -37,6 +37,7 @@ struct Limits {
 };
 constexpr Limits kShare{0.0, 1.0};
 constexpr Limits kPixels{0.0, 512.0};
+constexpr Limits kCellSizes{1e-9, 1e9};
 constexpr std::size_t kMostDashes = 64;
 
 // What words stand for, in the order of the values.
@@ -124,8 +125,17 @@ requires std::is_same_v<std::remove_const_t<Layer>, ProjectLayer>
 void VisitMembers(Layer& layer, const Visit& visit) {
     visit("file", layer.file);
     visit("part", layer.part);
+    visit("cellSize", layer.cellSize, kCellSizes);
     visit("kind", layer.kind);
     visit("style", layer.style);
+}
+
+template <typename Shade, typename Visit>
+requires std::is_same_v<std::remove_const_t<Shade>, ProjectShade>
+void VisitMembers(Shade& shade, const Visit& visit) {
+    visit("file", shade.file);
+    visit("cellSize", shade.cellSize, kCellSizes);
+    visit("strength", shade.strength, kShare);
 }
 
 template <typename Whole, typename Visit>
@@ -133,6 +143,7 @@ requires std::is_same_v<std::remove_const_t<Whole>, Project>
 void VisitMembers(Whole& project, const Visit& visit) {
     visit("scene", project.settings);
     visit("view", project.view);
+    visit("hillshade", project.hillshade);
     visit("layers", project.layers);
 }
 
@@ -363,10 +374,17 @@ private:
             if (layers.size() >= kMostLayers) {
                 Fail("is one layer too many");
             }
-            ReadMembers(layers.emplace_back());
-            if (layers.back().file.empty()) {
-                Fail("has no \"file\"");
-            }
+            ReadOfFile(layers.emplace_back());
+        }
+    }
+
+    void ReadValue(ProjectShade& value) { ReadOfFile(value); }
+
+    /// What comes from a file, which has to be named.
+    template <typename Object> void ReadOfFile(Object& object) {
+        ReadMembers(object);
+        if (object.file.empty()) {
+            Fail("has no \"file\"");
         }
     }
 

@@ -48,6 +48,13 @@ CoordinateSystem FindSystem(const SystemRegister& systems, const ViewerOptions& 
 
 } // namespace
 
+/// How elevations shade rasters.
+struct ShadeWanted {
+    double strength = 1.0; ///< 0 to 1
+    double exaggeration = 1.0;
+    std::optional<MapUnits> units;
+};
+
 /// What a project has of a file, which is read once for all of it.
 struct ProjectFilePart {
     struct Layer {
@@ -57,7 +64,9 @@ struct ProjectFilePart {
         LayerStyle style;
     };
     std::filesystem::path file;
+    std::optional<double> cellSize; ///< of a cloud that is gathered into cells
     std::vector<Layer> layers;
+    std::optional<ShadeWanted> shade;
 
     /// Null where the project has no such layer.
     const Layer* Find(const std::string& part) const {
@@ -120,6 +129,8 @@ public:
     /// `wanted` is what a project has of the file, if it comes from one.
     void AddFile(const std::filesystem::path& file, std::optional<ProjectFilePart> wanted) {
         m_wanted = std::move(wanted);
+        const std::optional<double> cellSize =
+            m_wanted && m_wanted->cellSize ? m_wanted->cellSize : m_options.cloudCellSize;
         const FileKind kind = DetectKind(file);
         if (IsVectorKind(kind)) {
             AddVectorLayers(file, kind);
@@ -137,7 +148,7 @@ public:
                       {NameOf(file), SystemBeside(file), file});
             return;
         case FileKind::Ply:
-            if (std::optional<Mesh> mesh = m_options.cloudCellSize ? std::nullopt : OpenMesh(file)) {
+            if (std::optional<Mesh> mesh = cellSize ? std::nullopt : OpenMesh(file)) {
                 HandLayer(&Scene::AddMesh, LayerSource{NameOf(file), {}, file}, MeshLayer(*std::move(mesh)));
                 return;
             }
@@ -148,9 +159,9 @@ public:
         if (kind == FileKind::Project) {
             throw FileError(file, "is a project, which no other can contain");
         }
-        if (m_options.cloudCellSize) {
-            LayerSource source{NameOf(file), OpenCloudReader(file)->GetSystem(), file};
-            AddElevations(GridPoints(OpenPointCloud(file), *m_options.cloudCellSize), file, std::move(source));
+        if (cellSize) {
+            LayerSource source{NameOf(file), OpenCloudReader(file)->GetSystem(), file, {}, cellSize};
+            AddElevations(GridPoints(OpenPointCloud(file), *cellSize), file, std::move(source));
         } else {
             AddCloud(file);
         }
@@ -225,15 +236,21 @@ private:
         if (const std::optional<MapTransformation> transformation = Relate(source)) {
             grid = Transform(grid, *transformation);
         }
-        if (m_options.hillshadePercent > 0.0) {
-            const double exaggeration = FindExaggeration(grid, source.system);
-            Hand(&Scene::ShadeRasters, RasterLayer::ForHillshade(grid, exaggeration, file.wstring()),
-                 m_options.hillshadePercent / 100.0);
+        // The same points may be gathered into cells of several sizes.
+        std::wstring name = file.wstring();
+        if (source.cellSize) {
+            name += L" in cells of ";
+            name += std::to_wstring(*source.cellSize);
+        }
+        const std::optional<ShadeWanted> shade = FindShade();
+        if (shade) {
+            const double exaggeration = FindExaggeration(grid, source.system, *shade);
+            Hand(&Scene::ShadeRasters, RasterLayer::ForHillshade(grid, exaggeration, name), shade->strength, source);
         }
         const ProjectFilePart::Layer* const wanted = m_wanted ? m_wanted->Find(source.part) : nullptr;
         if (wanted ? wanted->kind == LayerKind::Raster : m_options.flat) {
-            HandLayer(&Scene::AddRaster, std::move(source), RasterLayer::ForElevations(grid, file.wstring()));
-        } else if (m_options.hillshadePercent <= 0.0) {
+            HandLayer(&Scene::AddRaster, std::move(source), RasterLayer::ForElevations(grid, name));
+        } else if (wanted || !shade) {
             HandLayer(&Scene::AddSurface, std::move(source), Surface(std::move(grid)));
         }
     }
@@ -282,12 +299,23 @@ private:
         return transformation;
     }
 
+    /// What the file's elevations shade, as its project or else the options have it.
+    std::optional<ShadeWanted> FindShade() const {
+        if (m_wanted && m_wanted->shade) {
+            return m_wanted->shade;
+        }
+        return m_options.hillshadePercent > 0.0 ? std::optional(ShadeWanted{m_options.hillshadePercent / 100.0,
+                                                                            m_options.exaggeration, m_options.units})
+                                                : std::nullopt;
+    }
+
     /// How much steeper the slopes of a grid look than its numbers say.
-    double FindExaggeration(const ElevationGrid& grid, const CoordinateSystem& system) const {
+    static double FindExaggeration(const ElevationGrid& grid, const CoordinateSystem& system,
+                                   const ShadeWanted& shade) {
         const Extent extent = grid.FindExtent();
         const CoordinateSystem units = FindUnits({{{{}, system}, extent, grid.MaybeInDegrees()}});
-        const MapUnits mapUnits = m_options.units.value_or(*units.units);
-        return m_options.exaggeration * FindHeightScale(mapUnits, units.heightMetres, extent.Center().y);
+        const MapUnits mapUnits = shade.units.value_or(*units.units);
+        return shade.exaggeration * FindHeightScale(mapUnits, units.heightMetres, extent.Center().y);
     }
 
     const ViewerOptions& m_options;
@@ -375,13 +403,24 @@ void SceneLoading::Add(const Project& project) {
     for (const ProjectLayer& layer : project.layers) {
         // A layer that the project has twice takes reading its file twice.
         auto part = std::find_if(parts.begin(), parts.end(), [&](const ProjectFilePart& known) {
-            return known.file == layer.file && !known.Find(layer.part);
+            return known.file == layer.file && known.cellSize == layer.cellSize && !known.Find(layer.part);
         });
         if (part == parts.end()) {
-            part = parts.insert(part, ProjectFilePart{layer.file, {}});
+            part = parts.insert(part, ProjectFilePart{layer.file, layer.cellSize, {}, {}});
         }
         part->layers.push_back({m_lastPlace++, layer.part, layer.kind, layer.style});
     }
+    if (project.hillshade) {
+        auto part = std::find_if(parts.begin(), parts.end(), [&](const ProjectFilePart& known) {
+            return known.file == project.hillshade->file && known.cellSize == project.hillshade->cellSize;
+        });
+        if (part == parts.end()) {
+            part = parts.insert(part, ProjectFilePart{project.hillshade->file, project.hillshade->cellSize, {}, {}});
+        }
+        part->shade = ShadeWanted{project.hillshade->strength, project.settings.exaggeration, project.settings.units};
+    }
+    const bool hasReliefs = std::any_of(project.layers.begin(), project.layers.end(),
+                                        [](const ProjectLayer& layer) { return layer.kind == LayerKind::Relief; });
     std::vector<std::filesystem::path> files;
     files.reserve(parts.size());
     for (const ProjectFilePart& part : parts) {
@@ -391,6 +430,7 @@ void SceneLoading::Add(const Project& project) {
         const std::lock_guard lock(m_mutex);
         m_parts.insert(m_parts.end(), parts.begin(), parts.end());
         m_preferredSystem = project.settings.coordinateSystem;
+        m_hasReliefs = m_hasReliefs || hasReliefs;
     }
     Add(files);
 }

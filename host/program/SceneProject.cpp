@@ -23,6 +23,10 @@ Position PositionOf(const glm::dvec3& vector) {
     return {vector.x, vector.y, vector.z};
 }
 
+std::filesystem::path Absolute(const std::filesystem::path& file) {
+    return std::filesystem::absolute(file).lexically_normal();
+}
+
 } // namespace
 
 Project DescribeScene(const Scene& scene) {
@@ -38,9 +42,12 @@ Project DescribeScene(const Scene& scene) {
     project.settings.labelProperty = scene.GetLabelProperty();
     for (const LayerInfo& layer : scene.ListLayers()) {
         if (!layer.source.file.empty()) {
-            project.layers.push_back({std::filesystem::absolute(layer.source.file).lexically_normal(),
-                                      layer.source.part, layer.kind, layer.style});
+            project.layers.push_back(
+                {Absolute(layer.source.file), layer.source.part, layer.source.cellSize, layer.kind, layer.style});
         }
+    }
+    if (const std::optional<Scene::Shade>& shade = scene.GetShade(); shade && !shade->source.file.empty()) {
+        project.hillshade = {Absolute(shade->source.file), shade->source.cellSize, shade->strength};
     }
     return project;
 }

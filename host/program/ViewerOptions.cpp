@@ -244,10 +244,15 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
                                  "Points of large clouds that a frame draws before the next one adds more (default: as "
                                  "many as there is time for)"),
                   1'000.0, 1e9);
-    TakeCount(app.add_option("--width", options.widthPixels, "Width of the window in pixels (default 1200)"), 64.0,
-              8192.0);
-    TakeCount(app.add_option("--height", options.heightPixels, "Height of the window in pixels (default 800)"), 64.0,
-              8192.0);
+    TakeCount(app.add_option("--pixels-per-inch", options.pixelsPerInch,
+                             "Draws as on a screen of so many (default: what the screen has, 96 on usual ones)"),
+              48.0, 960.0);
+    TakeCount(app.add_option("--width", options.widthPixels,
+                             "Width of the window in pixels (default 1200, and more on fine screens)"),
+              64.0, 8192.0);
+    TakeCount(app.add_option("--height", options.heightPixels,
+                             "Height of the window in pixels (default 800, and more on fine screens)"),
+              64.0, 8192.0);
     TakeCount(app.add_option("--frames", options.frames, "Ends after so many frames (default: when it is closed)"), 1.0,
               1e6);
     text("--screenshot", screenshot,

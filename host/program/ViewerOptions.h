@@ -56,9 +56,10 @@ struct ViewerOptions {
     std::optional<MapUnits> units; ///< not set: what the files tell, or the coordinates look like
     std::optional<Extent> area;    ///< what the map shows first; not set: everything
     int windows = 1;
-    int widthPixels = 1200;
-    int heightPixels = 800;
-    int frames = 0; ///< 0: until the window is closed
+    std::optional<int> widthPixels; ///< of the window, in the screen's own; not set, here and below: what suits it
+    std::optional<int> heightPixels;
+    std::optional<int> pixelsPerInch; ///< as if the screen had so many
+    int frames = 0;                   ///< 0: until the window is closed
     std::filesystem::path screenshot;
     std::optional<PictureSize> pictureSize; ///< of the screenshot; not set: the window's
 };

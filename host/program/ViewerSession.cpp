@@ -94,6 +94,11 @@ void ViewerSession::UpdateScene() {
     m_loading.Update();
     m_scene.Update();
     m_isStopped = m_isStopped && IsReading();
+    if (m_document.Update()) {
+        for (const std::unique_ptr<ViewerWindow>& window : m_windows) {
+            window->UpdateTitle();
+        }
+    }
     if (m_layerPanel) {
         m_layerPanel->Update();
     }

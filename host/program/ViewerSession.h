@@ -49,6 +49,8 @@ public:
 
     /// How the scene is drawn has changed, which every window shows.
     void RedrawAll();
+    /// Whether one window is left, with which the program ends.
+    bool HasOneWindow() const { return m_openWindows == 1; }
     void NoteClosed();
 
     /// The controls beside a map; they are of all windows together.

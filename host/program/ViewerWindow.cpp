@@ -21,6 +21,9 @@ namespace OrrinViewer {
 
 namespace {
 
+/// Of the window, on a usual screen.
+constexpr int kWidthPixels = 1200;
+constexpr int kHeightPixels = 800;
 /// For what is told about the reading, and to see that there is something to be read.
 constexpr UINT_PTR kNoticeTimer = 2;
 constexpr UINT kNoticeMilliseconds = 100;
@@ -29,8 +32,8 @@ constexpr double kPreparingMilliseconds = 40.0;
 /// A frame of a cloud that looks sparser than this is not worth showing: the next ones come soon.
 constexpr double kMostSpacingOfPointSize = 1.5;
 
-/// Where positions are in the window; those without an image stay far outside.
-std::vector<PixelPlace> FindPlaces(const KTR::COpenGLView& view, const std::vector<Position>& positions) {
+/// Where positions are in the window, of so many pixels for one; those without an image stay far outside.
+std::vector<PixelPlace> FindPlaces(const KTR::COpenGLView& view, const std::vector<Position>& positions, double scale) {
     constexpr PointXY kOutside{-1e9, -1e9};
     std::vector<PointXYZ> world;
     world.reserve(positions.size());
@@ -42,7 +45,7 @@ std::vector<PixelPlace> FindPlaces(const KTR::COpenGLView& view, const std::vect
     std::vector<PixelPlace> places;
     places.reserve(client.size());
     for (const PointXY& place : client) {
-        places.push_back({place.x, place.y});
+        places.push_back({place.x / scale, place.y / scale});
     }
     return places;
 }
@@ -87,9 +90,12 @@ ViewerWindow::~ViewerWindow() {
 }
 
 bool ViewerWindow::Open(int offsetPixels) {
-    if (!Create(L"OrrinViewer", m_options.widthPixels, m_options.heightPixels)) {
+    if (!Create(L"OrrinViewer", m_options.widthPixels.value_or(kWidthPixels),
+                m_options.heightPixels.value_or(kHeightPixels))) {
         return false;
     }
+    const SIZE size = ChooseSize(); // of the screen that it came to lie on
+    SetClientSize(m_window, size.cx, size.cy);
     // The first view of the process settles the pipeline; a host that wants another says so before it creates contexts.
     m_view = std::make_unique<KTR::COpenGLView>();
     if (m_options.pipeline == Pipeline::Legacy) {
@@ -129,8 +135,30 @@ bool ViewerWindow::Open(int offsetPixels) {
     return true;
 }
 
+int ViewerWindow::PixelsPerInch() const {
+    return m_options.pixelsPerInch ? *m_options.pixelsPerInch : FindPixelsPerInch(m_window);
+}
+
+/// Of the client area. What nobody asked for is as large on every screen, where that has room.
+SIZE ViewerWindow::ChooseSize() const {
+    SIZE size{std::lround(kWidthPixels * Scale()), std::lround(kHeightPixels * Scale())};
+    MONITORINFO screen = {};
+    screen.cbSize = sizeof(screen);
+    RECT frame = {};
+    RECT client = {};
+    if (Scale() > 1.0 && GetMonitorInfoW(MonitorFromWindow(m_window, MONITOR_DEFAULTTONEAREST), &screen) &&
+        GetWindowRect(m_window, &frame) && GetClientRect(m_window, &client)) {
+        const LONG aroundX = frame.right - frame.left - client.right;
+        const LONG aroundY = frame.bottom - frame.top - client.bottom;
+        size.cx = std::min(size.cx, std::max(screen.rcWork.right - screen.rcWork.left - aroundX, 1L));
+        size.cy = std::min(size.cy, std::max(screen.rcWork.bottom - screen.rcWork.top - aroundY, 1L));
+    }
+    return {m_options.widthPixels.value_or(size.cx), m_options.heightPixels.value_or(size.cy)};
+}
+
 double ViewerWindow::DrawScene() {
     const auto start = std::chrono::steady_clock::now();
+    m_scene.SetScreenScale(Scale());
     // Another window's context may be the current one.
     m_view->MakeCurrent(KTR::GLContextMain);
     m_view->SetUpViewport(0, 0, m_width, m_height);
@@ -221,7 +249,12 @@ void ViewerWindow::HandleTimer(UINT_PTR timer) {
 }
 
 MapFrame ViewerWindow::DescribeMap() const {
-    MapFrame frame{m_width, m_height, m_view->GetUnitsPerPixel(), {}, {}};
+    const double scale = Scale();
+    MapFrame frame{static_cast<int>(std::lround(m_width / scale)),
+                   static_cast<int>(std::lround(m_height / scale)),
+                   m_view->GetUnitsPerPixel() * scale,
+                   {},
+                   {}};
     if (IsMap()) {
         Position low;
         Position high;
@@ -231,7 +264,10 @@ MapFrame ViewerWindow::DescribeMap() const {
     } else {
         frame.area = m_scene.GetExtent();
     }
-    frame.placeOf = [this](const Position& position) { return PlaceOf(position); };
+    frame.placeOf = [this, scale](const Position& position) {
+        const PixelPlace place = PlaceOf(position);
+        return PixelPlace{place.x / scale, place.y / scale};
+    };
     return frame;
 }
 
@@ -245,7 +281,7 @@ PixelPlace ViewerWindow::PlaceOf(const Position& position) const {
 /// The font, and the placement of all labels, which depends on how wide the font makes them.
 void ViewerWindow::LoadTexts() {
     const bool needed = m_options.frames == 0 || !m_options.plain || !m_options.labelProperty.empty();
-    if (needed && m_texts.Load(*m_view, FindPixelsPerInch(m_window))) {
+    if (needed && m_texts.Load(*m_view, PixelsPerInch())) {
         PlaceLabels();
     }
 }
@@ -280,11 +316,12 @@ void ViewerWindow::DrawTexts() {
         furniture = IsMap() ? LayOutMapFurniture(frame, m_scene.GetUnits(), sizes)
                             : LayOutScaleBar(frame, m_scene.GetUnits(), sizes);
         RaiseFurniture(furniture, status);
-        DrawFurniture(*m_view, furniture);
+        DrawFurniture(*m_view, furniture, Scale());
     }
     std::vector<PixelText> texts = furniture.texts;
     if (IsMap()) {
-        texts = m_labels.FindVisible(frame, FindPlaces(*m_view, m_labels.GetAnchors()), furniture.texts, sizes);
+        texts =
+            m_labels.FindVisible(frame, FindPlaces(*m_view, m_labels.GetAnchors(), Scale()), furniture.texts, sizes);
         texts.insert(texts.end(), furniture.texts.begin(), furniture.texts.end());
     }
     m_texts.Draw(*m_view, texts);
@@ -330,6 +367,7 @@ void ViewerWindow::ShowFrame() {
 /// False where there are too few of them to be shown; then further ones come soon.
 bool ViewerWindow::DrawSceneOrPart() {
     const auto start = std::chrono::steady_clock::now();
+    m_scene.SetScreenScale(Scale());
     m_view->MakeCurrent(KTR::GLContextMain);
     m_view->SetUpViewport(0, 0, m_width, m_height);
     PrepareScene(kPreparingMilliseconds);
@@ -360,7 +398,7 @@ bool ViewerWindow::DrawSceneOrPart() {
         SetTimer(m_window, kTimer, kTimerMilliseconds, nullptr);
     }
     return frame.complete || !frame.groundIsRead || frame.enlarged || m_waits || m_dragging ||
-           frame.spacingPixels <= kMostSpacingOfPointSize * m_scene.FindPointSize(*m_view);
+           frame.spacingPixels <= kMostSpacingOfPointSize * Scale() * m_scene.FindPointSize(*m_view);
 }
 
 /// Has what is drawn for the first time added for so long; the timer goes on with the rest.
@@ -386,6 +424,7 @@ CloudsFrame ViewerWindow::RefineOrBegin() {
 }
 
 void ViewerWindow::DrawAboveClouds() {
+    m_scene.SetScreenScale(Scale());
     m_scene.DrawShapes(*m_view);
     DrawTexts();
 }
@@ -445,6 +484,9 @@ void ViewerWindow::Redraw() {
 void ViewerWindow::UpdateTitle() const {
     const std::string name = m_session.GetDocument().GetName();
     std::wstring title = name.empty() ? L"OrrinViewer" : WideText(name) + L" - OrrinViewer";
+    if (m_session.GetDocument().IsChanged()) {
+        title.insert(0, L"*");
+    }
     // What there is none of has no place there, such as points of a map of outlines.
     if (m_scene.CountPoints() > 0 || m_scene.IsReading()) {
         title +=

@@ -72,6 +72,8 @@ public:
     void ShowExtent(const Extent& extent);
     /// The scene is drawn in another way than before.
     void ShowSceneAnew();
+    /// The title may be another one: it tells a project that is not saved as it is.
+    void UpdateTitle() const;
     /// Only what lies over the frame has changed.
     void RedrawOverlays() const { InvalidateRect(m_window, nullptr, FALSE); }
 
@@ -80,7 +82,7 @@ private:
     static constexpr UINT_PTR kTimer = 1;
     static constexpr UINT kTimerMilliseconds = 30;
     /// A button that is let go this near to where it went down was clicked.
-    static constexpr long kClickPixels = 4;
+    static constexpr double kClickPixels = 4.0;
 
     /// What the view's stored frame has.
     enum class Stored {
@@ -116,7 +118,8 @@ private:
     LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void HandleButtonDown(WPARAM keys, POINT cursor, bool isRight);
     void HandleButtonUp(POINT cursor);
-    bool IsClick(POINT cursor) const;
+    bool IsClick(POINT cursor) const { return IsNear(cursor, m_pressed); }
+    bool IsNear(POINT one, POINT other) const;
     void HandleMouseMove(POINT cursor);
     void HandleMouseLeave();
     void HandleKey(WPARAM key);
@@ -129,7 +132,9 @@ private:
     void SetUpMenu();
     void RefreshMenu(HMENU menu) const;
     void AskForFilesToOpen(bool replaces);
-    void SaveProject(bool asks);
+    void OpenFiles(const std::vector<std::filesystem::path>& files, bool replaces);
+    bool SaveProject(bool asks);
+    bool MayLeaveProject();
     void AskForPicture();
     void HandleWheel(WPARAM wParam, LPARAM lParam);
     void HandleSideWheel(WPARAM wParam);
@@ -186,6 +191,10 @@ private:
     bool HasStatus() const { return m_options.frames == 0 && !m_options.plain; }
     std::vector<std::string> DescribeState() const;
 
+    int PixelsPerInch() const;
+    /// The window's own pixels for one of a usual screen. What is laid out over the map is in those.
+    double Scale() const { return PixelsPerInch() / kUsualPixelsPerInch; }
+    SIZE ChooseSize() const;
     MapFrame DescribeMap() const;
     PixelPlace PlaceOf(const Position& position) const;
     void DrawPicturePart(const PictureSize& size, const PicturePart& part, int overlap, const PictureTexts& texts);
@@ -204,7 +213,6 @@ private:
     void MeetScene();
     /// The scene has to be drawn anew.
     void Redraw();
-    void UpdateTitle() const;
 
     Scene& m_scene;
     const ViewerOptions& m_options;

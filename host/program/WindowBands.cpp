@@ -62,7 +62,8 @@ void ViewerWindow::BeginBand(BandUse band, const Position& place, POINT cursor) 
     KTR::GLRubberBandStyle style;
     const bool isProfile = band == BandUse::Profile || band == BandUse::ProfileCorner;
     style.color = isProfile ? kProfileColor : kLineColor;
-    style.widthPixels = isProfile ? 2.0 : 1.0;
+    style.widthPixels = (isProfile ? 2.0 : 1.0) * Scale();
+    style.casingPixels *= Scale();
     style.fillColor = kFillColor;
     style.text = band == BandUse::Zoom ? nullptr : &WriteBandText;
     style.context = this;
@@ -96,7 +97,7 @@ bool ViewerWindow::TakeProfileCorner(POINT cursor) {
     const std::vector<Position>& corners = profile->GetBand().corners;
     for (std::size_t index = 0; index < corners.size(); ++index) {
         const PixelPlace place = PlaceOf(corners[index]);
-        if (std::hypot(place.x - cursor.x, place.y - cursor.y) <= kCornerPixels) {
+        if (std::hypot(place.x - cursor.x, place.y - cursor.y) <= kCornerPixels * Scale()) {
             const Position& neighbour = corners[index == 0 ? 1 : index - 1];
             const PixelPlace from = PlaceOf(neighbour);
             m_takenCorner = index;
@@ -154,7 +155,7 @@ void ViewerWindow::FinishBandHere() {
     m_view->GetRubberBandPoints(points.data(), count);
     const PointXY& before = points[points.size() - 2]; // a band has two points from its beginning on
     const PointXY& here = points.back();
-    const bool isElsewhere = std::hypot(here.x - before.x, here.y - before.y) >= kFewestPixels;
+    const bool isElsewhere = std::hypot(here.x - before.x, here.y - before.y) >= kFewestPixels * Scale();
     if (isElsewhere && m_bandEnd) {
         m_bandPlaces.push_back(*m_bandEnd);
     }
@@ -227,8 +228,8 @@ void ViewerWindow::FinishProfileCorner() {
 bool ViewerWindow::IsWorthZooming() const {
     PointXY corners[2] = {};
     m_view->GetRubberBandPoints(corners, 2);
-    return std::fabs(corners[1].x - corners[0].x) >= kFewestPixels &&
-           std::fabs(corners[1].y - corners[0].y) >= kFewestPixels;
+    const double fewest = kFewestPixels * Scale();
+    return std::fabs(corners[1].x - corners[0].x) >= fewest && std::fabs(corners[1].y - corners[0].y) >= fewest;
 }
 
 std::string ViewerWindow::DescribeBand() const {

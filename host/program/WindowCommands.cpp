@@ -7,6 +7,7 @@
 #include "RecentFiles.h"
 #include "SceneProject.h"
 #include "ViewerSession.h"
+#include "WindowManners.h"
 #include "drawing/WideText.h"
 #include "files/FileError.h"
 
@@ -54,12 +55,8 @@ void ViewerWindow::SetUpMenu() {
     DragAcceptFiles(m_window, TRUE);
     // The map keeps the size that was asked for; how high the menu is depends on how it is broken into lines.
     for (int round = 0; round < 2; ++round) {
-        RECT client = {};
-        RECT frame = {};
-        GetClientRect(m_window, &client);
-        GetWindowRect(m_window, &frame);
-        SetWindowPos(m_window, nullptr, 0, 0, frame.right - frame.left + m_options.widthPixels - client.right,
-                     frame.bottom - frame.top + m_options.heightPixels - client.bottom, SWP_NOMOVE | SWP_NOZORDER);
+        const SIZE size = ChooseSize();
+        SetClientSize(m_window, size.cx, size.cy);
     }
 }
 
@@ -94,7 +91,7 @@ void ViewerWindow::HandleCommand(UINT command) {
     if (command >= CommandRecent) {
         const std::vector<std::filesystem::path> files = ListRecentFiles();
         if (const std::size_t index = command - CommandRecent; index < files.size()) {
-            m_session.OpenFiles({files[index]}, IsKeyDown(VK_SHIFT));
+            OpenFiles({files[index]}, IsKeyDown(VK_SHIFT));
         }
         return;
     }
@@ -104,7 +101,7 @@ void ViewerWindow::HandleCommand(UINT command) {
         AskForFilesToOpen(command == CommandOpen);
         break;
     case CommandNew:
-        m_session.OpenFiles({}, true);
+        OpenFiles({}, true);
         break;
     case CommandSave:
     case CommandSaveAs:
@@ -146,23 +143,40 @@ bool ViewerWindow::HandleFileKey(WPARAM key) {
 void ViewerWindow::HandleDrop(WPARAM drop) {
     const std::vector<std::filesystem::path> files = TakeDropped(reinterpret_cast<HDROP>(drop));
     SetForegroundWindow(m_window);
-    m_session.OpenFiles(files, IsKeyDown(VK_SHIFT));
+    OpenFiles(files, IsKeyDown(VK_SHIFT));
 }
 
 void ViewerWindow::AskForFilesToOpen(bool replaces) {
     const std::vector<std::filesystem::path> files = AskForFiles(m_window);
     if (!files.empty()) {
+        OpenFiles(files, replaces);
+    }
+}
+
+void ViewerWindow::OpenFiles(const std::vector<std::filesystem::path>& files, bool replaces) {
+    if (!replaces || MayLeaveProject()) {
         m_session.OpenFiles(files, replaces);
     }
 }
 
-void ViewerWindow::SaveProject(bool asks) {
+/// Asks where a project would be lost as it is now. False where the person would rather stay. Without a person nobody
+/// is asked.
+bool ViewerWindow::MayLeaveProject() {
+    if (m_options.frames > 0 || !m_session.GetDocument().IsChanged()) {
+        return true;
+    }
+    const SaveAnswer answer = AskWhetherToSave(m_window, m_session.GetDocument().GetName());
+    return answer == SaveAnswer::Leave || (answer == SaveAnswer::Save && SaveProject(false));
+}
+
+/// False where it is not saved: the person thought better of it, or it could not be written.
+bool ViewerWindow::SaveProject(bool asks) {
     std::filesystem::path path = m_session.GetDocument().GetProject();
     if (asks || path.empty()) {
         const std::wstring name = path.empty() ? L"project.orrin" : path.wstring();
         const auto answer = AskWhereToSave(m_window, L"Save the project", kProjects, name, L"orrin");
         if (!answer) {
-            return;
+            return false;
         }
         path = *answer;
     }
@@ -170,7 +184,9 @@ void ViewerWindow::SaveProject(bool asks) {
         m_session.SaveProject(path, DescribeView(*m_view, m_scene.GetExtent()));
     } catch (const FileError& error) {
         TellProblem(m_window, error.what());
+        return false;
     }
+    return true;
 }
 
 void ViewerWindow::AskForPicture() {

@@ -108,6 +108,9 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         }
         return 0;
     case WM_CLOSE:
+        if (m_session.HasOneWindow() && !MayLeaveProject()) {
+            return 0;
+        }
         // The window itself goes with this object, after the view has released what it holds there.
         ShowWindow(m_window, SW_HIDE);
         m_session.NoteClosed();
@@ -155,9 +158,10 @@ void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor, bool isRight) {
     }
 }
 
-/// The button went down here, or as good as here.
-bool ViewerWindow::IsClick(POINT cursor) const {
-    return std::labs(cursor.x - m_pressed.x) <= kClickPixels && std::labs(cursor.y - m_pressed.y) <= kClickPixels;
+/// The one place, or as good as that.
+bool ViewerWindow::IsNear(POINT one, POINT other) const {
+    const double reach = kClickPixels * Scale();
+    return std::labs(one.x - other.x) <= reach && std::labs(one.y - other.y) <= reach;
 }
 
 void ViewerWindow::HandleButtonUp(POINT cursor) {
@@ -290,6 +294,7 @@ void ViewerWindow::HandleKey(WPARAM key) {
 /// Keys that change what this window shows of the scene, and no other window.
 bool ViewerWindow::HandleViewKey(WPARAM key) {
     const bool pans = IsKeyDown(VK_SHIFT);
+    const double pan = kPanPixels * Scale();
     switch (key) {
     case '1':
     case '2':
@@ -316,16 +321,16 @@ bool ViewerWindow::HandleViewKey(WPARAM key) {
         ShowFrom(m_view->IsPerspectiveSideView() ? KTR::GLViewOrientationTop : KTR::GLViewOrientationPerspective);
         break;
     case VK_LEFT:
-        Drag(kPanPixels, 0.0, pans);
+        Drag(pan, 0.0, pans);
         break;
     case VK_RIGHT:
-        Drag(-kPanPixels, 0.0, pans);
+        Drag(-pan, 0.0, pans);
         break;
     case VK_UP:
-        Drag(0.0, kPanPixels, pans);
+        Drag(0.0, pan, pans);
         break;
     case VK_DOWN:
-        Drag(0.0, -kPanPixels, pans);
+        Drag(0.0, -pan, pans);
         break;
     default:
         return false;
@@ -336,6 +341,7 @@ bool ViewerWindow::HandleViewKey(WPARAM key) {
 
 /// Keys that change how the scene is drawn, in all windows.
 bool ViewerWindow::HandleSceneKey(WPARAM key) {
+    m_scene.SetScreenScale(Scale());
     switch (key) {
     case 'C':
         if (IsKeyDown(VK_CONTROL)) {
@@ -394,7 +400,7 @@ void ViewerWindow::HandleEscape() {
         RedrawOverlays();
     } else if (m_session.GetPicking().GetThing()) {
         m_session.ClearPick();
-    } else {
+    } else if (MayLeaveProject()) {
         PostQuitMessage(0);
     }
 }
@@ -411,7 +417,8 @@ void ViewerWindow::StepThroughViews(bool forward) {
 void ViewerWindow::Drag(double rightPixels, double downPixels, bool pans) {
     m_isNavigated = true;
     if (m_view->IsPerspectiveSideView() && !pans) {
-        m_view->OrbitBy(rightPixels * kDegreesPerPixel, downPixels * kDegreesPerPixel);
+        const double degrees = kDegreesPerPixel / Scale();
+        m_view->OrbitBy(rightPixels * degrees, downPixels * degrees);
     } else {
         m_view->Pan(rightPixels, downPixels);
     }

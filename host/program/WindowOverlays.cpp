@@ -120,17 +120,16 @@ void ViewerWindow::DrawReadout(KTR::COpenGLView& view, KTR::GLCoveredArea& cover
     const TextSizes sizes = own.m_texts.Sizes(view);
     const double rowHeight = sizes.ascent + sizes.descent + kEdgePixels;
     SetUpPixelCamera(view, own.m_width, own.m_height);
-    own.m_texts.Draw(view, {{tool, kEdgePixels, std::round(own.m_height - rowHeight - kEdgePixels)}});
-    covered = {0.0, 0.0, static_cast<double>(own.m_width), 2.0 * rowHeight + kEdgePixels};
+    own.m_texts.Draw(view, {{tool, kEdgePixels, std::round(own.m_height / own.Scale() - rowHeight - kEdgePixels)}});
+    covered = {0.0, 0.0, static_cast<double>(own.m_width), (2.0 * rowHeight + kEdgePixels) * own.Scale()};
 }
 
 std::vector<std::string> ViewerWindow::DescribeState() const {
     const Extent area = DescribeMap().area;
     const double middle = area.IsEmpty() ? 0.0 : area.Center().y;
-    const HDC deviceContext = m_view->GetContextRecord(KTR::GLContextMain).deviceContext;
     StatusFacts facts;
-    facts.scale = FormatScale(FindScaleDenominator(m_scene.GetUnits(), m_view->GetUnitsPerPixel(), middle,
-                                                   GetDeviceCaps(deviceContext, LOGPIXELSX)));
+    facts.scale =
+        FormatScale(FindScaleDenominator(m_scene.GetUnits(), m_view->GetUnitsPerPixel(), middle, PixelsPerInch()));
     facts.isPerspective = m_view->IsPerspectiveSideView();
     facts.drawnPoints = m_drawnPoints;
     facts.points = m_scene.CountPoints();
@@ -148,18 +147,17 @@ void ViewerWindow::DrawStatus(KTR::COpenGLView& view, KTR::GLCoveredArea& covere
         return;
     }
     const TextSizes sizes = own.m_texts.Sizes(view);
-    const double width = own.m_width;
+    const double scale = own.Scale();
+    const double width = own.m_width / scale;
     const double height = StatusHeight(sizes);
     const std::string place = own.m_readPosition
                                   ? DescribePosition(*own.m_readPosition, view.GetUnitsPerPixel(),
                                                      own.m_scene.GetUnits(), own.m_scene.GetHeightMetres())
                                   : std::string();
     SetUpPixelCamera(view, own.m_width, own.m_height);
-    const Position corners[] = {{0.0, 0.0, 0.0}, {width, 0.0, 0.0}, {width, height, 0.0}, {0.0, height, 0.0}};
-    DrawPixelTriangles(view, {{corners[0], corners[1], corners[2]}, {corners[0], corners[2], corners[3]}}, kPanelColor,
-                       kPanelOpacity);
-    own.m_texts.Draw(view, LayOutStatus(place, own.DescribeState(), own.m_width, sizes));
-    covered = {0.0, own.m_height - height, width, static_cast<double>(own.m_height)};
+    DrawPixelBox(view, 0.0, 0.0, width, height, kPanelColor, kPanelOpacity, scale);
+    own.m_texts.Draw(view, LayOutStatus(place, own.DescribeState(), static_cast<int>(width), sizes));
+    covered = {0.0, own.m_height - height * scale, static_cast<double>(own.m_width), static_cast<double>(own.m_height)};
 }
 
 /// What was measured last, where it lies on the map.
@@ -170,10 +168,11 @@ void ViewerWindow::DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& cove
         return;
     }
     const std::vector<Position>& places = own.m_measured->places;
+    const double scale = own.Scale();
     std::vector<Position> pixels;
     for (const Position& place : places) {
         const PixelPlace client = own.PlaceOf({place.x, place.y, std::isnan(place.z) ? 0.0 : place.z});
-        pixels.push_back({std::floor(client.x), std::floor(own.m_height - client.y), 0.0});
+        pixels.push_back({std::floor(client.x) / scale, std::floor(own.m_height - client.y) / scale, 0.0});
     }
     if (own.m_measured->isArea) {
         pixels.push_back(pixels.front());
@@ -183,24 +182,27 @@ void ViewerWindow::DrawMeasured(KTR::COpenGLView& view, KTR::GLCoveredArea& cove
         lines.push_back({pixels[index - 1], pixels[index]});
     }
     SetUpPixelCamera(view, own.m_width, own.m_height);
-    DrawEdgedLines(view, lines);
+    DrawEdgedLines(view, lines, scale);
     const MapUnits units = own.m_scene.GetUnits();
     const std::string text = own.m_measured->isArea ? DescribeArea(units, places) : DescribePath(units, places);
     const std::size_t last = places.size() - 1;
-    own.m_texts.Draw(view, {PlaceBesideLine(text, own.m_texts.Sizes(view).width(text), pixels[last - 1], pixels[last],
-                                            own.m_width, own.m_height)});
+    own.m_texts.Draw(view,
+                     {PlaceBesideLine(text, own.m_texts.Sizes(view).width(text), pixels[last - 1], pixels[last],
+                                      static_cast<int>(own.m_width / scale), static_cast<int>(own.m_height / scale))});
     // The whole window stays covered: it is drawn once, not with each move of something else.
 }
 
 /// What there is to say about files.
 void ViewerWindow::DrawNotices(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
     auto& own = *static_cast<ViewerWindow*>(context);
-    own.m_notices.Draw(view, own.m_texts, own.m_width, own.m_height, covered);
+    own.m_notices.Draw(view, own.m_texts, own.Scale(), own.m_width, own.m_height, covered);
 }
 
 /// The keys and what they do, on a panel in the window's middle.
 void ViewerWindow::DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered, void* context) {
     auto& own = *static_cast<ViewerWindow*>(context);
+    const double scale = own.Scale();
+    const double windowHeight = own.m_height / scale;
     const TextSizes sizes = own.m_texts.Sizes(view);
     const double rowHeight = std::round(sizes.ascent + sizes.descent + 6.0);
     double keyWidth = 0.0;
@@ -211,15 +213,10 @@ void ViewerWindow::DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered,
     }
     const double width = keyWidth + whatWidth + 4.0 * kEdgePixels;
     const double height = rowHeight * static_cast<double>(kHelp.size()) + 2.0 * kEdgePixels;
-    const double left = std::round((own.m_width - width) * 0.5);
-    const double bottom = std::round((own.m_height - height) * 0.5);
+    const double left = std::round((own.m_width / scale - width) * 0.5);
+    const double bottom = std::round((windowHeight - height) * 0.5);
     SetUpPixelCamera(view, own.m_width, own.m_height);
-    const Position corners[] = {{left, bottom, 0.0},
-                                {left + width, bottom, 0.0},
-                                {left + width, bottom + height, 0.0},
-                                {left, bottom + height, 0.0}};
-    DrawPixelTriangles(view, {{corners[0], corners[1], corners[2]}, {corners[0], corners[2], corners[3]}}, kPanelColor,
-                       kPanelOpacity);
+    DrawPixelBox(view, left, bottom, left + width, bottom + height, kPanelColor, kPanelOpacity, scale);
     std::vector<PixelText> texts;
     double baseline = bottom + height - kEdgePixels - sizes.ascent;
     for (const KeyHelp& line : kHelp) {
@@ -228,7 +225,8 @@ void ViewerWindow::DrawHelp(KTR::COpenGLView& view, KTR::GLCoveredArea& covered,
         baseline -= rowHeight;
     }
     own.m_texts.Draw(view, texts);
-    covered = {left, own.m_height - bottom - height, left + width, own.m_height - bottom};
+    covered = {left * scale, (windowHeight - bottom - height) * scale, (left + width) * scale,
+               (windowHeight - bottom) * scale};
 }
 
 } // namespace OrrinViewer

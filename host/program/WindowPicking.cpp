@@ -9,7 +9,7 @@
 
 namespace OrrinViewer {
 
-/// How the view shows positions at present. Nothing is seen before the view is set up.
+/// How the view shows positions at present, in pixels of a usual screen. Nothing is seen before the view is set up.
 PickCamera ViewerWindow::DescribeCamera() const {
     constexpr double kFar = 1024.0; // pixels; the farther, the more digits a pixel has
     Position corner;
@@ -24,8 +24,8 @@ PickCamera ViewerWindow::DescribeCamera() const {
     if (!isSetUp) {
         return {};
     }
-    const auto step = [&corner](const Position& there) {
-        return Position{(there.x - corner.x) / kFar, (there.y - corner.y) / kFar, (there.z - corner.z) / kFar};
+    const auto step = [&corner, steps = kFar / Scale()](const Position& there) {
+        return Position{(there.x - corner.x) / steps, (there.y - corner.y) / steps, (there.z - corner.z) / steps};
     };
     if (m_view->IsPerspectiveSideView()) {
         return PickCamera::Perspective(corner, step(right), step(down), {origin.x, origin.y, origin.z});
@@ -35,17 +35,16 @@ PickCamera ViewerWindow::DescribeCamera() const {
 
 /// A click: what lies there, or the next thing there when it was clicked before.
 void ViewerWindow::PickAt(POINT cursor) {
-    const bool isSamePlace =
-        std::labs(cursor.x - m_picked.x) <= kClickPixels && std::labs(cursor.y - m_picked.y) <= kClickPixels;
-    if (m_pickIsHere && isSamePlace && m_session.GetPicking().GetThing()) {
+    if (m_pickIsHere && IsNear(cursor, m_picked) && m_session.GetPicking().GetThing()) {
         m_session.StepPick(true);
         return;
     }
     PickedPlace place;
     place.beam.camera = DescribeCamera();
-    place.beam.x = cursor.x + 0.5;
-    place.beam.y = cursor.y + 0.5;
+    place.beam.x = (cursor.x + 0.5) / Scale();
+    place.beam.y = (cursor.y + 0.5) / Scale();
     place.place = FindPositionUnder(cursor);
+    m_scene.SetScreenScale(Scale());
     place.pointSizePixels = m_scene.FindPointSize(*m_view);
     m_session.Pick(place);
     m_picked = cursor;
@@ -57,7 +56,7 @@ void ViewerWindow::DrawPicked(KTR::COpenGLView& view, KTR::GLCoveredArea& covere
     auto& own = *static_cast<ViewerWindow*>(context);
     const PickedThing* const thing = own.m_session.GetPicking().GetThing();
     const VectorLayer* const layer = thing && thing->feature ? own.m_scene.FindFeatures(thing->layer) : nullptr;
-    const MarkedWindow window{own.DescribeCamera(), own.m_width, own.m_height};
+    const MarkedWindow window{own.DescribeCamera(), own.Scale(), own.m_width, own.m_height};
     if (layer && *thing->feature < layer->features.size()) {
         DrawFeatureMark(view, layer->features[*thing->feature], own.m_scene.FindHeights(thing->layer), window);
     } else if (thing && thing->point) {

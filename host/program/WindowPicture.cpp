@@ -2,7 +2,6 @@
 
 #include "ViewerWindow.h"
 
-#include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
 #include "drawing/WideText.h"
 #include "files/FileError.h"
@@ -24,23 +23,14 @@ constexpr std::size_t kChannels = 3;
 /// How far texts may begin outside of a part. Without programs a text whose beginning lies outside of the viewport is
 /// not drawn at all.
 constexpr int kTextReachPixels = 4096;
-constexpr double kWithinPixel = 0.25;
-
-TextSizes Divided(const TextSizes& sizes, double scale) {
-    TextSizes divided;
-    divided.width = [width = sizes.width, scale](const std::string& text) { return width(text) / scale; };
-    divided.ascent = sizes.ascent / scale;
-    divided.descent = sizes.descent / scale;
-    return divided;
-}
 
 } // namespace
 
 struct ViewerWindow::PictureTexts {
     double scale;
     TextPainter painter;
-    MapFurniture furniture;       ///< in the window's pixels
-    std::vector<PixelText> texts; ///< in those of the picture
+    MapFurniture furniture; ///< in pixels of a usual screen
+    std::vector<PixelText> texts;
 
     PictureTexts(const ViewerOptions& options, double scaleOfAll, bool stretches)
         : scale(scaleOfAll), painter(WideText(options.font), options.fontPoints, scaleOfAll, stretches) {}
@@ -55,12 +45,13 @@ bool ViewerWindow::SavePicture(const std::filesystem::path& path, const PictureS
     m_view->SetUpViewport(0, 0, m_width, m_height);
     m_view->LoadViewMatrices();
     const double scale = size.ScaleOf(m_width, m_height);
-    const int overlap = FindOverlap(m_scene.FindReach(*m_view) * scale, m_width, m_height);
+    m_scene.SetScreenScale(Scale());
+    const int overlap = FindOverlap(m_scene.FindReach(*m_view) * Scale() * scale, m_width, m_height);
     const std::vector<PicturePart> parts = DivideIntoParts(size, m_width, m_height, overlap);
 
     PictureTexts texts(m_options, scale, m_view->DrawsWithPrograms());
     const bool hasTexts = !m_options.plain || (IsMap() && !m_scene.GetLabelProperty().empty());
-    if (hasTexts && texts.painter.Load(*m_view, FindPixelsPerInch(m_window))) {
+    if (hasTexts && texts.painter.Load(*m_view, PixelsPerInch())) {
         LayOutPicture(size, texts);
     }
     const auto width = static_cast<std::size_t>(size.widthPixels);
@@ -101,16 +92,17 @@ bool ViewerWindow::SavePicture(const std::filesystem::path& path, const PictureS
     return goesOn;
 }
 
-/// In pixels of a window that has the picture's proportions and shows the same as this one.
+/// For a window on a usual screen that has the picture's proportions and shows the same as this one.
 void ViewerWindow::LayOutPicture(const PictureSize& size, PictureTexts& texts) const {
-    const TextSizes sizes = Divided(texts.painter.Sizes(*m_view), texts.scale);
+    const TextSizes sizes = texts.painter.Sizes(*m_view);
     MapFrame frame = DescribeMap();
-    const double right = (size.widthPixels / texts.scale - m_width) * 0.5;
-    const double down = (size.heightPixels / texts.scale - m_height) * 0.5;
-    frame.widthPixels = static_cast<int>(std::lround(size.widthPixels / texts.scale));
-    frame.heightPixels = static_cast<int>(std::lround(size.heightPixels / texts.scale));
-    frame.placeOf = [this, right, down](const Position& position) {
-        const PixelPlace place = PlaceOf(position);
+    const double scale = texts.scale * Scale();
+    const double right = (size.widthPixels / scale - m_width / Scale()) * 0.5;
+    const double down = (size.heightPixels / scale - m_height / Scale()) * 0.5;
+    frame.widthPixels = static_cast<int>(std::lround(size.widthPixels / scale));
+    frame.heightPixels = static_cast<int>(std::lround(size.heightPixels / scale));
+    frame.placeOf = [placeOf = frame.placeOf, right, down](const Position& position) {
+        const PixelPlace place = placeOf(position);
         return PixelPlace{place.x + right, place.y + down};
     };
     if (IsMap()) {
@@ -133,11 +125,6 @@ void ViewerWindow::LayOutPicture(const PictureSize& size, PictureTexts& texts) c
         const std::vector<PixelText> visible = labels.FindVisible(frame, places, texts.furniture.texts, sizes);
         texts.texts.insert(texts.texts.begin(), visible.begin(), visible.end());
     }
-    for (PixelText& text : texts.texts) {
-        // Whole pixels, from wherever they are counted; not so near to the next one that rounding decides.
-        text.x = std::round(text.x * texts.scale) + kWithinPixel;
-        text.y = std::round(text.y * texts.scale) + kWithinPixel;
-    }
 }
 
 /// Into the window's back buffer, with what lies around it.
@@ -158,7 +145,7 @@ void ViewerWindow::DrawPicturePart(const PictureSize& size, const PicturePart& p
     m_scene.DrawEnlarged(*m_view, enlarged);
 
     SetUpPixelCamera(*m_view, left, bottom, m_width, m_height);
-    DrawFurniture(*m_view, texts.furniture, scale);
+    DrawFurniture(*m_view, texts.furniture, scale * Scale());
     m_view->SetUpViewport(-kTextReachPixels, -kTextReachPixels, m_width + 2 * kTextReachPixels,
                           m_height + 2 * kTextReachPixels);
     SetUpPixelCamera(*m_view, left - kTextReachPixels, bottom - kTextReachPixels, m_width + 2 * kTextReachPixels,

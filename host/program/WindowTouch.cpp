@@ -34,7 +34,7 @@ void ViewerWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
 /// Moves the map, or turns the 3-D view, against the wheel, as text moves under it.
 void ViewerWindow::HandleSideWheel(WPARAM wParam) {
     BeginWheel();
-    Drag(-NotchesOf(wParam) * kSidePixelsPerNotch, 0.0, IsKeyDown(VK_SHIFT));
+    Drag(-NotchesOf(wParam) * kSidePixelsPerNotch * Scale(), 0.0, IsKeyDown(VK_SHIFT));
     Redraw();
 }
 

@@ -83,6 +83,21 @@ TEST_P(ViewerFiles, PictureIsTheSameHoweverItIsDivided) {
     EXPECT_GT(ShareOfDifferingPixels(one, DrawPicture(plain, L"340x220"), 60), 0.01) << "ticks and a scale bar";
 }
 
+// On a screen of twice as many pixels an inch everything is twice as large that is given in pixels: the frame is the
+// picture of that size on a usual screen, texts and all.
+TEST_P(ViewerFiles, FrameOnAFineScreen_IsTheUsualOneEnlarged) {
+    const std::vector<std::wstring> scene = {
+        WriteCloud().wstring(), WriteParcel().wstring(), L"--labels", L"NAME", L"--border", L"2", L"--view"};
+    for (const wchar_t* camera : {L"map", L"3d"}) {
+        std::vector<std::wstring> arguments = scene;
+        arguments.emplace_back(camera);
+        const Frame usual = DrawPicture(arguments, L"480x320");
+        arguments.insert(arguments.end(), {L"--pixels-per-inch", L"192"});
+        const Frame fine = DrawMap(WithPipeline(arguments), 480, 320);
+        EXPECT_LT(ShareOfDifferingPixels(usual, fine, 24), 0.002) << testing::PrintToString(camera);
+    }
+}
+
 // A project shows what its author saw, whatever its files' order of arrival; one file that is gone is told.
 TEST_P(ViewerFiles, ProjectShowsWhatItsOptionsWould) {
     Project project;
@@ -104,12 +119,44 @@ TEST_P(ViewerFiles, ProjectShowsWhatItsOptionsWould) {
                                               L"--point-size", L"7", L"--area", L"499990,4500010,500110,4500090"}));
     EXPECT_EQ(ShareOfDifferingPixels(frame, expected, 0), 0.0);
 
-    project.layers.push_back({Folder() / L"gone.las", {}, LayerKind::Cloud, {}});
+    project.layers.push_back({Folder() / L"gone.las", {}, {}, LayerKind::Cloud, {}});
     WriteProjectFile(project, file);
     const Outcome outcome = Run(WithPipeline({file.wstring(), L"--frames", L"1"}));
     EXPECT_NE(outcome.exitCode, 0);
     EXPECT_NE(outcome.errors.find("gone.las"), std::string::npos) << outcome.errors;
     EXPECT_NE(outcome.output.find("5 points, 2 features"), std::string::npos) << outcome.output;
+}
+
+// What only the command line could ask for has to come back with the project: a relief made of points, and elevations
+// that shade an image of which they are no layer.
+TEST_P(ViewerFiles, ProjectKeepsAReliefOfPointsAndAHillshade) {
+    const fs::path cloud = WriteCloud();
+    const fs::path grid = Write("hill.asc", "ncols 4\nnrows 4\nxllcorner 500000\nyllcorner 4500000\ncellsize 25\n"
+                                            "1 2 4 8\n5 9 20 11\n2 40 30 3\n0 7 2 1\n");
+    const fs::path file = Folder() / L"hill.orrin";
+    const std::vector<std::wstring> height = {L"--exaggeration", L"2"};
+    const auto expectSame = [&](const Project& project, std::vector<std::wstring> arguments) {
+        WriteProjectFile(project, file);
+        const Frame frame = Draw(WithPipeline({file.wstring()}));
+        arguments.insert(arguments.end(), height.begin(), height.end());
+        const Frame expected = Draw(WithPipeline(arguments));
+        EXPECT_EQ(ShareOfDifferingPixels(frame, expected, 0), 0.0);
+        return expected;
+    };
+    Project project;
+    project.settings.exaggeration = 2.0;
+    project.layers = {{cloud, {}, 50.0, LayerKind::Relief, {}}};
+    const Frame relief = expectSame(project, {cloud.wstring(), L"--grid", L"50"});
+
+    project.layers = {{cloud, {}, 50.0, LayerKind::Raster, {}}};
+    const Frame flat = expectSame(project, {cloud.wstring(), L"--grid", L"50", L"--flat"});
+    EXPECT_GT(ShareOfDifferingPixels(relief, flat, 3), 0.01);
+    project.hillshade = ProjectShade{grid, {}, 0.7};
+    WriteProjectFile(project, file);
+    const Frame shaded = Draw(WithPipeline({file.wstring()}));
+    EXPECT_GT(ShareOfDifferingPixels(shaded, flat, 3), 0.05) << "by another file than the layer's";
+    project.layers = {{grid, {}, {}, LayerKind::Raster, {}}};
+    expectSame(project, {grid.wstring(), L"--flat", L"--hillshade", L"70"});
 }
 
 TEST_F(ViewerProgram, FolderStandsForItsFiles) {

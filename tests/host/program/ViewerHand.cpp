@@ -13,7 +13,7 @@ namespace OrrinViewer {
 
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(10);
+constexpr auto kPatience = std::chrono::seconds(20);
 constexpr int kTableId = 500; ///< of the panel's table among its controls
 
 } // namespace
@@ -74,12 +74,12 @@ std::string ViewerHand::At(HWND window, int x, int y) const {
 }
 
 void ViewerHand::MoveTo(HWND window, int x, int y) const {
-    RunBeneathWine("xdotool mousemove " + At(window, x, y), m_output, 10);
+    RunBeneathWine("xdotool mousemove " + At(window, x, y), m_output, 20);
 }
 
 void ViewerHand::Click(HWND window, int x, int y) const {
     // Moved there before, as a hand does: the window hears of it.
-    RunBeneathWine("xdotool mousemove " + At(window, x, y) + "sleep 0.05 click 1 sleep 0.05", m_output, 10);
+    RunBeneathWine("xdotool mousemove " + At(window, x, y) + "sleep 0.05 click 1 sleep 0.05", m_output, 20);
 }
 
 void ViewerHand::ClickForKeys(HWND window, int x, int y) const {
@@ -94,15 +94,15 @@ void ViewerHand::Drag(HWND window, int x, int y, int toX, int toY, const std::st
     commands += "mousedown 1 sleep 0.05 mousemove " + middle + "sleep 0.05 mousemove " + At(window, toX, toY) +
                 "sleep 0.1 mouseup 1 sleep 0.05 ";
     commands += key.empty() ? "" : "keyup " + key;
-    RunBeneathWine(commands, m_output, 10);
+    RunBeneathWine(commands, m_output, 20);
 }
 
 void ViewerHand::Press(const std::string& keys) const {
-    RunBeneathWine("xdotool key " + keys + " sleep 0.05", m_output, 10);
+    RunBeneathWine("xdotool key " + keys + " sleep 0.05", m_output, 20);
 }
 
 void ViewerHand::Type(const std::string& text) const {
-    RunBeneathWine("xdotool type --delay 2 '" + text + "'", m_output, 10);
+    RunBeneathWine("xdotool type --delay 2 '" + text + "'", m_output, 20);
 }
 
 void ViewerHand::AnswerWithPath(const std::wstring& title, const fs::path& path) const {

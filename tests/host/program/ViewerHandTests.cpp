@@ -2,6 +2,8 @@
 
 #include "ViewerHand.h"
 
+#include "program/ProjectFile.h"
+
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -156,6 +158,59 @@ TEST_P(ViewerInHand, FilesAreOpenedDroppedSavedAndFoundAgain) {
         EXPECT_TRUE(hand.WaitForTitle(window, L"hill.orrin - OrrinViewer - 1318 points"));
         hand.MoveTo(window, 590, 390);
         EXPECT_EQ(ShareOfDifferingPixels(hand.LookUntilLike(window, before), before, 3), 0.0);
+    });
+}
+
+// What a person has made of a project is lost only where they say so; what they looked at is not asked about.
+TEST_P(ViewerInHand, ProjectThatIsNotSavedIsMarkedAndAskedAbout) {
+    const fs::path file = Folder() / L"hill.orrin";
+    Project project;
+    const fs::path slope = WriteSlope();
+    project.layers = {{Folder() / L"gone.ply", {}, {}, LayerKind::Cloud, {}},
+                      {slope, {}, {}, LayerKind::Cloud, {}},
+                      {slope, {}, 10.0, LayerKind::Relief, {}}};
+    project.hillshade = ProjectShade{slope, 20.0, 0.4};
+    WriteProjectFile(project, file);
+    Use({file.wstring(), L"--plain"}, [&](ViewerHand& hand, HWND window) {
+        const std::wstring name = L"hill.orrin - OrrinViewer - 1313 points";
+        const auto isTitled = [&](const std::wstring& begin) {
+            return ViewerHand::WaitUntil([&] { return ViewerHand::TitleOf(window).starts_with(begin); });
+        };
+        const auto answer = [&](const char* key) {
+            EXPECT_NE(hand.FindWindow(L"Save the project?"), nullptr);
+            hand.Press(key);
+        };
+        hand.Press("6 Left");
+        hand.LookWhenStill(window);
+        EXPECT_TRUE(isTitled(name)) << "the view, and a file that is gone, are no changes";
+        hand.Press("s");
+        EXPECT_TRUE(isTitled(L"*" + name));
+        hand.Press("shift+s");
+        EXPECT_TRUE(isTitled(name)) << "it is as it was";
+
+        hand.Press("s");
+        EXPECT_TRUE(isTitled(L"*" + name));
+        hand.Press("alt+f n");
+        answer("Escape");
+        EXPECT_TRUE(isTitled(L"*" + name)) << "it stays";
+        hand.Press("alt+f n");
+        answer("d");
+        EXPECT_TRUE(isTitled(L"OrrinViewer"));
+        EXPECT_EQ(ReadProjectFile(file).settings.sunAzimuthDegrees, 315.0);
+
+        hand.Press("alt+f r 1");
+        EXPECT_TRUE(isTitled(name));
+        hand.Press("s");
+        EXPECT_TRUE(isTitled(L"*" + name));
+        PostMessageW(window, WM_CLOSE, 0, 0);
+        answer("Return");
+        EXPECT_TRUE(ViewerHand::WaitUntil([&] { return IsWindowVisible(window) == FALSE; }));
+        const Project saved = ReadProjectFile(file);
+        EXPECT_EQ(saved.settings.sunAzimuthDegrees, 330.0);
+        EXPECT_TRUE(saved.hillshade == project.hillshade);
+        ASSERT_EQ(saved.layers.size(), 2U);
+        EXPECT_TRUE(saved.layers[0] == project.layers[2]) << "reliefs lie below clouds";
+        EXPECT_TRUE(saved.layers[1] == project.layers[1]);
     });
 }
 

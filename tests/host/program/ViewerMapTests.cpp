@@ -4,7 +4,10 @@
 
 #include "files/ImageFile.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <numbers>
 #include <set>
 #include <string>
 #include <vector>
@@ -282,6 +285,66 @@ TEST_P(ViewerMap, RoadsHaveCasingsAndAreasWideBorders) {
     }
     EXPECT_EQ(at(80, 60), (Color{230, 70, 60})) << "a symbol";
     EXPECT_EQ(at(20, 60), frame.At(2, 2)) << "areas are not filled";
+}
+
+/// Rings of 3,000 corners around four places, jagged in steps of all sizes.
+std::vector<std::string> JaggedIslands() {
+    constexpr int kCorners = 3000;
+    std::vector<std::string> islands;
+    for (int island = 0; island < 4; ++island) {
+        std::string ring;
+        for (int corner = 0; corner <= kCorners; ++corner) {
+            const double turn = 2.0 * std::numbers::pi * (corner % kCorners) / kCorners;
+            double radius = 200.0;
+            for (int wave = 3; wave < kCorners / 2; wave = wave * 2 + 1) {
+                radius += 200.0 / wave * std::sin(turn * wave + wave * island);
+            }
+            ring += (corner > 0 ? ", [" : "[") +
+                    std::to_string(500'000.0 + island % 2 * 2600 + radius * std::cos(turn)) + ", " +
+                    std::to_string(4'500'000.0 + island / 2 * 2600 + radius * std::sin(turn)) + "]";
+        }
+        islands.push_back(R"({"type": "Polygon", "coordinates": [[)" + ring + "]]}");
+    }
+    return islands;
+}
+
+/// A white pixel wherever something is drawn.
+Frame ShapesOf(const Frame& frame) {
+    Frame shapes = frame;
+    for (std::size_t byte = 0; byte < frame.rgba.size(); byte += 4) {
+        const bool isGround = std::equal(frame.rgba.begin(), frame.rgba.begin() + 3, frame.rgba.begin() + byte);
+        std::fill_n(shapes.rgba.begin() + byte, 3, static_cast<std::uint8_t>(isGround ? 0 : 255));
+    }
+    return shapes;
+}
+
+// Together they have so many corners that there are coarser versions of them, each by itself has not.
+TEST_P(ViewerMap, ManyCornersAreDrawnAsFewWhereThatMakesNoDifference) {
+    const std::vector<std::string> islands = JaggedIslands();
+    std::vector<std::wstring> each;
+    std::string all;
+    for (std::size_t index = 0; index < islands.size(); ++index) {
+        each.push_back(Write("island" + std::to_string(index) + ".geojson", islands[index]).wstring());
+        all += (index > 0 ? ", " : "") + islands[index];
+    }
+    const std::wstring together =
+        Write("islands.geojson", R"({"type": "GeometryCollection", "geometries": [)" + all + "]}").wstring();
+    const auto draw = [&](std::vector<std::wstring> arguments, const std::wstring& area) {
+        arguments.insert(arguments.end(), {L"--plain", L"--units", L"metres", L"--area", area});
+        return ShapesOf(DrawMap(WithPipeline(arguments), 600, 600));
+    };
+    const std::wstring everything = L"499600,4499600,503000,4503000";
+    const Frame full = draw(each, everything);
+    const double differing = ShareOfDifferingPixels(draw({together}, everything), full, 10);
+    Frame empty = full;
+    std::fill(empty.rgba.begin(), empty.rgba.end(), full.rgba.front());
+    const double drawn = ShareOfDifferingPixels(full, empty, 10);
+    EXPECT_GT(differing, 0.0) << "a coarser version is drawn";
+    EXPECT_LT(differing, drawn * 0.15);
+    const std::wstring closely = L"500150,4500000,500250,4500100";
+    const Frame close = draw(each, closely);
+    EXPECT_GT(ShareOfDifferingPixels(close, empty, 10), 0.001);
+    EXPECT_TRUE(draw({together}, closely).rgba == close.rgba) << "the full version";
 }
 
 // The second window finds the textures and programs of the first, and shows the same.

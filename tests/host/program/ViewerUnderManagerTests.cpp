@@ -33,11 +33,11 @@ protected:
     std::string Name(int number) const {
         return RunBeneathWine("xdotool search --onlyvisible --name OrrinViewer | sort -n | sed -n " +
                                   std::to_string(number) + "p | tr -d '[:space:]'",
-                              Folder() / L"desk", 10);
+                              Folder() / L"desk", 20);
     }
     /// Has the window manager do something with a window.
     void Ask(const std::string& command, const std::string& window, const std::string& values = {}) const {
-        RunBeneathWine("xdotool " + command + " " + window + " " + values + " sleep 0.3", Folder() / L"desk", 10);
+        RunBeneathWine("xdotool " + command + " " + window + " " + values + " sleep 0.3", Folder() / L"desk", 20);
     }
     /// Whether a window's upper left corner is so many pixels from the screen's, but for a frame.
     static bool IsNear(HWND window, LONG place) {
