@@ -210,34 +210,36 @@ double CloudDrawing::Step(COpenGLView& view, Picture& picture, unsigned long lon
     return spacing;
 }
 
-/// As many steps as there is time for, the last of them no longer than what is left. Each is spread over the whole
-/// picture, so that it may end after any of them.
+/// As many steps as there is time for, each of which leaves some of what is left: no step tells before how long it will
+/// take. Each is spread over the whole picture, so that it may end after any of them.
 void CloudDrawing::StepInTime(COpenGLView& view, Picture& picture, double& spacing) {
     using Clock = std::chrono::steady_clock;
     const auto millisecondsSince = [](Clock::time_point start) {
         return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     };
-    constexpr double kLeastStep = 1'000.0;
+    constexpr double kShareOfRest = 0.55;
+    constexpr double kShortestRest = 0.3; // of all; below that a step costs more than its points
+    constexpr double kShortestMeasured = 0.1;
     const auto start = Clock::now();
     const unsigned long long shownBefore = picture.shown;
     const unsigned long long most = picture.drawing.mostPoints;
-    for (double left = picture.drawing.mostMilliseconds; left > 0.0;) {
+    const double limit = picture.drawing.mostMilliseconds;
+    for (double left = limit; left > 0.0;) {
         const unsigned long long shown = picture.shown;
-        const double affordable = std::max(m_pointsPerMillisecond * left * 0.7, kLeastStep);
-        unsigned long long budget = static_cast<unsigned long long>(affordable);
+        unsigned long long budget = m_pace.CountFor(kShareOfRest * left);
         if (most > 0) {
             budget = std::min(budget, most - (shown - shownBefore));
         }
         const auto stepStart = Clock::now();
         spacing = Step(view, picture, budget);
         view.Finish();
-        const auto drawn = static_cast<double>(picture.shown - shown);
-        if (drawn >= kLeastStep) {
-            m_pointsPerMillisecond = drawn / std::max(millisecondsSince(stepStart), 1e-3);
+        const double taken = millisecondsSince(stepStart);
+        if (taken >= kShortestMeasured * limit || picture.shown - shown == budget) {
+            m_pace.Learn(picture.shown - shown, taken);
         }
-        left = picture.drawing.mostMilliseconds - millisecondsSince(start);
+        left = limit - millisecondsSince(start);
         const bool isSpent = most > 0 && picture.shown - shownBefore >= most;
-        if (isSpent || picture.isEnlarged || picture.shown == shown || left < 0.15 * picture.drawing.mostMilliseconds) {
+        if (isSpent || picture.isEnlarged || picture.shown == shown || left < kShortestRest * limit) {
             return;
         }
     }

@@ -3,6 +3,7 @@
 #include "CardPieces.h"
 #include "CloudIntake.h"
 #include "CloudSelection.h"
+#include "StepPace.h"
 
 #include <set>
 
@@ -70,7 +71,7 @@ private:
     CardPieces m_card;
     PointCloudColoring m_coloring;
     std::map<const COpenGLView*, Picture> m_pictures;
-    double m_pointsPerMillisecond = 2'000.0; ///< as measured; to begin with, a guess
+    StepPace m_pace;
     long m_result = 0;
     unsigned long long m_fillable = 0; ///< points of pieces that still may go to the card with this frame
     std::set<PieceId> m_drawnLoose;    ///< pieces that were drawn in part, from main memory

@@ -37,6 +37,7 @@ struct CloudsFrame {
     std::uint64_t drawn = 0;    ///< points, by the last call
     std::uint64_t shown = 0;    ///< points, since the frame was begun
     double spacingPixels = 0.0; ///< between points, where there are more to come
+    double milliseconds = 0.0;  ///< that the clouds took, of the last call
 };
 
 /// Tells a layer from all others that the scene has or had; 0 is none.

@@ -56,6 +56,10 @@ void Join(CloudsFrame& frame, const KTR::PointCloudFrame& cloud) {
     frame.spacingPixels = std::max(frame.spacingPixels, cloud.spacingPixels);
 }
 
+double MillisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
 } // namespace
 
 void Scene::ShowEverything(KTR::COpenGLView& view, KTR::GLViewOrientation orientation) const {
@@ -138,11 +142,13 @@ CloudsFrame Scene::Begin(KTR::COpenGLView& view, const CloudBudget& budget) {
     const auto clouds = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(shown, 1));
     const CloudBudget share{budget.points == 0 ? 0 : std::max<std::uint64_t>(budget.points / clouds, 1),
                             budget.milliseconds / static_cast<double>(clouds)};
+    const auto start = std::chrono::steady_clock::now();
     for (const Cloud& cloud : m_clouds) {
         if (cloud.IsDrawn()) {
             Join(frame, cloud.cloud->Draw(view, Scale() * PointSizeOf(cloud, view), share));
         }
     }
+    frame.milliseconds = MillisecondsSince(start);
     return frame;
 }
 
@@ -150,11 +156,13 @@ CloudsFrame Scene::Refine(KTR::COpenGLView& view) {
     LoadCamera(view);
     view.Enable(GL_DEPTH_TEST);
     CloudsFrame frame;
+    const auto start = std::chrono::steady_clock::now();
     for (const Cloud& cloud : m_clouds) {
         if (cloud.IsDrawn()) {
             Join(frame, cloud.cloud->Refine(view));
         }
     }
+    frame.milliseconds = MillisecondsSince(start);
     return frame;
 }
 

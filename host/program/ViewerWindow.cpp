@@ -403,6 +403,8 @@ bool ViewerWindow::DrawSceneOrPart() {
     }
     m_view->Finish();
     m_frameMilliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    m_otherMilliseconds[m_nextOther] = m_frameMilliseconds - frame.milliseconds;
+    m_nextOther = (m_nextOther + 1) % m_otherMilliseconds.size();
     UpdateTitle();
     // While the map moves under the mouse, the next frame is another one.
     m_waits = !frame.complete && frame.groundIsRead && frame.drawn == 0 && !frame.enlarged;
@@ -425,7 +427,10 @@ void ViewerWindow::PrepareScene(double milliseconds) {
 }
 
 CloudsFrame ViewerWindow::RefineOrBegin() {
-    const CloudBudget budget{m_options.budgetPoints, m_options.budgetMilliseconds};
+    // What else is drawn takes its time too: the most of it in the last frames is left for that, up to three quarters.
+    const double other = *std::max_element(m_otherMilliseconds.begin(), m_otherMilliseconds.end());
+    const CloudBudget budget{m_options.budgetPoints,
+                             std::max(m_options.budgetMilliseconds - other, m_options.budgetMilliseconds / 4.0)};
     if (m_stored == Stored::Clouds && RestoreFrame()) {
         const CloudsFrame frame = m_scene.Refine(*m_view);
         if (!frame.outdated) {

@@ -15,6 +15,8 @@
 
 #include <OrrinDisplay.h>
 
+#include <array>
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -232,6 +234,10 @@ private:
     std::uint64_t m_drawnPoints = 0;   ///< in it
     int m_width = 1;                   ///< of the client area in pixels, at least 1
     int m_height = 1;
+
+    std::array<double, 8> m_otherMilliseconds{}; ///< of the last frames, what the clouds did not take
+    std::size_t m_nextOther = 0;
+
     bool m_dragging = false;     ///< the button is down
     bool m_isDragged = false;    ///< and it was no click
     bool m_canPick = false;      ///< if it comes to be one

@@ -1,6 +1,7 @@
 #include "CloudReaders.h"
 
 #include <clouds/CloudSelection.h>
+#include <clouds/StepPace.h>
 
 #include <gtest/gtest.h>
 
@@ -285,6 +286,23 @@ TEST(Budget, OfOnePointStillComesToAnEnd) {
     shares[0] = {10.0, 1, 3, 0};
     ShareBudget(shares, 0);
     EXPECT_EQ(Spent(shares), 2U) << "0 sets no limit";
+}
+
+// A frame that takes too long is felt, one with fewer points is not.
+TEST(StepPace, SlowestOfTheLastStepsCountsUntilEightOthersHaveCome) {
+    StepPace pace;
+    EXPECT_GT(pace.CountFor(40.0), 10'000U) << "a guess that shows something";
+    EXPECT_GT(pace.CountFor(-1.0), 0U) << "a frame without time shows something, too";
+    pace.Learn(100'000, 10.0);
+    EXPECT_EQ(pace.CountFor(40.0), 400'000U);
+    pace.Learn(100'000, 50.0);
+    pace.Learn(10, 50.0); // nothing about points
+    for (int fast = 0; fast < 7; ++fast) {
+        pace.Learn(500'000, 10.0);
+        EXPECT_EQ(pace.CountFor(40.0), 80'000U) << fast;
+    }
+    pace.Learn(500'000, 10.0);
+    EXPECT_EQ(pace.CountFor(40.0), 2'000'000U);
 }
 
 } // namespace
