@@ -210,6 +210,8 @@ Outcome ViewerProgram::Start(const std::vector<std::wstring>& arguments,
         outcome.exitCode = static_cast<int>(exitCode);
         CloseHandle(process.hThread);
         CloseHandle(process.hProcess);
+    } else {
+        ADD_FAILURE() << "The program was not started, error " << GetLastError();
     }
     CloseHandle(startup.hStdOutput);
     CloseHandle(startup.hStdError);
