@@ -2,7 +2,6 @@
 
 #include "Screenshot.h"
 #include "ViewerSession.h"
-#include "WheelSteps.h"
 #include "WindowContext.h"
 #include "WindowManners.h"
 #include "drawing/PixelDrawing.h"
@@ -316,7 +315,7 @@ LRESULT ProfileWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam)
         return 1; // every frame fills the window
     case WM_LBUTTONDOWN:
     case WM_RBUTTONDOWN:
-        EndWheel();
+        m_wheel.End(*m_view);
         SetCapture(m_window);
         m_dragged = CursorOf(lParam);
         m_view->BeginViewChange();
@@ -336,16 +335,10 @@ LRESULT ProfileWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam)
         HandleMouseLeave();
         return 0;
     case WM_MOUSEWHEEL:
-        HandleWheel(wParam, lParam);
-        return 0;
     case WM_MOUSEHWHEEL:
-        HandleSideWheel(wParam);
-        return 0;
     case WM_GESTURENOTIFY:
-        TouchGesture::Choose(m_window);
-        return DefWindowProcW(m_window, message, wParam, lParam);
     case WM_GESTURE:
-        return HandleTouch(lParam) ? 0 : DefWindowProcW(m_window, message, wParam, lParam);
+        return HandleWheel(message, wParam, lParam) ? 0 : DefWindowProcW(m_window, message, wParam, lParam);
     case WM_DPICHANGED:
         m_view->MakeCurrent(KTR::GLContextMain);
         m_texts.Load(*m_view, PixelsPerInch());
@@ -418,56 +411,20 @@ void ProfileWindow::HandleMouseLeave() {
     InvalidateRect(m_window, nullptr, FALSE);
 }
 
-void ProfileWindow::HandleWheel(WPARAM wParam, LPARAM lParam) {
-    POINT cursor = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-    ScreenToClient(m_window, &cursor);
-    BeginWheel();
-    m_view->ZoomAbout(std::pow(kZoomPerNotch, NotchesOf(wParam)), cursor.x, cursor.y);
-    Redraw();
-}
-
-/// Moves the profile against the wheel, as text moves under it.
-void ProfileWindow::HandleSideWheel(WPARAM wParam) {
-    BeginWheel();
-    m_view->Pan(-NotchesOf(wParam) * kSidePixelsPerNotch * Scale(), 0.0);
-    Redraw();
-}
-
-/// What lies between two fingers stays there.
-bool ProfileWindow::HandleTouch(LPARAM gesture) {
-    std::optional<TouchStep> step;
-    if (!m_touch.Take(gesture, step)) {
-        return false;
-    }
-    if (step) {
-        POINT center = step->center;
-        ScreenToClient(m_window, &center);
-        BeginWheel();
-        m_view->Pan(step->rightPixels, step->downPixels);
-        m_view->ZoomAbout(step->factor, center.x, center.y);
+bool ProfileWindow::HandleWheel(UINT message, WPARAM wParam, LPARAM lParam) {
+    const auto move = [this](double rightPixels, double downPixels, bool /*pans*/) {
+        m_view->Pan(rightPixels, downPixels);
+    };
+    const WheelNavigation::Result result = m_wheel.Handle(m_window, *m_view, Scale(), message, wParam, lParam, move);
+    if (result == WheelNavigation::Result::Moved) {
+        m_isNavigated = true;
         Redraw();
     }
-    return true;
-}
-
-void ProfileWindow::BeginWheel() {
-    if (!m_wheeling) {
-        m_view->BeginViewChange();
-        m_wheeling = true;
-    }
-    m_view->MakeCurrent(KTR::GLContextMain);
-    m_isNavigated = true;
-}
-
-void ProfileWindow::EndWheel() {
-    if (m_wheeling) {
-        m_view->EndViewChange();
-        m_wheeling = false;
-    }
+    return result != WheelNavigation::Result::NotAnswered;
 }
 
 void ProfileWindow::HandleKey(WPARAM key) {
-    EndWheel();
+    m_wheel.End(*m_view);
     const double width = 2.0 * m_band.halfWidth;
     Band band = m_band;
     switch (key) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "NativeWindow.h"
-#include "TouchGesture.h"
 #include "ViewerOptions.h"
+#include "WheelNavigation.h"
 #include "data/BandReading.h"
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
@@ -52,12 +52,8 @@ private:
     void HandleMouseMove(POINT cursor);
     void HandleMouseLeave();
     void HandleKey(WPARAM key);
-    void HandleWheel(WPARAM wParam, LPARAM lParam);
-    void HandleSideWheel(WPARAM wParam);
-    bool HandleTouch(LPARAM gesture);
-    void BeginWheel();
-    /// Many steps of the wheel are one of the view's history.
-    void EndWheel();
+    /// Wheels and touch. False where the message is the system's to answer.
+    bool HandleWheel(UINT message, WPARAM wParam, LPARAM lParam);
     void HandleSize(int width, int height);
 
     bool Open(HWND beside);
@@ -105,8 +101,7 @@ private:
     bool m_isNavigated = false;                                 ///< the user has chosen what is shown
     std::wstring m_savedAs;                                     ///< told in the title until something else happens
     std::optional<POINT> m_cursor;
-    bool m_wheeling = false;
-    TouchGesture m_touch;
+    WheelNavigation m_wheel;
     HWND m_leader = nullptr;        ///< the window in which the mouse leads the cursor
     std::optional<POINT> m_dragged; ///< where the picture was taken hold of
 };

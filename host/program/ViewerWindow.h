@@ -5,8 +5,8 @@
 #include "NativeWindow.h"
 #include "PictureParts.h"
 #include "Project.h"
-#include "TouchGesture.h"
 #include "ViewerOptions.h"
+#include "WheelNavigation.h"
 #include "drawing/Scene.h"
 #include "drawing/TextPainter.h"
 #include "map/LabelLayer.h"
@@ -37,9 +37,9 @@ class ViewerSession;
 /// A large cloud is drawn in several frames, each of which adds points to the one before; between them the window
 /// answers. Until all points are there, shapes and texts are an overlay too: the frame has only what lies below.
 ///
-/// Its functions stand in more files: WindowInput.cpp (mouse and keys), WindowTouch.cpp (wheels, touchpads and touch),
-/// WindowBands.cpp (what is drawn with the mouse), WindowPicking.cpp (what a click picks), WindowCommands.cpp (the menu
-/// and files), WindowOverlays.cpp (what lies over the frame) and WindowPicture.cpp (pictures of any size).
+/// Its functions stand in more files: WindowInput.cpp (mouse and keys), WindowBands.cpp (what is drawn with the
+/// mouse), WindowPicking.cpp (what a click picks), WindowCommands.cpp (the menu and files), WindowOverlays.cpp (what
+/// lies over the frame) and WindowPicture.cpp (pictures of any size).
 class ViewerWindow final : public NativeWindow {
 public:
     ViewerWindow(Scene& scene, const ViewerOptions& options, ViewerSession& session);
@@ -136,10 +136,8 @@ private:
     bool SaveProject(bool asks);
     bool MayLeaveProject();
     void AskForPicture();
-    void HandleWheel(WPARAM wParam, LPARAM lParam);
-    void HandleSideWheel(WPARAM wParam);
-    bool HandleTouch(LPARAM gesture);
-    void BeginWheel();
+    /// Wheels and touch. False where the message is the system's to answer.
+    bool HandleWheel(UINT message, WPARAM wParam, LPARAM lParam);
     void HandleTimer(UINT_PTR timer);
     void SetCursorShape() const;
     void DragTo(POINT cursor, POINT before);
@@ -148,8 +146,6 @@ private:
     void ShowFrom(KTR::GLViewOrientation orientation);
     void FitAboveStatus(const std::function<void()>& fit);
     void StepThroughViews(bool forward);
-    /// Many steps of the wheel are one of the view's history.
-    void EndWheel();
     void LeadProfileCursor();
     bool IsMap() const { return m_view->GetCurrentViewOrientation() == KTR::GLViewOrientationTop; }
     std::optional<Position> FindPositionUnder(POINT cursor);
@@ -242,8 +238,7 @@ private:
     bool m_isDragged = false;    ///< and it was no click
     bool m_canPick = false;      ///< if it comes to be one
     bool m_draggingPans = false; ///< also in perspective
-    bool m_wheeling = false;
-    TouchGesture m_touch;
+    WheelNavigation m_wheel;
     int m_helpOverlay = 0; ///< 0: it is not shown
     Tool m_tool = Tool::Look;
     BandUse m_band = BandUse::None;

@@ -68,22 +68,16 @@ LRESULT ViewerWindow::HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     case WM_MOUSELEAVE:
         HandleMouseLeave();
         return 0;
-    case WM_MOUSEWHEEL:
-        HandleWheel(wParam, lParam);
-        return 0;
     case WM_DPICHANGED:
         m_view->MakeCurrent(KTR::GLContextMain);
         LoadTexts();
         Redraw();
         return 0;
+    case WM_MOUSEWHEEL:
     case WM_MOUSEHWHEEL:
-        HandleSideWheel(wParam);
-        return 0;
     case WM_GESTURENOTIFY:
-        TouchGesture::Choose(m_window);
-        return DefWindowProcW(m_window, message, wParam, lParam);
     case WM_GESTURE:
-        return HandleTouch(lParam) ? 0 : DefWindowProcW(m_window, message, wParam, lParam);
+        return HandleWheel(message, wParam, lParam) ? 0 : DefWindowProcW(m_window, message, wParam, lParam);
     case WM_SETCURSOR:
         if (LOWORD(lParam) == HTCLIENT) {
             SetCursorShape();
@@ -124,7 +118,7 @@ void ViewerWindow::HandleButtonDown(WPARAM keys, POINT cursor, bool isRight) {
     if (m_dragging || m_bandEndsWithButton) {
         return; // the other button is down
     }
-    EndWheel();
+    m_wheel.End(*m_view);
     if (m_notices.DismissAt(cursor.x, cursor.y)) {
         RedrawOverlays();
         return;
@@ -245,7 +239,7 @@ void ViewerWindow::SetCursorShape() const {
 }
 
 void ViewerWindow::HandleKey(WPARAM key) {
-    EndWheel();
+    m_wheel.End(*m_view);
     if (IsKeyDown(VK_CONTROL) && !IsKeyDown(VK_MENU) && HandleFileKey(key)) {
         return;
     }
@@ -412,6 +406,18 @@ void ViewerWindow::StepThroughViews(bool forward) {
         m_view->PreviousView();
     }
     m_isNavigated = true;
+}
+
+bool ViewerWindow::HandleWheel(UINT message, WPARAM wParam, LPARAM lParam) {
+    const auto move = [this](double rightPixels, double downPixels, bool pans) {
+        Drag(rightPixels, downPixels, pans || IsKeyDown(VK_SHIFT));
+    };
+    const WheelNavigation::Result result = m_wheel.Handle(m_window, *m_view, Scale(), message, wParam, lParam, move);
+    if (result == WheelNavigation::Result::Moved) {
+        m_isNavigated = true;
+        Redraw();
+    }
+    return result != WheelNavigation::Result::NotAnswered;
 }
 
 void ViewerWindow::Drag(double rightPixels, double downPixels, bool pans) {
