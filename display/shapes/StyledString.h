@@ -2,6 +2,7 @@
 
 #include "../values/BasicTypes.h"
 #include "ShapeStyles.h"
+#include "StringCutter.h"
 
 #include <span>
 
@@ -13,7 +14,7 @@ class ShapeScope;
 /// Dashes and gaps that strings of one shape may still have; what there are too many of is solid. Transparent dashes
 /// are merged, which takes longer.
 struct DashesLeft {
-    double opaque = 250'000.0;
+    double opaque = DashPattern::kMostDashes;
     double transparent = 50'000.0;
 };
 
